@@ -1,0 +1,60 @@
+# Every target of the house: the same language, the same warnings, the same refusal of implicit text
+# conversions; and one static library per folder, linking only what its floor allows.
+
+add_library(kv_options INTERFACE)
+target_compile_definitions(kv_options INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_URL_CAST_FROM_STRING
+    QT_NO_FOREACH
+    QT_DEPRECATED_WARNINGS)
+target_compile_options(kv_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
+if(KV_WARNINGS_AS_ERRORS)
+    target_compile_options(kv_options INTERFACE -Werror)
+endif()
+if(KV_SANITIZE)
+    target_compile_options(kv_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(kv_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# kv_library(<folder> SOURCES ... LINKS ...): the folder's library, called kv_<folder>.
+function(kv_library folder)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    if(NOT ARG_SOURCES)
+        add_library(kv_${folder} INTERFACE)
+        return()
+    endif()
+    add_library(kv_${folder} STATIC ${ARG_SOURCES})
+    target_include_directories(kv_${folder} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(kv_${folder} PUBLIC ${ARG_LINKS} PRIVATE kv_options)
+endfunction()
+
+# kv_program(<name> SOURCES ... LINKS ...): a program that stands in the root of the build folder.
+function(kv_program name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} kv_options)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()
+
+# kv_test(<name> LINKS ... [SOURCES ...] [TIMEOUT seconds]): the test program <name>.cpp of this folder.
+# A warning that no test expects, a skipped test and an expected failure all count as failures.
+function(kv_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${name}.cpp ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt5::Test kv_options)
+    target_compile_definitions(${name} PRIVATE
+        KV_SOURCE_DIR="${PROJECT_SOURCE_DIR}" KV_BINARY_DIR="${PROJECT_BINARY_DIR}")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${ARG_TIMEOUT}
+        FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL;QFATAL ;SKIP   :;XFAIL  :;XPASS  :"
+        ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QString>
+
+/// Identity of a device as it reports it. The store knows a device by its serial number alone.
+struct DeviceDetails
+{
+    QString swVersion;
+    QString hwVersion;
+    QString serialNumber;
+    QString modelNumber;
+
+    /// Empties all four texts.
+    void clear() { *this = DeviceDetails(); }
+};

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+/// Whether a device's readings can be trusted at present. Only Ready is good.
+enum class MeasurementState {
+    WarmingUp = 0,
+    Ready = 1,
+    TemperatureOverRange = 2,
+    NotStabilized = 3,
+    HardwareError = 4
+};
+
+/// The state with the number @p value; WarmingUp for a number that no state has.
+MeasurementState measurementStateFromInt(unsigned value);

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+/// What a measurement measures. The numbers are part of the data that rides on table items.
+enum class MeasurementType {
+    Undefined = 0,
+    AirTemperature = 1,
+    Pollutant = 2,
+    AirHumidity = 3,
+    AirPressure = 4,
+    ParticulateMatter = 5,
+    WindDirection = 6,
+    WindSpeed = 7,
+    Rain = 8,
+    Extra = 9,
+    SolarRadiation = 10
+};

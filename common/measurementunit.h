@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+/// The unit in which a measurement is delivered or shown. The numbers are part of the data that
+/// rides on table items.
+enum class MeasurementUnit {
+    Undefined = 0,
+    Celsius = 1,
+    Fahrenheit = 2,
+    Ppb = 3,
+    Ppm = 4,
+    MicrogramsPerCubicMetre = 5,
+    Millibar = 6,
+    RelativeHumidity = 7,
+    Degree = 8,
+    ExtraUnit = 9,
+    MillimetresPerHour = 10,
+    MetresPerSecond = 11,
+    WattsPerSquareMetre = 12
+};

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportinterface.h"
+#include "serial/serialportjobinterface.h"
+#include "serial/serialporttypes.h"
+
+#include <QtCore/QSharedPointer>
+
+/// Runs jobs one at a time, in the order of their arrival, and relays what they report.
+class SerialPortQueueInterface : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SerialPortQueueInterface(QObject *parent = nullptr)
+        : QObject(parent)
+    {
+    }
+
+    /// Drops all jobs, closes and releases the present transport, and takes @p port in its place.
+    virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
+
+    /// Drops all waiting jobs and stops the current one. Raises no signal.
+    virtual void clear() = 0;
+
+    /// Drops all jobs and closes the port.
+    virtual void close() = 0;
+
+    /// Opens the port if it is not open. A transport must have been set.
+    virtual bool open() = 0;
+
+    /// The transport's port name, or a null text without a transport.
+    virtual QString portName() = 0;
+
+    /// Starts @p job at once when nothing is under way, otherwise appends it. Null is ignored.
+    virtual void addJob(QSharedPointer<SerialPortJobInterface> job) = 0;
+
+    virtual QSharedPointer<SerialPortInterface> serialPort() = 0;
+
+    /// Whether a job of this type is waiting; the current job does not count.
+    virtual bool hasJob(SerialPortJobType type) = 0;
+
+    /// Removes the waiting jobs of this type, and ends the current one if it is of this type.
+    virtual void removeJobs(SerialPortJobType type) = 0;
+
+signals:
+    void error(QString reason);
+    void dataWritten(QString name, QString value);
+    void dataRead(QString name, QString value);
+    void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
+    void allJobsDone();
+    void jobFinished(SerialPortJobType type);
+    void logValueRead(int index, QVector<double> values, QDateTime time);
+    void logTitlesRead(QStringList titles);
+    void actionFinished(SerialPortActionType action, QVariant result);
+    void valueRead(SerialPortValueType type, QVariant value);
+    void jobFailed(SerialPortJobType type);
+    void eepromBlockRead(quint16 blockIndex, QByteArray data);
+    void eepromBlockWritten(quint16 blockIndex);
+};

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/devicedetails.h"
+#include "storage/measurementmetadata.h"
+#include "storage/measurementvalue.h"
+#include "storage/storeddevice.h"
+#include "storage/storedmeasurement.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// The store of devices and their measurements. Values are raw: as the device delivered them, under
+/// its own names. A failure is told by false or an empty result, and in the log.
+class LocalStorage
+{
+public:
+    virtual ~LocalStorage() = default;
+
+    /// Opens the store in the file @p path, which is created when it does not exist.
+    virtual bool open(const QString &path) = 0;
+
+    virtual void close() = 0;
+
+    /// Finds the device with the serial number of @p details or adds it; @p id is its id then.
+    virtual bool addDevice(const DeviceDetails &details, unsigned &id) = 0;
+
+    /// Adds a measurement without values; @p measurementId is its id then.
+    virtual bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
+                                unsigned &measurementId) = 0;
+
+    /// Adds a measurement type; @p typeId is its id then.
+    virtual bool addMeasurementType(const QString &name, unsigned &typeId) = 0;
+
+    /// Adds the valid ones of @p values to a measurement.
+    virtual void addMeasurementValues(unsigned measurementId,
+                                      const QVector<MeasurementValue> &values) = 0;
+
+    /// All devices, the one with the newest measurement first.
+    virtual QVector<StoredDevice> devices() = 0;
+
+    /// All measurements of a device without their values, by measurement id.
+    virtual QMap<unsigned, MeasurementMetadata> measurementMetadata(unsigned deviceId) = 0;
+
+    /// The raw names that a device has values of, by type id.
+    virtual QMap<unsigned, QString> measurementTypes(unsigned deviceId) = 0;
+
+    /// The measurements from @p from to @p to, both included, in the order of their storing.
+    virtual QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
+                                                    unsigned deviceId) = 0;
+};

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// One value of a measurement, under its raw name and in the unit that the device delivers.
+struct MeasurementValue
+{
+    QString name;
+    bool valid = false; ///< false: the device reported the measurement as not available
+    double value = 0.0; ///< 0.0 when not valid
+};

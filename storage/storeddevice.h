@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/devicedetails.h"
+
+#include <QtCore/QDateTime>
+
+/// A device that the store knows, and the times of its oldest and newest measurement; both are
+/// invalid for a device without measurements.
+struct StoredDevice
+{
+    DeviceDetails details;
+    unsigned id = 0;
+    QDateTime firstMeasurement;
+    QDateTime lastMeasurement;
+};

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
+#include <QtWidgets/QApplication>
+
+/// A home, settings, data and working folder of the test's own, so that nothing of the user's is
+/// touched and tests run side by side. Made before the application object, gone with the test.
+class TestHome
+{
+public:
+    TestHome()
+    {
+        const QString root = m_dir.path();
+        const struct
+        {
+            const char *variable;
+            const char *folder;
+        } folders[] = {{"HOME", "home"},
+                       {"XDG_CONFIG_HOME", "config"},
+                       {"XDG_DATA_HOME", "data"},
+                       {"XDG_CACHE_HOME", "cache"},
+                       {"XDG_RUNTIME_DIR", "runtime"}};
+        for (const auto &entry : folders) {
+            const QString path = root + QLatin1Char('/') + QLatin1String(entry.folder);
+            QDir().mkpath(path);
+            QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            qputenv(entry.variable, path.toLocal8Bit());
+        }
+        QDir().mkpath(root + QLatin1String("/work"));
+        QDir::setCurrent(root + QLatin1String("/work"));
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+    }
+    ~TestHome() { QDir::setCurrent(QDir::rootPath()); }
+    Q_DISABLE_COPY(TestHome)
+
+private:
+    QTemporaryDir m_dir;
+};
+
+/// The main function of a test program that needs windows.
+#define KV_TEST_MAIN(TestClass)                 \
+    int main(int argc, char *argv[])            \
+    {                                           \
+        TestHome home;                          \
+        QApplication application(argc, argv);   \
+        TestClass test;                         \
+        return QTest::qExec(&test, argc, argv); \
+    }
+
+/// The main function of a test program without windows.
+#define KV_TEST_CORE_MAIN(TestClass)              \
+    int main(int argc, char *argv[])              \
+    {                                             \
+        TestHome home;                            \
+        QCoreApplication application(argc, argv); \
+        TestClass test;                           \
+        return QTest::qExec(&test, argc, argv);   \
+    }

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/devicedetails.h"
+#include "common/measurementdisplayoptions.h"
+#include "common/measurementitem.h"
+#include "common/measurementstate.h"
+#include "storage/localstorage.h"
+#include "ui/deviceconfiguration.h"
+#include "ui/exportselection.h"
+#include "ui/graphsettings.h"
+#include "ui/waitdialogreason.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+#include <QtWidgets/QMessageBox>
+
+/// The controller's whole view of the user interface.
+///
+/// The object behind it is also a QObject with the signals that MainWindow lists; the controller
+/// connects to them by name. Dialogs and message boxes run a nested event loop: such a call returns
+/// only when the user or a signal has ended the dialog.
+class MainWindowInterface
+{
+public:
+    virtual ~MainWindowInterface() = default;
+
+    virtual void closeWaitDialog() = 0;
+    virtual void setReadLogEnabled(bool enabled) = 0;
+
+    /// Shows an Information, Warning or Critical box; any other icon shows nothing.
+    virtual void showMessageBox(QMessageBox::Icon icon, const QString &text) = 0;
+
+    /// File and folder dialogs; each returns the choice, or the empty text when cancelled.
+    virtual QString selectSaveFile(const QString &caption, const QString &path,
+                                   const QString &filter) = 0;
+    virtual QString selectOpenFile(const QString &caption, const QString &path,
+                                   const QString &filter) = 0;
+    virtual QString selectDirectory(const QString &caption, const QString &path) = 0;
+
+    virtual void setHwVersion(const QString &version) = 0;
+    virtual void setSwVersion(const QString &version) = 0;
+    virtual void setSerialNumber(const QString &serialNumber) = 0;
+    virtual void setModelNumber(const QString &modelNumber) = 0;
+
+    /// Shows the health, 0 to 100 percent; a negative one as not available.
+    virtual void setHealth(int percentage) = 0;
+
+    /// Shows the device's clock, in local time.
+    virtual void setDeviceClock(const QDateTime &time) = 0;
+
+    /// Shows @p value in every row of the setting @p name.
+    virtual void setConfigurationValue(const QString &name, const QString &value) = 0;
+
+    /// Shows a new measurement in the table and redraws the graph.
+    virtual void addMeasurement(const MeasurementMetadata &metadata,
+                                const QVector<MeasurementValue> &values) = 0;
+
+    /// The device's variables that have a row in the configuration editor, from the top.
+    virtual QStringList configurationNames() = 0;
+
+    virtual void closeAll() = 0;
+
+    /// Enables what needs a device, and shows Disconnect in place of Connect.
+    virtual void setConnected(bool connected) = 0;
+
+    virtual void setMeasurementState(MeasurementState state) = 0;
+
+    /// Appends a port to the list: what is shown, and where the port is.
+    virtual void addPort(const QString &label, const QString &location) = 0;
+    virtual void selectPortIndex(int index) = 0;
+
+    /// Appends the machine's ports; the last one whose name occurs in @p preferredPort is selected.
+    virtual void refreshPorts(const QString &preferredPort) = 0;
+
+    virtual void setConfiguration(const DeviceConfiguration &configuration) = 0;
+    virtual void setMeasurementItems(const QVector<MeasurementItem> &items) = 0;
+
+    /// Puts a unit selector to @p index and reports the index, also when it has not changed.
+    virtual void setPollutantUnitIndex(int index) = 0;
+    virtual void setTemperatureUnitIndex(int index) = 0;
+
+    virtual void setConnectEnabled(bool enabled) = 0;
+
+    /// Shows the wait dialog with a bar from 0 to 100, or turns an open one into that.
+    virtual void showProgressWaitDialog(WaitDialogReason reason, const QString &text) = 0;
+
+    /// Shows the wait dialog with a running bar, or turns an open one into that.
+    virtual void showWaitDialog(WaitDialogReason reason, const QString &text) = 0;
+
+    /// Asks a question with Yes and No; true for Yes alone.
+    virtual bool askQuestion(const QString &title, const QString &text) = 0;
+
+    virtual void setWaitDialogProgress(int percentage) = 0;
+
+    /// Lets the user choose what to export. False when cancelled; @p selection is untouched then.
+    virtual bool showExportDialog(const DeviceDetails &device, LocalStorage *storage,
+                                  const QVector<MeasurementItem> &items,
+                                  ExportSelection *selection) = 0;
+
+    /// Opens the graph dialog beside the window; does nothing while it is open.
+    virtual void showGraph(const DeviceDetails &device, LocalStorage *storage,
+                           const QVector<MeasurementItem> &items,
+                           const MeasurementDisplayOptions &options,
+                           const GraphSettings &settings) = 0;
+
+    /// Starts or stops the one-second tick of the clock display.
+    virtual void setDeviceClockRunning(bool running) = 0;
+
+    /// Fills @p settings from the graph dialog.
+    virtual void graphSettings(GraphSettings &settings) = 0;
+
+    virtual void setDisplayOptions(const MeasurementDisplayOptions &options) = 0;
+
+    /// Where the port chosen in the list is; the empty text when the list is empty.
+    virtual QString selectedPort() = 0;
+};
