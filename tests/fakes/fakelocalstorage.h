@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "storage/localstorage.h"
+
+#include <functional>
+#include <QtCore/QStringList>
+
+/// A store that keeps nothing: it records what it is asked, in order, and answers as it was told
+/// to.
+class FakeLocalStorage : public LocalStorage
+{
+public:
+    struct AddedMeasurement
+    {
+        unsigned deviceId = 0;
+        MeasurementMetadata metadata;
+        unsigned idBefore = 0; ///< what the caller had in the id before the call
+    };
+    struct AddedValues
+    {
+        unsigned measurementId = 0;
+        QVector<MeasurementValue> values;
+    };
+    struct Range
+    {
+        QDateTime from;
+        QDateTime to;
+        unsigned deviceId = 0;
+    };
+
+    QStringList calls; ///< names of the operations called, in order
+
+    // Arguments of the calls, one list per operation.
+    QStringList openedPaths;
+    QVector<DeviceDetails> addedDevices;
+    QVector<AddedMeasurement> addedMeasurements;
+    QStringList addedTypes;
+    QVector<AddedValues> addedValues;
+    QVector<unsigned> metadataAsks;
+    QVector<unsigned> typesAsks;
+    QVector<Range> measurementsAsks;
+
+    // Answers.
+    bool openResult = true;
+    std::function<bool(const QString &path)> openPredicate; ///< decides instead, when set
+    bool addDeviceResult = true;
+    bool addDeviceWritesId = true; ///< false: the id is left as the caller had it
+    unsigned addDeviceId = 1;
+    bool addMeasurementResult = true;
+    unsigned addMeasurementId = 1;
+    bool addMeasurementTypeResult = true;
+    unsigned addMeasurementTypeId = 1;
+    QVector<StoredDevice> devicesResult;
+    QMap<unsigned, MeasurementMetadata> measurementMetadataResult;
+    QMap<unsigned, QString> measurementTypesResult;
+    QMap<unsigned, QMap<unsigned, QString>> measurementTypesByDevice; ///< goes before the one above
+    QVector<StoredMeasurement> measurementsResult;
+
+    /// How often the operation @p call was called.
+    int count(const QString &call) const { return static_cast<int>(calls.count(call)); }
+
+    bool open(const QString &path) override
+    {
+        calls << QStringLiteral("open");
+        openedPaths << path;
+        return openPredicate ? openPredicate(path) : openResult;
+    }
+
+    void close() override { calls << QStringLiteral("close"); }
+
+    bool addDevice(const DeviceDetails &details, unsigned &id) override
+    {
+        calls << QStringLiteral("addDevice");
+        addedDevices << details;
+        if (addDeviceWritesId) {
+            id = addDeviceId;
+        }
+        return addDeviceResult;
+    }
+
+    bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
+                        unsigned &measurementId) override
+    {
+        calls << QStringLiteral("addMeasurement");
+        addedMeasurements << AddedMeasurement{deviceId, metadata, measurementId};
+        if (addMeasurementResult) {
+            measurementId = addMeasurementId;
+        }
+        return addMeasurementResult;
+    }
+
+    bool addMeasurementType(const QString &name, unsigned &typeId) override
+    {
+        calls << QStringLiteral("addMeasurementType");
+        addedTypes << name;
+        if (addMeasurementTypeResult) {
+            typeId = addMeasurementTypeId;
+        }
+        return addMeasurementTypeResult;
+    }
+
+    void addMeasurementValues(unsigned measurementId,
+                              const QVector<MeasurementValue> &values) override
+    {
+        calls << QStringLiteral("addMeasurementValues");
+        addedValues << AddedValues{measurementId, values};
+    }
+
+    QVector<StoredDevice> devices() override
+    {
+        calls << QStringLiteral("devices");
+        return devicesResult;
+    }
+
+    QMap<unsigned, MeasurementMetadata> measurementMetadata(unsigned deviceId) override
+    {
+        calls << QStringLiteral("measurementMetadata");
+        metadataAsks << deviceId;
+        return measurementMetadataResult;
+    }
+
+    QMap<unsigned, QString> measurementTypes(unsigned deviceId) override
+    {
+        calls << QStringLiteral("measurementTypes");
+        typesAsks << deviceId;
+        return measurementTypesByDevice.value(deviceId, measurementTypesResult);
+    }
+
+    QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
+                                            unsigned deviceId) override
+    {
+        calls << QStringLiteral("measurements");
+        measurementsAsks << Range{from, to, deviceId};
+        return measurementsResult;
+    }
+};
