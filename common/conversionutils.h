@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+/// The arithmetic behind a change of unit.
+namespace ConversionUtils {
+
+double multiply(double value, double factor);
+
+/// @p celsius times 1.8 plus 32, with the factor in single precision: 100 °C is 211.99999523162842.
+double celsiusToFahrenheit(double celsius);
+
+/// (@p fahrenheit - 32) times 5, divided by 9. Not the exact inverse of celsiusToFahrenheit.
+double fahrenheitToCelsius(double fahrenheit);
+
+} // namespace ConversionUtils

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "common/measurementtypeutils.h"
+
+#include "common/conversionutils.h"
+
+#include <algorithm>
+#include <QtCore/QDebug>
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+
+bool MeasurementTypeUtils::findMeasurementItem(const QString &name,
+                                               const QVector<MeasurementItem> &items,
+                                               MeasurementItem &item)
+{
+    const auto found =
+        std::find_if(items.cbegin(), items.cend(),
+                     [&name](const MeasurementItem &candidate) { return candidate.name == name; });
+    if (found == items.cend()) {
+        return false;
+    }
+    item = *found;
+    return true;
+}
+
+double MeasurementTypeUtils::convertToDisplayUnit(double value, const QString &name,
+                                                  const MeasurementDisplayOptions &options,
+                                                  const QVector<MeasurementItem> &items)
+{
+    MeasurementItem item;
+    if (!findMeasurementItem(name, items, item)) {
+        return value;
+    }
+    return convertToDisplayUnit(value, item.type, item.unit, item.conversionMultiplier, options);
+}
+
+double MeasurementTypeUtils::convertToDisplayUnit(double value, MeasurementType type,
+                                                  MeasurementUnit unit, double multiplier,
+                                                  const MeasurementDisplayOptions &options)
+{
+    if (type == MeasurementType::AirTemperature) {
+        return convertTemperature(value, unit, options);
+    }
+    if (type == MeasurementType::Pollutant) {
+        return convertPollutant(value, unit, multiplier, options);
+    }
+    return value;
+}
+
+double MeasurementTypeUtils::convertPollutant(double value, MeasurementUnit unit, double multiplier,
+                                              const MeasurementDisplayOptions &options)
+{
+    if (options.pollutantInPpm && unit == MeasurementUnit::Ppm) {
+        return value;
+    }
+    if (!options.pollutantInPpm && unit == MeasurementUnit::MicrogramsPerCubicMetre) {
+        return value;
+    }
+    // Kept: multiplied in either direction, never divided.
+    return ConversionUtils::multiply(value, multiplier);
+}
+
+double MeasurementTypeUtils::convertTemperature(double value, MeasurementUnit unit,
+                                                const MeasurementDisplayOptions &options)
+{
+    if (isInDisplayTemperatureUnit(unit, options)) {
+        return value;
+    }
+    // Kept: the unit is not looked at again, so one that is no temperature is converted as well.
+    return options.temperatureInCelsius ? ConversionUtils::fahrenheitToCelsius(value)
+                                        : ConversionUtils::celsiusToFahrenheit(value);
+}
+
+bool MeasurementTypeUtils::isInDisplayTemperatureUnit(MeasurementUnit unit,
+                                                      const MeasurementDisplayOptions &options)
+{
+    return unit
+        == (options.temperatureInCelsius ? MeasurementUnit::Celsius : MeasurementUnit::Fahrenheit);
+}
+
+MeasurementUnit MeasurementTypeUtils::displayUnitOf(MeasurementType type,
+                                                    const MeasurementDisplayOptions &options)
+{
+    switch (type) {
+    case MeasurementType::Undefined:
+        return MeasurementUnit::Undefined;
+    case MeasurementType::AirTemperature:
+        return options.temperatureInCelsius ? MeasurementUnit::Celsius
+                                            : MeasurementUnit::Fahrenheit;
+    case MeasurementType::Pollutant:
+        return options.pollutantInPpm ? MeasurementUnit::Ppm
+                                      : MeasurementUnit::MicrogramsPerCubicMetre;
+    case MeasurementType::AirHumidity:
+        return MeasurementUnit::RelativeHumidity;
+    case MeasurementType::AirPressure:
+        return MeasurementUnit::Millibar;
+    case MeasurementType::ParticulateMatter:
+        return MeasurementUnit::MicrogramsPerCubicMetre;
+    case MeasurementType::WindDirection:
+        return MeasurementUnit::Degree;
+    case MeasurementType::WindSpeed:
+        return MeasurementUnit::MetresPerSecond;
+    case MeasurementType::Rain:
+        return MeasurementUnit::MillimetresPerHour;
+    case MeasurementType::Extra:
+        return MeasurementUnit::ExtraUnit;
+    case MeasurementType::SolarRadiation:
+        return MeasurementUnit::WattsPerSquareMetre;
+    }
+    return MeasurementUnit::Undefined;
+}
+
+MeasurementUnit MeasurementTypeUtils::displayUnitOf(const QString &name,
+                                                    const QVector<MeasurementItem> &items,
+                                                    const MeasurementDisplayOptions &options)
+{
+    MeasurementItem item;
+    if (!findMeasurementItem(name, items, item)) {
+        return MeasurementUnit::Undefined;
+    }
+    if (item.type == MeasurementType::Undefined) {
+        return item.unit;
+    }
+    return displayUnitOf(item.type, options);
+}
+
+QString MeasurementTypeUtils::measurementUnitToString(MeasurementUnit unit)
+{
+    static const QMap<MeasurementUnit, QString> texts{
+        {MeasurementUnit::Undefined, QObject::tr("Undefined")},
+        {MeasurementUnit::Celsius, QObject::tr("°C")},
+        {MeasurementUnit::Fahrenheit, QObject::tr("°F")},
+        {MeasurementUnit::Ppb, QObject::tr("ppb")},
+        {MeasurementUnit::Ppm, QObject::tr("ppm")},
+        {MeasurementUnit::MicrogramsPerCubicMetre, QObject::tr("µg/m³")},
+        {MeasurementUnit::Millibar, QObject::tr("mbar")},
+        {MeasurementUnit::RelativeHumidity, QObject::tr("%RH")},
+        {MeasurementUnit::Degree, QObject::tr("°")},
+        {MeasurementUnit::ExtraUnit, QString()},
+        {MeasurementUnit::MillimetresPerHour, QObject::tr("mm/h")},
+        {MeasurementUnit::MetresPerSecond, QObject::tr("m/s")},
+        {MeasurementUnit::WattsPerSquareMetre, QObject::tr("W/m2")},
+    };
+    const auto found = texts.constFind(unit);
+    if (found == texts.cend()) {
+        qWarning()
+            << "static QString MeasurementTypeUtils::measurementUnitToString(MeasurementUnit)"
+            << "Unit type not supported:" << static_cast<int>(unit);
+        return QString();
+    }
+    return *found;
+}
+
+QString MeasurementTypeUtils::displayUnitText(const QString &name,
+                                              const QVector<MeasurementItem> &items,
+                                              const MeasurementDisplayOptions &options)
+{
+    const MeasurementUnit unit = displayUnitOf(name, items, options);
+    if (unit == MeasurementUnit::Undefined && options.hideUndefinedUnit) {
+        return QString();
+    }
+    return measurementUnitToString(unit);
+}
+
+QString MeasurementTypeUtils::displayUnitCaption(const QString &name,
+                                                 const QVector<MeasurementItem> &items,
+                                                 const MeasurementDisplayOptions &options)
+{
+    const QString text = displayUnitText(name, items, options);
+    return text.isEmpty() ? text : QStringLiteral("(%1)").arg(text);
+}
+
+QString MeasurementTypeUtils::displayName(const QString &name,
+                                          const QVector<MeasurementItem> &items)
+{
+    MeasurementItem item;
+    return findMeasurementItem(name, items, item) ? item.displayName : name;
+}
+
+double MeasurementTypeUtils::conversionMultiplier(const QString &name,
+                                                  const QVector<MeasurementItem> &items)
+{
+    MeasurementItem item;
+    if (!findMeasurementItem(name, items, item) || item.conversionMultiplier == 0.0) {
+        return 1.0;
+    }
+    return item.conversionMultiplier;
+}

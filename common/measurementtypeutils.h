@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/measurementdisplayoptions.h"
+#include "common/measurementitem.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// Answers what a measurement's value is in the unit that the user chose, what that unit is called,
+/// and what the measurement is called.
+///
+/// The items are those of the current model. A name is looked up exactly, from the front, so the
+/// first of several items with one name decides. Nothing here fails: an unknown name keeps its
+/// value and its raw name and has no unit.
+class MeasurementTypeUtils
+{
+public:
+    /// Copies the first item called @p name into @p item; false, with @p item untouched, without
+    /// one.
+    static bool findMeasurementItem(const QString &name, const QVector<MeasurementItem> &items,
+                                    MeasurementItem &item);
+
+    /// @p value of the measurement @p name in the chosen unit; unchanged for an unknown name.
+    static double convertToDisplayUnit(double value, const QString &name,
+                                       const MeasurementDisplayOptions &options,
+                                       const QVector<MeasurementItem> &items);
+
+    /// @p value, delivered in @p unit, in the chosen unit. Only air temperature and pollutants have
+    /// a choice; every other type passes unchanged, whatever its @p multiplier.
+    static double convertToDisplayUnit(double value, MeasurementType type, MeasurementUnit unit,
+                                       double multiplier, const MeasurementDisplayOptions &options);
+
+    /// @p value times @p multiplier unless @p unit is the chosen unit already. The one factor
+    /// serves every direction: a model gives it for the one that its device needs.
+    static double convertPollutant(double value, MeasurementUnit unit, double multiplier,
+                                   const MeasurementDisplayOptions &options);
+
+    /// @p value in the chosen temperature unit. A @p unit that is no temperature is taken for the
+    /// one that was not chosen.
+    static double convertTemperature(double value, MeasurementUnit unit,
+                                     const MeasurementDisplayOptions &options);
+
+    static bool isInDisplayTemperatureUnit(MeasurementUnit unit,
+                                           const MeasurementDisplayOptions &options);
+
+    /// The unit in which values of @p type are shown; Undefined for an unknown type.
+    static MeasurementUnit displayUnitOf(MeasurementType type,
+                                         const MeasurementDisplayOptions &options);
+
+    /// The unit in which the measurement @p name is shown: that of its type, or the item's own when
+    /// the type is Undefined. Undefined for an unknown name.
+    static MeasurementUnit displayUnitOf(const QString &name, const QVector<MeasurementItem> &items,
+                                         const MeasurementDisplayOptions &options);
+
+    /// The text of @p unit; empty, with a warning in the log, for a number that is no unit.
+    static QString measurementUnitToString(MeasurementUnit unit);
+
+    /// The text of the unit in which @p name is shown; empty for an undefined unit that is hidden.
+    static QString displayUnitText(const QString &name, const QVector<MeasurementItem> &items,
+                                   const MeasurementDisplayOptions &options);
+
+    /// displayUnitText() in brackets, to stand behind a name; empty when there is no text.
+    static QString displayUnitCaption(const QString &name, const QVector<MeasurementItem> &items,
+                                      const MeasurementDisplayOptions &options);
+
+    /// The text to show for the measurement @p name; the name itself when it is unknown.
+    static QString displayName(const QString &name, const QVector<MeasurementItem> &items);
+
+    /// The factor of the measurement @p name; 1.0 when it is unknown or its factor is exactly 0.
+    static double conversionMultiplier(const QString &name, const QVector<MeasurementItem> &items);
+};
