@@ -1,0 +1,438 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/dataparser.h"
+
+#include "common/utils.h"
+
+#include <QtCore/QDate>
+#include <QtCore/QTime>
+
+namespace {
+
+// Marks the end of a reply: a new line and, somewhere behind it, the prompt.
+constexpr char promptSuffix[] = "\r\n.*\\$.*";
+
+enum class Ending {
+    OwnWords, // complete with its own words; what follows is passed over by the next job
+    Prompt // complete once the new prompt has arrived
+};
+
+struct ReplyPattern
+{
+    const char *pattern;
+    Ending ending;
+    int minCaptures;
+};
+
+// The grammar. A dot of the engine matches line ends too, and the whole text has to match; hence
+// the ".*" at the ends. The device's misspelling of "Reseting" is its own.
+constexpr ReplyPattern modelReply = {".*Model: (.*)\r\nSerial:.*", Ending::OwnWords, 1};
+constexpr ReplyPattern valueReply = {".*show\\:\\s%1=(.*)", Ending::Prompt, 1};
+constexpr ReplyPattern unknownParameterReply = {".*show: Unknown parameter!.*", Ending::OwnWords,
+                                                0};
+constexpr ReplyPattern setValueReply = {".*set\\:\\s.*=(.*)", Ending::Prompt, 1};
+constexpr ReplyPattern measurementsReply = {".*show: meas=\"?([^\"]*)\"?", Ending::Prompt, 1};
+constexpr ReplyPattern dateReply = {".*(\\d+)-(\\d+)-(\\d+)T(\\d+):(\\d+):(\\d+)", Ending::Prompt,
+                                    6};
+constexpr ReplyPattern dateUpdatedReply = {
+    ".*Date updated to (\\d+)-(\\d+)-(\\d+)T(\\d+):(\\d+):(\\d+)\r\n.*", Ending::OwnWords, 6};
+constexpr ReplyPattern logCountReply = {".*\\r\\ncount=(\\d+)", Ending::Prompt, 1};
+constexpr ReplyPattern noLogOptionReply = {".*No LOG option installed!", Ending::Prompt, 0};
+constexpr ReplyPattern logErasedReply = {".*Log\\serased\\!", Ending::Prompt, 0};
+constexpr ReplyPattern logTitlesReply = {".*\\$\\s+log --read=0\r\n00000=(.*)#(\\w\\w).*",
+                                         Ending::OwnWords, 2};
+constexpr ReplyPattern logValueReply = {".*log\\s--read=%1\r\n(\\d+)=(.*)#(\\w\\w).*",
+                                        Ending::OwnWords, 3};
+constexpr ReplyPattern configurationWrittenReply = {
+    ".*Writing\\scurrent\\sconfiguration\\sto\\snon-volatile\\smemory\\.\\.\\.\\s\\d+\\sbytes\\s"
+    "written!",
+    Ending::Prompt, 0};
+constexpr ReplyPattern factoryResetDoneReply = {
+    ".*Loading default configuration\\.\\.\\. OK!\r\n"
+    "Write the default configuration to non-volatile memory by using.*command.*",
+    Ending::OwnWords, 0};
+constexpr ReplyPattern eepromBlockReply = {".*eeprom\\s--read_block\\s%1\r\n(.*)\r\nDone\r\n.*",
+                                           Ending::OwnWords, 1};
+constexpr ReplyPattern eepromBlockWrittenReply = {".*\r\nPlease input 64 bytes\r\n\r\nDone\r\n.*",
+                                                  Ending::OwnWords, 0};
+constexpr ReplyPattern rebootedReply = {
+    ".*Performing selftest...((.|\r\n)*)All tests passed.((.|\r\n)*)Orvanta KVT.*\r\n"
+    "Compiled on .*\r\n"
+    "Copyright .*",
+    Ending::OwnWords, 0};
+constexpr ReplyPattern resettingReply = {".*Reseting device in 5 seconds.*", Ending::OwnWords, 0};
+constexpr ReplyPattern bootPromptReply = {".*BOOT", Ending::OwnWords, 0};
+constexpr ReplyPattern firmwareBlockAcceptedReply = {"\\*", Ending::OwnWords, 0};
+constexpr ReplyPattern firmwareBlockRejectedReply = {"!", Ending::OwnWords, 0};
+constexpr ReplyPattern firmwareDoneReply = {"\\..*", Ending::OwnWords, 0};
+constexpr ReplyPattern showListReply = {".*show\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
+constexpr ReplyPattern setListReply = {".*set\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
+
+QString patternText(const ReplyPattern &reply)
+{
+    QString text = QLatin1String(reply.pattern);
+    if (reply.ending == Ending::Prompt) {
+        text += QLatin1String(promptSuffix);
+    }
+    return text;
+}
+
+bool matches(const QString &text, const ReplyPattern &reply, QRegExp &rx)
+{
+    return DataParser::matchReply(text, patternText(reply), reply.minCaptures, rx);
+}
+
+// The argument takes the place of %1, unescaped.
+template <typename Argument>
+bool matches(const QString &text, const ReplyPattern &reply, const Argument &argument, QRegExp &rx)
+{
+    return DataParser::matchReply(text, patternText(reply).arg(argument), reply.minCaptures, rx);
+}
+
+bool matches(const QString &text, const ReplyPattern &reply)
+{
+    QRegExp rx;
+    return matches(text, reply, rx);
+}
+
+bool parseDateReply(const QString &text, const ReplyPattern &reply, QDateTime &time)
+{
+    QRegExp rx;
+    return matches(text, reply, rx) && DataParser::dateTimeFromCaptures(rx, time);
+}
+
+bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &item)
+{
+    QRegExp rx;
+    if (!matches(text, reply, rx)) {
+        return false;
+    }
+    item.value = rx.cap(2);
+    return DataParser::parseInt(rx.cap(1), item.index);
+}
+
+constexpr int hexBase = 16;
+constexpr int digitsPerByte = 2;
+
+struct DeviceLetter
+{
+    ushort letter;
+    ushort onDevice;
+};
+
+constexpr DeviceLetter deviceLetters[] = {{0x00E4, 0x0084}, {0x00F6, 0x0094}, {0x00C4, 0x008E},
+                                          {0x00D6, 0x0099}, {0x00E5, 0x0086}, {0x00C5, 0x008F}};
+
+} // namespace
+
+QString DataParser::toDeviceText(const QString &text)
+{
+    QString result = text;
+    for (const DeviceLetter &entry : deviceLetters) {
+        result.replace(QChar(entry.letter), QChar(entry.onDevice), Qt::CaseSensitive);
+    }
+    return result;
+}
+
+QString DataParser::fromDeviceText(const QString &text)
+{
+    QString result = text;
+    for (const DeviceLetter &entry : deviceLetters) {
+        result.replace(QChar(entry.onDevice), QChar(entry.letter), Qt::CaseSensitive);
+    }
+    return result;
+}
+
+bool DataParser::parseModel(const QString &text, QString &model)
+{
+    QRegExp rx;
+    if (!matches(text, modelReply, rx)) {
+        return false;
+    }
+    model = rx.cap(1);
+    return true;
+}
+
+bool DataParser::parseValue(const QString &name, const QString &text, QString &value)
+{
+    QRegExp rx;
+    if (!matches(text, valueReply, name, rx)) {
+        return false;
+    }
+    value = rx.cap(1);
+    return true;
+}
+
+bool DataParser::isUnknownParameter(const QString &text)
+{
+    return matches(text, unknownParameterReply);
+}
+
+bool DataParser::parseSetValue(const QString &text, QString &value)
+{
+    QRegExp rx;
+    if (!matches(text, setValueReply, rx)) {
+        return false;
+    }
+    value = rx.cap(1);
+    return true;
+}
+
+bool DataParser::parseMeasurements(const QString &text, QMap<QString, QString> &values)
+{
+    QRegExp rx;
+    if (!matches(text, measurementsReply, rx)) {
+        return false;
+    }
+    values.clear();
+    return parseMeasurementPairs(rx.cap(1), values);
+}
+
+bool DataParser::parseDate(const QString &text, QDateTime &date)
+{
+    return parseDateReply(text, dateReply, date);
+}
+
+bool DataParser::parseDateUpdated(const QString &text, QDateTime &date)
+{
+    return parseDateReply(text, dateUpdatedReply, date);
+}
+
+bool DataParser::parseLogCount(const QString &text, int &count)
+{
+    QRegExp rx;
+    return matches(text, logCountReply, rx) && parseInt(rx.cap(1), count);
+}
+
+bool DataParser::isNoLogOption(const QString &text)
+{
+    return matches(text, noLogOptionReply);
+}
+
+bool DataParser::isLogErased(const QString &text)
+{
+    return matches(text, logErasedReply);
+}
+
+DataParserResult DataParser::parseLogTitles(const QString &text, QStringList &titles)
+{
+    QRegExp rx;
+    unsigned checksum = 0;
+    if (!matches(text, logTitlesReply, rx) || !parseHex(rx.cap(2), checksum)) {
+        return DataParserResult::NoMatch;
+    }
+    if (!crcMatches(rx.cap(1), checksum)) {
+        return DataParserResult::ChecksumMismatch;
+    }
+    titles = splitLogFields(rx.cap(1));
+    return DataParserResult::Matched;
+}
+
+DataParserResult DataParser::parseLogValue(const QString &text, int index, QDateTime &time,
+                                           QVector<double> &values)
+{
+    QRegExp rx;
+    if (!matches(text, logValueReply, index, rx) || !intEquals(rx.cap(1), index)) {
+        return DataParserResult::NoMatch;
+    }
+    // The record comes before the checksum: only a well-formed record can be called a wrong one.
+    unsigned checksum = 0;
+    if (!parseLogRecord(rx.cap(2), time, values) || !parseHex(rx.cap(3), checksum)) {
+        return DataParserResult::NoMatch;
+    }
+    return crcMatches(rx.cap(2), checksum) ? DataParserResult::Matched
+                                           : DataParserResult::ChecksumMismatch;
+}
+
+bool DataParser::isConfigurationWritten(const QString &text)
+{
+    return matches(text, configurationWrittenReply);
+}
+
+bool DataParser::isFactoryResetDone(const QString &text)
+{
+    return matches(text, factoryResetDoneReply);
+}
+
+bool DataParser::parseEepromBlock(const QString &text, quint16 index, QByteArray &data)
+{
+    QRegExp rx;
+    if (!matches(text, eepromBlockReply, index, rx)) {
+        return false;
+    }
+    const QString digits = rx.cap(1);
+    const int byteCount = digits.size() / digitsPerByte;
+    for (int i = 0; i < byteCount; ++i) {
+        bool ok = false;
+        const uint byte = digits.midRef(i * digitsPerByte, digitsPerByte).toUInt(&ok, hexBase);
+        if (!ok) {
+            data.clear();
+            return false;
+        }
+        data.append(static_cast<char>(byte));
+    }
+    return true;
+}
+
+bool DataParser::isEepromBlockWritten(const QString &text)
+{
+    return matches(text, eepromBlockWrittenReply);
+}
+
+bool DataParser::isRebooted(const QString &text)
+{
+    return matches(text, rebootedReply);
+}
+
+bool DataParser::isResetting(const QString &text)
+{
+    return matches(text, resettingReply);
+}
+
+bool DataParser::isBootPrompt(const QString &text)
+{
+    return matches(text, bootPromptReply);
+}
+
+bool DataParser::isFirmwareBlockAccepted(const QString &text)
+{
+    return matches(text, firmwareBlockAcceptedReply);
+}
+
+bool DataParser::isFirmwareBlockRejected(const QString &text)
+{
+    return matches(text, firmwareBlockRejectedReply);
+}
+
+bool DataParser::isFirmwareDone(const QString &text)
+{
+    return matches(text, firmwareDoneReply);
+}
+
+bool DataParser::parseShowList(const QString &text, ListItem &item)
+{
+    return parseListReply(text, showListReply, item);
+}
+
+bool DataParser::parseSetList(const QString &text, ListItem &item)
+{
+    return parseListReply(text, setListReply, item);
+}
+
+bool DataParser::matchReply(const QString &text, const QString &pattern, int minCaptures,
+                            QRegExp &rx)
+{
+    rx.setCaseSensitivity(Qt::CaseInsensitive);
+    rx.setPattern(pattern);
+    if (!rx.exactMatch(text)) {
+        return false;
+    }
+    if (rx.indexIn(text, 0, QRegExp::CaretAtZero) > 0) {
+        return true;
+    }
+    return rx.captureCount() >= minCaptures;
+}
+
+bool DataParser::parseMeasurementPairs(const QString &text, QMap<QString, QString> &values)
+{
+    const QStringList parts = text.split(QLatin1Char(';'));
+    for (const QString &part : parts) {
+        const QStringList pieces = part.split(QLatin1Char('='));
+        if (pieces.size() < 2) {
+            values.clear();
+            return false;
+        }
+        values.insert(pieces.at(0), pieces.at(1));
+    }
+    return true;
+}
+
+bool DataParser::dateTimeFromCaptures(const QRegExp &rx, QDateTime &date)
+{
+    QTime clock;
+    QDate day;
+    if (!timeFromCaptures(rx, clock) || !dateFromCaptures(rx, day)) {
+        return false;
+    }
+    date.setDate(day);
+    date.setTime(clock);
+    date.setTimeSpec(Qt::UTC);
+    return true;
+}
+
+bool DataParser::timeFromCaptures(const QRegExp &rx, QTime &time)
+{
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    if (!parseInt(rx.cap(4), hour) || !parseInt(rx.cap(5), minute)
+        || !parseInt(rx.cap(6), second)) {
+        return false;
+    }
+    time.setHMS(hour, minute, second, 0);
+    return true;
+}
+
+bool DataParser::dateFromCaptures(const QRegExp &rx, QDate &date)
+{
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    if (!parseInt(rx.cap(1), year) || !parseInt(rx.cap(2), month) || !parseInt(rx.cap(3), day)) {
+        return false;
+    }
+    date.setDate(year, month, day);
+    return true;
+}
+
+bool DataParser::parseInt(const QString &text, int &out)
+{
+    bool ok = false;
+    out = text.toInt(&ok);
+    return ok;
+}
+
+bool DataParser::intEquals(const QString &text, int value)
+{
+    int number = 0;
+    return parseInt(text, number) && number == value;
+}
+
+bool DataParser::parseHex(const QString &text, unsigned &out)
+{
+    if (text.isEmpty()) {
+        return false;
+    }
+    bool ok = false;
+    out = text.toUInt(&ok, hexBase);
+    return ok;
+}
+
+bool DataParser::parseLogRecord(const QString &text, QDateTime &time, QVector<double> &values)
+{
+    values.clear();
+    QStringList fields = splitLogFields(text);
+    time = QDateTime::fromString(fields.at(0), Qt::ISODate);
+    time.setTimeSpec(Qt::UTC);
+    fields.removeFirst();
+    for (const QString &field : qAsConst(fields)) {
+        bool ok = false;
+        const double number = field.toDouble(&ok);
+        if (!ok) {
+            values.clear();
+            return false;
+        }
+        values.append(number);
+    }
+    return true;
+}
+
+QStringList DataParser::splitLogFields(const QString &text)
+{
+    return text.split(QLatin1Char(','));
+}
+
+bool DataParser::crcMatches(const QString &text, unsigned expected)
+{
+    // Compared wider than both: the checksum of a text beyond ASCII is -1, and equals nothing.
+    return static_cast<qint64>(crc8(text)) == static_cast<qint64>(expected);
+}
