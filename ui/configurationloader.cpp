@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/configurationloader.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QFile>
+#include <QtCore/QStringList>
+
+#include <algorithm>
+
+namespace {
+
+const QMap<QString, MeasurementType> &measurementTypes()
+{
+    static const QMap<QString, MeasurementType> types{
+        {QStringLiteral("air temperature"), MeasurementType::AirTemperature},
+        {QStringLiteral("air humidity"), MeasurementType::AirHumidity},
+        {QStringLiteral("air pressure"), MeasurementType::AirPressure},
+        {QStringLiteral("pm2.5"), MeasurementType::ParticulateMatter},
+        {QStringLiteral("pm10"), MeasurementType::ParticulateMatter},
+        {QStringLiteral("pollutant"), MeasurementType::Pollutant},
+        {QStringLiteral("rain"), MeasurementType::Rain},
+        {QStringLiteral("winddir"), MeasurementType::WindDirection},
+        {QStringLiteral("windspeed"), MeasurementType::WindSpeed},
+        {QStringLiteral("solar radiation"), MeasurementType::SolarRadiation},
+        {QStringLiteral("extra"), MeasurementType::Extra}};
+    return types;
+}
+
+const QMap<QString, MeasurementUnit> &measurementUnits()
+{
+    static const QMap<QString, MeasurementUnit> units{
+        {QStringLiteral("c"), MeasurementUnit::Celsius},
+        {QStringLiteral("f"), MeasurementUnit::Fahrenheit},
+        {QStringLiteral("mbar"), MeasurementUnit::Millibar},
+        {QStringLiteral("rh"), MeasurementUnit::RelativeHumidity},
+        {QStringLiteral("ppb"), MeasurementUnit::Ppb},
+        {QStringLiteral("ppm"), MeasurementUnit::Ppm},
+        {QStringLiteral("ug/m3"), MeasurementUnit::MicrogramsPerCubicMetre},
+        {QStringLiteral("extra"), MeasurementUnit::ExtraUnit},
+        {QStringLiteral("deg"), MeasurementUnit::Degree},
+        {QStringLiteral("m/s"), MeasurementUnit::MetresPerSecond},
+        {QStringLiteral("w/m2"), MeasurementUnit::WattsPerSquareMetre},
+        {QStringLiteral("mm/h"), MeasurementUnit::MillimetresPerHour}};
+    return units;
+}
+
+// Case-sensitive, unlike the types of measurements: "Float" is a text.
+ConfigurationItemType configurationItemType(const QString &text)
+{
+    if (text == QLatin1String("float")) {
+        return ConfigurationItemType::Float;
+    }
+    if (text == QLatin1String("int")) {
+        return ConfigurationItemType::Int;
+    }
+    return ConfigurationItemType::Text;
+}
+
+} // namespace
+
+bool ConfigurationLoader::load(QMap<QString, DeviceConfiguration> &devices, const QString &path)
+{
+    QFile file(path);
+    if (!file.exists()) {
+        qDebug() << "File" << path << "does not exist!";
+        return false;
+    }
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qDebug() << "Failed to open file" << path;
+        return false;
+    }
+    m_reader.setDevice(&file);
+    const bool loaded = readDevices(devices);
+    m_reader.setDevice(nullptr);
+    return loaded;
+}
+
+bool ConfigurationLoader::readDevices(QMap<QString, DeviceConfiguration> &devices)
+{
+    for (const QString &element : {QStringLiteral("KVTConfig"), QStringLiteral("Devices")}) {
+        if (!m_reader.readNextStartElement() || !isElement(element)) {
+            return false;
+        }
+    }
+    // A stranger or a nameless device ends the list in silence; the models behind it are not read.
+    const QString deviceElement = QStringLiteral("Device");
+    const QString nameAttribute = QStringLiteral("name");
+    while (m_reader.readNextStartElement() && isElement(deviceElement)
+           && hasAttribute(nameAttribute, deviceElement)) {
+        const QString name = attributeText(nameAttribute);
+        DeviceConfiguration device;
+        if (!readDevice(device)) {
+            return false;
+        }
+        devices.insert(name, device);
+    }
+    return true;
+}
+
+// A stranger is neither read nor skipped here and in a configuration: its children count as
+// children of the element around it, and its end ends the list.
+bool ConfigurationLoader::readDevice(DeviceConfiguration &device)
+{
+    while (m_reader.readNextStartElement()) {
+        if (isElement(QStringLiteral("Configuration"))) {
+            if (!readConfiguration(device)) {
+                return false;
+            }
+        } else if (isElement(QStringLiteral("Measurements"))) {
+            if (!readMeasurements(device)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool ConfigurationLoader::readConfiguration(DeviceConfiguration &device)
+{
+    while (m_reader.readNextStartElement()) {
+        if (isElement(QStringLiteral("ConfigurationItemGroup"))
+            && !readConfigurationItemGroup(device)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ConfigurationLoader::readConfigurationItemGroup(DeviceConfiguration &device)
+{
+    const QString groupAttribute = QStringLiteral("group");
+    if (!hasAttribute(groupAttribute, QStringLiteral("ConfigurationItemGroup"))) {
+        return false;
+    }
+    const QString group = attributeText(groupAttribute);
+    while (m_reader.readNextStartElement()) {
+        if (isElement(QStringLiteral("ConfigurationItem"))
+            && !readConfigurationItem(group, device)) {
+            return false;
+        }
+        m_reader.skipCurrentElement();
+    }
+    return true;
+}
+
+bool ConfigurationLoader::readConfigurationItem(const QString &group, DeviceConfiguration &device)
+{
+    if (!hasAttributes({QStringLiteral("type"), QStringLiteral("min"), QStringLiteral("max"),
+                        QStringLiteral("name"), QStringLiteral("alias")},
+                       QStringLiteral("ConfigurationItem"))) {
+        return false;
+    }
+    ConfigurationItem item;
+    item.group = group;
+    item.name = attributeText(QStringLiteral("name"));
+    item.alias = attributeText(QStringLiteral("alias"));
+    item.min = attributeText(QStringLiteral("min")).toFloat();
+    item.max = attributeText(QStringLiteral("max")).toFloat();
+    item.type = configurationItemType(attributeText(QStringLiteral("type")));
+    device.configurationItems.append(item);
+    return true;
+}
+
+bool ConfigurationLoader::readMeasurements(DeviceConfiguration &device)
+{
+    while (m_reader.readNextStartElement()) {
+        if (isElement(QStringLiteral("Measurement")) && !readMeasurement(device)) {
+            return false;
+        }
+        m_reader.skipCurrentElement();
+    }
+    return true;
+}
+
+bool ConfigurationLoader::readMeasurement(DeviceConfiguration &device)
+{
+    // The message speaks of "MeasurementItem", not of the element's own name: kept.
+    if (!hasAttributes({QStringLiteral("name"), QStringLiteral("type"), QStringLiteral("unit")},
+                       QStringLiteral("MeasurementItem"))) {
+        return false;
+    }
+    MeasurementItem item;
+    item.name = attributeText(QStringLiteral("name"));
+    item.displayName = attributeText(QStringLiteral("displayName"));
+    if (item.displayName.isEmpty()) {
+        item.displayName = item.name;
+    }
+    const QString type = attributeText(QStringLiteral("type")).toLower();
+    if (!measurementTypes().contains(type)) {
+        qWarning() << "Unable to parse measurement type" << type;
+        return false;
+    }
+    item.type = measurementTypes().value(type);
+    const QString unit = attributeText(QStringLiteral("unit")).toLower();
+    if (!measurementUnits().contains(unit)) {
+        qWarning() << "Unable to parse unit" << unit;
+        return false;
+    }
+    item.unit = measurementUnits().value(unit);
+    const QXmlStreamAttributes attributes = m_reader.attributes();
+    const QStringRef multiplier = attributes.value(QStringLiteral("conversionMultiplier"));
+    item.conversionMultiplier = multiplier.isNull() ? 1.0 : multiplier.toDouble();
+    device.measurementItems.append(item);
+    return true;
+}
+
+bool ConfigurationLoader::isElement(const QString &name)
+{
+    return m_reader.name().toString().toLower() == name.toLower();
+}
+
+bool ConfigurationLoader::hasAttribute(const QString &attribute, const QString &element)
+{
+    const QXmlStreamAttributes attributes = m_reader.attributes();
+    if (attributes.value(attribute).isNull()) {
+        qDebug() << attribute << "attribute not specified for" << element << "element!";
+        return false;
+    }
+    return true;
+}
+
+bool ConfigurationLoader::hasAttributes(const QStringList &attributes, const QString &element)
+{
+    return std::all_of(attributes.begin(), attributes.end(),
+                       [&](const QString &attribute) { return hasAttribute(attribute, element); });
+}
+
+QString ConfigurationLoader::attributeText(const QString &attribute)
+{
+    const QXmlStreamAttributes attributes = m_reader.attributes();
+    return attributes.value(attribute).toString();
+}
