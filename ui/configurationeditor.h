@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ui/deviceconfiguration.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtWidgets/QTableWidget>
+
+/// The settings of the model, one row each; the only place where their current values live.
+///
+/// A row is known by its alias, the device's variable. Values are free text without limits: the
+/// device judges them.
+class ConfigurationEditor : public QTableWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ConfigurationEditor(QWidget *parent);
+
+    /// Rebuilds the rows from the settings of @p configuration, with empty values and without a
+    /// report. A table that sorts goes on sorting; its rows then stand in the order of the sort.
+    void setConfiguration(const DeviceConfiguration &configuration);
+
+    /// Shows @p value in every row with the alias @p name; reported like a user's edit while the
+    /// editor is enabled. A name without a row is ignored.
+    void setConfigurationValue(const QString &name, const QString &value);
+
+    /// The aliases, from the top.
+    QStringList configurationNames();
+
+signals:
+    /// The value of the setting with the alias @p name is now @p newValue.
+    void valueChanged(QString name, QString newValue);
+
+private slots:
+    void onItemChanged(QTableWidgetItem *item);
+
+private:
+    void setupColumns();
+    void addConfigurationItem(int row, const ConfigurationItem &configurationItem);
+};

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtWidgets/QItemDelegate>
+
+/// What rides on the value cell of a setting.
+namespace ConfigurationRole {
+constexpr int type = Qt::UserRole + 1; ///< ConfigurationItemType as int
+constexpr int min = Qt::UserRole + 2; ///< float
+constexpr int max = Qt::UserRole + 3; ///< float; for a text its greatest length, when above 0
+} // namespace ConfigurationRole
+
+/// Makes the editor that fits the type and the range of a setting.
+class ConfigurationItemDelegate : public QItemDelegate
+{
+    Q_OBJECT
+
+public:
+    explicit ConfigurationItemDelegate(QObject *parent);
+
+    /// A spin box, a spin box with decimals or a line edit, owned by @p parent. Null, so that the
+    /// cell can't be edited, for any other type and for a text without a line edit.
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const override;
+};
