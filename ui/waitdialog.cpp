@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/waitdialog.h"
+
+#include "ui_waitdialog.h"
+
+namespace {
+constexpr int fullPercent = 100;
+}
+
+WaitDialog::WaitDialog(QWidget *parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::WaitDialog>())
+{
+    m_ui->setupUi(this);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &WaitDialog::cancelClicked);
+}
+
+WaitDialog::~WaitDialog() = default;
+
+void WaitDialog::showDialog(const QString &text, bool showProgress)
+{
+    if (showProgress) {
+        m_ui->progressBar->setRange(0, fullPercent);
+        m_ui->progressBar->setValue(0);
+    } else {
+        m_ui->progressBar->setRange(0, 0);
+    }
+    setWindowTitle(text);
+    if (!isVisible()) {
+        exec();
+    }
+}
+
+void WaitDialog::progress(int progress)
+{
+    m_ui->progressBar->setValue(progress);
+}
+
+void WaitDialog::finished()
+{
+    close();
+}
+
+void WaitDialog::closeEvent(QCloseEvent *)
+{
+    // Every close is a cancel, the one at the normal end of an operation too: nothing tells them
+    // apart. The event stays accepted, and the base class stays out, so that the dialog closes.
+    emit cancelClicked();
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtWidgets/QDialog>
+
+#include <memory>
+
+namespace Ui {
+class WaitDialog;
+}
+
+/// The modal dialog behind every long operation: a progress bar and a cancel button, with the
+/// message in the title. One instance is shown again and again; it doesn't know why it is up.
+class WaitDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit WaitDialog(QWidget *parent);
+    ~WaitDialog() override;
+
+    /// Shows @p text as the title and a bar from 0 to 100, or a running bar without @p
+    /// showProgress. Returns when the dialog has closed, or at once where it was already visible.
+    void showDialog(const QString &text, bool showProgress);
+
+public slots:
+    /// Moves the bar to @p progress percent. Does not close the dialog at 100.
+    void progress(int progress);
+
+    /// Closes the dialog, and so emits cancelClicked().
+    void finished();
+
+signals:
+    /// The cancel button was clicked, or the dialog got a close event, whichever way that came.
+    void cancelClicked();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    std::unique_ptr<Ui::WaitDialog> m_ui;
+};
