@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QString>
+
+/// A device's identity as properties, ready to be bound to a view. Nothing creates one yet: the
+/// identity travels in DeviceDetails.
+///
+/// Each setter assigns and reports, also where the value stays the same.
+class DeviceItem : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(
+        QString serialNumber READ serialNumber WRITE setSerialNumber NOTIFY serialNumberChanged)
+    Q_PROPERTY(QString modelNumber READ modelNumber WRITE setModelNumber NOTIFY modelNumberChanged)
+    Q_PROPERTY(QString swVersion READ swVersion WRITE setSwVersion NOTIFY swVersionChanged)
+    Q_PROPERTY(QString hwVersion READ hwVersion WRITE setHwVersion NOTIFY hwVersionChanged)
+
+public:
+    explicit DeviceItem(QObject *parent = nullptr);
+
+    QString serialNumber() const { return m_serialNumber; }
+    QString modelNumber() const { return m_modelNumber; }
+    QString swVersion() const { return m_swVersion; }
+    QString hwVersion() const { return m_hwVersion; }
+
+    void setSerialNumber(const QString &newValue);
+    void setModelNumber(const QString &newValue);
+    void setSwVersion(const QString &newValue);
+    void setHwVersion(const QString &newValue);
+
+signals:
+    void serialNumberChanged(QString newValue);
+    void modelNumberChanged(QString newValue);
+    void swVersionChanged(QString newValue);
+    void hwVersionChanged(QString newValue);
+
+private:
+    QString m_serialNumber;
+    QString m_modelNumber;
+    QString m_swVersion;
+    QString m_hwVersion;
+};

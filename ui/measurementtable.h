@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/measurementdisplayoptions.h"
+#include "common/measurementitem.h"
+#include "storage/measurementvalue.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+#include <QtWidgets/QTableWidget>
+
+/// The latest reading of each measurement of the model, in the units that the user has chosen.
+///
+/// The raw reading rides on the row, so that a change of unit needs no new reading.
+class MeasurementTable : public QTableWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MeasurementTable(QWidget *parent);
+
+    /// Rebuilds all rows, in the order of @p items and without readings.
+    void setMeasurementItems(const QVector<MeasurementItem> &items);
+
+    /// Takes in one reply of the device. Unknown names are dropped; a value that is not valid
+    /// removes its row until the next setMeasurementItems(); rows without a value keep their last
+    /// reading.
+    void updateMeasurements(const QVector<MeasurementValue> &values);
+
+    /// Redraws every row in the units of @p options.
+    void setDisplayOptions(const MeasurementDisplayOptions &options);
+
+private:
+    void setupColumns();
+    int findRow(const QString &name);
+    void refreshItem(QTableWidgetItem *item);
+    void refreshAll();
+    QString formatValue(const QString &value, int type, int unit, double multiplier);
+
+    MeasurementDisplayOptions m_displayOptions;
+};
