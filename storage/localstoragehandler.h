@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "storage/localstorage.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// Remembers which row of the store the connected device has, and stores its measurements there.
+///
+/// A failure of the store reaches the log only. The store is not owned and is never null.
+class LocalStorageHandler
+{
+public:
+    explicit LocalStorageHandler(LocalStorage *localStorage);
+
+    /// Opens the store in the file @p path.
+    bool open(const QString &path);
+
+    /// Finds or adds the device with these @p details; measurements are its own from here on. On
+    /// failure there is no device.
+    void setDevice(const DeviceDetails &details);
+
+    /// Stores one reply of the device. It is dropped, with a warning, while there is no device.
+    void addMeasurements(const MeasurementMetadata &metadata,
+                         const QVector<MeasurementValue> &values);
+
+    LocalStorage *localStorage();
+
+    /// The measurements from @p from to @p to, both included, of any device of the store.
+    QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
+                                            unsigned deviceId);
+
+    bool hasDevice();
+
+private:
+    LocalStorage *m_localStorage;
+    unsigned m_deviceId;
+};

@@ -1,0 +1,432 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "storage/localstoragesqlite.h"
+
+#include <algorithm>
+#include <QtCore/QDebug>
+#include <QtCore/QFile>
+#include <QtCore/QSet>
+#include <QtCore/QTimeZone>
+#include <QtCore/QVariant>
+#include <QtSql/QSqlError>
+#include <QtSql/QSqlQuery>
+
+namespace {
+
+struct Statement
+{
+    const char *text;
+    const char *context; ///< what failed, in the words of the log
+};
+
+// The schema is the file format: no word of it may change.
+constexpr Statement createStatements[] = {
+    {"CREATE TABLE device(id integer primary key autoincrement, model text, serial text, "
+     "sw_version text, hw_version text)",
+     "creating device table"},
+    {"CREATE TABLE measurement_type(id integer primary key autoincrement, name text)",
+     "creating measurement type table"},
+    {"CREATE TABLE measurement_metadata(id integer primary key autoincrement, timestamp integer, "
+     "meas_state integer, device_id integer)",
+     "creating measurement table"},
+    {"CREATE TABLE measurement_value(id integer primary key autoincrement, measurement_id integer, "
+     "measurement_type_id integer, value real)",
+     "creating measurement value table"},
+};
+
+constexpr Statement insertDevice = {
+    "INSERT INTO device (model, serial, sw_version, hw_version) "
+    "VALUES (:model, :serial, :sw_version, :hw_version)",
+    "adding device to local database",
+};
+constexpr Statement insertMetadata = {
+    "INSERT INTO measurement_metadata (timestamp, meas_state, device_id) "
+    "VALUES (:timestamp, :meas_state, :device_id)",
+    "adding measurement to local database",
+};
+constexpr Statement insertType = {
+    "INSERT INTO measurement_type (name) VALUES (:name)",
+    "adding measurement type %1 to local database",
+};
+constexpr Statement insertValue = {
+    "INSERT INTO measurement_value (measurement_id, measurement_type_id, value) "
+    "VALUES (:measurement_id, :measurement_type_id, :value)",
+    "adding measurement values",
+};
+constexpr Statement selectDevices = {
+    "SELECT id,model, serial, sw_version, hw_version from device",
+    "loading device details",
+};
+constexpr Statement selectDeviceRanges = {
+    "select device_id, min(timestamp), max(timestamp) from measurement_metadata group by device_id",
+    "loading device measurement range",
+};
+constexpr Statement selectTypes = {
+    "select id, name from measurement_type",
+    "reading measurement types",
+};
+constexpr Statement selectDeviceTypes = {
+    "select id, name from measurement_type where id in "
+    "(select measurement_type_id from measurement_value where measurement_id in "
+    "(select id from measurement_metadata where device_id = :device_id))",
+    "loading measurement types",
+};
+constexpr Statement selectDeviceMetadata = {
+    "select id, timestamp, meas_state from measurement_metadata where device_id = :device_id",
+    "loading measurement metadatas",
+};
+constexpr Statement selectMetadataInRange = {
+    "select id, timestamp, meas_state from measurement_metadata where device_id = :device_id "
+    "and timestamp between :from and :to",
+    "loading measurement metadatas",
+};
+constexpr Statement selectValuesInRange = {
+    "select measurement_metadata.id, measurement_value.value, measurement_type.name "
+    "from measurement_value, measurement_type, measurement_metadata "
+    "where measurement_value.measurement_id = measurement_metadata.id "
+    "and measurement_type.id = measurement_value.measurement_type_id "
+    "and measurement_metadata.device_id = :device_id "
+    "and measurement_metadata.timestamp between :timestamp_from and :timestamp_to",
+    "loading measurement values",
+};
+
+/// A measurement as measurement_metadata has it: small enough to hold a year of them for a moment.
+struct MetadataRow
+{
+    qlonglong timestamp;
+    unsigned id;
+    MeasurementState state;
+};
+
+/// Finds the place of an id among rows in ascending order. Values come measurement by measurement,
+/// so the place found last, or the one behind it, is nearly always right.
+class RowFinder
+{
+public:
+    explicit RowFinder(const QVector<MetadataRow> &rows)
+        : m_rows(rows)
+    {
+    }
+
+    /// The index of the row with @p id, -1 without one.
+    int find(unsigned id)
+    {
+        if (isAt(m_last, id)) {
+            return m_last;
+        }
+        if (isAt(m_last + 1, id)) {
+            return ++m_last;
+        }
+        const auto found =
+            std::lower_bound(m_rows.cbegin(), m_rows.cend(), id,
+                             [](const MetadataRow &row, unsigned key) { return row.id < key; });
+        if (found == m_rows.cend() || found->id != id) {
+            return -1;
+        }
+        m_last = static_cast<int>(found - m_rows.cbegin());
+        return m_last;
+    }
+
+private:
+    bool isAt(int index, unsigned id) const
+    {
+        return index < m_rows.size() && m_rows.at(index).id == id;
+    }
+
+    const QVector<MetadataRow> &m_rows;
+    int m_last = 0;
+};
+
+qlonglong toStoredTime(const QDateTime &time)
+{
+    return time.toUTC().toMSecsSinceEpoch();
+}
+
+QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement)
+{
+    QSqlQuery query(database);
+    query.setForwardOnly(true);
+    query.prepare(QLatin1String(statement.text));
+    return query;
+}
+
+bool execute(QSqlQuery &query, const QString &context)
+{
+    if (query.exec()) {
+        return true;
+    }
+    qWarning().noquote() << "Query failed when" << context << ":" << query.lastError().text();
+    return false;
+}
+
+bool execute(QSqlQuery &query, const Statement &statement)
+{
+    return execute(query, QString(QLatin1String(statement.context)));
+}
+
+unsigned insertedId(const QSqlQuery &query)
+{
+    return query.lastInsertId().toUInt();
+}
+
+QVector<MetadataRow> readMetadataRows(QSqlQuery &query)
+{
+    QVector<MetadataRow> rows;
+    while (query.next()) {
+        rows.append({query.value(1).toLongLong(), query.value(0).toUInt(),
+                     measurementStateFromInt(query.value(2).toUInt())});
+    }
+    const auto byId = [](const MetadataRow &a, const MetadataRow &b) { return a.id < b.id; };
+    if (!std::is_sorted(rows.cbegin(), rows.cend(), byId)) {
+        std::sort(rows.begin(), rows.end(), byId);
+    }
+    return rows;
+}
+
+/// Moves the values of @p query onto the measurements that stand at the indexes of @p rows.
+void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
+                    QVector<StoredMeasurement> &measurements)
+{
+    RowFinder finder(rows);
+    QSet<QString> names;
+    int valueCount = 0; // of the measurement before: most often that of the next one
+    while (query.next()) {
+        const unsigned id = query.value(0).toUInt();
+        const int index = finder.find(id);
+        if (index < 0) {
+            qDebug() << "Metadata" << id << "not found!";
+            continue;
+        }
+        QVector<MeasurementValue> &values = measurements[index].values;
+        if (values.isEmpty()) {
+            values.reserve(valueCount);
+        }
+        values.append({*names.insert(query.value(2).toString()), true, query.value(1).toDouble()});
+        valueCount = values.size();
+    }
+}
+
+} // namespace
+
+LocalStorageSqlite::LocalStorageSqlite()
+    : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"),
+                                           QLatin1String(QSqlDatabase::defaultConnection)))
+{
+}
+
+LocalStorageSqlite::~LocalStorageSqlite()
+{
+    m_database.close();
+}
+
+bool LocalStorageSqlite::open(const QString &path)
+{
+    const bool existed = QFile::exists(path);
+    m_database.setDatabaseName(path);
+    if (!m_database.open() || !m_database.isValid()) {
+        qWarning().noquote() << "Failed to open local database:" << m_database.lastError().text();
+        return false;
+    }
+    if (!existed && !createTables()) {
+        qWarning().noquote() << "Failed to create database to" << path;
+        return false;
+    }
+    return readTypeIds();
+}
+
+void LocalStorageSqlite::close()
+{
+    m_database.close();
+}
+
+bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
+{
+    const QVector<StoredDevice> known = devices();
+    const auto found =
+        std::find_if(known.cbegin(), known.cend(), [&details](const StoredDevice &device) {
+            return device.details.serialNumber == details.serialNumber;
+        });
+    if (found != known.cend()) {
+        id = found->id;
+        return true;
+    }
+
+    QSqlQuery query = prepared(m_database, insertDevice);
+    query.bindValue(QStringLiteral(":model"), details.modelNumber);
+    query.bindValue(QStringLiteral(":serial"), details.serialNumber);
+    query.bindValue(QStringLiteral(":sw_version"), details.swVersion);
+    query.bindValue(QStringLiteral(":hw_version"), details.hwVersion);
+    if (!execute(query, insertDevice)) {
+        return false;
+    }
+    id = insertedId(query);
+    return true;
+}
+
+bool LocalStorageSqlite::addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
+                                        unsigned &measurementId)
+{
+    QSqlQuery query = prepared(m_database, insertMetadata);
+    query.bindValue(QStringLiteral(":timestamp"), toStoredTime(metadata.timestamp));
+    query.bindValue(QStringLiteral(":meas_state"), static_cast<int>(metadata.state));
+    query.bindValue(QStringLiteral(":device_id"), deviceId);
+    if (!execute(query, insertMetadata)) {
+        return false;
+    }
+    measurementId = insertedId(query);
+    return true;
+}
+
+bool LocalStorageSqlite::addMeasurementType(const QString &name, unsigned &typeId)
+{
+    QSqlQuery query = prepared(m_database, insertType);
+    query.bindValue(QStringLiteral(":name"), name);
+    if (!execute(query, QString(QLatin1String(insertType.context)).arg(name))) {
+        return false;
+    }
+    typeId = insertedId(query);
+    m_typeIds.insert(name, typeId);
+    return true;
+}
+
+void LocalStorageSqlite::addMeasurementValues(unsigned measurementId,
+                                              const QVector<MeasurementValue> &values)
+{
+    for (const MeasurementValue &value : values) {
+        if (!value.valid) {
+            continue;
+        }
+        unsigned typeId = 0;
+        const auto cached = m_typeIds.constFind(value.name);
+        if (cached != m_typeIds.cend()) {
+            typeId = *cached;
+        } else if (!addMeasurementType(value.name, typeId)) {
+            qWarning().noquote() << "Failed to resolve measurement type" << value.name;
+            continue;
+        }
+        QSqlQuery query = prepared(m_database, insertValue);
+        query.bindValue(QStringLiteral(":measurement_id"), measurementId);
+        query.bindValue(QStringLiteral(":measurement_type_id"), typeId);
+        query.bindValue(QStringLiteral(":value"), value.value);
+        execute(query, insertValue);
+    }
+}
+
+QVector<StoredDevice> LocalStorageSqlite::devices()
+{
+    QVector<StoredDevice> result;
+    QSqlQuery deviceQuery = prepared(m_database, selectDevices);
+    execute(deviceQuery, selectDevices);
+    while (deviceQuery.next()) {
+        StoredDevice device;
+        device.id = deviceQuery.value(0).toUInt();
+        device.details.modelNumber = deviceQuery.value(1).toString();
+        device.details.serialNumber = deviceQuery.value(2).toString();
+        device.details.swVersion = deviceQuery.value(3).toString();
+        device.details.hwVersion = deviceQuery.value(4).toString();
+        result.append(device);
+    }
+
+    const QTimeZone utc = QTimeZone::utc();
+    QSqlQuery rangeQuery = prepared(m_database, selectDeviceRanges);
+    execute(rangeQuery, selectDeviceRanges);
+    while (rangeQuery.next()) {
+        const unsigned id = rangeQuery.value(0).toUInt();
+        const auto device =
+            std::find_if(result.begin(), result.end(),
+                         [id](const StoredDevice &candidate) { return candidate.id == id; });
+        if (device != result.end()) {
+            device->firstMeasurement =
+                QDateTime::fromMSecsSinceEpoch(rangeQuery.value(1).toLongLong(), utc);
+            device->lastMeasurement =
+                QDateTime::fromMSecsSinceEpoch(rangeQuery.value(2).toLongLong(), utc);
+        }
+    }
+
+    std::sort(result.begin(), result.end(), [](const StoredDevice &a, const StoredDevice &b) {
+        return b.lastMeasurement < a.lastMeasurement;
+    });
+    return result;
+}
+
+QMap<unsigned, MeasurementMetadata> LocalStorageSqlite::measurementMetadata(unsigned deviceId)
+{
+    QSqlQuery query = prepared(m_database, selectDeviceMetadata);
+    query.bindValue(QStringLiteral(":device_id"), deviceId);
+    if (!execute(query, selectDeviceMetadata)) {
+        return {};
+    }
+    QMap<unsigned, MeasurementMetadata> result;
+    const QTimeZone utc = QTimeZone::utc();
+    while (query.next()) {
+        result.insert(query.value(0).toUInt(),
+                      {measurementStateFromInt(query.value(2).toUInt()),
+                       QDateTime::fromMSecsSinceEpoch(query.value(1).toLongLong(), utc)});
+    }
+    return result;
+}
+
+QMap<unsigned, QString> LocalStorageSqlite::measurementTypes(unsigned deviceId)
+{
+    QSqlQuery query = prepared(m_database, selectDeviceTypes);
+    query.bindValue(QStringLiteral(":device_id"), deviceId);
+    execute(query, selectDeviceTypes);
+    QMap<unsigned, QString> result;
+    while (query.next()) {
+        result.insert(query.value(0).toUInt(), query.value(1).toString());
+    }
+    return result;
+}
+
+QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &from,
+                                                            const QDateTime &to, unsigned deviceId)
+{
+    const qlonglong first = toStoredTime(from);
+    const qlonglong last = toStoredTime(to);
+
+    QSqlQuery metadataQuery = prepared(m_database, selectMetadataInRange);
+    metadataQuery.bindValue(QStringLiteral(":device_id"), deviceId);
+    metadataQuery.bindValue(QStringLiteral(":from"), first);
+    metadataQuery.bindValue(QStringLiteral(":to"), last);
+    execute(metadataQuery, selectMetadataInRange);
+    const QVector<MetadataRow> rows = readMetadataRows(metadataQuery);
+
+    QVector<StoredMeasurement> result;
+    result.reserve(rows.size());
+    const QTimeZone utc = QTimeZone::utc();
+    for (const MetadataRow &row : rows) {
+        StoredMeasurement measurement;
+        measurement.state = row.state;
+        measurement.timestamp = QDateTime::fromMSecsSinceEpoch(row.timestamp, utc);
+        result.append(measurement);
+    }
+
+    // A query of its own: a join alone would lose the measurements without values.
+    QSqlQuery valueQuery = prepared(m_database, selectValuesInRange);
+    valueQuery.bindValue(QStringLiteral(":device_id"), deviceId);
+    valueQuery.bindValue(QStringLiteral(":timestamp_from"), first);
+    valueQuery.bindValue(QStringLiteral(":timestamp_to"), last);
+    execute(valueQuery, selectValuesInRange);
+    assembleValues(valueQuery, rows, result);
+    return result;
+}
+
+bool LocalStorageSqlite::createTables()
+{
+    for (const Statement &statement : createStatements) {
+        QSqlQuery query = prepared(m_database, statement);
+        if (!execute(query, statement)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool LocalStorageSqlite::readTypeIds()
+{
+    QSqlQuery query = prepared(m_database, selectTypes);
+    const bool read = execute(query, selectTypes);
+    while (query.next()) {
+        m_typeIds.insert(query.value(1).toString(), query.value(0).toUInt());
+    }
+    return read;
+}
