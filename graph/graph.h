@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "graph/graphqt.h"
+#include "graph/graphseries.h"
+
+#include <QtCore/QDateTime>
+#include <QtWidgets/QWidget>
+
+/// The chart widget that a form places: forwards everything to the chart behind it.
+class Graph : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit Graph(QWidget *parent = nullptr);
+
+    /// Begins a series of changes. Nothing needs it yet; another chart behind this one may.
+    void beginUpdate();
+
+    /// Stores the bounds of the time axis for the next clear().
+    void setTimeRange(const QDateTime &from, const QDateTime &to);
+
+    /// Stores the bounds of the value axis, in the unit of the values, for the next clear().
+    void setValueRange(double minimum, double maximum);
+
+    /// Starts an empty chart with the stored ranges.
+    void clear();
+
+    /// Draws @p series in the present chart; to be called after the first clear().
+    void addSeries(const GraphSeries &series);
+
+    /// Ends a series of changes, see beginUpdate().
+    void endUpdate();
+
+private:
+    GraphQt m_graphQt;
+};

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "graph/graphqt.h"
+
+#include <QtCharts/QChart>
+#include <QtCharts/QLineSeries>
+#include <QtCore/QPointF>
+#include <QtGui/QPainter>
+#include <QtGui/QPen>
+
+namespace {
+
+constexpr int timeAxisTicks = 10;
+constexpr int linePixels = 3;
+
+QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
+{
+    QVector<QPointF> result;
+    result.reserve(points.size());
+    for (const GraphPoint &point : points) {
+        result.append(QPointF(static_cast<double>(point.time.toMSecsSinceEpoch()), point.value));
+    }
+    return result;
+}
+
+} // namespace
+
+GraphQt::GraphQt(QWidget *parent)
+    : QtCharts::QChartView(parent)
+{
+    setRenderHint(QPainter::Antialiasing);
+}
+
+GraphQt::~GraphQt()
+{
+    destroyChart(m_chart);
+}
+
+void GraphQt::beginUpdate() { }
+
+void GraphQt::setTimeRange(const QDateTime &from, const QDateTime &to)
+{
+    m_from = from;
+    m_to = to;
+}
+
+void GraphQt::setValueRange(double minimum, double maximum)
+{
+    m_minimum = minimum;
+    m_maximum = maximum;
+}
+
+void GraphQt::clear()
+{
+    // At first this is the chart that the view was born with, which setChart() lets go of as well.
+    QtCharts::QChart *oldChart = chart();
+    m_chart = new QtCharts::QChart;
+
+    m_timeAxis = new QtCharts::QDateTimeAxis;
+    m_timeAxis->setTickCount(timeAxisTicks);
+    m_timeAxis->setFormat(QStringLiteral("dd.MM.yyyy hh:mm"));
+    m_timeAxis->setTitleText(tr("Date"));
+    m_chart->addAxis(m_timeAxis, Qt::AlignBottom);
+
+    m_valueAxis = new QtCharts::QValueAxis;
+    m_valueAxis->setTitleText(tr("Value"));
+    m_timeAxis->setRange(m_from, m_to);
+    m_valueAxis->setRange(m_minimum, m_maximum);
+    m_chart->addAxis(m_valueAxis, Qt::AlignLeft);
+
+    setChart(m_chart);
+    destroyChart(oldChart);
+    m_chartBuilt = true;
+}
+
+void GraphQt::addSeries(const GraphSeries &series)
+{
+    auto *line = new QtCharts::QLineSeries;
+    line->setName(series.name);
+    QPen pen = line->pen();
+    pen.setColor(series.color);
+    pen.setWidth(linePixels);
+    line->setPen(pen);
+
+    // Each step below strokes a filled line anew, so the points come last. Only where an axis has
+    // no range they come first: such an axis takes its range from the line that is attached.
+    const bool pointsLast = axesHaveRange();
+    if (!pointsLast) {
+        line->replace(chartPoints(series.points));
+    }
+    m_chart->addSeries(line);
+    line->attachAxis(m_timeAxis);
+    line->attachAxis(m_valueAxis);
+    if (pointsLast) {
+        line->replace(chartPoints(series.points));
+    }
+}
+
+void GraphQt::endUpdate() { }
+
+void GraphQt::destroyChart(QtCharts::QChart *chart)
+{
+    if (chart == nullptr) {
+        return;
+    }
+    if (m_chartBuilt) {
+        const QList<QtCharts::QAbstractAxis *> axes = chart->axes(Qt::Horizontal | Qt::Vertical);
+        for (QtCharts::QAbstractAxis *axis : axes) {
+            chart->removeAxis(axis);
+            delete axis;
+        }
+        chart->removeAllSeries();
+    }
+    delete chart;
+}
+
+bool GraphQt::axesHaveRange() const
+{
+    return m_timeAxis->min() != m_timeAxis->max()
+        && !qFuzzyCompare(m_valueAxis->min(), m_valueAxis->max());
+}
