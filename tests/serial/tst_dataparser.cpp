@@ -1,0 +1,962 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/dataparser.h"
+#include "tests/support/testmain.h"
+
+#include <QtTest/QtTest>
+
+#include <functional>
+
+#include <time.h>
+
+namespace {
+
+QString latin1(const char *text)
+{
+    return QString::fromLatin1(text);
+}
+
+// The rule itself, bit by bit: independent of any table.
+QString checksumOf(const QString &record)
+{
+    unsigned crc = 0;
+    const QByteArray bytes = record.toLatin1();
+    for (const char byte : bytes) {
+        crc ^= static_cast<uchar>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 0x80u) != 0 ? ((crc << 1) ^ 0x31u) & 0xffu : crc << 1;
+        }
+    }
+    return QStringLiteral("%1").arg(crc, 2, 16, QLatin1Char('0'));
+}
+
+QString logLine(const QString &number, const QString &record)
+{
+    return number + QLatin1Char('=') + record + QLatin1Char('#') + checksumOf(record);
+}
+
+QString titlesReply(const QString &record)
+{
+    return latin1("\r\n$ log --read=0\r\n") + logLine(latin1("00000"), record);
+}
+
+QString rowReply(int index, const QString &number, const QString &record)
+{
+    return latin1("\r\n$ log --read=%1\r\n").arg(index) + logLine(number, record);
+}
+
+QString eepromReply(int index, const QString &digits)
+{
+    return latin1("\r\n$ eeprom --read_block %1\r\n").arg(index) + digits + latin1("\r\nDone\r\n");
+}
+
+QString joined(const QMap<QString, QString> &values)
+{
+    QStringList pairs;
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        pairs << it.key() + QLatin1Char('=') + it.value();
+    }
+    return pairs.join(QLatin1Char('|'));
+}
+
+QString joined(const QVector<double> &values)
+{
+    QStringList texts;
+    for (const double value : values) {
+        texts << QString::number(value);
+    }
+    return texts.join(QLatin1Char('|'));
+}
+
+QString iso(const QDateTime &time)
+{
+    return time.toString(Qt::ISODate);
+}
+
+// What a function reads from a text: a null text on false.
+using Reader = std::function<QString(const QString &)>;
+
+Reader recogniser(bool (*function)(const QString &))
+{
+    return [function](const QString &text) { return function(text) ? latin1("yes") : QString(); };
+}
+
+Reader textReader(bool (*function)(const QString &, QString &))
+{
+    return [function](const QString &text) {
+        QString result;
+        return function(text, result) ? latin1("[%1]").arg(result) : QString();
+    };
+}
+
+Reader dateReader(bool (*function)(const QString &, QDateTime &))
+{
+    return [function](const QString &text) {
+        QDateTime result;
+        return function(text, result) ? iso(result) : QString();
+    };
+}
+
+Reader listReader(bool (*function)(const QString &, ListItem &))
+{
+    return [function](const QString &text) {
+        ListItem item;
+        return function(text, item) ? latin1("%1:%2").arg(item.index).arg(item.value) : QString();
+    };
+}
+
+Reader valueReader(const QString &name)
+{
+    return [name](const QString &text) {
+        QString result;
+        return DataParser::parseValue(name, text, result) ? latin1("[%1]").arg(result) : QString();
+    };
+}
+
+QString readMeasurements(const QString &text)
+{
+    QMap<QString, QString> values;
+    return DataParser::parseMeasurements(text, values) ? joined(values) : QString();
+}
+
+QString readLogCount(const QString &text)
+{
+    int count = -1;
+    return DataParser::parseLogCount(text, count) ? QString::number(count) : QString();
+}
+
+QString readLogTitles(const QString &text)
+{
+    QStringList titles;
+    return DataParser::parseLogTitles(text, titles) == DataParserResult::Matched
+        ? titles.join(QLatin1Char('|'))
+        : QString();
+}
+
+Reader logValueReader(int index)
+{
+    return [index](const QString &text) {
+        QDateTime time;
+        QVector<double> values;
+        return DataParser::parseLogValue(text, index, time, values) == DataParserResult::Matched
+            ? iso(time) + QLatin1Char(' ') + joined(values)
+            : QString();
+    };
+}
+
+Reader eepromReader(quint16 index)
+{
+    return [index](const QString &text) {
+        QByteArray data;
+        return DataParser::parseEepromBlock(text, index, data)
+            ? latin1("[") + QString::fromLatin1(data.toHex()) + latin1("]")
+            : QString();
+    };
+}
+
+// One row of the grammar: the reply up to the character that completes it, what a device goes on
+// to say, and what is read from it.
+struct Row
+{
+    const char *name;
+    Reader read;
+    QString complete;
+    QString rest;
+    QString expected;
+    bool takesStaleText = true;
+};
+
+const char selfTest[] =
+    "\r\nPerforming selftest...\r\nRAM OK\r\nROM OK\r\nAll tests passed.\r\n\r\n"
+    "Orvanta KVT 3 sw 1.2\r\nCompiled on Nov 13 2017\r\nCopyright ";
+
+QVector<Row> grammar()
+{
+    return {
+        {"parseModel", textReader(DataParser::parseModel),
+         latin1("\r\n$ show unit\r\nUnit information\r\nModel: KVT 301\r\nSerial:"),
+         latin1(" 1234\r\n$ "), latin1("[KVT 301]")},
+        {"parseValue", valueReader(latin1("swver")),
+         latin1("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$"), latin1(" "), latin1("[1.2.3]")},
+        {"isUnknownParameter", recogniser(DataParser::isUnknownParameter),
+         latin1("\r\n$ show foo\r\nshow: Unknown parameter!"), latin1("\r\n$ "), latin1("yes")},
+        {"parseSetValue", textReader(DataParser::parseSetValue),
+         latin1("\r\n$ set debug=0\r\nset: debug=0\r\n$"), latin1(" "), latin1("[0]")},
+        {"parseMeasurements", readMeasurements,
+         latin1("\r\n$ show meas\r\nshow: meas=\"co2=400.5;t=N\"\r\n$"), latin1(" "),
+         latin1("co2=400.5|t=N")},
+        {"parseDate", dateReader(DataParser::parseDate),
+         latin1("\r\n$ date\r\n2017-11-13T10:20:30\r\n$"), latin1(" "),
+         latin1("2017-11-13T10:20:30Z")},
+        {"parseDateUpdated", dateReader(DataParser::parseDateUpdated),
+         latin1("\r\n$ date 2017-11-13T10:20:30\r\nDate updated to 2017-11-13T10:20:31\r\n"),
+         latin1("$ "), latin1("2017-11-13T10:20:31Z")},
+        {"parseLogCount", readLogCount, latin1("\r\n$ log --count\r\ncount=1234\r\n$"), latin1(" "),
+         latin1("1234")},
+        {"isNoLogOption", recogniser(DataParser::isNoLogOption),
+         latin1("\r\n$ log --count\r\nNo LOG option installed!\r\n$"), latin1(" "), latin1("yes")},
+        {"isLogErased", recogniser(DataParser::isLogErased),
+         latin1("log --erase\r\nLog erased!\r\n$"), latin1(" "), latin1("yes")},
+        {"parseLogTitles", readLogTitles, titlesReply(latin1("TIME,CO2,T")), latin1("\r\n$ "),
+         latin1("TIME|CO2|T")},
+        {"parseLogValue", logValueReader(12),
+         rowReply(12, latin1("00012"), latin1("2017-11-13T10:20:30,400.5,-2")), latin1("\r\n$ "),
+         latin1("2017-11-13T10:20:30Z 400.5|-2")},
+        {"isConfigurationWritten", recogniser(DataParser::isConfigurationWritten),
+         latin1("write --really\r\nWriting current configuration to non-volatile memory... "
+                "512 bytes written!\r\n$"),
+         latin1(" "), latin1("yes")},
+        {"isFactoryResetDone", recogniser(DataParser::isFactoryResetDone),
+         latin1("\r\n$ initconf --really\r\nLoading default configuration... OK!\r\n"
+                "Write the default configuration to non-volatile memory by using write command"),
+         latin1(".\r\n$ "), latin1("yes")},
+        {"parseEepromBlock", eepromReader(7), eepromReply(7, latin1("00FF0A7B")), latin1("$ "),
+         latin1("[00ff0a7b]")},
+        {"isEepromBlockWritten", recogniser(DataParser::isEepromBlockWritten),
+         latin1("\r\n$ eeprom --write_block 7\r\nPlease input 64 bytes\r\n\r\nDone\r\n"),
+         latin1("$ "), latin1("yes")},
+        {"isRebooted", recogniser(DataParser::isRebooted), latin1(selfTest), latin1("2017\r\n$ "),
+         latin1("yes")},
+        {"isResetting", recogniser(DataParser::isResetting),
+         latin1("reboot --really\r\nReseting device in 5 seconds"), latin1("...\r\n"),
+         latin1("yes")},
+        {"isBootPrompt", recogniser(DataParser::isBootPrompt), latin1("loader 1.0\r\nBOOT"),
+         QString(), latin1("yes")},
+        {"isFirmwareBlockAccepted", recogniser(DataParser::isFirmwareBlockAccepted), latin1("*"),
+         QString(), latin1("yes"), false},
+        {"isFirmwareBlockRejected", recogniser(DataParser::isFirmwareBlockRejected), latin1("!"),
+         QString(), latin1("yes"), false},
+        {"isFirmwareDone", recogniser(DataParser::isFirmwareDone), latin1("."),
+         latin1("\r\ndone *"), latin1("yes"), false},
+        {"parseShowList", listReader(DataParser::parseShowList),
+         latin1("\r\n$ show list3\r\nshow: list3=abc def\r\n$"), latin1(" "), latin1("3:abc def")},
+        {"parseSetList", listReader(DataParser::parseSetList),
+         latin1("\r\n$ set list12=x\r\nset: list12=x\r\n$"), latin1(" "), latin1("12:x")},
+    };
+}
+
+const char stale[] = " 1234\r\n$ show p\r\nshow: p=990\r\n$ \r\nNUL? 12-13\r\n$ ";
+
+} // namespace
+
+class TestDataParser : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void recognisesTheWholeReply_data() { addGrammarRows(); }
+    void recognisesTheWholeReply();
+    void answersNoForEveryPrefix_data() { addGrammarRows(); }
+    void answersNoForEveryPrefix();
+    void needsNothingBehindTheCompletingCharacter_data() { addGrammarRows(); }
+    void needsNothingBehindTheCompletingCharacter();
+    void ignoresCase_data() { addGrammarRows(); }
+    void ignoresCase();
+    void passesOverStaleTextInFront_data() { addGrammarRows(); }
+    void passesOverStaleTextInFront();
+    void refusesStaleTextInFrontOfAnAcknowledgement_data() { addGrammarRows(); }
+    void refusesStaleTextInFrontOfAnAcknowledgement();
+    void leavesTheRepliesOfOthersAlone();
+
+    void matcherWantsTheWholeText();
+    void matcherWantsTheDeclaredCaptures();
+
+    void picksItsCapture_data();
+    void picksItsCapture();
+    void waitsForOrRefuses_data();
+    void waitsForOrRefuses();
+
+    void nameGoesIntoThePatternUnescaped();
+    void measurementLineEmptiesTheMapFirst();
+    void measurementPairs_data();
+    void measurementPairs();
+    void dateKeepsFieldsInAClockChangeOfTheUser();
+    void impossibleDateIsReadAsInvalid_data();
+    void impossibleDateIsReadAsInvalid();
+    void dateNumberBeyondIntIsRefused();
+
+    void logTitles_data();
+    void logTitles();
+    void logTitlesKeepEmptyFields();
+    void logValue_data();
+    void logValue();
+    void logRecord_data();
+    void logRecord();
+    void logRecordIsLabelledUtcWhateverItSays_data();
+    void logRecordIsLabelledUtcWhateverItSays();
+    void checksum_data();
+    void checksum();
+
+    void eepromBlock_data();
+    void eepromBlock();
+    void eepromBlockOfBadDigitsEmptiesTheData();
+    void eepromBlockNumberIsUnsigned();
+
+    void parseInt_data();
+    void parseInt();
+    void parseHex_data();
+    void parseHex();
+    void intEquals();
+    void deviceLetters_data();
+    void deviceLetters();
+    void deviceTextRestoresTheSixLetters();
+    void resultsHaveTheirNumbers();
+
+private:
+    static void addGrammarRows();
+    Row row() const;
+};
+
+void TestDataParser::addGrammarRows()
+{
+    QTest::addColumn<int>("index");
+    const QVector<Row> rows = grammar();
+    for (int i = 0; i < rows.size(); ++i) {
+        QTest::newRow(rows.at(i).name) << i;
+    }
+}
+
+Row TestDataParser::row() const
+{
+    QFETCH(int, index);
+    return grammar().at(index);
+}
+
+void TestDataParser::recognisesTheWholeReply()
+{
+    const Row reply = row();
+    QCOMPARE(reply.read(reply.complete + reply.rest), reply.expected);
+}
+
+void TestDataParser::answersNoForEveryPrefix()
+{
+    const Row reply = row();
+    for (int size = 0; size < reply.complete.size(); ++size) {
+        const QString prefix = reply.complete.left(size);
+        QVERIFY2(reply.read(prefix).isNull(), qPrintable(prefix));
+        if (reply.takesStaleText) {
+            QVERIFY2(reply.read(latin1(stale) + prefix).isNull(), qPrintable(prefix));
+        }
+    }
+}
+
+void TestDataParser::needsNothingBehindTheCompletingCharacter()
+{
+    const Row reply = row();
+    QCOMPARE(reply.read(reply.complete), reply.expected);
+}
+
+void TestDataParser::ignoresCase()
+{
+    const Row reply = row();
+    const QString text = reply.complete + reply.rest;
+    QCOMPARE(reply.read(text.toUpper()).toLower(), reply.expected.toLower());
+    // In lower case a log record has another checksum and its timestamp another form.
+    if (!text.contains(latin1("--read="))) {
+        QCOMPARE(reply.read(text.toLower()).toLower(), reply.expected.toLower());
+    }
+}
+
+void TestDataParser::passesOverStaleTextInFront()
+{
+    const Row reply = row();
+    if (reply.takesStaleText) {
+        QCOMPARE(reply.read(latin1(stale) + reply.complete + reply.rest), reply.expected);
+    }
+}
+
+void TestDataParser::refusesStaleTextInFrontOfAnAcknowledgement()
+{
+    const Row reply = row();
+    if (!reply.takesStaleText) {
+        QVERIFY(reply.read(latin1("\n") + reply.complete).isNull());
+        QVERIFY(reply.read(latin1(stale) + reply.complete).isNull());
+    }
+}
+
+void TestDataParser::leavesTheRepliesOfOthersAlone()
+{
+    const QVector<Row> rows = grammar();
+    for (const Row &reader : rows) {
+        for (const Row &reply : rows) {
+            if (&reader == &reply) {
+                continue;
+            }
+            // Any set echo has a value, and a confirmed date is a date once the prompt follows.
+            const QByteArray pair = QByteArray(reader.name) + '/' + reply.name;
+            if (pair == "parseSetValue/parseSetList" || pair == "parseDate/parseDateUpdated") {
+                continue;
+            }
+            QVERIFY2(reader.read(reply.complete + reply.rest).isNull(), pair.constData());
+        }
+    }
+}
+
+void TestDataParser::matcherWantsTheWholeText()
+{
+    QRegExp rx;
+    QVERIFY(DataParser::matchReply(latin1("a\r\nB"), latin1("A..b"), 0, rx));
+    QVERIFY(!DataParser::matchReply(latin1("xa\r\nb"), latin1("a..b"), 0, rx));
+    QVERIFY(!DataParser::matchReply(latin1("a\r\nbx"), latin1("a..b"), 0, rx));
+    QVERIFY(DataParser::matchReply(latin1("xa\r\nbx"), latin1(".*a..b.*"), 0, rx));
+}
+
+void TestDataParser::matcherWantsTheDeclaredCaptures()
+{
+    QRegExp rx;
+    QVERIFY(DataParser::matchReply(latin1("a1b2"), latin1("a(.)b(.)"), 2, rx));
+    QCOMPARE(rx.cap(1), latin1("1"));
+    QCOMPARE(rx.cap(2), latin1("2"));
+    QVERIFY(DataParser::matchReply(latin1("a1b2"), latin1("a(.)b(.)"), 1, rx));
+    QVERIFY(!DataParser::matchReply(latin1("a1b2"), latin1("a(.)b(.)"), 3, rx));
+}
+
+void TestDataParser::picksItsCapture_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
+
+    const QVector<Row> rows = grammar();
+    const auto add = [&rows](const char *name, const char *function, const char *text,
+                             const char *expected) {
+        for (int i = 0; i < rows.size(); ++i) {
+            if (qstrcmp(rows.at(i).name, function) == 0) {
+                QTest::newRow(name) << i << latin1(text) << latin1(expected);
+            }
+        }
+    };
+    add("value to the last line end before a prompt", "parseValue",
+        "show: swver=1\r\n2\r\n3\r\n$ \r\ntail", "[1\r\n2\r\n3]");
+    add("value from the first matching line", "parseValue",
+        "show: swver=1\r\n$ show swver\r\nshow: swver=2\r\n$ ",
+        "[1\r\n$ show swver\r\nshow: swver=2]");
+    add("value with text after the last prompt", "parseValue", "show: swver=1\r\n$ \r\nx\r\ny",
+        "[1]");
+    add("prompt with text in front of its sign", "parseValue", "show: swver=1\r\nuser@kvt$ ",
+        "[1]");
+    add("value that is empty", "parseValue", "show: swver=\r\n$", "[]");
+    add("value that holds a sign of equality", "parseValue", "show: swver=a=b\r\n$", "[a=b]");
+    add("any space after the colon", "parseValue", "show:\tswver=1\r\n$", "[1]");
+    add("set value behind the first sign of equality", "parseSetValue", "set: a=b=c\r\n$ ",
+        "[b=c]");
+    add("set value that is empty", "parseSetValue", "set: a=\r\n$ ", "[]");
+    add("model to the last serial line", "parseModel",
+        "Model: KVT\r\nSerial: 1\r\nModel: X\r\nSerial: 2", "[KVT\r\nSerial: 1\r\nModel: X]");
+    add("whole year", "parseDate", "date\r\n2017-11-13T10:20:30\r\n$ ", "2017-11-13T10:20:30Z");
+    add("single digits", "parseDate", "date\r\n2017-1-3T1:2:3\r\n$ ", "2017-01-03T01:02:03Z");
+    add("whole year of the update", "parseDateUpdated",
+        "date x\r\nDate updated to 2017-11-13T10:20:30\r\n$ ", "2017-11-13T10:20:30Z");
+    add("measurements without quotes", "parseMeasurements", "show: meas=a=1;b=2\r\n$", "a=1|b=2");
+    add("measurements in quotes", "parseMeasurements", "show: meas=\"a=1;b=2\"\r\n$", "a=1|b=2");
+    add("later measurement of a name wins", "parseMeasurements", "show: meas=\"a=1;a=2\"\r\n$",
+        "a=2");
+    add("count of zero", "parseLogCount", "log --count\r\ncount=0\r\n$", "0");
+    add("count with leading zeros", "parseLogCount", "log --count\r\ncount=00012\r\n$", "12");
+    add("list entry", "parseShowList", "show: list07=a=b\r\n$", "7:a=b");
+    add("set list entry that is empty", "parseSetList", "set: list0=\r\n$", "0:");
+    add("boot prompt alone", "isBootPrompt", "BOOT", "yes");
+    add("boot prompt in lower case", "isBootPrompt", "xboot", "yes");
+    add("end of transfer and more", "isFirmwareDone", ".*!\r\n", "yes");
+    add("written by any number of bytes", "isConfigurationWritten",
+        "Writing current configuration to non-volatile memory... 0 bytes written!\r\n$", "yes");
+}
+
+void TestDataParser::picksItsCapture()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, expected);
+    QCOMPARE(row().read(text), expected);
+}
+
+void TestDataParser::waitsForOrRefuses_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QString>("text");
+
+    const QVector<Row> rows = grammar();
+    const auto add = [&rows](const char *name, const char *function, const char *text) {
+        for (int i = 0; i < rows.size(); ++i) {
+            if (qstrcmp(rows.at(i).name, function) == 0) {
+                QTest::newRow(name) << i << latin1(text);
+            }
+        }
+    };
+    add("value of another name", "parseValue", "show: hwver=1\r\n$ ");
+    add("value without its prompt", "parseValue", "$ show swver\r\nshow: swver=1.2\r\n");
+    add("value whose line does not end", "parseValue", "show: swver=1.2$ ");
+    add("value behind a lone line feed", "parseValue", "show: swver=1.2\n$ ");
+    add("echo alone", "parseValue", "\r\n$ show swver\r\n$ ");
+    add("model without the serial line", "parseModel", "Model: KVT\r\nRange: 1\r\n$ ");
+    add("serial line before the model", "parseModel", "Serial: 1\r\nModel: KVT\r\n$ ");
+    add("unknown parameter of a set", "isUnknownParameter", "set: Unknown parameter!\r\n$ ");
+    add("set refused", "parseSetValue", "set debug=9\r\nset: Invalid value!\r\n$ ");
+    add("measurements that are empty", "parseMeasurements", "show: meas=\"\"\r\n$ ");
+    add("measurements behind a bare sign", "parseMeasurements", "show: meas=\r\n$ ");
+    add("measurements with a trailing separator", "parseMeasurements", "show: meas=\"a=1;\"\r\n$ ");
+    add("measurement without a value", "parseMeasurements", "show: meas=\"a=1;b\"\r\n$ ");
+    add("measurements with a third quote", "parseMeasurements", "show: meas=\"a=\"1\"\r\n$ ");
+    add("date without seconds", "parseDate", "date\r\n2017-11-13T10:20\r\n$ ");
+    add("date with text behind it", "parseDate", "date\r\n2017-11-13T10:20:30Z\r\n$ ");
+    add("date with a space for its letter", "parseDate", "date\r\n2017-11-13 10:20:30\r\n$ ");
+    add("update whose line has not ended", "parseDateUpdated",
+        "Date updated to 2017-11-13T10:20:30");
+    add("count that does not begin its line", "parseLogCount", "log --count\r\nlogcount=5\r\n$ ");
+    add("count beyond int", "parseLogCount", "log --count\r\ncount=99999999999\r\n$ ");
+    add("negative count", "parseLogCount", "log --count\r\ncount=-1\r\n$ ");
+    add("log erased with text behind it", "isLogErased", "Log erased!?\r\n$ ");
+    add("no bytes written", "isConfigurationWritten",
+        "Writing current configuration to non-volatile memory... bytes written!\r\n$ ");
+    add("dots of the memory are dots", "isConfigurationWritten",
+        "Writing current configuration to non-volatile memoryxxx 5 bytes written!\r\n$ ");
+    add("factory reset without its command", "isFactoryResetDone",
+        "Loading default configuration... OK!\r\n"
+        "Write the default configuration to non-volatile memory by using\r\n$ ");
+    add("block written without the request", "isEepromBlockWritten", "\r\n\r\nDone\r\n$ ");
+    add("block written after a request for less", "isEepromBlockWritten",
+        "\r\nPlease input 32 bytes\r\n\r\nDone\r\n$ ");
+    add("self test that failed", "isRebooted",
+        "Performing selftest...\r\nRAM failed.\r\nOrvanta KVT\r\nCompiled on x\r\nCopyright y");
+    add("self test of another make", "isRebooted",
+        "Performing selftest...\r\nAll tests passed.\r\nKVT\r\nCompiled on x\r\nCopyright y");
+    add("reset announced in correct spelling", "isResetting", "Resetting device in 5 seconds");
+    add("boot prompt with a line end", "isBootPrompt", "BOOT\r\n");
+    add("accepted and done at once", "isFirmwareBlockAccepted", "*.");
+    add("accepted twice", "isFirmwareBlockAccepted", "**");
+    add("rejected twice", "isFirmwareBlockRejected", "!!");
+    add("rejected with a line end", "isFirmwareBlockRejected", "!\r\n");
+    add("done in second place", "isFirmwareDone", "*.");
+    add("list number beyond int", "parseShowList", "show: list99999999999=a\r\n$ ");
+    add("list without a number", "parseShowList", "show: list=a\r\n$ ");
+    add("set list without a number", "parseSetList", "set: list=a\r\n$ ");
+}
+
+void TestDataParser::waitsForOrRefuses()
+{
+    QFETCH(QString, text);
+    QCOMPARE(row().read(text), QString());
+    QVERIFY(row().read(text).isNull());
+}
+
+void TestDataParser::nameGoesIntoThePatternUnescaped()
+{
+    QCOMPARE(valueReader(latin1("a.c"))(latin1("show: abc=1\r\n$")), latin1("[1]"));
+    QVERIFY(valueReader(latin1("a\\.c"))(latin1("show: abc=1\r\n$")).isNull());
+    QVERIFY(valueReader(latin1("a("))(latin1("show: a(=1\r\n$")).isNull());
+}
+
+void TestDataParser::measurementLineEmptiesTheMapFirst()
+{
+    QMap<QString, QString> values = {{latin1("old"), latin1("1")}};
+    QVERIFY(DataParser::parseMeasurements(latin1("show: meas=a=1\r\n$"), values));
+    QCOMPARE(joined(values), latin1("a=1"));
+    QVERIFY(!DataParser::parseMeasurements(latin1("show: meas=\"a=1;\"\r\n$"), values));
+    QVERIFY(values.isEmpty());
+}
+
+void TestDataParser::measurementPairs_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("good");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("one") << latin1("a=1") << true << latin1("a=1|old=0");
+    QTest::newRow("two") << latin1("a=1;b=N") << true << latin1("a=1|b=N|old=0");
+    QTest::newRow("overwrites") << latin1("old=2") << true << latin1("old=2");
+    QTest::newRow("third piece is ignored") << latin1("a=1=2") << true << latin1("a=1|old=0");
+    QTest::newRow("empty value") << latin1("a=") << true << latin1("a=|old=0");
+    QTest::newRow("empty name") << latin1("=1") << true << latin1("=1|old=0");
+    QTest::newRow("empty") << QString() << false << QString();
+    QTest::newRow("trailing separator") << latin1("a=1;") << false << QString();
+    QTest::newRow("leading separator") << latin1(";a=1") << false << QString();
+    QTest::newRow("no sign of equality") << latin1("a=1;b;c=2") << false << QString();
+}
+
+void TestDataParser::measurementPairs()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, good);
+    QFETCH(QString, expected);
+    QMap<QString, QString> values = {{latin1("old"), latin1("0")}};
+    QCOMPARE(DataParser::parseMeasurementPairs(text, values), good);
+    QCOMPARE(joined(values), expected);
+}
+
+void TestDataParser::dateKeepsFieldsInAClockChangeOfTheUser()
+{
+    const QByteArray zone = qgetenv("TZ");
+    const bool hadZone = qEnvironmentVariableIsSet("TZ");
+    qputenv("TZ", "Europe/Helsinki");
+    tzset();
+    QDateTime date;
+    const bool good = DataParser::parseDate(latin1("date\r\n2021-03-28T03:30:00\r\n$"), date);
+    QDateTime time;
+    QVector<double> values;
+    const bool goodRecord = DataParser::parseLogRecord(latin1("2021-03-28T03:30:00"), time, values);
+    if (hadZone) {
+        qputenv("TZ", zone);
+    } else {
+        qunsetenv("TZ");
+    }
+    tzset();
+
+    const QDateTime expected(QDate(2021, 3, 28), QTime(3, 30), Qt::UTC);
+    QVERIFY(good);
+    QCOMPARE(date, expected);
+    QVERIFY(goodRecord);
+    QCOMPARE(time, expected);
+}
+
+void TestDataParser::impossibleDateIsReadAsInvalid_data()
+{
+    QTest::addColumn<QString>("date");
+    QTest::newRow("month 13") << latin1("2017-13-01T10:20:30");
+    QTest::newRow("30 February") << latin1("2017-02-30T10:20:30");
+    QTest::newRow("everything") << latin1("2017-13-45T25:00:00");
+}
+
+void TestDataParser::impossibleDateIsReadAsInvalid()
+{
+    QFETCH(QString, date);
+    QDateTime time(QDate(2000, 1, 1), QTime(0, 0), Qt::UTC);
+    QVERIFY(DataParser::parseDateUpdated(latin1("Date updated to %1\r\n").arg(date), time));
+    QVERIFY(!time.isValid());
+    time = QDateTime(QDate(2000, 1, 1), QTime(0, 0), Qt::UTC);
+    QVERIFY(DataParser::parseDate(latin1("date\r\n%1\r\n$").arg(date), time));
+    QVERIFY(!time.isValid());
+}
+
+void TestDataParser::dateNumberBeyondIntIsRefused()
+{
+    const QStringList dates = {
+        latin1("99999999999-11-13T10:20:30"),   latin1("2017-99999999999-13T10:20:30"),
+        latin1("2017-11-99999999999T10:20:30"), latin1("2017-11-13T99999999999:20:30"),
+        latin1("2017-11-13T10:99999999999:30"), latin1("2017-11-13T10:20:99999999999")};
+    for (const QString &date : dates) {
+        QDateTime time;
+        QVERIFY(!DataParser::parseDate(latin1("date\r\n%1\r\n$").arg(date), time));
+        QVERIFY(!DataParser::parseDateUpdated(latin1("Date updated to %1\r\n").arg(date), time));
+    }
+}
+
+void TestDataParser::logTitles_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("result");
+    const int matched = int(DataParserResult::Matched);
+    const int noMatch = int(DataParserResult::NoMatch);
+    const int mismatch = int(DataParserResult::ChecksumMismatch);
+    const QString good = latin1("a,b#") + checksumOf(latin1("a,b"));
+    const QString echo = latin1("$ log --read=0\r\n");
+    QTest::newRow("good") << echo + latin1("00000=") + good << matched;
+    QTest::newRow("more space behind the prompt")
+        << latin1("$ \t log --read=0\r\n00000=") + good << matched;
+    QTest::newRow("nothing in the record") << echo + latin1("00000=#00") << matched;
+    QTest::newRow("no prompt") << latin1("log --read=0\r\n00000=") + good << noMatch;
+    QTest::newRow("no space behind the prompt")
+        << latin1("$log --read=0\r\n00000=") + good << noMatch;
+    QTest::newRow("fewer zeros") << echo + latin1("0000=") + good << noMatch;
+    QTest::newRow("another row") << latin1("$ log --read=1\r\n00001=") + good << noMatch;
+    QTest::newRow("no checksum") << echo + latin1("00000=a,b") << noMatch;
+    QTest::newRow("half a checksum")
+        << echo + latin1("00000=a,b#") + good.right(2).left(1) << noMatch;
+    QTest::newRow("checksum of other letters") << echo + latin1("00000=a,b#zz") << noMatch;
+    QTest::newRow("wrong checksum") << echo + latin1("00000=a,c#") + good.right(2) << mismatch;
+    QTest::newRow("letter beyond ASCII") << echo
+            + logLine(latin1("00000"),
+                      latin1("T/\xb0"
+                             "C")) << mismatch;
+    QTest::newRow("bad and good line together") << echo + latin1("00000=a,c#") + good.right(2)
+            + latin1("\r\n") + echo + latin1("00000=")
+            + good << mismatch;
+}
+
+void TestDataParser::logTitles()
+{
+    QFETCH(QString, text);
+    QFETCH(int, result);
+    QStringList titles;
+    QCOMPARE(int(DataParser::parseLogTitles(text, titles)), result);
+}
+
+void TestDataParser::logTitlesKeepEmptyFields()
+{
+    QStringList titles;
+    QCOMPARE(int(DataParser::parseLogTitles(titlesReply(latin1("a,,b,")), titles)),
+             int(DataParserResult::Matched));
+    QCOMPARE(titles, QStringList({latin1("a"), QString(), latin1("b"), QString()}));
+    QCOMPARE(DataParser::splitLogFields(QString()), QStringList({QString()}));
+}
+
+void TestDataParser::logValue_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("result");
+    const int matched = int(DataParserResult::Matched);
+    const int noMatch = int(DataParserResult::NoMatch);
+    const int mismatch = int(DataParserResult::ChecksumMismatch);
+    const QString record = latin1("2017-11-13T10:20:30,1.5");
+    const QString good = latin1("2017-11-13T10:20:30,1.5#") + checksumOf(record);
+    QTest::newRow("five digits") << rowReply(1, latin1("00001"), record) << 1 << matched;
+    QTest::newRow("one digit") << rowReply(1, latin1("1"), record) << 1 << matched;
+    QTest::newRow("highest five digits")
+        << rowReply(99999, latin1("99999"), record) << 99999 << matched;
+    QTest::newRow("no fields but the time")
+        << rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30")) << 1 << matched;
+    QTest::newRow("time that is none")
+        << rowReply(1, latin1("00001"), latin1("yesterday,1")) << 1 << matched;
+    QTest::newRow("nothing in the record")
+        << rowReply(1, latin1("00001"), QString()) << 1 << matched;
+    QTest::newRow("other entry number") << rowReply(1, latin1("00012"), record) << 1 << noMatch;
+    QTest::newRow("reply to another command")
+        << rowReply(12, latin1("00012"), record) << 1 << noMatch;
+    QTest::newRow("entry number beyond int")
+        << rowReply(1, latin1("99999999999"), record) << 1 << noMatch;
+    QTest::newRow("field that is no number, wrong checksum too")
+        << latin1("log --read=1\r\n00001=2017-11-13T10:20:30,x#00") << 1 << noMatch;
+    QTest::newRow("field that is no number, right checksum")
+        << rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,1,x")) << 1 << noMatch;
+    QTest::newRow("empty field") << rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,1,"))
+                                 << 1 << noMatch;
+    QTest::newRow("checksum of other letters")
+        << latin1("log --read=1\r\n00001=2017-11-13T10:20:30,1#g0") << 1 << noMatch;
+    QTest::newRow("wrong checksum")
+        << latin1("log --read=1\r\n00001=") + latin1("3") + good.mid(1) << 1 << mismatch;
+    QTest::newRow("wrong checksum of a good record") << latin1("log --read=1\r\n00001=") + record
+            + latin1("#") + (checksumOf(record) == latin1("00") ? latin1("01") : latin1("00"))
+                                                     << 1 << mismatch;
+    QTest::newRow("letter beyond ASCII in the time")
+        << rowReply(1, latin1("00001"), latin1("\xe4,1")) << 1 << mismatch;
+    QTest::newRow("bad and good line together") << latin1("log --read=1\r\n00001=3") + good.mid(1)
+            + latin1("\r\n") + rowReply(1, latin1("00001"), record)
+                                                << 1 << noMatch;
+}
+
+void TestDataParser::logValue()
+{
+    QFETCH(QString, text);
+    QFETCH(int, index);
+    QFETCH(int, result);
+    QDateTime time;
+    QVector<double> values;
+    QCOMPARE(int(DataParser::parseLogValue(text, index, time, values)), result);
+}
+
+void TestDataParser::logRecord_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("good");
+    QTest::addColumn<bool>("validTime");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("numbers") << latin1("2017-11-13T10:20:30,1,-2.5,3e2") << true << true
+                             << latin1("1|-2.5|300");
+    QTest::newRow("time alone") << latin1("2017-11-13T10:20:30") << true << true << QString();
+    QTest::newRow("bad time") << latin1("now,7") << true << false << latin1("7");
+    QTest::newRow("empty") << QString() << true << false << QString();
+    QTest::newRow("bad last field")
+        << latin1("2017-11-13T10:20:30,1,N") << false << true << QString();
+    QTest::newRow("empty field") << latin1("2017-11-13T10:20:30,,1") << false << true << QString();
+}
+
+void TestDataParser::logRecord()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, good);
+    QFETCH(bool, validTime);
+    QFETCH(QString, values);
+    QDateTime time;
+    QVector<double> numbers = {99};
+    QCOMPARE(DataParser::parseLogRecord(text, time, numbers), good);
+    QCOMPARE(time.isValid(), validTime);
+    QCOMPARE(joined(numbers), values);
+}
+
+void TestDataParser::logRecordIsLabelledUtcWhateverItSays_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("no zone") << latin1("2017-11-13T10:20:30");
+    QTest::newRow("UTC") << latin1("2017-11-13T10:20:30Z");
+    QTest::newRow("an offset") << latin1("2017-11-13T10:20:30+05:00");
+}
+
+void TestDataParser::logRecordIsLabelledUtcWhateverItSays()
+{
+    QFETCH(QString, text);
+    QDateTime time;
+    QVector<double> values;
+    QVERIFY(DataParser::parseLogRecord(text, time, values));
+    QCOMPARE(time.timeSpec(), Qt::UTC);
+    QCOMPARE(time, QDateTime(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC));
+}
+
+void TestDataParser::checksum_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<unsigned>("expected");
+    QTest::addColumn<bool>("good");
+    QTest::newRow("empty") << QString() << 0u << true;
+    QTest::newRow("check value") << latin1("123456789") << 0xa2u << true;
+    QTest::newRow("one bit off") << latin1("123456789") << 0xa3u << false;
+    QTest::newRow("high bits count") << latin1("123456789") << 0x1a2u << false;
+    for (unsigned sum = 0; sum <= 0xff; ++sum) {
+        QTest::addRow("beyond ASCII %02x", sum) << latin1("20\xb0") << sum << false;
+    }
+    QTest::newRow("beyond ASCII, all bits") << latin1("20\xb0") << 0xffffffffu << false;
+}
+
+void TestDataParser::checksum()
+{
+    QFETCH(QString, text);
+    QFETCH(unsigned, expected);
+    QFETCH(bool, good);
+    QCOMPARE(DataParser::crcMatches(text, expected), good);
+}
+
+void TestDataParser::eepromBlock_data()
+{
+    QTest::addColumn<QString>("digits");
+    QTest::addColumn<QByteArray>("data");
+    QString allDigits;
+    QByteArray allBytes;
+    for (int byte = 0; byte < 256; ++byte) {
+        allDigits += latin1("%1").arg(byte, 2, 16, QLatin1Char('0'));
+        allBytes += static_cast<char>(byte);
+    }
+    QTest::newRow("every byte") << allDigits << allBytes;
+    QTest::newRow("upper case") << allDigits.toUpper() << allBytes;
+    QTest::newRow("odd last digit is dropped") << latin1("0a0b0") << QByteArray("\x0a\x0b");
+    QTest::newRow("one digit") << latin1("0") << QByteArray();
+    QTest::newRow("odd last letter is dropped") << latin1("0ag") << QByteArray("\x0a");
+    QTest::newRow("empty") << QString() << QByteArray();
+    QTest::newRow("64 bytes") << latin1("5A").repeated(64) << QByteArray(64, 'Z');
+}
+
+void TestDataParser::eepromBlock()
+{
+    QFETCH(QString, digits);
+    QFETCH(QByteArray, data);
+    QByteArray result;
+    QVERIFY(DataParser::parseEepromBlock(eepromReply(1023, digits), 1023, result));
+    QCOMPARE(result, data);
+}
+
+void TestDataParser::eepromBlockOfBadDigitsEmptiesTheData()
+{
+    QByteArray result = "old";
+    QVERIFY(!DataParser::parseEepromBlock(eepromReply(7, latin1("0A0G0B")), 7, result));
+    QVERIFY(result.isEmpty());
+    // The line of another block, or of one whose number begins alike, is not this one's.
+    QVERIFY(!DataParser::parseEepromBlock(eepromReply(70, latin1("0A")), 7, result));
+    QVERIFY(!DataParser::parseEepromBlock(eepromReply(7, latin1("0A")), 70, result));
+}
+
+void TestDataParser::eepromBlockNumberIsUnsigned()
+{
+    QByteArray result;
+    QVERIFY(DataParser::parseEepromBlock(eepromReply(65535, latin1("0A")), 65535, result));
+    QCOMPARE(result, QByteArray("\x0a"));
+}
+
+void TestDataParser::parseInt_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("good");
+    QTest::addColumn<int>("value");
+    QTest::newRow("zero") << latin1("0") << true << 0;
+    QTest::newRow("leading zeros") << latin1("0012") << true << 12;
+    QTest::newRow("negative") << latin1("-5") << true << -5;
+    QTest::newRow("highest") << latin1("2147483647") << true << 2147483647;
+    QTest::newRow("too high") << latin1("2147483648") << false << 0;
+    QTest::newRow("hexadecimal") << latin1("0x10") << false << 0;
+    QTest::newRow("empty") << QString() << false << 0;
+    QTest::newRow("letters") << latin1("12a") << false << 0;
+}
+
+void TestDataParser::parseInt()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, good);
+    QFETCH(int, value);
+    int result = 77;
+    QCOMPARE(DataParser::parseInt(text, result), good);
+    if (good) {
+        QCOMPARE(result, value);
+    }
+}
+
+void TestDataParser::parseHex_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("good");
+    QTest::addColumn<unsigned>("value");
+    QTest::newRow("zero") << latin1("00") << true << 0u;
+    QTest::newRow("upper case") << latin1("A2") << true << 0xa2u;
+    QTest::newRow("lower case") << latin1("a2") << true << 0xa2u;
+    QTest::newRow("one digit") << latin1("f") << true << 15u;
+    QTest::newRow("highest") << latin1("ffffffff") << true << 0xffffffffu;
+    QTest::newRow("too high") << latin1("100000000") << false << 0u;
+    QTest::newRow("empty") << QString() << false << 0u;
+    QTest::newRow("null") << QStringLiteral("") << false << 0u;
+    QTest::newRow("other letters") << latin1("g0") << false << 0u;
+    QTest::newRow("underscore") << latin1("_1") << false << 0u;
+}
+
+void TestDataParser::parseHex()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, good);
+    QFETCH(unsigned, value);
+    unsigned result = 77;
+    QCOMPARE(DataParser::parseHex(text, result), good);
+    if (good) {
+        QCOMPARE(result, value);
+    }
+}
+
+void TestDataParser::intEquals()
+{
+    QVERIFY(DataParser::intEquals(latin1("00012"), 12));
+    QVERIFY(!DataParser::intEquals(latin1("00012"), 13));
+    QVERIFY(!DataParser::intEquals(latin1("x"), 0));
+    QVERIFY(!DataParser::intEquals(QString(), 0));
+}
+
+void TestDataParser::deviceLetters_data()
+{
+    QTest::addColumn<int>("letter");
+    QTest::addColumn<int>("onDevice");
+    QTest::newRow("a umlaut") << 0xe4 << 0x84;
+    QTest::newRow("o umlaut") << 0xf6 << 0x94;
+    QTest::newRow("A umlaut") << 0xc4 << 0x8e;
+    QTest::newRow("O umlaut") << 0xd6 << 0x99;
+    QTest::newRow("a ring") << 0xe5 << 0x86;
+    QTest::newRow("A ring") << 0xc5 << 0x8f;
+    QTest::newRow("u umlaut stays") << 0xfc << 0xfc;
+    QTest::newRow("ASCII stays") << int('a') << int('a');
+}
+
+void TestDataParser::deviceLetters()
+{
+    QFETCH(int, letter);
+    QFETCH(int, onDevice);
+    const QString user = QString(QChar(letter)) + latin1("x") + QChar(letter);
+    const QString device = QString(QChar(onDevice)) + latin1("x") + QChar(onDevice);
+    QCOMPARE(DataParser::toDeviceText(user), device);
+    QCOMPARE(DataParser::fromDeviceText(device), user);
+}
+
+void TestDataParser::deviceTextRestoresTheSixLetters()
+{
+    const QString letters = latin1("set name=\xe4\xf6\xc4\xd6\xe5\xc5\r\n");
+    QCOMPARE(DataParser::fromDeviceText(DataParser::toDeviceText(letters)), letters);
+    QCOMPARE(DataParser::toDeviceText(QString()), QString());
+}
+
+void TestDataParser::resultsHaveTheirNumbers()
+{
+    QCOMPARE(int(DataParserResult::Matched), 0);
+    QCOMPARE(int(DataParserResult::NoMatch), 1);
+    QCOMPARE(int(DataParserResult::ChecksumMismatch), 2);
+}
+
+KV_TEST_CORE_MAIN(TestDataParser)
+#include "tst_dataparser.moc"
