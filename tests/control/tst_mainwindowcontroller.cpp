@@ -1,0 +1,648 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/control/controllerfixture.h"
+#include "tests/support/testmain.h"
+
+#include <QtCore/QStandardPaths>
+
+using Value = SerialPortValueType;
+
+namespace {
+
+QString text(const char *latin1)
+{
+    return QString::fromUtf8(latin1);
+}
+
+QString location(QStandardPaths::StandardLocation standard)
+{
+    return QStandardPaths::writableLocation(standard);
+}
+
+QString storeIn(const QString &folder)
+{
+    return folder + text("/measurements.db");
+}
+
+} // namespace
+
+class TestMainWindowController : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // Start.
+    void startGoesFromPortsToModelsToUnitsToTheStore();
+    void startRestoresTheRememberedPortAndUnits();
+    void firstRunFallsBackToDefaults();
+    void firstModelInNameOrderIsInForceAtStart();
+    void failedLoadShowsItsFileAndGoesOn_data();
+    void failedLoadShowsItsFileAndGoesOn();
+    void modelsReadBeforeAFailureStillActivate();
+    void rememberedFolderGoesFirst();
+    void rememberedFolderThatDoesNotOpenIsPassedOverInSilence();
+    void foldersAreTriedInOrder();
+    void theUserIsAskedUntilAFolderOpens();
+    void noFolderEndsTheStart();
+
+    // Connecting.
+    void emptyPortNameDoesNothing();
+    void newPortNameMakesATransport();
+    void samePortNameUsesTheSameTransport();
+    void connectedAsksForEverythingInOrder();
+    void failedConnectLeavesTheRememberedPort();
+    void knownModelTakesOver();
+    void modelInAnotherCaseIsNotSupported();
+    void identityGoesToTheWindowAndTheStore();
+    void otherNamesAreSettings();
+    void healthIsBounded_data();
+    void healthIsBounded();
+    void stateGoesToTheWindow_data();
+    void stateGoesToTheWindow();
+    void availabilityIsPolledWhileTheDeviceIsNotReady();
+    void clockReplyStartsTheClockAndClosesTheDialog();
+    void missingLogOptionClosesTheDialogAndWarns();
+    void presentLogOptionAndLogCountDoNothing();
+    void endOfTheFirstReadsStartsPolling();
+    void laterEndsOfJobsAreIgnored();
+
+    // Measuring.
+    void measurementTimerPolls();
+    void measurementGoesToTheWindowThenToTheStore();
+    void measurementCarriesTheStateOfItsMoment();
+    void notAvailableIsExactlyTheLetterN_data();
+    void notAvailableIsExactlyTheLetterN();
+    void measurementBeforeTheDeviceIsKnownIsShownOnly();
+
+    // Disconnecting.
+    void disconnectHasItsOrderAndItsPause();
+    void disconnectDuringTheReadsLeavesSynchronizingOn();
+    void disconnectLeavesTheAvailabilityTimerRunning();
+
+    // Small operations.
+    void intervalsAndDetailsCanBeSet();
+    void timersHaveTheirIntervals();
+};
+
+void TestMainWindowController::startGoesFromPortsToModelsToUnitsToTheStore()
+{
+    ControllerFixture f;
+    QVERIFY(f.controller.start());
+    QCOMPARE(
+        f.window.calls,
+        QStringList({text("refreshPorts "), text("setMeasurementItems"), text("setConfiguration"),
+                     text("setPollutantUnitIndex 0"), text("setDisplayOptions"),
+                     text("setTemperatureUnitIndex 0"), text("setDisplayOptions")}));
+    QCOMPARE(f.settings.reads,
+             QStringList({text("serial port"), text("pollutant unit"), text("temperature unit"),
+                          text("local storage path")}));
+    QCOMPARE(f.settings.writes,
+             QStringList(
+                 {text("pollutant unit"), text("temperature unit"), text("local storage path")}));
+    QVERIFY(f.handler.calls.isEmpty());
+}
+
+void TestMainWindowController::startRestoresTheRememberedPortAndUnits()
+{
+    ControllerFixture f;
+    f.settings.values[text("serial port")] = text("ttyUSB3");
+    f.settings.values[text("pollutant unit")] = 1;
+    f.settings.values[text("temperature unit")] = -1;
+    QVERIFY(f.controller.start());
+    QCOMPARE(f.window.calls.first(), text("refreshPorts ttyUSB3"));
+    QVERIFY(f.window.calls.contains(text("setPollutantUnitIndex 1")));
+    QVERIFY(f.window.calls.contains(text("setTemperatureUnitIndex -1")));
+    QVERIFY(!f.window.options.pollutantInPpm);
+    QVERIFY(!f.window.options.temperatureInCelsius);
+    QVERIFY(f.window.options.hideUndefinedUnit);
+}
+
+void TestMainWindowController::firstRunFallsBackToDefaults()
+{
+    ControllerFixture f;
+    QVERIFY(f.controller.start());
+    QVERIFY(f.window.options.pollutantInPpm);
+    QVERIFY(f.window.options.temperatureInCelsius);
+    QCOMPARE(f.storage.openedPaths,
+             QStringList(storeIn(location(QStandardPaths::AppDataLocation))));
+}
+
+void TestMainWindowController::firstModelInNameOrderIsInForceAtStart()
+{
+    ControllerFixture f;
+    f.start();
+    QCOMPARE(f.window.configuration.configurationItems.size(), 1);
+    QCOMPARE(f.window.configuration.configurationItems.first().alias, text("one"));
+    QCOMPARE(f.window.items.size(), 2);
+    QCOMPARE(f.window.items.first().name, text("O3"));
+}
+
+void TestMainWindowController::failedLoadShowsItsFileAndGoesOn_data()
+{
+    QTest::addColumn<QByteArray>("contents");
+    QTest::addRow("empty file") << QByteArray();
+    QTest::addRow("not XML") << QByteArray("serial=1\n");
+    QTest::addRow("no devices") << QByteArray("<KVTConfig><Devices/></KVTConfig>");
+    QTest::addRow("bad measurement")
+        << QByteArray("<KVTConfig><Devices><Device name='A'/><Device name='B'><Measurements>"
+                      "<Measurement name='x' type='rain'/></Measurements></Device></Devices>"
+                      "</KVTConfig>");
+}
+
+void TestMainWindowController::failedLoadShowsItsFileAndGoesOn()
+{
+    QFETCH(QByteArray, contents);
+    ControllerFixture f;
+    f.writeFile(text("settings.xml"), contents);
+    QVERIFY(f.controller.start());
+    QCOMPARE(f.window.calls.at(1),
+             text("Critical Failed to load configuration from file settings.xml"));
+    QVERIFY(!f.window.calls.contains(text("setConfiguration")));
+    QVERIFY(!f.window.calls.contains(text("setMeasurementItems")));
+    QCOMPARE(f.storage.openedPaths.size(), 1);
+}
+
+void TestMainWindowController::modelsReadBeforeAFailureStillActivate()
+{
+    ControllerFixture f;
+    f.writeFile(
+        text("settings.xml"),
+        "<KVTConfig><Devices><Device name='A'/><Device name='B'><Measurements>"
+        "<Measurement name='x' type='rain'/></Measurements></Device></Devices></KVTConfig>");
+    f.start();
+    emit f.handler.valueRead(Value::ValueDeviceModel, text("A"));
+    QCOMPARE(f.window.calls, QStringList({text("setMeasurementItems"), text("setConfiguration")}));
+}
+
+void TestMainWindowController::rememberedFolderGoesFirst()
+{
+    ControllerFixture f;
+    f.settings.values[text("local storage path")] = text("/data//here/");
+    QVERIFY(f.controller.start());
+    QCOMPARE(f.storage.openedPaths, QStringList(text("/data/here/measurements.db")));
+    QCOMPARE(f.settings.values[text("local storage path")].toString(), text("/data//here/"));
+}
+
+void TestMainWindowController::rememberedFolderThatDoesNotOpenIsPassedOverInSilence()
+{
+    ControllerFixture f;
+    f.settings.values[text("local storage path")] = text("/gone");
+    f.storage.openPredicate = [](const QString &path) { return !path.startsWith(text("/gone")); };
+    QVERIFY(f.controller.start());
+    QCOMPARE(f.settings.values[text("local storage path")].toString(),
+             location(QStandardPaths::AppDataLocation));
+    QVERIFY(f.window.calls.filter(text("Critical")).isEmpty());
+    QVERIFY(f.window.calls.filter(text("Information")).isEmpty());
+}
+
+void TestMainWindowController::foldersAreTriedInOrder()
+{
+    ControllerFixture f;
+    f.settings.values[text("local storage path")] = text("/gone");
+    f.storage.openResult = false;
+    f.window.directories = {text("/chosen")};
+    f.storage.openPredicate = [](const QString &path) { return path.startsWith(text("/chosen")); };
+    QVERIFY(f.controller.start());
+    QCOMPARE(f.storage.openedPaths,
+             QStringList({text("/gone/measurements.db"),
+                          storeIn(location(QStandardPaths::AppDataLocation)),
+                          storeIn(location(QStandardPaths::HomeLocation)),
+                          storeIn(location(QStandardPaths::AppLocalDataLocation)),
+                          text("/chosen/measurements.db")}));
+    QCOMPARE(f.settings.values[text("local storage path")].toString(), text("/chosen"));
+}
+
+void TestMainWindowController::theUserIsAskedUntilAFolderOpens()
+{
+    ControllerFixture f;
+    f.storage.openPredicate = [](const QString &path) { return path.startsWith(text("/good")); };
+    f.window.directories = {text("/bad"), text("/good")};
+    QVERIFY(f.controller.start());
+    const QString ask = text("selectDirectory Choose where to store measurements | ")
+        + location(QStandardPaths::HomeLocation);
+    QCOMPARE(f.window.calls.mid(7),
+             QStringList({text("Information Kv tool automatically stores measurements to disk. "
+                               "Please select a directory where the measurements can be stored."),
+                          ask,
+                          text("Critical Unable to write measures to /bad. Please choose another "
+                               "directory."),
+                          ask}));
+}
+
+void TestMainWindowController::noFolderEndsTheStart()
+{
+    ControllerFixture f;
+    f.storage.openResult = false;
+    f.window.directories = {text("/bad")};
+    QVERIFY(!f.controller.start());
+    QCOMPARE(f.window.calls.last(),
+             text("Critical Unable to write measurements to disk. Unable to write to default "
+                  "location: %1 and no replacement directory was chosen. Exiting!")
+                 .arg(location(QStandardPaths::AppDataLocation)));
+    QVERIFY(!f.settings.values.contains(text("local storage path")));
+}
+
+void TestMainWindowController::emptyPortNameDoesNothing()
+{
+    ControllerFixture f;
+    f.start();
+    f.handler.currentPortName.clear();
+    QTest::ignoreMessage(QtDebugMsg, "Unable to connect with empty port name");
+    emit f.window.connectClicked(QString());
+    QVERIFY(f.handler.calls.isEmpty());
+    QVERIFY(f.window.calls.isEmpty());
+}
+
+void TestMainWindowController::newPortNameMakesATransport()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.window.connectClicked(text("/dev/ttyNEW"));
+    QCOMPARE(f.handler.calls, QStringList({text("setSerialPort"), text("connectToDevice")}));
+    QCOMPARE(f.handler.transport->portName(), text("ttyNEW"));
+    QVERIFY(!f.handler.transport->isOpen());
+    QVERIFY(f.window.calls.isEmpty());
+}
+
+void TestMainWindowController::samePortNameUsesTheSameTransport()
+{
+    ControllerFixture f;
+    f.start();
+    QTest::ignoreMessage(QtDebugMsg, "Port already opened, trying again to read sw version");
+    emit f.window.connectClicked(text("ttyOLD"));
+    QCOMPARE(f.handler.calls, QStringList(text("connectToDevice")));
+}
+
+void TestMainWindowController::connectedAsksForEverythingInOrder()
+{
+    ControllerFixture f;
+    f.start();
+    f.window.names = QStringList({text("one"), text("two")});
+    emit f.handler.connected();
+    QCOMPARE(f.handler.calls,
+             QStringList({text("setValue debug=0"), text("readModel"),
+                          text("readValues hwver swver serial model meas_state health one two"),
+                          text("readDate")}));
+    QCOMPARE(f.settings.writes, QStringList(text("serial port")));
+    QCOMPARE(f.settings.values[text("serial port")].toString(), text("ttyOLD"));
+    QVERIFY(f.window.calls.isEmpty());
+}
+
+void TestMainWindowController::failedConnectLeavesTheRememberedPort()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.window.connectClicked(text("/dev/ttyNEW"));
+    emit f.handler.error(text("Unable to open port!"));
+    QVERIFY(f.settings.writes.isEmpty());
+}
+
+void TestMainWindowController::knownModelTakesOver()
+{
+    ControllerFixture f;
+    f.start();
+    QTest::ignoreMessage(QtDebugMsg, "Got model: \"KVT-2\"");
+    emit f.handler.valueRead(Value::ValueDeviceModel, text("KVT-2"));
+    QCOMPARE(f.window.calls, QStringList({text("setMeasurementItems"), text("setConfiguration")}));
+    QCOMPARE(f.window.configuration.configurationItems.first().alias, text("two"));
+    QCOMPARE(f.window.items.first().name, text("T"));
+}
+
+void TestMainWindowController::modelInAnotherCaseIsNotSupported()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    QTest::ignoreMessage(QtDebugMsg, "Got model: \"kvt-1\"");
+    QTest::ignoreMessage(QtDebugMsg,
+                         "Model not supported, supported models are: (\"KVT-1\", \"KVT-2\")");
+    emit f.handler.valueRead(Value::ValueDeviceModel, text("kvt-1"));
+    QCOMPARE(f.window.calls,
+             QStringList(text("Critical Device kvt-1 not supported. Please update "
+                              "KV Tool.")));
+    QVERIFY(f.handler.calls.isEmpty());
+    QCOMPARE(f.window.configuration.configurationItems.first().alias, text("one"));
+}
+
+void TestMainWindowController::identityGoesToTheWindowAndTheStore()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.connected();
+    emit f.handler.dataRead(text("hwver"), text("H1"));
+    emit f.handler.dataRead(text("swver"), text("S1"));
+    emit f.handler.dataRead(text("serial"), text("N1"));
+    emit f.handler.dataRead(text("model"), text("M1"));
+    QCOMPARE(f.window.calls,
+             QStringList({text("setHwVersion H1"), text("setSwVersion S1"),
+                          text("setSerialNumber N1"), text("setModelNumber M1")}));
+    emit f.handler.allJobsDone();
+    QCOMPARE(f.storage.addedDevices.size(), 1);
+    const DeviceDetails device = f.storage.addedDevices.first();
+    QCOMPARE(device.hwVersion, text("H1"));
+    QCOMPARE(device.swVersion, text("S1"));
+    QCOMPARE(device.serialNumber, text("N1"));
+    QCOMPARE(device.modelNumber, text("M1"));
+}
+
+void TestMainWindowController::otherNamesAreSettings()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.dataRead(text("one"), text("7"));
+    emit f.handler.dataRead(text("Health"), text("7"));
+    QCOMPARE(
+        f.window.calls,
+        QStringList({text("setConfigurationValue one=7"), text("setConfigurationValue Health=7")}));
+}
+
+void TestMainWindowController::healthIsBounded_data()
+{
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<int>("shown");
+    QTest::addRow("percent") << text("98%") << 98;
+    QTest::addRow("plain") << text("0") << 0;
+    QTest::addRow("above") << text("135%") << 100;
+    QTest::addRow("below") << text("-5%") << 0;
+    QTest::addRow("many signs") << text("%4%2%") << 42;
+    QTest::addRow("no number") << text("good") << 0;
+    QTest::addRow("sign alone") << text("%") << 0;
+    QTest::addRow("empty") << text("") << -1;
+    QTest::addRow("unknown to the device") << QString() << -1;
+}
+
+void TestMainWindowController::healthIsBounded()
+{
+    QFETCH(QString, reply);
+    QFETCH(int, shown);
+    ControllerFixture f;
+    f.start();
+    emit f.handler.dataRead(text("health"), reply);
+    QCOMPARE(f.window.calls, QStringList(text("setHealth %1").arg(shown)));
+}
+
+void TestMainWindowController::stateGoesToTheWindow_data()
+{
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<int>("state");
+    QTest::addRow("0") << text("0") << 0;
+    QTest::addRow("1") << text("1") << 1;
+    QTest::addRow("2") << text("2") << 2;
+    QTest::addRow("3") << text("3") << 3;
+    QTest::addRow("4") << text("4") << 4;
+    QTest::addRow("5") << text("5") << 0;
+    QTest::addRow("negative") << text("-1") << 0;
+    QTest::addRow("word") << text("ready") << 0;
+    QTest::addRow("unknown to the device") << QString() << 0;
+}
+
+void TestMainWindowController::stateGoesToTheWindow()
+{
+    QFETCH(QString, reply);
+    QFETCH(int, state);
+    ControllerFixture f;
+    f.start();
+    emit f.handler.dataRead(text("meas_state"), reply);
+    QCOMPARE(f.window.calls, QStringList(text("setMeasurementState %1").arg(state)));
+}
+
+void TestMainWindowController::availabilityIsPolledWhileTheDeviceIsNotReady()
+{
+    ControllerFixture f;
+    f.start();
+    f.controller.setMeasurementAvailabilityInterval(1);
+    QSignalSpy polls(&f.controller, &MainWindowController::measurementAvailabilityPollStarted);
+    emit f.handler.dataRead(text("meas_state"), text("3"));
+    QTRY_VERIFY(polls.size() >= 2);
+    QCOMPARE(f.handler.calls.first(), text("readValue meas_state"));
+
+    emit f.handler.dataRead(text("meas_state"), text("1"));
+    const int pollsWhenReady = polls.size();
+    QVERIFY(!polls.wait(50));
+    QCOMPARE(polls.size(), pollsWhenReady);
+}
+
+void TestMainWindowController::clockReplyStartsTheClockAndClosesTheDialog()
+{
+    ControllerFixture f;
+    f.start();
+    const QDateTime time(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
+    emit f.handler.valueRead(Value::ValueDeviceDate, time);
+    QCOMPARE(f.window.calls,
+             QStringList({text("setDeviceClock 2026-01-02T03:04:05Z"),
+                          text("setDeviceClockRunning 1"), text("closeWaitDialog")}));
+}
+
+void TestMainWindowController::missingLogOptionClosesTheDialogAndWarns()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.valueRead(Value::ValueLogOption, false);
+    QCOMPARE(f.window.calls,
+             QStringList({text("closeWaitDialog"),
+                          text("Warning No LOG option installed to device, unable to read or clear "
+                               "log.")}));
+}
+
+void TestMainWindowController::presentLogOptionAndLogCountDoNothing()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.valueRead(Value::ValueLogOption, true);
+    emit f.handler.valueRead(Value::ValueLogCount, 3);
+    QVERIFY(f.window.calls.isEmpty());
+    QVERIFY(f.handler.calls.isEmpty());
+}
+
+void TestMainWindowController::endOfTheFirstReadsStartsPolling()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.connected();
+    f.forget();
+    QStringList order;
+    QObject::connect(&f.controller, &MainWindowController::measurementPollStarted,
+                     [&] { order = f.window.calls + f.handler.calls + f.storage.calls; });
+    emit f.handler.allJobsDone();
+    // At the moment of the first poll the window is connected and the store not yet asked.
+    QCOMPARE(order, QStringList({text("setConnected 1"), text("readMeasurements")}));
+    QCOMPARE(f.storage.calls, QStringList(text("addDevice")));
+}
+
+void TestMainWindowController::laterEndsOfJobsAreIgnored()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    emit f.handler.allJobsDone();
+    QVERIFY(f.window.calls.isEmpty());
+    QVERIFY(f.handler.calls.isEmpty());
+    QVERIFY(f.storage.calls.isEmpty());
+}
+
+void TestMainWindowController::measurementTimerPolls()
+{
+    ControllerFixture f;
+    f.start();
+    f.controller.setMeasurementInterval(1);
+    QSignalSpy polls(&f.controller, &MainWindowController::measurementPollStarted);
+    QVERIFY(!polls.wait(20));
+    emit f.handler.connected();
+    f.forget();
+    emit f.handler.allJobsDone();
+    QCOMPARE(polls.size(), 1);
+    QTRY_VERIFY(polls.size() >= 3);
+    QCOMPARE(f.handler.calls.count(text("readMeasurements")), polls.size());
+
+    f.controller.stopMeasurementPolling();
+    const int pollsWhenStopped = polls.size();
+    QVERIFY(!polls.wait(50));
+    QCOMPARE(polls.size(), pollsWhenStopped);
+}
+
+void TestMainWindowController::measurementGoesToTheWindowThenToTheStore()
+{
+    ControllerFixture f;
+    f.storage.addDeviceId = 7;
+    f.storage.addMeasurementId = 70;
+    f.connectDevice();
+    const QDateTime time(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
+    emit f.handler.measurementsRead(
+        time, {{text("T"), text("21.5")}, {text("O3"), text("N")}, {text("RH"), text("40")}});
+    QCOMPARE(f.window.calls, QStringList(text("addMeasurement")));
+    QCOMPARE(f.window.metadata.timestamp, time);
+    QCOMPARE(f.window.metadata.state, MeasurementState::Ready);
+    QCOMPARE(f.window.values.size(), 3);
+    QCOMPARE(f.window.values.at(0).name, text("O3"));
+    QCOMPARE(f.window.values.at(0).valid, false);
+    QCOMPARE(f.window.values.at(0).value, 0.0);
+    QCOMPARE(f.window.values.at(1).name, text("RH"));
+    QCOMPARE(f.window.values.at(2).value, 21.5);
+    QCOMPARE(f.storage.calls, QStringList({text("addMeasurement"), text("addMeasurementValues")}));
+    QCOMPARE(f.storage.addedMeasurements.last().deviceId, 7U);
+    QCOMPARE(f.storage.addedMeasurements.last().metadata.timestamp, time);
+    QCOMPARE(f.storage.addedValues.last().measurementId, 70U);
+    QCOMPARE(f.storage.addedValues.last().values.size(), 3);
+}
+
+void TestMainWindowController::measurementCarriesTheStateOfItsMoment()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    emit f.handler.dataRead(text("meas_state"), text("4"));
+    emit f.handler.measurementsRead(QDateTime::currentDateTimeUtc(), {{text("T"), text("1")}});
+    QCOMPARE(f.window.metadata.state, MeasurementState::HardwareError);
+    QCOMPARE(f.storage.addedMeasurements.last().metadata.state, MeasurementState::HardwareError);
+}
+
+void TestMainWindowController::notAvailableIsExactlyTheLetterN_data()
+{
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<double>("value");
+    QTest::addRow("N") << text("N") << false << 0.0;
+    QTest::addRow("n") << text("n") << true << 0.0;
+    QTest::addRow("NA") << text("NA") << true << 0.0;
+    QTest::addRow("empty") << text("") << true << 0.0;
+    QTest::addRow("zero") << text("0") << true << 0.0;
+    QTest::addRow("negative") << text("-1.5e2") << true << -150.0;
+}
+
+void TestMainWindowController::notAvailableIsExactlyTheLetterN()
+{
+    QFETCH(QString, reply);
+    QFETCH(bool, valid);
+    QFETCH(double, value);
+    ControllerFixture f;
+    f.connectDevice();
+    emit f.handler.measurementsRead(QDateTime::currentDateTimeUtc(), {{text("T"), reply}});
+    QCOMPARE(f.window.values.first().valid, valid);
+    QCOMPARE(f.window.values.first().value, value);
+}
+
+void TestMainWindowController::measurementBeforeTheDeviceIsKnownIsShownOnly()
+{
+    ControllerFixture f;
+    f.start();
+    QTest::ignoreMessage(QtWarningMsg, "Device details not set yet, can't add measurements yet");
+    emit f.handler.measurementsRead(QDateTime::currentDateTimeUtc(), {{text("T"), text("1")}});
+    QCOMPARE(f.window.calls, QStringList(text("addMeasurement")));
+    QVERIFY(f.storage.calls.isEmpty());
+}
+
+void TestMainWindowController::disconnectHasItsOrderAndItsPause()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    QSignalSpy polls(&f.controller, &MainWindowController::measurementPollStarted);
+    f.controller.setMeasurementInterval(1);
+    emit f.window.disconnectClicked();
+    QCOMPARE(f.window.calls,
+             QStringList({text("setDeviceClockRunning 0"), text("setConnected 0")}));
+    QVERIFY(f.handler.calls.isEmpty());
+    QTRY_COMPARE(f.window.calls.mid(2), QStringList(text("setConnectEnabled 1")));
+    QCOMPARE(f.handler.calls, QStringList(text("disconnectFromDevice")));
+    QVERIFY(polls.isEmpty());
+
+    // The identity has gone with the connection.
+    emit f.window.showGraphClicked();
+    QVERIFY(f.window.device.serialNumber.isEmpty());
+}
+
+void TestMainWindowController::disconnectDuringTheReadsLeavesSynchronizingOn()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.connected();
+    emit f.window.disconnectClicked();
+    f.forget();
+    emit f.window.valueChanged(text("one"), text("3"));
+    QVERIFY(f.handler.calls.isEmpty());
+
+    emit f.handler.connected();
+    emit f.handler.allJobsDone();
+    f.forget();
+    emit f.window.valueChanged(text("one"), text("3"));
+    QCOMPARE(f.handler.calls, QStringList(text("setValue one=3")));
+}
+
+void TestMainWindowController::disconnectLeavesTheAvailabilityTimerRunning()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    f.controller.setMeasurementAvailabilityInterval(1);
+    QSignalSpy polls(&f.controller, &MainWindowController::measurementAvailabilityPollStarted);
+    emit f.handler.dataRead(text("meas_state"), text("0"));
+    emit f.window.disconnectClicked();
+    QTRY_VERIFY(f.handler.calls.contains(text("disconnectFromDevice")));
+    const int pollsAtDisconnect = polls.size();
+    QTRY_VERIFY(polls.size() > pollsAtDisconnect);
+}
+
+void TestMainWindowController::intervalsAndDetailsCanBeSet()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    f.controller.clearDeviceDetails();
+    emit f.window.showGraphClicked();
+    QVERIFY(f.window.device.serialNumber.isEmpty());
+
+    f.controller.setSynchronizing(true);
+    emit f.window.valueChanged(text("one"), text("3"));
+    QVERIFY(f.handler.calls.isEmpty());
+    f.controller.setSynchronizing(false);
+    emit f.window.valueChanged(text("one"), text("3"));
+    QCOMPARE(f.handler.calls, QStringList(text("setValue one=3")));
+}
+
+void TestMainWindowController::timersHaveTheirIntervals()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.connected();
+    emit f.handler.dataRead(text("meas_state"), text("0"));
+    emit f.handler.allJobsDone();
+    QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
+    emit f.window.disconnectClicked();
+    QCOMPARE(f.timerIntervals(), QList<int>({300000}));
+}
+
+KV_TEST_MAIN(TestMainWindowController)
+#include "tst_mainwindowcontroller.moc"

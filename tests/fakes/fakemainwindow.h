@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ui/mainwindowinterface.h"
+
+#include <QtCore/QMetaEnum>
+#include <QtCore/QObject>
+
+#include <functional>
+
+/// A window that writes each call down as one text ("setHealth 98"), answers questions and dialogs
+/// with what the test prepared, and has the signals of the real one.
+class FakeMainWindow : public QObject, public MainWindowInterface
+{
+    Q_OBJECT
+
+public:
+    void closeWaitDialog() override { record("closeWaitDialog"); }
+    void setReadLogEnabled(bool enabled) override { record("setReadLogEnabled", enabled); }
+    void showMessageBox(QMessageBox::Icon icon, const QString &text) override
+    {
+        const QMetaEnum icons = QMetaEnum::fromType<QMessageBox::Icon>();
+        record(icons.valueToKey(icon), text);
+        if (duringMessageBox) {
+            duringMessageBox();
+        }
+    }
+    QString selectSaveFile(const QString &caption, const QString &path,
+                           const QString &filter) override
+    {
+        record("selectSaveFile", caption + bar() + path + bar() + filter);
+        return saveFile;
+    }
+    QString selectOpenFile(const QString &caption, const QString &path,
+                           const QString &filter) override
+    {
+        record("selectOpenFile", caption + bar() + path + bar() + filter);
+        return openFile;
+    }
+    QString selectDirectory(const QString &caption, const QString &path) override
+    {
+        record("selectDirectory", caption + bar() + path);
+        return directories.isEmpty() ? QString() : directories.takeFirst();
+    }
+    void setHwVersion(const QString &version) override { record("setHwVersion", version); }
+    void setSwVersion(const QString &version) override { record("setSwVersion", version); }
+    void setSerialNumber(const QString &number) override { record("setSerialNumber", number); }
+    void setModelNumber(const QString &number) override { record("setModelNumber", number); }
+    void setHealth(int percentage) override { record("setHealth", percentage); }
+    void setDeviceClock(const QDateTime &time) override
+    {
+        record("setDeviceClock", time.toString(Qt::ISODate));
+    }
+    void setConfigurationValue(const QString &name, const QString &value) override
+    {
+        record("setConfigurationValue", name + QLatin1Char('=') + value);
+    }
+    void addMeasurement(const MeasurementMetadata &newMetadata,
+                        const QVector<MeasurementValue> &newValues) override
+    {
+        record("addMeasurement");
+        metadata = newMetadata;
+        values = newValues;
+    }
+    QStringList configurationNames() override { return names; }
+    void closeAll() override { record("closeAll"); }
+    void setConnected(bool connected) override { record("setConnected", connected); }
+    void setMeasurementState(MeasurementState state) override
+    {
+        record("setMeasurementState", static_cast<int>(state));
+    }
+    void addPort(const QString &label, const QString &location) override
+    {
+        record("addPort", label + bar() + location);
+    }
+    void selectPortIndex(int index) override { record("selectPortIndex", index); }
+    void refreshPorts(const QString &preferredPort) override
+    {
+        record("refreshPorts", preferredPort);
+    }
+    void setConfiguration(const DeviceConfiguration &newConfiguration) override
+    {
+        record("setConfiguration");
+        configuration = newConfiguration;
+    }
+    void setMeasurementItems(const QVector<MeasurementItem> &newItems) override
+    {
+        record("setMeasurementItems");
+        items = newItems;
+    }
+    void setPollutantUnitIndex(int index) override
+    {
+        record("setPollutantUnitIndex", index);
+        emit pollutantUnitIndexChanged(index);
+    }
+    void setTemperatureUnitIndex(int index) override
+    {
+        record("setTemperatureUnitIndex", index);
+        emit temperatureUnitIndexChanged(index);
+    }
+    void setConnectEnabled(bool enabled) override { record("setConnectEnabled", enabled); }
+    void showProgressWaitDialog(WaitDialogReason reason, const QString &text) override
+    {
+        record("showProgressWaitDialog", QString::number(static_cast<int>(reason)) + bar() + text);
+        runDuringWaitDialog();
+    }
+    void showWaitDialog(WaitDialogReason reason, const QString &text) override
+    {
+        record("showWaitDialog", QString::number(static_cast<int>(reason)) + bar() + text);
+        runDuringWaitDialog();
+    }
+    bool askQuestion(const QString &title, const QString &text) override
+    {
+        record("askQuestion", title + bar() + text);
+        return answer;
+    }
+    void setWaitDialogProgress(int percentage) override
+    {
+        record("setWaitDialogProgress", percentage);
+    }
+    bool showExportDialog(const DeviceDetails &newDevice, LocalStorage *newStorage,
+                          const QVector<MeasurementItem> &newItems,
+                          ExportSelection *selection) override
+    {
+        record("showExportDialog");
+        device = newDevice;
+        storage = newStorage;
+        items = newItems;
+        blankSelection = *selection;
+        if (answer) {
+            *selection = exportSelection;
+        }
+        return answer;
+    }
+    void showGraph(const DeviceDetails &newDevice, LocalStorage *newStorage,
+                   const QVector<MeasurementItem> &newItems,
+                   const MeasurementDisplayOptions &newOptions,
+                   const GraphSettings &settings) override
+    {
+        record("showGraph");
+        device = newDevice;
+        storage = newStorage;
+        items = newItems;
+        options = newOptions;
+        graph = settings;
+    }
+    void setDeviceClockRunning(bool running) override { record("setDeviceClockRunning", running); }
+    void graphSettings(GraphSettings &settings) override
+    {
+        record("graphSettings");
+        settings = graph;
+    }
+    void setDisplayOptions(const MeasurementDisplayOptions &newOptions) override
+    {
+        record("setDisplayOptions");
+        options = newOptions;
+    }
+    QString selectedPort() override { return port; }
+
+    QStringList calls;
+    QStringList *interleaved = nullptr; ///< where calls go instead, to see an order between fakes
+
+    // What the test prepares.
+    bool answer = false;
+    QString saveFile;
+    QString openFile;
+    QString port;
+    QStringList directories;
+    QStringList names;
+    ExportSelection exportSelection;
+    std::function<void()> duringMessageBox;
+    std::function<void()> duringWaitDialog;
+
+    // What the controller handed over last.
+    MeasurementMetadata metadata;
+    QVector<MeasurementValue> values;
+    DeviceConfiguration configuration;
+    QVector<MeasurementItem> items;
+    MeasurementDisplayOptions options;
+    DeviceDetails device;
+    LocalStorage *storage = nullptr;
+    GraphSettings graph;
+    ExportSelection blankSelection;
+
+signals:
+    void synchronizeClicked();
+    void connectClicked(QString portName);
+    void disconnectClicked();
+    void valueChanged(QString name, QString newValue);
+    void startReadingLogClicked();
+    void showGraphClicked();
+    void waitDialogCancelled(WaitDialogReason reason);
+    void eraseLogClicked();
+    void writeToEepromClicked();
+    void loadSettingsClicked();
+    void exportLocalMeasurementsToCsvClicked();
+    void synchronizeClockClicked();
+    void pollutantUnitIndexChanged(int index);
+    void temperatureUnitIndexChanged(int index);
+    void graphDialogClosed();
+    void updateFirmwareClicked();
+    void backupEepromClicked();
+    void restoreEepromFromBackupClicked();
+
+private:
+    static QString bar() { return QStringLiteral(" | "); }
+    QStringList &log() { return interleaved ? *interleaved : calls; }
+    void record(const char *call) { log().append(QLatin1String(call)); }
+    void record(const char *call, const QString &argument)
+    {
+        log().append(QLatin1String(call) + QLatin1Char(' ') + argument);
+    }
+    void record(const char *call, int argument) { record(call, QString::number(argument)); }
+    void runDuringWaitDialog()
+    {
+        if (duringWaitDialog) {
+            duringWaitDialog();
+        }
+    }
+};

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ui/settingsinterface.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QStringList>
+
+/// Settings in memory that remember the order in which keys were read and written.
+class FakeSettings : public SettingsInterface
+{
+public:
+    using SettingsInterface::value;
+
+    QVariant value(const QString &key, const QVariant &defaultValue) const override
+    {
+        reads.append(key);
+        return values.value(key, defaultValue);
+    }
+    void setValue(const QString &key, const QVariant &value) override
+    {
+        writes.append(key);
+        values.insert(key, value);
+    }
+
+    QMap<QString, QVariant> values;
+    mutable QStringList reads;
+    QStringList writes;
+};
