@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportjobfactoryreset.h"
+
+#include "serial/dataparser.h"
+
+namespace {
+
+constexpr int resetTimeoutMs = 60000;
+
+} // namespace
+
+SerialPortJobFactoryReset::SerialPortJobFactoryReset(SerialPortInterface *port, QObject *parent)
+    : SerialPortJob(port, SerialPortJobType::JobFactoryReset, parent)
+{
+    setTimeout(resetTimeoutMs);
+}
+
+void SerialPortJobFactoryReset::sendCommand()
+{
+    write(QStringLiteral("\r\ninitconf --really\r\n"));
+}
+
+void SerialPortJobFactoryReset::parseData(QString buffer)
+{
+    if (DataParser::isFactoryResetDone(buffer)) {
+        stop();
+        emit finished();
+    }
+}

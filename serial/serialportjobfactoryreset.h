@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportjob.h"
+
+/// Loads the device's default settings; they are kept only once written to its memory.
+class SerialPortJobFactoryReset : public SerialPortJob
+{
+    Q_OBJECT
+
+public:
+    explicit SerialPortJobFactoryReset(SerialPortInterface *port, QObject *parent = nullptr);
+
+protected:
+    void sendCommand() override;
+    void parseData(QString buffer) override;
+};

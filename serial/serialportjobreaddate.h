@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportjob.h"
+
+/// Reads the device's clock; reports ValueDeviceDate.
+class SerialPortJobReadDate : public SerialPortJob
+{
+    Q_OBJECT
+
+public:
+    explicit SerialPortJobReadDate(SerialPortInterface *port, QObject *parent = nullptr);
+
+protected:
+    void sendCommand() override;
+    void parseData(QString buffer) override;
+};

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportjob.h"
+
+/// Asks for the number of log entries; reports ValueLogOption, and ValueLogCount where there is a
+/// log.
+class SerialPortJobReadLog : public SerialPortJob
+{
+    Q_OBJECT
+
+public:
+    explicit SerialPortJobReadLog(SerialPortInterface *port, QObject *parent = nullptr);
+
+protected:
+    void sendCommand() override;
+    void parseData(QString buffer) override;
+};

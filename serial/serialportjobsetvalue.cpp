@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportjobsetvalue.h"
+
+#include "serial/dataparser.h"
+
+SerialPortJobSetValue::SerialPortJobSetValue(SerialPortInterface *port, const QString &name,
+                                             const QString &value, QObject *parent)
+    : SerialPortJob(port, SerialPortJobType::JobSetValue, parent)
+    , m_name(name)
+    , m_value(value)
+{
+}
+
+void SerialPortJobSetValue::sendCommand()
+{
+    write(QStringLiteral("\r\nset %1=%2\r\n").arg(m_name, m_value));
+}
+
+void SerialPortJobSetValue::parseData(QString buffer)
+{
+    QString value;
+    if (DataParser::parseSetValue(buffer, value)) {
+        m_value = value;
+        stop();
+        emit dataWritten(m_name, m_value);
+        emit finished();
+    }
+}

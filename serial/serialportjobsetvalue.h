@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportjob.h"
+
+#include <QtCore/QString>
+
+/// Sets one variable; reports the value that the device echoes, not the one asked for.
+class SerialPortJobSetValue : public SerialPortJob
+{
+    Q_OBJECT
+
+public:
+    SerialPortJobSetValue(SerialPortInterface *port, const QString &name, const QString &value,
+                          QObject *parent = nullptr);
+
+protected:
+    void sendCommand() override;
+    void parseData(QString buffer) override;
+
+private:
+    QString m_name;
+    QString m_value;
+};

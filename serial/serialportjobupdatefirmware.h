@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportjob.h"
+
+/// Waits for the bootloader and tells it to receive; reports ActionBootloaderEntered.
+class SerialPortJobUpdateFirmware : public SerialPortJob
+{
+    Q_OBJECT
+
+public:
+    explicit SerialPortJobUpdateFirmware(SerialPortInterface *port, QObject *parent = nullptr);
+
+protected:
+    void sendCommand() override;
+    void parseData(QString buffer) override;
+};

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialutils.h"
+
+#include "serial/serialporttypes.h"
+
+#include <QtCore/QMetaType>
+
+namespace {
+
+template <typename Type>
+void registerOnce(const char *name)
+{
+    if (!QMetaType::isRegistered(QMetaType::type(name))) {
+        qRegisterMetaType<Type>(name);
+    }
+}
+
+} // namespace
+
+void registerSerialMetaTypes()
+{
+    registerOnce<SerialPortActionType>("SerialPortActionType");
+    registerOnce<SerialPortValueType>("SerialPortValueType");
+    registerOnce<SerialPortJobType>("SerialPortJobType");
+}
