@@ -1,42 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/utils.h"
 #include "tests/support/testmain.h"
+#include "tests/support/timezonescope.h"
 
 #include <cerrno>
 #include <clocale>
 #include <cstring>
-#include <ctime>
 #include <limits>
 #include <QtCore/QTimeZone>
 
 namespace {
-
-/// Lets the process live in another time zone until the end of the scope.
-class TimeZoneScope
-{
-public:
-    explicit TimeZoneScope(const char *zone)
-        : m_before(qgetenv("TZ"))
-        , m_wasSet(qEnvironmentVariableIsSet("TZ"))
-    {
-        qputenv("TZ", zone);
-        tzset();
-    }
-    ~TimeZoneScope()
-    {
-        if (m_wasSet) {
-            qputenv("TZ", m_before);
-        } else {
-            qunsetenv("TZ");
-        }
-        tzset();
-    }
-    Q_DISABLE_COPY(TimeZoneScope)
-
-private:
-    QByteArray m_before;
-    bool m_wasSet;
-};
 
 QDateTime utc(const char *isoText)
 {

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <ctime>
+#include <QtCore/QByteArray>
+#include <QtCore/QtGlobal>
+
+/// Lets the process live in another time zone until the end of the scope.
+class TimeZoneScope
+{
+public:
+    explicit TimeZoneScope(const char *zone)
+        : m_before(qgetenv("TZ"))
+        , m_wasSet(qEnvironmentVariableIsSet("TZ"))
+    {
+        qputenv("TZ", zone);
+        tzset();
+    }
+    ~TimeZoneScope()
+    {
+        if (m_wasSet) {
+            qputenv("TZ", m_before);
+        } else {
+            qunsetenv("TZ");
+        }
+        tzset();
+    }
+    Q_DISABLE_COPY(TimeZoneScope)
+
+private:
+    QByteArray m_before;
+    bool m_wasSet;
+};
