@@ -1,0 +1,454 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/measurementgraph.h"
+
+#include "common/measurementtypeutils.h"
+#include "ui_measurementgraph.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <QtCore/QDebug>
+#include <QtCore/QHash>
+
+namespace {
+
+constexpr int deviceIdRole = Qt::UserRole;
+constexpr int serialNumberRole = Qt::UserRole + 3;
+constexpr int nameRole = Qt::UserRole + 2;
+
+constexpr int valueDecimals = 3;
+
+// The range of the axis goes this much beyond the values. Kept for negative values too, where the
+// factors pull the bounds inward.
+constexpr double minimumFactor = 0.99;
+constexpr double maximumFactor = 1.01;
+
+int randomPastelChannel()
+{
+    constexpr int white = 255;
+    return (std::rand() % white + white) / 2;
+}
+
+/// The colour of a measurement's line. A name without one gets a random pastel, for the whole run;
+/// the generator is not seeded, so the colours are the same in each run.
+QColor measurementColor(const QString &name)
+{
+    static QHash<QString, QColor> colors{
+        {QStringLiteral("A0"), QColor(178, 97, 191)}, {QStringLiteral("A1"), QColor(0, 135, 69)},
+        {QStringLiteral("A2"), QColor(255, 150, 0)},  {QStringLiteral("A3"), QColor(150, 191, 227)},
+        {QStringLiteral("A4"), QColor(186, 232, 0)},  {QStringLiteral("A5"), QColor(214, 26, 0)},
+        {QStringLiteral("A6"), QColor(255, 232, 0)},  {QStringLiteral("A7"), QColor(39, 73, 16)},
+        {QStringLiteral("W0"), QColor(5, 112, 189)},  {QStringLiteral("W1"), QColor(51, 255, 153)},
+        {QStringLiteral("W2"), QColor(12, 255, 214)}, {QStringLiteral("W3"), QColor(171, 195, 209)},
+        {QStringLiteral("W4"), QColor(0, 148, 255)},  {QStringLiteral("W5"), QColor(51, 0, 255)},
+        {QStringLiteral("P0"), QColor(39, 0, 132)},   {QStringLiteral("P1"), QColor(120, 104, 132)},
+    };
+    const auto known = colors.constFind(name);
+    if (known != colors.constEnd()) {
+        return known.value();
+    }
+    const int blue = randomPastelChannel();
+    const int green = randomPastelChannel();
+    const int red = randomPastelChannel();
+    return colors.insert(name, QColor(red, green, blue)).value();
+}
+
+/// The conversion of one measurement's values, with its item looked up once for all of them.
+class Converter
+{
+public:
+    Converter(const QString &name, const MeasurementDisplayOptions &options,
+              const QVector<MeasurementItem> &items)
+        : m_options(options)
+        , m_known(MeasurementTypeUtils::findMeasurementItem(name, items, m_item))
+    {
+    }
+
+    double operator()(double value) const
+    {
+        if (!m_known) {
+            return value;
+        }
+        return MeasurementTypeUtils::convertToDisplayUnit(value, m_item.type, m_item.unit,
+                                                          m_item.conversionMultiplier, m_options);
+    }
+
+private:
+    MeasurementDisplayOptions m_options;
+    MeasurementItem m_item;
+    bool m_known;
+};
+
+} // namespace
+
+MeasurementGraph::MeasurementGraph(QWidget *parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::MeasurementGraph>())
+{
+    m_ui->setupUi(this);
+    setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint);
+    m_ui->list->setEnabled(false);
+    for (QDoubleSpinBox *box : {m_ui->graphMinimumSpinBox, m_ui->graphMaximumSpinBox}) {
+        box->setDecimals(valueDecimals);
+        box->setRange(std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max());
+    }
+    connectWidgets();
+}
+
+MeasurementGraph::~MeasurementGraph() = default;
+
+void MeasurementGraph::connectWidgets()
+{
+    connect(m_ui->buttonClear, &QPushButton::clicked, this, &MeasurementGraph::onClearClicked);
+    connect(m_ui->list, &QListWidget::itemChanged, this, &MeasurementGraph::itemChanged);
+    connect(m_ui->deviceComboBox, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            qOverload<int>(&MeasurementGraph::selectDevice));
+    connect(m_ui->fromDateTimeEdit, &QDateTimeEdit::dateTimeChanged, this,
+            &MeasurementGraph::onDateChanged);
+    connect(m_ui->toDateTimeEdit, &QDateTimeEdit::dateTimeChanged, this,
+            &MeasurementGraph::onDateChanged);
+    connect(m_ui->enableSettingsMinMaxForGraphcheckBox, &QCheckBox::clicked, this,
+            &MeasurementGraph::onGraphManualRangeToggled);
+    connect(m_ui->graphMaximumSpinBox, qOverload<double>(&QDoubleSpinBox::valueChanged), this,
+            &MeasurementGraph::onGraphManualRangeChanged);
+    connect(m_ui->graphMinimumSpinBox, qOverload<double>(&QDoubleSpinBox::valueChanged), this,
+            &MeasurementGraph::onGraphManualRangeChanged);
+    connect(m_ui->showLatestCheckBox, &QCheckBox::stateChanged, this,
+            &MeasurementGraph::onShowLatestToggled);
+}
+
+void MeasurementGraph::setDisplayOptions(const MeasurementDisplayOptions &options)
+{
+    m_displayOptions = options;
+    refresh();
+}
+
+void MeasurementGraph::setFromDate(const QDateTime &date)
+{
+    m_ui->fromDateTimeEdit->setDateTime(date.toLocalTime());
+}
+
+void MeasurementGraph::setToDate(const QDateTime &date)
+{
+    m_ui->toDateTimeEdit->setDateTime(date.toLocalTime());
+}
+
+void MeasurementGraph::setMinimumValue(double value)
+{
+    m_ui->graphMinimumSpinBox->setValue(value);
+}
+
+void MeasurementGraph::setMaximumValue(double value)
+{
+    m_ui->graphMaximumSpinBox->setValue(value);
+}
+
+void MeasurementGraph::setManualRange(bool manual)
+{
+    m_ui->enableSettingsMinMaxForGraphcheckBox->setChecked(manual);
+    m_ui->graphMinimumSpinBox->setEnabled(manual);
+    m_ui->graphMaximumSpinBox->setEnabled(manual);
+}
+
+void MeasurementGraph::setShowLatest(bool latest)
+{
+    m_ui->showLatestCheckBox->setChecked(latest);
+    m_ui->toDateTimeEdit->setDisabled(latest);
+}
+
+void MeasurementGraph::setLocalStorage(LocalStorage *localStorage)
+{
+    m_localStorage = localStorage;
+}
+
+void MeasurementGraph::setMeasurementItems(const QVector<MeasurementItem> &items)
+{
+    m_measurementItems = items;
+}
+
+void MeasurementGraph::beginLoading()
+{
+    m_updating = true;
+    if (m_localStorage == nullptr) {
+        qWarning() << "Database not set!";
+        return;
+    }
+    QComboBox *devices = m_ui->deviceComboBox;
+    devices->clear();
+    const QVector<StoredDevice> storedDevices = m_localStorage->devices();
+    for (const StoredDevice &device : storedDevices) {
+        devices->addItem(
+            QStringLiteral("%1 - %2").arg(device.details.modelNumber, device.details.serialNumber));
+        devices->setItemData(devices->count() - 1, device.id, deviceIdRole);
+        devices->setItemData(devices->count() - 1, device.details.serialNumber, serialNumberRole);
+    }
+}
+
+void MeasurementGraph::selectDevice(const DeviceDetails &device)
+{
+    if (device.serialNumber.isEmpty()) {
+        selectDevice(0);
+        return;
+    }
+    for (int index = 0; index < m_ui->deviceComboBox->count(); ++index) {
+        if (m_ui->deviceComboBox->itemData(index, serialNumberRole).toString()
+            == device.serialNumber) {
+            m_ui->deviceComboBox->setCurrentIndex(index);
+            return;
+        }
+    }
+    selectDevice(0);
+}
+
+void MeasurementGraph::selectDevice(int index)
+{
+    if (index >= 0 && index < m_ui->deviceComboBox->count()) {
+        refresh();
+    }
+}
+
+void MeasurementGraph::endLoading()
+{
+    m_updating = false;
+    refresh();
+}
+
+void MeasurementGraph::applySelection(const QStringList &measurementTypes)
+{
+    for (int row = 0; row < m_ui->list->count(); ++row) {
+        QListWidgetItem *item = m_ui->list->item(row);
+        const bool selected = measurementTypes.contains(item->data(nameRole).toString());
+        item->setCheckState(selected ? Qt::Checked : Qt::Unchecked);
+    }
+}
+
+void MeasurementGraph::refresh()
+{
+    if (m_localStorage == nullptr || m_updating) {
+        return;
+    }
+    const QStringList selected = m_selectedMeasurements;
+    loadMeasurements();
+    fillList();
+    applySelection(selected);
+    reloadGraph();
+}
+
+void MeasurementGraph::loadMeasurements()
+{
+    if (m_localStorage == nullptr) {
+        qWarning() << "Database not set!";
+        return;
+    }
+    const unsigned deviceId = m_ui->deviceComboBox->currentData(deviceIdRole).toUInt();
+    // The old rows go before the new ones come, so that a long period is never held twice.
+    m_measurements = {};
+    m_measurements = m_localStorage->measurements(fromDate(), toDate(), deviceId);
+}
+
+void MeasurementGraph::fillList()
+{
+    m_ui->list->clear();
+    const QStringList names = measurementNames();
+    m_ui->list->setEnabled(!names.isEmpty());
+    for (const QString &name : names) {
+        addItem(name);
+    }
+}
+
+void MeasurementGraph::addItem(const QString &name)
+{
+    // Complete before it stands in the list: there each change would count as the user's.
+    auto item = std::make_unique<QListWidgetItem>(itemText(name));
+    item->setForeground(measurementColor(name));
+    item->setData(nameRole, name);
+    item->setCheckState(m_selectedMeasurements.contains(name) ? Qt::Checked : Qt::Unchecked);
+    m_ui->list->addItem(item.release());
+}
+
+QString MeasurementGraph::itemText(const QString &name) const
+{
+    return QStringLiteral("%1 %2").arg(
+        MeasurementTypeUtils::displayName(name, m_measurementItems),
+        MeasurementTypeUtils::displayUnitCaption(name, m_measurementItems, m_displayOptions));
+}
+
+QStringList MeasurementGraph::measurementNames() const
+{
+    QStringList names;
+    if (m_measurements.isEmpty()) {
+        return names;
+    }
+    for (const MeasurementValue &value : m_measurements.first().values) {
+        names.append(value.name);
+    }
+    return names;
+}
+
+QDateTime MeasurementGraph::fromDate()
+{
+    return m_ui->fromDateTimeEdit->dateTime().toTimeSpec(Qt::UTC);
+}
+
+QDateTime MeasurementGraph::toDate()
+{
+    if (m_ui->showLatestCheckBox->isChecked()) {
+        return QDateTime::currentDateTimeUtc();
+    }
+    return m_ui->toDateTimeEdit->dateTime().toTimeSpec(Qt::UTC);
+}
+
+QStringList MeasurementGraph::selectedMeasurements()
+{
+    return m_selectedMeasurements;
+}
+
+double MeasurementGraph::minimumValue()
+{
+    return m_ui->graphMinimumSpinBox->value();
+}
+
+double MeasurementGraph::maximumValue()
+{
+    return m_ui->graphMaximumSpinBox->value();
+}
+
+bool MeasurementGraph::manualRange()
+{
+    return m_ui->enableSettingsMinMaxForGraphcheckBox->isChecked();
+}
+
+bool MeasurementGraph::showLatest()
+{
+    return m_ui->showLatestCheckBox->isChecked();
+}
+
+void MeasurementGraph::onDateChanged()
+{
+    if (!m_updating) {
+        refresh();
+    }
+}
+
+void MeasurementGraph::reloadGraph()
+{
+    if (m_localStorage == nullptr || m_updating) {
+        return;
+    }
+    Graph *chart = m_ui->chart;
+    chart->clear();
+    chart->beginUpdate();
+    updateValueRange();
+    chart->setTimeRange(fromDate(), toDate());
+    // The ranges take effect with a new chart only.
+    chart->clear();
+    const QStringList names = measurementNames();
+    for (const QString &name : names) {
+        if (m_selectedMeasurements.contains(name)) {
+            chart->addSeries(buildSeries(name));
+        }
+    }
+    chart->endUpdate();
+}
+
+void MeasurementGraph::updateValueRange()
+{
+    double minimum = minimumValue();
+    double maximum = maximumValue();
+    if (!manualRange() && !findValueRange(minimum, maximum)) {
+        return;
+    }
+    m_ui->chart->setValueRange(minimum * minimumFactor, maximum * maximumFactor);
+}
+
+bool MeasurementGraph::findValueRange(double &minimum, double &maximum) const
+{
+    QHash<QString, Converter> converters;
+    for (const QString &name : m_selectedMeasurements) {
+        converters.insert(name, Converter(name, m_displayOptions, m_measurementItems));
+    }
+    bool found = false;
+    minimum = std::numeric_limits<double>::max();
+    // Kept: the smallest positive number, so that the upper bound never goes below 0.
+    maximum = std::numeric_limits<double>::min();
+    for (const StoredMeasurement &measurement : m_measurements) {
+        for (const MeasurementValue &value : measurement.values) {
+            const auto converter = converters.constFind(value.name);
+            if (converter == converters.constEnd()) {
+                continue;
+            }
+            const double converted = converter.value()(value.value);
+            minimum = std::min(minimum, converted);
+            maximum = std::max(maximum, converted);
+            found = true;
+        }
+    }
+    return found;
+}
+
+GraphSeries MeasurementGraph::buildSeries(const QString &name) const
+{
+    const Converter converter(name, m_displayOptions, m_measurementItems);
+    GraphSeries series{itemText(name), measurementColor(name), {}};
+    series.points.reserve(m_measurements.size());
+    for (const StoredMeasurement &measurement : m_measurements) {
+        for (const MeasurementValue &value : measurement.values) {
+            if (value.name == name) {
+                series.points.append({measurement.timestamp, converter(value.value)});
+            }
+        }
+    }
+    return series;
+}
+
+void MeasurementGraph::onClearClicked()
+{
+    m_updating = true;
+    for (int row = 0; row < m_ui->list->count(); ++row) {
+        m_ui->list->item(row)->setCheckState(Qt::Unchecked);
+    }
+    m_selectedMeasurements.clear();
+    m_updating = false;
+    reloadGraph();
+}
+
+void MeasurementGraph::itemChanged(QListWidgetItem *item)
+{
+    if (m_updating) {
+        return;
+    }
+    const QString name = item->data(nameRole).toString();
+    if (item->checkState() == Qt::Unchecked) {
+        m_selectedMeasurements.removeAll(name);
+    } else {
+        m_selectedMeasurements.append(name);
+    }
+    reloadGraph();
+}
+
+void MeasurementGraph::onGraphManualRangeChanged()
+{
+    if (!m_updating && manualRange()) {
+        reloadGraph();
+    }
+}
+
+void MeasurementGraph::onGraphManualRangeToggled()
+{
+    if (m_updating) {
+        return;
+    }
+    const bool manual = manualRange();
+    m_ui->graphMinimumSpinBox->setEnabled(manual);
+    m_ui->graphMaximumSpinBox->setEnabled(manual);
+    reloadGraph();
+}
+
+void MeasurementGraph::onShowLatestToggled()
+{
+    if (m_updating) {
+        return;
+    }
+    m_ui->toDateTimeEdit->setDisabled(showLatest());
+    refresh();
+}

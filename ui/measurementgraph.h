@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/devicedetails.h"
+#include "common/measurementdisplayoptions.h"
+#include "common/measurementitem.h"
+#include "graph/graphseries.h"
+#include "storage/localstorage.h"
+
+#include <memory>
+#include <QtCore/QDateTime>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+#include <QtWidgets/QDialog>
+
+class QListWidgetItem;
+
+namespace Ui {
+class MeasurementGraph;
+}
+
+/// Draws stored measurements over time: a device of the store, a period, the measurements ticked.
+///
+/// All data comes from the store, which must outlive the dialog's use; a device need not be
+/// connected. The dialog is inert until the first endLoading(). Nothing here fails aloud: without
+/// rows the axes stand alone.
+class MeasurementGraph : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit MeasurementGraph(QWidget *parent);
+    ~MeasurementGraph() override;
+
+    /// Takes over the units of @p options and redraws.
+    void setDisplayOptions(const MeasurementDisplayOptions &options);
+
+    /// Sets the bounds of the period; shown in local time.
+    void setFromDate(const QDateTime &date);
+    void setToDate(const QDateTime &date);
+
+    /// Sets the bounds of the manual value range, in the unit shown.
+    void setMinimumValue(double value);
+    void setMaximumValue(double value);
+
+    /// Chooses between the bounds of the manual range and those of the values.
+    void setManualRange(bool manual);
+
+    /// Chooses whether the period ends at the present moment.
+    void setShowLatest(bool latest);
+
+    /// Sets the store to read from; not owned.
+    void setLocalStorage(LocalStorage *localStorage);
+
+    /// Sets what is known of the measurements: their names and units.
+    void setMeasurementItems(const QVector<MeasurementItem> &items);
+
+    /// Makes the dialog inert until endLoading() and fills the device list from the store.
+    void beginLoading();
+
+    /// Selects the device with the serial number of @p device, without one the first device.
+    void selectDevice(const DeviceDetails &device);
+
+    /// Ends what beginLoading() began and draws.
+    void endLoading();
+
+    /// Ticks exactly the measurements with the raw names @p measurementTypes. A name without an
+    /// item in the present period changes nothing.
+    void applySelection(const QStringList &measurementTypes);
+
+    /// Reads the store and redraws; does nothing without a store or while loading.
+    void refresh();
+
+    /// Bounds of the period, in UTC; the upper one is the present moment while the latest is shown.
+    QDateTime fromDate();
+    QDateTime toDate();
+
+    /// Raw names of the ticked measurements.
+    QStringList selectedMeasurements();
+
+    double minimumValue();
+    double maximumValue();
+    bool manualRange();
+    bool showLatest();
+
+public slots:
+    /// Draws the device at @p index of the device list; ignored for an index out of range.
+    void selectDevice(int index);
+
+private slots:
+    void onDateChanged();
+    void reloadGraph();
+    void onClearClicked();
+    void itemChanged(QListWidgetItem *item);
+    void onGraphManualRangeChanged();
+    void onGraphManualRangeToggled();
+    void onShowLatestToggled();
+
+private:
+    void connectWidgets();
+    void loadMeasurements();
+    void fillList();
+    void addItem(const QString &name);
+    QString itemText(const QString &name) const;
+    QStringList measurementNames() const;
+    void updateValueRange();
+    bool findValueRange(double &minimum, double &maximum) const;
+    GraphSeries buildSeries(const QString &name) const;
+
+    std::unique_ptr<Ui::MeasurementGraph> m_ui;
+    LocalStorage *m_localStorage = nullptr;
+    QVector<StoredMeasurement> m_measurements;
+    QStringList m_selectedMeasurements;
+    QVector<MeasurementItem> m_measurementItems;
+    MeasurementDisplayOptions m_displayOptions;
+    bool m_updating = true;
+};
