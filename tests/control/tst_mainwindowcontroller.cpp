@@ -199,7 +199,7 @@ void TestMainWindowController::foldersAreTriedInOrder()
     ControllerFixture f;
     f.settings.values[text("local storage path")] = text("/gone");
     f.storage.openResult = false;
-    f.window.directories = {text("/chosen")};
+    f.window.directories = QStringList({text("/chosen")});
     f.storage.openPredicate = [](const QString &path) { return path.startsWith(text("/chosen")); };
     QVERIFY(f.controller.start());
     QCOMPARE(f.storage.openedPaths,
@@ -215,7 +215,7 @@ void TestMainWindowController::theUserIsAskedUntilAFolderOpens()
 {
     ControllerFixture f;
     f.storage.openPredicate = [](const QString &path) { return path.startsWith(text("/good")); };
-    f.window.directories = {text("/bad"), text("/good")};
+    f.window.directories = QStringList({text("/bad"), text("/good")});
     QVERIFY(f.controller.start());
     const QString ask = text("selectDirectory Choose where to store measurements | ")
         + location(QStandardPaths::HomeLocation);
@@ -232,7 +232,7 @@ void TestMainWindowController::noFolderEndsTheStart()
 {
     ControllerFixture f;
     f.storage.openResult = false;
-    f.window.directories = {text("/bad")};
+    f.window.directories = QStringList({text("/bad")});
     QVERIFY(!f.controller.start());
     QCOMPARE(f.window.calls.last(),
              text("Critical Unable to write measurements to disk. Unable to write to default "
