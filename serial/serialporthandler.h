@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/logvalue.h"
+#include "serial/serialporthandlerinterface.h"
+#include "serial/serialportqueueinterface.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+#include <QtCore/QVector>
+
+/// Turns each request into jobs for the queue, and what the queue reports into its own signals.
+///
+/// Shares the queue; a transport has to be set before anything is asked. Most reports arrive by the
+/// event loop, out of the call stack of the job that made them, so a listener may add jobs or clear
+/// the queue. Failed jobs, and blocks of the EEPROM, are heard at once, so that a cancel takes
+/// effect before the next job starts.
+class SerialPortHandler : public SerialPortHandlerInterface
+{
+    Q_OBJECT
+
+public:
+    SerialPortHandler(QSharedPointer<SerialPortQueueInterface> queue, QObject *parent);
+
+    /// Clears the queue and closes the port.
+    ~SerialPortHandler() override;
+
+    void setSerialPort(QSharedPointer<SerialPortInterface> port) override;
+
+    /// Warns when there was no device yet or @p name is empty.
+    void readValue(const QString &name) override;
+    void readValues(const QStringList &names) override;
+    void readMeasurements() override;
+    void setValue(const QString &name, const QString &value) override;
+    void setValues(const QStringList &keyValuePairs) override;
+    void setValues(const QString &text) override;
+    void clearJobs() override;
+    void disconnectFromDevice() override;
+    QString portName() override;
+
+    /// Asks for the number of log entries, then for the titles and each entry; logRead brings all
+    /// of them at once. Refused while entries are being read.
+    void readLog() override;
+    void writeToEeprom() override;
+
+    /// Clears the whole queue and forgets the rows so far.
+    void cancelLogRead() override;
+    void eraseLog() override;
+    void setDate(const QDateTime &date) override;
+    void readDate() override;
+    void readModel() override;
+    bool openPort() override;
+    bool isConnected() override;
+    void factoryReset() override;
+    void reboot() override;
+    void rebootToBootloader() override;
+
+    /// Works without a connected device: the first job waits for a bootloader. The bytes of
+    /// @p firmware go out as they are, in blocks of 16; the last one may be shorter.
+    void updateFirmware(const QByteArray &firmware) override;
+    void cancelFirmwareUpdate() override;
+
+    /// What has been read or written already stays so.
+    void cancelEepromRead() override;
+    void cancelEepromWrite() override;
+
+    /// Reads all 1024 blocks; ActionEepromRead brings the image.
+    void readEeprom() override;
+
+    /// Beyond the end of @p data the blocks are short or empty; they are written all the same.
+    void writeEeprom(const QByteArray &data) override;
+
+public slots:
+    void connectToDevice() override;
+
+private slots:
+    void onValueRead(SerialPortValueType type, QVariant value);
+    void onLogValueRead(int index, QVector<double> values, QDateTime time);
+    void onLogTitlesRead(QStringList titles);
+    void onJobFinished(SerialPortJobType type);
+    void onWriteToEeprom();
+    void onJobFailed(SerialPortJobType type);
+    void onEepromBlockRead(quint16 blockIndex, QByteArray data);
+    void onEepromBlockWritten(quint16 blockIndex);
+
+private:
+    template <typename Job, typename... Arguments>
+    void addJob(const Arguments &...arguments);
+    template <typename Job, typename... Arguments>
+    void addJobIfConnected(const Arguments &...arguments);
+
+    void connectQueue();
+    void onLogCountRead(int count);
+    void checkIfLogRead();
+    void resetLogData();
+    int logReadPercentage();
+    int eepromPercentage(int blockIndex);
+    double firmwarePercentage(unsigned offset, unsigned blockSize, unsigned total);
+
+    // Stays true after a disconnect, on purpose.
+    bool m_connected = false;
+    QSharedPointer<SerialPortQueueInterface> m_queue;
+    QStringList m_logTitles;
+    QVector<LogValue> m_logValues;
+    QByteArray m_eepromData;
+    int m_logCount = -1; // -1 while no log is read
+};
