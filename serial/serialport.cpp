@@ -9,7 +9,7 @@ SerialPort::SerialPort(QString portName, QObject *parent)
     : SerialPortInterface(parent)
     , m_port(portName)
 {
-    m_port.setBaudRate(QSerialPort::Baud115200);
+    m_port.setBaudRate(QSerialPort::Baud115200, QSerialPort::AllDirections);
     m_port.setDataBits(QSerialPort::Data8);
     m_port.setStopBits(QSerialPort::OneStop);
     m_port.setParity(QSerialPort::NoParity);
@@ -63,7 +63,8 @@ bool SerialPort::isOpen()
 void SerialPort::onReadyRead()
 {
     const QByteArray bytes = m_port.readAll();
-    // Up to the first NUL: what follows it in the chunk is lost on purpose.
+    // What QString(bytes) makes of them, which an implicit conversion would hide: UTF-8, and the
+    // chunk ends at its first NUL.
     const auto length = qstrnlen(bytes.constData(), static_cast<uint>(bytes.size()));
     const QString text = QString::fromUtf8(bytes.constData(), static_cast<int>(length));
     emit dataReady(DataParser::fromDeviceText(text));

@@ -5,15 +5,15 @@
 
 #include <QtSerialPort/QSerialPort>
 
-/// A real serial port at 115200 baud, 8 data bits, no parity, one stop bit, no flow control.
+/// A serial port of the machine: 115200 baud, 8 data bits, no parity, one stop bit, no flow
+/// control.
 ///
-/// No error of the port is reported after it was opened: what fails then shows as silence.
+/// A port that fails once it is open says nothing: whoever waits for an answer has to time out.
 class SerialPort : public SerialPortInterface
 {
     Q_OBJECT
 
 public:
-    /// @p portName is a port's name or its location. The port is not opened yet.
     SerialPort(QString portName, QObject *parent);
 
     void write(QString text) override;

@@ -6,7 +6,8 @@
 namespace {
 
 constexpr int defaultTimeoutMs = 500;
-constexpr int restartAttempts = 5;
+constexpr int maxRestarts = 5;
+constexpr const char *restartSignature = "virtual bool SerialPortJob::restart()";
 
 } // namespace
 
@@ -14,7 +15,7 @@ SerialPortJob::SerialPortJob(SerialPortInterface *port, SerialPortJobType type, 
     : SerialPortJobInterface(parent)
     , m_port(port)
     , m_type(type)
-    , m_restartsLeft(restartAttempts)
+    , m_restartsLeft(maxRestarts)
 {
     m_timer.setInterval(defaultTimeoutMs);
     connect(&m_timer, &QTimer::timeout, this, &SerialPortJob::onTimeOut);
@@ -27,9 +28,10 @@ SerialPortJob::~SerialPortJob()
 
 void SerialPortJob::start()
 {
+    // A listener may drop the job in the middle of this call; so too in the others that do this.
     const auto keepAlive = sharedFromThis();
+
     if (m_port) {
-        // A repeated start leaves one connection.
         disconnect(m_port, &SerialPortInterface::dataReady, this, &SerialPortJob::dataReady);
         connect(m_port, &SerialPortInterface::dataReady, this, &SerialPortJob::dataReady);
     }
@@ -52,14 +54,13 @@ void SerialPortJob::stop()
 bool SerialPortJob::restart()
 {
     const auto keepAlive = sharedFromThis();
+
     --m_restartsLeft;
     if (m_restartsLeft <= 0) {
-        qDebug() << "virtual bool SerialPortJob::restart()"
-                 << "Job failed after" << restartAttempts << "restart attempts";
+        qDebug() << restartSignature << "Job failed after" << maxRestarts << "restart attempts";
         return false;
     }
-    qDebug() << "virtual bool SerialPortJob::restart()"
-             << "Restarted";
+    qDebug() << restartSignature << "Restarted";
     start();
     return true;
 }
@@ -92,15 +93,19 @@ bool SerialPortJob::canRestart()
 void SerialPortJob::dataReady(QString data)
 {
     const auto keepAlive = sharedFromThis();
-    if (m_running) {
-        m_buffer.append(data);
-        parseData(m_buffer);
+
+    if (!m_running) {
+        return;
     }
+    // The timer goes on: a device that talks without end is no better than a silent one.
+    m_buffer.append(data);
+    parseData(m_buffer);
 }
 
 void SerialPortJob::onTimeOut()
 {
     const auto keepAlive = sharedFromThis();
+
     stop();
     emit timedOut();
 }

@@ -4,40 +4,39 @@
 #include "serial/serialportinterface.h"
 #include "serial/serialportjobinterface.h"
 
-#include <QtCore/QEnableSharedFromThis>
 #include <QtCore/QPointer>
+#include <QtCore/QSharedPointer>
 #include <QtCore/QTimer>
 
-/// The base of every exchange: sends a command, collects the text that arrives, and tries after
-/// each chunk to recognise the reply.
+/// The course that every exchange with the device takes: send, gather what arrives until it makes a
+/// reply, report.
 ///
-/// Does not own the port. A job that is held by a shared pointer stays alive while a call into it
-/// is on the stack, so a listener may drop it inside any of its signals; it then goes when the
-/// outermost call returns. Text goes on to be collected until the reply is recognised or the
-/// time-out fires, which is measured from the sending and not from the last chunk.
+/// Does not own the port, and touches it no more once it has gone; without one nothing is sent. Of
+/// what a shared pointer holds, a listener may drop the last one inside any signal: the job stays
+/// alive until the outermost call into it returns. After finished(), failed(), error() or timedOut()
+/// a job class touches none of its members.
 class SerialPortJob : public SerialPortJobInterface,
                       public QEnableSharedFromThis<SerialPortJobInterface>
 {
     Q_OBJECT
 
 public:
+    /// The time-out is 500 ms until setTimeout().
     SerialPortJob(SerialPortInterface *port, SerialPortJobType type, QObject *parent);
     ~SerialPortJob() override;
 
-    /// Keeps the text received so far: only stop() forgets it.
+    /// Keeps the text received so far; the time-out counts from here.
     void start() override;
     void stop() override;
 
-    /// A job goes out five times at most, whatever the causes; the count is never reset.
+    /// The fifth call refuses: a job goes out at most five times, whatever the causes.
     bool restart() override;
-
     SerialPortJobType type() override;
-
-    /// 500 ms unless the job's class says otherwise.
     void setTimeout(int ms) override;
     int timeout() override;
-
     bool isRunning() override;
+
+    /// True, unless a job class says otherwise.
     bool canRestart() override;
 
 protected slots:
@@ -45,10 +44,10 @@ protected slots:
     void onTimeOut() override;
 
 protected:
-    /// Raises failed with the job's type.
+    /// Raises failed() with the job's type.
     void fail();
 
-    /// Sends text or raw bytes, unless the port has gone.
+    /// Writes to the port, or nothing without one. Whether it arrives shows in the reply alone.
     void write(const QString &text);
     void write(const QByteArray &data);
 
@@ -56,7 +55,7 @@ private:
     QPointer<SerialPortInterface> m_port;
     SerialPortJobType m_type;
     QTimer m_timer;
-    QString m_buffer;
+    QString m_buffer; // since the last stop()
     bool m_running = false;
-    int m_restartsLeft;
+    int m_restartsLeft; // never goes up again: a job is used once
 };

@@ -5,7 +5,7 @@
 
 #include <QtCore/QString>
 
-/// Finds out whether a console answers: asks for the software version.
+/// Asks for the software version, to learn whether a console answers at all.
 class SerialPortJobConnect : public SerialPortJob
 {
     Q_OBJECT
@@ -18,5 +18,5 @@ protected:
     void parseData(QString buffer) override;
 
 private:
-    QString m_softwareVersion;
+    QString m_softwareVersion; // nobody asks for it: the answer itself is what counts
 };

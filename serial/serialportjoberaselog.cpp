@@ -10,12 +10,12 @@ SerialPortJobEraseLog::SerialPortJobEraseLog(SerialPortInterface *port, QObject 
 
 void SerialPortJobEraseLog::sendCommand()
 {
+    // No empty line in front, unlike the reading commands: kept.
     write(QStringLiteral("log --erase\r\n"));
 }
 
 void SerialPortJobEraseLog::parseData(QString buffer)
 {
-    // Unlike the reading jobs, this one reports before it stops.
     if (DataParser::isLogErased(buffer)) {
         emit actionFinished(SerialPortActionType::ActionEraseLog, QVariant());
         stop();

@@ -3,7 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Erases the log; reports ActionEraseLog, or ValueLogOption where there is no log.
+/// Clears the log: actionFinished() with ActionEraseLog, or valueRead() with ValueLogOption false
+/// where there is no log. Each comes before stop().
 class SerialPortJobEraseLog : public SerialPortJob
 {
     Q_OBJECT

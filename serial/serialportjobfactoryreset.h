@@ -3,7 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Loads the device's default settings; they are kept only once written to its memory.
+/// Loads the device's default settings. They still have to be written to be kept, which is not done
+/// here.
 class SerialPortJobFactoryReset : public SerialPortJob
 {
     Q_OBJECT

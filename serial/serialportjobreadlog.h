@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Asks for the number of log entries; reports ValueLogOption, and ValueLogCount where there is a
-/// log.
+/// Asks for the number of log entries: valueRead() with ValueLogOption, and with ValueLogCount when
+/// the device has a log.
 class SerialPortJobReadLog : public SerialPortJob
 {
     Q_OBJECT

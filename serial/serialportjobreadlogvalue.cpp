@@ -20,7 +20,7 @@ void SerialPortJobReadLogValue::parseData(QString buffer)
     if (m_index == 0) {
         parseTitles(buffer);
     } else {
-        parseRow(buffer);
+        parseValues(buffer);
     }
 }
 
@@ -34,7 +34,7 @@ void SerialPortJobReadLogValue::parseTitles(const QString &buffer)
         emit finished();
         break;
     case DataParserResult::ChecksumMismatch:
-        // Without a stop: the buffer keeps the bad line, and the resend is judged together with it.
+        // The buffer keeps the bad line: the resend is judged together with it.
         restart();
         break;
     case DataParserResult::NoMatch:
@@ -42,7 +42,7 @@ void SerialPortJobReadLogValue::parseTitles(const QString &buffer)
     }
 }
 
-void SerialPortJobReadLogValue::parseRow(const QString &buffer)
+void SerialPortJobReadLogValue::parseValues(const QString &buffer)
 {
     QDateTime time;
     QVector<double> values;

@@ -3,7 +3,10 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads one row of the log; row 0 holds the titles. A wrong checksum sends the command again.
+#include <QtCore/QString>
+
+/// Reads one row of the log: logTitlesRead() for row 0, logValueRead() for the others. A row with a
+/// wrong checksum is asked for again at once.
 class SerialPortJobReadLogValue : public SerialPortJob
 {
     Q_OBJECT
@@ -17,7 +20,7 @@ protected:
 
 private:
     void parseTitles(const QString &buffer);
-    void parseRow(const QString &buffer);
+    void parseValues(const QString &buffer);
 
     int m_index;
 };

@@ -18,7 +18,6 @@ void SerialPortJobReadMeasurements::parseData(QString buffer)
 {
     QMap<QString, QString> values;
     if (DataParser::parseMeasurements(buffer, values)) {
-        // The one job that leaves its stop to the queue.
         emit measurementsRead(QDateTime::currentDateTimeUtc(), values);
         emit finished();
     }

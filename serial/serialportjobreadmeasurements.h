@@ -3,7 +3,9 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads the measurement line; the timestamp is the moment of its arrival, in UTC.
+/// Reads all present measurements: measurementsRead(), stamped with this machine's time in UTC.
+///
+/// Leaves stop() to the queue, as the only job class.
 class SerialPortJobReadMeasurements : public SerialPortJob
 {
     Q_OBJECT

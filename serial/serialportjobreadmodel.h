@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Asks which model the device is; reports ValueDeviceModel.
+/// Asks the device for the name of its model: valueRead() with ValueDeviceModel.
 class SerialPortJobReadModel : public SerialPortJob
 {
     Q_OBJECT

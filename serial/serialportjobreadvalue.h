@@ -5,7 +5,8 @@
 
 #include <QtCore/QString>
 
-/// Reads one variable. One that the device does not know is reported with a null value.
+/// Reads one variable of the device: dataRead(). A variable that the device does not know has a
+/// null value; that is an answer, not a failure.
 class SerialPortJobReadValue : public SerialPortJob
 {
     Q_OBJECT

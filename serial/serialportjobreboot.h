@@ -3,13 +3,13 @@
 
 #include "serial/serialportjob.h"
 
-/// What a restart waits for.
+/// When a restart counts as done.
 enum class RebootMode {
-    RebootAndWaitForSelftest = 0, ///< the whole boot text; reports ActionReboot
-    RebootForFirmwareUpdate = 1 ///< the announcement alone; reports ActionRebootForFirmware
+    RebootAndWaitForSelftest = 0, ///< the device has come up and passed its self test
+    RebootForFirmwareUpdate = 1 ///< the device has announced its reset; the bootloader follows
 };
 
-/// Restarts the device.
+/// Restarts the device: actionFinished() with ActionReboot or ActionRebootForFirmware, by @p mode.
 class SerialPortJobReboot : public SerialPortJob
 {
     Q_OBJECT

@@ -12,15 +12,16 @@ SerialPortJobSetDate::SerialPortJobSetDate(SerialPortInterface *port, const QDat
 
 void SerialPortJobSetDate::sendCommand()
 {
-    QString date = m_date.toString(Qt::ISODate);
+    QString text = m_date.toString(Qt::ISODate);
     if (!m_date.isValid()) {
-        emit error(QStringLiteral("Unable to set time, invalid timestamp given: %1").arg(date));
+        emit error(tr("Unable to set time, invalid timestamp given: %1").arg(text));
         return;
     }
-    if (date.endsWith(QLatin1Char('Z'))) {
-        date.chop(1);
+    // The device's clock knows no zone letter.
+    if (text.endsWith(QLatin1Char('Z'))) {
+        text.chop(1);
     }
-    write(QStringLiteral("\r\ndate %1\r\n").arg(date));
+    write(QStringLiteral("\r\ndate %1\r\n").arg(text));
 }
 
 void SerialPortJobSetDate::parseData(QString buffer)

@@ -5,8 +5,11 @@
 
 #include <QtCore/QDateTime>
 
-/// Sets the device's clock, which runs in UTC; reports ActionSetDate with the date that it
-/// confirms. An invalid date is an error, and nothing is sent.
+/// Sets the device's clock: actionFinished() with ActionSetDate and the date that the device
+/// confirms.
+///
+/// The fields of the date go out as they stand, whatever its time zone; the device takes them for
+/// UTC. An invalid date is an error(), and nothing goes out.
 class SerialPortJobSetDate : public SerialPortJob
 {
     Q_OBJECT

@@ -18,9 +18,7 @@ void SerialPortJobSetValue::sendCommand()
 
 void SerialPortJobSetValue::parseData(QString buffer)
 {
-    QString value;
-    if (DataParser::parseSetValue(buffer, value)) {
-        m_value = value;
+    if (DataParser::parseSetValue(buffer, m_value)) {
         stop();
         emit dataWritten(m_name, m_value);
         emit finished();

@@ -5,7 +5,8 @@
 
 #include <QtCore/QString>
 
-/// Sets one variable; reports the value that the device echoes, not the one asked for.
+/// Sets one variable of the device: dataWritten() with the value that the device echoes, which may
+/// differ from the one asked for.
 class SerialPortJobSetValue : public SerialPortJob
 {
     Q_OBJECT

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int blockTimeoutMs = 2000;
-constexpr int transferDone = 100;
+constexpr int wholeImagePercent = 100;
 
 } // namespace
 
@@ -19,6 +19,11 @@ SerialPortJobTransmitFirmwareBlock::SerialPortJobTransmitFirmwareBlock(SerialPor
     , m_progress(progress)
 {
     setTimeout(blockTimeoutMs);
+}
+
+bool SerialPortJobTransmitFirmwareBlock::canRestart()
+{
+    return false;
 }
 
 void SerialPortJobTransmitFirmwareBlock::sendCommand()
@@ -37,12 +42,7 @@ void SerialPortJobTransmitFirmwareBlock::parseData(QString buffer)
         fail();
     } else if (DataParser::isFirmwareDone(buffer)) {
         stop();
-        emit actionFinished(SerialPortActionType::ActionFirmwareTransmitted, transferDone);
+        emit actionFinished(SerialPortActionType::ActionFirmwareTransmitted, wholeImagePercent);
         emit finished();
     }
-}
-
-bool SerialPortJobTransmitFirmwareBlock::canRestart()
-{
-    return false;
 }

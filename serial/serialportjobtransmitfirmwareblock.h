@@ -5,8 +5,11 @@
 
 #include <QtCore/QByteArray>
 
-/// Sends one block of a firmware image, once: a refused or unanswered block fails. @p progress is
-/// the percentage sent with it.
+/// Sends one block (up to 16 bytes) of a firmware image to the bootloader: actionFinished() with
+/// ActionFirmwareBlockTransmitted and @p progress in percent, or with ActionFirmwareTransmitted
+/// when the bootloader has the whole image; failed() when it refuses.
+///
+/// A block is never sent twice.
 class SerialPortJobTransmitFirmwareBlock : public SerialPortJob
 {
     Q_OBJECT

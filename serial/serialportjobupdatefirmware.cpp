@@ -5,7 +5,6 @@
 
 namespace {
 
-// Long enough for a device that the user restarts by hand.
 constexpr int bootloaderTimeoutMs = 900000;
 
 } // namespace
@@ -18,7 +17,7 @@ SerialPortJobUpdateFirmware::SerialPortJobUpdateFirmware(SerialPortInterface *po
 
 void SerialPortJobUpdateFirmware::sendCommand()
 {
-    // Only listens: the device speaks first.
+    // Nothing goes out until the bootloader has been seen.
 }
 
 void SerialPortJobUpdateFirmware::parseData(QString buffer)

@@ -3,7 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Waits for the bootloader and tells it to receive; reports ActionBootloaderEntered.
+/// Waits for the bootloader and takes it into receive mode: actionFinished() with
+/// ActionBootloaderEntered. The time-out leaves room for a device that is restarted by hand.
 class SerialPortJobUpdateFirmware : public SerialPortJob
 {
     Q_OBJECT

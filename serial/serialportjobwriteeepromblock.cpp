@@ -24,7 +24,7 @@ SerialPortJobWriteEepromBlock::SerialPortJobWriteEepromBlock(SerialPortInterface
 void SerialPortJobWriteEepromBlock::sendCommand()
 {
     write(QStringLiteral("\r\neeprom --write_block %1\r\n").arg(m_blockIndex));
-    // At once, before the device asks for it.
+    // At once: the device's request for the bytes is not awaited.
     write(m_data);
 }
 

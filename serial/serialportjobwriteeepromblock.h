@@ -5,8 +5,9 @@
 
 #include <QtCore/QByteArray>
 
-/// Writes one block of the memory, 0 to 1023, with whatever length @p data has; reports @p
-/// progress, the percentage that it brings.
+/// Writes @p data to block @p blockIndex (0 to 1023, 64 bytes each) of the memory:
+/// eepromBlockWritten(), then actionFinished() with ActionEepromBlockWritten and @p progress in
+/// percent. Data of another length goes out as it is.
 class SerialPortJobWriteEepromBlock : public SerialPortJob
 {
     Q_OBJECT

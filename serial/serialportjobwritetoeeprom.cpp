@@ -17,12 +17,12 @@ SerialPortJobWriteToEeprom::SerialPortJobWriteToEeprom(SerialPortInterface *port
 
 void SerialPortJobWriteToEeprom::sendCommand()
 {
+    // No empty line in front: kept.
     write(QStringLiteral("write --really\r\n"));
 }
 
 void SerialPortJobWriteToEeprom::parseData(QString buffer)
 {
-    // Reports before it stops.
     if (DataParser::isConfigurationWritten(buffer)) {
         emit actionFinished(SerialPortActionType::ActionWriteToEeprom, QVariant());
         stop();

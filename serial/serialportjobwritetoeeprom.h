@@ -3,7 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Stores the device's settings in its non-volatile memory; reports ActionWriteToEeprom.
+/// Has the device keep its settings in non-volatile memory: actionFinished() with
+/// ActionWriteToEeprom, which comes before stop(). The device may take minutes.
 class SerialPortJobWriteToEeprom : public SerialPortJob
 {
     Q_OBJECT

@@ -3,20 +3,19 @@
 
 #include "serial/serialportqueueinterface.h"
 
-#include <QtCore/QSharedPointer>
 #include <QtCore/QVector>
 
 /// Runs the jobs of one device conversation, one at a time and in the order of their arrival.
 ///
-/// Shares the transport and owns the running job. A job that times out is sent again until it
-/// refuses; the queue then stands still, without a signal, until it is cleared or closed, gets
-/// another transport or has jobs of that type removed.
+/// Shares the transport and the jobs. A job that times out is sent again until it refuses; the
+/// queue then stands still, without a signal, until it is cleared or closed, gets another transport
+/// or loses that job by removeJobs(). A listener may do any of these inside any signal.
 class SerialPortQueue : public SerialPortQueueInterface
 {
     Q_OBJECT
 
 public:
-    explicit SerialPortQueue(QObject *parent);
+    explicit SerialPortQueue(QObject *parent = nullptr);
     ~SerialPortQueue() override;
 
     void setSerialPort(QSharedPointer<SerialPortInterface> port) override;
@@ -28,7 +27,7 @@ public:
     QSharedPointer<SerialPortInterface> serialPort() override;
     bool hasJob(SerialPortJobType type) override;
 
-    /// Can raise allJobsDone, as the current job's own end would.
+    /// May raise allJobsDone(), like the end of a job.
     void removeJobs(SerialPortJobType type) override;
 
     /// The job under way, or null.
@@ -44,12 +43,17 @@ protected slots:
     void onJobFailed(SerialPortJobType type);
 
 private:
-    QSharedPointer<SerialPortJobInterface> reportingJob() const;
-    void startJob(const QSharedPointer<SerialPortJobInterface> &job);
-    void connectJob(SerialPortJobInterface *job);
+    void startJob(QSharedPointer<SerialPortJobInterface> job);
     void startNextJob();
     void stopCurrentJob();
     void finishCurrentJob();
+    void connectJob(SerialPortJobInterface *job);
+
+    // The current job if it is the one that raised the signal now handled, otherwise null. A slot
+    // that is called directly speaks for the current job.
+    QSharedPointer<SerialPortJobInterface> reportingJob() const;
+
+    static QString displayName(SerialPortJobType type);
 
     QSharedPointer<SerialPortInterface> m_port;
     QVector<QSharedPointer<SerialPortJobInterface>> m_queue;

@@ -7,11 +7,11 @@
 
 namespace {
 
-template <typename Type>
+template <typename T>
 void registerOnce(const char *name)
 {
     if (!QMetaType::isRegistered(QMetaType::type(name))) {
-        qRegisterMetaType<Type>(name);
+        qRegisterMetaType<T>(name);
     }
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// Makes the enumerations of jobs, actions and values known to the meta-type system under their
-/// names, where they are not yet; a queued connection that carries one needs that.
+/// Makes the three enumerations of the device link known to Qt's meta-types, unless they are. To be
+/// called before a queued connection carries one of them.
 void registerSerialMetaTypes();
