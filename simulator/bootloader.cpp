@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/bootloader.h"
+
+namespace Simulator {
+
+namespace {
+
+const char greeting[] = "\r\nOrvanta KVT BOOT";
+const char accepted[] = "*";
+const char refused[] = "!";
+const char done[] = ".";
+constexpr char startByte = 'b';
+
+} // namespace
+
+Bootloader::Bootloader(Faults &faults, const DeviceOptions &options, QObject *parent)
+    : QObject(parent)
+    , m_faults(faults)
+    , m_imageSize(options.imageSize)
+{
+    m_wait.setSingleShot(true);
+    m_wait.setInterval(options.bootWaitMs);
+    connect(&m_wait, &QTimer::timeout, this, &Bootloader::onWaited);
+    m_pause.setSingleShot(true);
+    m_pause.setInterval(options.imageIdleMs);
+    connect(&m_pause, &QTimer::timeout, this, &Bootloader::onPaused);
+}
+
+void Bootloader::start()
+{
+    reset();
+    m_phase = Phase::Greeting;
+    m_wait.start();
+    emit happened("bootloader");
+    if (m_faults.strikeAt(FaultKind::BootWithLineEnd, 0)) {
+        emit output(greeting + QByteArray("\r\n"), Delivery::OneChunk, 0);
+    } else {
+        emit output(greeting, Delivery::Streamed, 0);
+    }
+}
+
+void Bootloader::reset()
+{
+    m_phase = Phase::Off;
+    m_wait.stop();
+    m_pause.stop();
+    m_incoming.clear();
+    m_blocks = 0;
+}
+
+void Bootloader::feed(char byte)
+{
+    switch (m_phase) {
+    case Phase::Off:
+        break;
+    case Phase::Greeting:
+        if (byte == startByte) {
+            m_phase = Phase::Taking;
+            m_wait.start();
+            emit happened("image begins");
+        }
+        break;
+    case Phase::Abandoned:
+        m_wait.start();
+        break;
+    case Phase::Taking: {
+        m_wait.start();
+        m_incoming += byte;
+        const bool complete = m_imageSize > 0 && m_incoming.size() >= m_imageSize;
+        if (m_imageSize == 0) {
+            m_pause.start();
+        }
+        if (complete || m_incoming.size() % blockSize == 0) {
+            endBlock();
+        }
+        // Last: the line may go dead over it, and the block stands before that.
+        emit rawBytesTaken(1);
+        break;
+    }
+    }
+}
+
+void Bootloader::onWaited()
+{
+    if (m_phase == Phase::Greeting || (m_phase == Phase::Taking && m_incoming.isEmpty())) {
+        reset();
+        emit leaving();
+        return;
+    }
+    emit happened("image abandoned");
+    start();
+}
+
+void Bootloader::onPaused()
+{
+    if (m_incoming.size() % blockSize != 0) {
+        endBlock();
+        if (m_phase == Phase::Taking) {
+            answerLastBlock(false);
+        }
+    } else {
+        answerLastBlock(true);
+    }
+}
+
+void Bootloader::endBlock()
+{
+    const int beyond = m_incoming.size() % blockSize;
+    const int size = beyond == 0 ? blockSize : beyond;
+    ++m_blocks;
+    emit happened("block " + QByteArray::number(m_blocks) + ", " + QByteArray::number(size)
+                  + " bytes");
+    const bool isRefused = m_faults.strikeAt(FaultKind::BlockRefused, m_blocks);
+    if (isRefused || m_faults.strikeAt(FaultKind::BlockUnanswered, m_blocks)) {
+        m_phase = Phase::Abandoned;
+        m_pause.stop();
+        if (isRefused) {
+            emit output(refused, Delivery::OneChunk, 0);
+        }
+        return;
+    }
+    const bool complete = m_imageSize > 0 && m_incoming.size() >= m_imageSize;
+    if (complete) {
+        answerLastBlock(false);
+    } else if (beyond == 0) {
+        const Fault *glued = m_faults.standing(FaultKind::GluedAnswers);
+        const bool here = glued == nullptr && m_faults.strikeAt(FaultKind::GluedAnswers, m_blocks);
+        emit output(here ? "*." : accepted, Delivery::OneChunk, 0);
+    }
+}
+
+void Bootloader::answerLastBlock(bool acknowledged)
+{
+    if (m_faults.strikeAt(FaultKind::FinalStar, m_blocks)) {
+        if (!acknowledged) {
+            emit output(accepted, Delivery::OneChunk, 0);
+        }
+    } else if (m_faults.strikeAt(FaultKind::GluedAnswers, m_blocks)) {
+        emit output(acknowledged ? done : "*.", Delivery::OneChunk, 0);
+    } else {
+        emit output(done, Delivery::OneChunk, 0);
+    }
+    finish();
+}
+
+void Bootloader::finish()
+{
+    m_image = m_incoming;
+    reset();
+    emit happened("image " + QByteArray::number(m_image.size()) + " bytes");
+    emit imageTaken(m_image);
+    emit leaving();
+}
+
+} // namespace Simulator

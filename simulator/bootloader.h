@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/delivery.h"
+#include "simulator/deviceoptions.h"
+#include "simulator/faults.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+namespace Simulator {
+
+/// The bootloader: greets, and takes an image when it is told so in time.
+///
+/// An image comes in blocks of 16 bytes, each answered "*"; "." answers the block that completes
+/// it. With a known image size that is the block which reaches the size. Otherwise a pause ends the
+/// image: a short last block is then answered ".", and behind a full one a "." follows its "*".
+/// A refused or broken transfer leaves the old firmware in place; after a silence as long as the
+/// wait for the first byte the bootloader greets anew.
+class Bootloader : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int blockSize = 16; ///< bytes
+
+    /// Uses @p faults, which must outlive it.
+    Bootloader(Faults &faults, const DeviceOptions &options, QObject *parent = nullptr);
+
+    /// Greets and waits.
+    void start();
+
+    /// Stops, as a loss of power does.
+    void reset();
+
+    void feed(char byte);
+
+    /// The size of images from the next start on, 0 for unknown.
+    void setImageSize(int bytes) { m_imageSize = bytes; }
+
+    /// The image that was taken last; empty before the first.
+    QByteArray image() const { return m_image; }
+
+signals:
+    void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
+    /// A whole image has been taken.
+    void imageTaken(const QByteArray &image);
+    /// The bootloader leaves and the firmware starts.
+    void leaving();
+    void rawBytesTaken(int bytes);
+    void happened(const QByteArray &event);
+
+private:
+    enum class Phase { Off, Greeting, Taking, Abandoned };
+
+    void onWaited();
+    void onPaused();
+    void endBlock();
+    void answerLastBlock(bool acknowledged);
+    void finish();
+
+    Faults &m_faults;
+    int m_imageSize;
+    Phase m_phase = Phase::Off;
+    QTimer m_wait;
+    QTimer m_pause;
+    QByteArray m_incoming;
+    int m_blocks = 0; ///< complete blocks so far
+    QByteArray m_image;
+};
+
+} // namespace Simulator

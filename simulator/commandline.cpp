@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/commandline.h"
+
+#include "simulator/devicemodel.h"
+#include "simulator/faults.h"
+
+#include <QtCore/QCommandLineParser>
+
+#include <climits>
+
+namespace Simulator {
+
+namespace {
+
+struct NumberOption
+{
+    const char *name;
+    const char *meaning;
+    int *target;
+    int minimum;
+    int maximum;
+};
+
+QString text(const char *latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+QString description()
+{
+    QString words =
+        text("A stand-in transmitter on a pseudo-terminal. Prints \"port PATH\" when it "
+             "is ready.\n\nFaults (KIND, KIND@PLACE, KIND@PLACE:ARG; \"+\" behind the "
+             "place: from there on; \"-always\" behind the kind: every time):\n");
+    for (const FaultKindInfo &info : faultKinds()) {
+        words += text("  %1 %2\n").arg(text(info.name), -20).arg(text(info.meaning));
+    }
+    return words
+        + text("PLACE counts command lines from 1, for log faults it is the row (0: titles), for\n"
+               "firmware faults the block from 1, for malformed-block the block of memory; or it "
+               "is\n"
+               "the beginning of a command, or \"next\". Without a place the fault is always "
+               "there.");
+}
+
+bool parseNumbers(const QCommandLineParser &parser, const QList<NumberOption> &options,
+                  QString &error)
+{
+    for (const NumberOption &option : options) {
+        const QString name = text(option.name);
+        if (!parser.isSet(name)) {
+            continue;
+        }
+        bool ok = false;
+        const int value = parser.value(name).toInt(&ok);
+        if (!ok || value < option.minimum || value > option.maximum) {
+            error = text("--%1 wants a number from %2 to %3")
+                        .arg(name)
+                        .arg(option.minimum)
+                        .arg(option.maximum);
+            return false;
+        }
+        *option.target = value;
+    }
+    return true;
+}
+
+QString modelNames()
+{
+    QStringList names;
+    for (const DeviceModel &model : deviceModels()) {
+        names += text(model.name);
+    }
+    return names.join(text(", "));
+}
+
+} // namespace
+
+bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QString &error)
+{
+    DeviceOptions &device = commandLine.station.device;
+    constexpr int longest = 3600000; // ms, an hour
+    int seed = static_cast<int>(device.seed);
+    int clockOffsetS = 0;
+    const QList<NumberOption> numbers = {
+        {"seed", "course of the measurements, serial number (1)", &seed, 0, INT_MAX},
+        {"log-rows", "rows of the log (25)", &device.logRows, 0, 99999},
+        {"rate", "bits a second (115200), 0: as fast as it can", &commandLine.station.rate, 0,
+         INT_MAX},
+        {"meas-state", "meas_state when warm (1)", &device.measurementState, 0, INT_MAX},
+        {"warmup", "ms until warm (0)", &device.warmUpMs, 0, longest},
+        {"clock-offset", "seconds that the clock is ahead (0)", &clockOffsetS, INT_MIN, INT_MAX},
+        {"write-ms", "ms that storing the settings takes (2000)", &device.writeMs, 0, longest},
+        {"block-idle-ms", "silence that ends a memory block (1000)", &device.blockIdleMs, 1,
+         longest},
+        {"reboot-ms", "ms until a reset (5000)", &device.rebootMs, 0, longest},
+        {"boot-wait", "ms that the bootloader waits (3000)", &device.bootWaitMs, 1, longest},
+        {"image-size", "bytes of an image (0: a pause ends it)", &device.imageSize, 0, INT_MAX},
+        {"image-idle-ms", "pause that ends an image (300)", &device.imageIdleMs, 1, longest},
+    };
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(description());
+    const QCommandLineOption help = parser.addHelpOption();
+    for (const NumberOption &option : numbers) {
+        parser.addOption({text(option.name), text(option.meaning), text("N")});
+    }
+    parser.addOptions({
+        {text("model"), text("one of ") + modelNames(), text("NAME")},
+        {text("serial"), text("serial number"), text("TEXT")},
+        {text("health"), text("what health says (98%)"), text("TEXT")},
+        {text("unavailable"), text("a measurement that is always N; repeatable"), text("NAME")},
+        {text("no-log-option"), text("no log option installed")},
+        {text("debug"), text("debug output on at the start")},
+        {text("fault"), text("a fault, see above; repeatable"), text("FAULT")},
+        {text("state"), text("file in which memory, log and clock survive"), text("FILE")},
+        {text("image"), text("file for a received firmware image"), text("FILE")},
+        {text("journal"), text("file for a line on everything that happens"), text("FILE")},
+        {text("link"), text("symbolic link to the port"), text("PATH")},
+        {text("control"), text("take control commands from standard input")},
+        {text("exit-with-stdin"), text("end when standard input closes")},
+    });
+    if (!parser.parse(arguments)) {
+        error = parser.errorText();
+        return false;
+    }
+    commandLine.help = parser.helpText();
+    commandLine.helpWanted = parser.isSet(help);
+    if (!parser.positionalArguments().isEmpty()) {
+        error = text("unexpected argument ") + parser.positionalArguments().first();
+        return false;
+    }
+    if (!parseNumbers(parser, numbers, error)) {
+        return false;
+    }
+    device.seed = static_cast<quint32>(seed);
+    device.clockOffsetMs = qint64(clockOffsetS) * 1000;
+    if (parser.isSet(text("model"))) {
+        device.model = parser.value(text("model")).toLatin1();
+    }
+    if (findDeviceModel(device.model) == nullptr) {
+        error = text("--model wants one of ") + modelNames();
+        return false;
+    }
+    device.serial = parser.value(text("serial")).toLatin1();
+    if (parser.isSet(text("health"))) {
+        device.health = parser.value(text("health")).toLatin1();
+    }
+    for (const QString &name : parser.values(text("unavailable"))) {
+        device.unavailable += name.toLatin1();
+    }
+    for (const QString &fault : parser.values(text("fault"))) {
+        commandLine.faults += fault.toLatin1();
+    }
+    device.logOption = !parser.isSet(text("no-log-option"));
+    device.debug = parser.isSet(text("debug"));
+    device.stateFile = parser.value(text("state"));
+    device.imageFile = parser.value(text("image"));
+    commandLine.station.journal = parser.value(text("journal"));
+    commandLine.station.link = parser.value(text("link"));
+    commandLine.control = parser.isSet(text("control"));
+    commandLine.exitWithInput = parser.isSet(text("exit-with-stdin"));
+    return true;
+}
+
+} // namespace Simulator

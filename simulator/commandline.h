@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/station.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+namespace Simulator {
+
+/// What the command line asks for.
+struct CommandLine
+{
+    StationOptions station;
+    QList<QByteArray> faults;
+    bool control = false; ///< take control commands from standard input
+    bool exitWithInput = false; ///< end when standard input closes
+    bool helpWanted = false;
+    QString help; ///< the help text
+};
+
+/// Reads @p arguments, the program's name first, into @p commandLine; false with the reason in
+/// @p error.
+bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QString &error);
+
+} // namespace Simulator

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/station.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+
+namespace Simulator {
+
+/// The desk from which a running station is controlled and looked at: takes a line, gives lines.
+///
+/// Every reply ends with the line "ok" or, when nothing was done, "error: " and the reason. Values
+/// come in the bytes that the device holds.
+class ControlDesk
+{
+public:
+    /// @p station must outlive this.
+    explicit ControlDesk(Station &station);
+
+    /// Does what @p line asks for and returns the lines of the reply.
+    QList<QByteArray> run(const QByteArray &line);
+
+private:
+    using Lines = QList<QByteArray>;
+    using Handler = bool (ControlDesk::*)(const QByteArray &argument, Lines &reply);
+    struct Command
+    {
+        const char *word;
+        Handler handler;
+    };
+    static const Command commands[];
+
+    bool fault(const QByteArray &argument, Lines &reply);
+    bool state(const QByteArray &argument, Lines &reply);
+    bool measurements(const QByteArray &argument, Lines &reply);
+    bool settings(const QByteArray &argument, Lines &reply);
+    bool setting(const QByteArray &argument, Lines &reply);
+    bool set(const QByteArray &argument, Lines &reply);
+    bool health(const QByteArray &argument, Lines &reply);
+    bool measurementState(const QByteArray &argument, Lines &reply);
+    bool clock(const QByteArray &argument, Lines &reply);
+    bool log(const QByteArray &argument, Lines &reply);
+    bool memory(const QByteArray &argument, Lines &reply);
+    bool image(const QByteArray &argument, Lines &reply);
+    bool imageSize(const QByteArray &argument, Lines &reply);
+    bool hangUp(const QByteArray &argument, Lines &reply);
+    bool resume(const QByteArray &argument, Lines &reply);
+    bool restart(const QByteArray &argument, Lines &reply);
+
+    Station &m_station;
+};
+
+} // namespace Simulator

@@ -1,0 +1,401 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/deviceconsole.h"
+
+#include <QtCore/QDateTime>
+
+namespace Simulator {
+
+namespace {
+
+const char prompt[] = "KVT $ ";
+const char lineEnd[] = "\r\n";
+const char noLogOption[] = "No LOG option installed!\r\n";
+const char dateFormat[] = "yyyy-MM-ddTHH:mm:ss";
+constexpr int defaultGapMs = 1;
+
+/// The number behind @p option in @p arguments, such as 7 in "--read=7"; false when it isn't there.
+bool optionNumber(const QByteArray &arguments, const QByteArray &option, int &number)
+{
+    bool ok = false;
+    number = arguments.startsWith(option) ? arguments.mid(option.size()).toInt(&ok) : 0;
+    return ok;
+}
+
+QString dateText()
+{
+    return QString::fromLatin1(dateFormat);
+}
+
+} // namespace
+
+const DeviceConsole::Command DeviceConsole::commands[] = {
+    {"show", &DeviceConsole::show},           {"set", &DeviceConsole::set},
+    {"date", &DeviceConsole::date},           {"log", &DeviceConsole::log},
+    {"write", &DeviceConsole::storeSettings}, {"initconf", &DeviceConsole::loadDefaults},
+    {"eeprom", &DeviceConsole::eeprom},       {"reboot", &DeviceConsole::reboot},
+    {"help", &DeviceConsole::help},
+};
+
+DeviceConsole::DeviceConsole(DeviceState &state, Faults &faults, const DeviceOptions &options,
+                             QObject *parent)
+    : QObject(parent)
+    , m_state(state)
+    , m_faults(faults)
+    , m_options(options)
+{
+    m_pause.setSingleShot(true);
+    m_pause.setTimerType(Qt::PreciseTimer);
+    connect(&m_pause, &QTimer::timeout, this, [this] {
+        const std::function<void()> next = m_next;
+        next();
+        emit idle();
+    });
+    m_blockIdle.setSingleShot(true);
+    m_blockIdle.setInterval(options.blockIdleMs);
+    connect(&m_blockIdle, &QTimer::timeout, this, &DeviceConsole::giveBlockUp);
+}
+
+void DeviceConsole::boot()
+{
+    reset();
+    m_state.boot();
+    emit happened("boot");
+    const DeviceModel &model = m_state.model();
+    write(QByteArray("\r\nPerforming selftest...\r\n"
+                     "  memory    passed\r\n"
+                     "  clock     passed\r\n"
+                     "  sensors   passed\r\n"
+                     "All tests passed.\r\n"
+                     "\r\n"
+                     "Orvanta KVT ")
+          + model.name + " version " + model.firmware
+          + "\r\nCompiled on Mar  3 2026 09:41:07\r\n"
+            "Copyright (c) Orvanta\r\n"
+            "\r\n"
+          + prompt);
+}
+
+void DeviceConsole::reset()
+{
+    m_editor.clear();
+    m_pause.stop();
+    m_blockIdle.stop();
+    m_block = -1;
+    m_muted = false;
+    m_gapMs = -1;
+    m_heldExchanges = 0;
+    m_held.clear();
+}
+
+void DeviceConsole::feed(char byte)
+{
+    if (m_editor.swallows(byte)) {
+        return;
+    }
+    if (m_block >= 0) {
+        takeBlockByte(byte);
+        return;
+    }
+    write(m_editor.type(byte));
+    if (!m_editor.isComplete()) {
+        return;
+    }
+    const QByteArray line = m_editor.takeLine();
+    if (line.trimmed().isEmpty()) {
+        write(prompt);
+        return;
+    }
+    beginExchange(line);
+}
+
+void DeviceConsole::beginExchange(const QByteArray &line)
+{
+    emit happened("command " + line);
+    m_faults.beginExchange(line);
+    Fault fault;
+    m_spoiled = false;
+    m_muted = m_faults.strikeExchange(FaultKind::Silence);
+    if (m_faults.strikeExchange(FaultKind::SingleBytes, fault)) {
+        m_gapMs = fault.argument < 0 ? defaultGapMs : fault.argument;
+    }
+    if (m_heldExchanges == 0 && m_faults.strikeExchange(FaultKind::GluedReplies)) {
+        m_heldExchanges = 2;
+    }
+    if (m_faults.strikeExchange(FaultKind::Hangup, fault)) {
+        emit hangUpAfter(qMax(0, fault.argument));
+    }
+    if (m_faults.strikeExchange(FaultKind::Delay, fault)) {
+        pause(qMax(0, fault.argument), [this, line] { execute(line); });
+        return;
+    }
+    execute(line);
+}
+
+void DeviceConsole::execute(const QByteArray &line)
+{
+    const QByteArray typed = line.trimmed();
+    const int blank = typed.indexOf(' ');
+    const QByteArray word = blank < 0 ? typed : typed.left(blank);
+    for (const Command &command : commands) {
+        if (word == command.word) {
+            (this->*command.handler)(blank < 0 ? QByteArray() : typed.mid(blank + 1).trimmed());
+            return;
+        }
+    }
+    answerAndEnd("Unknown command! Try help.\r\n");
+}
+
+void DeviceConsole::endExchange()
+{
+    write(prompt);
+    m_muted = false;
+    m_gapMs = -1;
+    if (m_heldExchanges > 0 && --m_heldExchanges == 0) {
+        emit output(m_held, Delivery::OneChunk, 0);
+        m_held.clear();
+    }
+}
+
+void DeviceConsole::pause(int ms, const std::function<void()> &next)
+{
+    m_next = next;
+    m_pause.start(ms);
+}
+
+void DeviceConsole::write(const QByteArray &bytes)
+{
+    if (m_muted || bytes.isEmpty()) {
+        return;
+    }
+    if (m_heldExchanges > 0) {
+        m_held += bytes;
+    } else if (m_gapMs >= 0) {
+        emit output(bytes, Delivery::SingleBytes, m_gapMs);
+    } else {
+        emit output(bytes, Delivery::Streamed, 0);
+    }
+}
+
+void DeviceConsole::answer(const QByteArray &text)
+{
+    write(m_spoiled ? text : spoilt(text));
+    m_spoiled = true;
+}
+
+void DeviceConsole::answerAndEnd(const QByteArray &text)
+{
+    answer(text);
+    endExchange();
+}
+
+QByteArray DeviceConsole::spoilt(const QByteArray &text)
+{
+    QByteArray bytes = text;
+    Fault fault;
+    const auto position = [&bytes, &fault] {
+        const int last = qMax(0, bytes.size() - 1);
+        return fault.argument < 1 ? last / 2 : qMin(fault.argument - 1, last);
+    };
+    if (m_faults.strikeExchange(FaultKind::LostByte, fault)) {
+        bytes.remove(position(), 1);
+    }
+    if (m_faults.strikeExchange(FaultKind::FlippedBit, fault) && !bytes.isEmpty()) {
+        const int index = position();
+        bytes[index] = static_cast<char>(bytes.at(index) ^ 1);
+    }
+    if (m_faults.strikeExchange(FaultKind::Nul, fault)) {
+        bytes.insert(position(), '\0');
+    }
+    return bytes;
+}
+
+void DeviceConsole::show(const QByteArray &arguments)
+{
+    QByteArray value;
+    if (arguments == "unit") {
+        answerAndEnd("Orvanta KVT\r\nModel: " + modelName() + "\r\nSerial: " + m_state.serial()
+                     + "\r\nSoftware: " + m_state.model().firmware
+                     + "\r\nHardware: " + m_state.model().hardware
+                     + "\r\nOptions: " + (m_state.hasLogOption() ? "LOG" : "none") + lineEnd);
+    } else if (arguments == "meas") {
+        answerAndEnd("show: meas=\"" + m_state.tellMeasurements() + '"' + lineEnd);
+    } else if (arguments == "model") {
+        answerAndEnd("show: model=" + modelName() + lineEnd);
+    } else if (m_state.value(arguments, value)) {
+        answerAndEnd("show: " + arguments + '=' + value + lineEnd);
+    } else {
+        answerAndEnd("show: Unknown parameter!\r\n");
+    }
+}
+
+void DeviceConsole::set(const QByteArray &arguments)
+{
+    const int equals = arguments.indexOf('=');
+    const QByteArray name = arguments.left(qMax(0, equals)).trimmed();
+    if (equals < 0 || !m_state.setValue(name, arguments.mid(equals + 1))) {
+        answerAndEnd("set: Unknown parameter!\r\n");
+        return;
+    }
+    QByteArray value;
+    m_state.value(name, value);
+    answerAndEnd("set: " + name + '=' + value + lineEnd);
+}
+
+void DeviceConsole::date(const QByteArray &arguments)
+{
+    if (arguments.isEmpty()) {
+        answerAndEnd(m_state.now().toString(dateText()).toLatin1() + lineEnd);
+        return;
+    }
+    QDateTime time = QDateTime::fromString(QString::fromLatin1(arguments), dateText());
+    if (!time.isValid()) {
+        answerAndEnd("date: Invalid date!\r\n");
+        return;
+    }
+    // Only the label: the clock is UTC, and so is what is typed.
+    time.setTimeSpec(Qt::UTC);
+    m_state.setClock(time);
+    answerAndEnd("Date updated to " + time.toString(dateText()).toLatin1() + lineEnd);
+}
+
+void DeviceConsole::log(const QByteArray &arguments)
+{
+    int index = 0;
+    if (!m_state.hasLogOption()) {
+        answerAndEnd(noLogOption);
+    } else if (arguments == "--count") {
+        answerAndEnd("count=" + QByteArray::number(m_state.log().count()) + lineEnd);
+    } else if (arguments == "--erase") {
+        m_state.log().erase();
+        m_state.changed();
+        answerAndEnd("Log erased!\r\n");
+    } else if (optionNumber(arguments, "--read=", index)) {
+        answerAndEnd(logLine(index) + lineEnd);
+    } else {
+        answerAndEnd("log: use --count, --read=N or --erase\r\n");
+    }
+}
+
+void DeviceConsole::storeSettings(const QByteArray &arguments)
+{
+    if (arguments != "--really") {
+        answerAndEnd("write: add --really to store the configuration\r\n");
+        return;
+    }
+    answer("Writing current configuration to non-volatile memory...");
+    pause(m_options.writeMs, [this] {
+        const int bytes = m_state.storeSettings();
+        answerAndEnd(' ' + QByteArray::number(bytes) + " bytes written!\r\n");
+    });
+}
+
+void DeviceConsole::loadDefaults(const QByteArray &arguments)
+{
+    if (arguments != "--really") {
+        answerAndEnd("initconf: add --really to load the default configuration\r\n");
+        return;
+    }
+    m_state.settings().loadFactoryValues();
+    answerAndEnd("Loading default configuration... OK!\r\n"
+                 "Write the default configuration to non-volatile memory by using "
+                 "write --really command.\r\n");
+}
+
+void DeviceConsole::eeprom(const QByteArray &arguments)
+{
+    int index = -1;
+    if (optionNumber(arguments, "--read_block ", index) && DeviceMemory::isBlock(index)) {
+        readBlock(index);
+    } else if (optionNumber(arguments, "--write_block ", index) && DeviceMemory::isBlock(index)) {
+        answer("Please input 64 bytes\r\n");
+        m_block = index;
+        m_blockData.clear();
+        m_blockIdle.start();
+    } else {
+        answerAndEnd("eeprom: use --read_block N or --write_block N, N from 0 to 1023\r\n");
+    }
+}
+
+void DeviceConsole::reboot(const QByteArray &arguments)
+{
+    if (arguments != "--really") {
+        answerAndEnd("reboot: add --really to restart the device\r\n");
+        return;
+    }
+    answer("Reseting device in 5 seconds\r\n");
+    reset();
+    emit resetting();
+}
+
+void DeviceConsole::help(const QByteArray &)
+{
+    QByteArray words;
+    for (const Command &command : commands) {
+        words += command.word + QByteArray(" ");
+    }
+    answerAndEnd("Commands: " + words.trimmed() + lineEnd);
+}
+
+QByteArray DeviceConsole::modelName()
+{
+    Fault fault;
+    if (!m_faults.strikeExchange(FaultKind::UnknownModel, fault)) {
+        return m_state.model().name;
+    }
+    return fault.word.isEmpty() ? QByteArray("KVT-900") : fault.word;
+}
+
+QByteArray DeviceConsole::logLine(int index)
+{
+    QByteArray record = m_state.log().record(index);
+    if (record.isEmpty()) {
+        return "log: No such entry!";
+    }
+    if (m_faults.strikeAt(FaultKind::MalformedRecord, index)) {
+        if (index == 0) {
+            return "00000=" + record;
+        }
+        record.replace(record.lastIndexOf(',') + 1, record.size(), "over");
+    }
+    quint8 checksum = recordChecksum(record);
+    if (m_faults.strikeAt(FaultKind::BadChecksum, index)) {
+        checksum ^= 1U;
+    }
+    const int number = m_faults.strikeAt(FaultKind::WrongEntry, index) ? index + 1 : index;
+    return DeviceLog::line(number, record, checksum);
+}
+
+void DeviceConsole::readBlock(int index)
+{
+    QByteArray digits = m_state.memory().block(index).toHex();
+    if (m_faults.strikeAt(FaultKind::MalformedBlock, index)) {
+        digits.replace(digits.size() / 2, 2, "zz");
+    }
+    answerAndEnd(digits + "\r\nDone\r\n");
+}
+
+void DeviceConsole::takeBlockByte(char byte)
+{
+    m_blockData += byte;
+    m_blockIdle.start();
+    emit rawBytesTaken(1);
+    if (m_blockData.size() < DeviceMemory::blockSize) {
+        return;
+    }
+    m_blockIdle.stop();
+    m_state.memory().setBlock(m_block, m_blockData);
+    m_state.changed();
+    emit happened("raw " + QByteArray::number(m_blockData.size()) + " bytes for block "
+                  + QByteArray::number(m_block));
+    m_block = -1;
+    answerAndEnd("\r\nDone\r\n");
+}
+
+void DeviceConsole::giveBlockUp()
+{
+    emit happened("raw " + QByteArray::number(m_blockData.size()) + " bytes given up");
+    m_block = -1;
+    answerAndEnd("\r\nTimed out, nothing written\r\n");
+}
+
+} // namespace Simulator

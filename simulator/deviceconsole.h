@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/delivery.h"
+#include "simulator/deviceoptions.h"
+#include "simulator/devicestate.h"
+#include "simulator/faults.h"
+#include "simulator/lineeditor.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+#include <functional>
+
+namespace Simulator {
+
+/// The firmware's console: echo, commands, answers, prompt.
+class DeviceConsole : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Uses @p state and @p faults, which must outlive it.
+    DeviceConsole(DeviceState &state, Faults &faults, const DeviceOptions &options,
+                  QObject *parent = nullptr);
+
+    /// The firmware starts: self-test, banner, prompt.
+    void boot();
+
+    /// Drops whatever is typed or under way; the processor has been reset.
+    void reset();
+
+    /// True while a command takes its time; bytes must wait until idle().
+    bool isBusy() const { return m_pause.isActive(); }
+
+    /// True when nothing is under way, so that debug output may come in between.
+    bool isAtPrompt() const { return !isBusy() && m_block < 0; }
+
+    /// Takes one byte; not while busy.
+    void feed(char byte);
+
+signals:
+    void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
+    /// A command that took its time has ended.
+    void idle();
+    /// The reset has been announced; nothing more is heard or said.
+    void resetting();
+    /// @p bytes raw bytes have been taken, one at a time.
+    void rawBytesTaken(int bytes);
+    /// The line is to go dead after @p bytes more from the device.
+    void hangUpAfter(int bytes);
+    /// Something for the journal.
+    void happened(const QByteArray &event);
+
+private:
+    using Handler = void (DeviceConsole::*)(const QByteArray &arguments);
+    struct Command
+    {
+        const char *word;
+        Handler handler;
+    };
+    static const Command commands[];
+
+    void beginExchange(const QByteArray &line);
+    void execute(const QByteArray &line);
+    void endExchange();
+    void pause(int ms, const std::function<void()> &next);
+    void write(const QByteArray &bytes);
+    void answer(const QByteArray &text);
+    void answerAndEnd(const QByteArray &text);
+    QByteArray spoilt(const QByteArray &text);
+
+    void show(const QByteArray &arguments);
+    void set(const QByteArray &arguments);
+    void date(const QByteArray &arguments);
+    void log(const QByteArray &arguments);
+    void storeSettings(const QByteArray &arguments);
+    void loadDefaults(const QByteArray &arguments);
+    void eeprom(const QByteArray &arguments);
+    void reboot(const QByteArray &arguments);
+    void help(const QByteArray &arguments);
+
+    QByteArray modelName();
+    QByteArray logLine(int index);
+    void readBlock(int index);
+    void takeBlockByte(char byte);
+    void giveBlockUp();
+
+    DeviceState &m_state;
+    Faults &m_faults;
+    DeviceOptions m_options;
+    LineEditor m_editor;
+    QTimer m_pause;
+    QTimer m_blockIdle;
+    std::function<void()> m_next;
+    int m_block = -1; ///< memory block whose raw bytes are being taken, -1 for none
+    QByteArray m_blockData;
+    bool m_muted = false; ///< this exchange gets no answer
+    int m_gapMs = -1; ///< this exchange is answered in single bytes this far apart, -1 for not
+    bool m_spoiled = false; ///< this exchange's answer has had its faults
+    int m_heldExchanges = 0; ///< exchanges to go until what is held back leaves
+    QByteArray m_held;
+};
+
+} // namespace Simulator

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/devicemeasurements.h"
+#include "simulator/devicemodel.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
+
+namespace Simulator {
+
+/// CRC-8 of a log record, polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first,
+/// initial value 0, no final XOR. Bit by bit, as a small processor without room for a table does
+/// it.
+quint8 recordChecksum(const QByteArray &record);
+
+/// The device's log: a line of titles and rows that end at a given time, one each interval.
+class DeviceLog
+{
+public:
+    /// @p model and @p measurements must outlive this.
+    DeviceLog(const DeviceModel &model, const DeviceMeasurements &measurements);
+
+    /// Holds @p count rows, the last of @p end, @p intervalS seconds apart.
+    void fill(int count, const QDateTime &end, int intervalS);
+
+    int count() const;
+    QDateTime end() const;
+    int intervalS() const;
+    void erase();
+
+    /// The text before the checksum: the titles for 0, the record of row @p index from 1 on;
+    /// empty for a row that is not there.
+    QByteArray record(int index) const;
+
+    /// A line of the log as the console tells it: number, record, checksum.
+    static QByteArray line(int number, const QByteArray &record, quint8 checksum);
+
+    /// The line of @p index with the number and the checksum that belong to it.
+    QByteArray line(int index) const;
+
+private:
+    const DeviceModel &m_model;
+    const DeviceMeasurements &m_measurements;
+    int m_count = 0;
+    QDateTime m_end;
+    int m_intervalS = 600;
+};
+
+} // namespace Simulator

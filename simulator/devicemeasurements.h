@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/devicemodel.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
+#include <QtCore/QList>
+
+namespace Simulator {
+
+/// The readings of a device: a function of its seed and of the time, so they move plausibly and can
+/// be told again.
+class DeviceMeasurements
+{
+public:
+    /// @p model must outlive this. The measurements named in @p unavailable are always "N".
+    DeviceMeasurements(const DeviceModel &model, quint32 seed, QList<QByteArray> unavailable);
+
+    /// The value of @p info at @p time, in the unit and with the decimals of the model.
+    QByteArray valueAt(const MeasurementInfo &info, const QDateTime &time) const;
+
+    /// All readings as the console tells them, "A=1.23;B=N". @p warm is false while warming up.
+    QByteArray lineAt(const QDateTime &time, bool warm) const;
+
+private:
+    const DeviceModel &m_model;
+    quint32 m_seed;
+    QList<QByteArray> m_unavailable;
+};
+
+} // namespace Simulator

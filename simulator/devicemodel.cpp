@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/devicemodel.h"
+
+namespace Simulator {
+
+namespace {
+
+constexpr SettingType Integer = SettingType::Integer;
+constexpr SettingType Real = SettingType::Real;
+constexpr SettingType Text = SettingType::Text;
+
+// clang-format off
+QVector<SettingInfo> outdoorSettings()
+{
+    return {
+        {"location",        Text,    0,    32,   "Roof"},
+        {"altitude",        Integer, -400, 9000, "120"},
+        {"north_offset",    Real,    -180, 180,  "0"},
+        {"avg_interval",    Integer, 1,    3600, "60"},
+        {"log_interval",    Integer, 1,    1440, "10"},
+        {"heater_setpoint", Real,    5,    60,   "35"},
+        {"heater_band",     Real,    0.1,  5,    "0.5"},
+        {"alarm_ozone",     Real,    0,    10,   "0.12"},
+        {"alarm_particles", Integer, 0,    1000, "150"},
+        {"alarm_wind",      Real,    0,    75,   "20.8"},
+        {"bus_address",     Integer, 1,    247,  "1"},
+        {"asset_tag",       Text,    0,    16,   ""},
+    };
+}
+
+QVector<MeasurementInfo> outdoorMeasurements()
+{
+    return {
+        {"T",    Course::Wave,     14.0,   6.0,   -60.0, 2, false},
+        {"RH",   Course::Wave,     61.0,   18.0,  0.0,   1, false},
+        {"P",    Course::Wave,     1009.0, 9.0,   500.0, 1, false},
+        {"O3",   Course::Wave,     0.041,  0.02,  0.0,   4, true},
+        {"NO2",  Course::Wave,     23.0,   14.0,  0.0,   1, false},
+        {"PM25", Course::Wave,     9.0,    5.0,   0.0,   1, false},
+        {"PM10", Course::Wave,     17.0,   9.0,   0.0,   1, false},
+        {"WD",   Course::Compass,  180.0,  180.0, 0.0,   0, false},
+        {"WS",   Course::Wave,     3.4,    3.2,   0.0,   1, false},
+        {"RAIN", Course::Showers,  0.0,    6.0,   0.0,   1, false},
+        {"SR",   Course::Daylight, 0.0,    820.0, 0.0,   0, false},
+        {"BATT", Course::Wave,     12.6,   0.3,   0.0,   2, false},
+    };
+}
+
+QVector<SettingInfo> indoorSettings()
+{
+    return {
+        {"location",       Text,    0,    24,   "Room 1"},
+        {"altitude",       Integer, -400, 9000, "120"},
+        {"temp_offset",    Real,    -9,   9,    "0"},
+        {"gain_co",        Real,    0.5,  2,    "1"},
+        {"avg_interval",   Integer, 1,    600,  "30"},
+        {"log_interval",   Integer, 1,    1440, "15"},
+        {"alarm_co",       Real,    0,    200,  "35"},
+        {"alarm_humidity", Integer, 0,    100,  "70"},
+    };
+}
+
+QVector<MeasurementInfo> indoorMeasurements()
+{
+    return {
+        {"T",    Course::Wave,     71.2,   3.0,   -40.0, 1, false},
+        {"RH",   Course::Wave,     41.0,   8.0,   0.0,   1, false},
+        {"P",    Course::Wave,     1009.0, 9.0,   500.0, 1, false},
+        {"CO",   Course::Wave,     1.9,    1.4,   0.0,   2, true},
+        {"HCHO", Course::Wave,     14.0,   9.0,   0.0,   1, false},
+        {"LUX",  Course::Daylight, 0.0,    640.0, 0.0,   0, false},
+    };
+}
+
+QVector<SettingInfo> gasSettings()
+{
+    return {
+        {"heater_setpoint", Real,    5,    60,   "40"},
+        {"gain_sulphur",    Real,    0.5,  2,    "1"},
+        {"offset_sulphur",  Real,    -50,  50,   "-1.5"},
+        {"gain_ozone",      Real,    0.5,  2,    "1.02"},
+        {"avg_interval",    Integer, 1,    3600, "60"},
+        {"log_interval",    Integer, 1,    1440, "10"},
+        {"location",        Text,    0,    32,   "Stack 2"},
+        {"altitude",        Integer, -400, 9000, "120"},
+        {"alarm_sulphur",   Integer, 0,    2000, "75"},
+        {"alarm_ozone",     Real,    0,    10,   "0.1"},
+    };
+}
+
+QVector<MeasurementInfo> gasMeasurements()
+{
+    return {
+        {"SO2",  Course::Wave, 12.0,   8.0,  0.0,   1, true},
+        {"O3",   Course::Wave, 0.038,  0.02, 0.0,   4, false},
+        {"NO2",  Course::Wave, 31.0,   15.0, 0.0,   1, false},
+        {"PM10", Course::Wave, 24.0,   12.0, 0.0,   1, false},
+        {"T",    Course::Wave, 18.0,   5.0,  -60.0, 2, false},
+        {"RH",   Course::Wave, 52.0,   15.0, 0.0,   1, false},
+        {"P",    Course::Wave, 1009.0, 9.0,  500.0, 1, false},
+        {"FLOW", Course::Wave, 0.7,    0.05, 0.0,   3, false},
+    };
+}
+// clang-format on
+
+} // namespace
+
+const QVector<DeviceModel> &deviceModels()
+{
+    static const QVector<DeviceModel> models = {
+        {"KVT-300", "3.2.0", "C", outdoorSettings(), outdoorMeasurements()},
+        {"KVT-100", "2.4.1", "B", indoorSettings(), indoorMeasurements()},
+        {"KVT-200", "2.6.0", "B2", gasSettings(), gasMeasurements()},
+    };
+    return models;
+}
+
+const DeviceModel *findDeviceModel(const QByteArray &name)
+{
+    for (const DeviceModel &model : deviceModels()) {
+        if (name == model.name) {
+            return &model;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace Simulator

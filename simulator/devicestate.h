@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/devicelog.h"
+#include "simulator/devicemeasurements.h"
+#include "simulator/devicememory.h"
+#include "simulator/deviceoptions.h"
+#include "simulator/devicesettings.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+namespace Simulator {
+
+/// Everything that a transmitter is and remembers: identity, clock, settings, memory, log,
+/// readings.
+///
+/// Memory, log and clock are written to the state file shortly after a change and at the end.
+class DeviceState : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes the state file over when it holds this model; starts afresh otherwise. A model that is
+    /// not known becomes the first of the table.
+    explicit DeviceState(const DeviceOptions &options, QObject *parent = nullptr);
+    ~DeviceState() override;
+
+    /// The firmware starts: stored settings come into force, the warm-up begins anew.
+    void boot();
+
+    const DeviceModel &model() const { return m_model; }
+    QByteArray serial() const;
+    DeviceSettings &settings() { return m_settings; }
+    DeviceMemory &memory() { return m_memory; }
+    DeviceLog &log() { return m_log; }
+    bool hasLogOption() const { return m_options.logOption; }
+
+    /// The device's clock, UTC, running.
+    QDateTime now() const;
+    void setClock(const QDateTime &time);
+
+    bool isWarm() const;
+    bool debug() const { return m_debug; }
+    void setDebug(bool on) { m_debug = on; }
+    void setHealth(const QByteArray &text) { m_options.health = text; }
+    void setMeasurementState(int state) { m_options.measurementState = state; }
+
+    /// The value of a variable or setting; false for an unknown @p name.
+    bool value(const QByteArray &name, QByteArray &value) const;
+
+    /// Takes @p text for the setting or variable @p name; what can't be set stays. False for an
+    /// unknown name.
+    bool setValue(const QByteArray &name, const QByteArray &text);
+
+    /// Takes the readings of this moment and keeps them as the last told.
+    QByteArray tellMeasurements();
+    QByteArray lastMeasurements() const { return m_lastMeasurements; }
+
+    /// Copies the settings in force to memory and returns the bytes written.
+    int storeSettings();
+
+    /// Notes that something to be remembered has changed.
+    void changed();
+
+private:
+    bool load();
+    void save();
+
+    DeviceOptions m_options;
+    const DeviceModel &m_model;
+    DeviceSettings m_settings;
+    DeviceMemory m_memory;
+    DeviceMeasurements m_measurements;
+    DeviceLog m_log;
+    QElapsedTimer m_sinceBoot;
+    QTimer m_saveTimer;
+    QByteArray m_lastMeasurements;
+    qint64 m_clockOffsetMs = 0;
+    bool m_debug = false;
+};
+
+} // namespace Simulator

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/faults.h"
+
+namespace Simulator {
+
+const QVector<FaultKindInfo> &faultKinds()
+{
+    static const QVector<FaultKindInfo> kinds = {
+        {"silence", FaultKind::Silence, FaultPlace::Exchange, "no answer"},
+        {"delay", FaultKind::Delay, FaultPlace::Exchange, "answers ARG ms late"},
+        {"single-bytes", FaultKind::SingleBytes, FaultPlace::Exchange,
+         "answers in single bytes, ARG ms (1) apart"},
+        {"lost-byte", FaultKind::LostByte, FaultPlace::Exchange,
+         "byte ARG (the middle one) of the answer is missing"},
+        {"flipped-bit", FaultKind::FlippedBit, FaultPlace::Exchange,
+         "the lowest bit of byte ARG (the middle one) of the answer is wrong"},
+        {"nul", FaultKind::Nul, FaultPlace::Exchange,
+         "a zero byte in front of byte ARG (the middle one) of the answer"},
+        {"chatter", FaultKind::Chatter, FaultPlace::Exchange,
+         "debug output every ARG ms (100), from its exchange on, that can't be switched off"},
+        {"unknown-model", FaultKind::UnknownModel, FaultPlace::Exchange,
+         "calls itself ARG (KVT-900)"},
+        {"hangup", FaultKind::Hangup, FaultPlace::Exchange,
+         "the line goes dead after ARG (0) more bytes from the device"},
+        {"hangup-input", FaultKind::HangupInput, FaultPlace::None,
+         "the line goes dead after ARG raw bytes (memory blocks or image) to the device"},
+        {"glued-replies", FaultKind::GluedReplies, FaultPlace::Exchange,
+         "the answer is held back and comes in one piece with the next"},
+        {"bad-checksum", FaultKind::BadChecksum, FaultPlace::LogRow,
+         "wrong checksum of a log line"},
+        {"wrong-entry", FaultKind::WrongEntry, FaultPlace::LogRow, "wrong number of a log line"},
+        {"malformed-record", FaultKind::MalformedRecord, FaultPlace::LogRow,
+         "a log record with a word for a number; titles without a checksum"},
+        {"malformed-block", FaultKind::MalformedBlock, FaultPlace::MemoryBlock,
+         "a memory block read as something else than hexadecimal digits"},
+        {"block-refused", FaultKind::BlockRefused, FaultPlace::FirmwareBlock,
+         "a firmware block, counted from 1, is refused"},
+        {"block-unanswered", FaultKind::BlockUnanswered, FaultPlace::FirmwareBlock,
+         "a firmware block is not answered and the bootloader hears no more"},
+        {"glued-answers", FaultKind::GluedAnswers, FaultPlace::FirmwareBlock,
+         "a firmware block, the last when no place is given, is answered \"*.\" in one piece"},
+        {"final-star", FaultKind::FinalStar, FaultPlace::None,
+         "the last firmware block is answered \"*\" and no \".\" comes"},
+        {"boot-with-line-end", FaultKind::BootWithLineEnd, FaultPlace::None,
+         "the bootloader's greeting has a line end behind it, in one piece"},
+    };
+    return kinds;
+}
+
+namespace {
+
+const FaultKindInfo *findKind(const QByteArray &name)
+{
+    for (const FaultKindInfo &info : faultKinds()) {
+        if (name == info.name) {
+            return &info;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Faults::Faults(QObject *parent)
+    : QObject(parent)
+{
+}
+
+bool Faults::add(const QByteArray &text, QByteArray &error)
+{
+    Fault fault;
+    fault.text = text;
+    QByteArray rest = text;
+    const int colon = rest.indexOf(':');
+    if (colon >= 0) {
+        fault.word = rest.mid(colon + 1);
+        bool ok = false;
+        const int number = fault.word.toInt(&ok);
+        fault.argument = ok && number >= 0 ? number : -1;
+        rest.truncate(colon);
+    }
+    const int at = rest.indexOf('@');
+    QByteArray place = at >= 0 ? rest.mid(at + 1) : QByteArray();
+    QByteArray kind = at >= 0 ? rest.left(at) : rest;
+    const QByteArray alwaysSuffix = "-always";
+    if (kind.endsWith(alwaysSuffix)) {
+        kind.chop(alwaysSuffix.size());
+        fault.always = true;
+    }
+    const FaultKindInfo *info = findKind(kind);
+    if (info == nullptr) {
+        error = "unknown kind of fault: " + kind;
+        return false;
+    }
+    fault.kind = info->kind;
+    if (at < 0) {
+        m_faults += fault;
+        return true;
+    }
+    if (place.endsWith('+')) {
+        place.chop(1);
+        fault.onward = true;
+    }
+    bool ok = false;
+    fault.place = place.toInt(&ok);
+    if (place == "next") {
+        fault.place = m_exchange + 1;
+    } else if (!ok && info->place == FaultPlace::Exchange && !place.isEmpty()) {
+        fault.place = -1;
+        fault.command = place;
+    } else if (!ok || info->place == FaultPlace::None) {
+        error = "no such place for " + kind + ": " + place;
+        return false;
+    }
+    m_faults += fault;
+    return true;
+}
+
+void Faults::clear()
+{
+    m_faults.clear();
+}
+
+void Faults::beginExchange(const QByteArray &command)
+{
+    ++m_exchange;
+    m_command = command;
+}
+
+bool Faults::strikeExchange(FaultKind kind, Fault &fault)
+{
+    for (Fault &candidate : m_faults) {
+        if (candidate.kind == kind && !candidate.spent && matchesExchange(candidate)) {
+            fault = candidate;
+            strike(candidate);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Faults::strikeExchange(FaultKind kind)
+{
+    Fault unused;
+    return strikeExchange(kind, unused);
+}
+
+bool Faults::strikeAt(FaultKind kind, int place)
+{
+    for (Fault &candidate : m_faults) {
+        const bool here = candidate.place < 0 || candidate.place == place
+            || (candidate.onward && place > candidate.place);
+        if (candidate.kind == kind && !candidate.spent && here) {
+            strike(candidate);
+            return true;
+        }
+    }
+    return false;
+}
+
+const Fault *Faults::standing(FaultKind kind) const
+{
+    for (const Fault &candidate : m_faults) {
+        if (candidate.kind != kind || !candidate.command.isEmpty()) {
+            continue;
+        }
+        const bool lasting = candidate.onward || kind == FaultKind::Chatter;
+        if (candidate.place < 0 || (lasting && m_exchange >= candidate.place)) {
+            return &candidate;
+        }
+    }
+    return nullptr;
+}
+
+bool Faults::matchesExchange(const Fault &fault) const
+{
+    if (!fault.command.isEmpty()) {
+        return m_command.startsWith(fault.command);
+    }
+    return fault.place < 0 || fault.place == m_exchange
+        || (fault.onward && m_exchange > fault.place);
+}
+
+void Faults::strike(Fault &fault)
+{
+    const bool placed = fault.place >= 0 || !fault.command.isEmpty();
+    fault.spent = placed && !fault.always && !fault.onward;
+    // A copy: a listener may add or clear faults.
+    const QByteArray text = fault.text;
+    emit struck(text);
+}
+
+} // namespace Simulator

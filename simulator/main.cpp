@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/commandline.h"
+#include "simulator/controldesk.h"
+#include "simulator/processevents.h"
+#include "simulator/station.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+void print(const QByteArray &line)
+{
+    std::printf("%s\n", line.constData());
+    std::fflush(stdout);
+}
+
+int fail(const QString &reason)
+{
+    std::fprintf(stderr, "kvt-simulator: %s\n", reason.toLocal8Bit().constData());
+    return EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+
+    Simulator::CommandLine commandLine;
+    QString error;
+    if (!Simulator::parseCommandLine(QCoreApplication::arguments(), commandLine, error)) {
+        return fail(error);
+    }
+    if (commandLine.helpWanted) {
+        print(commandLine.help.toLocal8Bit());
+        return EXIT_SUCCESS;
+    }
+
+    Simulator::ProcessEvents events;
+    events.watchSignals();
+    Simulator::Station station(commandLine.station);
+    for (const QByteArray &fault : qAsConst(commandLine.faults)) {
+        QByteArray reason;
+        if (!station.device().addFault(fault, reason)) {
+            return fail(QString::fromLatin1(reason));
+        }
+    }
+    if (!station.open(error)) {
+        return fail(error);
+    }
+    print("port " + station.path().toLocal8Bit());
+
+    Simulator::ControlDesk desk(station);
+    QObject::connect(&events, &Simulator::ProcessEvents::terminated, &application,
+                     &QCoreApplication::quit);
+    if (commandLine.control) {
+        QObject::connect(&events, &Simulator::ProcessEvents::lineTyped, &application,
+                         [&desk](const QByteArray &line) {
+                             for (const QByteArray &reply : desk.run(line)) {
+                                 print(reply);
+                             }
+                         });
+    }
+    if (commandLine.exitWithInput) {
+        QObject::connect(&events, &Simulator::ProcessEvents::inputClosed, &application,
+                         &QCoreApplication::quit);
+    }
+    if (commandLine.control || commandLine.exitWithInput) {
+        events.watchInput();
+    }
+    return QCoreApplication::exec();
+}

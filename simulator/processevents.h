@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QSocketNotifier>
+
+namespace Simulator {
+
+/// What comes to the process from outside: the signals that end it and lines on standard input.
+class ProcessEvents : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ProcessEvents(QObject *parent = nullptr);
+
+    /// Turns SIGTERM and SIGINT into terminated().
+    void watchSignals();
+
+    /// Begins to read standard input.
+    void watchInput();
+
+signals:
+    void terminated();
+    void lineTyped(const QByteArray &line);
+    void inputClosed();
+
+private:
+    void onInput();
+
+    QScopedPointer<QSocketNotifier, QScopedPointerDeleteLater> m_signals;
+    QScopedPointer<QSocketNotifier, QScopedPointerDeleteLater> m_input;
+    QByteArray m_typed;
+};
+
+} // namespace Simulator

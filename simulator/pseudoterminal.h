@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QSocketNotifier>
+#include <QtCore/QString>
+
+namespace Simulator {
+
+/// A raw pseudo-terminal. Holds the client's side open itself, so that clients may come and go.
+class PseudoTerminal : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PseudoTerminal(QObject *parent = nullptr);
+    ~PseudoTerminal() override;
+
+    /// Opens a new one, closing the one before; false with the reason in @p error.
+    bool open(QString &error);
+
+    /// Closes: clients see the line hang up.
+    void close();
+
+    bool isOpen() const { return m_master >= 0; }
+
+    /// The path for clients, such as /dev/pts/3; empty while closed.
+    QString path() const { return m_path; }
+
+    /// Writes without waiting and returns how many of the bytes were taken.
+    int write(const QByteArray &bytes);
+
+    /// Stops and resumes the reading of what clients write, which then waits in the terminal.
+    void setReading(bool on);
+
+signals:
+    void received(const QByteArray &bytes);
+
+private:
+    void onReadable();
+
+    int m_master = -1;
+    int m_client = -1;
+    QString m_path;
+    QScopedPointer<QSocketNotifier, QScopedPointerDeleteLater> m_notifier;
+};
+
+} // namespace Simulator

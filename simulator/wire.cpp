@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/wire.h"
+
+namespace Simulator {
+
+namespace {
+
+constexpr qint64 nsPerMs = 1000000;
+constexpr qint64 nsPerSecond = 1000000000;
+constexpr qint64 bitsPerByte = 10;
+constexpr qint64 burstNs = 2 * nsPerMs; ///< bytes are passed on in bursts about this long
+constexpr qint64 retryNs = 5 * nsPerMs;
+constexpr qint64 lossNs = nsPerSecond;
+constexpr int inputLimit = 16384; ///< bytes; more than this waits in the terminal
+constexpr int lastBytesMs =
+    100; ///< for the client to take the last bytes before the line goes dead
+
+} // namespace
+
+Wire::Wire(int rate, QObject *parent)
+    : QObject(parent)
+    , m_byteNs(rate > 0 ? bitsPerByte * nsPerSecond / rate + 1 : 0)
+{
+    m_clock.start();
+    for (QTimer *timer : {&m_outTimer, &m_inTimer, &m_hangUpTimer}) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+    }
+    connect(&m_outTimer, &QTimer::timeout, this, &Wire::deliverOutput);
+    connect(&m_inTimer, &QTimer::timeout, this, &Wire::deliverInput);
+    connect(&m_hangUpTimer, &QTimer::timeout, this, &Wire::hangUp);
+    connect(&m_terminal, &PseudoTerminal::received, this, &Wire::onReceived);
+}
+
+bool Wire::open(QString &error)
+{
+    return m_terminal.open(error);
+}
+
+void Wire::send(const QByteArray &bytes, Delivery delivery, int gapMs)
+{
+    if (!m_terminal.isOpen() || m_hangUpWhenSent || bytes.isEmpty()) {
+        return;
+    }
+    if (m_out.isEmpty()) {
+        m_outFreeNs = qMax(m_outFreeNs, m_clock.nsecsElapsed());
+    }
+    m_out += Segment{bytes, delivery, gapMs};
+    if (!m_outTimer.isActive()) {
+        deliverOutput();
+    }
+}
+
+void Wire::hangUp()
+{
+    m_outTimer.stop();
+    m_inTimer.stop();
+    m_hangUpTimer.stop();
+    m_out.clear();
+    m_in.clear();
+    m_hangUpWhenSent = false;
+    m_blockedSinceNs = -1;
+    if (m_terminal.isOpen()) {
+        m_terminal.close();
+        emit hungUp();
+    }
+}
+
+void Wire::hangUpWhenSent()
+{
+    m_hangUpWhenSent = true;
+    if (m_out.isEmpty()) {
+        m_hangUpTimer.start(lastBytesMs);
+    }
+}
+
+void Wire::onReceived(const QByteArray &bytes)
+{
+    if (m_in.isEmpty()) {
+        m_inFreeNs = qMax(m_inFreeNs, m_clock.nsecsElapsed());
+    }
+    m_in += bytes;
+    m_terminal.setReading(m_in.size() < inputLimit);
+    if (!m_inTimer.isActive()) {
+        deliverInput();
+    }
+}
+
+void Wire::deliverOutput()
+{
+    const qint64 now = m_clock.nsecsElapsed();
+    while (!m_out.isEmpty() && deliverFront(now)) { }
+    if (m_out.isEmpty()) {
+        if (m_hangUpWhenSent) {
+            m_hangUpTimer.start(lastBytesMs);
+        }
+        return;
+    }
+    if (m_blockedSinceNs >= 0) {
+        schedule(m_outTimer, now + retryNs, now);
+        return;
+    }
+    const Segment &front = m_out.first();
+    qint64 wanted = qMin(qint64(front.bytes.size()) * m_byteNs, qMax(burstNs, m_byteNs));
+    if (front.delivery == Delivery::OneChunk) {
+        wanted = front.bytes.size() * m_byteNs;
+    } else if (front.delivery == Delivery::SingleBytes) {
+        wanted = m_byteNs;
+    }
+    schedule(m_outTimer, m_outFreeNs + wanted, now);
+}
+
+/// Passes on what is due of the front segment; false when there is nothing more to do now.
+bool Wire::deliverFront(qint64 now)
+{
+    Segment &front = m_out.first();
+    const bool single = front.delivery == Delivery::SingleBytes;
+    const int due = bytesDue(m_outFreeNs, now, single ? 1 : front.bytes.size());
+    if (due == 0 || (front.delivery == Delivery::OneChunk && due < front.bytes.size())) {
+        return false;
+    }
+    const int written = m_terminal.write(front.bytes.left(due));
+    front.bytes.remove(0, written);
+    m_outFreeNs += written * m_byteNs;
+    if (single) {
+        // From now and not from when it was due: a late byte keeps its distance too.
+        m_outFreeNs = now + front.gapMs * nsPerMs;
+    }
+    if (front.bytes.isEmpty()) {
+        m_out.removeFirst();
+    }
+    if (written < due) {
+        onBlocked(now);
+        return false;
+    }
+    m_blockedSinceNs = -1;
+    return true;
+}
+
+void Wire::onBlocked(qint64 now)
+{
+    if (m_blockedSinceNs < 0) {
+        m_blockedSinceNs = now;
+    }
+    if (now - m_blockedSinceNs < lossNs) {
+        return;
+    }
+    int bytes = 0;
+    for (const Segment &segment : qAsConst(m_out)) {
+        bytes += segment.bytes.size();
+    }
+    m_out.clear();
+    m_blockedSinceNs = -1;
+    emit lost(bytes);
+}
+
+void Wire::deliverInput()
+{
+    const qint64 now = m_clock.nsecsElapsed();
+    const int due = bytesDue(m_inFreeNs, now, m_in.size());
+    if (due > 0) {
+        const QByteArray bytes = m_in.left(due);
+        m_in.remove(0, due);
+        m_inFreeNs += due * m_byteNs;
+        emit received(bytes);
+    }
+    m_terminal.setReading(m_in.size() < inputLimit);
+    if (!m_in.isEmpty()) {
+        const qint64 wanted = qMin(m_in.size() * m_byteNs, qMax(burstNs, m_byteNs));
+        schedule(m_inTimer, m_inFreeNs + wanted, now);
+    }
+}
+
+int Wire::bytesDue(qint64 since, qint64 now, int wanted) const
+{
+    if (m_byteNs == 0) {
+        return since <= now ? wanted : 0;
+    }
+    return static_cast<int>(qBound<qint64>(0, (now - since) / m_byteNs, wanted));
+}
+
+void Wire::schedule(QTimer &timer, qint64 dueNs, qint64 now) const
+{
+    timer.start(static_cast<int>(qMax<qint64>(0, (dueNs - now + nsPerMs - 1) / nsPerMs)));
+}
+
+} // namespace Simulator

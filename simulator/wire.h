@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/delivery.h"
+#include "simulator/pseudoterminal.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+namespace Simulator {
+
+/// The serial line between a client and the device: a pseudo-terminal whose bytes take, in each
+/// direction, the ten bit times that a start bit, eight data bits and a stop bit take.
+///
+/// A byte is never early. The clock of a direction runs on while bytes are waiting, so lateness of
+/// a timer doesn't add up. What no client takes away for a second is lost, as on a wire.
+class Wire : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @p rate in bits a second; 0 for as fast as it can.
+    explicit Wire(int rate, QObject *parent = nullptr);
+
+    /// Opens a new line; false with the reason in @p error.
+    bool open(QString &error);
+
+    QString path() const { return m_terminal.path(); }
+    bool isOpen() const { return m_terminal.isOpen(); }
+
+    /// Sends behind all that waits already.
+    void send(const QByteArray &bytes, Delivery delivery, int gapMs);
+
+    /// Goes dead at once; what waits is lost.
+    void hangUp();
+
+    /// Goes dead once all that waits is out.
+    void hangUpWhenSent();
+
+signals:
+    /// Bytes from the client have arrived at the device.
+    void received(const QByteArray &bytes);
+    void hungUp();
+    /// @p bytes bytes were lost because no client took them.
+    void lost(int bytes);
+
+private:
+    struct Segment
+    {
+        QByteArray bytes;
+        Delivery delivery;
+        int gapMs;
+    };
+
+    void onReceived(const QByteArray &bytes);
+    void deliverOutput();
+    void deliverInput();
+    bool deliverFront(qint64 now);
+    void onBlocked(qint64 now);
+    int bytesDue(qint64 since, qint64 now, int wanted) const;
+    void schedule(QTimer &timer, qint64 dueNs, qint64 now) const;
+
+    PseudoTerminal m_terminal;
+    qint64 m_byteNs;
+    QElapsedTimer m_clock;
+    QTimer m_outTimer;
+    QTimer m_inTimer;
+    QTimer m_hangUpTimer;
+    QList<Segment> m_out;
+    QByteArray m_in;
+    qint64 m_outFreeNs = 0; ///< when the last byte sent was out
+    qint64 m_inFreeNs = 0; ///< when the last byte received was in
+    qint64 m_blockedSinceNs = -1;
+    bool m_hangUpWhenSent = false;
+};
+
+} // namespace Simulator
