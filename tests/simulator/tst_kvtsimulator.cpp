@@ -1,0 +1,332 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/simulator/portclient.h"
+#include "tests/support/simulatorprocess.h"
+#include "tests/support/testmain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
+
+namespace {
+
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QByteArray dialogue(PortClient &client, const QByteArray &command, const QByteArray &end = "$ ")
+{
+    client.take();
+    client.write(command);
+    client.waitForEnd(end);
+    return client.take();
+}
+
+} // namespace
+
+class TestKvtSimulator : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void answersOnItsPort()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start());
+        PortClient client(simulator.port());
+        QVERIFY(client.isOpen());
+        QCOMPARE(dialogue(client, "\r\n"), QByteArray("\r\nKVT $ "));
+        QCOMPARE(dialogue(client, "show swver\r\n"),
+                 QByteArray("show swver\r\nshow: swver=2.4.1\r\nKVT $ "));
+    }
+
+    void isTheModelThatIsAskedFor_data()
+    {
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<QByteArray>("measurements");
+        QTest::addRow("KVT-100") << QStringLiteral("KVT-100") << QByteArray("T RH P CO HCHO LUX");
+        QTest::addRow("KVT-200") << QStringLiteral("KVT-200")
+                                 << QByteArray("SO2 O3 NO2 PM10 T RH P FLOW");
+        QTest::addRow("KVT-300") << QStringLiteral("KVT-300")
+                                 << QByteArray("T RH P O3 NO2 PM25 PM10 WD WS RAIN SR BATT");
+    }
+
+    void isTheModelThatIsAskedFor()
+    {
+        QFETCH(QString, model);
+        QFETCH(QByteArray, measurements);
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--model"), model}));
+        PortClient client(simulator.port());
+        QVERIFY(dialogue(client, "show unit\r\n").contains("Model: " + model.toLatin1() + "\r\n"));
+        const QByteArray told = dialogue(client, "show meas\r\n");
+        QList<QByteArray> names;
+        for (const QByteArray &pair : simulator.measurements()) {
+            QVERIFY(told.contains(pair));
+            names += pair.left(pair.indexOf('='));
+        }
+        QCOMPARE(names.join(' '), measurements);
+    }
+
+    void refusesAWrongCommandLine_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        const auto row = [](const char *words) {
+            QTest::addRow("%s", words) << QString::fromLatin1(words).split(QLatin1Char(' '));
+        };
+        row("--model KVT-999");
+        row("--rate fast");
+        row("--rate -1");
+        row("--log-rows 100000");
+        row("--fault thunder");
+        row("--nonsense");
+        row("something");
+        row("--link /nonexistent/folder/port");
+    }
+
+    void refusesAWrongCommandLine()
+    {
+        QFETCH(QStringList, arguments);
+        QProcess process;
+        process.start(QStringLiteral(KV_BINARY_DIR "/kvt-simulator"), arguments);
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 1);
+        QVERIFY(process.readAllStandardError().startsWith("kvt-simulator: "));
+        QCOMPARE(process.readAllStandardOutput(), QByteArray());
+    }
+
+    void explainsItself()
+    {
+        QProcess process;
+        process.start(QStringLiteral(KV_BINARY_DIR "/kvt-simulator"), {QStringLiteral("--help")});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 0);
+        const QByteArray help = process.readAllStandardOutput();
+        QVERIFY(help.contains("boot-with-line-end") && help.contains("--image-size"));
+    }
+
+    void obeysItsOptions()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start(
+            QString::fromLatin1("--serial S-17 --health 135% --log-rows 4 --warmup 600000 "
+                                "--unavailable RH --debug --clock-offset -86400 --rate 0")
+                .split(QLatin1Char(' '))));
+        PortClient client(simulator.port());
+        QVERIFY(dialogue(client, "show serial\r\n").contains("serial=S-17\r\n"));
+        QVERIFY(dialogue(client, "show health\r\n").contains("health=135%\r\n"));
+        QVERIFY(dialogue(client, "log --count\r\n").contains("\r\ncount=4\r\n"));
+        QVERIFY(dialogue(client, "show meas_state\r\n").contains("meas_state=0\r\n"));
+        QVERIFY(dialogue(client, "show meas\r\n").contains(";RH=N;"));
+        QVERIFY(dialogue(client, "show debug\r\n").contains("debug=1\r\n"));
+        const QDate yesterday = QDateTime::currentDateTimeUtc().addDays(-1).date();
+        QVERIFY(dialogue(client, "date\r\n").contains(yesterday.toString(Qt::ISODate).toLatin1()));
+    }
+
+    void endsAsTheSystemAsksItTo()
+    {
+        QTemporaryDir folder;
+        const QString link = folder.filePath(QStringLiteral("port"));
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--link"), link}));
+        QCOMPARE(QFile::symLinkTarget(link), simulator.port());
+        QVERIFY(simulator.terminate());
+        QCOMPARE(simulator.exitCode(), 0);
+        QVERIFY(!QFileInfo(link).isSymLink());
+    }
+
+    void endsWithItsInput()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start());
+        QVERIFY(simulator.stop());
+        QCOMPARE(simulator.exitCode(), 0);
+    }
+
+    void keepsStoredSettingsOverARestart()
+    {
+        QTemporaryDir folder;
+        const QStringList options = {QStringLiteral("--state"),
+                                     folder.filePath(QStringLiteral("state")),
+                                     QStringLiteral("--write-ms"), QStringLiteral("50")};
+        {
+            SimulatorProcess simulator;
+            QVERIFY(simulator.start(options));
+            PortClient client(simulator.port());
+            dialogue(client, "set altitude=321\r\n");
+            QVERIFY(dialogue(client, "write --really\r\n").contains("bytes written!\r\n"));
+            dialogue(client, "set altitude=322\r\n");
+            QCOMPARE(simulator.setting("altitude"), QByteArray("322"));
+            QVERIFY(simulator.stop());
+        }
+        SimulatorProcess again;
+        QVERIFY(again.start(options));
+        PortClient client(again.port());
+        QVERIFY(dialogue(client, "show altitude\r\n").contains("altitude=321\r\n"));
+    }
+
+    void takesAnImageByteForByte()
+    {
+        QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("image.bin"));
+        QByteArray image;
+        for (int index = 0; index < 1000; ++index) {
+            image += static_cast<char>((index * 37) & 0xff);
+        }
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--image"), file, QStringLiteral("--image-size"),
+                                 QStringLiteral("1000"), QStringLiteral("--reboot-ms"),
+                                 QStringLiteral("50")}));
+        PortClient client(simulator.port());
+        QVERIFY(dialogue(client, "reboot --really\r\n", "BOOT")
+                    .contains("Reseting device in 5 seconds"));
+        client.write("b");
+        for (int offset = 0; offset < image.size(); offset += 16) {
+            const bool last = offset + 16 >= image.size();
+            const QByteArray answer = dialogue(client, image.mid(offset, 16), last ? "." : "*");
+            QCOMPARE(answer.left(1), QByteArray(last ? "." : "*"));
+        }
+        QVERIFY(client.waitForEnd("$ "));
+        QVERIFY(client.take().contains("All tests passed."));
+        QCOMPARE(contentsOf(file), image);
+        QCOMPARE(simulator.control("image"), QList<QByteArray>{"1000 bytes"});
+    }
+
+    void answersItsControlDesk()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--log-rows"), QStringLiteral("2")}));
+        PortClient client(simulator.port());
+
+        QCOMPARE(simulator.state("mode"), QByteArray("console"));
+        QCOMPARE(simulator.state("model"), QByteArray("KVT-100"));
+        QCOMPARE(simulator.state("port"), simulator.port().toLatin1());
+        QCOMPARE(simulator.state("exchanges"), QByteArray("0"));
+        QCOMPARE(simulator.state("log"), QByteArray("2"));
+        QCOMPARE(simulator.control("settings").size(), 8);
+        QCOMPARE(simulator.control("set altitude=99999"), QList<QByteArray>{"altitude=9000"});
+        QVERIFY(dialogue(client, "show altitude\r\n").contains("altitude=9000\r\n"));
+        QCOMPARE(simulator.state("exchanges"), QByteArray("1"));
+
+        const QList<QByteArray> log = simulator.control("log");
+        QCOMPARE(log.size(), 3);
+        for (int row = 0; row < log.size(); ++row) {
+            const QByteArray number = QByteArray::number(row);
+            QVERIFY(dialogue(client, "log --read=" + number + "\r\n").contains(log.at(row)));
+        }
+        QCOMPARE(simulator.control("memory").size(), 1024);
+        QVERIFY(dialogue(client, "eeprom --read_block 7\r\n")
+                    .contains(simulator.control("memory 7").value(0)));
+        dialogue(client, "date 2030-01-02T03:04:05\r\n");
+        QVERIFY(simulator.control("clock").value(0).startsWith("2030-01-02T03:04:"));
+        simulator.control("health 12%");
+        QVERIFY(dialogue(client, "show health\r\n").contains("health=12%\r\n"));
+        simulator.control("meas-state 4");
+        QVERIFY(dialogue(client, "show meas_state\r\n").contains("meas_state=4\r\n"));
+
+        for (const char *wrong :
+             {"nonsense", "", "fault thunder", "setting nonsense", "memory 1024", "image-size x",
+              "set nonsense=1", "meas-state x"}) {
+            simulator.control(wrong);
+            QVERIFY2(!simulator.succeeded(), wrong);
+        }
+        simulator.control("image-size 5");
+        simulator.control("restart");
+        QVERIFY(simulator.succeeded());
+        QVERIFY(client.waitForEnd("BOOT"));
+        QCOMPARE(simulator.state("mode"), QByteArray("bootloader"));
+        QCOMPARE(dialogue(client, "b12345", ".").left(1), QByteArray("."));
+    }
+
+    void takesFaultsWhileItRuns()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--fault"), QStringLiteral("lost-byte@1:1")}));
+        PortClient client(simulator.port());
+        QVERIFY(dialogue(client, "show hwver\r\n").contains("\r\nhow: hwver"));
+        QVERIFY(simulator.fault("unknown-model@next"));
+        QVERIFY(dialogue(client, "show model\r\n").contains("KVT-900"));
+        QVERIFY(simulator.fault("silence"));
+        client.write("show hwver\r\n");
+        QVERIFY(!client.waitForEnd("$ ", 300));
+        simulator.control("fault clear");
+        QVERIFY(dialogue(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
+    }
+
+    void hangsUpAndComesBack()
+    {
+        QTemporaryDir folder;
+        const QString link = folder.filePath(QStringLiteral("port"));
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--link"), link, QStringLiteral("--fault"),
+                                 QStringLiteral("hangup@2:6")}));
+        {
+            PortClient client(simulator.port());
+            dialogue(client, "show hwver\r\n");
+            client.write("show hwver\r\n");
+            QVERIFY(client.waitForHangUp());
+            QCOMPARE(client.received(), QByteArray("show hwver\r\nshow: "));
+        }
+        QCOMPARE(simulator.state("port"), QByteArray());
+        QVERIFY(simulator.resume());
+        QCOMPARE(QFile::symLinkTarget(link), simulator.port());
+        PortClient client(link);
+        QVERIFY(dialogue(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
+        simulator.hangUp();
+        QVERIFY(client.waitForHangUp());
+    }
+
+    void keepsAJournal()
+    {
+        QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("journal"));
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--journal"), file, QStringLiteral("--fault"),
+                                 QStringLiteral("nul@2")}));
+        PortClient client(simulator.port());
+        dialogue(client, "\r\nshow hwver\r\n", "B\r\nKVT $ ");
+        dialogue(client, "eeprom --write_block 3\r\n" + QByteArray(64, 'x'), "Done\r\nKVT $ ");
+        simulator.hangUp();
+        QCOMPARE(contentsOf(file),
+                 "port " + simulator.port().toLatin1()
+                     + "\ncommand show hwver\ncommand eeprom --write_block 3\nfault nul@2\n"
+                       "raw 64 bytes for block 3\nhangup\n");
+    }
+
+    void sendsAsFastAsTheWire()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--rate"), QStringLiteral("9600")}));
+        PortClient client(simulator.port());
+        QElapsedTimer timer;
+        timer.start();
+        const QByteArray answer = dialogue(client, "eeprom --read_block 0\r\n");
+        QVERIFY(answer.size() > 150);
+        QVERIFY(timer.elapsed() >= answer.size() * 10 * 1000 / 9600);
+    }
+
+    void survivesNoiseOnTheLine()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start({QStringLiteral("--rate"), QStringLiteral("0"),
+                                 QStringLiteral("--reboot-ms"), QStringLiteral("10")}));
+        PortClient client(simulator.port());
+        quint32 state = 12345;
+        for (int part = 0; part < 200; ++part) {
+            QByteArray noise;
+            for (int index = 0; index < 200; ++index) {
+                state = state * 1664525U + 1013904223U;
+                noise += static_cast<char>(state >> 24);
+            }
+            QVERIFY(client.writeAll(noise));
+        }
+        QVERIFY(dialogue(client, "\r\nshow hwver\r\n", "show: hwver=B\r\nKVT $ ")
+                    .contains("show: hwver=B\r\n"));
+    }
+};
+
+KV_TEST_CORE_MAIN(TestKvtSimulator)
+
+#include "tst_kvtsimulator.moc"
