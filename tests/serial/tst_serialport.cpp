@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/dataparser.h"
+#include "serial/serialport.h"
+#include "tests/support/pseudoterminal.h"
+#include "tests/support/testmain.h"
+
+#include <QtTest/QtTest>
+
+namespace {
+
+QString text(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+const QString sixLetters = text("\u00e4\u00f6\u00c4\u00d6\u00e5\u00c5");
+const QByteArray sixDeviceBytes("\x84\x94\x8e\x99\x86\x8f");
+
+void expectOpening(const QString &name, const char *outcome)
+{
+    const QByteArray opening = "Opening port \"" + name.toLocal8Bit() + '"';
+    QTest::ignoreMessage(QtDebugMsg, opening.constData());
+    QTest::ignoreMessage(QtDebugMsg, outcome);
+}
+
+// All the text that has come out of a port so far.
+QString received(const QSignalSpy &spy)
+{
+    QString all;
+    for (const QList<QVariant> &arguments : spy) {
+        all += arguments.first().toString();
+    }
+    return all;
+}
+
+} // namespace
+
+class TestSerialPort : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void isClosedUntilItIsOpened();
+    void namesThePortThatItWasMadeFor();
+    void setsTheLineTo115200Baud8N1WithoutFlowControl();
+    void tellsOfAPortThatCannotBeOpened();
+    void opensAgainAfterAClose();
+    void sendsText();
+    void sendsTheSixLettersInTheDevicesCharacterSet();
+    void sendsEveryByteUnharmed();
+    void passesTextOn_data();
+    void passesTextOn();
+    void keepsChunksApart();
+    void saysNothingWhenTheDeviceHangsUp();
+    void saysNothingWhenAWriteFails();
+    void restoresTheSixLetters();
+
+private:
+    // What the device has heard, once it is as long as expected.
+    QByteArray heard(int length);
+
+    QScopedPointer<PseudoTerminal> m_device;
+    QScopedPointer<SerialPort> m_port;
+    QByteArray m_heard;
+};
+
+void TestSerialPort::init()
+{
+    m_heard.clear();
+    m_device.reset(new PseudoTerminal);
+    QVERIFY(!m_device->path().isEmpty());
+    m_port.reset(new SerialPort(m_device->path(), nullptr));
+    expectOpening(m_port->portName(), "Port opened!");
+    QVERIFY(m_port->open());
+}
+
+void TestSerialPort::cleanup()
+{
+    m_port.reset();
+    m_device.reset();
+}
+
+QByteArray TestSerialPort::heard(int length)
+{
+    const bool complete = QTest::qWaitFor([this, length] {
+        m_heard += m_device->read();
+        return m_heard.size() >= length;
+    });
+    Q_UNUSED(complete) // what is missing shows in the comparison
+    return m_heard;
+}
+
+void TestSerialPort::isClosedUntilItIsOpened()
+{
+    SerialPort port(m_device->path(), nullptr);
+    QVERIFY(!port.isOpen());
+    QVERIFY(m_port->isOpen());
+}
+
+void TestSerialPort::namesThePortThatItWasMadeFor()
+{
+    SerialPort port(text("ttyUSB7"), this);
+    QCOMPARE(port.portName(), text("ttyUSB7"));
+    QCOMPARE(port.parent(), this);
+    // On Linux the location loses its folder.
+    QCOMPARE(SerialPort(text("/dev/ttyUSB7"), nullptr).portName(), text("ttyUSB7"));
+}
+
+void TestSerialPort::setsTheLineTo115200Baud8N1WithoutFlowControl()
+{
+    const termios line = m_device->lineSettings();
+    QCOMPARE(cfgetospeed(&line), speed_t(B115200));
+    QCOMPARE(cfgetispeed(&line), speed_t(B115200));
+    QCOMPARE(line.c_cflag & tcflag_t(CSIZE), tcflag_t(CS8));
+    QCOMPARE(line.c_cflag & tcflag_t(PARENB), tcflag_t(0));
+    QCOMPARE(line.c_cflag & tcflag_t(CSTOPB), tcflag_t(0));
+    QCOMPARE(line.c_cflag & tcflag_t(CRTSCTS), tcflag_t(0));
+    QCOMPARE(line.c_iflag & tcflag_t(IXON | IXOFF), tcflag_t(0));
+}
+
+void TestSerialPort::tellsOfAPortThatCannotBeOpened()
+{
+    const QString path = QDir::current().filePath(text("nothing"));
+    SerialPort port(path, nullptr);
+    QSignalSpy error(&port, &SerialPort::error);
+    expectOpening(path, "Port open failed!");
+    QVERIFY(!port.open());
+    QCOMPARE(error.count(), 1);
+    // The close that comes before the report has the last word on what went wrong.
+    QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is not open"));
+    QVERIFY(!port.isOpen());
+}
+
+void TestSerialPort::opensAgainAfterAClose()
+{
+    m_port->close();
+    QVERIFY(!m_port->isOpen());
+    expectOpening(m_port->portName(), "Port opened!");
+    QVERIFY(m_port->open());
+    QVERIFY(m_port->isOpen());
+    m_port->write(text("x"));
+    m_port->flush();
+    QCOMPARE(heard(1), QByteArray("x"));
+}
+
+void TestSerialPort::sendsText()
+{
+    m_port->write(text("\r\nshow swver\r\n"));
+    m_port->write(text("\u00e9"));
+    QCOMPARE(heard(15), QByteArray("\r\nshow swver\r\n\xe9"));
+}
+
+void TestSerialPort::sendsTheSixLettersInTheDevicesCharacterSet()
+{
+    m_port->write(sixLetters);
+    QCOMPARE(heard(6), sixDeviceBytes);
+}
+
+void TestSerialPort::sendsEveryByteUnharmed()
+{
+    QByteArray bytes;
+    for (int value = 0; value < 256; ++value) {
+        bytes.append(static_cast<char>(value));
+    }
+    m_port->write(bytes);
+    QCOMPARE(heard(bytes.size()), bytes);
+}
+
+void TestSerialPort::passesTextOn_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("expected");
+
+    QTest::addRow("ASCII") << QByteArray("\r\n$ show") << text("\r\n$ show");
+    QTest::addRow("control characters") << QByteArray("a\rb\x11"
+                                                      "c\x13"
+                                                      "d\x03"
+                                                      "e\x7f")
+                                        << text("a\rb\x11"
+                                                "c\x13"
+                                                "d\x03"
+                                                "e\x7f");
+    QTest::addRow("up to the first NUL") << QByteArray("abc\0def\0g", 9) << text("abc");
+    QTest::addRow("a NUL in front") << QByteArray("\0abc", 4) << QString();
+    QTest::addRow("the six letters, in UTF-8")
+        << QByteArray("\xc2\x84\xc2\x94\xc2\x8e\xc2\x99\xc2\x86\xc2\x8f") << sixLetters;
+    QTest::addRow("UTF-8") << QByteArray("\xc2\xb5g/m\xc2\xb3") << text("\u00b5g/m\u00b3");
+    QTest::addRow("bytes that are no UTF-8")
+        << QByteArray("<\x84>") << QStringLiteral("<%1>").arg(QChar(QChar::ReplacementCharacter));
+}
+
+void TestSerialPort::passesTextOn()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, expected);
+
+    QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
+    QVERIFY(m_device->write(bytes));
+    QTRY_COMPARE(dataReady.count(), 1);
+    QCOMPARE(dataReady.first().first().toString(), expected);
+}
+
+void TestSerialPort::keepsChunksApart()
+{
+    QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
+    QVERIFY(m_device->write(QByteArray("lost\0tail", 9)));
+    QTRY_COMPARE(dataReady.count(), 1);
+    QVERIFY(m_device->write("next"));
+    QTRY_COMPARE(dataReady.count(), 2);
+    QCOMPARE(received(dataReady), text("lostnext"));
+}
+
+void TestSerialPort::saysNothingWhenTheDeviceHangsUp()
+{
+    QSignalSpy error(m_port.data(), &SerialPort::error);
+    QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
+    QVERIFY(m_device->write("last words"));
+    QTRY_COMPARE(received(dataReady), text("last words"));
+    m_device->hangUp();
+    QVERIFY(!error.wait(50));
+    QCOMPARE(received(dataReady), text("last words"));
+}
+
+void TestSerialPort::saysNothingWhenAWriteFails()
+{
+    SerialPort port(text("ttyNone"), nullptr);
+    QSignalSpy error(&port, &SerialPort::error);
+    const char *complaint = "QIODevice::write (QSerialPort): device not open";
+    QTest::ignoreMessage(QtWarningMsg, complaint);
+    port.write(text("x"));
+    QTest::ignoreMessage(QtWarningMsg, complaint);
+    port.write(QByteArray("x"));
+    QCOMPARE(error.count(), 0);
+}
+
+void TestSerialPort::restoresTheSixLetters()
+{
+    const QString sentence = text("p\u00e4\u00f6\u00c4\u00d6\u00e5\u00c5\u00e9x");
+    QCOMPARE(DataParser::toDeviceText(sentence),
+             text("p\u0084\u0094\u008e\u0099\u0086\u008f\u00e9x"));
+    QCOMPARE(DataParser::fromDeviceText(DataParser::toDeviceText(sentence)), sentence);
+}
+
+KV_TEST_CORE_MAIN(TestSerialPort)
+#include "tst_serialport.moc"

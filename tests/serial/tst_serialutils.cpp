@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialporttypes.h"
+#include "serial/serialutils.h"
+#include "tests/support/testmain.h"
+
+#include <QtTest/QtTest>
+
+class TestSerialUtils : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void registersTheThreeEnumerationsInOrderAndOnce();
+};
+
+void TestSerialUtils::registersTheThreeEnumerationsInOrderAndOnce()
+{
+    const QVector<const char *> names = {"SerialPortActionType", "SerialPortValueType",
+                                         "SerialPortJobType"};
+    for (const char *name : names) {
+        QCOMPARE(QMetaType::type(name), int(QMetaType::UnknownType));
+    }
+
+    registerSerialMetaTypes();
+    QVector<int> ids;
+    for (const char *name : names) {
+        ids.append(QMetaType::type(name));
+        QVERIFY(QMetaType::isRegistered(ids.last()));
+    }
+    QVERIFY(ids.at(0) < ids.at(1));
+    QVERIFY(ids.at(1) < ids.at(2));
+    QCOMPARE(ids.at(0), qMetaTypeId<SerialPortActionType>());
+    QCOMPARE(ids.at(1), qMetaTypeId<SerialPortValueType>());
+    QCOMPARE(ids.at(2), qMetaTypeId<SerialPortJobType>());
+
+    registerSerialMetaTypes();
+    for (int index = 0; index < names.size(); ++index) {
+        QCOMPARE(QMetaType::type(names.at(index)), ids.at(index));
+    }
+}
+
+KV_TEST_CORE_MAIN(TestSerialUtils)
+#include "tst_serialutils.moc"
