@@ -215,10 +215,17 @@ void MeasurementGraph::endLoading()
 
 void MeasurementGraph::applySelection(const QStringList &measurementTypes)
 {
+    // One drawing for all boxes: a long period takes its time for each line.
+    const QStringList selectedBefore = m_selectedMeasurements;
+    m_applyingSelection = true;
     for (int row = 0; row < m_ui->list->count(); ++row) {
         QListWidgetItem *item = m_ui->list->item(row);
         const bool selected = measurementTypes.contains(item->data(nameRole).toString());
         item->setCheckState(selected ? Qt::Checked : Qt::Unchecked);
+    }
+    m_applyingSelection = false;
+    if (m_selectedMeasurements != selectedBefore) {
+        reloadGraph();
     }
 }
 
@@ -423,7 +430,12 @@ void MeasurementGraph::itemChanged(QListWidgetItem *item)
     } else {
         m_selectedMeasurements.append(name);
     }
-    reloadGraph();
+    if (!m_applyingSelection) {
+        reloadGraph();
+    } else if (m_localStorage != nullptr && item->checkState() == Qt::Unchecked) {
+        // Where nothing stays ticked, the axis keeps the range of the last lines that there were.
+        updateValueRange();
+    }
 }
 
 void MeasurementGraph::onGraphManualRangeChanged()

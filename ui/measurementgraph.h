@@ -114,4 +114,5 @@ private:
     QVector<MeasurementItem> m_measurementItems;
     MeasurementDisplayOptions m_displayOptions;
     bool m_updating = true;
+    bool m_applyingSelection = false;
 };
