@@ -43,7 +43,7 @@ int cutToInt(double value)
     return value >= lowest && value <= highest ? static_cast<int>(value) : 0;
 }
 
-// The last block stops short of the image's odd end.
+// Blocks 0 to 1023: the last one begins before the last byte.
 constexpr bool isEepromBlock(int block)
 {
     return block * eepromBlockSize <= eepromLastByte;

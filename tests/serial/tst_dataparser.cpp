@@ -2,12 +2,11 @@
 #include "serial/dataparser.h"
 #include "tests/serial/replysamples.h"
 #include "tests/support/testmain.h"
+#include "tests/support/timezonescope.h"
 
 #include <QtTest/QtTest>
 
 #include <functional>
-
-#include <time.h>
 
 namespace {
 
@@ -475,26 +474,15 @@ void TestDataParser::measurementLineEmptiesTheMapFirst()
 
 void TestDataParser::dateKeepsFieldsInAClockChangeOfTheUser()
 {
-    const QByteArray zone = qgetenv("TZ");
-    const bool hadZone = qEnvironmentVariableIsSet("TZ");
-    qputenv("TZ", "Europe/Helsinki");
-    tzset();
+    const TimeZoneScope zone("Europe/Helsinki");
     QDateTime date;
-    const bool good = DataParser::parseDate(latin1("date\r\n2021-03-28T03:30:00\r\n$"), date);
+    QVERIFY(DataParser::parseDate(latin1("date\r\n2021-03-28T03:30:00\r\n$"), date));
     QDateTime time;
     QVector<double> values;
-    const bool goodRecord = DataParser::parseLogRecord(latin1("2021-03-28T03:30:00"), time, values);
-    if (hadZone) {
-        qputenv("TZ", zone);
-    } else {
-        qunsetenv("TZ");
-    }
-    tzset();
+    QVERIFY(DataParser::parseLogRecord(latin1("2021-03-28T03:30:00"), time, values));
 
     const QDateTime expected(QDate(2021, 3, 28), QTime(3, 30), Qt::UTC);
-    QVERIFY(good);
     QCOMPARE(date, expected);
-    QVERIFY(goodRecord);
     QCOMPARE(time, expected);
 }
 

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportqueueinterface.h"
+
+#include <QtCore/QSharedPointer>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+/// A queue that keeps each job that it is given, unstarted, and writes down what else it is asked.
+/// The test raises its signals, and says which types are waiting.
+class FakeQueue : public SerialPortQueueInterface
+{
+    Q_OBJECT
+
+public:
+    using SerialPortQueueInterface::SerialPortQueueInterface;
+
+    void setSerialPort(QSharedPointer<SerialPortInterface> newPort) override
+    {
+        port = newPort;
+        calls.append(QStringLiteral("setSerialPort"));
+    }
+    void clear() override { calls.append(QStringLiteral("clear")); }
+    void close() override { calls.append(QStringLiteral("close")); }
+    bool open() override
+    {
+        calls.append(QStringLiteral("open"));
+        return openResult;
+    }
+    QString portName() override { return currentPortName; }
+    void addJob(QSharedPointer<SerialPortJobInterface> job) override
+    {
+        jobs.append(job);
+        calls.append(QStringLiteral("addJob %1").arg(static_cast<int>(job->type())));
+    }
+    QSharedPointer<SerialPortInterface> serialPort() override { return port; }
+    bool hasJob(SerialPortJobType type) override { return waiting.contains(type); }
+    void removeJobs(SerialPortJobType type) override
+    {
+        calls.append(QStringLiteral("removeJobs %1").arg(static_cast<int>(type)));
+    }
+
+    QStringList calls;
+    QSharedPointer<SerialPortInterface> port;
+    QVector<QSharedPointer<SerialPortJobInterface>> jobs;
+    QVector<SerialPortJobType> waiting;
+    QString currentPortName;
+    bool openResult = true;
+};
