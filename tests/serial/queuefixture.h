@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportqueue.h"
+#include "tests/fakes/fakejob.h"
+#include "tests/serial/jobears.h"
+
+#include <QtCore/QScopedPointer>
+#include <QtTest/QtTest>
+
+/// A queue whose slots can be called without a job that raises the signal.
+class OpenQueue : public SerialPortQueue
+{
+public:
+    using SerialPortQueue::onJobError;
+    using SerialPortQueue::onJobFailed;
+    using SerialPortQueue::onJobFinished;
+    using SerialPortQueue::onJobTimedOut;
+    using SerialPortQueue::SerialPortQueue;
+};
+
+struct NamedType
+{
+    SerialPortJobType type;
+    const char *name;
+};
+
+inline constexpr NamedType displayNames[] = {
+    {SerialPortJobType::JobConnect, "Connect to device"},
+    {SerialPortJobType::JobReadValue, "Read value"},
+    {SerialPortJobType::JobSetValue, "Write value"},
+    {SerialPortJobType::JobReadMeasurements, "Read measurements"},
+    {SerialPortJobType::JobReadLog, "Read all log entries"},
+    {SerialPortJobType::JobReadLogValue, "Read single log value"},
+    {SerialPortJobType::JobWriteToEeprom, "Writing settings to EEPROM"},
+    {SerialPortJobType::JobEraseLog, "Erasing log"},
+    {SerialPortJobType::JobSetDate, "Set device clock"},
+    {SerialPortJobType::JobReadDate, "Read device clock"},
+    {SerialPortJobType::JobReadModel, "Read device model"},
+    {SerialPortJobType::JobFactoryReset, "Factory reset"},
+    {SerialPortJobType::JobReboot, "Restart device"},
+    {SerialPortJobType::JobUpdateFirmware, "Update firmware"},
+    {SerialPortJobType::JobTransmitFirmwareBlock, "Transmit firmware to device"},
+    {SerialPortJobType::JobReadEepromBlock, "Read eeprom block from device"},
+    {SerialPortJobType::JobWriteEepromBlock, "Write eeprom block to device"},
+};
+
+/// A queue with ears on it, and jobs that keep one diary.
+class QueueFixture : public QObject
+{
+protected:
+    using Type = SerialPortJobType;
+    using JobPointer = QSharedPointer<SerialPortJobInterface>;
+
+    void renew()
+    {
+        drop();
+        m_diary.clear();
+        m_ears.reset(new JobEars);
+        m_queue.reset(new OpenQueue(nullptr));
+        m_ears->listenTo(m_queue.data());
+    }
+    void drop()
+    {
+        m_queue.reset();
+        m_ears.reset();
+    }
+    QSharedPointer<FakeJob> add(SerialPortJobType type, const char *name)
+    {
+        QSharedPointer<FakeJob> job(new FakeJob(type, &m_diary, latin1(name)));
+        m_queue->addJob(job);
+        return job;
+    }
+
+    QScopedPointer<OpenQueue> m_queue;
+    QScopedPointer<JobEars> m_ears;
+    QStringList m_diary;
+};
