@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "demo/dialogdriver.h"
+
+#include <QtCore/QTimer>
+#include <QtTest/QTest>
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QDialogButtonBox>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMessageBox>
+
+namespace {
+
+constexpr int lookIntervalMs = 20;
+
+void pressButton(const QDialog *dialog, const QString &text)
+{
+    for (QAbstractButton *button : dialog->findChildren<QAbstractButton *>()) {
+        if (button->isVisible() && button->text().remove(QLatin1Char('&')) == text) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            return;
+        }
+    }
+}
+
+void acceptFile(const QDialog *dialog)
+{
+    const auto *const box = dialog->findChild<QDialogButtonBox *>();
+    for (QAbstractButton *button : box->buttons()) {
+        if (box->buttonRole(button) == QDialogButtonBox::AcceptRole) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            return;
+        }
+    }
+}
+
+} // namespace
+
+DialogDriver::DialogDriver(QObject *parent)
+    : QObject(parent)
+{
+    schedule();
+}
+
+void DialogDriver::answerBox(const QString &text, const QString &button)
+{
+    m_answers.append({text,
+                      [text](const QDialog *dialog) {
+                          const auto *const box = qobject_cast<const QMessageBox *>(dialog);
+                          return box && box->text().contains(text);
+                      },
+                      [button](QDialog *dialog) { pressButton(dialog, button); }});
+}
+
+void DialogDriver::answerFileDialog(const QString &caption, const QString &path)
+{
+    m_answers.append(
+        {caption,
+         [caption](const QDialog *dialog) {
+             return qobject_cast<const QFileDialog *>(dialog) && dialog->windowTitle() == caption;
+         },
+         [path](QDialog *dialog) {
+             auto *const name = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+             // Not typed: the list of completions would take the Return key.
+             name->setText(path);
+             acceptFile(dialog);
+         }});
+}
+
+void DialogDriver::answerDialog(const QString &title, const Action &action)
+{
+    m_answers.append(
+        {title, [title](const QDialog *dialog) { return dialog->windowTitle() == title; }, action});
+}
+
+bool DialogDriver::isSatisfied() const
+{
+    return m_answers.isEmpty() && m_unexpected.isEmpty();
+}
+
+QString DialogDriver::complaint() const
+{
+    QStringList parts;
+    for (const Answer &answer : m_answers) {
+        parts.append(QStringLiteral("no dialog said \"%1\"").arg(answer.expectation));
+    }
+    for (const QString &text : m_unexpected) {
+        parts.append(QStringLiteral("unexpected dialog \"%1\"").arg(text));
+    }
+    return parts.join(QStringLiteral("; "));
+}
+
+void DialogDriver::reset()
+{
+    m_answers.clear();
+    m_unexpected.clear();
+}
+
+void DialogDriver::schedule()
+{
+    // A fresh single shot each time: an action that opens another dialog nests an event loop, in
+    // which a timer that is being served would stand still.
+    QTimer::singleShot(lookIntervalMs, this, &DialogDriver::look);
+}
+
+void DialogDriver::look()
+{
+    schedule();
+    auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+    if (dialog != m_met) {
+        m_met = dialog;
+        if (dialog) {
+            meet(dialog);
+        }
+    }
+}
+
+void DialogDriver::meet(QDialog *dialog)
+{
+    if (onDialogShown) {
+        onDialogShown(dialog);
+    }
+    for (int index = 0; index < m_answers.size(); ++index) {
+        if (m_answers.at(index).fits(dialog)) {
+            const Answer answer = m_answers.takeAt(index);
+            answer.action(dialog);
+            return;
+        }
+    }
+    if (dialog->objectName() == QLatin1String("WaitDialog")) {
+        return;
+    }
+    const auto *const box = qobject_cast<QMessageBox *>(dialog);
+    m_unexpected.append(box ? box->text() : dialog->windowTitle());
+    dialog->reject();
+}

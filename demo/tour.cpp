@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "demo/tour.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QTextStream>
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QTableWidget>
+
+#include <QtGui/QScreen>
+#include <QtGui/QWindow>
+
+Tour::Tour(DemoSession &session, const QString &folder)
+    : m_session(session)
+    , m_window(session.window())
+    , m_device(session.device())
+    , m_folder(folder)
+    , m_log(file(QStringLiteral("steps.log")))
+{
+    m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
+}
+
+bool Tour::run()
+{
+    m_window.show();
+    return QTest::qWaitForWindowExposed(&m_window) && connectAndMeasure() && changeASetting()
+        && readTheLog() && cancelALongJob() && clearTheLog() && setTheClock() && keepTheSettings()
+        && updateTheFirmware() && lookBack() && exportAPeriod() && disconnectAndCheckTheStore();
+}
+
+void Tour::say(const QString &line)
+{
+    QTextStream(stdout) << line << '\n';
+    QTextStream(&m_log) << line << '\n';
+    m_log.flush();
+}
+
+bool Tour::step(const QString &what, const std::function<bool()> &works)
+{
+    m_dialogs.reset();
+    const bool worked = works();
+    const QString complaint = m_dialogs.complaint();
+    const bool passed = worked && complaint.isEmpty();
+    say(QStringLiteral("%1 %2 ... %3")
+            .arg(++m_number, 2)
+            .arg(what, passed ? QStringLiteral("ok") : QStringLiteral("FAILED ") + complaint));
+    if (!passed) {
+        picture(QStringLiteral("failed"));
+    }
+    return passed;
+}
+
+void Tour::click(const char *buttonName)
+{
+    QTest::mouseClick(m_window.findChild<QPushButton *>(QLatin1String(buttonName)), Qt::LeftButton);
+}
+
+void Tour::picture(const QString &name, QWidget *window)
+{
+    QWidget *const shown = window ? window : &m_window;
+    QTest::qWait(100); // the window manager and the painter are processes and events of their own
+    const QRect frame = shown->frameGeometry();
+    const QString path =
+        file(QStringLiteral("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
+    shown->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height()).save(path);
+}
+
+bool Tour::waitUntil(const std::function<bool()> &condition, int timeoutMs)
+{
+    return QTest::qWaitFor(condition, timeoutMs);
+}
+
+QWidget *Tour::dialog(const char *name)
+{
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (widget->objectName() == QLatin1String(name)) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+QString Tour::file(const QString &name) const
+{
+    return m_folder + QLatin1Char('/') + name;
+}
+
+QStringList Tour::sqlite(const QString &query)
+{
+    QProcess client;
+    client.start(QStringLiteral("sqlite3"),
+                 {QStringLiteral("-readonly"), m_session.storePath(), query});
+    client.waitForFinished();
+    const QString output = QString::fromUtf8(client.readAllStandardOutput()).trimmed();
+    return output.isEmpty() ? QStringList() : output.split(QLatin1Char('\n'));
+}

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "demo/demosession.h"
+#include "demo/dialogdriver.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtWidgets/QWidget>
+
+#include <functional>
+
+/// Walks the tool's main jobs as a person would, by mouse and keys on the real window, and checks
+/// each against the device, the store and the files. Prints each step and takes pictures on the
+/// way.
+class Tour
+{
+public:
+    /// @p folder takes the pictures, the log of steps and the files that the tool writes.
+    Tour(DemoSession &session, const QString &folder);
+
+    /// Walks from the first connect to the last disconnect; stops at the first step that fails.
+    bool run();
+
+private:
+    // The walk, in this order.
+    bool connectAndMeasure();
+    bool changeASetting();
+    bool readTheLog();
+    bool cancelALongJob();
+    bool clearTheLog();
+    bool setTheClock();
+    bool keepTheSettings();
+    bool updateTheFirmware();
+    bool lookBack();
+    bool exportAPeriod();
+    bool disconnectAndCheckTheStore();
+
+    // One step: prints @p what and whether @p works was true, and that each dialog was as prepared.
+    bool step(const QString &what, const std::function<bool()> &works);
+    void say(const QString &line);
+
+    // Hands and eyes.
+    void click(const char *buttonName);
+    void picture(const QString &name, QWidget *window = nullptr);
+    bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000);
+    bool isConnected();
+    QString fieldText(const char *name);
+    int settingRow(const QString &alias);
+    QString settingText(const QString &alias);
+    void typeSetting(const QString &alias, const QString &value);
+    bool connectByClick();
+    bool disconnectByClick();
+    QWidget *dialog(const char *name);
+    void tickTypes(const QStringList &names);
+    QStringList tickedTypes();
+
+    // Witnesses.
+    QString file(const QString &name) const;
+    QStringList sqlite(const QString &query);
+    bool tableShowsTheDevicesValues();
+    bool storeHoldsTheDevicesValues();
+    bool csvEqualsStore(const QString &csv, const QString &query);
+
+    DemoSession &m_session;
+    MainWindow &m_window;
+    DemoDevice &m_device;
+    DialogDriver m_dialogs;
+    QString m_folder;
+    QFile m_log;
+    int m_number = 0;
+    int m_pictures = 0;
+};
