@@ -1,0 +1,556 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/testmain.h"
+#include "ui/mainwindow.h"
+
+#include <ctime>
+#include <QtCore/QMetaMethod>
+#include <QtSerialPort/QSerialPortInfo>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTableWidget>
+
+namespace {
+
+QString text(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+/// The window with its port list open to ports that this machine needn't have.
+class Window : public MainWindow
+{
+public:
+    Window()
+        : MainWindow(nullptr)
+    {
+    }
+    void addPortsFrom(const QStringList &ports, const QString &preferredPort)
+    {
+        QVector<Port> list;
+        for (const QString &port : ports) {
+            const QStringList parts = port.split(QLatin1Char('|'));
+            list.append({parts[0], parts.value(1), QLatin1String("at ") + parts[0]});
+        }
+        addPorts(list, preferredPort);
+    }
+};
+
+/// Notes the signals of a window by name, in the order of their coming.
+class Recorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Recorder(const MainWindow *window)
+        : m_window(window)
+    {
+        const QMetaObject &meta = MainWindow::staticMetaObject;
+        const QMetaMethod slot =
+            staticMetaObject.method(staticMetaObject.indexOfSlot("noteSignal()"));
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+            if (meta.method(i).methodType() == QMetaMethod::Signal) {
+                connect(window, meta.method(i), this, slot);
+            }
+        }
+    }
+    QStringList names;
+
+private slots:
+    void noteSignal()
+    {
+        names << QString::fromLatin1(m_window->metaObject()->method(senderSignalIndex()).name());
+    }
+
+private:
+    const MainWindow *m_window;
+};
+
+/// Catches the window's clock, which no other way leads to, when it ticks.
+class ClockCatcher : public QObject
+{
+public:
+    ClockCatcher() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject *receiver, QEvent *event) override
+    {
+        auto *ticking = qobject_cast<QTimer *>(receiver);
+        if (event->type() == QEvent::Timer && ticking != nullptr && ticking->interval() == 1000) {
+            timer = ticking;
+        }
+        return false;
+    }
+    QTimer *timer = nullptr;
+};
+
+MeasurementItem temperature()
+{
+    return {text("A0"), text("Air"), MeasurementUnit::Celsius, MeasurementType::AirTemperature,
+            1.0};
+}
+
+DeviceConfiguration twoSettings()
+{
+    DeviceConfiguration configuration;
+    configuration.configurationItems = {
+        {QString(), text("Offset"), text("offset"), 0.0F, 0.0F, ConfigurationItemType::Text},
+        {QString(), text("Span"), text("span"), 0.0F, 0.0F, ConfigurationItemType::Text}};
+    return configuration;
+}
+
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void buttonsSayWhatTheUserWants_data();
+    void buttonsSayWhatTheUserWants();
+    void connectCarriesTheLocationOfThePort();
+    void connectWithoutPortsIsEmpty();
+    void selectorsReportTheirIndex_data();
+    void selectorsReportTheirIndex();
+    void settingAUnitReportsTwiceOrOnce_data();
+    void settingAUnitReportsTwiceOrOnce();
+    void editsAreRelayed();
+
+    void identityIsShown_data();
+    void identityIsShown();
+    void healthIsShown_data();
+    void healthIsShown();
+    void clockIsShownInLocalTime();
+    void clockTicksBySeconds();
+    void clockRunsOnlyWhenTold();
+    void configurationIsForwarded();
+    void measurementsReachTheTable();
+    void unitsReachTheTable();
+
+    void connectionEnables_data();
+    void connectionEnables();
+    void connectionLeavesEnabled_data();
+    void connectionLeavesEnabled();
+    void connectionSwapsTheButtons();
+    void disconnectKeepsTextsAndColours();
+    void readLogAndConnectAreSwitchedAlone();
+    void stateIsShown_data();
+    void stateIsShown();
+
+    void portsAreListed_data();
+    void portsAreListed();
+    void refreshedPortsAreTheMachines();
+    void refreshingAppends();
+
+private:
+    template <typename T>
+    T *child(const char *name)
+    {
+        return m_window->findChild<T *>(text(name));
+    }
+    void click(const char *name) { QTest::mouseClick(child<QPushButton>(name), Qt::LeftButton); }
+
+    QScopedPointer<Window> m_window;
+};
+
+void TestMainWindow::init()
+{
+    qputenv("TZ", "EET-2EEST,M3.5.0/3,M10.5.0/4");
+    tzset();
+    m_window.reset(new Window);
+}
+
+void TestMainWindow::buttonsSayWhatTheUserWants_data()
+{
+    QTest::addColumn<QString>("signalNames");
+    QTest::addRow("writeToEepromButton") << text("writeToEepromClicked");
+    QTest::addRow("connectButton") << text("connectClicked");
+    QTest::addRow("syncClockButton") << text("synchronizeClicked synchronizeClockClicked");
+    QTest::addRow("disconnectButton") << text("disconnectClicked");
+    QTest::addRow("synchronizeButton") << text("synchronizeClicked");
+    QTest::addRow("readLogButton") << text("startReadingLogClicked");
+    QTest::addRow("eraseLogButton") << text("eraseLogClicked");
+    QTest::addRow("exportLocalMeasurementsButton") << text("exportLocalMeasurementsToCsvClicked");
+    QTest::addRow("buttonShowGraph") << text("showGraphClicked");
+    QTest::addRow("loadSettingsButton") << text("loadSettingsClicked");
+    QTest::addRow("updateFirmwareButton") << text("updateFirmwareClicked");
+    QTest::addRow("restoreEepromButton") << text("restoreEepromFromBackupClicked");
+    QTest::addRow("backupEepromButton") << text("backupEepromClicked");
+}
+
+void TestMainWindow::buttonsSayWhatTheUserWants()
+{
+    QFETCH(QString, signalNames);
+    m_window->setConnected(true);
+    const Recorder recorder(m_window.data());
+    click(QTest::currentDataTag());
+    QCOMPARE(recorder.names, signalNames.split(QLatin1Char(' ')));
+}
+
+void TestMainWindow::connectCarriesTheLocationOfThePort()
+{
+    m_window->addPort(text("first"), text("/dev/first"));
+    m_window->addPort(text("second"), text("/dev/second"));
+    QSignalSpy connects(m_window.data(), &MainWindow::connectClicked);
+    click("connectButton");
+    m_window->selectPortIndex(1);
+    click("connectButton");
+    QCOMPARE(connects.value(0).value(0).toString(), text("/dev/first"));
+    QCOMPARE(connects.value(1).value(0).toString(), text("/dev/second"));
+    QCOMPARE(m_window->selectedPort(), text("/dev/second"));
+    QCOMPARE(child<QComboBox>("serialPorts")->itemText(1), text("second"));
+    QCOMPARE(child<QComboBox>("serialPorts")->itemData(1, Qt::UserRole).toString(),
+             text("/dev/second"));
+}
+
+void TestMainWindow::connectWithoutPortsIsEmpty()
+{
+    QSignalSpy connects(m_window.data(), &MainWindow::connectClicked);
+    click("connectButton");
+    QCOMPARE(connects.size(), 1);
+    QCOMPARE(connects.value(0).value(0).toString(), QString());
+    QCOMPARE(m_window->selectedPort(), QString());
+}
+
+void TestMainWindow::selectorsReportTheirIndex_data()
+{
+    QTest::addColumn<QString>("signalName");
+    QTest::addRow("unit") << text("pollutantUnitIndexChanged");
+    QTest::addRow("unitTemperature") << text("temperatureUnitIndexChanged");
+}
+
+void TestMainWindow::selectorsReportTheirIndex()
+{
+    QFETCH(QString, signalName);
+    const Recorder recorder(m_window.data());
+    QSignalSpy pollutant(m_window.data(), &MainWindow::pollutantUnitIndexChanged);
+    QSignalSpy temperatures(m_window.data(), &MainWindow::temperatureUnitIndexChanged);
+    QTest::keyClick(child<QComboBox>(QTest::currentDataTag()), Qt::Key_Down);
+    QCOMPARE(recorder.names, QStringList{signalName});
+    const QSignalSpy &spy = pollutant.isEmpty() ? temperatures : pollutant;
+    QCOMPARE(spy.value(0).value(0).toInt(), 1);
+}
+
+void TestMainWindow::settingAUnitReportsTwiceOrOnce_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("reports");
+    QTest::addRow("new index") << 1 << 2;
+    QTest::addRow("present index") << 0 << 1;
+}
+
+void TestMainWindow::settingAUnitReportsTwiceOrOnce()
+{
+    QFETCH(int, index);
+    QFETCH(int, reports);
+    QSignalSpy pollutant(m_window.data(), &MainWindow::pollutantUnitIndexChanged);
+    QSignalSpy temperatures(m_window.data(), &MainWindow::temperatureUnitIndexChanged);
+    m_window->setPollutantUnitIndex(index);
+    QCOMPARE(pollutant.size(), reports);
+    QCOMPARE(pollutant.last().value(0).toInt(), index);
+    QCOMPARE(temperatures.size(), 0);
+    QCOMPARE(child<QComboBox>("unit")->currentIndex(), index);
+
+    m_window->setTemperatureUnitIndex(index);
+    QCOMPARE(temperatures.size(), reports);
+    QCOMPARE(temperatures.last().value(0).toInt(), index);
+    QCOMPARE(pollutant.size(), reports);
+    QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), index);
+}
+
+void TestMainWindow::editsAreRelayed()
+{
+    m_window->setConfiguration(twoSettings());
+    m_window->setConnected(true);
+    QSignalSpy changes(m_window.data(), &MainWindow::valueChanged);
+    child<QTableWidget>("configuration")->item(1, 2)->setText(text("7"));
+    QCOMPARE(changes.size(), 1);
+    QCOMPARE(changes[0], (QVariantList{text("span"), text("7")}));
+}
+
+void TestMainWindow::identityIsShown_data()
+{
+    QTest::addColumn<QString>("shown");
+    QTest::addRow("hwVersion") << text("hw");
+    QTest::addRow("swVersion") << text("sw");
+    QTest::addRow("serialNumber") << text("serial");
+    QTest::addRow("modelNumber") << text("model");
+}
+
+void TestMainWindow::identityIsShown()
+{
+    QFETCH(QString, shown);
+    m_window->setHwVersion(text("hw"));
+    m_window->setSwVersion(text("sw"));
+    m_window->setSerialNumber(text("serial"));
+    m_window->setModelNumber(text("model"));
+    QCOMPARE(child<QLineEdit>(QTest::currentDataTag())->text(), shown);
+}
+
+void TestMainWindow::healthIsShown_data()
+{
+    QTest::addColumn<int>("percentage");
+    QTest::addColumn<QString>("shown");
+    QTest::addRow("unknown") << -1 << text("N/A");
+    QTest::addRow("none") << 0 << text("0%");
+    QTest::addRow("some") << 42 << text("42%");
+    QTest::addRow("full") << 100 << text("100%");
+    QTest::addRow("beyond") << 101 << text("101%");
+}
+
+void TestMainWindow::healthIsShown()
+{
+    QFETCH(int, percentage);
+    QFETCH(QString, shown);
+    m_window->setHealth(percentage);
+    QCOMPARE(child<QLineEdit>("deviceHealth")->text(), shown);
+}
+
+void TestMainWindow::clockIsShownInLocalTime()
+{
+    m_window->setDeviceClock(QDateTime(QDate(2024, 7, 1), QTime(12, 0, 30), Qt::UTC));
+    const QDateTime shown = child<QDateTimeEdit>("deviceClockDateTimeEdit")->dateTime();
+    QCOMPARE(shown.time(), QTime(15, 0, 30));
+    QCOMPARE(shown.timeSpec(), Qt::LocalTime);
+}
+
+void TestMainWindow::clockTicksBySeconds()
+{
+    // Across the start of summer time.
+    m_window->setDeviceClock(QDateTime(QDate(2024, 3, 31), QTime(0, 59, 59), Qt::UTC));
+    auto *clock = child<QDateTimeEdit>("deviceClockDateTimeEdit");
+    QCOMPARE(clock->time(), QTime(2, 59, 59));
+    QVERIFY(QMetaObject::invokeMethod(m_window.data(), "onDeviceClockTimer"));
+    QCOMPARE(clock->time(), QTime(4, 0, 0));
+    QVERIFY(QMetaObject::invokeMethod(m_window.data(), "onDeviceClockTimer"));
+    QCOMPARE(clock->time(), QTime(4, 0, 1));
+}
+
+void TestMainWindow::clockRunsOnlyWhenTold()
+{
+    const ClockCatcher catcher;
+    m_window->setDeviceClock(QDateTime(QDate(2024, 7, 1), QTime(12, 0, 30), Qt::UTC));
+    m_window->setDeviceClockRunning(true);
+    // Not the connection, but whoever decides stops it.
+    m_window->setConnected(false);
+    QTRY_COMPARE(child<QDateTimeEdit>("deviceClockDateTimeEdit")->time(), QTime(15, 0, 31));
+    QVERIFY(catcher.timer->isActive());
+    QVERIFY(!catcher.timer->isSingleShot());
+    m_window->setDeviceClockRunning(false);
+    QVERIFY(!catcher.timer->isActive());
+}
+
+void TestMainWindow::configurationIsForwarded()
+{
+    m_window->setConfiguration(twoSettings());
+    QCOMPARE(m_window->configurationNames(), (QStringList{text("offset"), text("span")}));
+    m_window->setConfigurationValue(text("span"), text("12"));
+    auto *table = child<QTableWidget>("configuration");
+    QCOMPARE(table->item(1, 2)->text(), text("12"));
+    QCOMPARE(table->item(0, 2)->text(), QString());
+}
+
+void TestMainWindow::measurementsReachTheTable()
+{
+    m_window->setMeasurementItems({temperature()});
+    m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 20.5}});
+    auto *table = child<QTableWidget>("measurements");
+    QCOMPARE(table->item(0, 0)->text(), text("Air"));
+    QCOMPARE(table->item(0, 1)->text(), text("20.5 °C"));
+}
+
+void TestMainWindow::unitsReachTheTable()
+{
+    m_window->setMeasurementItems({temperature()});
+    m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 10.0}});
+    MeasurementDisplayOptions options;
+    options.temperatureInCelsius = false;
+    m_window->setDisplayOptions(options);
+    QCOMPARE(child<QTableWidget>("measurements")->item(0, 1)->text(), text("50 °F"));
+}
+
+void TestMainWindow::connectionEnables_data()
+{
+    QTest::addColumn<bool>("first");
+    for (const char *name :
+         {"configuration", "synchronizeButton", "measurements", "readLogButton", "eraseLogButton",
+          "writeToEepromButton", "deviceHealth", "syncClockButton", "loadSettingsButton"}) {
+        QTest::addRow("%s", name) << false;
+    }
+}
+
+void TestMainWindow::connectionEnables()
+{
+    QFETCH(bool, first);
+    auto *widget = child<QWidget>(QTest::currentDataTag());
+    QCOMPARE(widget->isEnabled(), first);
+    m_window->setConnected(true);
+    QVERIFY(widget->isEnabled());
+    m_window->setConnected(false);
+    QVERIFY(!widget->isEnabled());
+}
+
+void TestMainWindow::connectionLeavesEnabled_data()
+{
+    QTest::addColumn<bool>("always");
+    for (const char *name :
+         {"serialPorts", "unit", "unitTemperature", "buttonShowGraph",
+          "exportLocalMeasurementsButton", "updateFirmwareButton", "connectButton",
+          "disconnectButton", "serialNumber", "deviceClockDateTimeEdit"}) {
+        QTest::addRow("%s", name) << true;
+    }
+}
+
+void TestMainWindow::connectionLeavesEnabled()
+{
+    QFETCH(bool, always);
+    auto *widget = child<QWidget>(QTest::currentDataTag());
+    QCOMPARE(widget->isEnabled(), always);
+    m_window->setConnected(true);
+    QCOMPARE(widget->isEnabled(), always);
+}
+
+void TestMainWindow::connectionSwapsTheButtons()
+{
+    m_window->show();
+    QVERIFY(child<QPushButton>("connectButton")->isVisible());
+    QVERIFY(!child<QPushButton>("disconnectButton")->isVisible());
+    m_window->setConnected(true);
+    QVERIFY(!child<QPushButton>("connectButton")->isVisible());
+    QVERIFY(child<QPushButton>("disconnectButton")->isVisible());
+}
+
+void TestMainWindow::disconnectKeepsTextsAndColours()
+{
+    m_window->setMeasurementItems({temperature()});
+    m_window->setConnected(true);
+    m_window->setSerialNumber(text("S1"));
+    m_window->setHealth(50);
+    m_window->setMeasurementState(MeasurementState::HardwareError);
+    const QDateTime clock(QDate(2024, 7, 1), QTime(12, 0), Qt::UTC);
+    m_window->setDeviceClock(clock);
+
+    m_window->setConnected(true);
+    QCOMPARE(m_window->statusBar()->currentMessage(), text("Device has hardware error"));
+    m_window->setConnected(false);
+    QCOMPARE(m_window->statusBar()->currentMessage(), QString());
+    QCOMPARE(m_window->statusBar()->styleSheet(), text("QStatusBar { color : red; }"));
+    QCOMPARE(child<QLineEdit>("serialNumber")->text(), text("S1"));
+    QCOMPARE(child<QLineEdit>("deviceHealth")->text(), text("50%"));
+    QCOMPARE(child<QDateTimeEdit>("deviceClockDateTimeEdit")->dateTime(), clock);
+    QCOMPARE(child<QTableWidget>("measurements")->rowCount(), 1);
+
+    m_window->setMeasurementState(MeasurementState::Ready);
+    QCOMPARE(m_window->statusBar()->styleSheet(), text("QStatusBar { color : green; }"));
+}
+
+void TestMainWindow::readLogAndConnectAreSwitchedAlone()
+{
+    m_window->setReadLogEnabled(true);
+    QVERIFY(child<QPushButton>("readLogButton")->isEnabled());
+    QVERIFY(!child<QPushButton>("eraseLogButton")->isEnabled());
+    m_window->setReadLogEnabled(false);
+    QVERIFY(!child<QPushButton>("readLogButton")->isEnabled());
+    m_window->setConnectEnabled(false);
+    QVERIFY(!child<QPushButton>("connectButton")->isEnabled());
+    m_window->setConnectEnabled(true);
+    QVERIFY(child<QPushButton>("connectButton")->isEnabled());
+}
+
+void TestMainWindow::stateIsShown_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<bool>("good");
+    QTest::addRow("warming up") << 0 << text("Device is warming up") << false;
+    QTest::addRow("ready") << 1 << text("Device is ready for measurements") << true;
+    QTest::addRow("over temperature")
+        << 2 << text("Device temperature is over the specified range") << false;
+    QTest::addRow("not stabilized") << 3 << text("Device has not stabilized yet") << false;
+    QTest::addRow("hardware error") << 4 << text("Device has hardware error") << false;
+    QTest::addRow("unknown") << 5 << QString() << false;
+}
+
+void TestMainWindow::stateIsShown()
+{
+    QFETCH(int, state);
+    QFETCH(QString, message);
+    QFETCH(bool, good);
+    m_window->setMeasurementState(static_cast<MeasurementState>(state));
+    QCOMPARE(m_window->statusBar()->currentMessage(), message);
+    QCOMPARE(m_window->statusBar()->styleSheet(),
+             good ? text("QStatusBar { color : green; }") : text("QStatusBar { color : red; }"));
+    QCOMPARE(child<QTableWidget>("measurements")->styleSheet(),
+             good ? text("QTableWidget { color: black}") : text("QTableWidget { color: red}"));
+}
+
+void TestMainWindow::portsAreListed_data()
+{
+    QTest::addColumn<QStringList>("ports");
+    QTest::addColumn<QString>("preferred");
+    QTest::addColumn<QStringList>("labels");
+    QTest::addColumn<int>("selected");
+    const QStringList two{text("COM2"), text("COM10")};
+    const QStringList sorted{text("COM10"), text("COM2")};
+
+    QTest::addRow("by code units") << two << text("COM2") << sorted << 1;
+    QTest::addRow("nothing remembered") << two << QString() << sorted << 0;
+    QTest::addRow("remembered port is gone") << two << text("COM7") << sorted << 0;
+    QTest::addRow("name within a location") << two << text("at COM2 there") << sorted << 1;
+    QTest::addRow("by case") << two << text("com2") << sorted << 0;
+    QTest::addRow("last match wins") << QStringList{text("COM10"), text("COM1")} << text("COM10")
+                                     << QStringList{text("COM1"), text("COM10")} << 1;
+    QTest::addRow("last match wins, even a shorter name")
+        << QStringList{text("tty"), text("ttyS0"), text("S0")} << text("ttyS0")
+        << QStringList{text("S0"), text("tty"), text("ttyS0")} << 2;
+    QTest::addRow("descriptions") << QStringList{text("ttyS0"), text("ttyUSB0|USB %2 serial")}
+                                  << text("/dev/ttyUSB0")
+                                  << QStringList{text("ttyS0"), text("ttyUSB0 - USB %2 serial")}
+                                  << 1;
+    QTest::addRow("no ports") << QStringList() << text("COM2") << QStringList() << -1;
+}
+
+void TestMainWindow::portsAreListed()
+{
+    QFETCH(QStringList, ports);
+    QFETCH(QString, preferred);
+    QFETCH(QStringList, labels);
+    QFETCH(int, selected);
+    m_window->addPortsFrom(ports, preferred);
+    auto *list = child<QComboBox>("serialPorts");
+    QStringList shown;
+    for (int i = 0; i < list->count(); ++i) {
+        shown << list->itemText(i);
+        const QString name = list->itemText(i).section(text(" - "), 0, 0);
+        QCOMPARE(list->itemData(i, Qt::UserRole).toString(), QLatin1String("at ") + name);
+    }
+    QCOMPARE(shown, labels);
+    QCOMPARE(list->currentIndex(), selected);
+}
+
+void TestMainWindow::refreshedPortsAreTheMachines()
+{
+    const auto machine = QSerialPortInfo::availablePorts();
+    m_window->refreshPorts(QString());
+    auto *list = child<QComboBox>("serialPorts");
+    QCOMPARE(list->count(), machine.size());
+    for (const QSerialPortInfo &port : machine) {
+        const int index = list->findData(port.systemLocation());
+        QVERIFY(index >= 0);
+        QVERIFY(list->itemText(index).startsWith(port.portName()));
+        QVERIFY(list->itemText(index).endsWith(port.description()));
+    }
+}
+
+void TestMainWindow::refreshingAppends()
+{
+    m_window->addPort(text("demo"), text("/dev/demo"));
+    m_window->addPortsFrom({text("COM2")}, QString());
+    m_window->addPortsFrom({text("COM2")}, QString());
+    QCOMPARE(child<QComboBox>("serialPorts")->count(), 3);
+}
+
+KV_TEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"
