@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/simulator/portclient.h"
-#include "tests/support/simulatorprocess.h"
+#include "simulator/simulatorprocess.h"
 #include "tests/support/testmain.h"
 
 #include <QtCore/QFile>
