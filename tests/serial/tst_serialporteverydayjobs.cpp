@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/serial/jobdialoguetest.h"
+#include "tests/support/testmain.h"
+#include "tests/support/timezonescope.h"
+
+#include <algorithm>
+#include <QtCore/QTimeZone>
+
+class TestSerialPortEverydayJobs : public JobDialogueTest
+{
+    Q_OBJECT
+
+public:
+    TestSerialPortEverydayJobs()
+        : JobDialogueTest(everydayDialogues())
+    {
+    }
+
+private slots:
+    void awaitsASecondChunk();
+    void waitsForTheRestOf_data();
+    void waitsForTheRestOf();
+    void passesTheBootTextOver();
+    void sendsNamesAndValuesAsTheyStand();
+    void reportsAnEmptyValue();
+    void stampsMeasurementsWithItsOwnTimeInUtc();
+    void sendsTheFieldsOfADate_data();
+    void sendsTheFieldsOfADate();
+    void sendsNothingForAnInvalidDate();
+    void passesAnImpossibleDateOn();
+    void leavesTheTailOfTheModelToItsSuccessor();
+};
+
+void TestSerialPortEverydayJobs::awaitsASecondChunk()
+{
+    FakeSerialPort port;
+    JobEars ears;
+    SerialPortJobReadValue job(&port, latin1("p"));
+    ears.listenTo(&job);
+    job.start();
+    port.receive(latin1("\r\n$ show p\r\nshow: p=9"));
+    QTimer::singleShot(100, &port, [&port] { port.receive(latin1("90\r\n$ ")); });
+    QTRY_VERIFY(!job.isRunning());
+    QCOMPARE(ears.heard, QStringList({latin1("dataRead p=990"), latin1("finished")}));
+    QCOMPARE(port.sent.size(), 1);
+}
+
+void TestSerialPortEverydayJobs::waitsForTheRestOf_data()
+{
+    QTest::addColumn<QString>("dialogue");
+    QTest::addColumn<QString>("reply");
+
+    QTest::addRow("a value without a prompt")
+        << latin1("read value") << latin1("show p\r\nshow: p=990\r\n");
+    QTest::addRow("a prompt that is no new line")
+        << latin1("read value") << latin1("show p\r\nshow: p=990 $ ");
+    QTest::addRow("the value of another name")
+        << latin1("read value") << latin1("show q\r\nshow: q=990\r\n$ ");
+    QTest::addRow("an unknown parameter without its mark")
+        << latin1("read value") << latin1("show p\r\nshow: Unknown parameter\r\n$ ");
+    QTest::addRow("an unknown version")
+        << latin1("connect") << latin1("show swver\r\nshow: Unknown parameter!\r\n$ ");
+    QTest::addRow("a set that is refused")
+        << latin1("set value") << latin1("set p=2000\r\nset: Unknown parameter!\r\n$ ");
+    QTest::addRow("a set without its echo") << latin1("set value") << latin1("set p=2000\r\n$ ");
+    QTest::addRow("no measurements")
+        << latin1("read measurements") << latin1("show meas\r\nshow: meas=\"\"\r\n$ ");
+    QTest::addRow("a pair without a value")
+        << latin1("read measurements") << latin1("show meas\r\nshow: meas=\"co2=1;t\"\r\n$ ");
+    QTest::addRow("a trailing semicolon")
+        << latin1("read measurements") << latin1("show meas\r\nshow: meas=\"co2=1;\"\r\n$ ");
+    QTest::addRow("a date without a time")
+        << latin1("read date") << latin1("date\r\n2017-11-13\r\n$ ");
+    QTest::addRow("a date that is not confirmed")
+        << latin1("set date") << latin1("date x\r\n2017-11-13T10:20:30\r\n$ ");
+    QTest::addRow("a model without the serial line")
+        << latin1("read model") << latin1("show unit\r\nModel: KVT 301\r\n$ ");
+}
+
+void TestSerialPortEverydayJobs::waitsForTheRestOf()
+{
+    QFETCH(QString, dialogue);
+    QFETCH(QString, reply);
+
+    const QVector<JobDialogue> dialogues = everydayDialogues();
+    const auto found =
+        std::find_if(dialogues.cbegin(), dialogues.cend(),
+                     [&](const JobDialogue &entry) { return latin1(entry.name) == dialogue; });
+    QVERIFY(found != dialogues.cend());
+    FakeSerialPort port;
+    JobEars ears;
+    const JobPointer job = found->make(&port);
+    ears.listenTo(job.data());
+    job->start();
+    port.receive(latin1("\r\n$ ") + reply);
+    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(job->isRunning());
+    QCOMPARE(port.sent, found->command);
+    job->setTimeout(1);
+    QTRY_COMPARE(ears.heard, QStringList(latin1("timedOut")));
+}
+
+void TestSerialPortEverydayJobs::passesTheBootTextOver()
+{
+    FakeSerialPort port;
+    JobEars ears;
+    SerialPortJobConnect job(&port);
+    ears.listenTo(&job);
+    job.start();
+    port.receive(latin1("All tests passed.\r\nOrvanta KVT 3 $\r\nCopyright 2017\r\n$ \r\n"));
+    port.receive(latin1("$ show swver\r\nshow: swver=1.2.3\r\n"));
+    QVERIFY(ears.heard.isEmpty());
+    port.receive(latin1("$"));
+    QCOMPARE(ears.heard, QStringList(latin1("finished")));
+}
+
+void TestSerialPortEverydayJobs::sendsNamesAndValuesAsTheyStand()
+{
+    FakeSerialPort port;
+    SerialPortJobReadValue readJob(&port, latin1("a%1.*"));
+    SerialPortJobSetValue setJob(&port, latin1("a%2"), latin1(" 50 %1 = "));
+    readJob.start();
+    setJob.start();
+    QCOMPARE(port.sent, QByteArrayList({"\r\nshow a%1.*\r\n", "\r\nset a%2= 50 %1 = \r\n"}));
+}
+
+void TestSerialPortEverydayJobs::reportsAnEmptyValue()
+{
+    FakeSerialPort port;
+    SerialPortJobReadValue job(&port, latin1("p"));
+    QSignalSpy dataRead(&job, &SerialPortJob::dataRead);
+    job.start();
+    port.receive(latin1("show: p=\r\n$ "));
+    QCOMPARE(dataRead.size(), 1);
+    QVERIFY(dataRead.first().at(1).toString().isEmpty());
+}
+
+void TestSerialPortEverydayJobs::stampsMeasurementsWithItsOwnTimeInUtc()
+{
+    const TimeZoneScope zone("Asia/Tokyo");
+    FakeSerialPort port;
+    SerialPortJobReadMeasurements job(&port);
+    QDateTime stamp;
+    connect(&job, &SerialPortJob::measurementsRead, &job,
+            [&stamp](const QDateTime &timestamp) { stamp = timestamp; });
+    job.start();
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    port.receive(latin1("show: meas=co2=1\r\n$ "));
+    const QDateTime after = QDateTime::currentDateTimeUtc();
+    QCOMPARE(stamp.timeSpec(), Qt::UTC);
+    QVERIFY(before <= stamp && stamp <= after);
+}
+
+void TestSerialPortEverydayJobs::sendsTheFieldsOfADate_data()
+{
+    QTest::addColumn<QDateTime>("date");
+    QTest::addColumn<QByteArray>("command");
+
+    const QDate day(2017, 11, 13);
+    const QTime time(10, 20, 30, 987);
+    QTest::addRow("UTC") << QDateTime(day, time, Qt::UTC)
+                         << QByteArray("\r\ndate 2017-11-13T10:20:30\r\n");
+    QTest::addRow("local") << QDateTime(day, time)
+                           << QByteArray("\r\ndate 2017-11-13T10:20:30\r\n");
+    QTest::addRow("offset") << QDateTime(day, time, Qt::OffsetFromUTC, 7200)
+                            << QByteArray("\r\ndate 2017-11-13T10:20:30+02:00\r\n");
+    QTest::addRow("time zone") << QDateTime(day, time, QTimeZone("Asia/Tokyo"))
+                               << QByteArray("\r\ndate 2017-11-13T10:20:30+09:00\r\n");
+}
+
+void TestSerialPortEverydayJobs::sendsTheFieldsOfADate()
+{
+    QFETCH(QDateTime, date);
+    QFETCH(QByteArray, command);
+
+    const TimeZoneScope zone("Europe/Helsinki");
+    FakeSerialPort port;
+    SerialPortJobSetDate job(&port, date);
+    job.start();
+    QCOMPARE(port.sent, QByteArrayList({command}));
+}
+
+void TestSerialPortEverydayJobs::sendsNothingForAnInvalidDate()
+{
+    FakeSerialPort port;
+    JobEars ears;
+    SerialPortJobSetDate job(&port, QDateTime());
+    ears.listenTo(&job);
+    job.start();
+    QCOMPARE(ears.heard,
+             QStringList(latin1("error Unable to set time, invalid timestamp given: , running")));
+    QVERIFY(port.sent.isEmpty());
+}
+
+void TestSerialPortEverydayJobs::passesAnImpossibleDateOn()
+{
+    FakeSerialPort port;
+    JobEars ears;
+    SerialPortJobReadDate readJob(&port);
+    SerialPortJobSetDate setJob(&port, QDateTime::currentDateTime());
+    ears.listenTo(&readJob);
+    ears.listenTo(&setJob);
+    readJob.start();
+    port.receive(latin1("date\r\n2017-13-45T25:00:00\r\n$ "));
+    setJob.start();
+    port.receive(latin1("Date updated to 2017-13-45T25:00:00\r\n"));
+    QCOMPARE(ears.heard,
+             QStringList({latin1("valueRead 0 QDateTime "), latin1("finished"),
+                          latin1("actionFinished 1 QDateTime "), latin1("finished")}));
+}
+
+void TestSerialPortEverydayJobs::leavesTheTailOfTheModelToItsSuccessor()
+{
+    const auto port = QSharedPointer<FakeSerialPort>::create();
+    SerialPortQueue queue(nullptr);
+    queue.setSerialPort(port);
+    JobEars ears;
+    ears.listenTo(&queue);
+    queue.addJob(JobPointer(new SerialPortJobReadModel(port.data())));
+    queue.addJob(JobPointer(new SerialPortJobReadValue(port.data(), latin1("swver"))));
+    port->receive(latin1("\r\n$ show unit\r\nModel: KVT 301\r\nSerial: 12"));
+    port->receive(latin1("34\r\n$ "));
+    port->receive(latin1("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$ "));
+    QCOMPARE(ears.heard,
+             QStringList({latin1("queue: valueRead 3 QString KVT 301"),
+                          latin1("queue: jobFinished 10"), latin1("queue: dataRead swver=1.2.3"),
+                          latin1("queue: jobFinished 1"), latin1("queue: allJobsDone")}));
+}
+
+KV_TEST_CORE_MAIN(TestSerialPortEverydayJobs)
+#include "tst_serialporteverydayjobs.moc"
