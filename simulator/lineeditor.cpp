@@ -36,7 +36,7 @@ QByteArray LineEditor::type(char byte)
 
 QByteArray LineEditor::takeLine()
 {
-    const QByteArray line = m_line;
+    QByteArray line = m_line;
     m_line.clear();
     m_complete = false;
     return line;

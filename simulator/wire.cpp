@@ -43,7 +43,9 @@ void Wire::send(const QByteArray &bytes, Delivery delivery, int gapMs)
         return;
     }
     if (m_out.isEmpty()) {
-        m_outFreeNs = qMax(m_outFreeNs, m_clock.nsecsElapsed());
+        // An answer begins when what it answers was in, not when a timer got round to it.
+        const qint64 begin = m_answeringSinceNs >= 0 ? m_answeringSinceNs : m_clock.nsecsElapsed();
+        m_outFreeNs = qMax(m_outFreeNs, begin);
     }
     m_out += Segment{bytes, delivery, gapMs};
     if (!m_outTimer.isActive()) {
@@ -162,7 +164,9 @@ void Wire::deliverInput()
         const QByteArray bytes = m_in.left(due);
         m_in.remove(0, due);
         m_inFreeNs += due * m_byteNs;
+        m_answeringSinceNs = m_inFreeNs;
         emit received(bytes);
+        m_answeringSinceNs = -1;
     }
     m_terminal.setReading(m_in.size() < inputLimit);
     if (!m_in.isEmpty()) {

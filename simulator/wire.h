@@ -73,6 +73,7 @@ private:
     QByteArray m_in;
     qint64 m_outFreeNs = 0; ///< when the last byte sent was out
     qint64 m_inFreeNs = 0; ///< when the last byte received was in
+    qint64 m_answeringSinceNs = -1; ///< arrival of the bytes being taken now, -1 for none
     qint64 m_blockedSinceNs = -1;
     bool m_hangUpWhenSent = false;
 };
