@@ -210,7 +210,8 @@ private slots:
 
     void nameGoesIntoThePatternUnescaped();
     void measurementLineEmptiesTheMapFirst();
-    void dateKeepsFieldsInAClockChangeOfTheUser();
+    void dateKeepsItsFieldsInTheZoneOfTheUser_data();
+    void dateKeepsItsFieldsInTheZoneOfTheUser();
     void impossibleDateIsReadAsInvalid_data();
     void impossibleDateIsReadAsInvalid();
     void dateNumberBeyondIntIsRefused();
@@ -472,17 +473,29 @@ void TestDataParser::measurementLineEmptiesTheMapFirst()
     QVERIFY(values.isEmpty());
 }
 
-void TestDataParser::dateKeepsFieldsInAClockChangeOfTheUser()
+void TestDataParser::dateKeepsItsFieldsInTheZoneOfTheUser_data()
 {
-    const TimeZoneScope zone("Europe/Helsinki");
+    QTest::addColumn<QDate>("day");
+    QTest::newRow("summer") << QDate(2021, 7, 1);
+    QTest::newRow("an hour that the user's clock leaves out") << QDate(2021, 3, 28);
+    QTest::newRow("an hour that the user's clock has twice") << QDate(2021, 10, 31);
+}
+
+void TestDataParser::dateKeepsItsFieldsInTheZoneOfTheUser()
+{
+    QFETCH(QDate, day);
+    const TimeZoneScope zone("EET-2EEST,M3.5.0/3,M10.5.0/4");
+    QCOMPARE(QDateTime(QDate(2021, 7, 1), QTime(12, 0)).offsetFromUtc(), 3 * 3600);
+    const QDateTime expected(day, QTime(3, 30), Qt::UTC);
+    const QString text = day.toString(Qt::ISODate) + latin1("T03:30:00");
+
     QDateTime date;
-    QVERIFY(DataParser::parseDate(latin1("date\r\n2021-03-28T03:30:00\r\n$"), date));
+    QVERIFY(DataParser::parseDate(latin1("date\r\n%1\r\n$").arg(text), date));
+    QCOMPARE(date, expected);
+    QCOMPARE(date.timeSpec(), Qt::UTC);
     QDateTime time;
     QVector<double> values;
-    QVERIFY(DataParser::parseLogRecord(latin1("2021-03-28T03:30:00"), time, values));
-
-    const QDateTime expected(QDate(2021, 3, 28), QTime(3, 30), Qt::UTC);
-    QCOMPARE(date, expected);
+    QVERIFY(DataParser::parseLogRecord(text, time, values));
     QCOMPARE(time, expected);
 }
 
