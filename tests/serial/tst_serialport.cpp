@@ -46,7 +46,10 @@ private slots:
     void namesThePortThatItWasMadeFor();
     void setsTheLineTo115200Baud8N1WithoutFlowControl();
     void tellsOfAPortThatCannotBeOpened();
+    void refusesASecondOpenAndClosesThePort();
     void opensAgainAfterAClose();
+    void leavesTheSendingToTheEventLoop();
+    void sendsAtOnceOnAFlush();
     void sendsText();
     void sendsTheSixLettersInTheDevicesCharacterSet();
     void sendsEveryByteUnharmed();
@@ -133,6 +136,32 @@ void TestSerialPort::tellsOfAPortThatCannotBeOpened()
     QVERIFY(!port.isOpen());
 }
 
+void TestSerialPort::refusesASecondOpenAndClosesThePort()
+{
+    QSignalSpy error(m_port.data(), &SerialPort::error);
+    expectOpening(m_port->portName(), "Port open failed!");
+    QVERIFY(!m_port->open());
+    QCOMPARE(error.count(), 1);
+    QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is already open"));
+    // What was open has been closed by the failure.
+    QVERIFY(!m_port->isOpen());
+}
+
+void TestSerialPort::leavesTheSendingToTheEventLoop()
+{
+    m_port->write(text("text"));
+    m_port->write(QByteArray("bytes"));
+    QCOMPARE(m_device->read(), QByteArray());
+    QCOMPARE(heard(9), QByteArray("textbytes"));
+}
+
+void TestSerialPort::sendsAtOnceOnAFlush()
+{
+    m_port->write(text("text"));
+    m_port->flush();
+    QCOMPARE(m_device->read(), QByteArray("text"));
+}
+
 void TestSerialPort::opensAgainAfterAClose()
 {
     m_port->close();
@@ -187,6 +216,8 @@ void TestSerialPort::passesTextOn_data()
     QTest::addRow("the six letters, in UTF-8")
         << QByteArray("\xc2\x84\xc2\x94\xc2\x8e\xc2\x99\xc2\x86\xc2\x8f") << sixLetters;
     QTest::addRow("UTF-8") << QByteArray("\xc2\xb5g/m\xc2\xb3") << text("\u00b5g/m\u00b3");
+    QTest::addRow("half a letter")
+        << QByteArray("<\xc2") << QStringLiteral("<%1>").arg(QChar(0xfffd)).chopped(1);
     QTest::addRow("bytes that are no UTF-8")
         << QByteArray("<\x84>") << QStringLiteral("<%1>").arg(QChar(QChar::ReplacementCharacter));
 }
