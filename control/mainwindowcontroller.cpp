@@ -130,7 +130,7 @@ bool MainWindowController::setModel(const QString &model)
     if (found == m_deviceConfigurations.constEnd()) {
         return false;
     }
-    const DeviceConfiguration configuration = *found;
+    const DeviceConfiguration &configuration = *found;
     m_measurementItems = configuration.measurementItems;
     m_window->setMeasurementItems(m_measurementItems);
     m_window->setConfiguration(configuration);
@@ -395,7 +395,7 @@ void MainWindowController::onActionFinished(SerialPortActionType action, QVarian
         m_window->closeWaitDialog();
         break;
     case SerialPortActionType::ActionSetDate:
-        // The clock is kept across power-off only with the settings.
+        // Setting the clock so saves all settings too.
         m_serialPortHandler->writeToEeprom();
         m_serialPortHandler->readDate();
         break;

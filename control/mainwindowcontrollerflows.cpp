@@ -321,7 +321,7 @@ void MainWindowController::saveEepromBackup(const QByteArray &data)
 
 void MainWindowController::onRestoreEepromClicked()
 {
-    // Kept: the helper's messages speak of firmware here too.
+    // Kept: the messages speak of firmware here too.
     const QByteArray contents =
         readFileWithDialog(tr("Select eeprom backup file"), SettingsKeys::eepromFileName,
                            QStringLiteral("*.dat"), tr("firmware"));

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr qint64 secondsOfAMinute = 60;
 constexpr int minutesOfADay = 24 * 60;
 constexpr int gapBegin = 300;
 constexpr int gapEnd = 360;
@@ -94,10 +95,12 @@ bool writeHistory(LocalStorage &storage, const QString &path, DemoDevice &device
     // A day is 8640 statements, each of which would wait for the disk on its own.
     QSqlDatabase::database().transaction();
     bool written = true;
-    const QDateTime begin = QDateTime::currentDateTimeUtc().addSecs(-60 * minutesOfADay);
+    const QDateTime begin =
+        QDateTime::currentDateTimeUtc().addSecs(-secondsOfAMinute * minutesOfADay);
     for (int minute = 0; written && minute < minutesOfADay; ++minute) {
         if (minute < gapBegin || minute >= gapEnd) {
-            written = addMinute(storage, deviceId, items, minute, begin.addSecs(60 * minute));
+            written = addMinute(storage, deviceId, items, minute,
+                                begin.addSecs(secondsOfAMinute * minute));
         }
     }
     QSqlDatabase::database().commit();

@@ -54,8 +54,7 @@ int main(int argc, char *argv[])
     DemoSession::separateFromUser(folder);
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication application(argc, argv);
-    if (!qEnvironmentVariableIsSet("KVV"))
-        qInstallMessageHandler(keepQuiet);
+    qInstallMessageHandler(keepQuiet);
 
     QCommandLineParser parser;
     parser.addHelpOption();

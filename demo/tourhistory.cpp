@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int nameRole = Qt::UserRole + 2;
+constexpr qint64 secondsOfAnHour = 3600;
 
 void tick(QListWidget *list, QListWidgetItem *item)
 {
@@ -56,7 +57,7 @@ bool Tour::lookBack()
     const auto field = [this](const char *name) {
         return dialog("MeasurementGraph")->findChild<QDateTimeEdit *>(QLatin1String(name));
     };
-    const QDateTime from = QDateTime::currentDateTime().addSecs(-22 * 3600);
+    const QDateTime from = QDateTime::currentDateTime().addSecs(-22 * secondsOfAnHour);
     return step(QStringLiteral("Open the graph on the last day and tick two measurements"),
                 [=] {
                     click("buttonShowGraph");
@@ -88,7 +89,7 @@ bool Tour::lookBack()
                             ->findChild<QCheckBox *>(QStringLiteral("showLatestCheckBox"));
                     QTest::mouseClick(latest, Qt::LeftButton, Qt::NoModifier,
                                       QPoint(10, latest->height() / 2));
-                    field("toDateTimeEdit")->setDateTime(from.addSecs(12 * 3600));
+                    field("toDateTimeEdit")->setDateTime(from.addSecs(12 * secondsOfAnHour));
                     picture(QStringLiteral("graph-period"), dialog("MeasurementGraph"));
                     return !latest->isChecked() && field("toDateTimeEdit")->isEnabled();
                 })
@@ -130,8 +131,8 @@ bool Tour::csvEqualsStore(const QString &csv, const QString &query)
 bool Tour::exportAPeriod()
 {
     const QString path = file(QStringLiteral("measurements.csv"));
-    const QDateTime from = QDateTime::currentDateTime().addSecs(-6 * 3600);
-    const QDateTime to = from.addSecs(2 * 3600);
+    const QDateTime from = QDateTime::currentDateTime().addSecs(-6 * secondsOfAnHour);
+    const QDateTime to = from.addSecs(2 * secondsOfAnHour);
     return step(QStringLiteral("Export two hours of one measurement to CSV"),
                 [=] {
                     m_dialogs.answerDialog(

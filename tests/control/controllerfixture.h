@@ -80,6 +80,17 @@ struct ControllerFixture
         storage.calls.clear();
     }
 
+    /// The first of the controller's running timers; null when none runs.
+    QTimer *runningTimer() const
+    {
+        for (QTimer *timer : controller.findChildren<QTimer *>()) {
+            if (timer->isActive()) {
+                return timer;
+            }
+        }
+        return nullptr;
+    }
+
     /// Intervals of the controller's running timers, in ms, the measurement timer's first.
     QList<int> timerIntervals() const
     {

@@ -23,6 +23,20 @@ QString storeIn(const QString &folder)
     return folder + text("/measurements.db");
 }
 
+/// Whether a single shot of this kind waits in the event dispatcher.
+bool singleShotIsPending(int intervalMs, Qt::TimerType type)
+{
+    auto *const dispatcher = QAbstractEventDispatcher::instance();
+    for (QObject *child : dispatcher->children()) {
+        for (const auto &timer : dispatcher->registeredTimers(child)) {
+            if (timer.interval == intervalMs && timer.timerType == type) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 class TestMainWindowController : public QObject
@@ -37,6 +51,8 @@ private slots:
     void firstModelInNameOrderIsInForceAtStart();
     void failedLoadShowsItsFileAndGoesOn_data();
     void failedLoadShowsItsFileAndGoesOn();
+    void missingFileShowsItsNameAndGoesOn();
+    void eachLoadForgetsTheModelsBefore();
     void modelsReadBeforeAFailureStillActivate();
     void rememberedFolderGoesFirst();
     void rememberedFolderThatDoesNotOpenIsPassedOverInSilence();
@@ -49,6 +65,7 @@ private slots:
     void newPortNameMakesATransport();
     void samePortNameUsesTheSameTransport();
     void connectedAsksForEverythingInOrder();
+    void thePortIsRememberedAfterAllRequests();
     void failedConnectLeavesTheRememberedPort();
     void knownModelTakesOver();
     void modelInAnotherCaseIsNotSupported();
@@ -59,10 +76,13 @@ private slots:
     void stateGoesToTheWindow_data();
     void stateGoesToTheWindow();
     void availabilityIsPolledWhileTheDeviceIsNotReady();
+    void eachNotReadyReplyStartsTheWaitAnew();
+    void readyLeavesTheMeasurementTimerAlone();
     void clockReplyStartsTheClockAndClosesTheDialog();
     void missingLogOptionClosesTheDialogAndWarns();
     void presentLogOptionAndLogCountDoNothing();
     void endOfTheFirstReadsStartsPolling();
+    void editsCountFromTheMomentTheWindowIsConnected();
     void laterEndsOfJobsAreIgnored();
 
     // Measuring.
@@ -159,6 +179,28 @@ void TestMainWindowController::failedLoadShowsItsFileAndGoesOn()
     QVERIFY(!f.window.calls.contains(text("setConfiguration")));
     QVERIFY(!f.window.calls.contains(text("setMeasurementItems")));
     QCOMPARE(f.storage.openedPaths.size(), 1);
+}
+
+void TestMainWindowController::missingFileShowsItsNameAndGoesOn()
+{
+    ControllerFixture f;
+    QFile::remove(text("settings.xml"));
+    QVERIFY(f.controller.start());
+    QCOMPARE(f.window.calls.at(1),
+             text("Critical Failed to load configuration from file settings.xml"));
+    QCOMPARE(f.storage.openedPaths.size(), 1);
+}
+
+void TestMainWindowController::eachLoadForgetsTheModelsBefore()
+{
+    ControllerFixture f;
+    f.start();
+    f.writeFile(text("settings.xml"),
+                "<KVTConfig><Devices><Device name='Other'/></Devices></KVTConfig>");
+    f.start();
+    emit f.handler.valueRead(Value::ValueDeviceModel, text("KVT-1"));
+    QCOMPARE(f.window.calls,
+             QStringList(text("Critical Device KVT-1 not supported. Please update KV Tool.")));
 }
 
 void TestMainWindowController::modelsReadBeforeAFailureStillActivate()
@@ -285,6 +327,16 @@ void TestMainWindowController::connectedAsksForEverythingInOrder()
     QCOMPARE(f.settings.writes, QStringList(text("serial port")));
     QCOMPARE(f.settings.values[text("serial port")].toString(), text("ttyOLD"));
     QVERIFY(f.window.calls.isEmpty());
+}
+
+void TestMainWindowController::thePortIsRememberedAfterAllRequests()
+{
+    ControllerFixture f;
+    f.start();
+    f.settings.interleaved = &f.handler.calls;
+    emit f.handler.connected();
+    QCOMPARE(f.handler.calls.last(), text("setting serial port"));
+    QCOMPARE(f.handler.calls.count(text("setting serial port")), 1);
 }
 
 void TestMainWindowController::failedConnectLeavesTheRememberedPort()
@@ -420,6 +472,30 @@ void TestMainWindowController::availabilityIsPolledWhileTheDeviceIsNotReady()
     QCOMPARE(polls.size(), pollsWhenReady);
 }
 
+void TestMainWindowController::eachNotReadyReplyStartsTheWaitAnew()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.dataRead(text("meas_state"), text("not a number"));
+    QCOMPARE(f.timerIntervals(), QList<int>({300000}));
+    // A shorter wait, as the event loop rounds long ones.
+    f.controller.setMeasurementAvailabilityInterval(10000);
+    QTimer *const timer = f.runningTimer();
+    QTRY_VERIFY(timer->remainingTime() < 9500);
+    emit f.handler.dataRead(text("meas_state"), text("2"));
+    QVERIFY(timer->remainingTime() > 9500);
+}
+
+void TestMainWindowController::readyLeavesTheMeasurementTimerAlone()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    emit f.handler.dataRead(text("meas_state"), text("0"));
+    QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
+    emit f.handler.dataRead(text("meas_state"), text("1"));
+    QCOMPARE(f.timerIntervals(), QList<int>({60000}));
+}
+
 void TestMainWindowController::clockReplyStartsTheClockAndClosesTheDialog()
 {
     ControllerFixture f;
@@ -465,6 +541,17 @@ void TestMainWindowController::endOfTheFirstReadsStartsPolling()
     // At the moment of the first poll the window is connected and the store not yet asked.
     QCOMPARE(order, QStringList({text("setConnected 1"), text("readMeasurements")}));
     QCOMPARE(f.storage.calls, QStringList(text("addDevice")));
+}
+
+void TestMainWindowController::editsCountFromTheMomentTheWindowIsConnected()
+{
+    ControllerFixture f;
+    f.start();
+    emit f.handler.connected();
+    f.forget();
+    f.window.duringSetConnected = [&f] { emit f.window.valueChanged(text("one"), text("5")); };
+    emit f.handler.allJobsDone();
+    QCOMPARE(f.handler.calls, QStringList({text("setValue one=5"), text("readMeasurements")}));
 }
 
 void TestMainWindowController::laterEndsOfJobsAreIgnored()
@@ -577,8 +664,10 @@ void TestMainWindowController::disconnectHasItsOrderAndItsPause()
     QCOMPARE(f.window.calls,
              QStringList({text("setDeviceClockRunning 0"), text("setConnected 0")}));
     QVERIFY(f.handler.calls.isEmpty());
-    QTRY_COMPARE(f.window.calls.mid(2), QStringList(text("setConnectEnabled 1")));
-    QCOMPARE(f.handler.calls, QStringList(text("disconnectFromDevice")));
+    QVERIFY(singleShotIsPending(100, Qt::CoarseTimer));
+    f.window.interleaved = &f.handler.calls;
+    QTRY_COMPARE(f.handler.calls,
+                 QStringList({text("setConnectEnabled 1"), text("disconnectFromDevice")}));
     QVERIFY(polls.isEmpty());
 
     // The identity has gone with the connection.

@@ -12,6 +12,13 @@ QString text(const char *utf8)
     return QString::fromUtf8(utf8);
 }
 
+QStringList *callsAndLog = nullptr;
+
+void appendToCalls(QtMsgType, const QMessageLogContext &, const QString &message)
+{
+    callsAndLog->append(text("log ") + message);
+}
+
 } // namespace
 
 /// What the controller makes of the handler's reports and of a cancelled wait dialog.
@@ -28,6 +35,7 @@ private slots:
     void failedActionsCloseTheDialogAndWarn();
     void cancelOfTheWaitDialogFollowsItsReason_data();
     void cancelOfTheWaitDialogFollowsItsReason();
+    void boxesAndLogLinesKeepTheirOrder();
     void nestedEventsDuringABoxAreServed();
 };
 
@@ -35,7 +43,10 @@ void TestMainWindowControllerActions::errorIsShown()
 {
     ControllerFixture f;
     f.connectDevice();
+    emit f.handler.dataRead(text("meas_state"), text("0"));
+    f.forget();
     emit f.handler.error(text("Unable to open port!"));
+    QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
     QCOMPARE(f.window.calls,
              QStringList(text("Critical Error occurred with serial port communication: Unable to "
                               "open port!")));
@@ -182,6 +193,28 @@ void TestMainWindowControllerActions::cancelOfTheWaitDialogFollowsItsReason()
     f.window.interleaved = &f.handler.calls;
     emit f.window.waitDialogCancelled(static_cast<Reason>(reason));
     QCOMPARE(f.handler.calls, calls);
+}
+
+void TestMainWindowControllerActions::boxesAndLogLinesKeepTheirOrder()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    callsAndLog = &f.window.calls;
+    const QtMessageHandler before = qInstallMessageHandler(appendToCalls);
+    emit f.handler.valueRead(SerialPortValueType::ValueDeviceModel, text("X"));
+    emit f.handler.actionFinished(Action::ActionBootloaderEntered, QVariant());
+    emit f.handler.actionFailed(Action::ActionRebootForFirmware);
+    qInstallMessageHandler(before);
+    QCOMPARE(f.window.calls,
+             QStringList(
+                 {text("log Got model: \"X\""),
+                  text("Critical Device X not supported. Please update KV Tool."),
+                  text("log Model not supported, supported models are: (\"KVT-1\", \"KVT-2\")"),
+                  text("setWaitDialogProgress 0"),
+                  text("showProgressWaitDialog 1 | Updating firmware, please wait."),
+                  text("log Shown with progressbar"),
+                  text("log Failed to reboot device for firmware update"), text("closeWaitDialog"),
+                  text("Warning Unable to reboot device to begin firmware update")}));
 }
 
 void TestMainWindowControllerActions::nestedEventsDuringABoxAreServed()

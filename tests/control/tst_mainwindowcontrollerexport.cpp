@@ -67,6 +67,8 @@ private slots:
     void exportAsksForThePeriodOfTheChosenDevice();
     void exportConvertsAndNamesItsColumns();
     void exportTakesItsColumnsFromTheFirstRow();
+    void exportOfTypesMissingInTheFirstRowHasTheirValuesWithoutTitles();
+    void everyTitleGoesThroughTheDisplayNames();
     void exportKeepsValuesStoredAsNotValid();
     void exportFileNameIsProposedAndRemembered();
     void exportThatCantBeSavedIsSaid();
@@ -267,6 +269,35 @@ void TestMainWindowControllerExport::exportTakesItsColumnsFromTheFirstRow()
              QByteArray("Timestamp,Temperature\n2026-01-02T10:00:00,1\n"
                         "2026-01-02T10:01:00,2,3\n2026-01-02T10:02:00,\n"
                         "2026-01-02T10:03:00,4\n"));
+}
+
+void TestMainWindowControllerExport::exportOfTypesMissingInTheFirstRowHasTheirValuesWithoutTitles()
+{
+    ControllerFixture f;
+    f.connectDevice();
+    f.window.answer = true;
+    f.window.saveFile = m_path;
+    f.window.exportSelection.measurementTypes = {{2, text("P")}};
+    f.storage.measurementsResult = {stored(0, {value("T", 1)}), stored(1, {value("P", 3)})};
+    emit f.window.exportLocalMeasurementsToCsvClicked();
+    QCOMPARE(f.readFile(m_path),
+             QByteArray("Timestamp\n2026-01-02T10:00:00,\n2026-01-02T10:01:00,3\n"));
+}
+
+void TestMainWindowControllerExport::everyTitleGoesThroughTheDisplayNames()
+{
+    ControllerFixture f;
+    f.writeFile(text("settings.xml"),
+                "<KVTConfig><Devices><Device name='A'><Measurements><Measurement name='Timestamp' "
+                "displayName='Moment' type='extra' unit='extra'/></Measurements></Device>"
+                "</Devices></KVTConfig>");
+    f.start();
+    f.window.answer = true;
+    f.window.saveFile = m_path;
+    f.window.exportSelection.measurementTypes = {{2, text("P")}};
+    f.storage.measurementsResult = {stored(0, {value("P", 1)})};
+    emit f.window.exportLocalMeasurementsToCsvClicked();
+    QCOMPARE(f.readFile(m_path), QByteArray("Moment,P\n2026-01-02T10:00:00,1\n"));
 }
 
 void TestMainWindowControllerExport::exportKeepsValuesStoredAsNotValid()

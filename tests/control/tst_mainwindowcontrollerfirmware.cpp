@@ -107,7 +107,10 @@ void TestMainWindowControllerFirmware::updateStopsPollingAndItStaysStopped()
     QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
     f.window.answer = true;
     f.window.openFile = m_firmware;
+    QList<int> intervalsAtClear({-1});
+    f.handler.duringClearJobs = [&] { intervalsAtClear = f.timerIntervals(); };
     emit f.window.updateFirmwareClicked();
+    QVERIFY(intervalsAtClear.isEmpty());
     QVERIFY(f.timerIntervals().isEmpty());
     emit f.window.waitDialogCancelled(WaitDialogReason::UpdatingFirmware);
     QVERIFY(f.timerIntervals().isEmpty());
@@ -310,9 +313,11 @@ void TestMainWindowControllerFirmware::restoreNamesItsFileFirmware()
     f.window.openFile = m_empty;
     emit f.window.restoreEepromFromBackupClicked();
     QCOMPARE(f.window.calls.last(), text("Warning Selected firmware is empty!"));
+    QCOMPARE(f.settings.values[text("eeprom filename")].toString(), m_empty);
     f.window.openFile = text("/no/such/file.dat");
     emit f.window.restoreEepromFromBackupClicked();
     QCOMPARE(f.window.calls.last(), text("Warning Unable to open firmware!"));
+    QCOMPARE(f.settings.values[text("eeprom filename")].toString(), m_empty);
     QVERIFY(f.handler.calls.isEmpty());
 }
 

@@ -172,6 +172,15 @@ void TestMainWindowControllerFlows::unitsFollowTheirIndex()
     QCOMPARE(f.window.calls, QStringList({text("setDisplayOptions"), text("setDisplayOptions")}));
     QCOMPARE(f.settings.writes, QStringList({text("pollutant unit"), text("temperature unit")}));
     QVERIFY(f.handler.calls.isEmpty());
+
+    // The choice is kept before it is shown.
+    f.forget();
+    f.settings.interleaved = &f.window.calls;
+    emit f.window.pollutantUnitIndexChanged(index);
+    emit f.window.temperatureUnitIndexChanged(index);
+    QCOMPARE(f.window.calls,
+             QStringList({text("setting pollutant unit"), text("setDisplayOptions"),
+                          text("setting temperature unit"), text("setDisplayOptions")}));
 }
 
 void TestMainWindowControllerFlows::graphOpensWithDefaultsAtFirst()
@@ -185,6 +194,10 @@ void TestMainWindowControllerFlows::graphOpensWithDefaultsAtFirst()
     emit f.window.showGraphClicked();
     const QDateTime after = QDateTime::currentDateTimeUtc();
     QCOMPARE(f.window.calls, QStringList(text("showGraph")));
+    QCOMPARE(f.settings.reads,
+             QStringList({text("graph from"), text("graph to"), text("graph measurement types"),
+                          text("graph range manual"), text("graph maximum range"),
+                          text("graph minimum range"), text("graph show latest measurements")}));
     const GraphSettings graph = f.window.graph;
     QVERIFY(graph.from >= before && graph.from <= after);
     QVERIFY(graph.to >= before && graph.to <= after);

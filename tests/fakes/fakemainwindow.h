@@ -64,7 +64,13 @@ public:
     }
     QStringList configurationNames() override { return names; }
     void closeAll() override { record("closeAll"); }
-    void setConnected(bool connected) override { record("setConnected", connected); }
+    void setConnected(bool connected) override
+    {
+        record("setConnected", connected);
+        if (duringSetConnected) {
+            duringSetConnected();
+        }
+    }
     void setMeasurementState(MeasurementState state) override
     {
         record("setMeasurementState", static_cast<int>(state));
@@ -169,6 +175,7 @@ public:
     QStringList names;
     ExportSelection exportSelection;
     std::function<void()> duringMessageBox;
+    std::function<void()> duringSetConnected;
     std::function<void()> duringWaitDialog;
 
     // What the controller handed over last.

@@ -3,6 +3,8 @@
 
 #include "serial/serialporthandlerinterface.h"
 
+#include <functional>
+
 /// A handler that writes each request down as one text ("readValue health") and reports what the
 /// test makes it report.
 class FakeSerialPortHandler : public SerialPortHandlerInterface
@@ -36,7 +38,13 @@ public:
     {
         calls.append(QStringLiteral("setValues ") + text);
     }
-    void clearJobs() override { calls.append(QStringLiteral("clearJobs")); }
+    void clearJobs() override
+    {
+        calls.append(QStringLiteral("clearJobs"));
+        if (duringClearJobs) {
+            duringClearJobs();
+        }
+    }
     void disconnectFromDevice() override { calls.append(QStringLiteral("disconnectFromDevice")); }
     QString portName() override { return currentPortName; }
     void readLog() override { calls.append(QStringLiteral("readLog")); }
@@ -80,6 +88,7 @@ public:
     QDateTime date;
     QByteArray firmware;
     QByteArray eeprom;
+    std::function<void()> duringClearJobs;
     bool openResult = true;
     bool connectedResult = false;
 

@@ -20,10 +20,14 @@ public:
     void setValue(const QString &key, const QVariant &value) override
     {
         writes.append(key);
+        if (interleaved) {
+            interleaved->append(QStringLiteral("setting ") + key);
+        }
         values.insert(key, value);
     }
 
     QMap<QString, QVariant> values;
     mutable QStringList reads;
     QStringList writes;
+    QStringList *interleaved = nullptr; ///< takes the writes too, to see an order between fakes
 };

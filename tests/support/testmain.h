@@ -29,8 +29,8 @@ public:
             QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
             qputenv(entry.variable, path.toLocal8Bit());
         }
-        QDir().mkpath(root + QLatin1String("/work"));
-        QDir::setCurrent(root + QLatin1String("/work"));
+        QDir().mkpath(root + QLatin1String("/cwd"));
+        QDir::setCurrent(root + QLatin1String("/cwd"));
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
             qputenv("QT_QPA_PLATFORM", "offscreen");
         }
