@@ -9,6 +9,7 @@
 #include <QtCore/QMap>
 #include <QtSerialPort/QSerialPortInfo>
 #include <QtWidgets/QFileDialog>
+#include <QtWidgets/QHeaderView>
 
 namespace {
 
@@ -32,6 +33,7 @@ MainWindow::MainWindow(QWidget *parent)
     , m_graph(nullptr)
 {
     m_ui->setupUi(this);
+    showNamesInFull();
     connectWidgets();
     // Wired, but out of the user's reach for now.
     m_ui->backupEepromButton->hide();
@@ -42,6 +44,17 @@ MainWindow::MainWindow(QWidget *parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+void MainWindow::showNamesInFull()
+{
+    // The form has no word for it. The values take what the names leave.
+    const auto fit = [](QTableWidget *table, int column) {
+        table->horizontalHeader()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    };
+    fit(m_ui->configuration, 0);
+    fit(m_ui->configuration, 1);
+    fit(m_ui->measurements, 0);
+}
 
 void MainWindow::connectWidgets()
 {

@@ -128,6 +128,7 @@ private slots:
     void onWaitDialogCancelled();
 
 private:
+    void showNamesInFull();
     void connectWidgets();
 
     std::unique_ptr<Ui::MainWindow> m_ui;
