@@ -13,8 +13,8 @@
 ///
 /// Does not own the port, and touches it no more once it has gone; without one nothing is sent. Of
 /// what a shared pointer holds, a listener may drop the last one inside any signal: the job stays
-/// alive until the outermost call into it returns. After finished(), failed(), error() or timedOut()
-/// a job class touches none of its members.
+/// alive until the outermost call into it returns. After finished(), failed(), error() or
+/// timedOut() a job class touches none of its members.
 class SerialPortJob : public SerialPortJobInterface,
                       public QEnableSharedFromThis<SerialPortJobInterface>
 {
