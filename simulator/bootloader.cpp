@@ -131,6 +131,9 @@ void Bootloader::endBlock()
 
 void Bootloader::answerLastBlock(bool acknowledged)
 {
+    // Before the answer: whoever has heard it finds the image.
+    m_image = m_incoming;
+    emit imageTaken(m_image);
     if (m_faults.strikeAt(FaultKind::FinalStar, m_blocks)) {
         if (!acknowledged) {
             emit output(accepted, Delivery::OneChunk, 0);
@@ -145,10 +148,8 @@ void Bootloader::answerLastBlock(bool acknowledged)
 
 void Bootloader::finish()
 {
-    m_image = m_incoming;
     reset();
     emit happened("image " + QByteArray::number(m_image.size()) + " bytes");
-    emit imageTaken(m_image);
     emit leaving();
 }
 

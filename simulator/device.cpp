@@ -90,7 +90,8 @@ void Device::process()
     }
     m_processing = true;
     int next = 0;
-    while (next < m_input.size() && !(m_mode == Mode::Console && m_console.isBusy())) {
+    while (next < m_input.size() && !m_lineDead
+           && !(m_mode == Mode::Console && m_console.isBusy())) {
         const char byte = m_input.at(next++);
         if (m_mode == Mode::Console) {
             m_console.feed(byte);
@@ -98,7 +99,8 @@ void Device::process()
             m_bootloader.feed(byte);
         }
     }
-    m_input.remove(0, next);
+    // Of what was sent behind a hang-up nothing arrives.
+    m_input.remove(0, m_lineDead ? m_input.size() : next);
     m_processing = false;
 }
 
