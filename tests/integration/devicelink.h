@@ -6,9 +6,31 @@
 #include "serial/serialportqueue.h"
 #include "simulator/simulatorprocess.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QThread>
+#include <QtCore/QTimer>
 #include <QtTest/QtTest>
+
+/// Runs the event loop until @p done says so; false when it doesn't within @p ms. Without the
+/// pauses of QTest::qWaitFor, which would take most of the time of a thousand short exchanges.
+template <typename Condition>
+bool runUntil(Condition done, int ms = 20000)
+{
+    constexpr int tickMs = 20; // in which the time that is left is looked at
+    QTimer tick;
+    tick.start(tickMs);
+    QElapsedTimer time;
+    time.start();
+    while (!done()) {
+        if (time.elapsed() > ms) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
 
 /// The real transport, which also writes down what goes out through it.
 class RecordedPort : public SerialPort
@@ -68,6 +90,7 @@ public:
             port.data(), &SerialPortInterface::dataReady, this,
             [this] {
                 if (gatherMs > 0) {
+                    port->flush();
                     QThread::msleep(static_cast<unsigned long>(gatherMs));
                 }
             },
@@ -96,14 +119,14 @@ public:
 
     bool waitFor(const QString &event, int ms = 20000)
     {
-        return QTest::qWaitFor([&] { return events.contains(event); }, ms);
+        return runUntil([&] { return events.contains(event); }, ms);
     }
     bool waitForDone() { return waitFor(QStringLiteral("allJobsDone")); }
 
     /// Waits until the last job has used up its sends and stands still.
     bool waitForStall(int ms = 20000)
     {
-        return QTest::qWaitFor([&] { return isStalled(); }, ms);
+        return runUntil([&] { return isStalled(); }, ms);
     }
     bool isStalled() const
     {
@@ -152,7 +175,7 @@ public:
     QVector<int> memoryProgress;
     QVector<double> firmwareProgress;
     QByteArray image; ///< of the last memory read
-    int gatherMs = 0; ///< stops the event loop after each chunk, so that an answer comes whole
+    int gatherMs = 0; ///< stops the event loop after each chunk, so that the next one comes whole
     int hurryMs = 0;
 
 private:

@@ -393,7 +393,7 @@ void TestConversation::takesTwoLateAnswersInOneChunkForOne()
     QVERIFY(link.connectDevice());
     QVERIFY(link.simulator.fault("delay@show altitude:700"));
     link.handler.readValue(text("altitude"));
-    QVERIFY(QTest::qWaitFor([&] { return link.sends(text("show altitude")) == 2; }));
+    QVERIFY(runUntil([&] { return link.sends(text("show altitude")) == 2; }));
     link.port->flush();
     // Until both answers are there.
     QThread::msleep(350);

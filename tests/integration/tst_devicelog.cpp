@@ -142,7 +142,7 @@ void TestDeviceLog::canBeCancelledAndReadAgainAtOnce()
                 }
             });
     link.handler.readLog();
-    QVERIFY(QTest::qWaitFor([&] { return cancelled; }));
+    QVERIFY(runUntil([&] { return cancelled; }));
     QVERIFY(link.isIdle());
     QVERIFY(link.queue->jobs().isEmpty());
     QVERIFY(!link.events.contains(text("log")));
@@ -171,8 +171,8 @@ void TestDeviceLog::takesARowThatWasUnderWayAtTheCancelIntoTheNextRead()
                     }
                 });
         link.handler.readLog();
-        QVERIFY(QTest::qWaitFor([&] { return link.sends(text("log --read=2")) > 0; }));
-        QVERIFY(QTest::qWaitFor([&] { return link.isIdle(); }));
+        QVERIFY(runUntil([&] { return link.sends(text("log --read=2")) > 0; }));
+        QVERIFY(runUntil([&] { return link.isIdle(); }));
     }
     // Nothing is done against it: rows have no place of their own, and three rows are three rows.
     link.handler.readLog();
@@ -190,10 +190,10 @@ void TestDeviceLog::refusesASecondReadWhileReading()
     QVERIFY(link.start(text("--log-rows 50")));
     QVERIFY(link.connectDevice());
     link.handler.readLog();
-    QVERIFY(QTest::qWaitFor([&] { return link.logProgress.size() > 5; }));
+    QVERIFY(runUntil([&] { return link.logProgress.size() > 5; }));
     link.handler.readLog();
     QVERIFY(link.waitFor(text("log")));
-    QVERIFY(QTest::qWaitFor([&] { return link.isIdle(); }));
+    QVERIFY(runUntil([&] { return link.isIdle(); }));
     QCOMPARE(link.sends(text("log --count")), 1);
     QCOMPARE(link.events.count(text("log")), 1);
     compareWithDevice(link);
