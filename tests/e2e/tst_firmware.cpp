@@ -1,0 +1,373 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/e2e/toolfixture.h"
+#include "tests/support/testmain.h"
+
+namespace {
+
+constexpr int memoryBytes = 65535;
+
+const QLatin1String question("Are you sure you wish to continue?");
+const QLatin1String startTitle("Please wait while update starts");
+const QLatin1String manualTitle("Please reboot the device manually");
+const QLatin1String transferTitle("Updating firmware, please wait.");
+const QLatin1String failure("Firmware update failed due to unknown reason");
+
+/// Every byte value, the bootloader's answers and line ends among them.
+QByteArray bytes(int size)
+{
+    QByteArray all(size, '\0');
+    quint32 state = 12345;
+    for (char &byte : all) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<char>(state >> 24U);
+    }
+    return all;
+}
+
+} // namespace
+
+/// The three risky jobs: firmware, backup of the device's memory, and its restore.
+class TestFirmware : public ToolFixture
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { prepareApplication(); }
+    void init() { beginCase(); }
+    void cleanup() { endCase(); }
+
+    void refusedQuestionChangesNothing();
+    void emptyImageIsToldAndRemembered();
+    void missingImageIsTold();
+    void connectedDeviceIsUpdated();
+    void waitingDeviceIsUpdatedWithoutAConnect();
+    void withoutAPortNothingIsOpened();
+    void refusedBlockEndsTheUpdate();
+    void unansweredBlockEndsTheUpdate();
+    void lastBlockAnsweredByAStarAloneLeavesTheDialog();
+    void cancelledWaitForTheBootloaderEndsTheUpdate();
+    void cancelledTransferEndsTheUpdate();
+    void pollingStaysAwayUntilTheNextConnect();
+
+    void memoryIsBackedUpIntoAFile();
+    void cancelledBackupLeavesNoFile();
+    void cancelledFileDialogOfABackupChangesNothing();
+    void fileIsRestoredWithItsLengthInFront();
+    void cancelledRestoreStopsHalfWay();
+
+private:
+    QString imageFile(int size);
+    void chooseImage(const QString &path);
+    QByteArray received() { return contents(file(text("received.bin"))); }
+    QByteArray deviceMemory();
+    QPushButton *hiddenButton(const char *name) { return child<QPushButton>(name); }
+    QMetaObject::Connection atProgress(int percentage, const std::function<void()> &action);
+};
+
+QString TestFirmware::imageFile(int size)
+{
+    const QString path = file(text("image.bin"));
+    return write(path, bytes(size)) ? path : QString();
+}
+
+void TestFirmware::chooseImage(const QString &path)
+{
+    dialogs().answerBox(question, text("Yes"));
+    dialogs().answerFileDialog(text("Select firmware file"), path);
+}
+
+QByteArray TestFirmware::deviceMemory()
+{
+    return QByteArray::fromHex(device().control("memory").join());
+}
+
+QMetaObject::Connection TestFirmware::atProgress(int percentage,
+                                                 const std::function<void()> &action)
+{
+    const auto done = std::make_shared<bool>(false);
+    return connect(
+        bar(), &QProgressBar::valueChanged, bar(),
+        [=](int value) {
+            if (value >= percentage && !*done) {
+                *done = true;
+                action();
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void TestFirmware::refusedQuestionChangesNothing()
+{
+    QVERIFY(startConnected());
+    tool().controller.setMeasurementInterval(10);
+    dialogs().answerBox(question, text("No"));
+    QVERIFY(click("updateFirmwareButton"));
+    const int readings = storedReadings();
+    QTRY_VERIFY(storedReadings() > readings);
+}
+
+void TestFirmware::emptyImageIsToldAndRemembered()
+{
+    QVERIFY(startConnected());
+    const QString path = imageFile(0);
+    chooseImage(path);
+    dialogs().answerBox(text("Selected firmware is empty!"), text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QCOMPARE(rememberedValue("firmware path").toString(), path);
+    QCOMPARE(commandCount("reboot"), 0);
+}
+
+void TestFirmware::missingImageIsTold()
+{
+    QVERIFY(startConnected());
+    const QString path = imageFile(16);
+    dialogs().answerBox(question, text("Yes"));
+    dialogs().answerDialog(text("Select firmware file"), [=](QDialog *dialog) {
+        dialog->findChild<QLineEdit *>(text("fileNameEdit"))->setText(path);
+        QVERIFY(QFile::remove(path));
+        dialog->done(QDialog::Accepted);
+    });
+    dialogs().answerBox(text("Unable to open firmware!"), text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(!rememberedValue("firmware path").isValid());
+    QCOMPARE(commandCount("reboot"), 0);
+}
+
+void TestFirmware::connectedDeviceIsUpdated()
+{
+    constexpr int size = 1000; // not a multiple of a block
+    QVERIFY(startConnected({text("--image-size"), QString::number(size), text("--image"),
+                            file(text("received.bin"))}));
+    chooseImage(imageFile(size));
+    QStringList titles;
+    connect(waitDialog(), &QWidget::windowTitleChanged, this,
+            [&](const QString &title) { titles.append(title); });
+    QList<int> progress;
+    connect(bar(), &QProgressBar::valueChanged, this, [&](int value) { progress.append(value); });
+    dialogs().answerBox(text("Firmware updated"), text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QTRY_VERIFY(!isConnected());
+    QCOMPARE(titles, QStringList({QString(startTitle), QString(transferTitle)}));
+    QVERIFY(progress.size() > 10);
+    QVERIFY(!waitDialog()->isVisible());
+    QTRY_COMPARE(received(), bytes(size));
+    QTRY_VERIFY(!queue().serialPort()->isOpen());
+
+    QTRY_COMPARE(device().state("mode"), QByteArray("console"));
+    QVERIFY(connectByClick());
+}
+
+void TestFirmware::waitingDeviceIsUpdatedWithoutAConnect()
+{
+    constexpr int size = 64;
+    QVERIFY(startDevice({text("--image-size"), QString::number(size), text("--image"),
+                         file(text("received.bin")), text("--boot-wait"), text("2000")}));
+    QVERIFY(startTool());
+    chooseImage(imageFile(size));
+    // The person at the device takes its power away for a moment.
+    dialogs().answerDialog(manualTitle, [this](QDialog *) { device().control("restart"); });
+    dialogs().answerBox(text("Firmware updated"), text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QTRY_COMPARE(received(), bytes(size));
+    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+}
+
+void TestFirmware::withoutAPortNothingIsOpened()
+{
+    QVERIFY(startTool());
+    child<QComboBox>("serialPorts")->clear();
+    chooseImage(imageFile(16));
+    dialogs().answerBox(text("Unable to open serial port: "), text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(queue().serialPort().isNull());
+}
+
+void TestFirmware::refusedBlockEndsTheUpdate()
+{
+    QVERIFY(startConnected({text("--fault"), text("block-refused@3")}));
+    chooseImage(imageFile(400));
+    dialogs().answerBox(failure, text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(!queue().currentJob());
+    QVERIFY(queue().jobs().isEmpty());
+    // No block after the refused one.
+    QVERIFY(contents(file(text("journal"))).contains("block 3, 16 bytes"));
+    QVERIFY(!contents(file(text("journal"))).contains("block 4"));
+    QVERIFY(isConnected());
+}
+
+void TestFirmware::unansweredBlockEndsTheUpdate()
+{
+    QVERIFY(startConnected({text("--fault"), text("block-unanswered@2")}));
+    chooseImage(imageFile(400));
+    dialogs().answerBox(failure, text("OK"));
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(!queue().currentJob());
+    QVERIFY(!contents(file(text("journal"))).contains("block 3"));
+}
+
+void TestFirmware::lastBlockAnsweredByAStarAloneLeavesTheDialog()
+{
+    constexpr int size = 160;
+    QVERIFY(startConnected({text("--image-size"), QString::number(size), text("--image"),
+                            file(text("received.bin")), text("--fault"), text("final-star")}));
+    chooseImage(imageFile(size));
+    // Nothing says that it has ended: the full bar stays until someone cancels it.
+    bool stayed = false;
+    const auto watch = atProgress(100, [&] {
+        QTRY_COMPARE(received(), bytes(size));
+        QVERIFY(waitUntilQuiet());
+        stayed = waitDialog()->isVisible();
+        QVERIFY(press(cancelButton()));
+    });
+    QVERIFY(click("updateFirmwareButton"));
+    disconnect(watch);
+    QVERIFY(stayed);
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(isConnected());
+}
+
+void TestFirmware::cancelledWaitForTheBootloaderEndsTheUpdate()
+{
+    QVERIFY(startConnected({text("--reboot-ms"), text("60000")}));
+    chooseImage(imageFile(400));
+    dialogs().answerDialog(startTitle, [this](QDialog *) {
+        QTRY_COMPARE(queue().jobs().size(), 25);
+        QVERIFY(press(cancelButton()));
+    });
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(queue().jobs().isEmpty());
+    QVERIFY(!queue().currentJob());
+    QVERIFY(isConnected());
+}
+
+void TestFirmware::cancelledTransferEndsTheUpdate()
+{
+    QVERIFY(startConnected());
+    chooseImage(imageFile(16 * 500));
+    const auto watch = atProgress(20, [] { waitDialog()->close(); });
+    QVERIFY(click("updateFirmwareButton"));
+    disconnect(watch);
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(queue().jobs().isEmpty());
+    QVERIFY(!queue().currentJob());
+    QVERIFY(!contents(file(text("journal"))).contains("block 500"));
+}
+
+void TestFirmware::pollingStaysAwayUntilTheNextConnect()
+{
+    QVERIFY(startDevice({text("--image-idle-ms"), text("30")}));
+    QVERIFY(startTool());
+    tool().controller.setMeasurementInterval(10);
+    QVERIFY(connectByClick());
+    QTRY_VERIFY(storedReadings() > 2);
+    chooseImage(imageFile(16 * 500));
+    const auto watch = atProgress(20, [this] { QVERIFY(press(cancelButton())); });
+    QVERIFY(click("updateFirmwareButton"));
+    disconnect(watch);
+
+    QSignalSpy polls(&tool().controller, &MainWindowController::measurementPollStarted);
+    QTRY_COMPARE(device().state("mode"), QByteArray("console"));
+    QVERIFY(click("synchronizeButton"));
+    QVERIFY(waitUntilQuiet());
+    QVERIFY(polls.isEmpty());
+
+    QVERIFY(disconnectByClick());
+    QVERIFY(connectByClick());
+    QTRY_VERIFY(polls.size() > 2);
+}
+
+void TestFirmware::memoryIsBackedUpIntoAFile()
+{
+    QVERIFY(startConnected());
+    const QString path = file(text("backup.dat"));
+    QVERIFY(!hiddenButton("backupEepromButton")->isVisible());
+    QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
+    dialogs().answerFileDialog(text("Select where to write eeprom backup"), path);
+    hiddenButton("backupEepromButton")->click();
+    QTRY_COMPARE(contents(path).size(), 4 + memoryBytes);
+    QVERIFY(!waitDialog()->isVisible());
+    // The report of the last block closes the dialog, and that is a cancel which drops the very job
+    // that reports.
+    QCOMPARE(cancels.size(), 1);
+    QVERIFY(waitUntilQuiet());
+    QCOMPARE(commandCount("eeprom --read_block"), 1024);
+    QCOMPARE(contents(path).left(4), QByteArray("\x00\x00\xff\xff", 4));
+
+    // Each block goes where its number says, over all but the first byte of the one before.
+    const QByteArray memory = deviceMemory();
+    QByteArray image(memoryBytes, '\0');
+    for (int block = 0; block < 1024; ++block) {
+        image.replace(block, 64, memory.mid(block * 64, 64));
+    }
+    QCOMPARE(contents(path).mid(4), image);
+    QVERIFY(click("synchronizeButton"));
+    QVERIFY(waitUntilQuiet());
+    QVERIFY(isConnected());
+}
+
+void TestFirmware::cancelledBackupLeavesNoFile()
+{
+    QVERIFY(startConnected());
+    const QString path = file(text("backup.dat"));
+    dialogs().answerFileDialog(text("Select where to write eeprom backup"), path);
+    const auto watch = atProgress(10, [this] { QVERIFY(press(cancelButton())); });
+    hiddenButton("backupEepromButton")->click();
+    disconnect(watch);
+    QVERIFY(!waitDialog()->isVisible());
+    QVERIFY(waitUntilQuiet());
+    QVERIFY(!QFile::exists(path));
+    QCOMPARE(rememberedValue("eeprom filename").toString(), path);
+    QVERIFY(commandCount("eeprom --read_block") < 1024);
+}
+
+void TestFirmware::cancelledFileDialogOfABackupChangesNothing()
+{
+    QVERIFY(startConnected());
+    dialogs().answerDialog(text("Select where to write eeprom backup"),
+                           [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+    hiddenButton("backupEepromButton")->click();
+    QVERIFY(!queue().currentJob());
+    QVERIFY(!rememberedValue("eeprom filename").isValid());
+    QVERIFY(!waitDialog()->isVisible());
+}
+
+void TestFirmware::fileIsRestoredWithItsLengthInFront()
+{
+    QVERIFY(startConnected());
+    const QString path = file(text("backup.dat"));
+    const QByteArray image = QByteArray("\x00\x00\xff\xff", 4) + bytes(memoryBytes);
+    QVERIFY(write(path, image));
+    dialogs().answerFileDialog(text("Select eeprom backup file"), path);
+    hiddenButton("restoreEepromButton")->click();
+    QTRY_VERIFY(!waitDialog()->isVisible());
+    QVERIFY(waitUntilQuiet());
+    QCOMPARE(commandCount("eeprom --write_block"), 1024);
+    QCOMPARE(deviceMemory().size(), 65536);
+    QVERIFY(deviceMemory() == image.left(65536));
+}
+
+void TestFirmware::cancelledRestoreStopsHalfWay()
+{
+    QVERIFY(startConnected());
+    const QString path = file(text("backup.dat"));
+    const QByteArray image = bytes(65536);
+    QVERIFY(write(path, image));
+    dialogs().answerFileDialog(text("Select eeprom backup file"), path);
+    const auto watch = atProgress(10, [] { waitDialog()->close(); });
+    hiddenButton("restoreEepromButton")->click();
+    disconnect(watch);
+    QVERIFY(waitUntilQuiet());
+    QVERIFY(commandCount("eeprom --write_block") < 1024);
+    QVERIFY(deviceMemory().left(64 * 64) == image.left(64 * 64));
+    QVERIFY(deviceMemory() != image);
+}
+
+KV_TEST_MAIN(TestFirmware)
+#include "tst_firmware.moc"
