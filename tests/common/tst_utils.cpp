@@ -7,6 +7,7 @@
 #include <clocale>
 #include <cstring>
 #include <limits>
+#include <QtCore/QTextCodec>
 #include <QtCore/QTimeZone>
 
 namespace {
@@ -75,7 +76,10 @@ private slots:
     void writesTheLocalTime_data();
     void writesTheLocalTime();
     void leavesTheTimeEmptyWhenInvalid();
+    void writesTextInTheCodecOfTheLocale_data();
+    void writesTextInTheCodecOfTheLocale();
     void leavesTheErrorAloneOnSuccess();
+    void doesNotNoticeADiskThatIsFull();
     void reportsAFileThatCannotBeOpened_data();
     void reportsAFileThatCannotBeOpened();
 
@@ -92,6 +96,8 @@ private slots:
     void callsAFileWithoutTextEmpty_data();
     void callsAFileWithoutTextEmpty();
     void reportsAFileThatCannotBeRead();
+
+    void listsOfRowsAreKnownByName();
 
 private:
     QString path(const char *name) const { return m_dir->filePath(QLatin1String(name)); }
@@ -257,11 +263,41 @@ void TestUtils::leavesTheTimeEmptyWhenInvalid()
     QCOMPARE(csvOf({}, {{{1.0}, QDateTime()}}), QByteArray("\n,1\n"));
 }
 
+void TestUtils::writesTextInTheCodecOfTheLocale_data()
+{
+    QTest::addColumn<QByteArray>("codec");
+    QTest::addColumn<QByteArray>("csv");
+    QTest::addRow("UTF-8") << QByteArray("UTF-8") << QByteArray("NO2 (\xC2\xB5g/m\xC2\xB3)\n");
+    QTest::addRow("Latin-1") << QByteArray("ISO-8859-1") << QByteArray("NO2 (\xB5g/m\xB3)\n");
+}
+
+void TestUtils::writesTextInTheCodecOfTheLocale()
+{
+    QFETCH(QByteArray, codec);
+    QFETCH(QByteArray, csv);
+    QTextCodec *before = QTextCodec::codecForLocale();
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName(codec));
+    const QByteArray written = csvOf({QStringLiteral(u"NO2 (\u00B5g/m\u00B3)")}, {});
+    QTextCodec::setCodecForLocale(before);
+    QCOMPARE(written, csv);
+}
+
 void TestUtils::leavesTheErrorAloneOnSuccess()
 {
     QString error = QStringLiteral("before");
     QVERIFY(saveToCsv(path("a.csv"), {}, {}, error));
     QCOMPARE(error, QStringLiteral("before"));
+}
+
+void TestUtils::doesNotNoticeADiskThatIsFull()
+{
+    // More than any buffer on the way holds, and less.
+    for (const int rows : {100000, 1}) {
+        QString error = QStringLiteral("before");
+        QVERIFY(saveToCsv(QStringLiteral("/dev/full"), {QStringLiteral("a")},
+                          QVector<LogValue>(rows, LogValue{{1.5}, QDateTime()}), error));
+        QCOMPARE(error, QStringLiteral("before"));
+    }
 }
 
 void TestUtils::reportsAFileThatCannotBeOpened_data()
@@ -404,6 +440,14 @@ void TestUtils::reportsAFileThatCannotBeRead()
     QVERIFY(!readTextFile(path("missing.txt"), contents, error));
     QCOMPARE(error, systemText(ENOENT));
     QCOMPARE(contents, QStringLiteral("before"));
+}
+
+void TestUtils::listsOfRowsAreKnownByName()
+{
+    // Before the type itself is named here, which would register it as well.
+    const int type = QMetaType::type("QVector<LogValue>");
+    QVERIFY(type != QMetaType::UnknownType);
+    QCOMPARE(type, qMetaTypeId<QVector<LogValue>>());
 }
 
 KV_TEST_CORE_MAIN(TestUtils)

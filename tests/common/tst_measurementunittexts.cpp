@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "common/measurementtypeutils.h"
+#include "tests/support/testmain.h"
+
+#include <QtCore/QTranslator>
+
+namespace {
+
+constexpr int unitCount = 13;
+
+/// Puts @p prefix in front of every text of the context in which the units stand.
+class PrefixingTranslator : public QTranslator
+{
+public:
+    explicit PrefixingTranslator(const char *prefix)
+        : m_prefix(QString::fromLatin1(prefix))
+    {
+    }
+    QString translate(const char *context, const char *sourceText, const char *, int) const override
+    {
+        return qstrcmp(context, "QObject") == 0 ? m_prefix + QString::fromUtf8(sourceText)
+                                                : QString();
+    }
+    bool isEmpty() const override { return false; }
+
+private:
+    QString m_prefix;
+};
+
+QStringList unitTexts()
+{
+    QStringList texts;
+    for (int unit = 0; unit < unitCount; ++unit) {
+        texts << MeasurementTypeUtils::measurementUnitToString(static_cast<MeasurementUnit>(unit));
+    }
+    return texts;
+}
+
+} // namespace
+
+/// A program of its own, since the texts are made once in each.
+class TestMeasurementUnitTexts : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void keepTheLanguageOfTheFirstCall();
+};
+
+void TestMeasurementUnitTexts::keepTheLanguageOfTheFirstCall()
+{
+    PrefixingTranslator first("first ");
+    QVERIFY(QCoreApplication::installTranslator(&first));
+    // Any one text makes all of them.
+    QCOMPARE(MeasurementTypeUtils::measurementUnitToString(MeasurementUnit::Ppm),
+             QStringLiteral("first ppm"));
+    QCoreApplication::removeTranslator(&first);
+
+    const QStringList expected{QStringLiteral("first Undefined"),
+                               QStringLiteral(u"first \u00B0C"),
+                               QStringLiteral(u"first \u00B0F"),
+                               QStringLiteral("first ppb"),
+                               QStringLiteral("first ppm"),
+                               QStringLiteral(u"first \u00B5g/m\u00B3"),
+                               QStringLiteral("first mbar"),
+                               QStringLiteral("first %RH"),
+                               QStringLiteral(u"first \u00B0"),
+                               QString(), // nothing to translate
+                               QStringLiteral("first mm/h"),
+                               QStringLiteral("first m/s"),
+                               QStringLiteral("first W/m2")};
+    QCOMPARE(unitTexts(), expected);
+
+    PrefixingTranslator later("later ");
+    QVERIFY(QCoreApplication::installTranslator(&later));
+    QCOMPARE(QObject::tr("ppm"), QStringLiteral("later ppm"));
+    QCOMPARE(unitTexts(), expected);
+}
+
+KV_TEST_CORE_MAIN(TestMeasurementUnitTexts)
+#include "tst_measurementunittexts.moc"
