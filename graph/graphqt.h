@@ -20,7 +20,7 @@ public:
     explicit GraphQt(QWidget *parent = nullptr);
     ~GraphQt() override;
 
-    /// Does nothing: the chart redraws at the next turn of the event loop anyway.
+    /// Nothing to do for this back end.
     void beginUpdate();
 
     /// Stores the bounds of the time axis; they take effect at the next clear().
@@ -36,7 +36,7 @@ public:
     /// Draws @p series in the present chart; to be called after the first clear().
     void addSeries(const GraphSeries &series);
 
-    /// Does nothing, see beginUpdate().
+    /// Nothing to do for this back end.
     void endUpdate();
 
 private:

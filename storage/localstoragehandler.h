@@ -18,8 +18,9 @@ public:
     /// Opens the store in the file @p path.
     bool open(const QString &path);
 
-    /// Finds or adds the device with these @p details; measurements are its own from here on. On
-    /// failure there is no device.
+    /// Finds or adds the device with these @p details; measurements are its own from here on. The
+    /// device before is forgotten in any case: on failure there is none, unless the store gave an
+    /// id all the same.
     void setDevice(const DeviceDetails &details);
 
     /// Stores one reply of the device. It is dropped, with a warning, while there is no device.

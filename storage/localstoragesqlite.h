@@ -18,8 +18,9 @@ public:
     Q_DISABLE_COPY(LocalStorageSqlite)
 
     /// Opens the file @p path, making file and tables when there is no such file; its folder must
-    /// exist. An existing file is taken for a store unseen. False when the measurement types cannot
-    /// be read. May be called again, also with another path.
+    /// exist. An existing file is taken for a store unseen. False when the file cannot be opened, a
+    /// table cannot be made or the measurement types cannot be read; what was made until then
+    /// stays. May be called again, also with another path.
     bool open(const QString &path) override;
 
     void close() override;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QtCore/QString>
-#include <QtCore/QVector>
 
 /// One value of a measurement, under its raw name and in the unit that the device delivers.
 struct MeasurementValue

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QtCore/QString>
-#include <QtCore/QVector>
 
 /// How a setting's value is to be edited.
 enum class ConfigurationItemType {

@@ -3,7 +3,6 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
-#include <QtCore/QStringList>
 
 #include <algorithm>
 

@@ -84,7 +84,8 @@ public:
     bool showLatest();
 
 public slots:
-    /// Draws the device at @p index of the device list; ignored for an index out of range.
+    /// Reads and draws the device that stands in the device list. @p index only has to be in range
+    /// of that list, otherwise nothing happens.
     void selectDevice(int index);
 
 private slots:

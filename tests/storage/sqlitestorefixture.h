@@ -36,6 +36,9 @@ public:
 
     bool open() { return m_store->open(path()); }
 
+    /// Ends the store for good.
+    void end() { m_store.reset(); }
+
     /// Ends the store and begins with a new one, as the next start of the program does.
     void restart()
     {

@@ -57,6 +57,7 @@ private slots:
     void hasNoDeviceWhenAddingFails();
     void keepsTheIdThatAFailingStoreWrote();
     void startsEachRegistrationFromNoId();
+    void recordOfADeviceHasItsFieldsInOrder();
 };
 
 void TestLocalStorageHandler::hasNoDeviceAtFirst()
@@ -282,6 +283,17 @@ void TestLocalStorageHandler::startsEachRegistrationFromNoId()
     expectDevice(noId, "S2");
     handler.setDevice(device("S2"));
     QVERIFY(!handler.hasDevice());
+}
+
+void TestLocalStorageHandler::recordOfADeviceHasItsFieldsInOrder()
+{
+    const QDateTime first = QDateTime::fromSecsSinceEpoch(1, Qt::UTC);
+    const QDateTime last = QDateTime::fromSecsSinceEpoch(2, Qt::UTC);
+    const StoredDevice record{device("S1"), 7, first, last};
+    QCOMPARE(record.details.serialNumber, QStringLiteral("S1"));
+    QCOMPARE(record.id, 7U);
+    QCOMPARE(record.firstMeasurement, first);
+    QCOMPARE(record.lastMeasurement, last);
 }
 
 KV_TEST_CORE_MAIN(TestLocalStorageHandler)

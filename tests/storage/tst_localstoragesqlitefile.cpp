@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/fakes/recordingsqldriver.h"
 #include "tests/storage/sqlitestorefixture.h"
 #include "tests/support/testmain.h"
 
@@ -72,6 +73,7 @@ private slots:
     void cleanup() { m_fixture.reset(); }
 
     void usesTheDefaultConnectionWhileItLives();
+    void closesTheDatabaseWhenItEnds();
     void createsTheFourTables();
     void startsEmpty();
     void takesAnExistingFileAsItIs();
@@ -103,6 +105,9 @@ private slots:
     void returnsMeasurementsWithoutTheirValues();
     void reportsALockedFile();
 
+    void sendsEachStatementToTheLetter_data();
+    void sendsEachStatementToTheLetter();
+
 private:
     LocalStorageSqlite &store() { return m_fixture->store(); }
 
@@ -119,6 +124,15 @@ void TestLocalStorageSqliteFile::usesTheDefaultConnectionWhileItLives()
     QCOMPARE(QSqlDatabase::database().driverName(), QStringLiteral("QSQLITE"));
     QCOMPARE(QSqlDatabase::database().databaseName(), m_fixture->path());
     QVERIFY(QSqlDatabase::database().isOpen());
+}
+
+void TestLocalStorageSqliteFile::closesTheDatabaseWhenItEnds()
+{
+    QVERIFY(m_fixture->open());
+    const QSqlDatabase connection = QSqlDatabase::database();
+    QVERIFY(connection.isOpen());
+    m_fixture->end();
+    QVERIFY(!connection.isOpen());
 }
 
 void TestLocalStorageSqliteFile::createsTheFourTables()
@@ -566,6 +580,73 @@ void TestLocalStorageSqliteFile::reportsALockedFile()
     unsigned id = untouched;
     QVERIFY(store().addMeasurement(1, {}, id));
     QCOMPARE(id, 1U);
+}
+
+void TestLocalStorageSqliteFile::sendsEachStatementToTheLetter_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QString>("bound");
+    int index = 0;
+    const auto add = [&index](const char *text, const char *bound) {
+        QTest::addRow("%s", text) << index++ << QString::fromLatin1(bound);
+    };
+    for (const char *statement : schema) {
+        add(statement, "");
+    }
+    add("select id, name from measurement_type", "");
+    add("SELECT id,model, serial, sw_version, hw_version from device", "");
+    add("select device_id, min(timestamp), max(timestamp) from measurement_metadata "
+        "group by device_id",
+        "");
+    add("INSERT INTO device (model, serial, sw_version, hw_version) "
+        "VALUES (:model, :serial, :sw_version, :hw_version)",
+        ":model QString, :serial QString, :sw_version QString, :hw_version QString");
+    add("INSERT INTO measurement_metadata (timestamp, meas_state, device_id) "
+        "VALUES (:timestamp, :meas_state, :device_id)",
+        ":timestamp qlonglong, :meas_state int, :device_id uint");
+    add("INSERT INTO measurement_type (name) VALUES (:name)", ":name QString");
+    add("INSERT INTO measurement_value (measurement_id, measurement_type_id, value) "
+        "VALUES (:measurement_id, :measurement_type_id, :value)",
+        ":measurement_id uint, :measurement_type_id uint, :value double");
+    add("select id, name from measurement_type where id in "
+        "(select measurement_type_id from measurement_value where measurement_id in "
+        "(select id from measurement_metadata where device_id = :device_id))",
+        ":device_id uint");
+    add("select id, timestamp, meas_state from measurement_metadata where device_id = :device_id",
+        ":device_id uint");
+    add("select id, timestamp, meas_state from measurement_metadata where device_id = :device_id "
+        "and timestamp between :from and :to",
+        ":device_id uint, :from qlonglong, :to qlonglong");
+    add("select measurement_metadata.id, measurement_value.value, measurement_type.name "
+        "from measurement_value, measurement_type, measurement_metadata "
+        "where measurement_value.measurement_id = measurement_metadata.id "
+        "and measurement_type.id = measurement_value.measurement_type_id "
+        "and measurement_metadata.device_id = :device_id "
+        "and measurement_metadata.timestamp between :timestamp_from and :timestamp_to",
+        ":device_id uint, :timestamp_from qlonglong, :timestamp_to qlonglong");
+}
+
+void TestLocalStorageSqliteFile::sendsEachStatementToTheLetter()
+{
+    QFETCH(int, index);
+    QFETCH(QString, bound);
+    m_fixture.reset();
+    const RecordingSqlScope engine;
+    m_fixture.reset(new SqliteStoreFixture);
+    unsigned id = 0;
+    const QDateTime now = QDateTime::currentDateTime();
+    QVERIFY(m_fixture->open());
+    store().addDevice(DeviceDetails(), id);
+    store().addMeasurement(1, {MeasurementState::Ready, now}, id);
+    store().addMeasurementValues(1, {valid("T", 1.0)});
+    store().measurementTypes(1);
+    store().measurementMetadata(1);
+    store().measurements(now, now, 1);
+    m_fixture.reset();
+
+    QCOMPARE(engine.statements.size(), 15);
+    QCOMPARE(engine.statements.at(index).text, QString::fromLatin1(QTest::currentDataTag()));
+    QCOMPARE(engine.statements.at(index).bound.join(QLatin1String(", ")), bound);
 }
 
 KV_TEST_CORE_MAIN(TestLocalStorageSqliteFile)

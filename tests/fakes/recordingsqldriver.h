@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+#include <QtCore/QVector>
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlDriver>
+#include <QtSql/QSqlResult>
+
+/// One statement on its way to the engine: its text to the letter, and what was bound to it.
+struct RecordedStatement
+{
+    QString text;
+    QStringList bound; ///< "name type" for each place, with "not in" behind when it gives back
+};
+
+/// The query of a RecordingSqlDriver: every statement succeeds and has no rows.
+class RecordingSqlResult : public QSqlResult
+{
+public:
+    RecordingSqlResult(const QSqlDriver *driver, QVector<RecordedStatement> *statements)
+        : QSqlResult(driver)
+        , m_statements(statements)
+    {
+    }
+
+protected:
+    bool prepare(const QString &query) override
+    {
+        m_text = query;
+        return QSqlResult::prepare(query);
+    }
+    bool exec() override
+    {
+        RecordedStatement statement{m_text, {}};
+        for (int place = 0; place < boundValueCount(); ++place) {
+            statement.bound << boundValueName(place) + QLatin1Char(' ')
+                    + QLatin1String(boundValue(place).typeName())
+                    + (bindValueType(place) == QSql::In ? QString() : QStringLiteral(" not in"));
+        }
+        m_statements->append(statement);
+        setActive(true);
+        return true;
+    }
+    /// Ends here what comes past prepare().
+    bool reset(const QString &query) override
+    {
+        m_statements->append({QStringLiteral("not prepared: ") + query, {}});
+        return false;
+    }
+    QVariant data(int) override { return QVariant(); }
+    bool isNull(int) override { return true; }
+    bool fetch(int) override { return false; }
+    bool fetchFirst() override { return false; }
+    bool fetchLast() override { return false; }
+    int size() override { return -1; }
+    int numRowsAffected() override { return 0; }
+
+private:
+    QVector<RecordedStatement> *m_statements;
+    QString m_text;
+};
+
+/// A database engine that records statements and keeps nothing.
+class RecordingSqlDriver : public QSqlDriver
+{
+public:
+    explicit RecordingSqlDriver(QVector<RecordedStatement> *statements)
+        : m_statements(statements)
+    {
+    }
+    bool hasFeature(DriverFeature) const override { return false; }
+    bool open(const QString &, const QString &, const QString &, const QString &, int,
+              const QString &) override
+    {
+        setOpen(true);
+        setOpenError(false);
+        return true;
+    }
+    void close() override { setOpen(false); }
+    QSqlResult *createResult() const override { return new RecordingSqlResult(this, m_statements); }
+
+private:
+    QVector<RecordedStatement> *m_statements;
+};
+
+/// Stands in for the SQLite engine in all connections that are made within the scope.
+class RecordingSqlScope
+{
+public:
+    RecordingSqlScope()
+    {
+        QSqlDatabase::registerSqlDriver(QStringLiteral("QSQLITE"), new Creator(&statements));
+    }
+    ~RecordingSqlScope() { QSqlDatabase::registerSqlDriver(QStringLiteral("QSQLITE"), nullptr); }
+    Q_DISABLE_COPY(RecordingSqlScope)
+
+    QVector<RecordedStatement> statements; ///< all of them, in order
+
+private:
+    class Creator : public QSqlDriverCreatorBase
+    {
+    public:
+        explicit Creator(QVector<RecordedStatement> *statements)
+            : m_statements(statements)
+        {
+        }
+        QSqlDriver *createObject() const override { return new RecordingSqlDriver(m_statements); }
+
+    private:
+        QVector<RecordedStatement> *m_statements;
+    };
+};
