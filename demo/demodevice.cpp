@@ -16,7 +16,8 @@ QString DemoDevice::variable(const QString &name)
 QMap<QString, QString> DemoDevice::lastMeasurements()
 {
     QMap<QString, QString> values;
-    for (const QByteArray &pair : measurements()) {
+    const QList<QByteArray> pairs = measurements();
+    for (const QByteArray &pair : pairs) {
         const int equals = pair.indexOf('=');
         values.insert(QString::fromLatin1(pair.left(equals)),
                       QString::fromLatin1(pair.mid(equals + 1)));
@@ -27,7 +28,8 @@ QMap<QString, QString> DemoDevice::lastMeasurements()
 QStringList DemoDevice::log()
 {
     QStringList records;
-    for (const QByteArray &row : control("log")) {
+    const QList<QByteArray> rows = control("log");
+    for (const QByteArray &row : rows) {
         const int begin = row.indexOf('=') + 1;
         records.append(QString::fromLatin1(row.mid(begin, row.lastIndexOf('#') - begin)));
     }

@@ -16,7 +16,8 @@ constexpr int lookIntervalMs = 20;
 
 void pressButton(const QDialog *dialog, const QString &text)
 {
-    for (QAbstractButton *button : dialog->findChildren<QAbstractButton *>()) {
+    const QList<QAbstractButton *> buttons = dialog->findChildren<QAbstractButton *>();
+    for (QAbstractButton *button : buttons) {
         if (button->isVisible() && button->text().remove(QLatin1Char('&')) == text) {
             QTest::mouseClick(button, Qt::LeftButton);
             return;
@@ -27,7 +28,8 @@ void pressButton(const QDialog *dialog, const QString &text)
 void acceptFile(const QDialog *dialog)
 {
     const auto *const box = dialog->findChild<QDialogButtonBox *>();
-    for (QAbstractButton *button : box->buttons()) {
+    const QList<QAbstractButton *> buttons = box->buttons();
+    for (QAbstractButton *button : buttons) {
         if (box->buttonRole(button) == QDialogButtonBox::AcceptRole) {
             QTest::mouseClick(button, Qt::LeftButton);
             return;

@@ -73,7 +73,8 @@ bool Tour::waitUntil(const std::function<bool()> &condition, int timeoutMs)
 
 QWidget *Tour::dialog(const char *name)
 {
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
+    const QWidgetList widgets = QApplication::topLevelWidgets();
+    for (QWidget *widget : widgets) {
         if (widget->objectName() == QLatin1String(name)) {
             return widget;
         }

@@ -12,6 +12,24 @@ namespace {
 constexpr int jobTimeoutMs = 60000;
 constexpr int imageSize = 64 * 1024 + 5; // not a multiple of a block
 
+/// Tells a listener the values of the wait dialog's bar as long as it lives.
+class ProgressWatch
+{
+public:
+    ProgressWatch(const QWidget *waitDialog, const std::function<void(int)> &listener)
+    {
+        auto *const bar = waitDialog->findChild<QProgressBar *>();
+        // By the event loop: a listener may press Cancel, which must not happen inside the report.
+        m_connection =
+            QObject::connect(bar, &QProgressBar::valueChanged, bar, listener, Qt::QueuedConnection);
+    }
+    ~ProgressWatch() { QObject::disconnect(m_connection); }
+    Q_DISABLE_COPY(ProgressWatch)
+
+private:
+    QMetaObject::Connection m_connection;
+};
+
 QStringList lines(const QString &path)
 {
     QFile file(path);
@@ -54,21 +72,18 @@ bool Tour::readTheLog()
     return step(QStringLiteral("Read the log into a CSV file; the bar moves"),
                 [=] {
                     QList<int> progress;
-                    auto *const bar = dialog("WaitDialog")->findChild<QProgressBar *>();
-                    const auto watch =
-                        QObject::connect(bar, &QProgressBar::valueChanged,
-                                         [&progress](int value) { progress.append(value); });
+                    const ProgressWatch watch(dialog("WaitDialog"),
+                                              [&progress](int value) { progress.append(value); });
                     m_dialogs.answerFileDialog(QStringLiteral("Select where to save log to"), path);
                     click("readLogButton");
                     const bool saved = waitUntil([=] { return QFile::exists(path); }, jobTimeoutMs);
-                    QObject::disconnect(watch);
                     return saved && progress.size() > 10;
                 })
         && step(QStringLiteral("Every row of the file is the device's"), [=] {
                const QStringList device = m_device.log();
                QStringList expected(device.value(0));
-               for (const QString &record : device.mid(1)) {
-                   expected.append(csvLine(record));
+               for (int row = 1; row < device.size(); ++row) {
+                   expected.append(csvLine(device.at(row)));
                }
                return device.size() > 1 && lines(path) == expected;
            });
@@ -88,22 +103,17 @@ bool Tour::cancelALongJob()
     return step(QStringLiteral("Cancel the reading of a long log half-way"),
                 [=] {
                     auto *const wait = dialog("WaitDialog");
-                    auto *const bar = wait->findChild<QProgressBar *>();
                     QPushButton *const cancel =
                         wait->findChild<QPushButton *>(QStringLiteral("cancelButton"));
                     bool cancelled = false;
-                    const auto watch = QObject::connect(
-                        bar, &QProgressBar::valueChanged, bar,
-                        [&](int value) {
-                            if (value >= 50 && !cancelled) {
-                                cancelled = true;
-                                picture(QStringLiteral("log-half-read"), wait);
-                                QTest::mouseClick(cancel, Qt::LeftButton);
-                            }
-                        },
-                        Qt::QueuedConnection);
+                    const ProgressWatch watch(wait, [&](int value) {
+                        if (value >= 50 && !cancelled) {
+                            cancelled = true;
+                            picture(QStringLiteral("log-half-read"), wait);
+                            QTest::mouseClick(cancel, Qt::LeftButton);
+                        }
+                    });
                     click("readLogButton");
-                    QObject::disconnect(watch);
                     return cancelled && !wait->isVisible();
                 })
         && step(QStringLiteral("... and go on working"), [=] {
@@ -163,18 +173,14 @@ bool Tour::updateTheFirmware()
                     m_dialogs.answerBox(QStringLiteral("Firmware updated"), QStringLiteral("OK"));
                     auto *const wait = dialog("WaitDialog");
                     bool pictured = false;
-                    const auto watch = QObject::connect(
-                        wait->findChild<QProgressBar *>(), &QProgressBar::valueChanged, wait,
-                        [&](int value) {
-                            if (value >= 40 && !pictured) {
-                                pictured = true;
-                                picture(QStringLiteral("firmware"), wait);
-                            }
-                        },
-                        Qt::QueuedConnection);
+                    const ProgressWatch watch(wait, [&](int value) {
+                        if (value >= 40 && !pictured) {
+                            pictured = true;
+                            picture(QStringLiteral("firmware"), wait);
+                        }
+                    });
                     click("updateFirmwareButton");
                     const bool done = waitUntil([=] { return !isConnected(); }, jobTimeoutMs);
-                    QObject::disconnect(watch);
                     return done;
                 })
         && step(QStringLiteral("The device received it byte for byte"),

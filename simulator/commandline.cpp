@@ -127,7 +127,7 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
     commandLine.help = parser.helpText();
     commandLine.helpWanted = parser.isSet(help);
     if (!parser.positionalArguments().isEmpty()) {
-        error = text("unexpected argument ") + parser.positionalArguments().first();
+        error = text("unexpected argument ") + parser.positionalArguments().constFirst();
         return false;
     }
     if (!parseNumbers(parser, numbers, error)) {
@@ -146,10 +146,12 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
     if (parser.isSet(text("health"))) {
         device.health = parser.value(text("health")).toLatin1();
     }
-    for (const QString &name : parser.values(text("unavailable"))) {
+    const QStringList unavailable = parser.values(text("unavailable"));
+    for (const QString &name : unavailable) {
         device.unavailable += name.toLatin1();
     }
-    for (const QString &fault : parser.values(text("fault"))) {
+    const QStringList faults = parser.values(text("fault"));
+    for (const QString &fault : faults) {
         commandLine.faults += fault.toLatin1();
     }
     device.logOption = !parser.isSet(text("no-log-option"));

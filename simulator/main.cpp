@@ -59,7 +59,8 @@ int main(int argc, char *argv[])
     if (commandLine.control) {
         QObject::connect(&events, &Simulator::ProcessEvents::lineTyped, &application,
                          [&desk](const QByteArray &line) {
-                             for (const QByteArray &reply : desk.run(line)) {
+                             const QList<QByteArray> replies = desk.run(line);
+                             for (const QByteArray &reply : replies) {
                                  print(reply);
                              }
                          });

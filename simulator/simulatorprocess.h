@@ -108,7 +108,8 @@ public:
     /// A line of the desk's "state", such as mode, exchanges or port.
     QByteArray state(const QByteArray &name)
     {
-        for (const QByteArray &line : control("state")) {
+        const QList<QByteArray> lines = control("state");
+        for (const QByteArray &line : lines) {
             if (line.startsWith(name + '=')) {
                 return line.mid(name.size() + 1);
             }
