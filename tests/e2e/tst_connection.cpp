@@ -3,6 +3,7 @@
 #include "tests/support/testmain.h"
 
 #include "common/measurementtypeutils.h"
+#include "serial/serialportjob.h"
 #include "ui/configurationloader.h"
 
 class TestConnection : public ToolFixture
@@ -29,6 +30,7 @@ private slots:
     void portIsRemembered();
     void invalidReadingTakesItsRowUntilTheNextConnect();
     void deviceThatIsNotReadyIsRedUntilItIs();
+    void stateIsAskedForAlsoAfterADisconnect();
     void rememberedUnitsAreEmittedAtStart_data();
     void rememberedUnitsAreEmittedAtStart();
     void chosenUnitIsShownAndRemembered();
@@ -291,6 +293,27 @@ void TestConnection::deviceThatIsNotReadyIsRedUntilItIs()
     typeSetting("altitude", text("5"));
     QTRY_COMPARE(device().setting("altitude"), QByteArray("5"));
     QCOMPARE(commandCount("show meas_state"), 0);
+}
+
+void TestConnection::stateIsAskedForAlsoAfterADisconnect()
+{
+    QVERIFY(startConnected({text("--meas-state"), text("2")}));
+    QVERIFY(disconnectByClick());
+    QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
+    tool().controller.setMeasurementAvailabilityInterval(5);
+    QTRY_VERIFY(queue().currentJob());
+    // So that it is not sent again while this is looked at.
+    auto *const job = qobject_cast<SerialPortJob *>(queue().currentJob().data());
+    QVERIFY(job != nullptr);
+    job->setTimeout(waitMs);
+    QTRY_VERIFY(queue().jobs().size() >= 2);
+
+    device().control("meas-state 1");
+    tool().controller.setMeasurementAvailabilityInterval(waitMs);
+    QVERIFY(connectByClick());
+    QVERIFY(waitUntilQuiet());
+    QCOMPARE(child<QStatusBar>("statusBar")->currentMessage(),
+             text("Device is ready for measurements"));
 }
 
 void TestConnection::rememberedUnitsAreEmittedAtStart_data()

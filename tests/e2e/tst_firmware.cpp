@@ -47,7 +47,10 @@ private slots:
     void lastBlockAnsweredByAStarAloneLeavesTheDialog();
     void cancelledWaitForTheBootloaderEndsTheUpdate();
     void cancelledTransferEndsTheUpdate();
+    void pollingStaysAwayUntilTheNextConnect_data();
     void pollingStaysAwayUntilTheNextConnect();
+    void portThatDoesNotOpenIsWaitedForAllTheSame();
+    void updateAfterADisconnectTalksToTheClosedPort();
 
     void memoryIsBackedUpIntoAFile();
     void cancelledBackupLeavesNoFile();
@@ -260,17 +263,30 @@ void TestFirmware::cancelledTransferEndsTheUpdate()
     QVERIFY(!contents(file(text("journal"))).contains("block 500"));
 }
 
+void TestFirmware::pollingStaysAwayUntilTheNextConnect_data()
+{
+    QTest::addColumn<bool>("refused");
+    QTest::addRow("after a cancel") << false;
+    QTest::addRow("after a failure") << true;
+}
+
 void TestFirmware::pollingStaysAwayUntilTheNextConnect()
 {
+    QFETCH(bool, refused);
     QVERIFY(startDevice({text("--image-idle-ms"), text("30")}));
     QVERIFY(startTool());
     tool().controller.setMeasurementInterval(10);
     QVERIFY(connectByClick());
     QTRY_VERIFY(storedReadings() > 2);
     chooseImage(imageFile(16 * 500));
+    if (refused) {
+        QVERIFY(device().fault("block-refused@9"));
+        dialogs().answerBox(failure, text("OK"));
+    }
     const auto watch = atProgress(20, [this] { QVERIFY(press(cancelButton())); });
     QVERIFY(click("updateFirmwareButton"));
     disconnect(watch);
+    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
 
     QSignalSpy polls(&tool().controller, &MainWindowController::measurementPollStarted);
     QTRY_COMPARE(device().state("mode"), QByteArray("console"));
@@ -281,6 +297,37 @@ void TestFirmware::pollingStaysAwayUntilTheNextConnect()
     QVERIFY(disconnectByClick());
     QVERIFY(connectByClick());
     QTRY_VERIFY(polls.size() > 2);
+}
+
+void TestFirmware::portThatDoesNotOpenIsWaitedForAllTheSame()
+{
+    QVERIFY(startTool());
+    choosePort(text("/dev/pts/there-is-none"));
+    chooseImage(imageFile(100));
+    dialogs().answerBox(text("Unable to open port!"), text("OK"));
+    dialogs().answerDialog(manualTitle, [this](QDialog *) {
+        QVERIFY(queue().currentJob());
+        QVERIFY(press(cancelButton()));
+    });
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(!queue().currentJob());
+    QVERIFY(queue().jobs().isEmpty());
+}
+
+void TestFirmware::updateAfterADisconnectTalksToTheClosedPort()
+{
+    QVERIFY(startConnected());
+    QVERIFY(disconnectByClick());
+    chooseImage(imageFile(100));
+    QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
+    // The tool has been connected once, and that is what it goes by.
+    dialogs().answerDialog(startTitle, [this](QDialog *) { QVERIFY(press(cancelButton())); });
+    QVERIFY(click("updateFirmwareButton"));
+    QVERIFY(queue().jobs().isEmpty());
+    // The cancel leaves the restart waiting for its answer; the next connect sweeps it away.
+    QCOMPARE(queue().currentJob()->type(), SerialPortJobType::JobReboot);
+    QVERIFY(connectByClick());
+    QCOMPARE(commandCount("reboot"), 0);
 }
 
 void TestFirmware::memoryIsBackedUpIntoAFile()

@@ -38,6 +38,8 @@ private slots:
     void builtProgramReachesItsEventLoop();
     void badModelFileIsToldAndPassedOver_data();
     void badModelFileIsToldAndPassedOver();
+    void truncatedModelFileCountsAsFarAsItGoes();
+    void folderInPlaceOfTheModelFileIsTold();
     void connectWithoutAnyPortDoesNothing();
     void storeGoesToTheFirstFolderThatOpens();
     void rememberedFolderComesFirst();
@@ -156,6 +158,25 @@ void TestProgram::badModelFileIsToldAndPassedOver()
     QCOMPARE(run(text("close")),
              QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
     QCOMPARE(m_exitCode, 0);
+}
+
+void TestProgram::truncatedModelFileCountsAsFarAsItGoes()
+{
+    QFile file(path("work/settings.xml"));
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    const QByteArray all = file.readAll();
+    QVERIFY(file.resize(all.indexOf("<Device name=\"KVT-100\"") + 60));
+    file.close();
+    QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
+}
+
+void TestProgram::folderInPlaceOfTheModelFileIsTold()
+{
+    // Stands there, and can be read by nobody.
+    QVERIFY(QFile::remove(path("work/settings.xml")));
+    QVERIFY(QDir().mkdir(path("work/settings.xml")));
+    QCOMPARE(run(text("close")),
+             QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
 }
 
 void TestProgram::connectWithoutAnyPortDoesNothing()
