@@ -29,22 +29,31 @@ bool needsRestart(const Operation &operation)
 // The time-outs of the pair, in ms; 0: the job's own.
 int timeoutOf(Trouble trouble, const Operation &operation)
 {
-    constexpr int afterRestart = 1000; // the device is there again by then
-    constexpr int atOnce = 40;
-    constexpr int soon = 80;
-    constexpr int beforeLong = 300;
+    constexpr int deadLine = 40;
+    constexpr int noGoodAnswer = 100;
+    constexpr int oneBadAnswer = 200;
+    constexpr int roomy = 300; // for answers that are gathered, or come late on purpose
+    constexpr int afterRestart = 800; // the device is there again by then
     switch (trouble) {
-    case Trouble::SilenceOnce:
     case Trouble::LateAnswer:
+        return needsRestart(operation) ? afterRestart : roomy;
+    case Trouble::SilenceOnce:
     case Trouble::LostByte:
     case Trouble::FlippedBit:
     case Trouble::Nul:
-        return needsRestart(operation) ? afterRestart : beforeLong;
+        if (operation.kind == Operation::ReadLog) {
+            return roomy;
+        }
+        return needsRestart(operation) ? afterRestart : oneBadAnswer;
     case Trouble::HangUpBefore:
-        return atOnce;
+        return deadLine;
     case Trouble::SilenceAlways:
     case Trouble::HangUpDuring:
-        return soon;
+    case Trouble::ChecksumAlways:
+    case Trouble::WrongEntryAlways:
+    case Trouble::MalformedRecordAlways:
+    case Trouble::MalformedBlockAlways:
+        return noGoodAnswer;
     case Trouble::Delay:
     case Trouble::SingleBytes:
     case Trouble::Chatter:
@@ -54,7 +63,7 @@ int timeoutOf(Trouble trouble, const Operation &operation)
     case Trouble::HangUpAfter:
         return 0;
     default:
-        return beforeLong;
+        return roomy;
     }
 }
 
@@ -62,7 +71,7 @@ QByteArray faultOf(const TroubleInfo &info, const Operation &operation)
 {
     QByteArray fault = info.fault;
     if (info.trouble == Trouble::LateAnswer && needsRestart(operation)) {
-        fault = "delay@%c:1200";
+        fault = "delay@%c:1000";
     }
     // A colon would end the command.
     const QByteArray command = QByteArray(operation.command).split(':').first();
