@@ -11,8 +11,8 @@ private slots:
     void multipliesByTheFactor();
     void convertsCelsiusWithTheSinglePrecisionFactor_data();
     void convertsCelsiusWithTheSinglePrecisionFactor();
-    void convertsFahrenheitInTheOrderGiven_data();
-    void convertsFahrenheitInTheOrderGiven();
+    void convertsFahrenheitBySubtractingMultiplyingDividing_data();
+    void convertsFahrenheitBySubtractingMultiplyingDividing();
     void isNotItsOwnInverse();
 };
 
@@ -53,7 +53,7 @@ void TestConversionUtils::convertsCelsiusWithTheSinglePrecisionFactor()
     QVERIFY(ConversionUtils::celsiusToFahrenheit(celsius) == fahrenheit);
 }
 
-void TestConversionUtils::convertsFahrenheitInTheOrderGiven_data()
+void TestConversionUtils::convertsFahrenheitBySubtractingMultiplyingDividing_data()
 {
     QTest::addColumn<double>("fahrenheit");
     QTest::addColumn<double>("celsius");
@@ -64,7 +64,7 @@ void TestConversionUtils::convertsFahrenheitInTheOrderGiven_data()
     QTest::addRow("multiplied before divided") << 111.9 << 44.388888888888886;
 }
 
-void TestConversionUtils::convertsFahrenheitInTheOrderGiven()
+void TestConversionUtils::convertsFahrenheitBySubtractingMultiplyingDividing()
 {
     QFETCH(double, fahrenheit);
     QFETCH(double, celsius);

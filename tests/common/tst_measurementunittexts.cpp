@@ -1,31 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/measurementtypeutils.h"
+#include "tests/support/prefixingtranslator.h"
 #include "tests/support/testmain.h"
-
-#include <QtCore/QTranslator>
 
 namespace {
 
 constexpr int unitCount = 13;
-
-/// Puts @p prefix in front of every text of the context in which the units stand.
-class PrefixingTranslator : public QTranslator
-{
-public:
-    explicit PrefixingTranslator(const char *prefix)
-        : m_prefix(QString::fromLatin1(prefix))
-    {
-    }
-    QString translate(const char *context, const char *sourceText, const char *, int) const override
-    {
-        return qstrcmp(context, "QObject") == 0 ? m_prefix + QString::fromUtf8(sourceText)
-                                                : QString();
-    }
-    bool isEmpty() const override { return false; }
-
-private:
-    QString m_prefix;
-};
 
 QStringList unitTexts()
 {
@@ -49,13 +29,12 @@ private slots:
 
 void TestMeasurementUnitTexts::keepTheLanguageOfTheFirstCall()
 {
-    PrefixingTranslator first("first ");
-    QVERIFY(QCoreApplication::installTranslator(&first));
-    // Any one text makes all of them.
-    QCOMPARE(MeasurementTypeUtils::measurementUnitToString(MeasurementUnit::Ppm),
-             QStringLiteral("first ppm"));
-    QCoreApplication::removeTranslator(&first);
-
+    {
+        const PrefixingTranslator first("first ", "QObject");
+        // Any one text makes all of them.
+        QCOMPARE(MeasurementTypeUtils::measurementUnitToString(MeasurementUnit::Ppm),
+                 QStringLiteral("first ppm"));
+    }
     const QStringList expected{QStringLiteral("first Undefined"),
                                QStringLiteral(u"first \u00B0C"),
                                QStringLiteral(u"first \u00B0F"),
@@ -71,8 +50,7 @@ void TestMeasurementUnitTexts::keepTheLanguageOfTheFirstCall()
                                QStringLiteral("first W/m2")};
     QCOMPARE(unitTexts(), expected);
 
-    PrefixingTranslator later("later ");
-    QVERIFY(QCoreApplication::installTranslator(&later));
+    const PrefixingTranslator later("later ");
     QCOMPARE(QObject::tr("ppm"), QStringLiteral("later ppm"));
     QCOMPARE(unitTexts(), expected);
 }

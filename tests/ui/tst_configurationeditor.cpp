@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/prefixingtranslator.h"
 #include "tests/support/testmain.h"
 #include "ui/configurationeditor.h"
 #include "ui/configurationitemdelegate.h"
@@ -93,6 +94,7 @@ class TestConfigurationEditor : public QObject
 
 private slots:
     void startsWithThreeHeadersAndNoRows();
+    void headersStayAsTheyAreInAnyLanguage();
     void hasNoRowsForAnEmptyConfiguration();
     void listsTheSettingsInTheOrderOfTheFile();
     void showsNeitherGroupNorMeasurements();
@@ -140,6 +142,18 @@ void TestConfigurationEditor::startsWithThreeHeadersAndNoRows()
     QCOMPARE(editor.horizontalHeaderItem(Alias)->text(), QStringLiteral("Alias"));
     QCOMPARE(editor.horizontalHeaderItem(Value)->text(), QStringLiteral("Value"));
     QVERIFY(editor.configurationNames().isEmpty());
+}
+
+void TestConfigurationEditor::headersStayAsTheyAreInAnyLanguage()
+{
+    const PrefixingTranslator language("translated ");
+    ConfigurationEditor editor(nullptr);
+    for (int round = 0; round < 2; ++round) {
+        QCOMPARE(editor.horizontalHeaderItem(Name)->text(), QStringLiteral("Name"));
+        QCOMPARE(editor.horizontalHeaderItem(Alias)->text(), QStringLiteral("Alias"));
+        QCOMPARE(editor.horizontalHeaderItem(Value)->text(), QStringLiteral("Value"));
+        editor.setConfiguration(unsortedSettings());
+    }
 }
 
 void TestConfigurationEditor::hasNoRowsForAnEmptyConfiguration()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/prefixingtranslator.h"
 #include "tests/support/testmain.h"
 #include "ui/measurementtable.h"
 
@@ -57,6 +58,7 @@ class TestMeasurementTable : public QObject
 
 private slots:
     void startsWithTwoHeadersAndNoRows();
+    void translatesItsHeaders();
     void hasARowForEachMeasurementInTheirOrder();
     void keepsItsDataOnTheItems();
     void keepsItsHeadersAcrossARebuild();
@@ -92,6 +94,17 @@ void TestMeasurementTable::startsWithTwoHeadersAndNoRows()
     QCOMPARE(table.horizontalHeaderItem(0)->text(), QStringLiteral("Name"));
     QCOMPARE(table.horizontalHeaderItem(1)->text(), QStringLiteral("Value"));
     QVERIFY(!table.isSortingEnabled());
+}
+
+void TestMeasurementTable::translatesItsHeaders()
+{
+    const PrefixingTranslator language("translated ", "MeasurementTable");
+    MeasurementTable table(nullptr);
+    for (int round = 0; round < 2; ++round) {
+        QCOMPARE(table.horizontalHeaderItem(0)->text(), QStringLiteral("translated Name"));
+        QCOMPARE(table.horizontalHeaderItem(1)->text(), QStringLiteral("translated Value"));
+        table.setMeasurementItems({temperature});
+    }
 }
 
 void TestMeasurementTable::hasARowForEachMeasurementInTheirOrder()

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTranslator>
+
+/// A language that puts a prefix in front of every text, as long as the object lives.
+class PrefixingTranslator : public QTranslator
+{
+public:
+    /// Speaks in @p context only, or in every one without it.
+    explicit PrefixingTranslator(const char *prefix, const char *context = nullptr)
+        : m_prefix(QString::fromLatin1(prefix))
+        , m_context(context)
+    {
+        QCoreApplication::installTranslator(this);
+    }
+    ~PrefixingTranslator() override { QCoreApplication::removeTranslator(this); }
+
+    QString translate(const char *context, const char *sourceText, const char *, int) const override
+    {
+        const bool speaks = m_context == nullptr || qstrcmp(context, m_context) == 0;
+        return speaks ? m_prefix + QString::fromUtf8(sourceText) : QString();
+    }
+    bool isEmpty() const override { return false; }
+
+private:
+    QString m_prefix;
+    const char *m_context;
+};
