@@ -32,6 +32,8 @@ MainWindow::MainWindow(QWidget *parent)
     , m_waitDialog(nullptr)
     , m_graph(nullptr)
 {
+    // Listeners connect by name, and a queued one needs the name of the type too.
+    qRegisterMetaType<WaitDialogReason>("WaitDialogReason");
     m_ui->setupUi(this);
     showNamesInFull();
     connectWidgets();
@@ -236,16 +238,7 @@ void MainWindow::selectPortIndex(int index)
 
 void MainWindow::refreshPorts(const QString &preferredPort)
 {
-    QVector<Port> ports;
-    const QList<QSerialPortInfo> available = QSerialPortInfo::availablePorts();
-    for (const QSerialPortInfo &info : available) {
-        ports.append({info.portName(), info.description(), info.systemLocation()});
-    }
-    addPorts(ports, preferredPort);
-}
-
-void MainWindow::addPorts(QVector<Port> ports, const QString &preferredPort)
-{
+    QVector<Port> ports = availablePorts();
     // By code units, so that COM10 stands before COM2.
     std::sort(ports.begin(), ports.end(),
               [](const Port &left, const Port &right) { return left.name < right.name; });
@@ -259,6 +252,16 @@ void MainWindow::addPorts(QVector<Port> ports, const QString &preferredPort)
         ++index;
     }
     selectPortIndex(selected);
+}
+
+QVector<MainWindow::Port> MainWindow::availablePorts()
+{
+    QVector<Port> ports;
+    const QList<QSerialPortInfo> infos = QSerialPortInfo::availablePorts();
+    for (const QSerialPortInfo &info : infos) {
+        ports.append({info.portName(), info.description(), info.systemLocation()});
+    }
+    return ports;
 }
 
 void MainWindow::setConfiguration(const DeviceConfiguration &configuration)

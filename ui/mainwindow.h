@@ -54,7 +54,9 @@ public:
     void addPort(const QString &label, const QString &location) override;
     void selectPortIndex(int index) override;
 
-    /// Appends the machine's ports; meant to be called once, as it clears nothing.
+    /// Appends the machine's ports by name and selects the last one whose name occurs in
+    /// @p preferredPort, otherwise the first of the list. Meant to be called once, as it clears
+    /// nothing.
     void refreshPorts(const QString &preferredPort) override;
     void setConfiguration(const DeviceConfiguration &configuration) override;
     void setMeasurementItems(const QVector<MeasurementItem> &items) override;
@@ -96,8 +98,8 @@ signals:
     void exportLocalMeasurementsToCsvClicked();
     void synchronizeClockClicked();
 
-    /// A unit selector stands at @p index. Comes twice when the operation changed it: from the
-    /// selector, then from the operation.
+    /// @p index is the unit selector's when the user or the operation changed it, and then once
+    /// more what the operation asked for, whether or not the selector knows such an index.
     void pollutantUnitIndexChanged(int index);
     void temperatureUnitIndexChanged(int index);
     void graphDialogClosed();
@@ -114,9 +116,8 @@ protected:
         QString location; ///< what the port is opened by
     };
 
-    /// Appends @p ports by name and selects the last one whose name occurs in @p preferredPort,
-    /// otherwise the first of the list.
-    void addPorts(QVector<Port> ports, const QString &preferredPort);
+    /// The ports of this machine, in any order. Tests have others.
+    virtual QVector<Port> availablePorts();
 
     void closeEvent(QCloseEvent *event) override;
 

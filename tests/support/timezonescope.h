@@ -5,6 +5,9 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QtGlobal>
 
+/// Eastern Europe, with its summer time, in the form that needs no data of the system's.
+inline constexpr const char *easternEurope = "EET-2EEST,M3.5.0/3,M10.5.0/4";
+
 /// Lets the process live in another time zone until the end of the scope.
 class TimeZoneScope
 {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/testmain.h"
+#include "tests/support/timezonescope.h"
 #include "ui/mainwindow.h"
 
-#include <ctime>
+#include <optional>
 #include <QtCore/QMetaMethod>
 #include <QtSerialPort/QSerialPortInfo>
 #include <QtWidgets/QComboBox>
@@ -19,7 +20,7 @@ QString text(const char *utf8)
     return QString::fromUtf8(utf8);
 }
 
-/// The window with its port list open to ports that this machine needn't have.
+/// The window on a machine with other serial ports.
 class Window : public MainWindow
 {
 public:
@@ -27,15 +28,24 @@ public:
         : MainWindow(nullptr)
     {
     }
-    void addPortsFrom(const QStringList &ports, const QString &preferredPort)
+    /// From here on the machine has these: "name" or "name|description".
+    void setMachinePorts(const QStringList &ports)
     {
-        QVector<Port> list;
+        m_machinePorts.emplace();
         for (const QString &port : ports) {
             const QStringList parts = port.split(QLatin1Char('|'));
-            list.append({parts[0], parts.value(1), QLatin1String("at ") + parts[0]});
+            m_machinePorts->append({parts[0], parts.value(1), QLatin1String("at ") + parts[0]});
         }
-        addPorts(list, preferredPort);
     }
+
+protected:
+    QVector<Port> availablePorts() override
+    {
+        return m_machinePorts ? *m_machinePorts : MainWindow::availablePorts();
+    }
+
+private:
+    std::optional<QVector<Port>> m_machinePorts;
 };
 
 /// Notes the signals of a window by name, in the order of their coming.
@@ -108,6 +118,7 @@ class TestMainWindow : public QObject
 private slots:
     void init();
 
+    void waitDialogReasonIsKnownByName();
     void buttonsSayWhatTheUserWants_data();
     void buttonsSayWhatTheUserWants();
     void connectCarriesTheLocationOfThePort();
@@ -152,14 +163,21 @@ private:
     }
     void click(const char *name) { QTest::mouseClick(child<QPushButton>(name), Qt::LeftButton); }
 
+    const TimeZoneScope m_zone{easternEurope};
     QScopedPointer<Window> m_window;
 };
 
 void TestMainWindow::init()
 {
-    qputenv("TZ", "EET-2EEST,M3.5.0/3,M10.5.0/4");
-    tzset();
     m_window.reset(new Window);
+}
+
+void TestMainWindow::waitDialogReasonIsKnownByName()
+{
+    // Comes first: whoever names the type in the code registers it as well.
+    const int type = QMetaType::type("WaitDialogReason");
+    QVERIFY(type != QMetaType::UnknownType);
+    QCOMPARE(type, qMetaTypeId<WaitDialogReason>());
 }
 
 void TestMainWindow::buttonsSayWhatTheUserWants_data()
@@ -236,28 +254,35 @@ void TestMainWindow::selectorsReportTheirIndex()
 void TestMainWindow::settingAUnitReportsTwiceOrOnce_data()
 {
     QTest::addColumn<int>("index");
-    QTest::addColumn<int>("reports");
-    QTest::addRow("new index") << 1 << 2;
-    QTest::addRow("present index") << 0 << 1;
+    QTest::addColumn<QVector<int>>("reports");
+    QTest::addColumn<int>("shown");
+    QTest::addRow("new index") << 1 << QVector<int>{1, 1} << 1;
+    QTest::addRow("present index") << 0 << QVector<int>{0} << 0;
+    // The selector then stands at none, and says so; the operation says what it was asked.
+    QTest::addRow("index beyond the list") << 2 << QVector<int>{-1, 2} << -1;
+    QTest::addRow("no index") << -1 << QVector<int>{-1, -1} << -1;
 }
 
 void TestMainWindow::settingAUnitReportsTwiceOrOnce()
 {
     QFETCH(int, index);
-    QFETCH(int, reports);
-    QSignalSpy pollutant(m_window.data(), &MainWindow::pollutantUnitIndexChanged);
-    QSignalSpy temperatures(m_window.data(), &MainWindow::temperatureUnitIndexChanged);
+    QFETCH(QVector<int>, reports);
+    QFETCH(int, shown);
+    QVector<int> pollutant;
+    QVector<int> temperatures;
+    connect(m_window.data(), &MainWindow::pollutantUnitIndexChanged, this,
+            [&](int reported) { pollutant << reported; });
+    connect(m_window.data(), &MainWindow::temperatureUnitIndexChanged, this,
+            [&](int reported) { temperatures << reported; });
     m_window->setPollutantUnitIndex(index);
-    QCOMPARE(pollutant.size(), reports);
-    QCOMPARE(pollutant.last().value(0).toInt(), index);
-    QCOMPARE(temperatures.size(), 0);
-    QCOMPARE(child<QComboBox>("unit")->currentIndex(), index);
+    QCOMPARE(pollutant, reports);
+    QCOMPARE(temperatures, QVector<int>());
+    QCOMPARE(child<QComboBox>("unit")->currentIndex(), shown);
 
     m_window->setTemperatureUnitIndex(index);
-    QCOMPARE(temperatures.size(), reports);
-    QCOMPARE(temperatures.last().value(0).toInt(), index);
-    QCOMPARE(pollutant.size(), reports);
-    QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), index);
+    QCOMPARE(temperatures, reports);
+    QCOMPARE(pollutant, reports);
+    QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), shown);
 }
 
 void TestMainWindow::editsAreRelayed()
@@ -518,7 +543,8 @@ void TestMainWindow::portsAreListed()
     QFETCH(QString, preferred);
     QFETCH(QStringList, labels);
     QFETCH(int, selected);
-    m_window->addPortsFrom(ports, preferred);
+    m_window->setMachinePorts(ports);
+    m_window->refreshPorts(preferred);
     auto *list = child<QComboBox>("serialPorts");
     QStringList shown;
     for (int i = 0; i < list->count(); ++i) {
@@ -547,8 +573,9 @@ void TestMainWindow::refreshedPortsAreTheMachines()
 void TestMainWindow::refreshingAppends()
 {
     m_window->addPort(text("demo"), text("/dev/demo"));
-    m_window->addPortsFrom({text("COM2")}, QString());
-    m_window->addPortsFrom({text("COM2")}, QString());
+    m_window->setMachinePorts({text("COM2")});
+    m_window->refreshPorts(QString());
+    m_window->refreshPorts(QString());
     QCOMPARE(child<QComboBox>("serialPorts")->count(), 3);
 }
 
