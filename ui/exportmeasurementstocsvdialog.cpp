@@ -22,8 +22,10 @@ ExportMeasurementsToCsvDialog::ExportMeasurementsToCsvDialog(LocalStorage *local
     m_ui->setupUi(this);
     connect(m_ui->deviceComboBox, qOverload<int>(&QComboBox::currentIndexChanged), this,
             &ExportMeasurementsToCsvDialog::onDeviceChanged);
-    m_ui->exportDateTimeFrom->setDateTime(QDateTime::currentDateTime());
-    m_ui->exportDateTimeTo->setDateTime(QDateTime::currentDateTime());
+    // One moment for both, so that a dialog accepted at once covers nothing.
+    const QDateTime now = QDateTime::currentDateTime();
+    m_ui->exportDateTimeFrom->setDateTime(now);
+    m_ui->exportDateTimeTo->setDateTime(now);
 }
 
 ExportMeasurementsToCsvDialog::~ExportMeasurementsToCsvDialog() = default;

@@ -410,6 +410,9 @@ GraphSeries MeasurementGraph::buildSeries(const QString &name) const
 
 void MeasurementGraph::onClearClicked()
 {
+    if (m_updating) {
+        return;
+    }
     m_updating = true;
     for (int row = 0; row < m_ui->list->count(); ++row) {
         m_ui->list->item(row)->setCheckState(Qt::Unchecked);

@@ -3,10 +3,10 @@
 
 #include "graph/graph.h"
 #include "tests/fakes/fakelocalstorage.h"
+#include "tests/support/timezonescope.h"
 #include "ui/graphsettings.h"
 #include "ui/measurementgraph.h"
 
-#include <ctime>
 #include <QtCharts/QLineSeries>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
@@ -44,16 +44,9 @@ public:
         return result;
     }
 
-    static void setTimeZone(const char *zone)
-    {
-        qputenv("TZ", zone);
-        tzset();
-    }
-
-    /// Makes everything new, in a time zone that is not UTC, so that a forgotten conversion shows.
+    /// Makes everything new.
     void reset()
     {
-        setTimeZone("EET-2EEST,M3.5.0/3,M10.5.0/4");
         m_store.reset(new FakeLocalStorage);
         m_store->devicesResult = {device(7, text("KV-310"), text("S1")),
                                   device(9, text("KV-500"), text("S2"))};
@@ -137,6 +130,8 @@ public:
     /// How often the store was read.
     int reads() { return m_store->count(QStringLiteral("measurements")); }
 
+    /// Not that of UTC, so that a forgotten conversion shows.
+    const TimeZoneScope m_zone{easternEurope};
     static constexpr int nameRole = Qt::UserRole + 2;
     QScopedPointer<FakeLocalStorage> m_store;
     QScopedPointer<MeasurementGraph> m_graph;

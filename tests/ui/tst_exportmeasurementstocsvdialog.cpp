@@ -2,9 +2,10 @@
 #include "tests/fakes/fakelocalstorage.h"
 #include "tests/support/forms.h"
 #include "tests/support/testmain.h"
+#include "tests/support/timezonescope.h"
 #include "ui/exportmeasurementstocsvdialog.h"
+#include "ui/exportselection.h"
 
-#include <ctime>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QDialogButtonBox>
@@ -42,9 +43,9 @@ class TestExportMeasurementsToCsvDialog : public QObject
 private slots:
     void init();
 
-    void windowIsAsGiven();
-    void rowsAreAsGiven_data();
-    void rowsAreAsGiven();
+    void windowHasItsNameTitleSizeAndLayout();
+    void rowsPairLabelsWithFields_data();
+    void rowsPairLabelsWithFields();
     void buttonsAcceptAndReject();
     void tabGoesFromTopToBottom();
     void textsAreTranslatedInTheDialogsContext();
@@ -65,6 +66,7 @@ private slots:
     void nothingCheckedIsAnEmptyMap();
     void emptyStoreHasDeviceZeroAndNoTypes();
     void keepsAFileName();
+    void recordOfASelectionHasItsFieldsInOrder();
 
 private:
     template <typename T>
@@ -74,14 +76,13 @@ private:
     }
     QListWidgetItem *type(int row) { return child<QListWidget>("measurementTypeList")->item(row); }
 
+    const TimeZoneScope m_zone{easternEurope};
     FakeLocalStorage m_store;
     QScopedPointer<ExportMeasurementsToCsvDialog> m_dialog;
 };
 
 void TestExportMeasurementsToCsvDialog::init()
 {
-    qputenv("TZ", "EET-2EEST,M3.5.0/3,M10.5.0/4");
-    tzset();
     m_store = FakeLocalStorage();
     m_store.devicesResult = {device(7, "KV-310", "S1"), device(9, "KV-500", "S2")};
     m_store.measurementTypesByDevice = {{7, {{4, text("A1")}, {2, text("A0")}}},
@@ -93,7 +94,7 @@ void TestExportMeasurementsToCsvDialog::init()
           1.0}});
 }
 
-void TestExportMeasurementsToCsvDialog::windowIsAsGiven()
+void TestExportMeasurementsToCsvDialog::windowHasItsNameTitleSizeAndLayout()
 {
     QCOMPARE(m_dialog->objectName(), text("ExportMeasurementsToCsvDialog"));
     QCOMPARE(m_dialog->windowTitle(), text("Select measurements to export"));
@@ -102,7 +103,7 @@ void TestExportMeasurementsToCsvDialog::windowIsAsGiven()
     QCOMPARE(contentsOf(m_dialog->layout()), (QStringList{text("formLayout"), text("buttonBox")}));
 }
 
-void TestExportMeasurementsToCsvDialog::rowsAreAsGiven_data()
+void TestExportMeasurementsToCsvDialog::rowsPairLabelsWithFields_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<QString>("label");
@@ -117,7 +118,7 @@ void TestExportMeasurementsToCsvDialog::rowsAreAsGiven_data()
         << 3 << text("label_4") << text("Measurement types") << text("QListWidget");
 }
 
-void TestExportMeasurementsToCsvDialog::rowsAreAsGiven()
+void TestExportMeasurementsToCsvDialog::rowsPairLabelsWithFields()
 {
     QFETCH(int, row);
     QFETCH(QString, label);
@@ -191,8 +192,7 @@ void TestExportMeasurementsToCsvDialog::periodStartsAtThePresentMoment()
     const QDateTime after = QDateTime::currentDateTimeUtc();
     QVERIFY(dialog.fromDate() >= before);
     QVERIFY(dialog.fromDate() <= after);
-    QVERIFY(dialog.toDate() >= dialog.fromDate());
-    QVERIFY(dialog.toDate() <= after);
+    QCOMPARE(dialog.toDate(), dialog.fromDate());
 }
 
 void TestExportMeasurementsToCsvDialog::periodIsLocalOnScreenAndUtcOutside_data()
@@ -333,6 +333,18 @@ void TestExportMeasurementsToCsvDialog::keepsAFileName()
     QVERIFY(m_dialog->fileName().isEmpty());
     m_dialog->setFileName(text("export.csv"));
     QCOMPARE(m_dialog->fileName(), text("export.csv"));
+}
+
+void TestExportMeasurementsToCsvDialog::recordOfASelectionHasItsFieldsInOrder()
+{
+    const QDateTime from(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+    const QDateTime to = from.addDays(1);
+    const QMap<unsigned, QString> types{{2, text("A0")}};
+    const ExportSelection record{from, to, 7, types};
+    QCOMPARE(record.from, from);
+    QCOMPARE(record.to, to);
+    QCOMPARE(record.deviceId, 7U);
+    QCOMPARE(record.measurementTypes, types);
 }
 
 KV_TEST_MAIN(TestExportMeasurementsToCsvDialog)

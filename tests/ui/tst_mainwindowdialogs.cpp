@@ -10,6 +10,7 @@
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QDoubleSpinBox>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QListWidget>
@@ -40,6 +41,19 @@ void inNextDialog(const std::function<void(T *)> &steps)
         }
     });
 }
+
+/// A store that lets the test look around each time the measurements are read.
+class WatchedStore : public FakeLocalStorage
+{
+public:
+    QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
+                                            unsigned deviceId) override
+    {
+        onRead();
+        return FakeLocalStorage::measurements(from, to, deviceId);
+    }
+    std::function<void()> onRead;
+};
 
 template <typename T>
 T *topLevel()
@@ -84,6 +98,7 @@ private slots:
     void progressReachesTheBar();
 
     void acceptedExportFillsTheSelection();
+    void exportAcceptedAtOnceCoversNothing();
     void cancelledExportChangesNothing();
     void exportSelectsTheConnectedDevice();
 
@@ -95,6 +110,7 @@ private slots:
     void reopenedGraphCorrectsItsTicks();
     void everyMeasurementReadsTheStoreForTheGraph();
     void unitsReachTheGraph();
+    void tableShowsItBeforeTheGraphReads();
     void closingTheGraphIsReported_data();
     void closingTheGraphIsReported();
 
@@ -405,6 +421,22 @@ void TestMainWindowDialogs::acceptedExportFillsTheSelection()
     QVERIFY(topLevel<ExportMeasurementsToCsvDialog>() == nullptr);
 }
 
+void TestMainWindowDialogs::exportAcceptedAtOnceCoversNothing()
+{
+    inNextDialog<ExportMeasurementsToCsvDialog>([](ExportMeasurementsToCsvDialog *dialog) {
+        auto *buttons = dialog->findChild<QDialogButtonBox *>();
+        QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
+    });
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    ExportSelection selection;
+    QVERIFY(m_window->showExportDialog(DeviceDetails(), &m_store, m_items, &selection));
+    QVERIFY(selection.from >= before);
+    QVERIFY(selection.from <= QDateTime::currentDateTimeUtc());
+    QCOMPARE(selection.to, selection.from);
+    QCOMPARE(selection.deviceId, 7U);
+    QCOMPARE(selection.measurementTypes, m_store.measurementTypesResult);
+}
+
 void TestMainWindowDialogs::cancelledExportChangesNothing()
 {
     inNextDialog<ExportMeasurementsToCsvDialog>(
@@ -559,6 +591,24 @@ void TestMainWindowDialogs::unitsReachTheGraph()
     const auto *chart = graph()->findChild<GraphQt *>()->chart();
     QCOMPARE(chart->series().first()->name(), text("Air (°F)"));
     QCOMPARE(graph()->findChild<QListWidget *>()->item(0)->text(), text("Air (°F)"));
+}
+
+void TestMainWindowDialogs::tableShowsItBeforeTheGraphReads()
+{
+    WatchedStore store;
+    QStringList shown;
+    store.onRead = [&] {
+        const auto *table = m_window->findChild<QTableWidget *>(text("measurements"));
+        shown << table->item(0, 1)->text();
+    };
+    m_window->setMeasurementItems(m_items);
+    m_window->showGraph(DeviceDetails(), &store, m_items, MeasurementDisplayOptions(), m_settings);
+    m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 10.0}});
+    MeasurementDisplayOptions options;
+    options.temperatureInCelsius = false;
+    m_window->setDisplayOptions(options);
+    QCOMPARE(shown, (QStringList{QString(), text("10 °C"), text("50 °F")}));
+    m_window.reset();
 }
 
 void TestMainWindowDialogs::closingTheGraphIsReported_data()

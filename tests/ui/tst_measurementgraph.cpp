@@ -33,12 +33,14 @@ private slots:
     void everyOccurrenceGoesWithTheTick();
     void tickingDrawsFromMemory();
     void clearButtonUnticksAll();
+    void ticksAndTheClearButtonDoNothingWhileLoading();
     void applyingASelectionFollowsBoxByBox();
     void linesCarryEveryPoint();
     void namesOfLaterRowsHaveNoLine();
     void drawsWhereThePointsAre();
     void changeOfUnitsRenamesAndConverts();
     void aThousandRefreshesLeaveOneChart();
+    void recordOfTheSettingsHasItsFieldsInOrder();
 };
 
 void TestMeasurementGraph::unknownNamesHaveTheSameColoursInEachRun()
@@ -310,6 +312,28 @@ void TestMeasurementGraph::clearButtonUnticksAll()
     QCOMPARE(chart()->series().size(), 1);
 }
 
+void TestMeasurementGraph::ticksAndTheClearButtonDoNothingWhileLoading()
+{
+    m_settings.measurementTypes = QStringList{text("A0")};
+    open();
+    m_graph->beginLoading();
+    const QPointer<QObject> drawn = chart();
+    tick("A1");
+    listItem("A0")->setCheckState(Qt::Unchecked);
+    QCOMPARE(m_graph->selectedMeasurements(), QStringList{text("A0")});
+    child<QPushButton>("buttonClear")->click();
+    QCOMPARE(m_graph->selectedMeasurements(), QStringList{text("A0")});
+    QCOMPARE(listItem("A1")->checkState(), Qt::Checked);
+    m_graph->refresh();
+    QCOMPARE(reads(), 1);
+    QCOMPARE(static_cast<QObject *>(chart()), drawn.data());
+
+    // What was chosen before shows again.
+    m_graph->endLoading();
+    QCOMPARE(listItem("A0")->checkState(), Qt::Checked);
+    QCOMPARE(listItem("A1")->checkState(), Qt::Unchecked);
+}
+
 void TestMeasurementGraph::applyingASelectionFollowsBoxByBox()
 {
     m_settings.measurementTypes = QStringList{text("A0"), text("Z9")};
@@ -402,6 +426,18 @@ void TestMeasurementGraph::aThousandRefreshesLeaveOneChart()
     }
     QCOMPARE(scene->items().size(), items);
     QCOMPARE(m_graph->findChildren<QObject *>().size(), objects);
+}
+
+void TestMeasurementGraph::recordOfTheSettingsHasItsFieldsInOrder()
+{
+    const GraphSettings record{start, end, {text("A0")}, true, false, 1.0, 2.0};
+    QCOMPARE(record.from, start);
+    QCOMPARE(record.to, end);
+    QCOMPARE(record.measurementTypes, QStringList{text("A0")});
+    QVERIFY(record.manualRange);
+    QVERIFY(!record.showLatest);
+    QCOMPARE(record.minimum, 1.0);
+    QCOMPARE(record.maximum, 2.0);
 }
 
 KV_TEST_MAIN(TestMeasurementGraph)

@@ -204,8 +204,7 @@ void TestMeasurementGraphAxes::periodIsLocalOnScreenAndUtcOutside()
     QFETCH(QByteArray, zone);
     QFETCH(QDateTime, utc);
     QFETCH(QTime, shown);
-    const auto restore = qScopeGuard([] { setTimeZone("EET-2EEST,M3.5.0/3,M10.5.0/4"); });
-    setTimeZone(zone.constData());
+    const TimeZoneScope scope(zone.constData());
     m_settings.from = utc;
     m_settings.to = utc;
     open();
