@@ -88,7 +88,7 @@ class TestGraphQt : public QObject
 private slots:
     void drawsWithAntialiasing();
     void hasNoAxesBeforeTheFirstClear();
-    void buildsTheAxesAsGiven();
+    void buildsATimeAxisAndAValueAxis();
     void rangesTakeEffectAtTheNextClearOnly();
     void rangesLastFromClearToClear();
     void linesCarryNameColourAndPoints();
@@ -116,7 +116,7 @@ void TestGraphQt::hasNoAxesBeforeTheFirstClear()
     QVERIFY(graph.chart()->axes().isEmpty());
 }
 
-void TestGraphQt::buildsTheAxesAsGiven()
+void TestGraphQt::buildsATimeAxisAndAValueAxis()
 {
     GraphQt graph;
     graph.setTimeRange(from, to);

@@ -21,8 +21,8 @@ private slots:
     void refusesAFileThatIsNoListOfModels();
     void readsNoModelsFromAnEmptyList();
     void neverReachesASecondList();
-    void meetsStrangersAsTold_data();
-    void meetsStrangersAsTold();
+    void strangersEndAListOrArePassedOver_data();
+    void strangersEndAListOrArePassedOver();
     void takesMalformedTextForAnEnd_data();
     void takesMalformedTextForAnEnd();
     void bearsBytesThatAreNoText();
@@ -221,7 +221,7 @@ void TestConfigurationLoader::neverReachesASecondList()
     QCOMPARE(devices.keys(), list("A"));
 }
 
-void TestConfigurationLoader::meetsStrangersAsTold_data()
+void TestConfigurationLoader::strangersEndAListOrArePassedOver_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QStringList>("expectedAliases");
@@ -272,7 +272,7 @@ void TestConfigurationLoader::meetsStrangersAsTold_data()
         << list("M") << true;
 }
 
-void TestConfigurationLoader::meetsStrangersAsTold()
+void TestConfigurationLoader::strangersEndAListOrArePassedOver()
 {
     QFETCH(QByteArray, content);
     QFETCH(bool, reachesNext);

@@ -30,20 +30,20 @@ class TestMainWindowForm : public QObject
     Q_OBJECT
 
 private slots:
-    void windowIsAsGiven();
+    void windowHasItsNameTitleSizeAndStatusBar();
     void exitActionIsPlacedNowhere();
     void bannerShowsThePicture();
-    void layoutsHoldWhatIsGiven_data();
-    void layoutsHoldWhatIsGiven();
-    void groupsAreAsGiven_data();
-    void groupsAreAsGiven();
-    void rowsOfTheDeviceAreAsGiven_data();
-    void rowsOfTheDeviceAreAsGiven();
-    void textsAreAsGiven_data();
-    void textsAreAsGiven();
-    void unitsAreAsGiven();
-    void configurationIsAsGiven();
-    void measurementsAreAsGiven();
+    void layoutsHoldTheirWidgetsInOrder_data();
+    void layoutsHoldTheirWidgetsInOrder();
+    void groupsHaveTheirTitlesAndLayouts_data();
+    void groupsHaveTheirTitlesAndLayouts();
+    void deviceRowsPairLabelsWithFields_data();
+    void deviceRowsPairLabelsWithFields();
+    void labelsAndButtonsHaveTheirTexts_data();
+    void labelsAndButtonsHaveTheirTexts();
+    void unitSelectorsOfferTwoUnitsEach();
+    void configurationTableCanBeEditedAndSorted();
+    void measurementTableIsReadOnlyAndUnsorted();
     void eepromIsOutOfReach_data();
     void eepromIsOutOfReach();
     void labelsLeadToTheirFields_data();
@@ -68,7 +68,7 @@ private:
     MainWindow m_window{nullptr};
 };
 
-void TestMainWindowForm::windowIsAsGiven()
+void TestMainWindowForm::windowHasItsNameTitleSizeAndStatusBar()
 {
     QCOMPARE(m_window.objectName(), text("MainWindow"));
     QCOMPARE(m_window.windowTitle(), text("KV Tool"));
@@ -97,7 +97,7 @@ void TestMainWindowForm::bannerShowsThePicture()
     QCOMPARE(shown, QImage(text(":/images/banner.png")).convertToFormat(shown.format()));
 }
 
-void TestMainWindowForm::layoutsHoldWhatIsGiven_data()
+void TestMainWindowForm::layoutsHoldTheirWidgetsInOrder_data()
 {
     QTest::addColumn<QString>("contents");
     QTest::addRow("verticalLayout") << text("label_10 horizontalLayout groupBox_3");
@@ -122,7 +122,7 @@ void TestMainWindowForm::layoutsHoldWhatIsGiven_data()
         "eepromLabel backupEepromButton restoreEepromButton spacer");
 }
 
-void TestMainWindowForm::layoutsHoldWhatIsGiven()
+void TestMainWindowForm::layoutsHoldTheirWidgetsInOrder()
 {
     QFETCH(QString, contents);
     const auto *layout = tagged<QBoxLayout>();
@@ -132,7 +132,7 @@ void TestMainWindowForm::layoutsHoldWhatIsGiven()
     QCOMPARE(layout->direction(), isRow ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
 }
 
-void TestMainWindowForm::groupsAreAsGiven_data()
+void TestMainWindowForm::groupsHaveTheirTitlesAndLayouts_data()
 {
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("layout");
@@ -141,7 +141,7 @@ void TestMainWindowForm::groupsAreAsGiven_data()
     QTest::addRow("groupBox_3") << text("Measurements") << text("horizontalLayout_3");
 }
 
-void TestMainWindowForm::groupsAreAsGiven()
+void TestMainWindowForm::groupsHaveTheirTitlesAndLayouts()
 {
     QFETCH(QString, title);
     QFETCH(QString, layout);
@@ -149,7 +149,7 @@ void TestMainWindowForm::groupsAreAsGiven()
     QCOMPARE(tagged<QGroupBox>()->layout()->objectName(), layout);
 }
 
-void TestMainWindowForm::rowsOfTheDeviceAreAsGiven_data()
+void TestMainWindowForm::deviceRowsPairLabelsWithFields_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<QString>("label");
@@ -168,7 +168,7 @@ void TestMainWindowForm::rowsOfTheDeviceAreAsGiven_data()
         << 6 << text("label_9") << text("Device clock") << text("QDateTimeEdit");
 }
 
-void TestMainWindowForm::rowsOfTheDeviceAreAsGiven()
+void TestMainWindowForm::deviceRowsPairLabelsWithFields()
 {
     QFETCH(int, row);
     QFETCH(QString, label);
@@ -191,7 +191,7 @@ void TestMainWindowForm::rowsOfTheDeviceAreAsGiven()
     }
 }
 
-void TestMainWindowForm::textsAreAsGiven_data()
+void TestMainWindowForm::labelsAndButtonsHaveTheirTexts_data()
 {
     QTest::addColumn<QString>("expected");
     QTest::addRow("connectButton") << text("Connect");
@@ -215,7 +215,7 @@ void TestMainWindowForm::textsAreAsGiven_data()
     QTest::addRow("restoreEepromButton") << text("Restore");
 }
 
-void TestMainWindowForm::textsAreAsGiven()
+void TestMainWindowForm::labelsAndButtonsHaveTheirTexts()
 {
     QFETCH(QString, expected);
     const auto *widget = tagged<QWidget>();
@@ -226,7 +226,7 @@ void TestMainWindowForm::textsAreAsGiven()
              isLabel ? text("QLabel") : text("QPushButton"));
 }
 
-void TestMainWindowForm::unitsAreAsGiven()
+void TestMainWindowForm::unitSelectorsOfferTwoUnitsEach()
 {
     auto *unit = child<QComboBox>(text("unit"));
     QCOMPARE(unit->count(), 2);
@@ -240,7 +240,7 @@ void TestMainWindowForm::unitsAreAsGiven()
     QCOMPARE(temperature->currentIndex(), 0);
 }
 
-void TestMainWindowForm::configurationIsAsGiven()
+void TestMainWindowForm::configurationTableCanBeEditedAndSorted()
 {
     auto *table = child<QTableWidget>(text("configuration"));
     QCOMPARE(text(table->metaObject()->className()), text("ConfigurationEditor"));
@@ -251,7 +251,7 @@ void TestMainWindowForm::configurationIsAsGiven()
     QVERIFY(table->verticalHeader()->isHidden());
 }
 
-void TestMainWindowForm::measurementsAreAsGiven()
+void TestMainWindowForm::measurementTableIsReadOnlyAndUnsorted()
 {
     auto *table = child<QTableWidget>(text("measurements"));
     QCOMPARE(text(table->metaObject()->className()), text("MeasurementTable"));

@@ -17,13 +17,13 @@ class TestMeasurementGraphForm : public QObject
     Q_OBJECT
 
 private slots:
-    void windowIsAsGiven();
-    void groupsAreAsGiven_data();
-    void groupsAreAsGiven();
-    void layoutsHoldWhatIsGiven_data();
-    void layoutsHoldWhatIsGiven();
-    void widgetsAreAsGiven_data();
-    void widgetsAreAsGiven();
+    void windowHasItsNameTitleSizeAndButtons();
+    void groupsHaveTheirTitlesAndLayouts_data();
+    void groupsHaveTheirTitlesAndLayouts();
+    void layoutsHoldTheirWidgetsInOrder_data();
+    void layoutsHoldTheirWidgetsInOrder();
+    void widgetsHaveTheirKindsAndTexts_data();
+    void widgetsHaveTheirKindsAndTexts();
     void labelsLeadToTheirFields_data();
     void labelsLeadToTheirFields();
     void dateFieldsHaveNoButtonsAndAPopup_data();
@@ -39,7 +39,7 @@ private:
     MeasurementGraph m_graph{nullptr};
 };
 
-void TestMeasurementGraphForm::windowIsAsGiven()
+void TestMeasurementGraphForm::windowHasItsNameTitleSizeAndButtons()
 {
     QCOMPARE(m_graph.objectName(), QStringLiteral("MeasurementGraph"));
     QCOMPARE(m_graph.windowTitle(), QStringLiteral("Measurements"));
@@ -49,7 +49,7 @@ void TestMeasurementGraphForm::windowIsAsGiven()
     QVERIFY(m_graph.windowFlags().testFlag(Qt::WindowCloseButtonHint));
 }
 
-void TestMeasurementGraphForm::groupsAreAsGiven_data()
+void TestMeasurementGraphForm::groupsHaveTheirTitlesAndLayouts_data()
 {
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("layout");
@@ -61,7 +61,7 @@ void TestMeasurementGraphForm::groupsAreAsGiven_data()
     QTest::addRow("groupBox_4") << QStringLiteral("Graph") << QStringLiteral("verticalLayout_5");
 }
 
-void TestMeasurementGraphForm::groupsAreAsGiven()
+void TestMeasurementGraphForm::groupsHaveTheirTitlesAndLayouts()
 {
     QFETCH(QString, title);
     QFETCH(QString, layout);
@@ -71,7 +71,7 @@ void TestMeasurementGraphForm::groupsAreAsGiven()
     QCOMPARE(group->layout()->objectName(), layout);
 }
 
-void TestMeasurementGraphForm::layoutsHoldWhatIsGiven_data()
+void TestMeasurementGraphForm::layoutsHoldTheirWidgetsInOrder_data()
 {
     QTest::addColumn<QString>("contents");
     QTest::addRow("horizontalLayout") << QStringLiteral("verticalLayout_4 chart");
@@ -86,7 +86,7 @@ void TestMeasurementGraphForm::layoutsHoldWhatIsGiven_data()
                           "enableSettingsMinMaxForGraphcheckBox");
 }
 
-void TestMeasurementGraphForm::layoutsHoldWhatIsGiven()
+void TestMeasurementGraphForm::layoutsHoldTheirWidgetsInOrder()
 {
     QFETCH(QString, contents);
     const QString name = QString::fromLatin1(QTest::currentDataTag());
@@ -97,7 +97,7 @@ void TestMeasurementGraphForm::layoutsHoldWhatIsGiven()
     QCOMPARE(row, name.startsWith(QLatin1String("horizontal")));
 }
 
-void TestMeasurementGraphForm::widgetsAreAsGiven_data()
+void TestMeasurementGraphForm::widgetsHaveTheirKindsAndTexts_data()
 {
     QTest::addColumn<QString>("className");
     QTest::addColumn<QString>("text");
@@ -120,7 +120,7 @@ void TestMeasurementGraphForm::widgetsAreAsGiven_data()
     add("chart", "Graph", "");
 }
 
-void TestMeasurementGraphForm::widgetsAreAsGiven()
+void TestMeasurementGraphForm::widgetsHaveTheirKindsAndTexts()
 {
     QFETCH(QString, className);
     QFETCH(QString, text);

@@ -95,10 +95,10 @@ void TestSettings::keepsEachKeyFromRunToRun_data()
         {"graph maximum range", 12.25},
         {"graph minimum range", -0.1},
         {"graph show latest measurements", false},
-        {"measurement export filename", QStringLiteral("/tmp/export.csv")},
-        {"log filename", QStringLiteral("/tmp/device.csv")},
-        {"eeprom filename", QStringLiteral("/tmp/backup.dat")},
-        {"firmware path", QStringLiteral("/tmp/image.bin")},
+        {"measurement export filename", QStringLiteral("/home/someone/export.csv")},
+        {"log filename", QStringLiteral("/home/someone/device.csv")},
+        {"eeprom filename", QStringLiteral("/home/someone/backup.dat")},
+        {"firmware path", QStringLiteral("/home/someone/image.bin")},
     };
     for (const auto &row : rows) {
         QTest::addRow("%s", row.key) << QString::fromLatin1(row.key) << row.value;
