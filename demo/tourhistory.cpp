@@ -53,7 +53,7 @@ QStringList Tour::tickedTypes()
 
 bool Tour::lookBack()
 {
-    const QStringList types{QStringLiteral("T"), QStringLiteral("RH")};
+    const QStringList types{QStringLiteral("W0"), QStringLiteral("W1")};
     const auto field = [this](const char *name) {
         return dialog("MeasurementGraph")->findChild<QDateTimeEdit *>(QLatin1String(name));
     };
@@ -144,7 +144,7 @@ bool Tour::exportAPeriod()
                             auto *const list = dialog->findChild<QListWidget *>();
                             for (int row = 0; row < list->count(); ++row) {
                                 if (list->item(row)->data(Qt::UserRole + 4).toString()
-                                    != QLatin1String("P")) {
+                                    != QLatin1String("W2")) {
                                     tick(list, list->item(row));
                                 }
                             }
@@ -163,7 +163,7 @@ bool Tour::exportAPeriod()
                    QStringLiteral(
                        "select m.id, m.timestamp, v.value from measurement_metadata m join "
                        "measurement_value v on v.measurement_id = m.id join measurement_type t on "
-                       "t.id = v.measurement_type_id where t.name = 'P' and m.timestamp between "
+                       "t.id = v.measurement_type_id where t.name = 'W2' and m.timestamp between "
                        "%1 and %2 order by m.id")
                        .arg(from.toMSecsSinceEpoch())
                        .arg(to.toMSecsSinceEpoch());

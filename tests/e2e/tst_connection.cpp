@@ -252,11 +252,11 @@ void TestConnection::invalidReadingTakesItsRowUntilTheNextConnect()
     QVERIFY(startConnected({text("--warmup"), text("1500")}));
     device().control("restart");
     tool().controller.setMeasurementInterval(10);
-    QTRY_VERIFY(!shownValues().contains(text("CO")));
+    QTRY_VERIFY(!shownValues().contains(text("A2")));
     QCOMPARE(table()->rowCount(), 5);
 
     const QString values = text("select count(*) from measurement_value v join measurement_type t "
-                                "on t.id = v.measurement_type_id where t.name = 'CO' and "
+                                "on t.id = v.measurement_type_id where t.name = 'A2' and "
                                 "v.measurement_id = (select max(id) from measurement_metadata)");
     QCOMPARE(sqlite(values), QStringList(text("0")));
     QTRY_COMPARE(sqlite(values), QStringList(text("1")));
@@ -264,7 +264,7 @@ void TestConnection::invalidReadingTakesItsRowUntilTheNextConnect()
 
     QVERIFY(disconnectByClick());
     QVERIFY(connectByClick());
-    QVERIFY(!shownValues().value(text("CO")).isEmpty());
+    QVERIFY(!shownValues().value(text("A2")).isEmpty());
     QCOMPARE(table()->rowCount(), 6);
 }
 
@@ -364,8 +364,8 @@ void TestConnection::chosenUnitIsShownAndRemembered()
     forgetCommands();
     const auto celsius = text("°C");
     const auto fahrenheit = text("°F");
-    QVERIFY(shownValues().value(text("T")).endsWith(celsius));
-    QVERIFY(shownValues().value(text("CO")).endsWith(text("ppm")));
+    QVERIFY(shownValues().value(text("W0")).endsWith(celsius));
+    QVERIFY(shownValues().value(text("A2")).endsWith(text("ppm")));
 
     QSignalSpy pollutant(&window(), &MainWindow::pollutantUnitIndexChanged);
     QSignalSpy temperature(&window(), &MainWindow::temperatureUnitIndexChanged);
@@ -373,8 +373,8 @@ void TestConnection::chosenUnitIsShownAndRemembered()
     QTest::keyClick(child<QComboBox>("unit"), Qt::Key_Down);
     QCOMPARE(pollutant.size(), 1);
     QCOMPARE(temperature.size(), 1);
-    QVERIFY(shownValues().value(text("T")).endsWith(fahrenheit));
-    QVERIFY(shownValues().value(text("CO")).endsWith(text("µg/m³")));
+    QVERIFY(shownValues().value(text("W0")).endsWith(fahrenheit));
+    QVERIFY(shownValues().value(text("A2")).endsWith(text("µg/m³")));
     QTRY_COMPARE(lines("pollutant%20unit"), QStringList(text("pollutant%20unit=1")));
     QTRY_COMPARE(lines("temperature%20unit"), QStringList(text("temperature%20unit=1")));
 
@@ -383,7 +383,7 @@ void TestConnection::chosenUnitIsShownAndRemembered()
     window().setPollutantUnitIndex(0);
     QCOMPARE(pollutant.size(), 4);
     QTRY_COMPARE(lines("pollutant%20unit"), QStringList(text("pollutant%20unit=0")));
-    QVERIFY(shownValues().value(text("CO")).endsWith(text("ppm")));
+    QVERIFY(shownValues().value(text("A2")).endsWith(text("ppm")));
     // Units are a matter of display alone.
     QCOMPARE(commands(), QStringList());
 }
@@ -404,7 +404,7 @@ void TestConnection::disconnectWaitsBeforeItCloses()
     QVERIFY(isEnabled("connectButton"));
     // What was read stays to be looked at.
     QVERIFY(!field("serialNumber").isEmpty());
-    QVERIFY(!shownValues().value(text("T")).isEmpty());
+    QVERIFY(!shownValues().value(text("W0")).isEmpty());
 }
 
 void TestConnection::silentDeviceLeavesEverythingAsItWas()

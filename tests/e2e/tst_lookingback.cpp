@@ -162,12 +162,12 @@ void TestLookingBack::tickedLinesAreDrawnFromTheStore()
     QVERIFY(startTool());
     QVERIFY(openGraph());
     date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-12 * 3600).toLocalTime());
-    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("P"), text("RH")});
+    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("W2"), text("W1")});
     QCOMPARE(lines().size(), 2);
     QCOMPARE(ticked().size(), 2);
 
     for (QtCharts::QLineSeries *line : lines()) {
-        const QString name = line->name().contains(text("pressure")) ? text("P") : text("RH");
+        const QString name = line->name().contains(text("pressure")) ? text("W2") : text("W1");
         const QStringList stored =
             sqlite(text("select m.timestamp, printf('%.3f', v.value) from measurement_metadata m "
                         "join measurement_value v on v.measurement_id = m.id join measurement_type "
@@ -194,13 +194,13 @@ void TestLookingBack::changedUnitRedraws()
     QVERIFY(startTool());
     QVERIFY(openGraph());
     date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-3600).toLocalTime());
-    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("T")});
+    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("W0")});
     QCOMPARE(lines().size(), 1);
     QVERIFY2(lines().first()->name().contains(text("°C")), qPrintable(lines().first()->name()));
     const double celsius = lines().first()->at(0).y();
 
     QTest::keyClick(child<QComboBox>("unitTemperature"), Qt::Key_Down);
-    QCOMPARE(ticked(), QStringList(text("T")));
+    QCOMPARE(ticked(), QStringList(text("W0")));
     QVERIFY(lines().first()->name().contains(text("°F")));
     QVERIFY(qAbs(lines().first()->at(0).y() - (celsius * 1.8 + 32.0)) < 0.01);
     QVERIFY(in<QListWidget>(graph(), "list")->findItems(text("°F"), Qt::MatchContains).size() == 1);
@@ -214,7 +214,7 @@ void TestLookingBack::manualRangeIsTaken()
     QVERIFY(startTool());
     QVERIFY(openGraph());
     date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-3600).toLocalTime());
-    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("P")});
+    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("W2")});
     QVERIFY(axis()->min() > 900.0);
     QVERIFY(!in<QWidget>(graph(), "graphMinimumSpinBox")->isEnabled());
 
@@ -235,7 +235,7 @@ void TestLookingBack::periodBoundsThePoints()
     check("showLatestCheckBox");
     QVERIFY(date("toDateTimeEdit")->isEnabled());
     date("toDateTimeEdit")->setDateTime(from.addSecs(3600));
-    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("P")});
+    tick(in<QListWidget>(graph(), "list"), graphNameRole, {text("W2")});
     QCOMPARE(lines().first()->count(), 60);
     // The other way round there is nothing, and nothing to say about it.
     date("toDateTimeEdit")->setDateTime(from.addSecs(-3600));
@@ -245,7 +245,7 @@ void TestLookingBack::periodBoundsThePoints()
 
 void TestLookingBack::reopenedGraphIsAsItWas()
 {
-    const QStringList types{text("RH"), text("T")};
+    const QStringList types{text("W0"), text("W1")};
     const QDateTime from = m_now.addSecs(-10 * 3600).toLocalTime();
     QVERIFY(startTool());
     QVERIFY(openGraph());
@@ -282,7 +282,7 @@ void TestLookingBack::closingWithoutRowsLosesTheTicks()
 {
     {
         QSettings settings(text("Orvanta"), text("Kv tool"));
-        settings.setValue(text("graph measurement types"), QStringList(text("T")));
+        settings.setValue(text("graph measurement types"), QStringList(text("W0")));
     }
     QVERIFY(startTool());
     QVERIFY(openGraph());
@@ -347,12 +347,12 @@ void TestLookingBack::exportEqualsTheStore_data()
     QTest::addColumn<double>("offset");
     QTest::addColumn<QByteArray>("title");
     QTest::addColumn<QByteArray>("zone");
-    QTest::addRow("as stored") << text("P") << noFactor << 0.0 << QByteArray("Air pressure")
+    QTest::addRow("as stored") << text("W2") << noFactor << 0.0 << QByteArray("Air pressure")
                                << QByteArray("UTC");
     QTest::addRow("in another unit")
-        << text("T") << 5.0 / 9.0 << -32.0 << QByteArray("Room temperature") << QByteArray("UTC");
+        << text("W0") << 5.0 / 9.0 << -32.0 << QByteArray("Room temperature") << QByteArray("UTC");
     QTest::addRow("with values that were not available")
-        << text("RH") << noFactor << 0.0 << QByteArray("Relative humidity") << QByteArray("UTC");
+        << text("W1") << noFactor << 0.0 << QByteArray("Relative humidity") << QByteArray("UTC");
     QTest::addRow("in another time zone")
         << text("LUX") << noFactor << 0.0 << QByteArray("LUX") << QByteArray("Asia/Kathmandu");
 }
@@ -371,7 +371,7 @@ void TestLookingBack::exportEqualsTheStore()
         QDateTime::fromSecsSinceEpoch((m_now.toSecsSinceEpoch() / 60 - 20 * 60) * 60);
     const QDateTime to = from.addSecs(13 * 3600);
     QVERIFY(startTool());
-    QStringList others{text("T"), text("RH"), text("P"), text("CO"), text("HCHO"), text("LUX")};
+    QStringList others{text("W0"), text("W1"), text("W2"), text("A2"), text("A4"), text("LUX")};
     others.removeAll(type);
     prepareExport(others, from, to);
     dialogs().answerFileDialog(text("Select where to save measurements to"), path);
@@ -394,7 +394,7 @@ void TestLookingBack::exportOfAnEmptyPeriodIsTold()
 void TestLookingBack::exportOfNoTypesIsTold()
 {
     QVERIFY(startTool());
-    prepareExport({text("T"), text("RH"), text("P"), text("CO"), text("HCHO"), text("LUX")},
+    prepareExport({text("W0"), text("W1"), text("W2"), text("A2"), text("A4"), text("LUX")},
                   m_now.addDays(-1), m_now);
     dialogs().answerBox(text("No measurements found from given time period"), text("OK"));
     QVERIFY(click("exportLocalMeasurementsButton"));

@@ -266,7 +266,7 @@ void TestConversation::takesAnUnknownParameterForAnAnswer()
 void TestConversation::readsMeasurementsWithTheUnavailableAsN()
 {
     DeviceLink link;
-    QVERIFY(link.start(text("--unavailable RH --warmup 600000")));
+    QVERIFY(link.start(text("--unavailable W1 --warmup 600000")));
     QVERIFY(link.connectDevice());
     const QDateTime before = QDateTime::currentDateTimeUtc();
     link.handler.readMeasurements();
@@ -279,9 +279,9 @@ void TestConversation::readsMeasurementsWithTheUnavailableAsN()
     }
     QCOMPARE(link.measurements, told);
     QCOMPARE(told.size(), 6);
-    QCOMPARE(told.value(text("RH")), text("N"));
-    QCOMPARE(told.value(text("CO")), text("N"));
-    QVERIFY(told.value(text("T")) != text("N"));
+    QCOMPARE(told.value(text("W1")), text("N"));
+    QCOMPARE(told.value(text("A2")), text("N"));
+    QVERIFY(told.value(text("W0")) != text("N"));
     QCOMPARE(link.measuredAt.timeSpec(), Qt::UTC);
     QVERIFY(link.measuredAt >= before && link.measuredAt <= QDateTime::currentDateTimeUtc());
 }

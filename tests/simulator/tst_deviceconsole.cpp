@@ -179,8 +179,9 @@ private slots:
     {
         DeviceDesk desk;
         const QByteArray answer = desk.answer("show meas");
-        const QRegExp form(QStringLiteral("show: meas=\"T=[\\d.]+;RH=[\\d.]+;P=[\\d.]+;CO=[\\d.]+;"
-                                          "HCHO=[\\d.]+;LUX=[\\d.]+\"\r\n"));
+        const QRegExp form(
+            QStringLiteral("show: meas=\"W0=[\\d.]+;W1=[\\d.]+;W2=[\\d.]+;A2=[\\d.]+;"
+                           "A4=[\\d.]+;LUX=[\\d.]+\"\r\n"));
         QVERIFY2(form.exactMatch(QString::fromLatin1(answer)), answer.constData());
         QCOMPARE("show: meas=\"" + desk.device.state().lastMeasurements() + "\"\r\n", answer);
     }
@@ -188,10 +189,10 @@ private slots:
     void hasNoValueForAnUnavailableMeasurement()
     {
         DeviceOptions options = DeviceDesk::fast();
-        options.unavailable = {"RH", "LUX"};
+        options.unavailable = {"W1", "LUX"};
         DeviceDesk desk(options);
         const QByteArray answer = desk.answer("show meas");
-        QVERIFY2(answer.contains(";RH=N;") && answer.contains(";LUX=N\""), answer.constData());
+        QVERIFY2(answer.contains(";W1=N;") && answer.contains(";LUX=N\""), answer.constData());
     }
 
     void warmsUp()
@@ -200,7 +201,7 @@ private slots:
         options.warmUpMs = 100;
         DeviceDesk desk(options);
         QCOMPARE(desk.answer("show meas_state"), QByteArray("show: meas_state=0\r\n"));
-        QVERIFY(desk.answer("show meas").contains(";CO=N;"));
+        QVERIFY(desk.answer("show meas").contains(";A2=N;"));
         QTRY_COMPARE(desk.answer("show meas_state"), QByteArray("show: meas_state=1\r\n"));
         QVERIFY(!desk.answer("show meas").contains("N;"));
     }
@@ -242,7 +243,7 @@ private slots:
     void readsTheLogTitlesWithTheirChecksum()
     {
         DeviceDesk desk;
-        QCOMPARE(desk.answer("log --read=0"), QByteArray("00000=Time,T,RH,P,CO,HCHO,LUX#1d\r\n"));
+        QCOMPARE(desk.answer("log --read=0"), QByteArray("00000=Time,W0,W1,W2,A2,A4,LUX#58\r\n"));
     }
 
     void readsLogRows()

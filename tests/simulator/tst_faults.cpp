@@ -358,7 +358,7 @@ private slots:
     {
         DeviceDesk desk;
         QVERIFY(desk.fault("malformed-record@0"));
-        QCOMPARE(desk.answer("log --read=0"), QByteArray("00000=Time,T,RH,P,CO,HCHO,LUX\r\n"));
+        QCOMPARE(desk.answer("log --read=0"), QByteArray("00000=Time,W0,W1,W2,A2,A4,LUX\r\n"));
     }
 
     void givesSomethingElseThanHexadecimalDigits()

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/simulator/portclient.h"
 #include "simulator/simulatorprocess.h"
+#include "tests/simulator/portclient.h"
 #include "tests/support/testmain.h"
 
 #include <QtCore/QFile>
@@ -46,11 +46,11 @@ private slots:
     {
         QTest::addColumn<QString>("model");
         QTest::addColumn<QByteArray>("measurements");
-        QTest::addRow("KVT-100") << QStringLiteral("KVT-100") << QByteArray("T RH P CO HCHO LUX");
+        QTest::addRow("KVT-100") << QStringLiteral("KVT-100") << QByteArray("W0 W1 W2 A2 A4 LUX");
         QTest::addRow("KVT-200") << QStringLiteral("KVT-200")
-                                 << QByteArray("SO2 O3 NO2 PM10 T RH P FLOW");
+                                 << QByteArray("A3 A0 A1 P1 W0 W1 W2 FLOW");
         QTest::addRow("KVT-300") << QStringLiteral("KVT-300")
-                                 << QByteArray("T RH P O3 NO2 PM25 PM10 WD WS RAIN SR BATT");
+                                 << QByteArray("W0 W1 W2 A0 A1 P0 P1 W3 W4 W5 SR BATT");
     }
 
     void isTheModelThatIsAskedFor()
@@ -112,14 +112,14 @@ private slots:
         SimulatorProcess simulator;
         QVERIFY(simulator.start(
             QString::fromLatin1("--serial S-17 --health 135% --log-rows 4 --warmup 600000 "
-                                "--unavailable RH --debug --clock-offset -86400 --rate 0")
+                                "--unavailable W1 --debug --clock-offset -86400 --rate 0")
                 .split(QLatin1Char(' '))));
         PortClient client(simulator.port());
         QVERIFY(dialogue(client, "show serial\r\n").contains("serial=S-17\r\n"));
         QVERIFY(dialogue(client, "show health\r\n").contains("health=135%\r\n"));
         QVERIFY(dialogue(client, "log --count\r\n").contains("\r\ncount=4\r\n"));
         QVERIFY(dialogue(client, "show meas_state\r\n").contains("meas_state=0\r\n"));
-        QVERIFY(dialogue(client, "show meas\r\n").contains(";RH=N;"));
+        QVERIFY(dialogue(client, "show meas\r\n").contains(";W1=N;"));
         QVERIFY(dialogue(client, "show debug\r\n").contains("debug=1\r\n"));
         const QDate yesterday = QDateTime::currentDateTimeUtc().addDays(-1).date();
         QVERIFY(dialogue(client, "date\r\n").contains(yesterday.toString(Qt::ISODate).toLatin1()));
