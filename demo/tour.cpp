@@ -59,7 +59,7 @@ void Tour::click(const char *buttonName)
 void Tour::picture(const QString &name, QWidget *window)
 {
     QWidget *const shown = window ? window : &m_window;
-    QTest::qWait(100); // the window manager and the painter are processes and events of their own
+    QTest::qWait(300); // the window manager and the painter are processes and events of their own
     const QRect frame = shown->frameGeometry();
     const QString path =
         file(QStringLiteral("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));

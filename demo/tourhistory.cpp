@@ -90,7 +90,10 @@ bool Tour::lookBack()
                     QTest::mouseClick(latest, Qt::LeftButton, Qt::NoModifier,
                                       QPoint(10, latest->height() / 2));
                     field("toDateTimeEdit")->setDateTime(from.addSecs(12 * secondsOfAnHour));
+                    // As wide as the screen, so that the dates below the chart stand in full.
+                    dialog("MeasurementGraph")->showMaximized();
                     picture(QStringLiteral("graph-period"), dialog("MeasurementGraph"));
+                    dialog("MeasurementGraph")->showNormal();
                     return !latest->isChecked() && field("toDateTimeEdit")->isEnabled();
                 })
         && step(QStringLiteral("Close it, open it again, and find it as it was"), [=] {
