@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The tool with a simulated transmitter in its port list; with --headless it walks the tour.
-#include "demo/demosession.h"
+#include "demo/demotool.h"
 #include "demo/tour.h"
 
 #include <QtCore/QCommandLineParser>
@@ -28,21 +28,21 @@ QString outputFolder(int argc, char *argv[])
     return QDir().absoluteFilePath(QStringLiteral("demo-output"));
 }
 
-int showWindow(DemoSession &session, const QString &folder)
+int showWindow(DemoTool &tool, const QString &folder)
 {
     QTextStream(stdout) << "A simulated transmitter is selected in the port list: press Connect.\n"
                         << "Everything that the demo keeps is in " << folder << '\n';
-    session.window().show();
+    tool.window().show();
     return QApplication::exec();
 }
 
-int walkTour(DemoSession &session, const QString &folder)
+int walkTour(DemoTool &tool, const QString &folder)
 {
-    Tour tour(session, folder);
+    Tour tour(tool, folder);
     const bool passed = tour.run();
     QTextStream(stdout) << (passed ? "Every step worked" : "The tour stopped at a step that failed")
                         << "; files and pictures are in " << folder << '\n';
-    session.window().close();
+    tool.window().close();
     return passed ? 0 : 1;
 }
 
@@ -51,7 +51,7 @@ int walkTour(DemoSession &session, const QString &folder)
 int main(int argc, char *argv[])
 {
     const QString folder = outputFolder(argc, argv);
-    DemoSession::separateFromUser(folder);
+    DemoTool::separateFromUser(folder);
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication application(argc, argv);
     qInstallMessageHandler(keepQuiet);
@@ -65,13 +65,13 @@ int main(int argc, char *argv[])
                       QStringLiteral("folder")});
     parser.process(application);
 
-    DemoSession session(folder);
-    if (!session.start({QStringLiteral("--model"), QStringLiteral("KVT-100"),
-                        QStringLiteral("--log-rows"), QStringLiteral("150"),
-                        QStringLiteral("--clock-offset"), QStringLiteral("-86400"),
-                        QStringLiteral("--image"), folder + QLatin1String("/received.bin"),
-                        QStringLiteral("--state"), folder + QLatin1String("/device.state")})) {
+    DemoTool tool(folder);
+    if (!tool.start({QStringLiteral("--model"), QStringLiteral("KVT-100"),
+                     QStringLiteral("--log-rows"), QStringLiteral("150"),
+                     QStringLiteral("--clock-offset"), QStringLiteral("-86400"),
+                     QStringLiteral("--image"), folder + QLatin1String("/received.bin"),
+                     QStringLiteral("--state"), folder + QLatin1String("/device.state")})) {
         return 1;
     }
-    return parser.isSet(headless) ? walkTour(session, folder) : showWindow(session, folder);
+    return parser.isSet(headless) ? walkTour(tool, folder) : showWindow(tool, folder);
 }

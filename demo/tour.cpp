@@ -11,10 +11,10 @@
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
 
-Tour::Tour(DemoSession &session, const QString &folder)
-    : m_session(session)
-    , m_window(session.window())
-    , m_device(session.device())
+Tour::Tour(DemoTool &tool, const QString &folder)
+    : m_tool(tool)
+    , m_window(tool.window())
+    , m_device(tool.device())
     , m_folder(folder)
     , m_log(file(QStringLiteral("steps.log")))
 {
@@ -91,7 +91,7 @@ QStringList Tour::sqlite(const QString &query)
 {
     QProcess client;
     client.start(QStringLiteral("sqlite3"),
-                 {QStringLiteral("-readonly"), m_session.storePath(), query});
+                 {QStringLiteral("-readonly"), m_tool.storePath(), query});
     client.waitForFinished();
     const QString output = QString::fromUtf8(client.readAllStandardOutput()).trimmed();
     return output.isEmpty() ? QStringList() : output.split(QLatin1Char('\n'));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "demo/demosession.h"
+#include "demo/demotool.h"
 #include "demo/dialogdriver.h"
 
 #include <QtCore/QFile>
@@ -18,7 +18,7 @@ class Tour
 {
 public:
     /// @p folder takes the pictures, the log of steps and the files that the tool writes.
-    Tour(DemoSession &session, const QString &folder);
+    Tour(DemoTool &tool, const QString &folder);
 
     /// Walks from the first connect to the last disconnect; stops at the first step that fails.
     bool run();
@@ -63,7 +63,7 @@ private:
     bool storeHoldsTheDevicesValues();
     bool csvEqualsStore(const QString &csv, const QString &query);
 
-    DemoSession &m_session;
+    DemoTool &m_tool;
     MainWindow &m_window;
     DemoDevice &m_device;
     DialogDriver m_dialogs;

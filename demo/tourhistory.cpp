@@ -126,7 +126,7 @@ bool Tour::csvEqualsStore(const QString &csv, const QString &query)
                        "sys.exit(0 if got == need and len(got) > 1 else 1)\n");
     QProcess python;
     python.start(QStringLiteral("python3"),
-                 {QStringLiteral("-c"), script, csv, m_session.storePath(), query});
+                 {QStringLiteral("-c"), script, csv, m_tool.storePath(), query});
     return python.waitForFinished() && python.exitStatus() == QProcess::NormalExit
         && python.exitCode() == 0;
 }

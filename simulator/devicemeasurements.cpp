@@ -57,7 +57,7 @@ QByteArray DeviceMeasurements::valueAt(const MeasurementInfo &info, const QDateT
     case Course::Showers:
         value = info.swing * (moving - showerThreshold) / (1.0 - showerThreshold);
         break;
-    case Course::Compass:
+    case Course::Bearing:
         value = std::fmod(value, fullTurnDeg);
         break;
     }

@@ -38,7 +38,7 @@ QVector<MeasurementInfo> outdoorMeasurements()
         {"A1",   Course::Wave,     23.0,   14.0,  0.0,   1, false},
         {"P0",   Course::Wave,     9.0,    5.0,   0.0,   1, false},
         {"P1",   Course::Wave,     17.0,   9.0,   0.0,   1, false},
-        {"W3",   Course::Compass,  180.0,  180.0, 0.0,   0, false},
+        {"W3",   Course::Bearing,  180.0,  180.0, 0.0,   0, false},
         {"W4",   Course::Wave,     3.4,    3.2,   0.0,   1, false},
         {"W5",   Course::Showers,  0.0,    6.0,   0.0,   1, false},
         {"SR",   Course::Daylight, 0.0,    820.0, 0.0,   0, false},

@@ -23,7 +23,7 @@ enum class Course {
     Wave, ///< up and down around the middle
     Daylight, ///< nothing at night, the swing at noon (UTC)
     Showers, ///< nothing most of the time
-    Compass ///< turns around, 0 to 360
+    Bearing ///< turns around, 0 to 360
 };
 
 /// A measurement as the firmware delivers it, in the unit in which it delivers.

@@ -14,11 +14,11 @@
 
 /// The tool's own objects, composed as the program composes them, and a simulated transmitter in
 /// the window's port list.
-class DemoSession
+class DemoTool
 {
 public:
     /// @p folder takes the store. The simulated device runs as a process of its own.
-    explicit DemoSession(const QString &folder);
+    explicit DemoTool(const QString &folder);
 
     /// Gives the program's settings, data and cache folders of their own under @p folder, so that
     /// the user's are not touched. To be called before the application object is made.

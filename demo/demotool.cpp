@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "demo/demosession.h"
+#include "demo/demotool.h"
 
 #include "demo/history.h"
 #include "serial/serialportqueue.h"
@@ -8,7 +8,7 @@
 #include <QtCore/QDir>
 #include <QtWidgets/QComboBox>
 
-DemoSession::DemoSession(const QString &folder)
+DemoTool::DemoTool(const QString &folder)
     : m_folder(folder)
     , m_queue(new SerialPortQueue(nullptr))
     , m_handler(m_queue, nullptr)
@@ -17,7 +17,7 @@ DemoSession::DemoSession(const QString &folder)
 {
 }
 
-void DemoSession::separateFromUser(const QString &folder)
+void DemoTool::separateFromUser(const QString &folder)
 {
     const struct
     {
@@ -34,12 +34,12 @@ void DemoSession::separateFromUser(const QString &folder)
     }
 }
 
-QString DemoSession::storePath() const
+QString DemoTool::storePath() const
 {
     return m_folder + QLatin1String("/measurements.db");
 }
 
-bool DemoSession::start(const QStringList &simulatorArguments)
+bool DemoTool::start(const QStringList &simulatorArguments)
 {
     if (!m_device.start(simulatorArguments)) {
         qWarning() << "The simulated transmitter did not start";
