@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The graph dialog on a day, a month and a year of one measurement a minute with 12 values each.
 // The store answers from memory, so that its reading (bench_storage) is left out.
+#include "graph/graph.h"
 #include "tests/fakes/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
 
@@ -92,6 +93,34 @@ void refreshAndDraw(benchmark::State &state)
     }
 }
 
+/// The chart's own share: the same lines, ready made, on the chart widget alone.
+void chartAlone(benchmark::State &state)
+{
+    const int minutes = static_cast<int>(state.range(0));
+    QVector<GraphSeries> lines;
+    for (int type = 0; type < state.range(1); ++type) {
+        lines.append({typeNames().at(type), Qt::blue, {}});
+    }
+    for (const StoredMeasurement &row : history(minutes)) {
+        for (int type = 0; type < lines.size(); ++type) {
+            lines[type].points.append({row.timestamp, row.values.at(type).value});
+        }
+    }
+    Graph chart(nullptr);
+    chart.resize(480, 580);
+    chart.show();
+    for (auto iteration : state) {
+        chart.clear();
+        chart.setTimeRange(timeOf(0), timeOf(minutes));
+        chart.setValueRange(0.0, 35.0);
+        chart.clear();
+        for (const GraphSeries &line : qAsConst(lines)) {
+            chart.addSeries(line);
+        }
+        benchmark::DoNotOptimize(chart.grab());
+    }
+}
+
 void sizes(benchmark::internal::Benchmark *bench)
 {
     bench->ArgNames({"minutes", "types"})->Unit(benchmark::kMillisecond);
@@ -104,6 +133,7 @@ void sizes(benchmark::internal::Benchmark *bench)
 
 BENCHMARK(tickAndDraw)->Apply(sizes);
 BENCHMARK(refreshAndDraw)->Apply(sizes);
+BENCHMARK(chartAlone)->Apply(sizes);
 
 } // namespace
 

@@ -37,7 +37,8 @@ void SerialPortQueue::clear()
 void SerialPortQueue::close()
 {
     stopCurrentJob();
-    clear();
+    // Qualified: the destructor comes here too.
+    SerialPortQueue::clear();
     if (m_port) {
         m_port->close();
     }
