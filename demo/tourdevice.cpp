@@ -17,16 +17,20 @@ class ProgressWatch
 {
 public:
     ProgressWatch(const QWidget *waitDialog, const std::function<void(int)> &listener)
+        : ProgressWatch(waitDialog->findChild<QProgressBar *>(), listener)
     {
-        auto *const bar = waitDialog->findChild<QProgressBar *>();
-        // By the event loop: a listener may press Cancel, which must not happen inside the report.
-        m_connection =
-            QObject::connect(bar, &QProgressBar::valueChanged, bar, listener, Qt::QueuedConnection);
     }
     ~ProgressWatch() { QObject::disconnect(m_connection); }
     Q_DISABLE_COPY(ProgressWatch)
 
 private:
+    // By the event loop: a listener may press Cancel, which must not happen inside the report.
+    ProgressWatch(QProgressBar *bar, const std::function<void(int)> &listener)
+        : m_connection(
+            QObject::connect(bar, &QProgressBar::valueChanged, bar, listener, Qt::QueuedConnection))
+    {
+    }
+
     QMetaObject::Connection m_connection;
 };
 
