@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+#include <QtCore/QVector>
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlQuery>
+
+/// What a measurement database holds, read over a connection of its own.
+///
+/// A store that its process left in the middle of a commit is to be looked at with ofCopy():
+/// reading rolls the commit back, which is for the tool's next start to do.
+class StoreWitness
+{
+public:
+    struct Reading
+    {
+        qint64 id;
+        qint64 timestamp; ///< ms since the epoch
+        int values; ///< rows
+        int types; ///< different types among them
+
+        bool operator==(const Reading &other) const
+        {
+            return id == other.id && timestamp == other.timestamp && values == other.values
+                && types == other.types;
+        }
+    };
+
+    explicit StoreWitness(const QString &path)
+    {
+        m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection());
+        m_database.setDatabaseName(path);
+        m_database.open();
+    }
+
+    ~StoreWitness()
+    {
+        m_database = QSqlDatabase();
+        QSqlDatabase::removeDatabase(connection());
+    }
+
+    Q_DISABLE_COPY(StoreWitness)
+
+    /// Copies the store @p path and the journal beside it into @p folder, over what is there.
+    static QString copy(const QString &path, const QString &folder)
+    {
+        const QString target = folder + QStringLiteral("/copy.db");
+        for (const QString &end : {QString(), journalEnd()}) {
+            QFile::remove(target + end);
+            QFile::copy(path + end, target + end);
+        }
+        return target;
+    }
+
+    static QString journalEnd() { return QStringLiteral("-journal"); }
+
+    /// "ok" for a sound file, otherwise what is wrong with it.
+    QString integrity()
+    {
+        return texts(QStringLiteral("PRAGMA integrity_check")).join(QLatin1Char(';'));
+    }
+
+    /// The names of the tables in the order of their making.
+    QStringList tables()
+    {
+        return texts(QStringLiteral("select name from sqlite_master where type = 'table' "
+                                    "and name not like 'sqlite_%' order by rowid"));
+    }
+
+    QStringList deviceSerials() { return texts(QStringLiteral("select serial from device")); }
+
+    QStringList typeNames() { return texts(QStringLiteral("select name from measurement_type")); }
+
+    /// All readings in ascending id, also those without values.
+    QVector<Reading> readings()
+    {
+        QSqlQuery query(m_database);
+        query.setForwardOnly(true);
+        query.exec(QStringLiteral(
+            "select m.id, m.timestamp, ifnull(v.n, 0), ifnull(v.types, 0) "
+            "from measurement_metadata m left join (select measurement_id, count(*) as n, "
+            "count(distinct measurement_type_id) as types from measurement_value "
+            "group by measurement_id) v on v.measurement_id = m.id order by m.id"));
+        QVector<Reading> found;
+        while (query.next()) {
+            found.append({query.value(0).toLongLong(), query.value(1).toLongLong(),
+                          query.value(2).toInt(), query.value(3).toInt()});
+        }
+        return found;
+    }
+
+    /// Values that belong to no reading, to no type, or readings that belong to no device.
+    int strays()
+    {
+        return texts(QStringLiteral(
+                         "select id from measurement_value where measurement_id not in (select id "
+                         "from measurement_metadata) or measurement_type_id not in (select id from "
+                         "measurement_type) union all select id from measurement_metadata where "
+                         "device_id not in (select id from device)"))
+            .size();
+    }
+
+    QStringList texts(const QString &statement)
+    {
+        QSqlQuery query(statement, m_database);
+        QStringList found;
+        while (query.next()) {
+            found.append(query.value(0).toString());
+        }
+        return found;
+    }
+
+private:
+    static QString connection() { return QStringLiteral("store witness"); }
+
+    QSqlDatabase m_database;
+};

@@ -1,0 +1,221 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/endurance/eagerpolling.h"
+#include "tests/endurance/strain.h"
+#include "tests/integration/devicelink.h"
+#include "tests/support/testmain.h"
+
+#include <QtCharts/QChart>
+#include <QtCharts/QChartView>
+#include <QtCharts/QLineSeries>
+#include <QtWidgets/QDateTimeEdit>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int daysOfAMonth = 30;
+constexpr int warmUpDays = 3;
+constexpr qint64 kibibyte = 1024;
+constexpr int valuesOfAReading = 5; // and one that is never available
+
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool memoryIsPlain = false; // what is freed stays in the sanitizer's quarantine
+#else
+constexpr bool memoryIsPlain = true;
+#endif
+constexpr qint64 allowedGrowthKiB = 4096;
+
+/// The memory of this process that is in RAM.
+qint64 residentKiB()
+{
+    QFile file(text("/proc/self/statm"));
+    const bool opened = file.open(QIODevice::ReadOnly);
+    const qint64 pages = opened ? file.readAll().split(' ').value(1).toLongLong() : 0;
+    return pages * sysconf(_SC_PAGESIZE) / kibibyte;
+}
+
+/// The most that residentKiB() ever was.
+qint64 peakKiB()
+{
+    QFile file(text("/proc/self/status"));
+    if (file.open(QIODevice::ReadOnly)) {
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith("VmHWM:")) {
+                return line.simplified().split(' ').value(1).toLongLong();
+            }
+        }
+    }
+    return 0;
+}
+
+QString wordOf(const QString &name, double value)
+{
+    constexpr int allDigits = 17;
+    return QStringLiteral("%1=%2 ").arg(name, QString::number(value, 'g', allDigits));
+}
+
+/// What the device told in its last reading, as a store that lost nothing gives it back.
+QString toldReading(const QList<QByteArray> &pairs)
+{
+    QMap<QString, double> values;
+    for (const QByteArray &pair : pairs) {
+        const QList<QByteArray> parts = pair.split('=');
+        if (parts.value(1) != "N") {
+            values.insert(QString::fromLatin1(parts.value(0)), parts.value(1).toDouble());
+        }
+    }
+    QString line;
+    for (auto value = values.cbegin(); value != values.cend(); ++value) {
+        line += wordOf(value.key(), value.value());
+    }
+    return line;
+}
+
+} // namespace
+
+/// A month of polling with the graph open on the present day. Only the minute between two readings
+/// is gone.
+class TestSoak : public ToolFixture
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init() { beginCase(); }
+    void cleanup() { endCase(); }
+
+    void monthIsStoredWholeInSteadyMemory();
+
+private:
+    void openGraph();
+    void beginDay();
+    bool pollUntil(int readings);
+    QStringList storedSince(int id);
+    QWidget *graph() { return topLevel("MeasurementGraph"); }
+    int drawnPoints();
+
+    QStringList m_told; ///< what the device told today, a line for each reading
+};
+
+void TestSoak::initTestCase()
+{
+    qputenv("QT_LOGGING_RULES", "*.debug=false");
+    QLoggingCategory::setFilterRules(text("*.debug=false"));
+    prepareApplication();
+    // A reading is six commits: on a disk a month of them is an hour of waiting for it to flush.
+    const QString memory = text("/dev/shm");
+    if (QFileInfo(memory).isWritable()) {
+        qputenv("TMPDIR", memory.toLocal8Bit());
+    }
+}
+
+/// All lines ticked, the newest reading always shown.
+void TestSoak::openGraph()
+{
+    QSettings settings(text("Orvanta"), text("Kv tool"));
+    settings.setValue(text("graph from"), QDateTime::currentDateTimeUtc().addSecs(-60));
+    settings.setValue(text("graph measurement types"), QStringList(shownValues().keys()));
+    QVERIFY(click("buttonShowGraph"));
+    QTRY_VERIFY(graph()->isVisible());
+    QCOMPARE(drawnPoints(), valuesOfAReading);
+}
+
+/// As a person does in the morning: the period begins anew.
+void TestSoak::beginDay()
+{
+    m_told.clear();
+    graph()
+        ->findChild<QDateTimeEdit *>(text("fromDateTimeEdit"))
+        ->setDateTime(QDateTime::currentDateTime());
+}
+
+bool TestSoak::pollUntil(int readings)
+{
+    constexpr int longestDayMs = 3600000;
+    return runUntil([=] { return m_told.size() >= readings; }, longestDayMs);
+}
+
+int TestSoak::drawnPoints()
+{
+    int points = 0;
+    const auto lines = graph()->findChild<QtCharts::QChartView *>()->chart()->series();
+    for (const QtCharts::QAbstractSeries *line : lines) {
+        points += qobject_cast<const QtCharts::QLineSeries *>(line)->count();
+    }
+    return points;
+}
+
+/// The readings from @p id on, over a connection of its own.
+QStringList TestSoak::storedSince(int id)
+{
+    const QString connection = text("soak witness");
+    QStringList lines;
+    {
+        QSqlDatabase store = QSqlDatabase::addDatabase(text("QSQLITE"), connection);
+        store.setDatabaseName(storePath());
+        store.setConnectOptions(text("QSQLITE_OPEN_READONLY"));
+        store.open();
+        QSqlQuery query(store);
+        query.setForwardOnly(true);
+        query.exec(text("select m.id, t.name, v.value from measurement_metadata m "
+                        "left join measurement_value v on v.measurement_id = m.id "
+                        "left join measurement_type t on t.id = v.measurement_type_id "
+                        "where m.meas_state = 1 and m.id >= %1 order by m.id, t.name")
+                       .arg(id));
+        qint64 last = -1;
+        while (query.next()) {
+            if (query.value(0).toLongLong() != last) {
+                last = query.value(0).toLongLong();
+                lines.append(QString());
+            }
+            lines.last() += wordOf(query.value(1).toString(), query.value(2).toDouble());
+        }
+    }
+    QSqlDatabase::removeDatabase(connection);
+    return lines;
+}
+
+void TestSoak::monthIsStoredWholeInSteadyMemory()
+{
+    const int readingsOfADay = qMax(1, Strain::size("KV_READINGS", 990) / daysOfAMonth);
+    QElapsedTimer time;
+    time.start();
+    QVERIFY(startConnected({text("--unavailable"), text("LUX")}));
+    m_told.append(toldReading(device().measurements()));
+    openGraph();
+    connect(&tool().handler, &SerialPortHandlerInterface::measurementsRead, this,
+            [this] { m_told.append(toldReading(device().measurements())); });
+    pollEagerly(tool());
+    tool().controller.setMeasurementInterval(0);
+
+    qint64 warmKiB = 0;
+    qint64 nowKiB = 0;
+    int readings = 0;
+    for (int day = 1; day <= daysOfAMonth; ++day) {
+        QElapsedTimer dayTime;
+        dayTime.start();
+        QVERIFY(pollUntil(readingsOfADay));
+        const qint64 dayMs = dayTime.elapsed();
+        // The newest reading is drawn with the next one: it is shown before it is stored.
+        QCOMPARE(drawnPoints(), (m_told.size() - 1) * valuesOfAReading);
+        QCOMPARE(storedSince(readings + 1), m_told);
+        readings += m_told.size();
+        nowKiB = residentKiB();
+        warmKiB = day == warmUpDays ? nowKiB : warmKiB;
+        qInfo("day %d: %d readings, %.1f ms each, %lld KiB", day, readings,
+              static_cast<double>(dayMs) / m_told.size(), nowKiB);
+        beginDay();
+    }
+    QCOMPARE(storedReadings(), readings);
+    QCOMPARE(commandCount("show meas$"), readings);
+    QCOMPARE(sqlite(text("PRAGMA integrity_check")), QStringList(text("ok")));
+    const qint64 growthKiB = nowKiB - warmKiB;
+    qInfo("%d readings, all stored, in %lld s; %lld KiB after %d days, %+lld KiB at the end, peak "
+          "%lld KiB",
+          readings, time.elapsed() / 1000, warmKiB, warmUpDays, growthKiB, peakKiB());
+    QVERIFY(!memoryIsPlain || growthKiB <= allowedGrowthKiB);
+}
+
+KV_TEST_MAIN(TestSoak)
+#include "tst_soak.moc"
