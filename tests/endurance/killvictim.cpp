@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program's own objects, with a hand that presses Connect: the tool connects to the port that
-// the one argument names and polls it without a pause, until somebody kills it. When the first
-// reading is in the store, "reading" goes to standard output.
+// the one argument names and polls it without a pause, until somebody kills it. For each
+// reading that is in the store "reading" goes to standard output.
 #include "tests/endurance/eagerpolling.h"
 
 #include <cstdio>
@@ -15,12 +15,9 @@ int main(int argc, char *argv[])
     }
     pollEagerly(tool);
     QObject::connect(&tool.handler, &SerialPortHandlerInterface::measurementsRead, &tool.controller,
-                     [said = false]() mutable {
-                         if (!said) {
-                             std::puts("reading");
-                             std::fflush(stdout);
-                         }
-                         said = true;
+                     [] {
+                         std::puts("reading");
+                         std::fflush(stdout);
                      });
 
     const QString port = QString::fromLocal8Bit(argv[1]);
