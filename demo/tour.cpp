@@ -19,13 +19,20 @@ Tour::Tour(DemoTool &tool, const QString &folder)
     , m_log(file(QStringLiteral("steps.log")))
 {
     m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
+    m_dialogs.onDialogShown = [this](QDialog *shown) {
+        const QString name = m_dialogPictures.isEmpty() ? QString() : m_dialogPictures.takeFirst();
+        if (!name.isEmpty()) {
+            picture(name, shown);
+        }
+    };
 }
 
 bool Tour::run()
 {
     m_window.show();
-    return QTest::qWaitForWindowExposed(&m_window) && connectAndMeasure() && changeASetting()
-        && readTheLog() && cancelALongJob() && clearTheLog() && setTheClock() && keepTheSettings()
+    return QTest::qWaitForWindowExposed(&m_window) && meetAPortThatDoesNotOpen()
+        && connectAndMeasure() && watchTheState() && changeASetting() && readTheLog()
+        && cancelALongJob() && clearTheLog() && setTheClock() && keepTheSettings()
         && updateTheFirmware() && lookBack() && exportAPeriod() && disconnectAndCheckTheStore();
 }
 
@@ -39,6 +46,7 @@ void Tour::say(const QString &line)
 bool Tour::step(const QString &what, const std::function<bool()> &works)
 {
     m_dialogs.reset();
+    m_dialogPictures.clear();
     const bool worked = works();
     const QString complaint = m_dialogs.complaint();
     const bool passed = worked && complaint.isEmpty();
@@ -59,11 +67,18 @@ void Tour::click(const char *buttonName)
 void Tour::picture(const QString &name, QWidget *window)
 {
     QWidget *const shown = window ? window : &m_window;
+    // The frame holds the title, and with it what a wait dialog waits for.
+    waitUntil([shown] { return shown->frameGeometry() != shown->geometry(); });
     QTest::qWait(300); // the window manager and the painter are processes and events of their own
     const QRect frame = shown->frameGeometry();
     const QString path =
         file(QStringLiteral("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
     shown->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height()).save(path);
+}
+
+void Tour::pictureDialogs(const QStringList &names)
+{
+    m_dialogPictures = names;
 }
 
 bool Tour::waitUntil(const std::function<bool()> &condition, int timeoutMs)

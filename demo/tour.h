@@ -25,7 +25,9 @@ public:
 
 private:
     // The walk, in this order.
+    bool meetAPortThatDoesNotOpen();
     bool connectAndMeasure();
+    bool watchTheState();
     bool changeASetting();
     bool readTheLog();
     bool cancelALongJob();
@@ -44,11 +46,14 @@ private:
     // Hands and eyes.
     void click(const char *buttonName);
     void picture(const QString &name, QWidget *window = nullptr);
+    /// The next dialogs are pictured under these names as they come up; an empty name passes one.
+    void pictureDialogs(const QStringList &names);
     bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000);
     bool isConnected();
     QString fieldText(const char *name);
     int settingRow(const QString &alias);
     QString settingText(const QString &alias);
+    void beginTyping(const QString &alias, const QString &value);
     void typeSetting(const QString &alias, const QString &value);
     bool connectByClick();
     bool disconnectByClick();
@@ -69,6 +74,7 @@ private:
     DialogDriver m_dialogs;
     QString m_folder;
     QFile m_log;
+    QStringList m_dialogPictures;
     int m_number = 0;
     int m_pictures = 0;
 };

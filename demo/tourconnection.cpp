@@ -9,8 +9,10 @@
 
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QStatusBar>
 
 namespace {
 
@@ -44,7 +46,7 @@ QString Tour::settingText(const QString &alias)
     return m_window.findChild<ConfigurationEditor *>()->item(settingRow(alias), 2)->text();
 }
 
-void Tour::typeSetting(const QString &alias, const QString &value)
+void Tour::beginTyping(const QString &alias, const QString &value)
 {
     auto *const editor = m_window.findChild<ConfigurationEditor *>();
     QTableWidgetItem *const item = editor->item(settingRow(alias), 2);
@@ -55,7 +57,12 @@ void Tour::typeSetting(const QString &alias, const QString &value)
     QWidget *const line = QApplication::focusWidget();
     QTest::keyClick(line, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClicks(line, value);
-    QTest::keyClick(line, Qt::Key_Return);
+}
+
+void Tour::typeSetting(const QString &alias, const QString &value)
+{
+    beginTyping(alias, value);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
 }
 
 bool Tour::connectByClick()
@@ -107,6 +114,23 @@ bool Tour::storeHoldsTheDevicesValues()
     return !rows.isEmpty();
 }
 
+bool Tour::meetAPortThatDoesNotOpen()
+{
+    return step(QStringLiteral("Try a port that does not open; the tool says so"), [this] {
+        auto *const ports = m_window.findChild<QComboBox *>(QStringLiteral("serialPorts"));
+        const int device = ports->currentIndex();
+        picture(QStringLiteral("start"));
+        m_window.addPort(QStringLiteral("Unplugged adapter"), file(QStringLiteral("nowhere")));
+        m_window.selectPortIndex(ports->count() - 1);
+        m_dialogs.answerBox(QStringLiteral("Unable to open port!"), QStringLiteral("OK"));
+        pictureDialogs({QStringLiteral("port-does-not-open")});
+        click("connectButton");
+        ports->removeItem(ports->count() - 1);
+        m_window.selectPortIndex(device);
+        return !isConnected();
+    });
+}
+
 bool Tour::connectAndMeasure()
 {
     return step(QStringLiteral("Press Connect"), [this] { return connectByClick(); })
@@ -125,13 +149,35 @@ bool Tour::connectAndMeasure()
            });
 }
 
+bool Tour::watchTheState()
+{
+    const auto says = [this](const QString &text) {
+        return waitUntil([=] { return m_window.statusBar()->currentMessage() == text; });
+    };
+    return step(QStringLiteral("The device is no longer ready: the readings turn red"),
+                [=] {
+                    m_device.control("meas-state 3");
+                    click("synchronizeButton");
+                    const bool said = says(QStringLiteral("Device has not stabilized yet"));
+                    picture(QStringLiteral("not-ready"));
+                    return said;
+                })
+        && step(QStringLiteral("It is ready again"), [=] {
+               m_device.control("meas-state 1");
+               click("synchronizeButton");
+               return says(QStringLiteral("Device is ready for measurements"));
+           });
+}
+
 bool Tour::changeASetting()
 {
     const QString alias = QStringLiteral("altitude");
     const QString value = QStringLiteral("321");
     return step(QStringLiteral("Type a new altitude; the device has it"),
                 [=] {
-                    typeSetting(alias, value);
+                    beginTyping(alias, value);
+                    picture(QStringLiteral("setting-typed"));
+                    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
                     return waitUntil([=] { return m_device.variable(alias) == value; });
                 })
         && step(QStringLiteral(

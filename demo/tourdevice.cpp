@@ -97,6 +97,7 @@ bool Tour::clearTheLog()
 {
     return step(QStringLiteral("Clear the log; the device's is empty"), [=] {
         m_dialogs.answerBox(QStringLiteral("clear the log"), QStringLiteral("Yes"));
+        pictureDialogs({QStringLiteral("log-clear")});
         click("eraseLogButton");
         return waitUntil([=] { return m_device.log().size() == 1; });
     });
@@ -143,13 +144,15 @@ bool Tour::setTheClock()
 
 bool Tour::keepTheSettings()
 {
-    return step(QStringLiteral("Write the settings to the device's memory"),
-                [=] {
-                    m_dialogs.answerBox(QStringLiteral("write settings to EEPROM"),
-                                        QStringLiteral("Yes"));
-                    click("writeToEepromButton");
-                    return !dialog("WaitDialog")->isVisible();
-                })
+    return step(
+               QStringLiteral("Write the settings to the device's memory"),
+               [=] {
+                   m_dialogs.answerBox(QStringLiteral("write settings to EEPROM"),
+                                       QStringLiteral("Yes"));
+                   pictureDialogs({QStringLiteral("write-question"), QStringLiteral("write-wait")});
+                   click("writeToEepromButton");
+                   return !dialog("WaitDialog")->isVisible();
+               })
         && step(QStringLiteral("Restart the device and find the settings again"), [=] {
                if (!disconnectByClick()) {
                    return false;
@@ -175,6 +178,8 @@ bool Tour::updateTheFirmware()
                     m_dialogs.answerBox(QStringLiteral("aborting firmware"), QStringLiteral("Yes"));
                     m_dialogs.answerFileDialog(QStringLiteral("Select firmware file"), path);
                     m_dialogs.answerBox(QStringLiteral("Firmware updated"), QStringLiteral("OK"));
+                    pictureDialogs({QStringLiteral("firmware-warning"), QString(),
+                                    QStringLiteral("firmware-start")});
                     auto *const wait = dialog("WaitDialog");
                     bool pictured = false;
                     const ProgressWatch watch(wait, [&](int value) {
