@@ -1,0 +1,108 @@
+"""That the manual and the reference hold: links, quoted texts, examples and queries."""
+
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
+import pathlib
+import re
+import sqlite3
+import subprocess
+import tempfile
+import unittest
+
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
+REFERENCE = SOURCES / "docs/reference"
+
+
+def load_script(name):
+    loader = importlib.machinery.SourceFileLoader(name.replace("-", "_"), str(SOURCES / "scripts" / name))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
+    loader.exec_module(module)
+    return module
+
+
+manual = load_script("manual")
+check_settings = load_script("check-settings")
+
+
+def blocks(page, language):
+    return re.findall(rf"```{language}\n(.*?)```", (REFERENCE / page).read_text(), re.DOTALL)
+
+
+class Manual(unittest.TestCase):
+    def test_links_lead_somewhere_and_quotes_are_the_tools_words(self):
+        complaints = io.StringIO()
+        with contextlib.redirect_stderr(complaints):
+            self.assertTrue(manual.check(), complaints)
+        self.assertEqual(complaints.getvalue(), "")
+
+    def test_a_page_that_is_wrong_is_found(self):
+        with tempfile.TemporaryDirectory() as folder:
+            page = pathlib.Path(folder, "page.md")
+            page.write_text("# One page\n**Show graph** **Show graf** **Unable to save log to file …**\n"
+                            "[a](#one-page) [b](#two) [c](nowhere.md) [d](page.md#one-page)\n")
+            self.assertEqual([*manual.broken_links(page)], [f"{page}: #two names no heading",
+                                                            f"{page}: nowhere.md is not there"])
+            self.assertEqual([*manual.foreign_quotes(page, manual.shown_texts())],
+                             [f'{page}: the tool does not say "Show graf"'])
+
+    def test_every_page_can_be_reached_from_the_first(self):
+        seen, ahead = set(), [SOURCES / "docs/manual/index.md"]
+        while ahead:
+            page = ahead.pop()
+            if page not in seen:
+                seen.add(page)
+                ahead += [(page.parent / target.partition("#")[0]).resolve() for target in
+                          re.findall(r"\]\(([^)#]+\.md[^)]*)\)", page.read_text())]
+        self.assertEqual(seen & set(manual.pages()), set(manual.pages()))
+
+    def test_every_picture_is_taken_by_the_tour(self):
+        script = (SOURCES / "scripts/update-images").read_text()
+        tour = "".join(file.read_text() for file in (SOURCES / "demo").glob("tour*.cpp"))
+        taken = set(re.search(r"for name in (.*?); do", script, re.DOTALL)[1].replace("\\", " ").split())
+        self.assertEqual({file.stem for file in (SOURCES / "docs/images").glob("*.png")}, taken)
+        for name in taken:
+            self.assertIn(f'QStringLiteral("{name}")', tour)
+
+    def test_the_example_of_a_model_file_is_sound(self):
+        (example,) = blocks("settings-file.md", "xml")
+        verdict = check_settings.Verdict(example.encode())
+        self.assertTrue(verdict.is_whole())
+        self.assertEqual(verdict.remarks, [])
+        result = subprocess.run(["xmllint", "--noout", "--relaxng", str(REFERENCE / "settings.rng"), "-"],
+                                input=example, capture_output=True, text=True)
+        self.assertEqual(result.returncode, 0, result.stderr)
+
+    def test_the_database_is_made_as_the_page_says(self):
+        statements, *_ = blocks("database.md", "sql")
+        source = (SOURCES / "storage/localstoragesqlite.cpp").read_text()
+        source = " ".join(re.sub(r'"\s*\n?\s*"', "", source).split())
+        for statement in statements.strip().split(";\n"):
+            self.assertIn(" ".join(statement.rstrip(";").split()), source)
+
+    def test_the_queries_give_what_their_headings_promise(self):
+        schema, *queries = blocks("database.md", "sql")
+        store = sqlite3.connect(":memory:")
+        store.executescript(schema)
+        store.execute("insert into device values (1, 'KVT-100', 'K529636', '2.4.1', 'B')")
+        store.executemany("insert into measurement_type values (?, ?)", [(1, "W0"), (2, "W1")])
+        # Three minutes of readings, the second without humidity, the third after a gap.
+        hour = 3600_000
+        for reading, (time, values) in enumerate([(0, (20.0, 40.0)), (60_000, (21.0, None)),
+                                                  (hour, (22.0, 44.0))], 1):
+            store.execute("insert into measurement_metadata values (?, ?, 1, 1)", (reading, time))
+            for kind, value in enumerate(values, 1):
+                if value is not None:
+                    store.execute("insert into measurement_value (measurement_id, measurement_type_id,"
+                                  " value) values (?, ?, ?)", (reading, kind, value))
+        devices, latest, hours, gaps, table = [store.execute(query).fetchall() for query in queries]
+        self.assertEqual([row[:3] for row in devices], [("KVT-100", "K529636", 3)])
+        self.assertEqual([row[:2] for row in latest], [("W0", 22.0), ("W1", 44.0)])
+        self.assertEqual([row[1:] for row in hours], [(1, 40.0, 40.0, 40.0), (1, 44.0, 44.0, 44.0)])
+        self.assertEqual([(row[0], row[3]) for row in gaps], [("K529636", 59)])
+        self.assertEqual([row[2:] for row in table], [(20.0, 40.0), (21.0, None), (22.0, 44.0)])
+
+
+if __name__ == "__main__":
+    unittest.main()
