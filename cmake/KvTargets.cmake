@@ -18,6 +18,9 @@ if(KV_SANITIZE)
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(kv_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(KV_FUZZ)
+    target_compile_options(kv_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # kv_library(<folder> SOURCES ... LINKS ...): the folder's library, called kv_<folder>.
 function(kv_library folder)
@@ -53,4 +56,14 @@ function(kv_test name)
         TIMEOUT ${ARG_TIMEOUT}
         FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL;QFATAL ;SKIP   :;XFAIL  :;XPASS  :"
         ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()
+
+# kv_fuzz(<name> LINKS ... [SOURCES ...]): the fuzz target fuzz_<name>.cpp of this folder.
+function(kv_fuzz name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(fuzz_${name} fuzz_${name}.cpp ${ARG_SOURCES})
+    target_include_directories(fuzz_${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(fuzz_${name} PRIVATE ${ARG_LINKS} kv_options)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    add_dependencies(fuzz_targets fuzz_${name})
 endfunction()

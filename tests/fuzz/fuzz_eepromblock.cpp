@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The reply that carries a block of the device's memory. The first byte chooses what is done with
+// the rest, the two behind it are the block's number.
+#include "tests/fuzz/fuzzing.h"
+#include "tests/serial/replysamples.h"
+
+namespace {
+
+const QByteArray before("before");
+
+// A block as the device prints it, each digit's case by a bit of @p cases.
+QString digitsOf(const QByteArray &bytes, unsigned cases)
+{
+    QString digits = QString::fromLatin1(bytes.toHex());
+    for (int i = 0; i < digits.size(); ++i) {
+        if ((cases >> (i % 16) & 1U) != 0) {
+            digits[i] = digits.at(i).toUpper();
+        }
+    }
+    return digits;
+}
+
+void checkBlock(const QByteArray &bytes, quint16 index)
+{
+    const QString digits = digitsOf(bytes, index);
+    QByteArray data = before;
+    DEMAND(DataParser::parseEepromBlock(eepromReply(index, digits), index, data));
+    DEMAND(data == before + bytes);
+
+    data.clear();
+    DEMAND(DataParser::parseEepromBlock(eepromReply(index, digits + latin1("f")), index, data));
+    DEMAND(data == bytes);
+
+    data.clear();
+    const auto other = static_cast<quint16>(index + 1);
+    DEMAND(!DataParser::parseEepromBlock(eepromReply(index, digits), other, data));
+    DEMAND(data.isEmpty());
+}
+
+// Two characters of what stands between the command and "Done" make a byte, whatever they are.
+void checkDigits(const QString &digits, quint16 index)
+{
+    const QString reply = eepromReply(index, digits);
+    QByteArray data = before;
+    const bool recognised = DataParser::parseEepromBlock(reply, index, data);
+    if (!recognised) {
+        DEMAND(data.isEmpty());
+        return;
+    }
+    DEMAND(data.startsWith(before));
+    DEMAND(data.size() == before.size() + digits.size() / 2);
+}
+
+void checkAnyText(const QString &text, quint16 index)
+{
+    QByteArray data;
+    QByteArray again = before;
+    const bool recognised = DataParser::parseEepromBlock(text, index, data);
+    DEMAND(DataParser::parseEepromBlock(text, index, again) == recognised);
+    if (recognised) {
+        DEMAND(again == before + data);
+        DEMAND(data.size() * 2 < text.size());
+        DEMAND(text.contains(QString::number(index)));
+    } else {
+        DEMAND(data.isEmpty());
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    Fuzzing::silenceLog();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    if (size < 3) {
+        return 0;
+    }
+    const auto index = static_cast<quint16>(data[1] << 8 | data[2]);
+    const QByteArray bytes = Fuzzing::bytesOf(data + 3, size - 3);
+    switch (data[0] % 3) {
+    case 0:
+        checkBlock(bytes, index);
+        break;
+    case 1:
+        checkDigits(Fuzzing::asReceived(bytes), index);
+        break;
+    default:
+        checkAnyText(Fuzzing::asReceived(bytes), index);
+        break;
+    }
+    return 0;
+}

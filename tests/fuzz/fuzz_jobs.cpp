@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Jobs and their queue under bytes from the wire. The first byte chooses the dialogue, the second
+// how the bytes behind them are cut into chunks, where time-outs strike and whether a queue runs
+// the job.
+#include "serial/serialportqueue.h"
+#include "tests/fakes/fakeserialport.h"
+#include "tests/fuzz/fuzzing.h"
+#include "tests/serial/jobdialogue.h"
+#include "tests/serial/jobears.h"
+
+#include <QtCore/QCoreApplication>
+
+namespace {
+
+constexpr int maxSends = 5;
+constexpr int singleBytes = 12; // at the end of an input; more would only be slower
+
+// A plan that a byte gives: the same for the same byte.
+class Plan
+{
+public:
+    explicit Plan(uint8_t byte)
+        : m_state(byte * 2654435761U + 1U)
+        , m_kind(byte % 4)
+        , m_withTimeouts((byte & 0x40U) != 0)
+    {
+    }
+
+    bool timesOutHere() { return m_withTimeouts && next() % 6 == 0; }
+
+    uint next() { return (m_state = m_state * 1664525U + 1013904223U) >> 16U; }
+
+    QByteArrayList cut(const QByteArray &bytes)
+    {
+        if (m_kind == 0) {
+            return {bytes};
+        }
+        QByteArrayList chunks;
+        int position = m_kind == 1 ? qMax(0, bytes.size() - singleBytes) : 0;
+        chunks << bytes.left(position);
+        while (position < bytes.size()) {
+            const int size = m_kind == 1 ? 1 : static_cast<int>(next()) % (bytes.size() / 4 + 2);
+            chunks << bytes.mid(position, size);
+            position += size;
+        }
+        return chunks;
+    }
+
+private:
+    uint m_state;
+    int m_kind;
+    bool m_withTimeouts;
+};
+
+const QVector<JobDialogue> &dialogues()
+{
+    static const QVector<JobDialogue> all = allDialogues();
+    return all;
+}
+
+void expire(SerialPortJobInterface *job)
+{
+    DEMAND(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
+}
+
+// A second job, which is given a whole text at once each time.
+class Judge
+{
+public:
+    explicit Judge(const JobDialogue &dialogue)
+        : m_job(dialogue.make(&m_port))
+    {
+        m_ears.listenTo(m_job.data());
+    }
+
+    QStringList verdict(const QString &text)
+    {
+        m_job->stop();
+        m_ears.heard.clear();
+        m_job->start();
+        m_port.receive(text);
+        return m_ears.heard;
+    }
+
+private:
+    FakeSerialPort m_port;
+    JobEars m_ears;
+    JobPointer m_job;
+};
+
+void checkSent(const JobDialogue &dialogue, const QByteArrayList &sent)
+{
+    DEMAND(sent.size() <= maxSends * dialogue.command.size() + dialogue.answer.size());
+    for (int i = 0; i < sent.size() - dialogue.answer.size(); ++i) {
+        DEMAND(sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
+    }
+}
+
+// The verdict depends on all the text received since the last stop, not on how it came.
+void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
+{
+    FakeSerialPort port;
+    JobEars ears;
+    const JobPointer job = dialogue.make(&port);
+    ears.listenTo(job.data());
+    job->start();
+    Judge judge(dialogue);
+    QString received;
+    for (const QByteArray &chunk : plan.cut(bytes)) {
+        if (plan.timesOutHere()) {
+            expire(job.data());
+            DEMAND(ears.heard == QStringList(latin1("timedOut")));
+            ears.heard.clear();
+            received.clear();
+            if (!job->canRestart() || !job->restart()) {
+                break;
+            }
+        }
+        const QString text = Fuzzing::asReceived(chunk);
+        received += text;
+        port.receive(text);
+        DEMAND(ears.heard == judge.verdict(received));
+        if (!ears.heard.isEmpty()) {
+            DEMAND(job->isRunning() == !dialogue.stopsItself);
+            break;
+        }
+        DEMAND(job->isRunning());
+    }
+    checkSent(dialogue, port.sent);
+
+    job->stop();
+    const QStringList heard = ears.heard;
+    const QByteArrayList sent = port.sent;
+    port.receive(Fuzzing::asReceived(bytes));
+    DEMAND(ears.heard == heard);
+    DEMAND(port.sent == sent);
+}
+
+QStringList endsIn(const QStringList &heard)
+{
+    QStringList ends;
+    for (const QString &text : heard) {
+        if (text.startsWith(latin1("queue: jobF"))) {
+            ends << text.section(QLatin1Char(' '), -1);
+        }
+    }
+    return ends;
+}
+
+// Jobs end in the order of their coming, none is sent more often than it may be, and an idle queue
+// has nothing waiting.
+void checkQueue(int first, const QByteArray &bytes, Plan plan)
+{
+    const auto port = QSharedPointer<FakeSerialPort>::create();
+    SerialPortQueue queue(nullptr);
+    JobEars ears;
+    ears.listenTo(&queue);
+    queue.setSerialPort(port);
+    QStringList types;
+    int mostSends = 0;
+    for (int i = 0; i < 3; ++i) {
+        const JobDialogue &dialogue = dialogues().at((first + i * 7) % dialogues().size());
+        queue.addJob(dialogue.make(port.data()));
+        types << QString::number(static_cast<int>(dialogue.type));
+        mostSends += maxSends * dialogue.command.size() + dialogue.answer.size();
+    }
+    for (const QByteArray &chunk : plan.cut(bytes)) {
+        const auto current = queue.currentJob();
+        if (current && current->isRunning() && plan.timesOutHere()) {
+            expire(current.data());
+        }
+        port->receive(Fuzzing::asReceived(chunk));
+        const QStringList ends = endsIn(ears.heard);
+        DEMAND(ends == types.mid(0, ends.size()));
+        DEMAND(queue.currentJob() ? queue.jobs().size() + ends.size() + 1 == types.size()
+                                  : queue.jobs().isEmpty() && ends == types);
+        DEMAND(port->sent.size() <= mostSends);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    Fuzzing::silenceLog();
+    static QCoreApplication application(*argc, *argv);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    if (size < 2) {
+        return 0;
+    }
+    const int index = data[0] % dialogues().size();
+    const QByteArray bytes = Fuzzing::bytesOf(data + 2, size - 2);
+    if (data[1] < 0x80) {
+        checkJob(dialogues().at(index), bytes, Plan(data[1]));
+    } else {
+        checkQueue(index, bytes, Plan(data[1]));
+    }
+    return 0;
+}

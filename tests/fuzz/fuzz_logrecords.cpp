@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The rows of the device's log and their checksum. The first byte chooses what is done with the
+// rest, the second is the row's number.
+#include "common/utils.h"
+#include "tests/fuzz/fuzzing.h"
+#include "tests/serial/replysamples.h"
+
+namespace {
+
+bool isConsoleText(const QString &record)
+{
+    const QByteArray bytes = record.toLatin1();
+    return std::all_of(bytes.cbegin(), bytes.cend(),
+                       [](char byte) { return static_cast<uchar>(byte) < 0x80; });
+}
+
+// Whether all fields but the time are numbers.
+bool isRecord(const QString &record)
+{
+    const QStringList fields = record.split(QLatin1Char(','));
+    return std::all_of(fields.cbegin() + 1, fields.cend(), [](const QString &field) {
+        bool ok = false;
+        field.toDouble(&ok);
+        return ok;
+    });
+}
+
+// The checksum as it stands behind a record, with one of its eight bits wrong.
+QString wrongChecksumOf(const QString &record, int bit)
+{
+    const uint wrong = checksumOf(record).toUInt(nullptr, 16) ^ (1U << (bit % 8));
+    return QStringLiteral("%1").arg(wrong, 2, 16, QLatin1Char('0'));
+}
+
+void checkAnyTitles(const QString &text)
+{
+    QStringList titles;
+    QStringList again{latin1("left over")};
+    const DataParserResult result = DataParser::parseLogTitles(text, titles);
+    DEMAND(DataParser::parseLogTitles(text, again) == result);
+    if (result == DataParserResult::Matched) {
+        const QString record = titles.join(QLatin1Char(','));
+        DEMAND(titles == again);
+        DEMAND(text.contains(logLine(latin1("00000"), record), Qt::CaseInsensitive));
+        DEMAND(isConsoleText(record));
+    }
+}
+
+void checkAnyValues(const QString &text, int index)
+{
+    QDateTime time;
+    QVector<double> values;
+    QDateTime timeAgain = QDateTime::currentDateTime();
+    QVector<double> valuesAgain{1.0, 2.0};
+    const DataParserResult result = DataParser::parseLogValue(text, index, time, values);
+    DEMAND(DataParser::parseLogValue(text, index, timeAgain, valuesAgain) == result);
+    if (result == DataParserResult::Matched) {
+        DEMAND(values.size() <= text.count(QLatin1Char(',')));
+        DEMAND(values.size() == valuesAgain.size());
+        DEMAND(time.timeSpec() == Qt::UTC);
+        DEMAND(time.isValid() == timeAgain.isValid());
+        DEMAND(!time.isValid() || time == timeAgain);
+    }
+}
+
+void checkTitlesOfRecord(const QString &record, int bit)
+{
+    QStringList titles;
+    const DataParserResult sound = DataParser::parseLogTitles(titlesReply(record), titles);
+    if (!isConsoleText(record)) {
+        DEMAND(sound == DataParserResult::ChecksumMismatch);
+        return;
+    }
+    DEMAND(sound == DataParserResult::Matched);
+    DEMAND(titles == record.split(QLatin1Char(',')));
+    QString damaged = titlesReply(record);
+    damaged.replace(damaged.size() - 2, 2, wrongChecksumOf(record, bit));
+    DEMAND(DataParser::parseLogTitles(damaged, titles) == DataParserResult::ChecksumMismatch);
+}
+
+void checkValuesOfRecord(const QString &record, int index, int bit)
+{
+    QDateTime time;
+    QVector<double> values;
+    const QString number = QStringLiteral("%1").arg(index, 5, 10, QLatin1Char('0'));
+    const QString reply = rowReply(index, number, record);
+    const DataParserResult sound = DataParser::parseLogValue(reply, index, time, values);
+    if (!isRecord(record)) {
+        DEMAND(sound == DataParserResult::NoMatch);
+        DEMAND(values.isEmpty());
+        return;
+    }
+    DEMAND(values.size() == record.count(QLatin1Char(',')));
+    DEMAND(time.timeSpec() == Qt::UTC);
+    if (!isConsoleText(record)) {
+        DEMAND(sound == DataParserResult::ChecksumMismatch);
+        return;
+    }
+    DEMAND(sound == DataParserResult::Matched);
+    QString damaged = reply;
+    damaged.replace(damaged.size() - 2, 2, wrongChecksumOf(record, bit));
+    DEMAND(DataParser::parseLogValue(damaged, index, time, values)
+           == DataParserResult::ChecksumMismatch);
+    // A record may hold the words of another reply.
+    DEMAND(record.contains(latin1("log"), Qt::CaseInsensitive)
+           || DataParser::parseLogValue(reply, index + 1, time, values)
+               == DataParserResult::NoMatch);
+}
+
+void checkChecksum(const QByteArray &bytes)
+{
+    const int checksum = crc8(bytes.constData(), static_cast<unsigned>(bytes.size()));
+    const QString text = QString::fromLatin1(bytes.constData(), bytes.size());
+    DEMAND(crc8(text) == checksum);
+    if (!isConsoleText(text)) {
+        DEMAND(checksum == -1);
+        return;
+    }
+    DEMAND(checksum >= 0 && checksum <= 0xff);
+    DEMAND(checksumOf(text).toInt(nullptr, 16) == checksum);
+    DEMAND(DataParser::crcMatches(text, static_cast<unsigned>(checksum)));
+    DEMAND(!DataParser::crcMatches(text, static_cast<unsigned>(checksum) + 0x100U));
+    if (checksum < 0x80) {
+        const QByteArray whole = bytes + static_cast<char>(checksum);
+        DEMAND(crc8(whole.constData(), static_cast<unsigned>(whole.size())) == 0);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    Fuzzing::silenceLog();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    if (size < 2) {
+        return 0;
+    }
+    const int choice = data[0] % 5;
+    const int number = data[1];
+    const QByteArray bytes = Fuzzing::bytesOf(data + 2, size - 2);
+    const QString text = Fuzzing::asReceived(bytes);
+    switch (choice) {
+    case 0:
+        checkAnyTitles(text);
+        break;
+    case 1:
+        checkAnyValues(text, number);
+        break;
+    case 2:
+        checkTitlesOfRecord(text, number);
+        break;
+    case 3:
+        checkValuesOfRecord(text, number, number);
+        break;
+    default:
+        checkChecksum(bytes);
+        break;
+    }
+    return 0;
+}

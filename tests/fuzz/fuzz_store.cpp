@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The measurement store on a file of anybody's making: the input is the database file.
+#include "storage/localstoragehandler.h"
+#include "storage/localstoragesqlite.h"
+#include "tests/fuzz/fuzzing.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QVariant>
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlQuery>
+
+#include <limits>
+
+namespace {
+
+constexpr unsigned noDevice = std::numeric_limits<unsigned>::max();
+
+// Ids beyond it do not fit the interface, and no tool will ever come there.
+constexpr unsigned highestId = 0x7fffffff;
+
+const QDateTime now = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59, 999), Qt::UTC);
+
+QDateTime atMSecs(qint64 msecs)
+{
+    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
+}
+
+DeviceDetails details()
+{
+    DeviceDetails result;
+    result.serialNumber = QStringLiteral("S-1");
+    result.modelNumber = QStringLiteral("KVT-1");
+    return result;
+}
+
+QVector<MeasurementValue> values()
+{
+    return {{QStringLiteral("T"), true, 21.5},
+            {QStringLiteral("gone"), false, 0.0},
+            {QStringLiteral("new"), true, -1.25}};
+}
+
+QStringList rowsOf(const char *sql)
+{
+    QSqlQuery query(QSqlDatabase::database());
+    query.exec(QLatin1String(sql));
+    QStringList rows;
+    while (query.next()) {
+        rows << query.value(0).toString();
+    }
+    return rows;
+}
+
+// Whether the open file is a whole one, with the store's tables and nothing else in it.
+bool isSoundStore()
+{
+    static const QStringList tables{
+        QStringLiteral("CREATE TABLE device(id integer primary key autoincrement, model text, "
+                       "serial text, sw_version text, hw_version text)"),
+        QStringLiteral("CREATE TABLE measurement_metadata(id integer primary key autoincrement, "
+                       "timestamp integer, meas_state integer, device_id integer)"),
+        QStringLiteral("CREATE TABLE measurement_type(id integer primary key autoincrement, "
+                       "name text)"),
+        QStringLiteral("CREATE TABLE measurement_value(id integer primary key autoincrement, "
+                       "measurement_id integer, measurement_type_id integer, value real)"),
+        QStringLiteral("CREATE TABLE sqlite_sequence(name,seq)")};
+    return rowsOf("select sql from sqlite_master order by sql") == tables
+        && rowsOf("pragma integrity_check") == QStringList(QStringLiteral("ok"));
+}
+
+void checkMeasurements(const QVector<StoredMeasurement> &measurements, const QDateTime &from,
+                       const QDateTime &to)
+{
+    for (const StoredMeasurement &measurement : measurements) {
+        DEMAND(measurement.timestamp >= from && measurement.timestamp <= to);
+        DEMAND(measurement.timestamp.timeSpec() != Qt::LocalTime);
+        DEMAND(measurement.state <= MeasurementState::HardwareError);
+        for (const MeasurementValue &value : measurement.values) {
+            DEMAND(value.valid);
+        }
+    }
+}
+
+void readAll(LocalStorageSqlite &store)
+{
+    QDateTime newest;
+    QVector<StoredDevice> devices = store.devices();
+    for (const StoredDevice &device : qAsConst(devices)) {
+        DEMAND(device.firstMeasurement.isValid() == device.lastMeasurement.isValid());
+        DEMAND(newest.isNull() || !(newest < device.lastMeasurement));
+        newest = device.lastMeasurement;
+        // What the dialogs ask when the device is chosen; the first few say as much as all.
+        if (&device - devices.constData() < 2) {
+            store.measurementMetadata(device.id);
+            store.measurementTypes(device.id);
+            checkMeasurements(
+                store.measurements(device.firstMeasurement, device.lastMeasurement, device.id),
+                device.firstMeasurement, device.lastMeasurement);
+        }
+    }
+    const QDateTime early = atMSecs(0);
+    checkMeasurements(store.measurements(early, now, 1), early, now);
+}
+
+// Stores a measurement as the tool does at each poll.
+void storeOne(LocalStorageSqlite &store, bool sound)
+{
+    LocalStorageHandler handler(&store);
+    handler.setDevice(details());
+    handler.addMeasurements({MeasurementState::Ready, now}, values());
+    unsigned deviceId = noDevice;
+    const bool known = store.addDevice(details(), deviceId);
+    DEMAND(!handler.hasDevice() || !sound || known);
+    unsigned id = 0;
+    const bool added = known && store.addMeasurement(deviceId, {MeasurementState::Ready, now}, id);
+    if (!added || !sound || deviceId > highestId || id > highestId) {
+        return;
+    }
+    store.addMeasurementValues(id, values());
+    const QVector<StoredMeasurement> found = store.measurements(now, now, deviceId);
+    DEMAND(!found.isEmpty());
+    DEMAND(found.last().timestamp == now);
+    DEMAND(found.last().state == MeasurementState::Ready);
+    DEMAND(store.measurementMetadata(deviceId).contains(id));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    Fuzzing::silenceLog();
+    static QCoreApplication application(*argc, *argv);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("measurements.db"));
+    QFile file(path);
+    DEMAND(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    DEMAND(file.write(Fuzzing::bytesOf(data, size)) == static_cast<qint64>(size));
+    file.close();
+    {
+        LocalStorageSqlite store;
+        const bool opened = store.open(path);
+        const bool sound = opened && isSoundStore();
+        readAll(store);
+        storeOne(store, sound);
+        store.close();
+        DEMAND(store.open(path) || !sound);
+        readAll(store);
+    }
+    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
+    for (const char *suffix : {"-journal", "-wal", "-shm"}) {
+        QFile::remove(path + QLatin1String(suffix));
+    }
+    return 0;
+}

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Writes what the targets of the device link start from, out of the dialogues of the tests.
+// Usage: fuzzseeds FOLDER
+#include "tests/fuzz/replytable.h"
+#include "tests/serial/jobdialogue.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+namespace {
+
+void write(const QString &folder, const QByteArray &name, const QByteArray &bytes)
+{
+    QDir().mkpath(folder);
+    QFile file(folder + QLatin1Char('/') + QString::fromLatin1(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+        qFatal("%s can't be written", qPrintable(file.fileName()));
+    }
+}
+
+QByteArray head(std::initializer_list<int> bytes)
+{
+    QByteArray result;
+    for (const int byte : bytes) {
+        result.append(static_cast<char>(byte));
+    }
+    return result;
+}
+
+// Every reply to every function: most are strangers to each other.
+void writeReplies(const QString &folder, const QByteArrayList &replies)
+{
+    for (int function = 0; function < ReplyTable::rows().size(); ++function) {
+        for (int i = 0; i < replies.size(); ++i) {
+            write(folder, QByteArray::number(function) + '-' + QByteArray::number(i),
+                  head({function}) + replies.at(i));
+        }
+    }
+}
+
+void writeJobs(const QString &folder, const QVector<JobDialogue> &dialogues,
+               const QByteArrayList &replies)
+{
+    for (int job = 0; job < dialogues.size(); ++job) {
+        const QByteArray own = replies.at(job);
+        const QByteArray next = replies.at((job + 7) % dialogues.size());
+        for (const int plan : {0x00, 0x01, 0x42, 0x80, 0xc2}) {
+            write(folder, QByteArray::number(job) + '-' + QByteArray::number(plan),
+                  head({job, plan}) + own + next);
+        }
+    }
+}
+
+void writeLogRecords(const QString &folder)
+{
+    const char titles[] = "TIME,CO2,,T";
+    const char record[] = "2017-11-13T10:20:30,400.5,-2,1e3";
+    write(folder, "titles", head({0, 0}) + titlesReply(latin1(titles)).toLatin1());
+    write(folder, "values",
+          head({1, 12}) + rowReply(12, latin1("00012"), latin1(record)).toLatin1());
+    write(folder, "titles-record", head({2, 3}) + titles);
+    write(folder, "values-record", head({3, 255}) + record);
+    write(folder, "odd-record", head({3, 1}) + ",nan,inf,0x1,#12");
+    write(folder, "checksum", head({4, 0}) + record);
+}
+
+void writeEepromBlocks(const QString &folder)
+{
+    const QByteArray block = everyByteOnce(0);
+    write(folder, "block", head({0, 3, 255}) + block);
+    write(folder, "digits", head({1, 0, 7}) + block.toHex());
+    write(folder, "odd-digits", head({1, 0, 7}) + "0xg f+1-1\r\nDone\r\n00");
+    write(folder, "text", head({2, 0, 7}) + eepromReply(7, latin1(block.toHex())).toLatin1());
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (argc != 2) {
+        qFatal("Usage: fuzzseeds FOLDER");
+    }
+    const QString folder = QString::fromLocal8Bit(argv[1]);
+    const QVector<JobDialogue> dialogues = allDialogues();
+    QByteArrayList replies;
+    for (const JobDialogue &dialogue : dialogues) {
+        replies << (dialogue.reply + dialogue.rest).toLatin1();
+    }
+    writeReplies(folder + latin1("/replies"),
+                 replies
+                     + QByteArrayList{"\r\n$ show list3\r\nshow: list3=abc def\r\n$ ",
+                                      "\r\n$ set list12=x\r\nset: list12=x\r\n$ ",
+                                      "meas\nshow: meas=1\r\n$ "});
+    writeJobs(folder + latin1("/jobs"), dialogues, replies);
+    writeLogRecords(folder + latin1("/logrecords"));
+    writeEepromBlocks(folder + latin1("/eepromblock"));
+    return 0;
+}
