@@ -127,6 +127,10 @@ CASES = {
     **{f"measurement without {name}": (file(device(measurements(measurement(**{name: None})))),
                                        False, f'<Measurement> has no attribute "{name}"')
        for name in ("type", "unit", "name")},
+    "setting without two": (file(device(configuration(setting(name=None, alias=None)))), False,
+                            '<ConfigurationItem> has no attribute "name"'),
+    "measurement without all": (file(device(measurements("<Measurement/>"))), False,
+                                '<Measurement> has no attribute "name"'),
     "unknown type": (file(device(measurements(measurement(type="airtemp")))), False,
                      'measurement type "airtemp" is unknown'),
     "unknown unit": (file(GOOD + device(measurements(measurement(unit="µg/m³")), "B")), False,
