@@ -22,11 +22,6 @@ constexpr unsigned highestId = 0x7fffffff;
 
 const QDateTime now = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59, 999), Qt::UTC);
 
-QDateTime atMSecs(qint64 msecs)
-{
-    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
-}
-
 DeviceDetails details()
 {
     DeviceDetails result;
@@ -70,11 +65,13 @@ bool isSoundStore()
         && rowsOf("pragma integrity_check") == QStringList(QStringLiteral("ok"));
 }
 
-void checkMeasurements(const QVector<StoredMeasurement> &measurements, const QDateTime &from,
-                       const QDateTime &to)
+// The range holds in a sound store only: where the times are texts, they compare as texts.
+void checkMeasurements(LocalStorageSqlite &store, const QDateTime &from, const QDateTime &to,
+                       unsigned deviceId, bool sound)
 {
+    const QVector<StoredMeasurement> measurements = store.measurements(from, to, deviceId);
     for (const StoredMeasurement &measurement : measurements) {
-        DEMAND(measurement.timestamp >= from && measurement.timestamp <= to);
+        DEMAND(!sound || (measurement.timestamp >= from && measurement.timestamp <= to));
         DEMAND(measurement.timestamp.timeSpec() != Qt::LocalTime);
         DEMAND(measurement.state <= MeasurementState::HardwareError);
         for (const MeasurementValue &value : measurement.values) {
@@ -83,7 +80,7 @@ void checkMeasurements(const QVector<StoredMeasurement> &measurements, const QDa
     }
 }
 
-void readAll(LocalStorageSqlite &store)
+void readAll(LocalStorageSqlite &store, bool sound)
 {
     QDateTime newest;
     QVector<StoredDevice> devices = store.devices();
@@ -95,13 +92,11 @@ void readAll(LocalStorageSqlite &store)
         if (&device - devices.constData() < 2) {
             store.measurementMetadata(device.id);
             store.measurementTypes(device.id);
-            checkMeasurements(
-                store.measurements(device.firstMeasurement, device.lastMeasurement, device.id),
-                device.firstMeasurement, device.lastMeasurement);
+            checkMeasurements(store, device.firstMeasurement, device.lastMeasurement, device.id,
+                              sound);
         }
     }
-    const QDateTime early = atMSecs(0);
-    checkMeasurements(store.measurements(early, now, 1), early, now);
+    checkMeasurements(store, QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), now, 1, sound);
 }
 
 // Stores a measurement as the tool does at each poll.
@@ -147,11 +142,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         LocalStorageSqlite store;
         const bool opened = store.open(path);
         const bool sound = opened && isSoundStore();
-        readAll(store);
+        readAll(store, sound);
         storeOne(store, sound);
         store.close();
         DEMAND(store.open(path) || !sound);
-        readAll(store);
+        readAll(store, sound);
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     for (const char *suffix : {"-journal", "-wal", "-shm"}) {
