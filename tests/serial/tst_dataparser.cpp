@@ -215,6 +215,7 @@ private slots:
     void impossibleDateIsReadAsInvalid_data();
     void impossibleDateIsReadAsInvalid();
     void dateNumberBeyondIntIsRefused();
+    void takesAYearThatNoTimeCanHold();
 
     void deviceLetters_data();
     void deviceLetters();
@@ -529,6 +530,13 @@ void TestDataParser::dateNumberBeyondIntIsRefused()
         QVERIFY(!DataParser::parseDate(latin1("date\r\n%1\r\n$").arg(date), time));
         QVERIFY(!DataParser::parseDateUpdated(latin1("Date updated to %1\r\n").arg(date), time));
     }
+}
+
+void TestDataParser::takesAYearThatNoTimeCanHold()
+{
+    QDateTime time;
+    QVERIFY(DataParser::parseDate(latin1("date\r\n999999917-11-13T10:20:30\r\n$"), time));
+    QCOMPARE(time.timeSpec(), Qt::UTC);
 }
 
 void TestDataParser::deviceLetters_data()
