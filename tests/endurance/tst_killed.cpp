@@ -311,6 +311,8 @@ void TestKilled::startOnRemains(const QStringList &tables)
     QCOMPARE(witness.integrity(), text("ok"));
     if (tables.size() == 2 || tables.size() == 3) {
         QCOMPARE(witness.tables(), tables);
+        const QStringList bare = witness.texts(text("select id from measurement_metadata"));
+        QCOMPARE(!bare.isEmpty(), tables.size() == 3);
         return;
     }
     const QVector<StoreWitness::Reading> readings = witness.readings();
