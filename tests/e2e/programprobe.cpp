@@ -9,6 +9,8 @@
 #include "main/main.cpp"
 #undef main
 
+#include "tests/e2e/pictures.h"
+
 #include <cstdio>
 #include <QtCore/QTimer>
 #include <QtWidgets/QComboBox>
@@ -45,7 +47,15 @@ public:
 protected:
     void timerEvent(QTimerEvent *) override
     {
+        if (m_looking) {
+            return; // a picture takes its time
+        }
         QWidget *const modal = QApplication::activeModalWidget();
+        if (modal != nullptr) {
+            m_looking = true;
+            takePicture(modal);
+            m_looking = false;
+        }
         if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
             say(QStringLiteral("box %1 %2").arg(box->icon()).arg(box->text()));
             box->button(QMessageBox::Ok)->click();
@@ -91,6 +101,7 @@ private:
 
     QString m_word;
     int m_folders = 0;
+    bool m_looking = false;
     bool m_connected = false;
 };
 
@@ -102,6 +113,7 @@ void beginLooking()
 {
     probe = new Probe(word);
     qApp->installEventFilter(probe);
+    new Eyewitness(qApp);
 }
 Q_COREAPP_STARTUP_FUNCTION(beginLooking)
 

@@ -7,6 +7,8 @@
 #include "serial/serialportqueue.h"
 #include "simulator/simulatorprocess.h"
 #include "storage/localstoragesqlite.h"
+#include "tests/e2e/eyewitness.h"
+#include "tests/e2e/pictures.h"
 #include "ui/configurationeditor.h"
 #include "ui/mainwindow.h"
 #include "ui/measurementtable.h"
@@ -16,9 +18,12 @@
 #include <QtCore/QProcess>
 #include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
+#include <QtGui/QCloseEvent>
+#include <QtGui/QWindow>
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 #include <QtTest/QtTest>
+#include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QLineEdit>
@@ -60,6 +65,8 @@ protected:
     {
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         QApplication::setQuitOnLastWindowClosed(false);
+        Eyewitness::forget();
+        new Eyewitness(qApp);
         QFile::remove(text("settings.xml"));
         QVERIFY(QFile::copy(text(KV_SOURCE_DIR "/settings.xml"), text("settings.xml")));
     }
@@ -71,6 +78,7 @@ protected:
         m_folder = std::make_unique<QTemporaryDir>();
         m_device = std::make_unique<SimulatorProcess>();
         m_dialogs = std::make_unique<DialogDriver>();
+        m_dialogs->onDialogShown = takePicture;
         QSettings settings(text("Orvanta"), text("Kv tool"));
         settings.clear();
         settings.setValue(text("local storage path"), m_folder->path());
@@ -79,6 +87,10 @@ protected:
     /// For cleanup(): the tool goes as the program's end takes it, and no dialog was left over.
     void endCase()
     {
+        const auto widgets = QApplication::topLevelWidgets();
+        for (QWidget *widget : widgets) {
+            takePicture(widget);
+        }
         m_tool.reset();
         // In the program it ends with the process.
         QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
@@ -161,6 +173,35 @@ protected:
         return true;
     }
     bool click(const char *buttonName) { return press(child<QPushButton>(buttonName)); }
+
+    /// Opens the list of @p combo with the mouse and takes the entry @p index by keys.
+    static bool choose(QComboBox *combo, int index)
+    {
+        QTest::mouseClick(combo, Qt::LeftButton);
+        if (!waitFor([=] { return combo->view()->isVisible(); })) {
+            return false;
+        }
+        QTest::keyClick(combo->view(), Qt::Key_Home);
+        for (int row = 0; row < index; ++row) {
+            QTest::keyClick(combo->view(), Qt::Key_Down);
+        }
+        QTest::keyClick(combo->view(), Qt::Key_Return);
+        return waitFor([=] { return !combo->view()->isVisible(); })
+            && combo->currentIndex() == index;
+    }
+
+    /// Closes @p window by its frame, as the window system does: not at all behind a modal dialog.
+    static bool closeByFrame(QWidget *window)
+    {
+        QWidget *const modal = QApplication::activeModalWidget();
+        if (!window->isVisible() || (modal != nullptr && modal != window)) {
+            return false;
+        }
+        QCloseEvent event;
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(window->windowHandle(), &event);
+        return true;
+    }
 
     bool connectByClick()
     {

@@ -254,7 +254,7 @@ void TestFirmware::cancelledTransferEndsTheUpdate()
 {
     QVERIFY(startConnected());
     chooseImage(imageFile(16 * 500));
-    const auto watch = atProgress(20, [] { waitDialog()->close(); });
+    const auto watch = atProgress(20, [] { QVERIFY(closeByFrame(waitDialog())); });
     QVERIFY(click("updateFirmwareButton"));
     disconnect(watch);
     QVERIFY(!waitDialog()->isVisible());
@@ -407,7 +407,7 @@ void TestFirmware::cancelledRestoreStopsHalfWay()
     const QByteArray image = bytes(65536);
     QVERIFY(write(path, image));
     dialogs().answerFileDialog(text("Select eeprom backup file"), path);
-    const auto watch = atProgress(10, [] { waitDialog()->close(); });
+    const auto watch = atProgress(10, [] { QVERIFY(closeByFrame(waitDialog())); });
     hiddenButton("restoreEepromButton")->click();
     disconnect(watch);
     QVERIFY(waitUntilQuiet());

@@ -185,7 +185,7 @@ void TestLongJobs::frameOfTheWaitDialogEndsTheReading()
 {
     QVERIFY(startConnected({text("--log-rows"), text("200")}));
     QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
-    whenBarReaches(20, [] { waitDialog()->close(); });
+    whenBarReaches(20, [] { QVERIFY(closeByFrame(waitDialog())); });
     QVERIFY(click("readLogButton"));
     QCOMPARE(cancels.size(), 1);
     QVERIFY(isEnabled("readLogButton"));

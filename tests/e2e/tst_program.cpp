@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/e2e/eyewitness.h"
 #include "tests/support/testmain.h"
 
 #include <QtCore/QProcess>
@@ -32,6 +33,7 @@ class TestProgram : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { Eyewitness::forget(); }
     void init();
 
     void startsAndEndsWithItsWindow();
@@ -78,7 +80,8 @@ QProcessEnvironment TestProgram::environment() const
     environment.insert(text("XDG_DATA_HOME"), m_home + text("/data"));
     environment.insert(text("XDG_CACHE_HOME"), path("cache"));
     environment.insert(text("XDG_RUNTIME_DIR"), path("runtime"));
-    environment.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
+    environment.insert(text("KV_SCENARIO"),
+                       text("tst_program::") + QLatin1String(QTest::currentTestFunction()));
     environment.insert(text("LSAN_OPTIONS"),
                        text("suppressions=" KV_SOURCE_DIR "/tests/support/lsan.supp"));
     return environment;
