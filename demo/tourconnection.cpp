@@ -7,6 +7,8 @@
 #include "ui/configurationloader.h"
 #include "ui/measurementtable.h"
 
+#include <QtCore/QTimer>
+#include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
@@ -17,6 +19,7 @@
 namespace {
 
 constexpr int connectTimeoutMs = 15000;
+constexpr int disconnectDelayMs = 100;
 
 } // namespace
 
@@ -67,6 +70,14 @@ void Tour::typeSetting(const QString &alias, const QString &value)
 
 bool Tour::connectByClick()
 {
+    // A disconnect closes the port by a timer, which would close the one that is opened here. A
+    // longer timer that starts behind it fires behind it, however slow the machine.
+    QTimer disconnected;
+    QSignalSpy fired(&disconnected, &QTimer::timeout);
+    disconnected.start(2 * disconnectDelayMs);
+    if (!fired.wait()) {
+        return false;
+    }
     click("connectButton");
     return waitUntil([this] { return isConnected(); }, connectTimeoutMs);
 }
