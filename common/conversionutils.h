@@ -4,6 +4,7 @@
 /// The arithmetic behind a change of unit.
 namespace ConversionUtils {
 
+/// @p value times @p factor.
 double multiply(double value, double factor);
 
 /// @p celsius times 1.8 plus 32, with the factor in single precision: 100 °C is 211.99999523162842.

@@ -6,6 +6,7 @@
 /// Identity of a device as it reports it. The store knows a device by its serial number alone.
 struct DeviceDetails
 {
+    /// The device's variables "swver", "hwver", "serial" and "model".
     QString swVersion;
     QString hwVersion;
     QString serialNumber;

@@ -41,6 +41,7 @@ public:
     static double convertTemperature(double value, MeasurementUnit unit,
                                      const MeasurementDisplayOptions &options);
 
+    /// Whether @p unit is the temperature unit that was chosen.
     static bool isInDisplayTemperatureUnit(MeasurementUnit unit,
                                            const MeasurementDisplayOptions &options);
 

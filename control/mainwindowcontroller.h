@@ -48,6 +48,7 @@ public:
     /// While true, value changes from the window are not sent to the device.
     void setSynchronizing(bool synchronizing);
 
+    /// Stops the poll of the measurements; the look at the state of a device goes on.
     void stopMeasurementPolling();
 
     /// Time between two polls of the measurements, in ms.
@@ -56,9 +57,11 @@ public:
     /// Time between two looks at the state of a device that is not ready, in ms.
     void setMeasurementAvailabilityInterval(int interval);
 
+    /// Empties the identity that is kept; what the window shows stays.
     void clearDeviceDetails();
 
 signals:
+    /// A poll has started; the first asks for the state alone, the second for the measurements.
     void measurementAvailabilityPollStarted();
     void measurementPollStarted();
 

@@ -7,12 +7,14 @@
 /// spelling loses the user's value.
 namespace SettingsKeys {
 
+/// The characters of a literal, without its closing zero.
 template <int Size>
 constexpr QLatin1String key(const char (&text)[Size])
 {
     return QLatin1String(text, Size - 1);
 }
 
+/// A key for each choice; its value is what the name says, unless a note tells more.
 constexpr QLatin1String serialPort = key("serial port");
 constexpr QLatin1String pollutantUnit = key("pollutant unit"); ///< 0 ppm, otherwise µg/m³
 constexpr QLatin1String temperatureUnit = key("temperature unit"); ///< 0 °C, otherwise °F

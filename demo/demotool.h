@@ -28,6 +28,7 @@ public:
     /// the reason on the debug log, when one of them does not start.
     bool start(const QStringList &simulatorArguments);
 
+    /// The objects behind the tool; they live as long as this one.
     MainWindow &window() { return m_window; }
     DemoDevice &device() { return m_device; }
     LocalStorageSqlite &storage() { return m_storage; }

@@ -20,6 +20,7 @@ class DialogDriver : public QObject
     Q_OBJECT
 
 public:
+    /// What is done with a dialog; it has to close it in the end.
     using Action = std::function<void(QDialog *)>;
 
     explicit DialogDriver(QObject *parent = nullptr);

@@ -9,6 +9,7 @@
 /// One point of a line in the chart.
 struct GraphPoint
 {
+    /// In which moment which value, in the unit of the value axis.
     QDateTime time;
     double value = 0.0;
 };
@@ -17,6 +18,6 @@ struct GraphPoint
 struct GraphSeries
 {
     QString name; ///< what the legend calls it
-    QColor color;
-    QVector<GraphPoint> points;
+    QColor color; ///< of the line
+    QVector<GraphPoint> points; ///< may be empty
 };

@@ -19,6 +19,7 @@ enum class DataParserResult {
 /// One entry of a list variable.
 struct ListItem
 {
+    /// The text, and its place in the list, from 0 up.
     QString value;
     int index = 0;
 };
@@ -35,10 +36,13 @@ public:
     static QString toDeviceText(const QString &text);
     static QString fromDeviceText(const QString &text);
 
+    /// The name of the model.
     static bool parseModel(const QString &text, QString &model);
 
     /// The value of the variable @p name, which goes into the pattern unescaped.
     static bool parseValue(const QString &name, const QString &text, QString &value);
+
+    /// Whether the device does not know the variable.
     static bool isUnknownParameter(const QString &text);
 
     /// The value that the device echoes after a set.
@@ -51,7 +55,10 @@ public:
     static bool parseDate(const QString &text, QDateTime &date);
     static bool parseDateUpdated(const QString &text, QDateTime &date);
 
+    /// The number of rows in the log.
     static bool parseLogCount(const QString &text, int &count);
+
+    /// Whether the device has no log; whether it has emptied its log.
     static bool isNoLogOption(const QString &text);
     static bool isLogErased(const QString &text);
 
@@ -62,23 +69,30 @@ public:
     static DataParserResult parseLogValue(const QString &text, int index, QDateTime &time,
                                           QVector<double> &values);
 
+    /// Whether the device has stored its settings; whether it has taken its factory settings.
     static bool isConfigurationWritten(const QString &text);
     static bool isFactoryResetDone(const QString &text);
 
     /// Appends the bytes of block @p index to @p data. An odd last digit is ignored and the length
     /// is not checked; false and empty data when a pair is not hexadecimal.
     static bool parseEepromBlock(const QString &text, quint16 index, QByteArray &data);
+
+    /// Whether the device has stored the block.
     static bool isEepromBlockWritten(const QString &text);
 
     /// The whole boot text, from the self test to the banner's last line.
     static bool isRebooted(const QString &text);
+
+    /// Whether the device announces a reset; whether its bootloader asks.
     static bool isResetting(const QString &text);
     static bool isBootPrompt(const QString &text);
 
+    /// The bootloader's answers to a block, and to the last one.
     static bool isFirmwareBlockAccepted(const QString &text);
     static bool isFirmwareBlockRejected(const QString &text);
     static bool isFirmwareDone(const QString &text);
 
+    /// One entry of a list variable, shown or set.
     static bool parseShowList(const QString &text, ListItem &item);
     static bool parseSetList(const QString &text, ListItem &item);
 
@@ -96,6 +110,8 @@ public:
     static bool timeFromCaptures(const QRegExp &rx, QTime &time);
     static bool dateFromCaptures(const QRegExp &rx, QDate &date);
 
+    /// A decimal number; false for anything else. Whether @p text is such a number and equals @p
+    /// value.
     static bool parseInt(const QString &text, int &out);
     static bool intEquals(const QString &text, int value);
 
@@ -106,6 +122,7 @@ public:
     /// timestamp gives an invalid @p time and no failure.
     static bool parseLogRecord(const QString &text, QDateTime &time, QVector<double> &values);
 
+    /// The parts between the commas.
     static QStringList splitLogFields(const QString &text);
 
     /// Whether @p expected is the CRC-8 (polynomial 0x31, most significant bit first, initial value

@@ -14,6 +14,7 @@ class SerialPort : public SerialPortInterface
     Q_OBJECT
 
 public:
+    /// @p portName is a name or a location, as "ttyUSB0" or "/dev/ttyUSB0".
     SerialPort(QString portName, QObject *parent);
 
     void write(QString text) override;

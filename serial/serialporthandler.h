@@ -24,6 +24,7 @@ class SerialPortHandler : public SerialPortHandlerInterface
     Q_OBJECT
 
 public:
+    /// Listens to @p queue, which must not be null.
     SerialPortHandler(QSharedPointer<SerialPortQueueInterface> queue, QObject *parent);
 
     /// Clears the queue and closes the port.
@@ -75,6 +76,7 @@ public:
     void writeEeprom(const QByteArray &data) override;
 
 public slots:
+    /// The answer may take up to five sends of the first command.
     void connectToDevice() override;
 
 private slots:

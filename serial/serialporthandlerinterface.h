@@ -27,12 +27,16 @@ public:
     {
     }
 
+    /// Drops all jobs and takes @p port in place of the present one, which is closed.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
 
     /// Reads the device's variable @p name; an empty name is refused.
     virtual void readValue(const QString &name) = 0;
+
+    /// Reads each of the variables, see readValue().
     virtual void readValues(const QStringList &names) = 0;
 
+    /// Reads all measurements once: measurementsRead().
     virtual void readMeasurements() = 0;
 
     /// Sets the device's variable @p name; an empty name is refused.
@@ -48,13 +52,25 @@ public:
     /// Drops all jobs and closes the port. isConnected() stays as it is.
     virtual void disconnectFromDevice() = 0;
 
+    /// Name of the present port; empty without one.
     virtual QString portName() = 0;
 
+    /// Reads the whole log: logReadProgress() as it goes, logRead() at the end.
     virtual void readLog() = 0;
+
+    /// Has the device store its settings for good: ActionWriteToEeprom.
     virtual void writeToEeprom() = 0;
+
+    /// Ends the reading of the log without logRead().
     virtual void cancelLogRead() = 0;
+
+    /// Has the device empty its log: ActionEraseLog.
     virtual void eraseLog() = 0;
+
+    /// Sets the device's clock, in UTC: ActionSetDate.
     virtual void setDate(const QDateTime &date) = 0;
+
+    /// Reads the clock or the model: valueRead().
     virtual void readDate() = 0;
     virtual void readModel() = 0;
 
@@ -64,16 +80,25 @@ public:
     /// Whether a device has answered since the start; never falls back.
     virtual bool isConnected() = 0;
 
+    /// Has the device take its factory settings.
     virtual void factoryReset() = 0;
+
+    /// Restarts the device, into its firmware (ActionReboot) or its bootloader
+    /// (ActionRebootForFirmware).
     virtual void reboot() = 0;
     virtual void rebootToBootloader() = 0;
 
     /// Queues the whole transfer of @p firmware, which waits for the bootloader first.
     virtual void updateFirmware(const QByteArray &firmware) = 0;
+
+    /// Drops the wait for the bootloader and all blocks, the one under way included.
     virtual void cancelFirmwareUpdate() = 0;
 
+    /// Drops the blocks left to be read or written, the one under way included.
     virtual void cancelEepromRead() = 0;
     virtual void cancelEepromWrite() = 0;
+
+    /// Queues the reading of all 1024 blocks of 64 bytes: ActionEepromRead.
     virtual void readEeprom() = 0;
 
     /// Queues the writing of @p data as 1024 blocks of 64 bytes; its length is not checked.
@@ -84,15 +109,32 @@ public slots:
     virtual void connectToDevice() = 0;
 
 signals:
+    /// Something failed; @p reason is meant for the user.
     void error(QString reason);
+
+    /// The device has given its first answer.
     void connected();
+
+    /// The device's variable @p name has this @p value now; null when the device does not know it.
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
+
+    /// One reply of measurements, raw name to raw value, and when it came, in UTC.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
+
+    /// The whole log.
     void logRead(QStringList titles, QVector<LogValue> logData);
+
+    /// How much of the log is there.
     void logReadProgress(int percentage);
+
+    /// Nothing is under way and nothing waits.
     void allJobsDone();
+
+    /// An action has moved on or failed; SerialPortActionType tells what @p result is.
     void actionFinished(SerialPortActionType action, QVariant result);
     void actionFailed(SerialPortActionType action);
+
+    /// A value was read; SerialPortValueType tells what it is.
     void valueRead(SerialPortValueType type, QVariant value);
 };

@@ -25,12 +25,22 @@ public:
     /// Opens the port. On failure raises error and returns false.
     virtual bool open() = 0;
 
+    /// Closes the port.
     virtual void close() = 0;
+
+    /// Passes on to the system what it takes of the waiting bytes, without waiting for more.
     virtual void flush() = 0;
+
+    /// The name that the port was made with, as the system tells it.
     virtual QString portName() = 0;
+
+    /// Whether the port is open.
     virtual bool isOpen() = 0;
 
 signals:
+    /// The port could not be opened.
     void error(QString description);
+
+    /// Text has arrived, in the order of the line and in chunks of any size.
     void dataReady(QString text);
 };

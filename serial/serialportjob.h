@@ -40,7 +40,10 @@ public:
     bool canRestart() override;
 
 protected slots:
+    /// Adds to the text so far and judges the whole of it.
     void dataReady(QString data) override;
+
+    /// Stops the job and raises timedOut().
     void onTimeOut() override;
 
 protected:

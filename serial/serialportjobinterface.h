@@ -33,12 +33,14 @@ public:
     /// Uses up one restart and starts again; false, and nothing else, when none is left.
     virtual bool restart() = 0;
 
+    /// What kind of exchange this is.
     virtual SerialPortJobType type() = 0;
 
     /// The time-out, in ms.
     virtual void setTimeout(int ms) = 0;
     virtual int timeout() = 0;
 
+    /// Whether the job has started and neither ended nor stopped.
     virtual bool isRunning() = 0;
 
     /// Whether the job may be sent again after a time-out.
@@ -59,18 +61,43 @@ protected:
     virtual void parseData(QString buffer) = 0;
 
 signals:
+    /// No complete reply came within the time-out.
     void timedOut();
+
+    /// The exchange is over; the job is not used again.
     void finished();
+
+    /// The variable @p name of the device has, or is said to have, this @p value; null when the
+    /// device does not know it.
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
+
+    /// One reply of measurements, raw name to raw value, and when it came, in UTC.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
+
+    /// Row @p index of the log, from 1 up, with its values in the order of the titles; @p time is
+    /// UTC.
     void logValueRead(int index, QVector<double> values, QDateTime time);
+
+    /// A block of 64 bytes of the memory was read or written; @p blockIndex is 0 to 1023.
     void eepromBlockRead(quint16 blockIndex, QByteArray data);
     void eepromBlockWritten(quint16 blockIndex);
+
+    /// The titles of the log's columns.
     void logTitlesRead(QStringList titles);
+
+    /// The exchange failed with this @p message.
     void error(QString message);
+
+    /// The exchange failed; its type tells which.
     void failed(SerialPortJobType type);
+
+    /// The device has stored its settings.
     void dataWrittenToEeprom();
+
+    /// An action that the user sees has moved on; SerialPortActionType tells what @p result is.
     void actionFinished(SerialPortActionType action, QVariant result);
+
+    /// A value was read; SerialPortValueType tells what it is.
     void valueRead(SerialPortValueType type, QVariant value);
 };

@@ -37,6 +37,7 @@ public:
     QVector<QSharedPointer<SerialPortJobInterface>> jobs();
 
 protected slots:
+    /// The current job reports its end, a time-out or a failure.
     void onJobFinished();
     void onJobTimedOut();
     void onJobError(QString reason);

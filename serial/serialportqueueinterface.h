@@ -36,6 +36,7 @@ public:
     /// Starts @p job at once when nothing is under way, otherwise appends it. Null is ignored.
     virtual void addJob(QSharedPointer<SerialPortJobInterface> job) = 0;
 
+    /// The transport; null before the first one was set.
     virtual QSharedPointer<SerialPortInterface> serialPort() = 0;
 
     /// Whether a job of this type is waiting; the current job does not count.
@@ -45,17 +46,30 @@ public:
     virtual void removeJobs(SerialPortJobType type) = 0;
 
 signals:
+    /// The port could not be opened, or the current job failed with these words.
     void error(QString reason);
+
+    /// What the current job reports, relayed: see SerialPortJobInterface.
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
+
+    /// A job has ended and none is waiting. Behind a connect job it is not said: more jobs follow.
     void allJobsDone();
+
+    /// A job has ended; the next one, if any, starts behind this signal.
     void jobFinished(SerialPortJobType type);
+
+    /// What the current job reports, relayed: see SerialPortJobInterface.
     void logValueRead(int index, QVector<double> values, QDateTime time);
     void logTitlesRead(QStringList titles);
     void actionFinished(SerialPortActionType action, QVariant result);
     void valueRead(SerialPortValueType type, QVariant value);
+
+    /// The current job, of this type, failed.
     void jobFailed(SerialPortJobType type);
+
+    /// What the current job reports, relayed: see SerialPortJobInterface.
     void eepromBlockRead(quint16 blockIndex, QByteArray data);
     void eepromBlockWritten(quint16 blockIndex);
 };

@@ -34,6 +34,7 @@ public:
     /// Stops, as a loss of power does.
     void reset();
 
+    /// Takes one byte from the line.
     void feed(char byte);
 
     /// The size of images from the next start on, 0 for unknown.
@@ -43,12 +44,17 @@ public:
     QByteArray image() const { return m_image; }
 
 signals:
+    /// Bytes for the line; @p gapMs is the gap behind each byte when sent singly.
     void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
     /// A whole image has been taken.
     void imageTaken(const QByteArray &image);
     /// The bootloader leaves and the firmware starts.
     void leaving();
+
+    /// So many bytes of an image have been taken.
     void rawBytesTaken(int bytes);
+
+    /// Something for the journal.
     void happened(const QByteArray &event);
 
 private:

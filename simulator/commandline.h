@@ -11,6 +11,7 @@ namespace Simulator {
 /// What the command line asks for.
 struct CommandLine
 {
+    /// The device with its line, and its faults as they were written.
     StationOptions station;
     QList<QByteArray> faults;
     bool control = false; ///< take control commands from standard input

@@ -21,8 +21,10 @@ class Device : public QObject
     Q_OBJECT
 
 public:
+    /// What of the device is running.
     enum class Mode { Console, Resetting, Bootloader, Starting };
 
+    /// Switched on, with its firmware running.
     explicit Device(const DeviceOptions &options, QObject *parent = nullptr);
 
     /// Takes @p bytes from the line. While a command takes its time they wait; while the device is
@@ -38,8 +40,11 @@ public:
     /// A new line has taken the place of one that went dead.
     void lineRestored();
 
+    /// What it is doing; isBusy() while a command takes its time.
     Mode mode() const { return m_mode; }
     bool isBusy() const { return m_console.isBusy(); }
+
+    /// Its parts, which live as long as this.
     DeviceState &state() { return m_state; }
     Faults &faults() { return m_faults; }
     Bootloader &bootloader() { return m_bootloader; }

@@ -41,6 +41,7 @@ public:
     void feed(char byte);
 
 signals:
+    /// Bytes for the line; @p gapMs is the gap behind each byte when sent singly.
     void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
     /// A command that took its time has ended.
     void idle();

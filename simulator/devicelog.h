@@ -24,9 +24,12 @@ public:
     /// Holds @p count rows, the last of @p end, @p intervalS seconds apart.
     void fill(int count, const QDateTime &end, int intervalS);
 
+    /// Rows, time of the last row, and seconds between two.
     int count() const;
     QDateTime end() const;
     int intervalS() const;
+
+    /// Forgets all rows; the titles stay.
     void erase();
 
     /// The text before the checksum: the titles for 0, the record of row @p index from 1 on;

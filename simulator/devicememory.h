@@ -10,12 +10,13 @@ class DeviceMemory
 {
 public:
     static constexpr int blockSize = 64; ///< bytes
-    static constexpr int blockCount = 1024;
+    static constexpr int blockCount = 1024; ///< of the whole memory
     static constexpr int settingsSize = 64 * blockSize; ///< bytes kept for the settings
 
     /// Blank at the front, made-up calibration data from the middle on, decided by @p seed.
     explicit DeviceMemory(quint32 seed);
 
+    /// Whether there is a block @p index.
     static bool isBlock(int index) { return index >= 0 && index < blockCount; }
 
     /// The 64 bytes of block @p index, which must be one.

@@ -6,13 +6,14 @@
 
 namespace Simulator {
 
+/// What a setting holds.
 enum class SettingType { Integer, Real, Text };
 
 /// A setting as the firmware knows it.
 struct SettingInfo
 {
-    const char *name;
-    SettingType type;
+    const char *name; ///< as the console spells it
+    SettingType type; ///< decides which of the fields below count
     double minimum; ///< unused for a text
     double maximum; ///< for a text its greatest length in bytes, 0 for any
     const char *initial; ///< factory value
@@ -29,23 +30,23 @@ enum class Course {
 /// A measurement as the firmware delivers it, in the unit in which it delivers.
 struct MeasurementInfo
 {
-    const char *name;
-    Course course;
-    double middle;
+    const char *name; ///< as the console spells it
+    Course course; ///< how it moves
+    double middle; ///< value that it moves around
     double swing; ///< greatest distance from the middle
     double minimum; ///< never below
-    int decimals;
+    int decimals; ///< digits behind the point
     bool needsWarmth; ///< "N" while the device warms up
 };
 
 /// A model: its name, settings and measurements, in the order in which the device tells them.
 struct DeviceModel
 {
-    const char *name;
-    const char *firmware;
-    const char *hardware;
-    QVector<SettingInfo> settings;
-    QVector<MeasurementInfo> measurements;
+    const char *name; ///< what the variable "model" says
+    const char *firmware; ///< what "swver" says
+    const char *hardware; ///< what "hwver" says
+    QVector<SettingInfo> settings; ///< all that can be set
+    QVector<MeasurementInfo> measurements; ///< all that can be measured
 };
 
 /// All models that the simulator can be.

@@ -10,7 +10,7 @@ namespace Simulator {
 /// What kind of transmitter to be. The initial values make one that answers as fast as a real one.
 struct DeviceOptions
 {
-    QByteArray model = QByteArrayLiteral("KVT-100");
+    QByteArray model = QByteArrayLiteral("KVT-100"); ///< one of deviceModels()
     QByteArray serial; ///< made from model and seed when empty
     quint32 seed =
         1; ///< decides serial number, course of the measurements, log and memory contents
@@ -19,7 +19,7 @@ struct DeviceOptions
     bool debug = false; ///< debug output on from the start
     int measurementState = 1; ///< what meas_state says once warm
     int warmUpMs = 0; ///< from each start of the firmware until meas_state leaves 0
-    QByteArray health = QByteArrayLiteral("98%");
+    QByteArray health = QByteArrayLiteral("98%"); ///< what "health" says
     QList<QByteArray> unavailable; ///< measurements that are always "N"
     qint64 clockOffsetMs = 0; ///< how far the device's clock is ahead of the host's
     int writeMs = 2000; ///< time that storing the settings takes

@@ -15,6 +15,7 @@ public:
     /// @p model must outlive this. Starts with the factory values.
     explicit DeviceSettings(const DeviceModel &model);
 
+    /// Whether the model has a setting @p name.
     bool contains(const QByteArray &name) const;
 
     /// The value in force; empty for an unknown name.
@@ -24,6 +25,7 @@ public:
     /// leaves the old value, a text is cut to its length. False for an unknown name.
     bool set(const QByteArray &name, const QByteArray &text);
 
+    /// Gives every setting its factory value.
     void loadFactoryValues();
 
     /// All settings as the memory stores them: a line with the model, then a line for each setting.

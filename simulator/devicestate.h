@@ -30,6 +30,7 @@ public:
     /// The firmware starts: stored settings come into force, the warm-up begins anew.
     void boot();
 
+    /// Who it is, and its parts, which live as long as this.
     const DeviceModel &model() const { return m_model; }
     QByteArray serial() const;
     DeviceSettings &settings() { return m_settings; }
@@ -41,9 +42,14 @@ public:
     QDateTime now() const;
     void setClock(const QDateTime &time);
 
+    /// Whether the warm-up is over.
     bool isWarm() const;
+
+    /// Whether debug output is on.
     bool debug() const { return m_debug; }
     void setDebug(bool on) { m_debug = on; }
+
+    /// What "health" and, once warm, "meas_state" say from now on.
     void setHealth(const QByteArray &text) { m_options.health = text; }
     void setMeasurementState(int state) { m_options.measurementState = state; }
 
@@ -56,6 +62,8 @@ public:
 
     /// Takes the readings of this moment and keeps them as the last told.
     QByteArray tellMeasurements();
+
+    /// What tellMeasurements() told last.
     QByteArray lastMeasurements() const { return m_lastMeasurements; }
 
     /// Copies the settings in force to memory and returns the bytes written.

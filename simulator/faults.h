@@ -37,9 +37,9 @@ enum class FaultPlace { Exchange, LogRow, MemoryBlock, FirmwareBlock, None };
 /// A kind of fault as the command line names it.
 struct FaultKindInfo
 {
-    const char *name;
-    FaultKind kind;
-    FaultPlace place;
+    const char *name; ///< as it is written
+    FaultKind kind; ///< what goes wrong
+    FaultPlace place; ///< what its place counts
     const char *meaning; ///< for the help text
 };
 
@@ -50,7 +50,7 @@ const QVector<FaultKindInfo> &faultKinds();
 struct Fault
 {
     QByteArray text; ///< as it was given
-    FaultKind kind = FaultKind::Silence;
+    FaultKind kind = FaultKind::Silence; ///< what goes wrong
     int place = -1; ///< exchange from 1, log row from 0, block; -1: everywhere
     QByteArray command; ///< instead of a place: strikes at commands that begin with this
     bool always = false; ///< strikes each time, not once
@@ -62,9 +62,10 @@ struct Fault
 
 /// The faults that a device is told to have, and the count of exchanges that they go by.
 ///
-/// A fault is written KIND, KIND@PLACE or KIND@PLACE:ARGUMENT. PLACE is a number, the start of a
-/// command ("silence@show meas") or "next", the coming exchange. Without a place a fault strikes
-/// everywhere. With one it strikes once; "+" behind the place makes it strike from there on, and
+/// A fault is written `KIND`, `KIND@PLACE` or `KIND@PLACE:ARGUMENT`. PLACE is a number, the start
+/// of a command (`silence@show meas`) or "next", the coming exchange. Without a place a fault
+/// strikes everywhere. With one it strikes once; "+" behind the place makes it strike from there
+/// on, and
 /// "-always" behind the kind each time that the place comes round.
 class Faults : public QObject
 {
@@ -75,6 +76,8 @@ public:
 
     /// Adds the fault that @p text describes; false with the reason in @p error.
     bool add(const QByteArray &text, QByteArray &error);
+
+    /// Forgets all faults; the count of exchanges goes on.
     void clear();
 
     /// Exchanges so far: command lines that were not empty.
@@ -85,6 +88,8 @@ public:
 
     /// True when a fault of @p kind strikes the exchange under way; it is copied to @p fault.
     bool strikeExchange(FaultKind kind, Fault &fault);
+
+    /// The same without the fault itself.
     bool strikeExchange(FaultKind kind);
 
     /// True when a fault of @p kind strikes at log row or block @p place.

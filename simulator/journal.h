@@ -13,6 +13,7 @@ public:
     /// Begins @p fileName anew; false when it can't be written.
     bool open(const QString &fileName);
 
+    /// Writes a line with the time and @p event.
     void add(const QByteArray &event);
 
 private:

@@ -21,6 +21,7 @@ public:
     /// Takes a byte and returns what to echo. When the line is complete isComplete() is true.
     QByteArray type(char byte);
 
+    /// Whether takeLine() has a line to give.
     bool isComplete() const { return m_complete; }
 
     /// The complete line; the next begins empty.

@@ -23,8 +23,13 @@ public:
     void watchInput();
 
 signals:
+    /// SIGTERM or SIGINT has come.
     void terminated();
+
+    /// A whole line, without its end.
     void lineTyped(const QByteArray &line);
+
+    /// Standard input has ended.
     void inputClosed();
 
 private:

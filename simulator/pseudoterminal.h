@@ -24,6 +24,7 @@ public:
     /// Closes: clients see the line hang up.
     void close();
 
+    /// Whether there is a terminal for clients.
     bool isOpen() const { return m_master >= 0; }
 
     /// The path for clients, such as /dev/pts/3; empty while closed.
@@ -36,6 +37,7 @@ public:
     void setReading(bool on);
 
 signals:
+    /// Bytes that a client has written.
     void received(const QByteArray &bytes);
 
 private:

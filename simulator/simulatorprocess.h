@@ -15,6 +15,7 @@
 class SimulatorProcess
 {
 public:
+    /// Longest wait for the process to start, answer or end.
     static constexpr int waitMs = 20000;
 
     /// @p program is the path of kvt-simulator; the build's own unless told otherwise.
@@ -54,14 +55,19 @@ public:
         return m_port;
     }
 
+    /// Whether the process runs.
     bool isRunning() const
     {
         return m_process.state() == QProcess::Running;
     }
+
+    /// The process's id; 0 when it does not run.
     qint64 processId() const
     {
         return m_process.processId();
     }
+
+    /// The exit code of a process that has ended by itself.
     int exitCode() const
     {
         return m_process.exitCode();
@@ -89,10 +95,13 @@ public:
         return QList<QByteArray>();
     }
 
+    /// Whether the last control() did what was asked.
     bool succeeded() const
     {
         return m_error.isEmpty();
     }
+
+    /// Why the last control() did not; empty when it did.
     QByteArray error() const
     {
         return m_error;

@@ -15,7 +15,7 @@ namespace Simulator {
 /// What the station around a device needs to know.
 struct StationOptions
 {
-    DeviceOptions device;
+    DeviceOptions device; ///< what hangs on the line
     int rate = 115200; ///< bits a second, 0 for as fast as it can
     QString link; ///< symbolic link to the port's path; none when empty
     QString journal; ///< file for the journal; none when empty
@@ -27,6 +27,7 @@ class Station : public QObject
     Q_OBJECT
 
 public:
+    /// The line is not there before open().
     explicit Station(const StationOptions &options, QObject *parent = nullptr);
     ~Station() override;
 
@@ -37,8 +38,11 @@ public:
     /// The line goes dead at once.
     void hangUp();
 
+    /// The line: whether it is there, and its path for clients.
     bool isConnected() const { return m_wire.isOpen(); }
     QString path() const { return m_wire.path(); }
+
+    /// The device; lives as long as this.
     Device &device() { return m_device; }
 
 private:

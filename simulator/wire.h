@@ -28,6 +28,7 @@ public:
     /// Opens a new line; false with the reason in @p error.
     bool open(QString &error);
 
+    /// See PseudoTerminal.
     QString path() const { return m_terminal.path(); }
     bool isOpen() const { return m_terminal.isOpen(); }
 
@@ -43,6 +44,8 @@ public:
 signals:
     /// Bytes from the client have arrived at the device.
     void received(const QByteArray &bytes);
+
+    /// The line has gone dead.
     void hungUp();
     /// @p bytes bytes were lost because no client took them.
     void lost(int bytes);

@@ -22,6 +22,7 @@ public:
     /// Opens the store in the file @p path, which is created when it does not exist.
     virtual bool open(const QString &path) = 0;
 
+    /// Closes the store; open() opens it again.
     virtual void close() = 0;
 
     /// Finds the device with the serial number of @p details or adds it; @p id is its id then.

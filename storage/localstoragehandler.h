@@ -13,6 +13,7 @@
 class LocalStorageHandler
 {
 public:
+    /// @p localStorage is not owned and must outlive this.
     explicit LocalStorageHandler(LocalStorage *localStorage);
 
     /// Opens the store in the file @p path.
@@ -27,12 +28,14 @@ public:
     void addMeasurements(const MeasurementMetadata &metadata,
                          const QVector<MeasurementValue> &values);
 
+    /// The store itself, for those who read it.
     LocalStorage *localStorage();
 
     /// The measurements from @p from to @p to, both included, of any device of the store.
     QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
                                             unsigned deviceId);
 
+    /// Whether measurements have a device that they belong to.
     bool hasDevice();
 
 private:

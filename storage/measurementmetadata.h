@@ -8,6 +8,7 @@
 /// When a measurement was taken, and what state the device was in.
 struct MeasurementMetadata
 {
+    /// What the device said of itself, and when, in UTC.
     MeasurementState state = MeasurementState::WarmingUp;
     QDateTime timestamp;
 };

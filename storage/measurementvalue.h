@@ -6,6 +6,7 @@
 /// One value of a measurement, under its raw name and in the unit that the device delivers.
 struct MeasurementValue
 {
+    /// The raw name.
     QString name;
     bool valid = false; ///< false: the device reported the measurement as not available
     double value = 0.0; ///< 0.0 when not valid

@@ -9,8 +9,11 @@
 /// invalid for a device without measurements.
 struct StoredDevice
 {
+    /// The identity as it was when the device was first seen, and the store's number for it.
     DeviceDetails details;
     unsigned id = 0;
+
+    /// Invalid for a device without measurements; UTC.
     QDateTime firstMeasurement;
     QDateTime lastMeasurement;
 };

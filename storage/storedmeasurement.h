@@ -9,5 +9,6 @@
 /// A measurement as the store holds it. Its values are always valid.
 struct StoredMeasurement : MeasurementMetadata
 {
+    /// Empty where none could be stored.
     QVector<MeasurementValue> values;
 };

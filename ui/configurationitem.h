@@ -16,7 +16,11 @@ struct ConfigurationItem
     QString group; ///< the group that it stands in; not shown
     QString name; ///< label
     QString alias; ///< the device's variable, the key by which the program speaks of the setting
+
+    /// The range of a number; for a text max is its greatest length.
     float min = 0.0F;
     float max = 0.0F;
+
+    /// What the editor of the value is made for.
     ConfigurationItemType type = ConfigurationItemType::Text;
 };

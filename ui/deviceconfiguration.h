@@ -9,6 +9,7 @@
 /// What a model has: its settings and its measurements, each in the order of the file.
 struct DeviceConfiguration
 {
+    /// In the order of the file.
     QVector<ConfigurationItem> configurationItems;
     QVector<MeasurementItem> measurementItems;
 };

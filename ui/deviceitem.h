@@ -20,17 +20,20 @@ class DeviceItem : public QObject
 public:
     explicit DeviceItem(QObject *parent = nullptr);
 
+    /// The identity as it was last set; empty before.
     QString serialNumber() const { return m_serialNumber; }
     QString modelNumber() const { return m_modelNumber; }
     QString swVersion() const { return m_swVersion; }
     QString hwVersion() const { return m_hwVersion; }
 
+    /// Takes the new value and reports it.
     void setSerialNumber(const QString &newValue);
     void setModelNumber(const QString &newValue);
     void setSwVersion(const QString &newValue);
     void setHwVersion(const QString &newValue);
 
 signals:
+    /// The value was set, to the same or another.
     void serialNumberChanged(QString newValue);
     void modelNumberChanged(QString newValue);
     void swVersionChanged(QString newValue);

@@ -8,6 +8,7 @@
 /// What the user chose to export. Times are in UTC.
 struct ExportSelection
 {
+    /// The period, both ends included, and the store's number for the device.
     QDateTime from;
     QDateTime to;
     unsigned deviceId = 0;

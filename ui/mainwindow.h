@@ -49,6 +49,7 @@ public:
 
     /// Closes the graph dialog, the wait dialog and this window, in that order.
     void closeAll() override;
+
     void setConnected(bool connected) override;
     void setMeasurementState(MeasurementState state) override;
     void addPort(const QString &label, const QString &location) override;
@@ -58,6 +59,7 @@ public:
     /// @p preferredPort, otherwise the first of the list. Meant to be called once, as it clears
     /// nothing.
     void refreshPorts(const QString &preferredPort) override;
+
     void setConfiguration(const DeviceConfiguration &configuration) override;
     void setMeasurementItems(const QVector<MeasurementItem> &items) override;
     void setPollutantUnitIndex(int index) override;
@@ -79,19 +81,26 @@ public:
     QString selectedPort() override;
 
 signals:
+    /// A button was clicked; the name tells which.
     void synchronizeClicked();
 
     /// @p portName is the location of the port chosen in the list, or empty without one.
     void connectClicked(QString portName);
+
+    /// A button was clicked; the name tells which.
     void disconnectClicked();
 
     /// The value of the setting @p name is now @p newValue in the configuration editor.
     void valueChanged(QString name, QString newValue);
+
+    /// A button was clicked; the name tells which.
     void startReadingLogClicked();
     void showGraphClicked();
 
     /// The wait dialog was cancelled or closed; @p reason is the one last shown.
     void waitDialogCancelled(WaitDialogReason reason);
+
+    /// A button was clicked; the name tells which.
     void eraseLogClicked();
     void writeToEepromClicked();
     void loadSettingsClicked();
@@ -102,7 +111,11 @@ signals:
     /// more what the operation asked for, whether or not the selector knows such an index.
     void pollutantUnitIndexChanged(int index);
     void temperatureUnitIndexChanged(int index);
+
+    /// The graph dialog has closed; graphSettings() still tells its choices.
     void graphDialogClosed();
+
+    /// A button was clicked; the name tells which.
     void updateFirmwareClicked();
     void backupEepromClicked();
     void restoreEepromFromBackupClicked();
@@ -119,6 +132,7 @@ protected:
     /// The ports of this machine, in any order. Tests have others.
     virtual QVector<Port> availablePorts();
 
+    /// Takes the dialogs along.
     void closeEvent(QCloseEvent *event) override;
 
 private slots:

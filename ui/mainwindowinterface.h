@@ -27,7 +27,10 @@ class MainWindowInterface
 public:
     virtual ~MainWindowInterface() = default;
 
+    /// Closes the wait dialog, which counts as its cancel.
     virtual void closeWaitDialog() = 0;
+
+    /// Enables the button that reads the log.
     virtual void setReadLogEnabled(bool enabled) = 0;
 
     /// Shows an Information, Warning or Critical box; any other icon shows nothing.
@@ -40,6 +43,7 @@ public:
                                    const QString &filter) = 0;
     virtual QString selectDirectory(const QString &caption, const QString &path) = 0;
 
+    /// Shows a part of the device's identity; empty without a device.
     virtual void setHwVersion(const QString &version) = 0;
     virtual void setSwVersion(const QString &version) = 0;
     virtual void setSerialNumber(const QString &serialNumber) = 0;
@@ -61,27 +65,35 @@ public:
     /// The device's variables that have a row in the configuration editor, from the top.
     virtual QStringList configurationNames() = 0;
 
+    /// Closes all windows of the program.
     virtual void closeAll() = 0;
 
     /// Enables what needs a device, and shows Disconnect in place of Connect.
     virtual void setConnected(bool connected) = 0;
 
+    /// Says in words, and in colour, how far the measurements can be trusted.
     virtual void setMeasurementState(MeasurementState state) = 0;
 
     /// Appends a port to the list: what is shown, and where the port is.
     virtual void addPort(const QString &label, const QString &location) = 0;
+
+    /// Selects the port at @p index of the list, from 0 up.
     virtual void selectPortIndex(int index) = 0;
 
     /// Appends the machine's ports; the last one whose name occurs in @p preferredPort is selected.
     virtual void refreshPorts(const QString &preferredPort) = 0;
 
+    /// Gives the configuration editor the settings of a model, without values.
     virtual void setConfiguration(const DeviceConfiguration &configuration) = 0;
+
+    /// Gives the table the measurements of a model, without readings.
     virtual void setMeasurementItems(const QVector<MeasurementItem> &items) = 0;
 
     /// Puts a unit selector to @p index and reports the index, also when it has not changed.
     virtual void setPollutantUnitIndex(int index) = 0;
     virtual void setTemperatureUnitIndex(int index) = 0;
 
+    /// Enables the button that connects.
     virtual void setConnectEnabled(bool enabled) = 0;
 
     /// Shows the wait dialog with a bar from 0 to 100, or turns an open one into that.
@@ -93,6 +105,7 @@ public:
     /// Asks a question with Yes and No; true for Yes alone.
     virtual bool askQuestion(const QString &title, const QString &text) = 0;
 
+    /// Moves the wait dialog's bar, 0 to 100 percent.
     virtual void setWaitDialogProgress(int percentage) = 0;
 
     /// Lets the user choose what to export. False when cancelled; @p selection is untouched then.
@@ -112,6 +125,7 @@ public:
     /// Fills @p settings from the graph dialog.
     virtual void graphSettings(GraphSettings &settings) = 0;
 
+    /// Shows table and graph in these units from now on.
     virtual void setDisplayOptions(const MeasurementDisplayOptions &options) = 0;
 
     /// Where the port chosen in the list is; the empty text when the list is empty.

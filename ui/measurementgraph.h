@@ -78,6 +78,7 @@ public:
     /// Raw names of the ticked measurements.
     QStringList selectedMeasurements();
 
+    /// The manual value range in the unit shown, and what the two boxes say.
     double minimumValue();
     double maximumValue();
     bool manualRange();

@@ -16,5 +16,6 @@ public:
     /// The value under @p key, or an invalid one where none was ever written.
     virtual QVariant value(const QString &key) const { return value(key, QVariant()); }
 
+    /// Keeps @p value under @p key for this run and the next.
     virtual void setValue(const QString &key, const QVariant &value) = 0;
 };

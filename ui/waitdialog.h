@@ -35,6 +35,7 @@ signals:
     void cancelClicked();
 
 protected:
+    /// Every close is a cancel.
     void closeEvent(QCloseEvent *event) override;
 
 private:
