@@ -12,6 +12,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QStandardPaths>
 
+#include <utility>
+
 namespace {
 
 constexpr int measurementIntervalMs = 60000;
@@ -198,6 +200,8 @@ bool MainWindowController::openStorage(const QString &folder, bool report)
     return false;
 }
 
+// By value, as the signal has it.
+// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onConnectClicked(QString portName)
 {
     if (prepareSerialPort(portName)) {
@@ -241,6 +245,7 @@ void MainWindowController::onSynchronizeClicked()
     m_serialPortHandler->readDate();
 }
 
+// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
 {
     switch (type) {
@@ -276,6 +281,8 @@ void MainWindowController::onModelRead(const QString &model)
     qDebug() << "Model not supported, supported models are:" << m_deviceConfigurations.keys();
 }
 
+// By value, as the signal has it.
+// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onDataRead(QString name, QString value)
 {
     if (name == QLatin1String("hwver")) {
@@ -345,11 +352,12 @@ void MainWindowController::onMeasurementAvailabilityTimer()
     emit measurementAvailabilityPollStarted();
 }
 
+// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onMeasurementsRead(QDateTime timestamp, QMap<QString, QString> values)
 {
     MeasurementMetadata metadata;
     metadata.state = m_measurementState;
-    metadata.timestamp = timestamp;
+    metadata.timestamp = std::move(timestamp);
 
     QVector<MeasurementValue> measurementValues;
     measurementValues.reserve(values.size());
@@ -381,12 +389,14 @@ void MainWindowController::onDisconnectTimer()
     m_serialPortHandler->disconnectFromDevice();
 }
 
+// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onError(QString reason)
 {
     m_window->showMessageBox(QMessageBox::Critical,
                              tr("Error occurred with serial port communication: %1").arg(reason));
 }
 
+// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onActionFinished(SerialPortActionType action, QVariant result)
 {
     switch (action) {

@@ -14,6 +14,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QSet>
 
+// By value, as the signal has it.
+// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onValueChanged(QString name, QString newValue)
 {
     if (!m_synchronizing) {
@@ -101,6 +103,8 @@ void MainWindowController::onLogReadProgress(int percentage)
     m_window->setWaitDialogProgress(percentage);
 }
 
+// By value, as the signal has it.
+// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onLogRead(QStringList titles, QVector<LogValue> logData)
 {
     m_window->closeWaitDialog();
@@ -205,7 +209,7 @@ QString MainWindowController::selectSaveFileName(const QString &defaultName,
                                                  const QString &filter)
 {
     const QString proposed = m_settings->value(settingsKey, defaultName).toString();
-    const QString fileName = m_window->selectSaveFile(caption, proposed, filter);
+    QString fileName = m_window->selectSaveFile(caption, proposed, filter);
     if (!fileName.isEmpty()) {
         m_settings->setValue(settingsKey, fileName);
     }
@@ -227,7 +231,7 @@ QByteArray MainWindowController::readFileWithDialog(const QString &caption,
         m_window->showMessageBox(QMessageBox::Warning, tr("Unable to open %1!").arg(label));
         return QByteArray();
     }
-    const QByteArray contents = file.readAll();
+    QByteArray contents = file.readAll();
     if (contents.isEmpty()) {
         qDebug() << label << "file is empty" << path;
         m_window->showMessageBox(QMessageBox::Warning, tr("Selected %1 is empty!").arg(label));

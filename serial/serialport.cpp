@@ -5,6 +5,8 @@
 
 #include <QtCore/QDebug>
 
+// A name by value is handed over, though QSerialPort copies it.
+// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 SerialPort::SerialPort(QString portName, QObject *parent)
     : SerialPortInterface(parent)
     , m_port(portName)

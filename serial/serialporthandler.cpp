@@ -23,6 +23,7 @@
 #include <QtCore/QDebug>
 
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -69,7 +70,7 @@ void SerialPortHandler::addJobIfConnected(const Arguments &...arguments)
 SerialPortHandler::SerialPortHandler(QSharedPointer<SerialPortQueueInterface> queue,
                                      QObject *parent)
     : SerialPortHandlerInterface(parent)
-    , m_queue(queue)
+    , m_queue(std::move(queue))
 {
     connectQueue();
     registerSerialMetaTypes();
@@ -298,6 +299,7 @@ void SerialPortHandler::connectToDevice()
     }
 }
 
+// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SerialPortHandler::onValueRead(SerialPortValueType type, QVariant value)
 {
     switch (type) {
@@ -315,14 +317,14 @@ void SerialPortHandler::onValueRead(SerialPortValueType type, QVariant value)
 void SerialPortHandler::onLogValueRead(int index, QVector<double> values, QDateTime time)
 {
     qDebug() << "Got log value" << index << "which contains" << values.size() << "entries";
-    m_logValues.append({values, time});
+    m_logValues.append({std::move(values), std::move(time)});
     checkIfLogRead();
 }
 
 void SerialPortHandler::onLogTitlesRead(QStringList titles)
 {
     qDebug() << "Got" << titles.size() << "log titles";
-    m_logTitles = titles;
+    m_logTitles = std::move(titles);
     checkIfLogRead();
 }
 

@@ -129,6 +129,7 @@ void SerialPortQueue::onJobTimedOut()
     onJobFailed(job->type());
 }
 
+// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SerialPortQueue::onJobError(QString reason)
 {
     const auto job = reportingJob();
@@ -156,6 +157,8 @@ void SerialPortQueue::onJobFailed(SerialPortJobType type)
     }
 }
 
+// By value: the job lives until its start() returns, whoever lets go of it meanwhile.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 {
     if (!job || (m_current && m_current->isRunning())) {
