@@ -37,6 +37,7 @@ void TestSerialPortEverydayJobs::awaitsASecondChunk()
     JobEars ears;
     SerialPortJobReadValue job(&port, latin1("p"));
     ears.listenTo(&job);
+    job.setTimeout(60000); // not before the second chunk, however slow the machine
     job.start();
     port.receive(latin1("\r\n$ show p\r\nshow: p=9"));
     QTimer::singleShot(100, &port, [&port] { port.receive(latin1("90\r\n$ ")); });
