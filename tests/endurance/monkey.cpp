@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int pollMs = 200; // for a minute
+constexpr int pollMs = 500; // for a minute
 constexpr int deepestNesting = 6;
 
 QString withoutNumbers(QString words)
@@ -306,6 +306,20 @@ bool Monkey::requireVisits() const
         int actions;
     } required[] = {
         {"connected", 1000},
+        {"connected to a dead line", 6000},
+        {"queue stands still", 2000},
+        {"dialogs on top of each other", 3000},
+        {"box: Are you sure you want to clear the log?", 1500},
+        {"dialog: Reading log, please wait", 1000},
+        {"dialog: Setting device clock, please wait", 1000},
+        {"dialog: Writing data to eeprom, please wait", 2000},
+        {"dialog: Updating firmware, please wait.", 6000},
+        {"box: Firmware updated", 6000},
+        {"dialog: Waiting for eeprom backup to be created from the device", 15000},
+        {"dialog: Waiting for eeprom backup to be written to device from file", 15000},
+        {"graph with lines", 2000},
+        {"written: Select where to save log to", 6000},
+        {"written: Select where to save measurements to", 4000},
     };
     bool all = true;
     for (const auto &row : required) {
@@ -315,6 +329,11 @@ bool Monkey::requireVisits() const
             std::printf("FAILED: %d visits of \"%s\", wanted %d\n", visits, row.state, wanted);
             all = false;
         }
+    }
+    constexpr int leastConnected = 40; // per cent
+    if (m_connectedActions * 100 / qMax(1, m_done) < leastConnected) {
+        std::printf("FAILED: too little of the walk was connected\n");
+        all = false;
     }
     return all;
 }

@@ -65,11 +65,17 @@ bool MonkeyDevice::start(MonkeyDice &dice)
     if (dice.percent(10)) {
         arguments += QStringLiteral("--no-log-option");
     }
-    m_process = std::make_unique<SimulatorProcess>();
     m_healthy = true;
     m_hungUp = false;
     m_killed = false;
-    return m_process->start(arguments);
+    // A busy machine may let a process wait for longer than the simulator is waited for.
+    constexpr int attempts = 3;
+    bool started = false;
+    for (int attempt = 0; attempt < attempts && !started; ++attempt) {
+        m_process = std::make_unique<SimulatorProcess>();
+        started = m_process->start(arguments);
+    }
+    return started;
 }
 
 QString MonkeyDevice::told(const QByteArray &line)

@@ -59,6 +59,21 @@ bool findPoint(const QWidget *widget, MonkeyDice *dice, QPoint &point)
     return true;
 }
 
+/// Down and up; the window may go with the former.
+void stroke(QWindow *window, Qt::Key key, Qt::KeyboardModifiers modifiers, const QString &text)
+{
+    const QPointer<QWindow> watch = window;
+    QTest::simulateEvent(window, true, key, modifiers, text, false);
+    if (watch) {
+        QTest::simulateEvent(watch, false, key, modifiers, text, false);
+    }
+}
+
+bool canStrike(const QPointer<QWidget> &window)
+{
+    return window && window->isVisible() && window->windowHandle();
+}
+
 } // namespace
 
 bool click(QWidget *widget, Qt::MouseButton button)
@@ -120,14 +135,16 @@ void turnWheel(QWidget *widget, MonkeyDice &dice)
     QApplication::sendEvent(widget, &event);
 }
 
-void press(QWidget *window, Qt::Key key, Qt::KeyboardModifiers modifiers)
+void press(const QPointer<QWidget> &window, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    if (window && window->isVisible() && window->windowHandle()) {
-        QTest::keyClick(window->windowHandle(), key, modifiers);
+    if (canStrike(window)) {
+        const char letter = QTest::keyToAscii(key);
+        const QString text = letter != 0 ? QString(QLatin1Char(letter)) : QString();
+        stroke(window->windowHandle(), key, modifiers, text);
     }
 }
 
-void pressSome(QWidget *window, MonkeyDice &dice)
+void pressSome(const QPointer<QWidget> &window, MonkeyDice &dice)
 {
     static const QList<Qt::Key> keys{
         Qt::Key_Tab,    Qt::Key_Tab,    Qt::Key_Backtab,   Qt::Key_Return, Qt::Key_Enter,
@@ -145,15 +162,16 @@ void pressSome(QWidget *window, MonkeyDice &dice)
     press(window, key, alone ? Qt::KeyboardModifiers() : dice.pick(modifiers));
 }
 
-void enterSome(QWidget *window, MonkeyDice &dice)
+void enterSome(const QPointer<QWidget> &window, MonkeyDice &dice)
 {
     const QString text = dice.pick(texts());
     const int way = dice.below(3);
     QWidget *const focus = QApplication::focusWidget();
     if (way == 0 && text.size() < 40) {
         for (const QChar character : text) {
-            if (character.unicode() > ' ' && character.unicode() < 127) {
-                QTest::keyClick(window->windowHandle(), character.toLatin1());
+            if (character.unicode() > ' ' && character.unicode() < 127 && canStrike(window)) {
+                const Qt::Key key = QTest::asciiToKey(character.toLatin1());
+                stroke(window->windowHandle(), key, Qt::NoModifier, character);
             }
         }
     } else if (way == 1 && focus && focus->testAttribute(Qt::WA_InputMethodEnabled)) {
@@ -172,7 +190,7 @@ void editCell(QTableWidget *table, MonkeyDice &dice)
         return;
     }
     constexpr int valueColumn = 2;
-    QWidget *const window = table->window();
+    const QPointer<QWidget> window = table->window();
     const QPointer<QTableWidget> watch = table;
     QTableWidgetItem *const item =
         table->item(dice.below(table->rowCount()), dice.percent(90) ? valueColumn : dice.below(3));
@@ -199,7 +217,7 @@ void editCell(QTableWidget *table, MonkeyDice &dice)
 
 void moveDate(QWidget *field, MonkeyDice &dice, Qt::Key arrow)
 {
-    QWidget *const window = field->window();
+    const QPointer<QWidget> window = field->window();
     if (!click(field)) {
         return;
     }

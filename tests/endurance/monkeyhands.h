@@ -4,6 +4,7 @@
 #include "tests/endurance/monkeydice.h"
 
 #include <QtCore/QPoint>
+#include <QtCore/QPointer>
 #include <QtCore/QString>
 #include <QtWidgets/QTableWidget>
 #include <QtWidgets/QWidget>
@@ -24,13 +25,14 @@ void poke(QWidget *widget, MonkeyDice &dice);
 void turnWheel(QWidget *widget, MonkeyDice &dice);
 
 /// A key for whatever has the focus in @p window.
-void press(QWidget *window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+void press(const QPointer<QWidget> &window, Qt::Key key,
+           Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
 /// A key that the dice choose: ways about, letters and digits, and with Ctrl, Shift or Alt.
-void pressSome(QWidget *window, MonkeyDice &dice);
+void pressSome(const QPointer<QWidget> &window, MonkeyDice &dice);
 
 /// Enters a text into whatever has the focus: by keys, by an input method or from the clipboard.
-void enterSome(QWidget *window, MonkeyDice &dice);
+void enterSome(const QPointer<QWidget> &window, MonkeyDice &dice);
 
 /// Double clicks a value of @p table, enters something and leaves the editor one way or another.
 void editCell(QTableWidget *table, MonkeyDice &dice);

@@ -51,10 +51,10 @@ void write(Line &line, const char *words)
 }
 
 /// The warnings that are owed: a reading that comes before the device is known; a value that is to
-/// be read before the first connect, after an update that needed none; a command for a port that the
-/// user has closed. The others are Qt's: of a NUL that was typed into a file dialog; of a wait dialog
-/// that is wanted again while a box on top holds up its last end; of a click on a chosen cell, which
-/// waits for a second click, when the table is filled anew meanwhile.
+/// be read before the first connect, after an update that needed none; a command for a port that
+/// the user has closed. The others are Qt's: of a NUL that was typed into a file dialog; of a wait
+/// dialog that is wanted again while a box on top holds up its last end; of a click on a chosen
+/// cell, which waits for a second click, when the table is filled anew meanwhile.
 bool isOwed(const QString &text)
 {
     static const QStringList owed{

@@ -34,7 +34,7 @@ void Monkey::actOnWindow()
 {
     QWidget *const graph = topLevel("MeasurementGraph");
     QWidget *active = &window();
-    if (graph->isVisible() && (!window().isVisible() || m_dice.percent(35))) {
+    if (graph->isVisible() && (!window().isVisible() || m_dice.percent(30))) {
         active = graph;
     }
     if (!active->isVisible()) {
@@ -77,7 +77,7 @@ void Monkey::actOnMain()
         {3, [this] { pressGoal("synchronize", "synchronizeButton"); }},
         {3, [this] { pressGoal("set clock", "syncClockButton"); }},
         {1, [this] { pressGoal("load settings", "loadSettingsButton"); }},
-        {4, [this] { pressGoal("open graph", "buttonShowGraph"); }},
+        {2, [this] { pressGoal("open graph", "buttonShowGraph"); }},
         {4, [this] { pressGoal("export", "exportLocalMeasurementsButton"); }},
         {2, [this] { pressGoal("update firmware", "updateFirmwareButton"); }},
         {1, [this] { clickHidden("back up memory", "backupEepromButton"); }},
@@ -212,7 +212,7 @@ void Monkey::actOnGraph()
         MonkeyHands::click(graph->findChild<QWidget *>(
             m_dice.percent(30) ? text("showLatestCheckBox") : text("graphMaximumSpinBox")));
         MonkeyHands::pressSome(graph, m_dice);
-    } else if (way < 60) {
+    } else if (way < 65) {
         begin("close graph");
         if (m_dice.percent(50)) {
             closeByFrame(graph);
