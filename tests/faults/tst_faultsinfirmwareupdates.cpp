@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/faults/userfaulttest.h"
+#include "tests/support/testmain.h"
+
+class TestFaultsInFirmwareUpdates : public UserFaultTest
+{
+    Q_OBJECT
+
+public:
+    TestFaultsInFirmwareUpdates()
+        : UserFaultTest(ActGroup::FirmwareUpdates, text("faults-in-firmware-updates"))
+    {
+    }
+};
+
+KV_TEST_MAIN(TestFaultsInFirmwareUpdates)
+
+#include "tst_faultsinfirmwareupdates.moc"
