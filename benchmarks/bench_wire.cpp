@@ -1,0 +1,342 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The long jobs of the tool at the speed of the wire: what each takes beyond the time for which the
+// wire is in use.
+#include "benchmarks/rows.h"
+#include "control/mainwindowcontroller.h"
+#include "demo/demotool.h"
+#include "serial/serialport.h"
+#include "serial/serialporthandler.h"
+#include "serial/serialportqueue.h"
+#include "simulator/simulatorprocess.h"
+#include "storage/localstoragesqlite.h"
+#include "ui/mainwindow.h"
+#include "ui/settings.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QEventLoop>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QTimer>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QPushButton>
+
+#include <functional>
+
+namespace {
+
+constexpr int longestMs = 600000;
+constexpr double nsPerSecond = 1e9;
+constexpr int eepromBytes = 65536;
+constexpr int settingCount = 20;
+
+using Handler = SerialPortHandlerInterface;
+
+QStringList words(const QString &text)
+{
+    return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/// Runs @p start and the event loop until quit() is called; false when nobody does.
+class Waiter
+{
+public:
+    void quit()
+    {
+        m_done = true;
+        m_loop.quit();
+    }
+
+    bool run(const std::function<void()> &start)
+    {
+        QTimer::singleShot(longestMs, &m_loop, &QEventLoop::quit);
+        start();
+        if (!m_done) {
+            m_loop.exec();
+        }
+        return m_done;
+    }
+
+private:
+    QEventLoop m_loop;
+    bool m_done = false;
+};
+
+/// The device on a wire of 115200 baud.
+class Peer
+{
+public:
+    bool start(const QString &options)
+    {
+        return m_process.start(words(QStringLiteral("--rate 115200 ") + options));
+    }
+    QString port() const { return m_process.port(); }
+    void powerOn() { m_process.control("power"); }
+
+    /// From here on the bytes are counted.
+    void reset() { m_process.control("reset"); }
+
+    /// Prints the row of a job that took @p seconds since reset().
+    void print(const char *name, double seconds, const char *bound)
+    {
+        const QList<QByteArray> counters = m_process.control("counters");
+        const double used = counters.value(2).toDouble() / nsPerSecond;
+        const QByteArray bytes = counters.value(0) + " + " + counters.value(1) + " bytes, ";
+        Rows::print(name, withUnit(seconds, 3, "s"),
+                    bytes.toStdString() + withUnit(used, 3, "s on the wire"), seconds / used,
+                    bound);
+    }
+
+private:
+    SimulatorProcess m_process{QCoreApplication::applicationDirPath()
+                               + QLatin1String("/paced-peer")};
+};
+
+/// The tool from the handler down.
+class Link
+{
+public:
+    explicit Link(const QString &port)
+        : m_handler(QSharedPointer<SerialPortQueueInterface>(new SerialPortQueue(nullptr)), nullptr)
+    {
+        m_handler.setSerialPort(QSharedPointer<SerialPortInterface>(new SerialPort(port, nullptr)));
+    }
+
+    SerialPortHandler &handler() { return m_handler; }
+
+    bool connectToDevice()
+    {
+        Waiter waiter;
+        QObject context;
+        QObject::connect(&m_handler, &Handler::connected, &context, [&waiter] { waiter.quit(); });
+        return waiter.run([this] { m_handler.connectToDevice(); });
+    }
+
+    /// Runs @p start until the handler reports @p wanted; the result goes to @p result.
+    bool runUntil(SerialPortActionType wanted, const std::function<void()> &start,
+                  QVariant *result = nullptr)
+    {
+        Waiter waiter;
+        QObject context;
+        QObject::connect(&m_handler, &Handler::actionFinished, &context,
+                         [&](SerialPortActionType action, const QVariant &value) {
+                             if (action == wanted) {
+                                 if (result != nullptr) {
+                                     *result = value;
+                                 }
+                                 waiter.quit();
+                             }
+                         });
+        return waiter.run(start);
+    }
+
+private:
+    SerialPortHandler m_handler;
+};
+
+QByteArray someBytes(int size)
+{
+    QByteArray bytes(size, '\0');
+    quint32 state = 1;
+    for (char &byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
+
+bool firmware(const Rows &rows)
+{
+    const QTemporaryDir folder;
+    const QByteArray image = someBytes(rows.size(256 * 1024, 512));
+    const QString taken = folder.filePath(QStringLiteral("image"));
+    Peer peer;
+    if (!peer.start(QStringLiteral("--image-size %1 --image %2").arg(image.size()).arg(taken))) {
+        return false;
+    }
+    Link link(peer.port());
+    link.handler().openPort();
+    peer.reset();
+    bool done = false;
+    const double seconds = secondsOf([&] {
+        done = link.runUntil(SerialPortActionType::ActionFirmwareTransmitted, [&] {
+            link.handler().updateFirmware(image);
+            peer.powerOn();
+        });
+    });
+    QFile file(taken);
+    if (!done || !file.open(QIODevice::ReadOnly) || file.readAll() != image) {
+        return false;
+    }
+    peer.print("FW-WIRE", seconds, "<= 1.06");
+    return true;
+}
+
+bool log(const Rows &rows)
+{
+    const int count = rows.size(10000, 20);
+    Peer peer;
+    if (!peer.start(QStringLiteral("--model KVT-200 --log-rows %1").arg(count))) {
+        return false;
+    }
+    Link link(peer.port());
+    if (!link.connectToDevice()) {
+        return false;
+    }
+    int read = 0;
+    Waiter waiter;
+    QObject context;
+    QObject::connect(&link.handler(), &Handler::logRead, &context,
+                     [&](const QStringList &, const QVector<LogValue> &values) {
+                         read = values.size();
+                         waiter.quit();
+                     });
+    peer.reset();
+    const double seconds = secondsOf([&] { waiter.run([&] { link.handler().readLog(); }); });
+    if (read != count) {
+        return false;
+    }
+    peer.print("LOG-WIRE", seconds, "<= 1.01");
+    return true;
+}
+
+bool eeprom(const Rows &rows)
+{
+    Peer peer;
+    if (!peer.start(QString())) {
+        return false;
+    }
+    Link link(peer.port());
+    if (!link.connectToDevice()) {
+        return false;
+    }
+    Handler &handler = link.handler();
+    // The number of blocks is the tool's own; a small run gives up after a few.
+    const auto reading = rows.isSmall() ? SerialPortActionType::ActionEepromBlockRead
+                                        : SerialPortActionType::ActionEepromRead;
+    const auto writing = rows.isSmall() ? SerialPortActionType::ActionEepromBlockWritten
+                                        : SerialPortActionType::ActionEepromWritten;
+    bool done = true;
+    peer.reset();
+    double seconds =
+        secondsOf([&] { done = done && link.runUntil(reading, [&] { handler.readEeprom(); }); });
+    handler.cancelEepromRead();
+    if (!done || !link.connectToDevice()) {
+        return false;
+    }
+    peer.print("EE-WIRE read", seconds, "<= 1.02");
+    peer.reset();
+    seconds = secondsOf([&] {
+        done = done && link.runUntil(writing, [&] { handler.writeEeprom(someBytes(eepromBytes)); });
+    });
+    handler.cancelEepromWrite();
+    peer.print("EE-WIRE written", seconds, "<= 1.02");
+    return done;
+}
+
+/// The settings of the device's model, and some of them again until there are enough.
+bool writeConfiguration(const QString &fileName)
+{
+    const QStringList names =
+        words(QStringLiteral("location altitude north_offset avg_interval log_interval "
+                             "heater_setpoint heater_band alarm_ozone alarm_particles alarm_wind"));
+    QString text = QStringLiteral("<KVTConfig><Devices><Device name=\"KVT-300\"><Configuration>"
+                                  "<ConfigurationItemGroup group=\"All\">");
+    for (int i = 0; i < settingCount; ++i) {
+        text += QStringLiteral("<ConfigurationItem type=\"text\" min=\"0\" max=\"32\" "
+                               "name=\"Setting %1\" alias=\"%2\"/>")
+                    .arg(i)
+                    .arg(names.at(i % names.size()));
+    }
+    text += QStringLiteral("</ConfigurationItemGroup></Configuration><Measurements>"
+                           "<Measurement name=\"W0\" type=\"air temperature\" unit=\"c\"/>"
+                           "</Measurements></Device></Devices></KVTConfig>");
+    QFile file(fileName);
+    return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) > 0;
+}
+
+/// The program's objects, as its main() has them.
+struct Tool
+{
+    Settings settings;
+    QSharedPointer<SerialPortQueueInterface> queue{new SerialPortQueue(nullptr)};
+    SerialPortHandler handler{queue, nullptr};
+    LocalStorageSqlite storage;
+    MainWindow window{nullptr};
+    MainWindowController controller{&window, &handler, &settings, &storage, nullptr};
+};
+
+bool connectOnce(Peer &peer, double &seconds)
+{
+    Tool tool;
+    if (!tool.controller.start()) {
+        return false;
+    }
+    tool.window.addPort(QStringLiteral("Device"), peer.port());
+    tool.window.selectPortIndex(
+        tool.window.findChild<QComboBox *>(QStringLiteral("serialPorts"))->count() - 1);
+    tool.window.show();
+    QApplication::processEvents();
+    Waiter waiter;
+    int settings = 0;
+    QObject context;
+    QObject::connect(&tool.handler, &Handler::dataRead, &context, [&settings] { ++settings; });
+    QObject::connect(&tool.handler, &Handler::measurementsRead, &context,
+                     [&waiter] { waiter.quit(); });
+    peer.reset();
+    bool done = false;
+    seconds = secondsOf([&] {
+        done = waiter.run([&] {
+            tool.window.findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
+        });
+    });
+    return done && settings > settingCount;
+}
+
+bool connectSequence(const Rows &rows)
+{
+    const QTemporaryDir folder;
+    if (!writeConfiguration(QStringLiteral("settings.xml"))) {
+        return false;
+    }
+    Settings().setValue(QStringLiteral("local storage path"), folder.path());
+    Peer peer;
+    if (!peer.start(QStringLiteral("--model KVT-300"))) {
+        return false;
+    }
+    std::vector<double> seconds(static_cast<size_t>(rows.size(7, 1)));
+    for (double &time : seconds) {
+        if (!connectOnce(peer, time)) {
+            return false;
+        }
+    }
+    // The bytes are the same each time; those of the last are counted.
+    peer.print("CONNECT", median(seconds), "<= 1.10");
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QTemporaryDir home;
+    DemoTool::separateFromUser(home.path());
+    QApplication application(argc, argv);
+    QDir::setCurrent(home.path());
+    const Rows rows(argc, argv);
+    const struct
+    {
+        const char *name;
+        bool (*run)(const Rows &);
+    } benchmarks[] = {{"FW-WIRE", firmware},
+                      {"LOG-WIRE", log},
+                      {"EE-WIRE", eeprom},
+                      {"CONNECT", connectSequence}};
+    for (const auto &benchmark : benchmarks) {
+        if (rows.wants(benchmark.name) && !benchmark.run(rows)) {
+            qWarning() << benchmark.name << "failed";
+            return 1;
+        }
+    }
+    return 0;
+}

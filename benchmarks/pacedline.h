@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/device.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+
+/// A device behind a pseudo-terminal whose bytes take their ten bit times to the microsecond, each
+/// direction on its own clock: it sleeps up to shortly before a byte is due and then watches the
+/// clock.
+///
+/// The device's own latency is 0: an answer begins when the last byte of what it answers was in.
+/// Half a command is never answered, so that the two directions take turns as at a console.
+class PacedLine : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @p rate in bits a second, 0 for as fast as it can.
+    PacedLine(Simulator::Device &device, int rate);
+    ~PacedLine() override;
+
+    Q_DISABLE_COPY(PacedLine)
+
+    /// Opens the pseudo-terminal and tells its path; empty when it can't.
+    QByteArray open();
+
+    /// Serves the line until standard input ends. Lines on it: "reset" sets the counters to 0,
+    /// "counters" tells bytes in, bytes out and the ns for which the wire was in use, "power"
+    /// switches the device off and on.
+    void serve();
+
+private:
+    void readInput();
+    void deliverInput();
+    void deliverOutput();
+    void send(const QByteArray &bytes);
+    bool waitIdle();
+    bool answerDesk();
+    qint64 nextDue() const;
+    int nextBurst() const;
+    void use(qint64 fromNs, int bytes);
+
+    Simulator::Device &m_device;
+    qint64 m_byteNs;
+    int m_master = -1;
+    int m_client = -1; // held open, so that the line outlives a client
+    QByteArray m_in;
+    QByteArray m_out;
+    QByteArray m_typed;
+    qint64 m_inDueNs = 0; // when the last byte read is in
+    qint64 m_outFreeNs = 0; // when the last byte written was out
+    qint64 m_answeringNs = -1; // when the bytes now taken were in
+    qint64 m_lastActiveNs = 0;
+    qint64 m_bytesIn = 0;
+    qint64 m_bytesOut = 0;
+    qint64 m_usedNs = 0;
+    qint64 m_usedUntilNs = 0;
+};

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "benchmarks/pacedline.h"
+#include "simulator/commandline.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+
+/// The simulated transmitter on an exact line. Takes the simulator's options and tells its port as
+/// that does.
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    Simulator::CommandLine commandLine;
+    QString error;
+    if (!Simulator::parseCommandLine(QCoreApplication::arguments(), commandLine, error)) {
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+        return 1;
+    }
+    Simulator::Device device(commandLine.station.device);
+    PacedLine line(device, commandLine.station.rate);
+    const QByteArray path = line.open();
+    if (path.isEmpty()) {
+        std::fprintf(stderr, "no pseudo-terminal\n");
+        return 1;
+    }
+    std::printf("port %s\n", path.constData());
+    std::fflush(stdout);
+    line.serve();
+    return 0;
+}
