@@ -39,12 +39,6 @@ QMap<QByteArray, int> &warnings()
     return all;
 }
 
-QMap<QByteArray, int> &debugCounts()
-{
-    static QMap<QByteArray, int> all;
-    return all;
-}
-
 void write(Line &line, const char *words)
 {
     std::snprintf(line.data(), line.size(), "%s", words);
@@ -80,8 +74,6 @@ void onLogLine(QtMsgType type, const QMessageLogContext &, const QString &text)
     write(logLines.at(logCount % logLength), line.constData());
     ++logCount;
     if (type == QtDebugMsg || type == QtInfoMsg) {
-        constexpr int firstWords = 14;
-        ++debugCounts()[line.left(firstWords)];
         return;
     }
     ++warnings()[line];
@@ -185,16 +177,6 @@ void fail(const QByteArray &reason)
 void watchLog()
 {
     qInstallMessageHandler(onLogLine);
-}
-
-int debugLines(const char *beginning)
-{
-    int count = 0;
-    const QByteArray words = beginning;
-    for (auto line = debugCounts().constBegin(); line != debugCounts().constEnd(); ++line) {
-        count += words.startsWith(line.key()) ? line.value() : 0;
-    }
-    return count;
 }
 
 void printWarnings()

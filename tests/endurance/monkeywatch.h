@@ -29,9 +29,6 @@ void print();
 /// among those that the tool has to give ends the walk.
 void watchLog();
 
-/// How often a debug line with this beginning has come.
-int debugLines(const char *beginning);
-
 /// The warnings that came, and how often.
 void printWarnings();
 
