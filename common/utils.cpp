@@ -2,6 +2,9 @@
 #include "common/utils.h"
 
 #include <array>
+#include <charconv>
+#include <cmath>
+#include <ctime>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
@@ -27,6 +30,57 @@ constexpr std::array<quint8, 256> makeCrcTable()
 
 constexpr std::array<quint8, 256> crcTable = makeCrcTable();
 
+constexpr int significantDigits = 6;
+constexpr double leastWithMoreDigits = 1e6;
+
+// A number that lies just between two texts of six digits has no more than ten binary places: for
+// each of them its odd numerator, which is below two millions, holds another factor of five.
+constexpr double scaleOfHalves = 1024.0;
+
+// From here on, and before 1970, QDateTime has rules of its own for the local time.
+constexpr qint64 endOfSystemTimesMs = 2145916799000;
+constexpr qint64 msPerSecond = 1000;
+constexpr int secondsPerMinute = 60;
+
+/// Writes what @p stream itself makes of @p number, in less time.
+void writeNumber(QTextStream &stream, double number)
+{
+    const bool whole = std::abs(number) < leastWithMoreDigits && number == std::floor(number);
+    const double scaled = number * scaleOfHalves;
+    if (!whole && !(scaled > std::floor(scaled))) {
+        // Not finite, or perhaps a half, which the stream rounds up and to_chars to even.
+        stream << number;
+        return;
+    }
+    std::array<char, 32> text{};
+    // The sum makes +0 of -0.
+    const char *end = std::to_chars(text.data(), text.data() + text.size(), number + 0.0,
+                                    std::chars_format::general, significantDigits)
+                          .ptr;
+    stream << QLatin1String(text.data(), static_cast<int>(end - text.data()));
+}
+
+/// Writes @p time in local time and ISO form as QDateTime does, which looks for a new zone of the
+/// system at each time.
+void writeLocalTime(QTextStream &stream, const QDateTime &time)
+{
+    const bool converts = time.isValid() && time.timeSpec() != Qt::LocalTime;
+    const qint64 ms = converts ? time.toMSecsSinceEpoch() : -1;
+    if (ms >= 0 && ms < endOfSystemTimesMs) {
+        const auto seconds = static_cast<std::time_t>(ms / msPerSecond);
+        std::tm local{};
+        localtime_r(&seconds, &local);
+        if (local.tm_sec < secondsPerMinute) {
+            std::array<char, 32> text{};
+            const std::size_t size =
+                std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &local);
+            stream << QLatin1String(text.data(), static_cast<int>(size));
+            return;
+        }
+    }
+    stream << time.toTimeSpec(Qt::LocalTime).toString(Qt::ISODate);
+}
+
 } // namespace
 
 bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector<LogValue> &rows,
@@ -39,15 +93,17 @@ bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector
         return false;
     }
 
+    tzset(); // localtime_r need not look for the zone
     QTextStream stream(&file);
     stream << titles.join(QLatin1Char(',')) << '\n';
     for (const LogValue &row : rows) {
-        stream << row.time.toTimeSpec(Qt::LocalTime).toString(Qt::ISODate) << ',';
+        writeLocalTime(stream, row.time);
+        stream << ',';
         for (int index = 0; index < row.values.size(); ++index) {
             if (index > 0) {
                 stream << ',';
             }
-            stream << row.values.at(index);
+            writeNumber(stream, row.values.at(index));
         }
         stream << '\n';
     }
