@@ -30,6 +30,7 @@ private slots:
     void closingDuringTheReadsOfAConnect();
     void disconnectInTheMiddleOfEverything_data();
     void disconnectInTheMiddleOfEverything();
+    void replyBehindTheDisconnectAsksTheClosedPort();
     void objectsGoWithJobsInTheQueue();
 
 private:
@@ -202,19 +203,25 @@ void TestNestedLoops::disconnectInTheMiddleOfEverything_data()
 {
     QTest::addColumn<QByteArray>("button");
     QTest::addColumn<QString>("title");
-    QTest::addRow("log") << QByteArray("readLogButton") << text("Reading log, please wait");
+    QTest::addColumn<QByteArray>("running");
+    QTest::addRow("log") << QByteArray("readLogButton") << text("Reading log, please wait")
+                         << QByteArray("log --read=");
     QTest::addRow("write") << QByteArray("writeToEepromButton")
-                           << text("Writing data to eeprom, please wait");
+                           << text("Writing data to eeprom, please wait")
+                           << QByteArray("write --really");
     QTest::addRow("backup") << QByteArray("backupEepromButton")
-                            << text("Waiting for eeprom backup to be created from the device");
+                            << text("Waiting for eeprom backup to be created from the device")
+                            << QByteArray("eeprom --read_block");
 }
 
 void TestNestedLoops::disconnectInTheMiddleOfEverything()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, title);
-    QVERIFY(startPolling({text("--log-rows"), text("300"), text("--write-ms"), text("60000")}));
-    dialogs().answerDialog(title, [this](QDialog *dialog) {
+    QFETCH(QByteArray, running);
+    QVERIFY(startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
+    dialogs().answerDialog(title, [=](QDialog *dialog) {
+        QTRY_VERIFY(commandCount(running.constData()) > 0);
         // Behind the dialog no hand reaches the button; the end of a firmware update and the like
         // do.
         QVERIFY(!click("disconnectButton"));
@@ -242,6 +249,25 @@ void TestNestedLoops::disconnectInTheMiddleOfEverything()
         QVERIFY(connectByClick());
         QVERIFY(readingsArrive());
     }
+}
+
+void TestNestedLoops::replyBehindTheDisconnectAsksTheClosedPort()
+{
+    QVERIFY(startPolling());
+    QVERIFY(disconnectByClick());
+    // The handler stays connected for its life: a count that was on its way asks for the rows.
+    QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
+    emit queue().valueRead(SerialPortValueType::ValueLogCount, 3);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(queue().currentJob());
+    QCOMPARE(queue().jobs().size(), 3);
+    // Before the first of them is sent again.
+    tool().handler.cancelLogRead();
+
+    forgetCommands();
+    QVERIFY(connectByClick());
+    QVERIFY(readingsArrive());
+    QCOMPARE(commandCount("log"), 0);
 }
 
 void TestNestedLoops::objectsGoWithJobsInTheQueue()
