@@ -6,6 +6,9 @@
 #include <QtCore/QDate>
 #include <QtCore/QTime>
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 // Marks the end of a reply: a new line and, somewhere behind it, the prompt.
@@ -108,6 +111,37 @@ bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &it
     }
     item.value = rx.cap(2);
     return DataParser::parseInt(rx.cap(1), item.index);
+}
+
+// What the patterns of a restart ask for besides anything at all. They are asked of every chunk of
+// a boot text, which may be long, so that it must not take the engine to say that one is missing.
+constexpr std::array<QLatin1String, 5> rebootedWords = {
+    QLatin1String("performing selftest"), QLatin1String("all tests passed"),
+    QLatin1String("orvanta kvt"), QLatin1String("\r\ncompiled on "),
+    QLatin1String("\r\ncopyright ")};
+constexpr std::array<QLatin1String, 1> resettingWords = {
+    QLatin1String("reseting device in 5 seconds")};
+
+// As the engine compares: each character by itself, by its lower case.
+bool isLetter(QChar character, QLatin1Char lowerCase)
+{
+    return character == lowerCase || character.toLower() == lowerCase;
+}
+
+// Whether all of @p words, given in lower case, stand in @p text, one behind the other.
+template <std::size_t count>
+bool holdsWords(const QString &text, const std::array<QLatin1String, count> &words)
+{
+    auto from = text.cbegin();
+    for (const QLatin1String &word : words) {
+        from = std::search(from, text.cend(), word.begin(), word.end(),
+                           [](QChar a, char b) { return isLetter(a, QLatin1Char(b)); });
+        if (from == text.cend()) {
+            return false;
+        }
+        from += word.size();
+    }
+    return true;
 }
 
 constexpr int hexBase = 16;
@@ -280,12 +314,12 @@ bool DataParser::isEepromBlockWritten(const QString &text)
 
 bool DataParser::isRebooted(const QString &text)
 {
-    return matches(text, rebootedReply);
+    return holdsWords(text, rebootedWords) && matches(text, rebootedReply);
 }
 
 bool DataParser::isResetting(const QString &text)
 {
-    return matches(text, resettingReply);
+    return holdsWords(text, resettingWords) && matches(text, resettingReply);
 }
 
 bool DataParser::isBootPrompt(const QString &text)
