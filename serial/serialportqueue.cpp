@@ -31,6 +31,7 @@ void SerialPortQueue::setSerialPort(QSharedPointer<SerialPortInterface> port)
 void SerialPortQueue::clear()
 {
     m_queue.clear();
+    m_taken = 0;
     stopCurrentJob();
 }
 
@@ -74,15 +75,16 @@ QSharedPointer<SerialPortInterface> SerialPortQueue::serialPort()
 
 bool SerialPortQueue::hasJob(SerialPortJobType type)
 {
-    return std::any_of(m_queue.cbegin(), m_queue.cend(),
+    return std::any_of(m_queue.cbegin() + m_taken, m_queue.cend(),
                        [type](const auto &job) { return job->type() == type; });
 }
 
 void SerialPortQueue::removeJobs(SerialPortJobType type)
 {
-    const auto removed = std::remove_if(m_queue.begin(), m_queue.end(),
+    const auto removed = std::remove_if(m_queue.begin() + m_taken, m_queue.end(),
                                         [type](const auto &job) { return job->type() == type; });
     m_queue.erase(removed, m_queue.end());
+    dropTaken();
     if (m_current && m_current->type() == type) {
         finishCurrentJob();
     }
@@ -95,7 +97,7 @@ QSharedPointer<SerialPortJobInterface> SerialPortQueue::currentJob()
 
 QVector<QSharedPointer<SerialPortJobInterface>> SerialPortQueue::jobs()
 {
-    return m_queue;
+    return m_queue.mid(m_taken);
 }
 
 void SerialPortQueue::onJobFinished()
@@ -174,7 +176,19 @@ void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 void SerialPortQueue::startNextJob()
 {
     if (!m_queue.isEmpty()) {
-        startJob(m_queue.takeFirst());
+        const auto job = std::move(m_queue[m_taken]);
+        ++m_taken;
+        dropTaken();
+        startJob(job);
+    }
+}
+
+void SerialPortQueue::dropTaken()
+{
+    // Not one by one: each time all those that wait would move up.
+    if (2 * m_taken >= m_queue.size()) {
+        m_queue.remove(0, m_taken);
+        m_taken = 0;
     }
 }
 

@@ -46,6 +46,7 @@ protected slots:
 private:
     void startJob(QSharedPointer<SerialPortJobInterface> job);
     void startNextJob();
+    void dropTaken();
     void stopCurrentJob();
     void finishCurrentJob();
     void connectJob(SerialPortJobInterface *job);
@@ -58,5 +59,6 @@ private:
 
     QSharedPointer<SerialPortInterface> m_port;
     QVector<QSharedPointer<SerialPortJobInterface>> m_queue;
+    int m_taken = 0; // so many at the front of m_queue have left it, fewer than wait
     QSharedPointer<SerialPortJobInterface> m_current;
 };

@@ -16,6 +16,7 @@ private slots:
     void startsTheFirstJobAtOnceAndNoOther();
     void runsJobsInTheOrderOfTheirArrival();
     void countsOnlyWaitingJobs();
+    void keepsTheRestInOrderWhileJobsLeave();
     void relaysResultsAtOnce();
     void relaysNothingElse();
     void endsAJobThenStartsTheNext();
@@ -85,6 +86,31 @@ void TestSerialPortQueue::countsOnlyWaitingJobs()
     add(Type::JobReadEepromBlock, "b");
     QVERIFY(m_queue->hasJob(Type::JobReadEepromBlock));
     QVERIFY(!m_queue->hasJob(Type::JobWriteEepromBlock));
+}
+
+// Taken jobs leave the store of the queue in bulk; nothing of that may show.
+void TestSerialPortQueue::keepsTheRestInOrderWhileJobsLeave()
+{
+    QVector<JobPointer> jobs = {add(Type::JobConnect, "first")};
+    for (const char *name : {"a", "b", "c", "d", "e", "f", "g", "h"}) {
+        jobs.append(add(*name < 'd' ? Type::JobReadValue : Type::JobSetValue, name));
+    }
+    for (int left = 0; left < 3; ++left) {
+        emit m_queue->currentJob()->finished();
+        QCOMPARE(m_queue->currentJob(), jobs.at(left + 1));
+        QCOMPARE(m_queue->jobs(), jobs.mid(left + 2));
+        QCOMPARE(m_queue->hasJob(Type::JobReadValue), left < 2);
+    }
+    m_queue->removeJobs(Type::JobReadValue);
+    QCOMPARE(m_queue->currentJob(), jobs.at(4));
+    QCOMPARE(m_queue->jobs(), jobs.mid(5));
+    jobs.append(add(Type::JobReadValue, "i"));
+    emit m_queue->currentJob()->finished();
+    m_queue->removeJobs(Type::JobSetValue);
+    QCOMPARE(m_queue->currentJob(), jobs.constLast());
+    QCOMPARE(m_queue->jobs(), QVector<JobPointer>());
+    emit m_queue->currentJob()->finished();
+    QVERIFY(m_queue->currentJob().isNull());
 }
 
 void TestSerialPortQueue::relaysResultsAtOnce()
