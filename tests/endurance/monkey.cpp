@@ -318,7 +318,7 @@ bool Monkey::requireVisits() const
         {"dialog: Waiting for eeprom backup to be created from the device", 15000},
         {"dialog: Waiting for eeprom backup to be written to device from file", 15000},
         {"graph with lines", 2000},
-        {"written: Select where to save log to", 6000},
+        {"written: Select where to save log to", 12000},
         {"written: Select where to save measurements to", 4000},
     };
     bool all = true;
