@@ -59,6 +59,7 @@ class ToolFixture : public QObject
 {
 protected:
     static constexpr int waitMs = 20000;
+    static constexpr int rescueMs = 200;
 
     /// For initTestCase().
     static void prepareApplication()
@@ -79,6 +80,9 @@ protected:
         m_device = std::make_unique<SimulatorProcess>();
         m_dialogs = std::make_unique<DialogDriver>();
         m_dialogs->onDialogShown = takePicture;
+        m_rescue = std::make_unique<QTimer>();
+        connect(m_rescue.get(), &QTimer::timeout, &ToolFixture::closeWhatAFailureLeft);
+        m_rescue->start(rescueMs);
         QSettings settings(text("Orvanta"), text("Kv tool"));
         settings.clear();
         settings.setValue(text("local storage path"), m_folder->path());
@@ -95,6 +99,7 @@ protected:
         // In the program it ends with the process.
         QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
         const QString complaint = m_dialogs->complaint();
+        m_rescue.reset();
         m_dialogs.reset();
         m_device.reset();
         m_folder.reset();
@@ -143,11 +148,17 @@ protected:
         }
     }
 
-    /// Runs @p steps in the program's event loop until the main window is closed; the exit code.
+    /// Runs @p steps in the program's event loop until the main window is closed, or a step has
+    /// failed; the exit code.
     int runProgram(const std::function<void()> &steps)
     {
         QApplication::setQuitOnLastWindowClosed(true);
-        QTimer::singleShot(0, &window(), steps);
+        QTimer::singleShot(0, &window(), [=] {
+            steps();
+            if (QTest::currentTestFailed()) {
+                QCoreApplication::exit(1);
+            }
+        });
         const int code = QApplication::exec();
         QApplication::setQuitOnLastWindowClosed(false);
         return code;
@@ -373,5 +384,15 @@ protected:
     std::unique_ptr<Tool> m_tool;
 
 private:
+    /// A dialog whose answer broke off at a failed check would hold up the test for ever.
+    static void closeWhatAFailureLeft()
+    {
+        auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (dialog != nullptr && QTest::currentTestFailed()) {
+            dialog->reject();
+        }
+    }
+
+    std::unique_ptr<QTimer> m_rescue;
     int m_journalRead = 0;
 };
