@@ -21,7 +21,10 @@
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QPushButton>
 
+#include <fcntl.h>
 #include <functional>
+#include <poll.h>
+#include <unistd.h>
 
 namespace {
 
@@ -143,6 +146,44 @@ QByteArray someBytes(int size)
         byte = static_cast<char>(state >> 24);
     }
     return bytes;
+}
+
+/// The wire's own pace: the firmware's exchanges by a client that does nothing but wait.
+bool wireItself(const Rows &rows)
+{
+    constexpr int blockSize = 16;
+    const int blocks = rows.size(1000, 8);
+    Peer peer;
+    if (!peer.start(QStringLiteral("--image-size %1").arg(blocks * blockSize))) {
+        return false;
+    }
+    const int port = ::open(qPrintable(peer.port()), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    pollfd wanted = {port, POLLIN, 0};
+    const auto awaitByte = [&](char last) {
+        char bytes[64];
+        ssize_t count = 0;
+        do {
+            count = ::poll(&wanted, 1, longestMs) == 1 ? ::read(port, bytes, sizeof bytes) : -1;
+        } while (count > 0 && bytes[count - 1] != last);
+        return count > 0;
+    };
+    const QByteArray block(blockSize, 'x');
+    const auto send = [&](const char *bytes, size_t size) {
+        return ::write(port, bytes, size) == static_cast<ssize_t>(size);
+    };
+    peer.powerOn();
+    bool done = awaitByte('T') && send("b", 1);
+    peer.reset();
+    const double seconds = secondsOf([&] {
+        for (int i = 0; i < blocks && done; ++i) {
+            done = send(block.constData(), blockSize) && awaitByte(i + 1 < blocks ? '*' : '.');
+        }
+    });
+    ::close(port);
+    if (done) {
+        peer.print("WIRE", seconds, "<= 1.02");
+    }
+    return done;
 }
 
 bool firmware(const Rows &rows)
@@ -328,7 +369,8 @@ int main(int argc, char *argv[])
     {
         const char *name;
         bool (*run)(const Rows &);
-    } benchmarks[] = {{"FW-WIRE", firmware},
+    } benchmarks[] = {{"WIRE", wireItself},
+                      {"FW-WIRE", firmware},
                       {"LOG-WIRE", log},
                       {"EE-WIRE", eeprom},
                       {"CONNECT", connectSequence}};
