@@ -86,6 +86,7 @@ private slots:
     void writesNumbersAsATextStreamDoes();
     void writesTimesAsQtDoes_data();
     void writesTimesAsQtDoes();
+    void asksForTheZoneAtEachFile();
     void writesTextsAsATextStreamDoes_data();
     void writesTextsAsATextStreamDoes();
 
@@ -232,6 +233,15 @@ void TestUtilsCsv::writesTimesAsQtDoes()
         add(static_cast<qint64>(random() % 2500000000000));
     }
     compare({QStringLiteral("a")}, rowsOf(times));
+}
+
+void TestUtilsCsv::asksForTheZoneAtEachFile()
+{
+    const TimeZoneScope scope("UTC");
+    const QVector<LogValue> rows = rowsOf(QVector<double>{1.5});
+    compare({QStringLiteral("a")}, rows);
+    qputenv("TZ", easternEurope);
+    compare({QStringLiteral("a")}, rows);
 }
 
 void TestUtilsCsv::writesTextsAsATextStreamDoes_data()
