@@ -1,149 +1,321 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The graph dialog on a day, a month and a year of one measurement a minute with 12 values each.
-// The store answers from memory, so that its reading (bench_storage) is left out.
+// GRAPH and GRAPH-OPEN: the graph dialog, with a store that answers from memory.
+#include "benchmarks/interleaved.h"
+#include "benchmarks/rows.h"
 #include "graph/graph.h"
 #include "tests/fakes/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
 
-#include <benchmark/benchmark.h>
 #include <cmath>
-#include <QtGui/QPixmap>
+#include <limits>
+#include <memory>
+#include <QtCharts/QLineSeries>
+#include <QtCore/QTimeZone>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QListWidget>
+#include <qwt_plot.h>
+#include <qwt_plot_curve.h>
 
 namespace {
 
-constexpr int minutesPerDay = 1440;
-constexpr int typeCount = 12;
 constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
 constexpr qint64 minuteMs = 60000;
+constexpr int minutesPerMonth = 30 * 1440;
+constexpr int linePixels = 3;
 
-QDateTime timeOf(qint64 minute)
+[[noreturn]] void fail(const char *reason)
 {
-    return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, Qt::UTC);
+    std::fprintf(stderr, "%s\n", reason);
+    std::exit(1);
 }
 
-QStringList typeNames()
+/// Names that have colours of their own in the graph.
+QStringList names(int count)
 {
     QStringList names;
-    for (int type = 0; type < typeCount; ++type) {
-        names.append(QStringLiteral("type%1").arg(type));
+    for (int type = 0; type < count; ++type) {
+        names << QStringLiteral("%1%2").arg(QLatin1Char(type < 8 ? 'A' : 'W')).arg(type % 8);
     }
     return names;
 }
 
-QVector<StoredMeasurement> history(int minutes)
+QDateTime timeOf(qint64 minute)
 {
-    const QStringList names = typeNames();
-    QVector<StoredMeasurement> rows;
-    rows.reserve(minutes);
+    return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());
+}
+
+QVector<StoredMeasurement> history(int minutes, int types)
+{
+    const QStringList typeNames = names(types);
+    QVector<StoredMeasurement> rows(minutes);
     for (int minute = 0; minute < minutes; ++minute) {
-        StoredMeasurement row;
+        StoredMeasurement &row = rows[minute];
         row.timestamp = timeOf(minute);
-        row.values.reserve(typeCount);
-        for (int type = 0; type < typeCount; ++type) {
+        row.values.reserve(types);
+        for (int type = 0; type < types; ++type) {
             row.values.append(
-                {names.at(type), true, 20.0 + std::sin(minute / 200.0 + type) * type});
+                {typeNames.at(type), true, 20.0 + std::sin(minute / 200.0 + type) * (type + 1)});
         }
-        rows.append(row);
     }
     return rows;
 }
 
-/// A dialog on @p minutes of history, filled but with nothing ticked.
-struct OpenedGraph
+/// Lets events run until @p widget has been painted by one of them.
+class FirstPaint : public QObject
 {
-    explicit OpenedGraph(int minutes)
+public:
+    explicit FirstPaint(QWidget *widget) { widget->installEventFilter(this); }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        m_painted = m_painted || event->type() == QEvent::Paint;
+        return false;
+    }
+
+    void await() const
+    {
+        while (!m_painted) {
+            QCoreApplication::processEvents();
+        }
+    }
+
+private:
+    bool m_painted = false;
+};
+
+/// The dialog on @p minutes with so many @p types.
+struct Dialog
+{
+    Dialog(int minutes, int types)
     {
         storage.devicesResult.append(StoredDevice());
-        storage.measurementsResult = history(minutes);
+        storage.measurementsResult = history(minutes, types);
+        chart = graph.findChild<Graph *>();
+        list = graph.findChild<QListWidget *>();
+    }
+
+    /// What the main window does to open it, with @p ticked boxes.
+    void open(const QStringList &ticked)
+    {
+        graph.setDisplayOptions({});
         graph.setFromDate(timeOf(0));
-        graph.setToDate(timeOf(minutes));
+        graph.setToDate(timeOf(storage.measurementsResult.size()));
         graph.setShowLatest(false);
         graph.setLocalStorage(&storage);
         graph.beginLoading();
+        graph.selectDevice(DeviceDetails());
         graph.endLoading();
+        graph.applySelection(ticked);
         graph.show();
-        QCoreApplication::processEvents();
     }
+
+    QWidget *viewport() const { return chart->findChild<GraphQt *>()->viewport(); }
 
     FakeLocalStorage storage;
     MeasurementGraph graph{nullptr};
+    Graph *chart = nullptr;
+    QListWidget *list = nullptr;
 };
 
-void tickAndDraw(benchmark::State &state)
+/// Qwt with the lines of the dialog in a widget as large as the dialog's chart.
+class QwtPeer
 {
-    OpenedGraph opened(static_cast<int>(state.range(0)));
-    const QStringList names = typeNames().mid(0, static_cast<int>(state.range(1)));
-    for (auto iteration : state) {
-        opened.graph.applySelection(names);
-        benchmark::DoNotOptimize(opened.graph.grab());
-        state.PauseTiming();
-        opened.graph.applySelection(QStringList());
-        state.ResumeTiming();
+public:
+    QwtPeer(const QVector<StoredMeasurement> &rows, const Dialog &dialog)
+        : m_rows(rows)
+    {
+        m_plot.resize(dialog.chart->size());
+        m_plot.setAxisScale(QwtPlot::xBottom, double(startMs),
+                            double(startMs + rows.size() * minuteMs));
+        for (int row = 0; row < dialog.list->count(); ++row) {
+            m_curves.append(new QwtPlotCurve(dialog.list->item(row)->text()));
+            m_curves.last()->setPen(dialog.list->item(row)->foreground().color(), linePixels);
+            m_curves.last()->setRenderHint(QwtPlotItem::RenderAntialiased);
+            m_curves.last()->attach(&m_plot);
+        }
+        m_plot.show();
+        FirstPaint(m_plot.canvas()).await();
     }
+
+    double secondsToDraw()
+    {
+        clear();
+        const FirstPaint paint(m_plot.canvas());
+        return secondsOf([&] {
+            for (int type = 0; type < m_curves.size(); ++type) {
+                QVector<QPointF> points;
+                points.reserve(m_rows.size());
+                for (const StoredMeasurement &row : m_rows) {
+                    points.append(
+                        {double(row.timestamp.toMSecsSinceEpoch()), row.values.at(type).value});
+                }
+                m_curves.at(type)->setSamples(points);
+            }
+            m_plot.replot();
+            paint.await();
+        });
+    }
+
+private:
+    void clear()
+    {
+        for (QwtPlotCurve *curve : qAsConst(m_curves)) {
+            curve->setSamples(QVector<QPointF>());
+        }
+        m_plot.replot();
+        QCoreApplication::processEvents();
+    }
+
+    const QVector<StoredMeasurement> &m_rows;
+    QwtPlot m_plot;
+    QVector<QwtPlotCurve *> m_curves; // the plot's
+};
+
+/// From the tick of the last of the boxes until its line, and the others anew, are on the screen.
+double secondsToTick(const Dialog &dialog)
+{
+    QListWidgetItem *last = dialog.list->item(dialog.list->count() - 1);
+    last->setCheckState(Qt::Unchecked);
+    QCoreApplication::processEvents();
+    const FirstPaint paint(dialog.viewport());
+    return secondsOf([&] {
+        last->setCheckState(Qt::Checked);
+        paint.await();
+    });
 }
 
-void refreshAndDraw(benchmark::State &state)
+void tick(const char *name, int points, int runs, const char *bound)
 {
-    OpenedGraph opened(static_cast<int>(state.range(0)));
-    opened.graph.applySelection(typeNames().mid(0, static_cast<int>(state.range(1))));
-    for (auto iteration : state) {
-        opened.graph.refresh();
-        benchmark::DoNotOptimize(opened.graph.grab());
-    }
+    constexpr int lines = 4;
+    Dialog dialog(points, lines);
+    dialog.open(names(lines));
+    FirstPaint(dialog.viewport()).await();
+    QwtPeer peer(dialog.storage.measurementsResult, dialog);
+    const std::vector<double> seconds = mediansOf(
+        runs, {[&] { return secondsToTick(dialog); }, [&] { return peer.secondsToDraw(); }});
+    Rows::print(name, withUnit(seconds[0] * 1e3, 1, "ms"),
+                withUnit(seconds[1] * 1e3, 1, "ms") + ", Qwt", seconds[0] / seconds[1], bound);
 }
 
-/// The chart's own share: the same lines, ready made, on the chart widget alone.
-void chartAlone(benchmark::State &state)
+/// The chart as it is written without a thought for the time: points one by one, then the line is
+/// attached, and everything anew for each box.
+class PlainGraph : public GraphQt
 {
-    const int minutes = static_cast<int>(state.range(0));
-    QVector<GraphSeries> lines;
-    for (int type = 0; type < state.range(1); ++type) {
-        lines.append({typeNames().at(type), Qt::blue, {}});
+public:
+    explicit PlainGraph(const Dialog &dialog)
+        : GraphQt(nullptr)
+        , m_rows(dialog.storage.measurementsResult)
+    {
+        for (int row = 0; row < dialog.list->count(); ++row) {
+            m_texts << dialog.list->item(row)->text();
+            m_colors << dialog.list->item(row)->foreground().color();
+        }
+        resize(dialog.chart->size());
     }
-    for (const StoredMeasurement &row : history(minutes)) {
-        for (int type = 0; type < lines.size(); ++type) {
-            lines[type].points.append({row.timestamp, row.values.at(type).value});
+
+    double secondsToOpen()
+    {
+        const FirstPaint paint(viewport());
+        const double seconds = secondsOf([&] {
+            for (int ticked = 1; ticked <= m_texts.size(); ++ticked) {
+                reload(ticked);
+            }
+            show();
+            paint.await();
+        });
+        hide();
+        return seconds;
+    }
+
+private:
+    void reload(int ticked)
+    {
+        clear();
+        double minimum = std::numeric_limits<double>::max();
+        double maximum = std::numeric_limits<double>::min();
+        for (const StoredMeasurement &row : m_rows) {
+            for (int type = 0; type < ticked; ++type) {
+                minimum = std::min(minimum, row.values.at(type).value);
+                maximum = std::max(maximum, row.values.at(type).value);
+            }
+        }
+        setValueRange(minimum * 0.99, maximum * 1.01);
+        setTimeRange(timeOf(0), timeOf(m_rows.size()));
+        clear();
+        for (int type = 0; type < ticked; ++type) {
+            draw(type);
         }
     }
-    Graph chart(nullptr);
-    chart.resize(480, 580);
-    chart.show();
-    for (auto iteration : state) {
-        chart.clear();
-        chart.setTimeRange(timeOf(0), timeOf(minutes));
-        chart.setValueRange(0.0, 35.0);
-        chart.clear();
-        for (const GraphSeries &line : qAsConst(lines)) {
-            chart.addSeries(line);
-        }
-        benchmark::DoNotOptimize(chart.grab());
-    }
-}
 
-void sizes(benchmark::internal::Benchmark *bench)
+    void draw(int type)
+    {
+        auto *line = new QtCharts::QLineSeries;
+        line->setName(m_texts.at(type));
+        for (const StoredMeasurement &row : m_rows) {
+            line->append(double(row.timestamp.toMSecsSinceEpoch()), row.values.at(type).value);
+        }
+        QPen pen = line->pen();
+        pen.setColor(m_colors.at(type));
+        pen.setWidth(linePixels);
+        line->setPen(pen);
+        chart()->addSeries(line);
+        const QList<QtCharts::QAbstractAxis *> axes = chart()->axes();
+        for (QtCharts::QAbstractAxis *axis : axes) {
+            line->attachAxis(axis);
+        }
+    }
+
+    const QVector<StoredMeasurement> &m_rows;
+    QStringList m_texts;
+    QVector<QColor> m_colors;
+};
+
+QImage pictureOf(QWidget &widget)
 {
-    bench->ArgNames({"minutes", "types"})->Unit(benchmark::kMillisecond);
-    for (const int days : {1, 30, 365}) {
-        for (const int types : {1, typeCount}) {
-            bench->Args({days * minutesPerDay, types});
-        }
-    }
+    // A widget within a window has an alpha channel, a window has none.
+    return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
 }
 
-BENCHMARK(tickAndDraw)->Apply(sizes);
-BENCHMARK(refreshAndDraw)->Apply(sizes);
-BENCHMARK(chartAlone)->Apply(sizes);
+void open(const Rows &rows)
+{
+    constexpr int types = 12;
+    Dialog dialog(rows.size(minutesPerMonth, 200), types);
+    dialog.open(names(types));
+    FirstPaint(dialog.viewport()).await();
+    PlainGraph plain(dialog);
+    const auto openDialog = [&] {
+        dialog.graph.applySelection({});
+        dialog.graph.hide();
+        const FirstPaint paint(dialog.viewport());
+        return secondsOf([&] {
+            dialog.open(names(types));
+            paint.await();
+        });
+    };
+    const std::vector<double> seconds =
+        mediansOf(rows.size(5, 1), {openDialog, [&] { return plain.secondsToOpen(); }});
+    const QImage picture = pictureOf(*dialog.chart->findChild<GraphQt *>());
+    if (picture != pictureOf(plain)) {
+        fail("The dialog's chart and the plain one differ.");
+    }
+    Rows::print("GRAPH-OPEN", withUnit(seconds[0], 3, "s"),
+                withUnit(seconds[1], 3, "s") + ", drawn anew for each box", seconds[0] / seconds[1],
+                "<= 0.3");
+}
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    const Rows rows(argc, argv);
+    if (rows.wants("GRAPH")) {
+        tick("GRAPH 10,000", rows.size(10000, 100), rows.size(15, 1), "<= 2");
+        tick("GRAPH 100,000", rows.size(100000, 200), rows.size(9, 1), "<= 4");
+    }
+    if (rows.wants("GRAPH-OPEN")) {
+        open(rows);
+    }
     return 0;
 }

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// START: from the start of a process to its main window's first picture, and its memory then, on a
+// virtual display. The tool itself runs, with start_probe.cpp loaded before it.
+#include "benchmarks/interleaved.h"
+#include "benchmarks/rows.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
+
+namespace {
+
+[[noreturn]] void fail(const QString &reason)
+{
+    std::fprintf(stderr, "%s\n", qPrintable(reason));
+    std::exit(1);
+}
+
+/// A display of its own for as long as this lives.
+class Display
+{
+public:
+    Display()
+    {
+        m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_server.start(QStringLiteral("Xvfb"),
+                       {QStringLiteral("-displayfd"), QStringLiteral("1"),
+                        QStringLiteral("-screen"), QStringLiteral("0"),
+                        QStringLiteral("1680x1000x24"), QStringLiteral("-nolisten"),
+                        QStringLiteral("tcp"), QStringLiteral("-noreset")});
+        while (!m_server.canReadLine()) {
+            if (!m_server.waitForReadyRead()) {
+                fail(QStringLiteral("There is no virtual display: ") + m_server.errorString());
+            }
+        }
+        qputenv("DISPLAY", ':' + m_server.readLine().trimmed());
+    }
+    ~Display()
+    {
+        m_server.terminate();
+        m_server.waitForFinished();
+    }
+    Q_DISABLE_COPY(Display)
+
+private:
+    QProcess m_server;
+};
+
+/// What the probe tells of a start.
+struct Start
+{
+    double seconds = 0.0;
+    double megabytes = 0.0;
+};
+
+Start start(const QString &program)
+{
+    timespec begin{};
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    clock_gettime(CLOCK_MONOTONIC, &begin);
+    process.start(program, QStringList());
+    if (!process.waitForFinished() || process.exitCode() != 0) {
+        fail(program + QStringLiteral(" showed no window: ") + process.errorString());
+    }
+    const QList<QByteArray> words = process.readAllStandardOutput().simplified().split(' ');
+    if (words.size() != 2) {
+        fail(program + QStringLiteral(" was not seen showing its window."));
+    }
+    const double shown = words.at(0).toDouble();
+    return {shown - double(begin.tv_sec) - double(begin.tv_nsec) * 1e-9,
+            words.at(1).toDouble() / 1024};
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const Rows rows(argc, argv);
+    if (!rows.wants("START")) {
+        return 0;
+    }
+    const QString binaries = QCoreApplication::applicationDirPath();
+    const QTemporaryDir home;
+    QFile::copy(QStringLiteral(KV_SOURCE_DIR "/settings.xml"),
+                home.filePath(QStringLiteral("settings.xml")));
+    QDir::setCurrent(home.path());
+    for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
+        qputenv(name, home.path().toLocal8Bit());
+    }
+    const Display display;
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("LD_PRELOAD", (binaries + QStringLiteral("/libstart_probe.so")).toLocal8Bit());
+
+    const QString tool = binaries + QStringLiteral("/kvtool");
+    const QString empty = binaries + QStringLiteral("/empty-window");
+    // The first start makes the store, and brings the libraries into memory.
+    start(tool);
+    start(empty);
+    std::vector<double> toolMemory;
+    std::vector<double> emptyMemory;
+    const auto timed = [](const QString &program, std::vector<double> &memory) {
+        const Start seen = start(program);
+        memory.push_back(seen.megabytes);
+        return seen.seconds;
+    };
+    const std::vector<double> seconds = mediansOf(
+        rows.size(21, 1),
+        {[&] { return timed(tool, toolMemory); }, [&] { return timed(empty, emptyMemory); }});
+    Rows::print("START time", withUnit(seconds[0] * 1e3, 0, "ms"),
+                withUnit(seconds[1] * 1e3, 0, "ms") + ", an empty QMainWindow",
+                seconds[0] / seconds[1], "<= 1.5");
+    Rows::print("START memory", withUnit(median(toolMemory), 1, "MB"),
+                withUnit(median(emptyMemory), 1, "MB") + ", an empty QMainWindow",
+                median(toolMemory) / median(emptyMemory), "<= 1.3");
+    return 0;
+}

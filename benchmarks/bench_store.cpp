@@ -1,0 +1,334 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// READ-DAY, READ-YEAR, STORE and the store's part of SCALE.
+#include "benchmarks/interleaved.h"
+#include "benchmarks/rows.h"
+#include "benchmarks/storefile.h"
+#include "storage/localstoragesqlite.h"
+
+#include <cmath>
+#include <optional>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QScopeGuard>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QVariant>
+#include <QtSql/QSqlQuery>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+using namespace StoreFile;
+
+namespace {
+
+long syncCount = 0;
+
+} // namespace
+
+// The program's own stand before the library's, for SQLite too.
+extern "C" int fsync(int file)
+{
+    ++syncCount;
+    return static_cast<int>(syscall(SYS_fsync, file));
+}
+
+extern "C" int fdatasync(int file)
+{
+    ++syncCount;
+    return static_cast<int>(syscall(SYS_fdatasync, file));
+}
+
+namespace {
+
+const char *const peakOption = "--peak-of";
+const char *const plainConnection = "plain";
+constexpr double peakLimitMb = 260.0;
+
+[[noreturn]] void fail(const char *reason)
+{
+    std::fprintf(stderr, "%s\n", reason);
+    std::exit(1);
+}
+
+QDateTime timeOf(qint64 minute)
+{
+    return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, Qt::UTC);
+}
+
+/// Reads the last @p asked minutes of a store of @p stored ones, with the tool and without it.
+class Reader
+{
+public:
+    Reader(int stored, int asked)
+        : m_file(path(stored)) // makes the store before this has one
+        , m_asked(asked)
+        , m_from(timeOf(stored - asked))
+        , m_to(timeOf(stored - 1))
+    {
+        if (m_file.isEmpty() || !m_store->open(m_file)
+            || sqlite3_open(QFile::encodeName(m_file), &m_database) != SQLITE_OK) {
+            fail("There is no store to read.");
+        }
+    }
+    ~Reader()
+    {
+        sqlite3_close(m_database);
+        m_store.reset();
+        QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
+    }
+    Q_DISABLE_COPY(Reader)
+
+    double secondsByTool()
+    {
+        QVector<StoredMeasurement> found;
+        const double seconds = secondsOf([&] { found = m_store->measurements(m_from, m_to, 1); });
+        if (found.size() != m_asked || found.last().values.size() != typeCount) {
+            fail("The tool did not read all measurements.");
+        }
+        return seconds;
+    }
+
+    double secondsByHand()
+    {
+        Read read;
+        const double seconds = secondsOf([&] {
+            read = readByHand(m_database, m_from.toMSecsSinceEpoch(), m_to.toMSecsSinceEpoch());
+        });
+        if (read.rows != m_asked || read.values != qint64(m_asked) * typeCount) {
+            fail("Not all rows were read by hand.");
+        }
+        return seconds;
+    }
+
+    /// Steps through the same rows with QtSql, and looks at none.
+    double secondsOfBareQueries()
+    {
+        int rows = 0;
+        const double seconds = secondsOf([&] {
+            for (const char *text : {selectMetadata, selectValues}) {
+                QSqlQuery query;
+                query.setForwardOnly(true);
+                query.prepare(QLatin1String(text));
+                query.addBindValue(1);
+                query.addBindValue(m_from.toMSecsSinceEpoch());
+                query.addBindValue(m_to.toMSecsSinceEpoch());
+                query.exec();
+                while (query.next()) {
+                    ++rows;
+                }
+            }
+        });
+        if (rows != m_asked * (typeCount + 1)) {
+            fail("The bare queries did not find all rows.");
+        }
+        return seconds;
+    }
+
+private:
+    QString m_file;
+    int m_asked;
+    QDateTime m_from;
+    QDateTime m_to;
+    std::optional<LocalStorageSqlite> m_store{std::in_place};
+    sqlite3 *m_database = nullptr;
+};
+
+void readDay(const Rows &rows)
+{
+    Reader reader(rows.size(minutesPerYear, 2 * minutesPerDay), minutesPerDay);
+    reader.secondsByHand();
+    const std::vector<double> seconds =
+        mediansOf(rows.size(9, 1),
+                  {[&] { return reader.secondsByTool(); }, [&] { return reader.secondsByHand(); }});
+    Rows::print("READ-DAY", withUnit(seconds[0] * 1e3, 1, "ms"),
+                withUnit(seconds[1] * 1e3, 1, "ms") + ", SQLite's C interface",
+                seconds[0] / seconds[1], "<= 1.05");
+}
+
+/// Peak memory in MB of a process that reads a whole store once.
+double peakOfReading(int minutes)
+{
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(),
+                  {QLatin1String(peakOption), QString::number(minutes)});
+    process.waitForFinished(-1);
+    const double kilobytes = process.readAllStandardOutput().trimmed().toDouble();
+    if (process.exitCode() != 0 || kilobytes <= 0) {
+        fail("The peak of the memory could not be measured.");
+    }
+    return kilobytes / 1024;
+}
+
+int printPeakOfReading(int minutes)
+{
+    Reader(minutes, minutes).secondsByTool();
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return 1;
+    }
+    const QByteArray text = status.readAll();
+    const QByteArray peak = text.mid(text.indexOf("VmHWM:") + 6).trimmed();
+    std::printf("%s\n", peak.left(peak.indexOf(' ')).constData());
+    return 0;
+}
+
+void readYear(const Rows &rows)
+{
+    const int minutes = rows.size(minutesPerYear, minutesPerDay);
+    std::vector<double> seconds;
+    {
+        Reader reader(minutes, minutes);
+        reader.secondsByHand();
+        seconds = mediansOf(rows.size(5, 1),
+                            {[&] { return reader.secondsByTool(); },
+                             [&] { return reader.secondsByHand(); },
+                             [&] { return reader.secondsOfBareQueries(); }});
+    }
+    Rows::print("READ-YEAR time", withUnit(seconds[0], 3, "s"),
+                withUnit(seconds[1], 3, "s") + ", SQLite's C interface (bare QSqlQuery::next "
+                    + withUnit(seconds[2] / seconds[1], 2, "x") + ")",
+                seconds[0] / seconds[1], "<= 2.9");
+    const double peak = peakOfReading(minutes);
+    Rows::print("READ-YEAR memory", withUnit(peak, 0, "MB"), withUnit(peakLimitMb, 0, "MB"),
+                peak / peakLimitMb, "<= 1");
+}
+
+QVector<MeasurementValue> measurement(int number)
+{
+    QVector<MeasurementValue> values;
+    for (int type = 0; type < typeCount; ++type) {
+        values.append({QStringLiteral("type%1").arg(type), true, number * 0.01 + type});
+    }
+    return values;
+}
+
+/// A measurement's 13 statements through QtSql as anybody would write them.
+void storePlainly(const QDateTime &time, const QVector<MeasurementValue> &values,
+                  const QMap<QString, unsigned> &typeIds)
+{
+    QSqlQuery metadata(QSqlDatabase::database(QLatin1String(plainConnection)));
+    metadata.prepare(QStringLiteral("INSERT INTO measurement_metadata (timestamp, meas_state, "
+                                    "device_id) VALUES (?, ?, ?)"));
+    metadata.addBindValue(time.toMSecsSinceEpoch());
+    metadata.addBindValue(1);
+    metadata.addBindValue(1);
+    metadata.exec();
+    const QVariant id = metadata.lastInsertId();
+    QSqlQuery query(QSqlDatabase::database(QLatin1String(plainConnection)));
+    query.prepare(QStringLiteral("INSERT INTO measurement_value (measurement_id, "
+                                 "measurement_type_id, value) VALUES (?, ?, ?)"));
+    for (const MeasurementValue &value : values) {
+        query.addBindValue(id);
+        query.addBindValue(typeIds.value(value.name));
+        query.addBindValue(value.value);
+        if (!query.exec()) {
+            fail("A value could not be stored plainly.");
+        }
+    }
+}
+
+void store(const Rows &rows)
+{
+    const QTemporaryDir folder(StoreFile::folder() + QStringLiteral("XXXXXX"));
+    const QString toolPath = folder.filePath(QStringLiteral("tool.db"));
+    const QString plainPath = folder.filePath(QStringLiteral("plain.db"));
+    LocalStorageSqlite storage;
+    unsigned device = 0;
+    if (!storage.open(toolPath) || !storage.addDevice({}, device)) {
+        fail("No store could be made.");
+    }
+    // Names and tables are there in both from here on.
+    storage.addMeasurementValues(0, measurement(0));
+    storage.close();
+    if (!QFile::copy(toolPath, plainPath) || !storage.open(toolPath)) {
+        fail("No second store could be made.");
+    }
+    const auto freed =
+        qScopeGuard([] { QSqlDatabase::removeDatabase(QLatin1String(plainConnection)); });
+    QSqlDatabase plain =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QLatin1String(plainConnection));
+    plain.setDatabaseName(plainPath);
+    plain.open();
+    QMap<QString, unsigned> typeIds;
+    QSqlQuery types(QStringLiteral("select name, id from measurement_type"), plain);
+    while (types.next()) {
+        typeIds.insert(types.value(0).toString(), types.value(1).toUInt());
+    }
+    types.finish();
+
+    long toolSyncs = 0;
+    long peerSyncs = 0;
+    int number = 0;
+    const auto storeOne = [&](long &syncs, const auto &work) {
+        const QDateTime time = timeOf(++number);
+        const QVector<MeasurementValue> values = measurement(number);
+        const long before = syncCount;
+        const double seconds = secondsOf([&] { work(time, values); });
+        syncs += syncCount - before;
+        return seconds;
+    };
+    const int measurements = rows.size(200, 3);
+    const std::vector<double> seconds =
+        mediansOf(measurements,
+                  {[&] {
+                       return storeOne(toolSyncs, [&](const QDateTime &time, const auto &values) {
+                           unsigned id = 0;
+                           storage.addMeasurement(device, {MeasurementState::Ready, time}, id);
+                           storage.addMeasurementValues(id, values);
+                       });
+                   },
+                   [&] {
+                       return storeOne(peerSyncs, [&](const QDateTime &time, const auto &values) {
+                           storePlainly(time, values, typeIds);
+                       });
+                   }});
+    if (peerSyncs == 0) {
+        fail("No sync was seen.");
+    }
+    Rows::print("STORE time", withUnit(seconds[0] * 1e3, 2, "ms"),
+                withUnit(seconds[1] * 1e3, 2, "ms") + ", 13 statements through QtSql",
+                seconds[0] / seconds[1], "<= 1.05");
+    Rows::print("STORE syncs", withUnit(double(toolSyncs) / measurements, 1, "a measurement"),
+                withUnit(double(peerSyncs) / measurements, 1, "a measurement"),
+                double(toolSyncs) / double(peerSyncs), "<= 1");
+}
+
+/// How the time of reading a whole store grows with its size, from a day to a year.
+void scale(const Rows &rows)
+{
+    const std::vector<int> sizes{minutesPerDay, rows.size(minutesPerMonth, 2 * minutesPerDay),
+                                 rows.size(minutesPerYear, 3 * minutesPerDay)};
+    std::vector<double> seconds;
+    for (const int minutes : sizes) {
+        Reader reader(minutes, minutes);
+        reader.secondsByTool();
+        seconds.push_back(
+            mediansOf(rows.size(5, 1), {[&] { return reader.secondsByTool(); }}).at(0));
+    }
+    const double exponent = std::log(seconds.back() / seconds.front())
+        / std::log(double(sizes.back()) / double(sizes.front()));
+    Rows::print("SCALE store",
+                withUnit(seconds[0] * 1e3, 2, "ms a day, ") + withUnit(seconds[1], 3, "s a month, ")
+                    + withUnit(seconds[2], 2, "s a year"),
+                "linear", exponent, "<= 1.05");
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 3 && QLatin1String(argv[1]) == QLatin1String(peakOption)) {
+        return printPeakOfReading(QByteArray(argv[2]).toInt());
+    }
+    const Rows rows(argc, argv);
+    using Row = void (*)(const Rows &);
+    const std::vector<std::pair<const char *, Row>> all{
+        {"READ-DAY", readDay}, {"READ-YEAR", readYear}, {"SCALE", scale}, {"STORE", store}};
+    for (const auto &[name, row] : all) {
+        if (rows.wants(name)) {
+            row(rows);
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The least that a program with a main window can be, linked to the same libraries as the tool.
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMainWindow>
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    QMainWindow window;
+    window.show();
+    return QApplication::exec();
+}

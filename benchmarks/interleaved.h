@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <vector>
+
+/// The median of the seconds that each of @p works takes, or returns, in @p runs runs. The runs of
+/// all of them are mixed at random, so that a noisy moment of the machine hits none alone.
+std::vector<double> mediansOf(int runs, const std::vector<std::function<double()>> &works);

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QString>
+#include <sqlite3.h>
+
+/// Stores of one device that was measured once a minute, 12 values each.
+namespace StoreFile {
+
+constexpr int minutesPerDay = 1440;
+constexpr int minutesPerMonth = 30 * minutesPerDay;
+constexpr int minutesPerYear = 365 * minutesPerDay;
+constexpr int typeCount = 12;
+constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
+constexpr qint64 minuteMs = 60000;
+
+/// The folder beside the program where stores are kept for the next run; ends in a slash.
+QString folder();
+
+/// The path of the store with so many @p minutes, which is made by the tool and filled by one
+/// transaction at its first use. Empty, with the reason on standard error, when that fails.
+QString path(int minutes);
+
+/// What reading by SQLite's own interface came upon.
+struct Read
+{
+    qint64 rows = 0;
+    qint64 values = 0;
+    double sum = 0.0; ///< of all that was read, so that nothing is left out
+};
+
+/// Steps through the two statements of a reading from @p fromMs to @p toMs and looks at each
+/// column.
+Read readByHand(sqlite3 *database, qint64 fromMs, qint64 toMs);
+
+/// The texts of the tool's statements for a reading.
+extern const char *const selectMetadata;
+extern const char *const selectValues;
+
+} // namespace StoreFile
