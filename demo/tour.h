@@ -23,6 +23,10 @@ public:
     /// Walks from the first connect to the last disconnect; stops at the first step that fails.
     bool run();
 
+    /// Poses each window at its own size, as small as it goes and maximised, with a picture of
+    /// each. False when something is cut; what it was stands in the steps.
+    bool showLooks();
+
 private:
     // The walk, in this order.
     bool meetAPortThatDoesNotOpen();
@@ -38,6 +42,10 @@ private:
     bool lookBack();
     bool exportAPeriod();
     bool disconnectAndCheckTheStore();
+
+    // The other walk.
+    bool pose(const QString &name, QWidget *window);
+    bool poseDialog(const QString &name, const QString &title, const std::function<void()> &open);
 
     // One step: prints @p what and whether @p works was true, and that each dialog was as prepared.
     bool step(const QString &what, const std::function<bool()> &works);
@@ -75,6 +83,7 @@ private:
     QString m_folder;
     QFile m_log;
     QStringList m_dialogPictures;
+    QStringList m_cut;
     int m_number = 0;
     int m_pictures = 0;
 };

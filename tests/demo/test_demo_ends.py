@@ -1,0 +1,141 @@
+"""How the demo with a window begins and ends, by keys on a virtual display and by signals.
+Usage: test_demo_ends.py <kvtool-demo>"""
+
+import os
+import pathlib
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
+PATIENCE = 60
+# As Shift and Tab meet them without a device. Forward there is the clock, each part of which is a stop.
+STOPS = ["serialPorts", "updateFirmwareButton", "buttonShowGraph", "unitTemperature", "unit",
+         "exportLocalMeasurementsButton", "connectButton"]
+
+
+def wait_until(condition, what):
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError(f"in vain: {what}")
+        time.sleep(0.02)
+
+
+class DemoEnds(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        read, write = os.pipe()
+        cls.display = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x1024x24"],
+                                       pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as number:
+            cls.environment = {**os.environ, "DISPLAY": f":{number.readline().strip()}"}
+        cls.environment.pop("QT_QPA_PLATFORM", None)
+        # It passes Alt+F4 on to the window as a request to close.
+        cls.manager = subprocess.Popen(["openbox"], env=cls.environment, stderr=subprocess.DEVNULL)
+
+    @classmethod
+    def tearDownClass(cls):
+        for process in cls.manager, cls.display:
+            process.terminate()
+            process.wait()
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+        self.output, self.temporary, runtime = (self.root / name for name in ("output", "tmp", "runtime"))
+        self.temporary.mkdir()
+        runtime.mkdir(mode=0o700)
+        self.errors = open(self.root / "errors", "w+")
+        self.addCleanup(self.errors.close)
+        # A session of its own: a signal for its group reaches the simulator too, as Ctrl+C does.
+        self.demo = subprocess.Popen(
+            [sys.argv[1], "--output", self.output], cwd=SOURCES, text=True, start_new_session=True,
+            stdout=subprocess.PIPE, stderr=self.errors,
+            env={**self.environment, "TMPDIR": str(self.temporary), "XDG_RUNTIME_DIR": str(runtime)})
+        self.addCleanup(self.demo.stdout.close)
+        self.addCleanup(self.end_by_force)
+        self.said = [self.demo.stdout.readline() for _ in range(2)]
+        self.keys("KV Tool")
+        children = pathlib.Path(f"/proc/{self.demo.pid}/task/{self.demo.pid}/children").read_text().split()
+        self.simulators = [int(child) for child in children]
+
+    def end_by_force(self):
+        if self.demo.poll() is None:
+            os.killpg(self.demo.pid, signal.SIGKILL)
+            self.demo.wait()
+
+    def keys(self, title, *keys):
+        """Waits for the window with this title, and types."""
+        wait_until(lambda: self.xdotool("getwindowfocus", "getwindowname") == title, title)
+        if keys:
+            self.xdotool("key", *keys)
+
+    def xdotool(self, *arguments):
+        return subprocess.run(["xdotool", *arguments], env=self.environment, timeout=PATIENCE,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout.strip()
+
+    def press(self, button):
+        self.keys("KV Tool", *["shift+Tab"] * STOPS.index(button), "space")
+
+    def measurements(self):
+        store = sqlite3.connect(f"file:{self.output}/measurements.db?mode=ro", uri=True)
+        try:
+            return store.execute("select count(*) from measurement_metadata").fetchone()[0]
+        finally:
+            store.close()
+
+    def connect(self):
+        before = self.measurements()
+        self.press("connectButton")
+        wait_until(lambda: self.measurements() > before, "a measurement in the store")
+
+    def check_clean_end(self):
+        rest, _ = self.demo.communicate(timeout=PATIENCE)
+        self.errors.seek(0)
+        self.assertEqual((self.demo.returncode, rest, self.errors.read()), (0, "", ""))
+        self.assertEqual(len(self.simulators), 1)
+        wait_until(lambda: not pathlib.Path(f"/proc/{self.simulators[0]}").exists(), "the simulator's end")
+        self.assertEqual([*self.temporary.iterdir()], [])
+        self.assertEqual([*self.output.glob("*-journal")], [])
+        locks = [lock for lock in pathlib.Path("/var/lock").glob("LCK..*")
+                 if lock.read_text().split()[:1] == [str(self.demo.pid)]]
+        self.assertEqual(locks, [])
+
+    def test_two_lines_say_what_happens_and_where_the_files_are(self):
+        self.assertIn("press Connect", self.said[0])
+        self.assertTrue(self.said[1].endswith(f" {self.output}\n"), self.said)
+        self.assertTrue((self.output / "measurements.db").is_file())
+        os.killpg(self.demo.pid, signal.SIGINT)
+        self.check_clean_end()
+
+    def test_ctrl_c_ends_it_with_the_device_connected(self):
+        self.connect()
+        os.killpg(self.demo.pid, signal.SIGINT)
+        self.check_clean_end()
+
+    def test_a_signal_for_the_tool_alone_takes_the_simulator_along(self):
+        self.connect()
+        self.demo.send_signal(signal.SIGTERM)
+        self.check_clean_end()
+
+    def test_ctrl_c_ends_it_behind_an_open_dialog(self):
+        self.press("exportLocalMeasurementsButton")
+        self.keys("Select measurements to export")
+        os.killpg(self.demo.pid, signal.SIGINT)
+        self.check_clean_end()
+
+    def test_closing_the_window_ends_it(self):
+        self.connect()
+        self.keys("KV Tool", "alt+F4")
+        self.check_clean_end()
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
