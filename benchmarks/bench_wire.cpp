@@ -13,6 +13,7 @@
 #include "ui/settings.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QEventLoop>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
@@ -322,14 +323,16 @@ bool connectOnce(Peer &peer, double &seconds)
     int settings = 0;
     QObject context;
     QObject::connect(&tool.handler, &Handler::dataRead, &context, [&settings] { ++settings; });
-    QObject::connect(&tool.handler, &Handler::measurementsRead, &context,
-                     [&waiter] { waiter.quit(); });
+    // Before the controller stores the reading, which is the disk's time.
+    QElapsedTimer clock;
+    QObject::connect(tool.queue.data(), &SerialPortQueueInterface::measurementsRead, &context, [&] {
+        seconds = static_cast<double>(clock.nsecsElapsed()) / nsPerSecond;
+        waiter.quit();
+    });
     peer.reset();
-    bool done = false;
-    seconds = secondsOf([&] {
-        done = waiter.run([&] {
-            tool.window.findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
-        });
+    const bool done = waiter.run([&] {
+        clock.start();
+        tool.window.findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
     });
     return done && settings > settingCount;
 }
