@@ -54,7 +54,7 @@ function(kv_test name)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
-        FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL;QFATAL ;SKIP   :;XFAIL  :;XPASS  :"
+        FAIL_REGULAR_EXPRESSION "QWARN  :;QSYSTEM:;QFATAL :;SKIP   :;XFAIL  :;XPASS  :"
         ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
 
