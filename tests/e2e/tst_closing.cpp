@@ -54,7 +54,6 @@ bool TestClosing::startPolling(const QStringList &options)
 
 void TestClosing::closeMainWindow()
 {
-    takePicture(&window());
     QVERIFY(closeByFrame(&window()));
     QVERIFY(!window().isVisible());
 }
@@ -237,7 +236,7 @@ void TestClosing::atEachStepOfAnUpdate_data()
     QTest::addColumn<QByteArray>("rebootMs");
     QTest::addColumn<int>("progress");
     QTest::addRow("before the bootloader") << QByteArray("60000") << 0;
-    QTest::addRow("in the transfer") << QByteArray("20") << 5;
+    QTest::addRow("in the transfer") << QByteArray("3000") << 5;
 }
 
 void TestClosing::atEachStepOfAnUpdate()
