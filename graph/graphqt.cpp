@@ -6,6 +6,7 @@
 #include <QtCore/QPointF>
 #include <QtGui/QPainter>
 #include <QtGui/QPen>
+#include <QtWidgets/QGraphicsLayout>
 
 namespace {
 
@@ -91,6 +92,11 @@ void GraphQt::addSeries(const GraphSeries &series)
     line->attachAxis(m_timeAxis);
     line->attachAxis(m_valueAxis);
     if (pointsLast) {
+        if (m_chart->series().size() == 1) {
+            // With a name in the legend the plot takes the place that it keeps; when it took it
+            // later, all lines would be stroked once more.
+            m_chart->layout()->activate();
+        }
         line->replace(chartPoints(series.points));
     }
 }

@@ -43,7 +43,8 @@ GraphSeries wave(const QString &name, double lowest)
 }
 
 /// The picture that a chart gives when its lines get their points before they are added.
-QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<GraphSeries> &lines)
+QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<GraphSeries> &lines,
+                              const QSize &size = QSize(700, 400))
 {
     QtCharts::QChartView view;
     view.setRenderHint(QPainter::Antialiasing);
@@ -75,7 +76,7 @@ QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<Grap
         line->attachAxis(time);
         line->attachAxis(value);
     }
-    view.resize(700, 400);
+    view.resize(size);
     return view.grab().toImage();
 }
 
@@ -100,6 +101,8 @@ private slots:
     void aThousandClearsLeaveOneChart();
     void thePictureIsThatOfLinesFilledFirst_data();
     void thePictureIsThatOfLinesFilledFirst();
+    void thePictureInAShownWindowIsThatOfLinesFilledFirst_data();
+    void thePictureInAShownWindowIsThatOfLinesFilledFirst();
     void aRangeRefusedByTheAxisIsNoMatter_data();
     void aRangeRefusedByTheAxisIsNoMatter();
     void aYearOfPointsKeepsEveryPoint();
@@ -316,6 +319,55 @@ void TestGraphQt::thePictureIsThatOfLinesFilledFirst()
 
     const QImage picture = graph.grab().toImage();
     QCOMPARE(picture, pictureWithPointsFirst(minimum, maximum, lines));
+}
+
+void TestGraphQt::thePictureInAShownWindowIsThatOfLinesFilledFirst_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QStringList>("names");
+
+    const QStringList short12(QVector<QString>(12, QStringLiteral("A0 ppm")).toList());
+    QTest::addRow("one line") << QSize(700, 400) << QStringList{QStringLiteral("low")};
+    QTest::addRow("a name of nothing") << QSize(700, 400) << QStringList{QString(), QString()};
+    QTest::addRow("twelve lines") << QSize(467, 640) << short12;
+    QTest::addRow("wide") << QSize(1600, 200) << short12;
+    QTest::addRow("hardly room") << QSize(240, 200) << short12;
+    QTest::addRow("a long name behind")
+        << QSize(467, 640) << QStringList{QStringLiteral("low"), QString(300, QLatin1Char('w'))};
+    // The legend grows, and takes from the plot's place.
+    QTest::addRow("a tall name behind")
+        << QSize(467, 640)
+        << QStringList{QStringLiteral("low"), QStringLiteral("two<br>lines<br>or three")};
+    QTest::addRow("a tall name before")
+        << QSize(467, 640)
+        << QStringList{QStringLiteral("two<br>lines<br>or three"), QStringLiteral("low")};
+}
+
+void TestGraphQt::thePictureInAShownWindowIsThatOfLinesFilledFirst()
+{
+    QFETCH(QSize, size);
+    QFETCH(QStringList, names);
+    QVector<GraphSeries> lines;
+    for (const QString &name : names) {
+        lines.append(wave(name, lines.size()));
+    }
+
+    GraphQt graph;
+    graph.setTimeRange(from, to);
+    graph.setValueRange(0.0, 20.0);
+    graph.resize(size);
+    graph.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&graph));
+    // As at a reload: the chart before had lines and room of its own.
+    for (int reload = 0; reload < 2; ++reload) {
+        graph.clear();
+        for (const GraphSeries &series : qAsConst(lines)) {
+            graph.addSeries(series);
+        }
+        QCoreApplication::processEvents();
+    }
+
+    QCOMPARE(graph.grab().toImage(), pictureWithPointsFirst(0.0, 20.0, lines, size));
 }
 
 void TestGraphQt::aRangeRefusedByTheAxisIsNoMatter_data()
