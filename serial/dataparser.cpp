@@ -115,12 +115,9 @@ bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &it
 
 // What the patterns of a restart ask for besides anything at all. They are asked of every chunk of
 // a boot text, which may be long, so that it must not take the engine to say that one is missing.
-constexpr std::array<QLatin1String, 5> rebootedWords = {
-    QLatin1String("performing selftest"), QLatin1String("all tests passed"),
-    QLatin1String("orvanta kvt"), QLatin1String("\r\ncompiled on "),
-    QLatin1String("\r\ncopyright ")};
-constexpr std::array<QLatin1String, 1> resettingWords = {
-    QLatin1String("reseting device in 5 seconds")};
+constexpr std::array<const char *, 5> rebootedWords = {
+    "performing selftest", "all tests passed", "orvanta kvt", "\r\ncompiled on ", "\r\ncopyright "};
+constexpr std::array<const char *, 1> resettingWords = {"reseting device in 5 seconds"};
 
 // As the engine compares: each character by itself, by its lower case.
 bool isLetter(QChar character, QLatin1Char lowerCase)
@@ -130,10 +127,11 @@ bool isLetter(QChar character, QLatin1Char lowerCase)
 
 // Whether all of @p words, given in lower case, stand in @p text, one behind the other.
 template <std::size_t count>
-bool holdsWords(const QString &text, const std::array<QLatin1String, count> &words)
+bool holdsWords(const QString &text, const std::array<const char *, count> &words)
 {
     auto from = text.cbegin();
-    for (const QLatin1String &word : words) {
+    for (const char *letters : words) {
+        const QLatin1String word(letters);
         from = std::search(from, text.cend(), word.begin(), word.end(),
                            [](QChar a, char b) { return isLetter(a, QLatin1Char(b)); });
         if (from == text.cend()) {
