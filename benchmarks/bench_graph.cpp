@@ -8,13 +8,13 @@
 
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <QtCharts/QLineSeries>
 #include <QtCore/QTimeZone>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QListWidget>
 #include <qwt_plot.h>
 #include <qwt_plot_curve.h>
+#include <random>
 
 namespace {
 
@@ -44,7 +44,25 @@ QDateTime timeOf(qint64 minute)
     return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());
 }
 
-QVector<StoredMeasurement> history(int minutes, int types)
+/// How the values of a history move.
+enum class Course {
+    Device, ///< waves of hours and of minutes, and jitter, as the simulated transmitter's
+    Smooth ///< a wave of hours alone: hardly anything to fill, so that the lines' own cost shows
+};
+
+double valueOf(int minute, int type, Course course)
+{
+    constexpr double swing = 5.0;
+    static std::minstd_rand random; // the same in each run
+    const double slow = std::sin(minute / 57.3 + type);
+    if (course == Course::Smooth) {
+        return 20.0 + swing * slow;
+    }
+    const double jitter = 2.0 * double(random() - random.min()) / double(random.max()) - 1.0;
+    return 20.0 + swing * (0.7 * slow + 0.2 * std::sin(minute * 0.8976 + type) + 0.1 * jitter);
+}
+
+QVector<StoredMeasurement> history(int minutes, int types, Course course)
 {
     const QStringList typeNames = names(types);
     QVector<StoredMeasurement> rows(minutes);
@@ -53,8 +71,7 @@ QVector<StoredMeasurement> history(int minutes, int types)
         row.timestamp = timeOf(minute);
         row.values.reserve(types);
         for (int type = 0; type < types; ++type) {
-            row.values.append(
-                {typeNames.at(type), true, 20.0 + std::sin(minute / 200.0 + type) * (type + 1)});
+            row.values.append({typeNames.at(type), true, valueOf(minute, type, course)});
         }
     }
     return rows;
@@ -86,10 +103,10 @@ private:
 /// The dialog on @p minutes with so many @p types.
 struct Dialog
 {
-    Dialog(int minutes, int types)
+    Dialog(int minutes, int types, Course course)
     {
         storage.devicesResult.append(StoredDevice());
-        storage.measurementsResult = history(minutes, types);
+        storage.measurementsResult = history(minutes, types, course);
         chart = graph.findChild<Graph *>();
         list = graph.findChild<QListWidget *>();
     }
@@ -184,10 +201,10 @@ double secondsToTick(const Dialog &dialog)
     });
 }
 
-void tick(const char *name, int points, int runs, const char *bound)
+void tick(const char *name, int points, Course course, int runs, const char *bound)
 {
     constexpr int lines = 4;
-    Dialog dialog(points, lines);
+    Dialog dialog(points, lines, course);
     dialog.open(names(lines));
     FirstPaint(dialog.viewport()).await();
     QwtPeer peer(dialog.storage.measurementsResult, dialog);
@@ -279,7 +296,7 @@ QImage pictureOf(QWidget &widget)
 void open(const Rows &rows)
 {
     constexpr int types = 12;
-    Dialog dialog(rows.size(minutesPerMonth, 200), types);
+    Dialog dialog(rows.size(minutesPerMonth, 200), types, Course::Device);
     dialog.open(names(types));
     FirstPaint(dialog.viewport()).await();
     PlainGraph plain(dialog);
@@ -311,8 +328,13 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     const Rows rows(argc, argv);
     if (rows.wants("GRAPH")) {
-        tick("GRAPH 10,000", rows.size(10000, 100), rows.size(15, 1), "<= 2");
-        tick("GRAPH 100,000", rows.size(100000, 200), rows.size(9, 1), "<= 4");
+        const int few = rows.size(10000, 100);
+        const int many = rows.size(100000, 200);
+        const int runs = rows.size(9, 1);
+        tick("GRAPH 10,000", few, Course::Device, runs, "<= 2");
+        tick("GRAPH 100,000", many, Course::Device, runs, "<= 4");
+        tick("GRAPH 10,000 smooth", few, Course::Smooth, runs, "<= 2");
+        tick("GRAPH 100,000 smooth", many, Course::Smooth, runs, "<= 4");
     }
     if (rows.wants("GRAPH-OPEN")) {
         open(rows);
