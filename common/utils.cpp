@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/utils.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <ctime>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
@@ -37,11 +37,6 @@ constexpr double leastWithMoreDigits = 1e6;
 // each of them its odd numerator, which is below two millions, holds another factor of five.
 constexpr double scaleOfHalves = 1024.0;
 
-// From here on, and before 1970, QDateTime has rules of its own for the local time.
-constexpr qint64 endOfSystemTimesMs = 2145916799000;
-constexpr qint64 msPerSecond = 1000;
-constexpr int secondsPerMinute = 60;
-
 /// Writes what @p stream itself makes of @p number, in less time.
 void writeNumber(QTextStream &stream, double number)
 {
@@ -60,26 +55,90 @@ void writeNumber(QTextStream &stream, double number)
     stream << QLatin1String(text.data(), static_cast<int>(end - text.data()));
 }
 
-/// Writes @p time in local time and ISO form as QDateTime does, which looks for a new zone of the
-/// system at each time.
-void writeLocalTime(QTextStream &stream, const QDateTime &time)
+/// Writes times in local time and ISO form as QDateTime does, which asks the system for its zone at
+/// each of them; here the offset of an hour and the text of a day are kept.
+class LocalTimeWriter
 {
-    const bool converts = time.isValid() && time.timeSpec() != Qt::LocalTime;
-    const qint64 ms = converts ? time.toMSecsSinceEpoch() : -1;
-    if (ms >= 0 && ms < endOfSystemTimesMs) {
-        const auto seconds = static_cast<std::time_t>(ms / msPerSecond);
-        std::tm local{};
-        localtime_r(&seconds, &local);
-        if (local.tm_sec < secondsPerMinute) {
-            std::array<char, 32> text{};
-            const std::size_t size =
-                std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &local);
-            stream << QLatin1String(text.data(), static_cast<int>(size));
+public:
+    explicit LocalTimeWriter(QTextStream &stream)
+        : m_stream(stream)
+    {
+    }
+
+    void write(const QDateTime &time)
+    {
+        const bool converts = time.isValid() && time.timeSpec() != Qt::LocalTime;
+        const qint64 ms = converts ? time.toMSecsSinceEpoch() : -1;
+        if (ms < 0 || !findOffset(ms) || !findDay(ms + m_offsetMs)) {
+            m_stream << time.toTimeSpec(Qt::LocalTime).toString(Qt::ISODate);
             return;
         }
+        const auto second = static_cast<int>((ms + m_offsetMs) % msPerDay / msPerSecond);
+        writeTwoDigits(hourPlace, second / secondsPerHour);
+        writeTwoDigits(minutePlace, second / secondsPerMinute % secondsPerMinute);
+        writeTwoDigits(secondPlace, second % secondsPerMinute);
+        m_stream << QLatin1String(m_text.data(), static_cast<int>(m_text.size()));
     }
-    stream << time.toTimeSpec(Qt::LocalTime).toString(Qt::ISODate);
-}
+
+private:
+    static constexpr qint64 msPerSecond = 1000;
+    static constexpr int secondsPerMinute = 60;
+    static constexpr int secondsPerHour = 3600;
+    static constexpr qint64 msPerHour = msPerSecond * secondsPerHour;
+    static constexpr qint64 msPerDay = 24 * msPerHour;
+    static constexpr std::size_t hourPlace = 11;
+    static constexpr std::size_t minutePlace = 14;
+    static constexpr std::size_t secondPlace = 17;
+
+    /// False in an hour in which the clocks change.
+    bool findOffset(qint64 ms)
+    {
+        const qint64 hour = ms / msPerHour;
+        if (hour != m_hour) {
+            m_hour = hour;
+            m_offsetMs = offsetAt(hour * msPerHour);
+            m_isSteady = m_offsetMs == offsetAt((hour + 1) * msPerHour);
+        }
+        return m_isSteady;
+    }
+
+    static qint64 offsetAt(qint64 ms)
+    {
+        return QDateTime::fromMSecsSinceEpoch(ms, Qt::LocalTime).offsetFromUtc() * msPerSecond;
+    }
+
+    /// False before 1970, and in a year that has no ISO form.
+    bool findDay(qint64 localMs)
+    {
+        if (localMs < 0) {
+            return false;
+        }
+        const qint64 day = localMs / msPerDay;
+        if (day != m_day) {
+            const QByteArray date = QDate(1970, 1, 1).addDays(day).toString(Qt::ISODate).toLatin1();
+            if (date.isEmpty()) {
+                return false;
+            }
+            m_day = day;
+            std::copy(date.cbegin(), date.cend(), m_text.begin());
+        }
+        return true;
+    }
+
+    void writeTwoDigits(std::size_t place, int number)
+    {
+        m_text.at(place) = static_cast<char>('0' + number / 10);
+        m_text.at(place + 1) = static_cast<char>('0' + number % 10);
+    }
+
+    QTextStream &m_stream;
+    qint64 m_hour = -1;
+    qint64 m_offsetMs = 0;
+    bool m_isSteady = false;
+    qint64 m_day = -1;
+    std::array<char, 19> m_text{'0', '0', '0', '0', '-', '0', '0', '-', '0', '0',
+                                'T', '0', '0', ':', '0', '0', ':', '0', '0'};
+};
 
 } // namespace
 
@@ -93,11 +152,11 @@ bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector
         return false;
     }
 
-    tzset(); // localtime_r need not look for the zone
     QTextStream stream(&file);
+    LocalTimeWriter times(stream);
     stream << titles.join(QLatin1Char(',')) << '\n';
     for (const LogValue &row : rows) {
-        writeLocalTime(stream, row.time);
+        times.write(row.time);
         stream << ',';
         for (int index = 0; index < row.values.size(); ++index) {
             if (index > 0) {
