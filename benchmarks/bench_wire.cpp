@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The long jobs of the tool at the speed of the wire: what each takes beyond the time for which the
 // wire is in use.
+#include "benchmarks/awakecores.h"
 #include "benchmarks/rows.h"
 #include "control/mainwindowcontroller.h"
 #include "demo/demotool.h"
@@ -149,42 +150,94 @@ QByteArray someBytes(int size)
     return bytes;
 }
 
-/// The wire's own pace: the firmware's exchanges by a client that does nothing but wait.
-bool wireItself(const Rows &rows)
+/// A client that does nothing but wait: what the wire and the machine take by themselves.
+class BareClient
+{
+public:
+    explicit BareClient(const QString &port)
+        : m_port(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_CLOEXEC))
+    {
+    }
+    ~BareClient() { ::close(m_port); }
+    Q_DISABLE_COPY(BareClient)
+
+    bool send(const QByteArray &bytes) const
+    {
+        return ::write(m_port, bytes.constData(), static_cast<size_t>(bytes.size()))
+            == bytes.size();
+    }
+
+    /// Reads on until @p last and @p more bytes behind it have come.
+    bool await(char last, int more = 0) const
+    {
+        pollfd wanted = {m_port, POLLIN, 0};
+        QByteArray received;
+        for (int at = -1; at < 0 || received.size() <= at + more; at = received.indexOf(last)) {
+            char bytes[256];
+            const ssize_t count =
+                ::poll(&wanted, 1, longestMs) == 1 ? ::read(m_port, bytes, sizeof bytes) : -1;
+            if (count <= 0) {
+                return false;
+            }
+            received.append(bytes, static_cast<int>(count));
+        }
+        return true;
+    }
+
+private:
+    int m_port;
+};
+
+bool bareFirmware(const Rows &rows)
 {
     constexpr int blockSize = 16;
-    const int blocks = rows.size(1000, 8);
+    const int blocks = rows.size(2000, 8);
     Peer peer;
     if (!peer.start(QStringLiteral("--image-size %1").arg(blocks * blockSize))) {
         return false;
     }
-    const int port = ::open(qPrintable(peer.port()), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    pollfd wanted = {port, POLLIN, 0};
-    const auto awaitByte = [&](char last) {
-        char bytes[64];
-        ssize_t count = 0;
-        do {
-            count = ::poll(&wanted, 1, longestMs) == 1 ? ::read(port, bytes, sizeof bytes) : -1;
-        } while (count > 0 && bytes[count - 1] != last);
-        return count > 0;
-    };
+    const BareClient client(peer.port());
     const QByteArray block(blockSize, 'x');
-    const auto send = [&](const char *bytes, size_t size) {
-        return ::write(port, bytes, size) == static_cast<ssize_t>(size);
-    };
     peer.powerOn();
-    bool done = awaitByte('T') && send("b", 1);
+    bool done = client.await('T') && client.send("b");
     peer.reset();
     const double seconds = secondsOf([&] {
         for (int i = 0; i < blocks && done; ++i) {
-            done = send(block.constData(), blockSize) && awaitByte(i + 1 < blocks ? '*' : '.');
+            done = client.send(block) && client.await(i + 1 < blocks ? '*' : '.');
         }
     });
-    ::close(port);
     if (done) {
-        peer.print("WIRE", seconds, "<= 1.02");
+        peer.print("WIRE firmware", seconds, "<= 1.06");
     }
     return done;
+}
+
+bool bareLog(const Rows &rows)
+{
+    const int count = rows.size(500, 8);
+    Peer peer;
+    if (!peer.start(QStringLiteral("--model KVT-200 --log-rows %1").arg(count))) {
+        return false;
+    }
+    const BareClient client(peer.port());
+    bool done = true;
+    peer.reset();
+    const double seconds = secondsOf([&] {
+        for (int i = 0; i <= count && done; ++i) {
+            // The checksum's two digits are what the tool waits for.
+            done = client.send("\r\nlog --read=" + QByteArray::number(i) + "\r\n")
+                && client.await('#', 2);
+        }
+    });
+    if (done) {
+        peer.print("WIRE log", seconds, "<= 1.01");
+    }
+    return done;
+}
+
+bool wireItself(const Rows &rows)
+{
+    return bareFirmware(rows) && bareLog(rows);
 }
 
 bool firmware(const Rows &rows)
@@ -367,6 +420,7 @@ int main(int argc, char *argv[])
     DemoTool::separateFromUser(home.path());
     QApplication application(argc, argv);
     QDir::setCurrent(home.path());
+    const AwakeCores awake;
     const Rows rows(argc, argv);
     const struct
     {

@@ -18,7 +18,6 @@ constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
 constexpr int burst = 16; ///< bytes handed on at once, as the buffer of a serial chip does
 constexpr qint64 spinNs = 120000; ///< longer than a sleep may overrun
-constexpr qint64 idleSpinNs = 2000000; ///< the next command comes soon after an answer
 constexpr qint64 idleWaitNs = 5000000;
 
 qint64 nowNs()
@@ -79,7 +78,8 @@ void PacedLine::serve()
             if (due - now > spinNs) {
                 sleepUntilReadable(m_master, due - now - spinNs);
             }
-        } else if (now - m_lastActiveNs > idleSpinNs) {
+        } else {
+            // Not spinning: what carries the client's bytes may want this very core.
             open = waitIdle();
         }
     }
@@ -109,7 +109,6 @@ void PacedLine::deliverInput()
     m_answeringNs = m_inDueNs;
     m_device.receive(bytes);
     m_answeringNs = -1;
-    m_lastActiveNs = nowNs();
 }
 
 void PacedLine::send(const QByteArray &bytes)
@@ -133,7 +132,6 @@ void PacedLine::deliverOutput()
     if (written > 0) {
         m_out.remove(0, static_cast<int>(written));
         m_outFreeNs += written * m_byteNs;
-        m_lastActiveNs = now;
     }
 }
 

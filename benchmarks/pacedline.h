@@ -52,7 +52,6 @@ private:
     qint64 m_inDueNs = 0; // when the last byte read is in
     qint64 m_outFreeNs = 0; // when the last byte written was out
     qint64 m_answeringNs = -1; // when the bytes now taken were in
-    qint64 m_lastActiveNs = 0;
     qint64 m_bytesIn = 0;
     qint64 m_bytesOut = 0;
     qint64 m_usedNs = 0;
