@@ -69,11 +69,14 @@ public:
     {
         const bool converts = time.isValid() && time.timeSpec() != Qt::LocalTime;
         const qint64 ms = converts ? time.toMSecsSinceEpoch() : -1;
-        if (ms < 0 || !findOffset(ms) || !findDay(ms + m_offsetMs)) {
+        const bool isOrdinary = ms >= beginMs && ms < endMs;
+        if (!isOrdinary || !findOffset(ms)) {
             m_stream << time.toTimeSpec(Qt::LocalTime).toString(Qt::ISODate);
             return;
         }
-        const auto second = static_cast<int>((ms + m_offsetMs) % msPerDay / msPerSecond);
+        const qint64 localMs = ms + m_offsetMs;
+        findDay(localMs / msPerDay);
+        const auto second = static_cast<int>(localMs % msPerDay / msPerSecond);
         writeTwoDigits(hourPlace, second / secondsPerHour);
         writeTwoDigits(minutePlace, second / secondsPerMinute % secondsPerMinute);
         writeTwoDigits(secondPlace, second % secondsPerMinute);
@@ -86,6 +89,10 @@ private:
     static constexpr int secondsPerHour = 3600;
     static constexpr qint64 msPerHour = msPerSecond * secondsPerHour;
     static constexpr qint64 msPerDay = 24 * msPerHour;
+    // Two days after the beginning of 1970 and before that of 10000, which has no ISO form: further
+    // off is no zone.
+    static constexpr qint64 beginMs = 2 * msPerDay;
+    static constexpr qint64 endMs = 253402300800000 - 2 * msPerDay;
     static constexpr std::size_t hourPlace = 11;
     static constexpr std::size_t minutePlace = 14;
     static constexpr std::size_t secondPlace = 17;
@@ -107,22 +114,13 @@ private:
         return QDateTime::fromMSecsSinceEpoch(ms, Qt::LocalTime).offsetFromUtc() * msPerSecond;
     }
 
-    /// False before 1970, and in a year that has no ISO form.
-    bool findDay(qint64 localMs)
+    void findDay(qint64 day)
     {
-        if (localMs < 0) {
-            return false;
-        }
-        const qint64 day = localMs / msPerDay;
         if (day != m_day) {
-            const QByteArray date = QDate(1970, 1, 1).addDays(day).toString(Qt::ISODate).toLatin1();
-            if (date.isEmpty()) {
-                return false;
-            }
             m_day = day;
+            const QByteArray date = QDate(1970, 1, 1).addDays(day).toString(Qt::ISODate).toLatin1();
             std::copy(date.cbegin(), date.cend(), m_text.begin());
         }
-        return true;
     }
 
     void writeTwoDigits(std::size_t place, int number)

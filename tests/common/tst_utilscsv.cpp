@@ -209,12 +209,28 @@ void TestUtilsCsv::writesTimesAsQtDoes()
                              QDateTime(QDate(2023, 3, 26), QTime(3, 30)),
                              QDateTime(QDate(2023, 10, 29), QTime(3, 30))};
     const auto add = [&times](qint64 ms) { times += formsOf(ms); };
-    // Years below 1000, before 0 and beyond 9999, the first second, and the edges of the rules for
-    // the zone.
-    for (const qint64 ms :
-         QVector<qint64>{-62135596800000, -40000000000000, -99999999999999, 253402300800000,
-                         8640000000000000, 253402300799999, -1, 0, 999, 2145916798999,
-                         2145916799000, 2147483647000, 2147483648000}) {
+    // Years below 1000, before 0 and beyond 9999, the first second, the last millisecond of all,
+    // and the edges of the rules for the zone.
+    for (const qint64 ms : QVector<qint64>{-62135596800000,
+                                           -40000000000000,
+                                           -99999999999999,
+                                           253402300800000,
+                                           8640000000000000,
+                                           253402300799999,
+                                           253402127999999,
+                                           253402128000000,
+                                           9223372036854775807,
+                                           -1,
+                                           0,
+                                           999,
+                                           43200000,
+                                           86400000,
+                                           172799999,
+                                           172800000,
+                                           2145916798999,
+                                           2145916799000,
+                                           2147483647000,
+                                           2147483648000}) {
         add(ms);
     }
     // The changes of the clock in places around the world, this one's among them, to the second.
