@@ -10,6 +10,8 @@
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMessageBox>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int lookIntervalMs = 20;
@@ -120,17 +122,22 @@ void DialogDriver::look()
 
 void DialogDriver::meet(QDialog *dialog)
 {
+    // Chosen before the dialog is shown around: that takes time, in which its title may change.
+    const auto fitting = std::find_if(m_answers.begin(), m_answers.end(),
+                                      [&](const Answer &answer) { return answer.fits(dialog); });
+    Action action;
+    if (fitting != m_answers.end()) {
+        action = fitting->action;
+        m_answers.erase(fitting);
+    }
+    const QPointer<QDialog> shown = dialog;
     if (onDialogShown) {
         onDialogShown(dialog);
     }
-    for (int index = 0; index < m_answers.size(); ++index) {
-        if (m_answers.at(index).fits(dialog)) {
-            const Answer answer = m_answers.takeAt(index);
-            answer.action(dialog);
-            return;
-        }
+    if (action && shown) {
+        action(dialog);
     }
-    if (dialog->objectName() == QLatin1String("WaitDialog")) {
+    if (action || !shown || dialog->objectName() == QLatin1String("WaitDialog")) {
         return;
     }
     const auto *const box = qobject_cast<QMessageBox *>(dialog);
