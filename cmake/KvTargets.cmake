@@ -39,6 +39,12 @@ function(kv_program name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()
 
+# What a program says outside of Qt's test log, a simulator beside the test or the test's own end, carries
+# the words of that log, so that it counts as well.
+string(CONCAT kv_message_pattern
+    "%{if-warning}QWARN  : %{endif}%{if-critical}QSYSTEM: %{endif}%{if-fatal}QFATAL : %{endif}"
+    "%{if-category}%{category}: %{endif}%{message}")
+
 # kv_test(<name> LINKS ... [SOURCES ...] [TIMEOUT seconds]): the test program <name>.cpp of this folder.
 # A warning that no test expects, a skipped test and an expected failure all count as failures.
 function(kv_test name)
@@ -55,7 +61,7 @@ function(kv_test name)
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
         FAIL_REGULAR_EXPRESSION "QWARN  :;QSYSTEM:;QFATAL :;SKIP   :;XFAIL  :;XPASS  :"
-        ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1")
+        ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1;QT_MESSAGE_PATTERN=${kv_message_pattern}")
 endfunction()
 
 # kv_fuzz(<name> LINKS ... [SOURCES ...]): the fuzz target fuzz_<name>.cpp of this folder.
