@@ -74,9 +74,6 @@ bool Faults::add(const QByteArray &text, QByteArray &error)
     const int colon = rest.indexOf(':');
     if (colon >= 0) {
         fault.word = rest.mid(colon + 1);
-        bool ok = false;
-        const int number = fault.word.toInt(&ok);
-        fault.argument = ok && number >= 0 ? number : -1;
         rest.truncate(colon);
     }
     const int at = rest.indexOf('@');
@@ -93,6 +90,14 @@ bool Faults::add(const QByteArray &text, QByteArray &error)
         return false;
     }
     fault.kind = info->kind;
+    if (colon >= 0 && fault.kind != FaultKind::UnknownModel) {
+        bool isNumber = false;
+        fault.argument = fault.word.toInt(&isNumber);
+        if (!isNumber || fault.argument < 0) {
+            error = "not a number for " + kind + ": " + fault.word;
+            return false;
+        }
+    }
     if (at < 0) {
         m_faults += fault;
         return true;

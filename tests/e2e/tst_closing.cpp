@@ -102,7 +102,7 @@ void TestClosing::duringAConnect_data()
     QTest::addColumn<QByteArray>("command");
     QTest::addRow("first command") << QByteArray("silence@show swver") << QByteArray("show swver");
     QTest::addRow("model") << QByteArray("silence@show unit") << QByteArray("show unit");
-    QTest::addRow("settings") << QByteArray("delay:20000@show altitude")
+    QTest::addRow("settings") << QByteArray("delay@show altitude:20000")
                               << QByteArray("show altitude");
     QTest::addRow("clock") << QByteArray("silence@date") << QByteArray("date");
     // Not by its name, which the state's begins with too.

@@ -21,7 +21,8 @@ private slots:
     {
         QTest::addColumn<QByteArray>("text");
         for (const char *text : {"", "thunder", "silence@", "bad-checksum@first", "final-star@3",
-                                 "block-refused@next@", "-always"}) {
+                                 "block-refused@next@", "-always", "delay:", "delay:-1",
+                                 "delay@1:soon", "delay:20000@show altitude"}) {
             QTest::addRow("%s", text) << QByteArray(text);
         }
     }
