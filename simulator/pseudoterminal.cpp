@@ -15,6 +15,7 @@ namespace Simulator {
 namespace {
 
 constexpr int readSize = 4096;
+constexpr int heldLines = 8; ///< that hung up
 
 void makeRaw(int descriptor)
 {
@@ -36,6 +37,7 @@ PseudoTerminal::PseudoTerminal(QObject *parent)
 PseudoTerminal::~PseudoTerminal()
 {
     close();
+    closeDeadClients(0);
 }
 
 bool PseudoTerminal::open(QString &error)
@@ -67,11 +69,19 @@ void PseudoTerminal::close()
         ::close(m_master);
     }
     if (m_client >= 0) {
-        ::close(m_client);
+        m_deadClients.append(m_client);
     }
+    closeDeadClients(heldLines);
     m_master = -1;
     m_client = -1;
     m_path.clear();
+}
+
+void PseudoTerminal::closeDeadClients(int held)
+{
+    while (m_deadClients.size() > held) {
+        ::close(m_deadClients.takeFirst());
+    }
 }
 
 int PseudoTerminal::write(const QByteArray &bytes)

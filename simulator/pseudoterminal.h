@@ -6,6 +6,7 @@
 #include <QtCore/QScopedPointer>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
 namespace Simulator {
 
@@ -21,7 +22,8 @@ public:
     /// Opens a new one, closing the one before; false with the reason in @p error.
     bool open(QString &error);
 
-    /// Closes: clients see the line hang up.
+    /// Closes: clients see the line hang up. No other terminal takes its number while this one
+    /// lives, so that who is slow to let go of the old path, or tries it again, meets nobody.
     void close();
 
     /// Whether there is a terminal for clients.
@@ -42,9 +44,11 @@ signals:
 
 private:
     void onReadable();
+    void closeDeadClients(int held);
 
     int m_master = -1;
     int m_client = -1;
+    QVector<int> m_deadClients; ///< the latest ones
     QString m_path;
     QScopedPointer<QSocketNotifier, QScopedPointerDeleteLater> m_notifier;
 };
