@@ -188,7 +188,8 @@ void TestFirmware::withoutAPortNothingIsOpened()
 
 void TestFirmware::refusedBlockEndsTheUpdate()
 {
-    QVERIFY(startConnected({text("--fault"), text("block-refused@3")}));
+    QVERIFY(startConnected(
+        {text("--image-size"), text("400"), text("--fault"), text("block-refused@3")}));
     chooseImage(imageFile(400));
     dialogs().answerBox(failure, text("OK"));
     QVERIFY(click("updateFirmwareButton"));
@@ -204,7 +205,8 @@ void TestFirmware::refusedBlockEndsTheUpdate()
 
 void TestFirmware::unansweredBlockEndsTheUpdate()
 {
-    QVERIFY(startConnected({text("--fault"), text("block-unanswered@2")}));
+    QVERIFY(startConnected(
+        {text("--image-size"), text("400"), text("--fault"), text("block-unanswered@2")}));
     chooseImage(imageFile(400));
     dialogs().answerBox(failure, text("OK"));
     QVERIFY(click("updateFirmwareButton"));
@@ -252,7 +254,7 @@ void TestFirmware::cancelledWaitForTheBootloaderEndsTheUpdate()
 
 void TestFirmware::cancelledTransferEndsTheUpdate()
 {
-    QVERIFY(startConnected());
+    QVERIFY(startConnected({text("--image-size"), text("8000")}));
     chooseImage(imageFile(16 * 500));
     const auto watch = atProgress(20, [] { QVERIFY(closeByFrame(waitDialog())); });
     QVERIFY(click("updateFirmwareButton"));
@@ -273,7 +275,7 @@ void TestFirmware::pollingStaysAwayUntilTheNextConnect_data()
 void TestFirmware::pollingStaysAwayUntilTheNextConnect()
 {
     QFETCH(bool, refused);
-    QVERIFY(startDevice({text("--image-idle-ms"), text("30")}));
+    QVERIFY(startDevice({text("--image-size"), text("8000")}));
     QVERIFY(startTool());
     tool().controller.setMeasurementInterval(10);
     QVERIFY(connectByClick());

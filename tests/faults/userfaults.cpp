@@ -251,7 +251,7 @@ const QVector<FaultInfo> &faults()
     // clang-format off
     static const QVector<FaultInfo> all = {
         {F::Silence,               "silence",                  "silence"},
-        {F::Late,                  "late",                     "delay@%c:700"},
+        {F::Late,                  "late",                     "delay@%c:2250"},
         {F::Split,                 "split",                    "single-bytes@%c:1"},
         {F::LostByte,              "lost byte",                "lost-byte@%c:%p"},
         {F::FlippedBit,            "flipped bit",              "flipped-bit@%c:%p"},

@@ -149,7 +149,7 @@ const QVector<TroubleInfo> &troubles()
         {T::SilenceOnce,           "silence once",            "silence@%c"},
         {T::SilenceAlways,         "silence",                 "silence"},
         {T::Delay,                 "delay",                   "delay@%c:60"},
-        {T::LateAnswer,            "answer after time-out",   "delay@%c:400"},
+        {T::LateAnswer,            "answer after time-out",   "delay@%c:1500"},
         {T::SingleBytes,           "single bytes",            "single-bytes@%c:1"},
         {T::LostByte,              "lost byte",               "lost-byte@%c:%p"},
         {T::FlippedBit,            "flipped bit",             "flipped-bit@%c:%p"},

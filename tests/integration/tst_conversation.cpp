@@ -391,12 +391,13 @@ void TestConversation::takesTwoLateAnswersInOneChunkForOne()
     DeviceLink link;
     QVERIFY(link.start());
     QVERIFY(link.connectDevice());
-    QVERIFY(link.simulator.fault("delay@show altitude:700"));
+    QVERIFY(link.simulator.fault("delay@show altitude:1500"));
     link.handler.readValue(text("altitude"));
+    link.hurry(1000);
     QVERIFY(runUntil([&] { return link.sends(text("show altitude")) == 2; }));
     link.port->flush();
-    // Until both answers are there.
-    QThread::msleep(350);
+    // Until both answers are there, and before the second time-out.
+    QThread::msleep(800);
     QVERIFY(link.waitForDone());
     // The value ends at the last line end that has a prompt behind it: kept.
     const QStringList expected = {text("read altitude=120\r\nKVT $ \r\nKVT $ show altitude\r\n"

@@ -33,11 +33,12 @@ int timeoutOf(Trouble trouble, const Operation &operation)
     constexpr int deadLine = 40;
     constexpr int noGoodAnswer = 100;
     constexpr int oneBadAnswer = 200;
-    constexpr int roomy = 300; // for answers that are gathered, or come late on purpose
-    constexpr int afterRestart = 1200; // the device is there again by then
+    constexpr int roomy = 300; // for answers that are gathered
+    constexpr int lateByHalf = 1000; // far from the answer's moment, and so is the second time-out
+    constexpr int afterRestart = 2000; // the device is there again by then
     switch (trouble) {
     case Trouble::LateAnswer:
-        return needsRestart(operation) ? afterRestart : roomy;
+        return needsRestart(operation) ? afterRestart : lateByHalf;
     case Trouble::SilenceOnce:
     case Trouble::LostByte:
     case Trouble::FlippedBit:
@@ -72,7 +73,7 @@ QByteArray faultOf(const TroubleInfo &info, const Operation &operation)
 {
     QByteArray fault = info.fault;
     if (info.trouble == Trouble::LateAnswer && needsRestart(operation)) {
-        fault = "delay@%c:1500";
+        fault = "delay@%c:3000";
     }
     // A colon would end the command.
     const QByteArray command = QByteArray(operation.command).split(':').first();
@@ -209,8 +210,11 @@ void TestFaultsByOperation::cleanupTestCase()
 
 bool TestFaultsByOperation::prepare(const TroubleInfo &trouble, const Operation &operation)
 {
-    QString options = text("--log-rows 3 --write-ms 1 --reboot-ms 20 --boot-wait 300 --image %1 "
-                           "--image-size %2")
+    // Longer than a busy machine keeps the tool from answering the bootloader.
+    const int bootWaitMs = operation.kind == Operation::UpdateFirmware ? 1000 : 300;
+    QString options = text("--log-rows 3 --write-ms 1 --reboot-ms 20 --boot-wait %1 --image %2 "
+                           "--image-size %3")
+                          .arg(bootWaitMs)
                           .arg(m_folder->filePath(text("image")))
                           .arg(firmwareSize);
     if (trouble.trouble == Trouble::NoLogOption) {
@@ -316,7 +320,7 @@ QByteArray TestFaultsByOperation::run(const TroubleInfo &trouble, const Operatio
     request(operation);
     m_link->hurry(timeoutOf(trouble.trouble, operation));
     if (trouble.trouble == Trouble::LateAnswer && !needsRestart(operation)) {
-        constexpr unsigned long untilBothAreThereMs = 180;
+        constexpr unsigned long untilBothAreThereMs = 800;
         const QString command = text(operation.command);
         if (!runUntil([&] { return m_link->sends(command) == 2; })) {
             return "not sent again";
