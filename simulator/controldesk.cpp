@@ -38,6 +38,7 @@ const ControlDesk::Command ControlDesk::commands[] = {
     {"image-size", &ControlDesk::imageSize},
     {"hangup", &ControlDesk::hangUp},
     {"resume", &ControlDesk::resume},
+    {"release", &ControlDesk::release},
     {"restart", &ControlDesk::restart},
 };
 
@@ -213,6 +214,12 @@ bool ControlDesk::resume(const QByteArray &, Lines &reply)
         return false;
     }
     reply += "port " + m_station.path().toLocal8Bit();
+    return true;
+}
+
+bool ControlDesk::release(const QByteArray &, Lines &)
+{
+    m_station.release();
     return true;
 }
 

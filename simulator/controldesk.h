@@ -45,6 +45,7 @@ private:
     bool image(const QByteArray &argument, Lines &reply);
     bool imageSize(const QByteArray &argument, Lines &reply);
     bool hangUp(const QByteArray &argument, Lines &reply);
+    bool release(const QByteArray &argument, Lines &reply);
     bool resume(const QByteArray &argument, Lines &reply);
     bool restart(const QByteArray &argument, Lines &reply);
 

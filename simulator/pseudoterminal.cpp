@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -91,6 +92,13 @@ int PseudoTerminal::write(const QByteArray &bytes)
     }
     const ssize_t written = ::write(m_master, bytes.constData(), static_cast<size_t>(bytes.size()));
     return written < 0 ? 0 : static_cast<int>(written);
+}
+
+void PseudoTerminal::release()
+{
+    if (m_client >= 0) {
+        ioctl(m_client, TIOCNXCL);
+    }
 }
 
 void PseudoTerminal::setReading(bool on)

@@ -35,6 +35,10 @@ public:
     /// Writes without waiting and returns how many of the bytes were taken.
     int write(const QByteArray &bytes);
 
+    /// Takes back a client's claim to have the terminal alone, as the system does after the last
+    /// client: this side is one too, so that the claim of a killed client would stay.
+    void release();
+
     /// Stops and resumes the reading of what clients write, which then waits in the terminal.
     void setReading(bool on);
 

@@ -151,6 +151,13 @@ public:
         return takePort(control("resume").value(0));
     }
 
+    /// Frees the port of a client that was killed.
+    bool release()
+    {
+        control("release");
+        return succeeded();
+    }
+
     /// Ends the process by closing its standard input; false when it doesn't end.
     bool stop()
     {

@@ -38,6 +38,9 @@ public:
     /// The line goes dead at once.
     void hangUp();
 
+    /// Lets go of what a killed client has left of itself on the line.
+    void release() { m_wire.release(); }
+
     /// The line: whether it is there, and its path for clients.
     bool isConnected() const { return m_wire.isOpen(); }
     QString path() const { return m_wire.path(); }

@@ -32,6 +32,9 @@ public:
     QString path() const { return m_terminal.path(); }
     bool isOpen() const { return m_terminal.isOpen(); }
 
+    /// See PseudoTerminal.
+    void release() { m_terminal.release(); }
+
     /// Sends behind all that waits already.
     void send(const QByteArray &bytes, Delivery delivery, int gapMs);
 

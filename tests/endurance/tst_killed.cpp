@@ -158,7 +158,9 @@ QString TestKilled::rememberedFolder() const
 
 bool TestKilled::startVictim(Victim &victim)
 {
-    return victim.startIt(text("/tests/endurance/killvictim"), {m_device->port()});
+    // On the port of the victim before.
+    return m_device->release()
+        && victim.startIt(text("/tests/endurance/killvictim"), {m_device->port()});
 }
 
 /// Every few kills one in the start, the connect and the first readings; the others in the polling.

@@ -8,6 +8,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
+#include <sys/ioctl.h>
+
 namespace {
 
 QByteArray contentsOf(const QString &path)
@@ -276,6 +278,37 @@ private slots:
         QVERIFY(dialogue(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
         simulator.hangUp();
         QVERIFY(client.waitForHangUp());
+    }
+
+    void keepsTheNumberOfADeadLine()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start());
+        const QString dead = simulator.port();
+        simulator.hangUp();
+        SimulatorProcess other;
+        QVERIFY(other.start());
+        QVERIFY(other.port() != dead);
+        QVERIFY(simulator.resume());
+        QVERIFY(simulator.port() != dead);
+        QVERIFY(!PortClient(dead).isOpen());
+    }
+
+    void freesThePortOfAKilledClient()
+    {
+        SimulatorProcess simulator;
+        QVERIFY(simulator.start());
+        const PortClient witness(simulator.port());
+        {
+            const PortClient client(simulator.port());
+            QCOMPARE(ioctl(client.descriptor(), TIOCEXCL), 0);
+        }
+        int exclusive = 0;
+        QCOMPARE(ioctl(witness.descriptor(), TIOCGEXCL, &exclusive), 0);
+        QCOMPARE(exclusive, 1);
+        QVERIFY(simulator.release());
+        QCOMPARE(ioctl(witness.descriptor(), TIOCGEXCL, &exclusive), 0);
+        QCOMPARE(exclusive, 0);
     }
 
     void keepsAJournal()
