@@ -111,7 +111,7 @@ protected:
     {
         return m_device->start(QStringList{text("--rate"), text("0"), text("--write-ms"),
                                            text("20"), text("--reboot-ms"), text("20"),
-                                           text("--boot-wait"), text("1000"), text("--log-rows"),
+                                           text("--boot-wait"), text("300"), text("--log-rows"),
                                            text("5"), text("--journal"), file(text("journal"))}
                                + options);
     }

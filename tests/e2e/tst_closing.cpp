@@ -243,7 +243,8 @@ void TestClosing::atEachStepOfAnUpdate()
 {
     QFETCH(QByteArray, rebootMs);
     QFETCH(int, progress);
-    QVERIFY(startPolling({text("--reboot-ms"), QString::fromLatin1(rebootMs)}));
+    QVERIFY(startPolling(
+        {text("--reboot-ms"), QString::fromLatin1(rebootMs), text("--boot-wait"), text("1000")}));
     prepare("updateFirmwareButton");
     dialogs().answerDialog(text("Please wait while update starts"), [=](QDialog *dialog) {
         QTRY_COMPARE(commandCount("reboot"), 1);

@@ -24,6 +24,13 @@ QByteArray bytes(int size)
     return all;
 }
 
+/// Options of a device that takes an image of @p size bytes, and waits for it longer than a busy
+/// machine keeps the tool.
+QStringList forImage(int size)
+{
+    return {text("--image-size"), QString::number(size), text("--boot-wait"), text("1000")};
+}
+
 } // namespace
 
 /// The three risky jobs: firmware, backup of the device's memory, and its restore.
@@ -139,8 +146,8 @@ void TestFirmware::missingImageIsTold()
 void TestFirmware::connectedDeviceIsUpdated()
 {
     constexpr int size = 1000; // not a multiple of a block
-    QVERIFY(startConnected({text("--image-size"), QString::number(size), text("--image"),
-                            file(text("received.bin"))}));
+    QVERIFY(
+        startConnected(forImage(size) + QStringList{text("--image"), file(text("received.bin"))}));
     chooseImage(imageFile(size));
     QStringList titles;
     connect(waitDialog(), &QWidget::windowTitleChanged, this,
@@ -188,8 +195,7 @@ void TestFirmware::withoutAPortNothingIsOpened()
 
 void TestFirmware::refusedBlockEndsTheUpdate()
 {
-    QVERIFY(startConnected(
-        {text("--image-size"), text("400"), text("--fault"), text("block-refused@3")}));
+    QVERIFY(startConnected(forImage(400) + QStringList{text("--fault"), text("block-refused@3")}));
     chooseImage(imageFile(400));
     dialogs().answerBox(failure, text("OK"));
     QVERIFY(click("updateFirmwareButton"));
@@ -205,8 +211,8 @@ void TestFirmware::refusedBlockEndsTheUpdate()
 
 void TestFirmware::unansweredBlockEndsTheUpdate()
 {
-    QVERIFY(startConnected(
-        {text("--image-size"), text("400"), text("--fault"), text("block-unanswered@2")}));
+    QVERIFY(
+        startConnected(forImage(400) + QStringList{text("--fault"), text("block-unanswered@2")}));
     chooseImage(imageFile(400));
     dialogs().answerBox(failure, text("OK"));
     QVERIFY(click("updateFirmwareButton"));
@@ -219,8 +225,9 @@ void TestFirmware::unansweredBlockEndsTheUpdate()
 void TestFirmware::lastBlockAnsweredByAStarAloneLeavesTheDialog()
 {
     constexpr int size = 160;
-    QVERIFY(startConnected({text("--image-size"), QString::number(size), text("--image"),
-                            file(text("received.bin")), text("--fault"), text("final-star")}));
+    QVERIFY(startConnected(forImage(size)
+                           + QStringList{text("--image"), file(text("received.bin")),
+                                         text("--fault"), text("final-star")}));
     chooseImage(imageFile(size));
     // Nothing says that it has ended: the full bar stays until someone cancels it.
     bool stayed = false;
@@ -254,7 +261,7 @@ void TestFirmware::cancelledWaitForTheBootloaderEndsTheUpdate()
 
 void TestFirmware::cancelledTransferEndsTheUpdate()
 {
-    QVERIFY(startConnected({text("--image-size"), text("8000")}));
+    QVERIFY(startConnected(forImage(8000)));
     chooseImage(imageFile(16 * 500));
     const auto watch = atProgress(20, [] { QVERIFY(closeByFrame(waitDialog())); });
     QVERIFY(click("updateFirmwareButton"));
@@ -275,7 +282,7 @@ void TestFirmware::pollingStaysAwayUntilTheNextConnect_data()
 void TestFirmware::pollingStaysAwayUntilTheNextConnect()
 {
     QFETCH(bool, refused);
-    QVERIFY(startDevice({text("--image-size"), text("8000")}));
+    QVERIFY(startDevice(forImage(8000)));
     QVERIFY(startTool());
     tool().controller.setMeasurementInterval(10);
     QVERIFY(connectByClick());
