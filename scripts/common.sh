@@ -64,3 +64,21 @@ build() {
     quietly "Configuring" cmake --preset "$preset" "${options[@]}"
     quietly "Building" cmake --build "build/$preset" "${targets[@]}"
 }
+
+# on_display <first> <width>x<height> <command...>: runs the command on a virtual display of its own,
+# numbered <first> or above, with a window manager that is ready: it gives windows their frames and focus.
+on_display() {
+    local first=$1 size=$2
+    shift 2
+    xvfb-run -a -n "$first" -s "-screen 0 ${size}x24 -noreset" bash -c '
+        # At the first key of a display the window manager takes its own keys anew, and one that is
+        # pressed meanwhile is lost: so the first one comes before it.
+        ! command -v xdotool >/dev/null || xdotool key Shift_L
+        exec {ready}< <(exec openbox --startup "echo ready" 2>/dev/null)
+        manager=$!
+        timeout 60 grep -qxm1 ready <&"$ready" || exit 1
+        result=0
+        "$@" || result=$?
+        kill "$manager" 2>/dev/null
+        exit $result' - "$@"
+}

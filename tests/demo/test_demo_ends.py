@@ -30,8 +30,8 @@ class DemoEnds(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         read, write = os.pipe()
-        cls.display = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x1024x24"],
-                                       pass_fds=[write], stderr=subprocess.DEVNULL)
+        cls.display = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x1024x24",
+                                        "-noreset"], pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as number:
             # The platform's OpenGL library leaks, which the sanitizers would tell at the end; and the
@@ -40,14 +40,21 @@ class DemoEnds(unittest.TestCase):
                                "QT_XCB_GL_INTEGRATION": "none",
                                "QT_LOGGING_RULES": "qt.qpa.xcb.warning=false"}
         cls.environment.pop("QT_QPA_PLATFORM", None)
+        # At the first key of a display the window manager takes its own keys anew, and one that is
+        # pressed meanwhile is lost: so the first one comes before it.
+        subprocess.run(["xdotool", "key", "Shift_L"], env=cls.environment, timeout=PATIENCE, check=True)
         # It passes Alt+F4 on to the window as a request to close.
-        cls.manager = subprocess.Popen(["openbox"], env=cls.environment, stderr=subprocess.DEVNULL)
+        cls.manager = subprocess.Popen(["openbox", "--startup", "echo ready"], env=cls.environment,
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        while cls.manager.stdout.readline() not in ("ready\n", ""):
+            pass
 
     @classmethod
     def tearDownClass(cls):
         for process in cls.manager, cls.display:
             process.terminate()
             process.wait()
+        cls.manager.stdout.close()
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
