@@ -24,11 +24,12 @@ QByteArray bytes(int size)
     return all;
 }
 
-/// Options of a device that takes an image of @p size bytes, and waits for it longer than a busy
-/// machine keeps the tool.
+/// Options of a device that takes an image of @p size bytes, and takes longer for its reset, and
+/// waits longer for the image, than a busy machine keeps the tool.
 QStringList forImage(int size)
 {
-    return {text("--image-size"), QString::number(size), text("--boot-wait"), text("1000")};
+    return {text("--image-size"), QString::number(size), text("--reboot-ms"),
+            text("300"),          text("--boot-wait"),   text("1000")};
 }
 
 } // namespace

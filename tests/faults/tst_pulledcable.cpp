@@ -179,7 +179,8 @@ void TestPulledCable::windowStaysAliveAndFindsTheDeviceAgain()
     QFETCH(QByteArray, work);
     QFETCH(QByteArray, fault);
     QFETCH(bool, samePath);
-    QVERIFY(startConnected({text("--log-rows"), text("20"), text("--boot-wait"), text("1000")}));
+    QVERIFY(startConnected({text("--log-rows"), text("20"), text("--reboot-ms"), text("300"),
+                            text("--boot-wait"), text("1000")}));
     QVERIFY(waitUntilQuiet());
     const QMap<QString, QString> shown = shownValues();
     int stored = storedReadings();

@@ -273,7 +273,7 @@ bool UserFaultTest::prepareLine()
     }
     if (!startDevice({text("--image"), file(text("received.bin")), text("--image-size"),
                       QString::number(m_image.size()), text("--clock-offset"), text("-86400"),
-                      text("--boot-wait"), text("1000")})
+                      text("--reboot-ms"), text("300"), text("--boot-wait"), text("1000")})
         || !openTool()) {
         return false;
     }

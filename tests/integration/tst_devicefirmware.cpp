@@ -75,7 +75,7 @@ void TestDeviceFirmware::init()
 
 bool TestDeviceFirmware::startDevice(const QByteArray &image, const QString &options)
 {
-    return m_link->start(text("--reboot-ms 20 --boot-wait 1500 --image %1 --image-size %2 ")
+    return m_link->start(text("--reboot-ms 300 --boot-wait 1500 --image %1 --image-size %2 ")
                              .arg(m_imageFile)
                              .arg(image.size())
                          + options)

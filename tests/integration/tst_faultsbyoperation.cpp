@@ -210,11 +210,13 @@ void TestFaultsByOperation::cleanupTestCase()
 
 bool TestFaultsByOperation::prepare(const TroubleInfo &trouble, const Operation &operation)
 {
-    // Longer than a busy machine keeps the tool from answering the bootloader.
-    const int bootWaitMs = operation.kind == Operation::UpdateFirmware ? 1000 : 300;
-    QString options = text("--log-rows 3 --write-ms 1 --reboot-ms 20 --boot-wait %1 --image %2 "
-                           "--image-size %3")
-                          .arg(bootWaitMs)
+    // Longer than a busy machine keeps the tool from reading the announcement of the reset, which
+    // must not come in one piece with the bootloader's greeting, and from answering that.
+    const bool update = operation.kind == Operation::UpdateFirmware;
+    QString options = text("--log-rows 3 --write-ms 1 --reboot-ms %1 --boot-wait %2 --image %3 "
+                           "--image-size %4")
+                          .arg(update ? 300 : 20)
+                          .arg(update ? 1000 : 300)
                           .arg(m_folder->filePath(text("image")))
                           .arg(firmwareSize);
     if (trouble.trouble == Trouble::NoLogOption) {
