@@ -76,7 +76,10 @@ on_display() {
         ! command -v xdotool >/dev/null || xdotool key Shift_L
         exec {ready}< <(exec openbox --startup "echo ready" 2>/dev/null)
         manager=$!
-        timeout 60 grep -qxm1 ready <&"$ready" || exit 1
+        if ! timeout 60 grep -qxm1 ready <&"$ready"; then
+            echo "The window manager did not start." >&2
+            exit 1
+        fi
         result=0
         "$@" || result=$?
         kill "$manager" 2>/dev/null

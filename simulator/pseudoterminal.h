@@ -23,7 +23,8 @@ public:
     bool open(QString &error);
 
     /// Closes: clients see the line hang up. No other terminal takes its number while this one
-    /// lives, so that who is slow to let go of the old path, or tries it again, meets nobody.
+    /// lives and has not hung up eight times more, so that who is slow to let go of the old path,
+    /// or tries it again, meets nobody.
     void close();
 
     /// Whether there is a terminal for clients.

@@ -382,7 +382,7 @@ int UserFaultTest::timeoutMs(SerialPortJobType type) const
 {
     constexpr int silent = 200;
     constexpr int oneBadAnswer = 500;
-    constexpr int afterRestart = 1500; // the device is there again by then
+    constexpr int afterRestart = 2000; // the device is there again by then
     constexpr int lateByHalf = 1500; // far from the answer's moment, and so is the second time-out
     constexpr int roomy = 5000;
     const QByteArray words = demanded(m_fault.fault, m_act.act);
@@ -393,7 +393,7 @@ int UserFaultTest::timeoutMs(SerialPortJobType type) const
     if (m_act.act == Act::UpdateUnconnected && m_fault.fault == Fault::Late) {
         return silent;
     }
-    if (m_fault.fault == Fault::Late && m_act.group != ActGroup::FirmwareUpdates) {
+    if (m_fault.fault == Fault::Late) {
         return lateByHalf;
     }
     if (m_fault.fault == Fault::WrongChecksumInPieces) {
