@@ -4,6 +4,7 @@
 #include "benchmarks/interleaved.h"
 #include "benchmarks/rows.h"
 #include "common/utils.h"
+#include "tests/kit/testpaths.h"
 
 #include <charconv>
 #include <cmath>
@@ -118,7 +119,7 @@ struct PythonFiles
         QProcess python;
         python.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         python.start(QStringLiteral("python3"),
-                     {QStringLiteral(KV_SOURCE_DIR "/benchmarks/csv_peer.py"), input, output,
+                     {testpaths::sourceFile("benchmarks/csv_peer.py"), input, output,
                       titles().join(QLatin1Char(','))});
         python.waitForFinished(-1);
         const double seconds = python.readAllStandardOutput().trimmed().toDouble();

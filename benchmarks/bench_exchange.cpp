@@ -8,7 +8,7 @@
 #include "serial/serialporthandler.h"
 #include "serial/serialportjobreboot.h"
 #include "serial/serialportqueue.h"
-#include "tests/fakes/fakeserialport.h"
+#include "tests/kit/fakeserialport.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>

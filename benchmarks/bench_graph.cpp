@@ -3,7 +3,7 @@
 #include "benchmarks/interleaved.h"
 #include "benchmarks/rows.h"
 #include "graph/graph.h"
-#include "tests/fakes/fakelocalstorage.h"
+#include "tests/kit/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
 
 #include <cmath>

@@ -3,6 +3,7 @@
 // virtual display. The tool itself runs, with start_probe.cpp loaded before it.
 #include "benchmarks/interleaved.h"
 #include "benchmarks/rows.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -85,7 +86,7 @@ int main(int argc, char *argv[])
     }
     const QString binaries = QCoreApplication::applicationDirPath();
     const QTemporaryDir home;
-    QFile::copy(QStringLiteral(KV_SOURCE_DIR "/settings.xml"),
+    QFile::copy(testpaths::sourceFile("settings.xml"),
                 home.filePath(QStringLiteral("settings.xml")));
     QDir::setCurrent(home.path());
     for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {

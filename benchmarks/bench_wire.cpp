@@ -8,7 +8,7 @@
 #include "serial/serialport.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "simulator/simulatorprocess.h"
+#include "tests/kit/simulatorprocess.h"
 #include "storage/localstoragesqlite.h"
 #include "ui/mainwindow.h"
 #include "ui/settings.h"

@@ -26,7 +26,8 @@ endif()
 function(kv_library folder)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_library(kv_${folder} STATIC ${ARG_SOURCES})
-    target_include_directories(kv_${folder} PUBLIC ${PROJECT_SOURCE_DIR})
+    cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH parent)
+    target_include_directories(kv_${folder} PUBLIC ${parent})
     target_link_libraries(kv_${folder} PUBLIC ${ARG_LINKS} PRIVATE kv_options)
 endfunction()
 
@@ -54,14 +55,12 @@ function(kv_test name)
     endif()
     add_executable(${name} ${name}.cpp ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt5::Test kv_options)
-    target_compile_definitions(${name} PRIVATE
-        KV_SOURCE_DIR="${PROJECT_SOURCE_DIR}" KV_BINARY_DIR="${PROJECT_BINARY_DIR}")
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} kv_testkit kv_options)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
         FAIL_REGULAR_EXPRESSION "QWARN  :;QSYSTEM:;QFATAL :;SKIP   :;XFAIL  :;XPASS  :"
-        ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1;QT_MESSAGE_PATTERN=${kv_message_pattern}")
+        ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/kit/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1;QT_MESSAGE_PATTERN=${kv_message_pattern}")
 endfunction()
 
 # kv_fuzz(<name> LINKS ... [SOURCES ...]): the fuzz target fuzz_<name>.cpp of this folder.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "demo/cuttexts.h"
-#include "tests/support/forms.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/forms.h"
+#include "tests/kit/testmain.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 #include "ui/measurementgraph.h"

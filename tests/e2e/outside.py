@@ -40,7 +40,7 @@ class Outside(unittest.TestCase):
         folders = {"HOME": home, "XDG_DATA_HOME": home + "/data", "XDG_CONFIG_HOME": "config",
                    "XDG_CACHE_HOME": home + "/cache", "XDG_RUNTIME_DIR": "runtime"}
         environment = {**os.environ, "QT_QPA_PLATFORM": "xcb",
-                       "LSAN_OPTIONS": f"suppressions={SOURCES}/tests/support/lsan.supp"}
+                       "LSAN_OPTIONS": f"suppressions={SOURCES}/tests/kit/lsan.supp"}
         environment.update((name, str(self.root / path)) for name, path in folders.items())
         with open(self.root / "log", "wb") as log:
             self.program = subprocess.Popen([KVTOOL], cwd=self.root / "work", env=environment,

@@ -5,7 +5,7 @@
 #include "demo/dialogdriver.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "simulator/simulatorprocess.h"
+#include "tests/kit/simulatorprocess.h"
 #include "storage/localstoragesqlite.h"
 #include "tests/e2e/eyewitness.h"
 #include "tests/e2e/pictures.h"
@@ -13,6 +13,7 @@
 #include "ui/mainwindow.h"
 #include "ui/measurementtable.h"
 #include "ui/settings.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -69,7 +70,7 @@ protected:
         Eyewitness::forget();
         new Eyewitness(qApp);
         QFile::remove(text("settings.xml"));
-        QVERIFY(QFile::copy(text(KV_SOURCE_DIR "/settings.xml"), text("settings.xml")));
+        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
     }
 
     /// For init().

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>
@@ -106,7 +106,7 @@ QStringList TestEveryButton::programTexts(const char *folder, const char *call)
     const QRegularExpression literal(text(call)
                                      + text("\\(\\s*((?:\"(?:[^\"\\\\]|\\\\.)*\"\\s*)+)"));
     QStringList texts;
-    const QDir sources(text(KV_SOURCE_DIR "/") + text(folder));
+    const QDir sources(testpaths::sourceFile("src/") + text(folder));
     const QStringList names = sources.entryList({text("*.cpp")}, QDir::Files);
     for (const QString &name : names) {
         auto found = literal.globalMatch(contents(sources.filePath(name)));
@@ -151,7 +151,7 @@ bool TestEveryButton::isSeen(const QString &programText)
 
 void TestEveryButton::everyFormIsShown()
 {
-    const QDir sources(text(KV_SOURCE_DIR "/ui"));
+    const QDir sources(testpaths::sourceFile("src/ui"));
     const QStringList forms = sources.entryList({text("*.ui")}, QDir::Files);
     QVERIFY(!forms.isEmpty());
     QSet<QString> missing;
@@ -232,3 +232,4 @@ void TestEveryButton::everyFileDialogIsAcceptedAndCancelled()
 
 KV_TEST_CORE_MAIN(TestEveryButton)
 #include "tst_everybutton.moc"
+#include "tests/kit/testpaths.h"

@@ -3,8 +3,8 @@
 #include "demo/history.h"
 #include "graph/graph.h"
 #include "tests/e2e/toolfixture.h"
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 
 #include <QtCharts/QChart>
 #include <QtCharts/QChartView>

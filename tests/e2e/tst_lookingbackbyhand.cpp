@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/e2e/toolfixture.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCharts/QChart>
 #include <QtCharts/QChartView>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/e2e/eyewitness.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QSettings>
@@ -68,7 +68,7 @@ void TestProgram::init()
     }
     QFile::setPermissions(path("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     m_home = path("home");
-    QVERIFY(QFile::copy(text(KV_SOURCE_DIR "/settings.xml"), path("work/settings.xml")));
+    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), path("work/settings.xml")));
     m_exitCode = -1;
 }
 
@@ -83,7 +83,7 @@ QProcessEnvironment TestProgram::environment() const
     environment.insert(text("KV_SCENARIO"),
                        text("tst_program::") + QLatin1String(QTest::currentTestFunction()));
     environment.insert(text("LSAN_OPTIONS"),
-                       text("suppressions=" KV_SOURCE_DIR "/tests/support/lsan.supp"));
+                       text("suppressions=") + testpaths::sourceFile("tests/kit/lsan.supp"));
     return environment;
 }
 
@@ -102,7 +102,7 @@ QStringList TestProgram::run(const QString &word)
     program.setProcessEnvironment(environment());
     program.setWorkingDirectory(path("work"));
     program.setStandardErrorFile(path("log"));
-    program.start(text(KV_BINARY_DIR "/tests/e2e/programprobe"), {word});
+    program.start(testpaths::buildFile("tests/e2e/programprobe"), {word});
     if (!program.waitForFinished(waitMs)) {
         return {text("did not end")};
     }
@@ -122,7 +122,7 @@ void TestProgram::builtProgramReachesItsEventLoop()
     QProcess program;
     program.setProcessEnvironment(environment());
     program.setWorkingDirectory(path("work"));
-    program.start(text(KV_BINARY_DIR "/kvtool"), QStringList());
+    program.start(testpaths::buildFile("kvtool"), QStringList());
     QVERIFY(program.waitForStarted(waitMs));
     // The store is the last thing that is opened before the window; the settings reach their file
     // from the event loop alone.
@@ -139,7 +139,7 @@ void TestProgram::builtProgramReachesItsEventLoop()
 void TestProgram::badModelFileIsToldAndPassedOver_data()
 {
     QTest::addColumn<QByteArray>("contents");
-    QFile sample(text(KV_SOURCE_DIR "/settings.xml"));
+    QFile sample(testpaths::sourceFile("settings.xml"));
     QVERIFY(sample.open(QIODevice::ReadOnly));
     const QByteArray all = sample.readAll();
     QTest::addRow("missing") << QByteArray();
@@ -250,3 +250,4 @@ void TestProgram::chosenFolderIsTakenAndRemembered()
 
 KV_TEST_CORE_MAIN(TestProgram)
 #include "tst_program.moc"
+#include "tests/kit/testpaths.h"

@@ -3,6 +3,7 @@
 #include "tests/endurance/monkey.h"
 
 #include "tests/endurance/monkeyhands.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QThread>
 #include <QtWidgets/QListWidget>
@@ -94,7 +95,7 @@ void Monkey::prepareStore()
 
 void Monkey::prepareModels()
 {
-    const QByteArray models = contents(text(KV_SOURCE_DIR "/settings.xml"));
+    const QByteArray models = contents(testpaths::sourceFile("settings.xml"));
     MonkeyDice dice(m_options.seed, -m_runs - 1);
     const int way = m_runs == 0 ? 0 : dice.below(100);
     QFile::remove(text("settings.xml"));

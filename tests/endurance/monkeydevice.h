@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/simulatorprocess.h"
+#include "tests/kit/simulatorprocess.h"
 #include "tests/endurance/monkeydice.h"
 
 #include <QtCore/QString>

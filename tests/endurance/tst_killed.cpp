@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/simulatorprocess.h"
+#include "tests/kit/simulatorprocess.h"
 #include "tests/endurance/storewitness.h"
 #include "tests/endurance/strain.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
@@ -35,7 +35,7 @@ public:
 
     bool startIt(const QString &program, const QStringList &arguments)
     {
-        start(text(KV_BINARY_DIR) + program, arguments);
+        start(testpaths::buildFile("") + program, arguments);
         return waitForStarted(waitMs);
     }
 
@@ -125,7 +125,7 @@ private:
 void TestKilled::initTestCase()
 {
     qputenv("QT_LOGGING_RULES", "*.debug=false");
-    QVERIFY(QFile::copy(text(KV_SOURCE_DIR "/settings.xml"), text("settings.xml")));
+    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
     const int seed = Strain::seed();
     m_random.seed(static_cast<quint32>(seed));
     qInfo("seed %d", seed);
@@ -330,3 +330,4 @@ void TestKilled::startOnRemains(const QStringList &tables)
 
 KV_TEST_CORE_MAIN(TestKilled)
 #include "tst_killed.moc"
+#include "tests/kit/testpaths.h"

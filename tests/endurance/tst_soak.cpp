@@ -2,7 +2,7 @@
 #include "tests/endurance/eagerpolling.h"
 #include "tests/endurance/strain.h"
 #include "tests/integration/devicelink.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCharts/QChart>
 #include <QtCharts/QChartView>

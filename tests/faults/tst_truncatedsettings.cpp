@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/fakes/fakelocalstorage.h"
-#include "tests/fakes/fakemainwindow.h"
-#include "tests/fakes/fakeserialporthandler.h"
-#include "tests/fakes/fakesettings.h"
-#include "tests/support/reliabilitytable.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/fakemainwindow.h"
+#include "tests/kit/fakeserialporthandler.h"
+#include "tests/kit/fakesettings.h"
+#include "tests/kit/reliabilitytable.h"
+#include "tests/kit/testmain.h"
 
 #include "control/mainwindowcontroller.h"
 #include "ui/configurationloader.h"
@@ -67,7 +67,7 @@ private:
 
 void TestTruncatedSettings::initTestCase()
 {
-    QFile sample(QStringLiteral(KV_SOURCE_DIR "/settings.xml"));
+    QFile sample(testpaths::sourceFile("settings.xml"));
     QVERIFY(sample.open(QIODevice::ReadOnly));
     m_sample = sample.readAll();
     QVERIFY(m_sample.size() > 1000);
@@ -143,3 +143,4 @@ void TestTruncatedSettings::cleanupTestCase()
 KV_TEST_MAIN(TestTruncatedSettings)
 
 #include "tst_truncatedsettings.moc"
+#include "tests/kit/testpaths.h"

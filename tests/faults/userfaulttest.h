@@ -4,8 +4,8 @@
 #include "tests/e2e/toolfixture.h"
 #include "tests/faults/refusals.h"
 #include "tests/faults/userfaults.h"
-#include "tests/support/pseudoterminal.h"
-#include "tests/support/reliabilitytable.h"
+#include "tests/kit/pseudoterminal.h"
+#include "tests/kit/reliabilitytable.h"
 
 #include <QtCore/QTimer>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The two CSV files, with names from a database and titles from a device that may hold anything.
 // The controller is the real one; what the file must hold is written down a second time here.
-#include "tests/control/controllerfixture.h"
+#include "tests/unit/control/controllerfixture.h"
 #include "tests/fuzz/fuzzing.h"
 
 #include <QtCore/QCoreApplication>

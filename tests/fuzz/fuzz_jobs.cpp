@@ -3,10 +3,10 @@
 // how the bytes behind them are cut into chunks, where time-outs strike and whether a queue runs
 // the job.
 #include "serial/serialportqueue.h"
-#include "tests/fakes/fakeserialport.h"
+#include "tests/kit/fakeserialport.h"
 #include "tests/fuzz/fuzzing.h"
-#include "tests/serial/jobdialogue.h"
-#include "tests/serial/jobears.h"
+#include "tests/unit/serial/jobdialogue.h"
+#include "tests/unit/serial/jobears.h"
 
 #include <QtCore/QCoreApplication>
 

@@ -2,7 +2,7 @@
 // Writes what the targets of the device link start from, out of the dialogues of the tests.
 // Usage: fuzzseeds FOLDER
 #include "tests/fuzz/replytable.h"
-#include "tests/serial/jobdialogue.h"
+#include "tests/unit/serial/jobdialogue.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>

@@ -4,7 +4,7 @@
 #include "serial/serialport.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "simulator/simulatorprocess.h"
+#include "tests/kit/simulatorprocess.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/integration/devicelink.h"
 #include "tests/integration/faulttable.h"
-#include "tests/support/reliabilitytable.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/reliabilitytable.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

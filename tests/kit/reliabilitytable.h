@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "tests/kit/testpaths.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QByteArrayList>
 #include <QtCore/QDir>
@@ -38,16 +40,14 @@ public:
         return text;
     }
 
-#ifdef KV_BINARY_DIR
     /// Keeps @p markdown as the part called @p name, where scripts/reliability finds it.
     static bool keep(const QString &name, const QByteArray &markdown)
     {
-        const QDir folder(QStringLiteral(KV_BINARY_DIR "/reliability"));
+        const QDir folder(testpaths::buildFile("reliability"));
         QFile file(folder.filePath(name + QStringLiteral(".md")));
         return folder.mkpath(QStringLiteral(".")) && file.open(QIODevice::WriteOnly)
             && file.write(markdown) == markdown.size();
     }
-#endif
 
 private:
     struct Row

@@ -76,7 +76,7 @@ class Manual(unittest.TestCase):
 
     def test_the_database_is_made_as_the_page_says(self):
         statements, *_ = blocks("database.md", "sql")
-        source = (SOURCES / "storage/localstoragesqlite.cpp").read_text()
+        source = (SOURCES / "src/storage/localstoragesqlite.cpp").read_text()
         source = " ".join(re.sub(r'"\s*\n?\s*"', "", source).split())
         for statement in statements.strip().split(";\n"):
             self.assertIn(" ".join(statement.rstrip(";").split()), source)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/conversionutils.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 class TestConversionUtils : public QObject
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/measurementstate.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <limits>
 

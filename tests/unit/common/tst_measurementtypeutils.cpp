@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/measurementtypeutils.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <cmath>
 #include <limits>

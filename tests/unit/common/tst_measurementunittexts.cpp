@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/measurementtypeutils.h"
-#include "tests/support/prefixingtranslator.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/prefixingtranslator.h"
+#include "tests/kit/testmain.h"
 
 namespace {
 

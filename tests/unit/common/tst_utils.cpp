@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/utils.h"
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 
 #include <cerrno>
 #include <clocale>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The CSV writer beside the plain way of writing the same file: byte for byte alike.
 #include "common/utils.h"
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 
 #include <cmath>
 #include <cstring>

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "control/mainwindowcontroller.h"
-#include "tests/fakes/fakelocalstorage.h"
-#include "tests/fakes/fakemainwindow.h"
-#include "tests/fakes/fakeserialporthandler.h"
-#include "tests/fakes/fakesettings.h"
+#include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/fakemainwindow.h"
+#include "tests/kit/fakeserialporthandler.h"
+#include "tests/kit/fakesettings.h"
 
 #include <QtCore/QFile>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/control/controllerfixture.h"
-#include "tests/support/testmain.h"
+#include "tests/unit/control/controllerfixture.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QAbstractEventDispatcher>
 

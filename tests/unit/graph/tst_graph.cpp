@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graph.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCharts/QLineSeries>
 #include <QtWidgets/QHBoxLayout>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graphqt.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <limits>
 #include <QtCharts/QLineSeries>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "serial/serialporthandler.h"
-#include "tests/fakes/fakequeue.h"
-#include "tests/fakes/fakeserialport.h"
-#include "tests/serial/replysamples.h"
+#include "tests/kit/fakequeue.h"
+#include "tests/kit/fakeserialport.h"
+#include "tests/unit/serial/replysamples.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSharedPointer>

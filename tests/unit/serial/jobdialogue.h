@@ -18,7 +18,7 @@
 #include "serial/serialportjobupdatefirmware.h"
 #include "serial/serialportjobwriteeepromblock.h"
 #include "serial/serialportjobwritetoeeprom.h"
-#include "tests/serial/replysamples.h"
+#include "tests/unit/serial/replysamples.h"
 
 #include <QtCore/QByteArrayList>
 #include <QtCore/QSharedPointer>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "serial/serialportqueue.h"
-#include "tests/fakes/fakeserialport.h"
-#include "tests/serial/jobdialogue.h"
-#include "tests/serial/jobears.h"
+#include "tests/kit/fakeserialport.h"
+#include "tests/unit/serial/jobdialogue.h"
+#include "tests/unit/serial/jobears.h"
 
 #include <QtTest/QtTest>
 

@@ -3,7 +3,7 @@
 
 #include "serial/serialportjobinterface.h"
 #include "serial/serialportqueueinterface.h"
-#include "tests/serial/replysamples.h"
+#include "tests/unit/serial/replysamples.h"
 
 #include <QtCore/QStringList>
 

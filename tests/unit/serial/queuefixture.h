@@ -2,8 +2,8 @@
 #pragma once
 
 #include "serial/serialportqueue.h"
-#include "tests/fakes/fakejob.h"
-#include "tests/serial/jobears.h"
+#include "tests/kit/fakejob.h"
+#include "tests/unit/serial/jobears.h"
 
 #include <QtCore/QScopedPointer>
 #include <QtTest/QtTest>

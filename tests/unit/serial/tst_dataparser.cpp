@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
-#include "tests/serial/replysamples.h"
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/unit/serial/replysamples.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 
 #include <QtTest/QtTest>
 

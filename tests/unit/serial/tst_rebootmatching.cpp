@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
 #include "serial/serialportjobreboot.h"
-#include "tests/fakes/fakeserialport.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/fakeserialport.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QtTest>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
 #include "serial/serialport.h"
-#include "tests/support/pseudoterminal.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/pseudoterminal.h"
+#include "tests/kit/testmain.h"
 
 #include <QtTest/QtTest>
 

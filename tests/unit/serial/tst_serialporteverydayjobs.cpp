@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/serial/jobdialoguetest.h"
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/unit/serial/jobdialoguetest.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 
 #include <algorithm>
 #include <QtCore/QTimeZone>

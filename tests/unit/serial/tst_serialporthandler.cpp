@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/serial/handlerfixture.h"
-#include "tests/support/testmain.h"
+#include "tests/unit/serial/handlerfixture.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QTimeZone>
 #include <QtTest/QtTest>

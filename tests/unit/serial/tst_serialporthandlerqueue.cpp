@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "tests/fakes/fakeserialport.h"
-#include "tests/serial/replysamples.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/fakeserialport.h"
+#include "tests/unit/serial/replysamples.h"
+#include "tests/kit/testmain.h"
 
 #include <QtTest/QtTest>
 

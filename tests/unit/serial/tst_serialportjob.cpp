@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/serialportjob.h"
-#include "tests/fakes/fakeserialport.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/fakeserialport.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QtTest>

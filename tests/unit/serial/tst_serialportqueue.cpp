@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/fakes/fakeserialport.h"
-#include "tests/serial/queuefixture.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/fakeserialport.h"
+#include "tests/unit/serial/queuefixture.h"
+#include "tests/kit/testmain.h"
 
 class TestSerialPortQueue : public QueueFixture
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/simulator/devicedesk.h"
-#include "tests/support/testmain.h"
+#include "tests/unit/simulator/devicedesk.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/devicemeasurements.h"
 #include "simulator/devicemodel.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QXmlStreamReader>
@@ -33,7 +33,7 @@ private slots:
     // The tables are a device's own; the sample description is written for these devices.
     void knowsWhatTheSampleDescriptionSays()
     {
-        QFile file(QStringLiteral(KV_SOURCE_DIR "/settings.xml"));
+        QFile file(testpaths::sourceFile("settings.xml"));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QXmlStreamReader xml(&file);
         QMap<QByteArray, QList<QByteArray>> described;
@@ -121,3 +121,4 @@ private slots:
 KV_TEST_CORE_MAIN(TestDeviceModel)
 
 #include "tst_devicemodel.moc"
+#include "tests/kit/testpaths.h"

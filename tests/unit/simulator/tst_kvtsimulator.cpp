@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/simulatorprocess.h"
-#include "tests/simulator/portclient.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/simulatorprocess.h"
+#include "tests/unit/simulator/portclient.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -92,7 +92,7 @@ private slots:
     {
         QFETCH(QStringList, arguments);
         QProcess process;
-        process.start(QStringLiteral(KV_BINARY_DIR "/kvt-simulator"), arguments);
+        process.start(testpaths::buildFile("kvt-simulator"), arguments);
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), 1);
         QVERIFY(process.readAllStandardError().startsWith("kvt-simulator: "));
@@ -102,7 +102,7 @@ private slots:
     void explainsItself()
     {
         QProcess process;
-        process.start(QStringLiteral(KV_BINARY_DIR "/kvt-simulator"), {QStringLiteral("--help")});
+        process.start(testpaths::buildFile("kvt-simulator"), {QStringLiteral("--help")});
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), 0);
         const QByteArray help = process.readAllStandardOutput();
@@ -363,3 +363,4 @@ private slots:
 KV_TEST_CORE_MAIN(TestKvtSimulator)
 
 #include "tst_kvtsimulator.moc"
+#include "tests/kit/testpaths.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/wire.h"
-#include "tests/simulator/portclient.h"
-#include "tests/support/testmain.h"
+#include "tests/unit/simulator/portclient.h"
+#include "tests/kit/testmain.h"
 
 #include <QtCore/QSocketNotifier>
 #include <QtTest/QtTest>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/fakes/recordingsqldriver.h"
-#include "tests/storage/sqlitestorefixture.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/recordingsqldriver.h"
+#include "tests/unit/storage/sqlitestorefixture.h"
+#include "tests/kit/testmain.h"
 
 #include <filesystem>
 #include <QtCore/QRegularExpression>

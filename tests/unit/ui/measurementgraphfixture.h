@@ -2,8 +2,8 @@
 #pragma once
 
 #include "graph/graph.h"
-#include "tests/fakes/fakelocalstorage.h"
-#include "tests/support/timezonescope.h"
+#include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/timezonescope.h"
 #include "ui/graphsettings.h"
 #include "ui/measurementgraph.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/prefixingtranslator.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/prefixingtranslator.h"
+#include "tests/kit/testmain.h"
 #include "ui/configurationeditor.h"
 #include "ui/configurationitemdelegate.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/testmain.h"
-#include "tests/ui/settingsfile.h"
+#include "tests/kit/testmain.h"
+#include "tests/unit/ui/settingsfile.h"
 
 #include <QtCore/QLocale>
 

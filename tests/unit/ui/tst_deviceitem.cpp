@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/testmain.h"
+#include "tests/kit/testmain.h"
 #include "ui/deviceitem.h"
 
 #include <QtCore/QMetaProperty>

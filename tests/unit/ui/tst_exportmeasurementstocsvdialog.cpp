@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/fakes/fakelocalstorage.h"
-#include "tests/support/forms.h"
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/forms.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/exportselection.h"
 

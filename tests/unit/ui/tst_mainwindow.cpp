@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/testmain.h"
-#include "tests/support/timezonescope.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/timezonescope.h"
 #include "ui/mainwindow.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graph.h"
-#include "tests/fakes/fakelocalstorage.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/testmain.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/forms.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/forms.h"
+#include "tests/kit/testmain.h"
 #include "ui/mainwindow.h"
 
 #include <QtCore/QMetaMethod>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/testmain.h"
-#include "tests/ui/measurementgraphfixture.h"
+#include "tests/kit/testmain.h"
+#include "tests/unit/ui/measurementgraphfixture.h"
 
 #include <cstdlib>
 #include <QtCore/QPointer>

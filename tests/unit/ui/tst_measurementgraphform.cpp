@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graph.h"
-#include "tests/support/forms.h"
-#include "tests/support/testmain.h"
+#include "tests/kit/forms.h"
+#include "tests/kit/testmain.h"
 #include "ui/measurementgraph.h"
 
 #include <limits>

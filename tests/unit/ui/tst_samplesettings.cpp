@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/support/testmain.h"
-#include "tests/ui/settingsfile.h"
+#include "tests/kit/testmain.h"
+#include "tests/unit/ui/settingsfile.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
@@ -12,7 +12,7 @@ using namespace SettingsFile;
 
 namespace {
 
-const QString samplePath = QStringLiteral(KV_SOURCE_DIR "/settings.xml");
+const QString samplePath = testpaths::sourceFile("settings.xml");
 
 Devices sampleDevices()
 {
@@ -158,3 +158,4 @@ void TestSampleSettings::keepsWhatWasCompletedWhereverTheSampleIsCutOff()
 KV_TEST_CORE_MAIN(TestSampleSettings)
 
 #include "tst_samplesettings.moc"
+#include "tests/kit/testpaths.h"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "tests/kit/testpaths.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QList>
@@ -19,12 +21,7 @@ public:
     static constexpr int waitMs = 20000;
 
     /// @p program is the path of kvt-simulator; the build's own unless told otherwise.
-#ifdef KV_BINARY_DIR
-    explicit SimulatorProcess(const QString &program = QStringLiteral(KV_BINARY_DIR
-                                                                      "/kvt-simulator"))
-#else
-    explicit SimulatorProcess(const QString &program)
-#endif
+    explicit SimulatorProcess(const QString &program = testpaths::buildFile("kvt-simulator"))
         : m_program(program)
     {
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
