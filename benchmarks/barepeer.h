@@ -3,7 +3,6 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-
 #include <atomic>
 
 /// The least that can stand at the two ends of a pseudo-terminal: a process of one poll loop that

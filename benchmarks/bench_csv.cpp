@@ -6,14 +6,14 @@
 #include "common/utils.h"
 #include "tests/kit/testpaths.h"
 
-#include <charconv>
-#include <cmath>
-#include <ctime>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTimeZone>
+#include <charconv>
+#include <cmath>
+#include <ctime>
 
 namespace {
 

@@ -14,7 +14,6 @@
 #include <QtCore/QDebug>
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
-
 #include <cmath>
 #include <ctime>
 #include <functional>

@@ -6,14 +6,14 @@
 #include "tests/kit/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
 
-#include <cmath>
-#include <limits>
 #include <QtCharts/QLineSeries>
 #include <QtCore/QTimeZone>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QListWidget>
 #include <qwt_plot.h>
 #include <qwt_plot_curve.h>
+#include <cmath>
+#include <limits>
 #include <random>
 
 namespace {

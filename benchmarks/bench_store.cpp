@@ -5,8 +5,6 @@
 #include "benchmarks/storefile.h"
 #include "storage/localstoragesqlite.h"
 
-#include <cmath>
-#include <optional>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -14,6 +12,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QVariant>
 #include <QtSql/QSqlQuery>
+#include <cmath>
+#include <optional>
 #include <sys/syscall.h>
 #include <unistd.h>
 

@@ -8,8 +8,8 @@
 #include "serial/serialport.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "tests/kit/simulatorprocess.h"
 #include "storage/localstoragesqlite.h"
+#include "tests/kit/simulatorprocess.h"
 #include "ui/mainwindow.h"
 #include "ui/settings.h"
 
@@ -22,7 +22,6 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QPushButton>
-
 #include <fcntl.h>
 #include <functional>
 #include <poll.h>

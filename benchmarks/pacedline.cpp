@@ -2,7 +2,6 @@
 #include "benchmarks/pacedline.h"
 
 #include <QtCore/QCoreApplication>
-
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>

@@ -3,7 +3,6 @@
 #include "simulator/commandline.h"
 
 #include <QtCore/QCoreApplication>
-
 #include <cstdio>
 
 /// The simulated transmitter on an exact line. Takes the simulator's options and tells its port as

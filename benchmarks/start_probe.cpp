@@ -2,12 +2,12 @@
 // Loaded before a program: tells on standard output the moment, in seconds of the monotonic clock,
 // at which its main window has been drawn for the first time, and the memory in kB that the process
 // has then to itself and its share of what it shares; then ends it.
-#include <cstdio>
-#include <ctime>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QTimer>
+#include <cstdio>
+#include <ctime>
 #include <unistd.h>
 
 namespace {

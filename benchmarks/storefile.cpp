@@ -3,10 +3,10 @@
 
 #include "storage/localstoragesqlite.h"
 
-#include <cstdio>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <cstdio>
 
 namespace {
 

@@ -9,7 +9,6 @@
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMessageBox>
-
 #include <algorithm>
 
 namespace {

@@ -7,7 +7,6 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtWidgets/QDialog>
-
 #include <functional>
 
 /// Acts as the person in front of the modal dialogs, which hold up the code that opened them.

@@ -3,13 +3,12 @@
 
 #include <QtCore/QProcess>
 #include <QtCore/QTextStream>
+#include <QtGui/QScreen>
+#include <QtGui/QWindow>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTableWidget>
-
-#include <QtGui/QScreen>
-#include <QtGui/QWindow>
 
 Tour::Tour(DemoTool &tool, const QString &folder)
     : m_tool(tool)

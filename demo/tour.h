@@ -8,7 +8,6 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtWidgets/QWidget>
-
 #include <functional>
 
 /// Walks the tool's main jobs as a person would, by mouse and keys on the real window, and checks

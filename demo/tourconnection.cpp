@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The part of the tour that a person meets first: connect, look, change a setting, disconnect.
-#include "demo/tour.h"
-
 #include "common/measurementtypeutils.h"
+#include "demo/tour.h"
 #include "ui/configurationeditor.h"
 #include "ui/configurationloader.h"
 #include "ui/measurementtable.h"

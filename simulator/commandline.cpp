@@ -5,7 +5,6 @@
 #include "simulator/faults.h"
 
 #include <QtCore/QCommandLineParser>
-
 #include <climits>
 
 namespace Simulator {

@@ -10,7 +10,6 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
-
 #include <functional>
 
 namespace Simulator {

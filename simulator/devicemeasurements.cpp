@@ -4,7 +4,6 @@
 #include "simulator/noise.h"
 
 #include <QtCore/qmath.h>
-
 #include <cmath>
 #include <utility>
 

@@ -2,7 +2,6 @@
 #include "simulator/devicesettings.h"
 
 #include <QtCore/QList>
-
 #include <cmath>
 
 namespace Simulator {

@@ -5,7 +5,6 @@
 #include "simulator/station.h"
 
 #include <QtCore/QCoreApplication>
-
 #include <cstdio>
 #include <cstdlib>
 

@@ -2,7 +2,6 @@
 #include "simulator/pseudoterminal.h"
 
 #include <QtCore/QFile>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

@@ -3,10 +3,10 @@
 
 #include "common/conversionutils.h"
 
-#include <algorithm>
 #include <QtCore/QDebug>
 #include <QtCore/QMap>
 #include <QtCore/QObject>
+#include <algorithm>
 
 bool MeasurementTypeUtils::findMeasurementItem(const QString &name,
                                                const QVector<MeasurementItem> &items,

@@ -11,7 +11,6 @@
 #include <QtCore/QDebug>
 #include <QtCore/QDir>
 #include <QtCore/QStandardPaths>
-
 #include <utility>
 
 namespace {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The flows that a user starts: settings, clock, units, graph, log, export, firmware and memory.
-#include "control/mainwindowcontroller.h"
-
 #include "common/measurementtypeutils.h"
 #include "common/utils.h"
+#include "control/mainwindowcontroller.h"
 #include "control/settingskeys.h"
 #include "serial/serialporthandlerinterface.h"
 #include "ui/mainwindowinterface.h"

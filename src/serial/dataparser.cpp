@@ -5,7 +5,6 @@
 
 #include <QtCore/QDate>
 #include <QtCore/QTime>
-
 #include <algorithm>
 #include <array>
 

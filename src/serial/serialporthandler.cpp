@@ -21,7 +21,6 @@
 #include "serial/serialutils.h"
 
 #include <QtCore/QDebug>
-
 #include <limits>
 #include <utility>
 

@@ -3,7 +3,6 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QMap>
-
 #include <algorithm>
 
 SerialPortQueue::SerialPortQueue(QObject *parent)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "storage/localstoragehandler.h"
 
-#include <limits>
 #include <QtCore/QDebug>
+#include <limits>
 
 namespace {
 

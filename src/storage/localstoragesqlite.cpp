@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "storage/localstoragesqlite.h"
 
-#include <algorithm>
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
 #include <QtCore/QSet>
@@ -9,6 +8,7 @@
 #include <QtCore/QVariant>
 #include <QtSql/QSqlError>
 #include <QtSql/QSqlQuery>
+#include <algorithm>
 
 namespace {
 

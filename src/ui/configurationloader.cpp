@@ -3,7 +3,6 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
-
 #include <algorithm>
 
 namespace {

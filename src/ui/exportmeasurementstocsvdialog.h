@@ -5,13 +5,13 @@
 #include "common/measurementitem.h"
 #include "storage/localstorage.h"
 
-#include <memory>
 #include <QtCore/QDateTime>
 #include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 #include <QtWidgets/QDialog>
+#include <memory>
 
 namespace Ui {
 class ExportMeasurementsToCsvDialog;

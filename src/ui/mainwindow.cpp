@@ -4,12 +4,12 @@
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui_mainwindow.h"
 
-#include <algorithm>
 #include <QtCore/QDebug>
 #include <QtCore/QMap>
 #include <QtSerialPort/QSerialPortInfo>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QHeaderView>
+#include <algorithm>
 
 namespace {
 

@@ -4,11 +4,11 @@
 #include "common/measurementtypeutils.h"
 #include "ui_measurementgraph.h"
 
+#include <QtCore/QDebug>
+#include <QtCore/QHash>
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <QtCore/QDebug>
-#include <QtCore/QHash>
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include "graph/graphseries.h"
 #include "storage/localstorage.h"
 
-#include <memory>
 #include <QtCore/QDateTime>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 #include <QtWidgets/QDialog>
+#include <memory>
 
 class QListWidgetItem;
 

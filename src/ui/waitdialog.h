@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QtWidgets/QDialog>
-
 #include <memory>
 
 namespace Ui {

@@ -20,7 +20,6 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QStyleFactory>
 #include <QtWidgets/QTableWidget>
-
 #include <functional>
 #include <memory>
 

@@ -11,13 +11,13 @@
 
 #include "tests/e2e/pictures.h"
 
-#include <cstdio>
 #include <QtCore/QTimer>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
+#include <cstdio>
 
 namespace {
 

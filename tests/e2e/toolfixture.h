@@ -5,15 +5,15 @@
 #include "demo/dialogdriver.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "tests/kit/simulatorprocess.h"
 #include "storage/localstoragesqlite.h"
 #include "tests/e2e/eyewitness.h"
 #include "tests/e2e/pictures.h"
+#include "tests/kit/simulatorprocess.h"
+#include "tests/kit/testpaths.h"
 #include "ui/configurationeditor.h"
 #include "ui/mainwindow.h"
 #include "ui/measurementtable.h"
 #include "ui/settings.h"
-#include "tests/kit/testpaths.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -31,7 +31,6 @@
 #include <QtWidgets/QProgressBar>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QStatusBar>
-
 #include <functional>
 #include <memory>
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/toolfixture.h"
-#include "tests/kit/testmain.h"
-
 #include "common/measurementtypeutils.h"
 #include "serial/serialportjob.h"
+#include "tests/e2e/toolfixture.h"
+#include "tests/kit/testmain.h"
 #include "ui/configurationloader.h"
 
 class TestConnection : public ToolFixture

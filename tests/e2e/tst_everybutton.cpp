@@ -231,5 +231,5 @@ void TestEveryButton::everyFileDialogIsAcceptedAndCancelled()
 }
 
 KV_TEST_CORE_MAIN(TestEveryButton)
-#include "tst_everybutton.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_everybutton.moc"

@@ -5,7 +5,6 @@
 #include <QtCore/QProcess>
 #include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
-
 #include <csignal>
 #include <memory>
 
@@ -249,5 +248,5 @@ void TestProgram::chosenFolderIsTakenAndRemembered()
 }
 
 KV_TEST_CORE_MAIN(TestProgram)
-#include "tst_program.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_program.moc"

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "tests/kit/simulatorprocess.h"
 #include "tests/endurance/monkeydice.h"
+#include "tests/kit/simulatorprocess.h"
 
 #include <QtCore/QString>
-
 #include <memory>
 
 /// The simulated transmitter behind the monkey's window: at its control desk stands somebody who

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The monkey at popups and modal dialogs: answered, escaped, closed, or left standing a while.
 #include "tests/endurance/monkey.h"
-
 #include "tests/endurance/monkeyhands.h"
 
 #include <QtWidgets/QDialogButtonBox>

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QtCore/QList>
-
 #include <random>
 
 /// The draws of one action. They follow from the walk's seed and the action's number alone, so that

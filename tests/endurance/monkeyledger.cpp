@@ -2,7 +2,6 @@
 #include "tests/endurance/monkeyledger.h"
 
 #include <QtCore/QFile>
-
 #include <cstdio>
 #include <malloc.h>
 #include <unistd.h>

@@ -3,7 +3,6 @@
 #include "tests/kit/testmain.h"
 
 #include <QtCore/QCommandLineParser>
-
 #include <cstdio>
 
 int main(int argc, char *argv[])

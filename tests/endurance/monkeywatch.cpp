@@ -4,7 +4,6 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QMap>
 #include <QtCore/QStringList>
-
 #include <array>
 #include <chrono>
 #include <csignal>

@@ -3,7 +3,6 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-
 #include <atomic>
 #include <thread>
 

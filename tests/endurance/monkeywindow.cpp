@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The monkey at the main window and the graph.
 #include "tests/endurance/monkey.h"
-
 #include "tests/endurance/monkeyhands.h"
 
 #include <QtGui/QWindow>

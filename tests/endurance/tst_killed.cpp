@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/simulatorprocess.h"
 #include "tests/endurance/storewitness.h"
 #include "tests/endurance/strain.h"
+#include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testmain.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QSettings>
 #include <QtCore/QThread>
-
 #include <algorithm>
 #include <csignal>
 #include <memory>
@@ -329,5 +328,5 @@ void TestKilled::startOnRemains(const QStringList &tables)
 }
 
 KV_TEST_CORE_MAIN(TestKilled)
-#include "tst_killed.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_killed.moc"

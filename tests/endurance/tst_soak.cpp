@@ -8,7 +8,6 @@
 #include <QtCharts/QChartView>
 #include <QtCharts/QLineSeries>
 #include <QtWidgets/QDateTimeEdit>
-
 #include <unistd.h>
 
 namespace {

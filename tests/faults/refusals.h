@@ -6,7 +6,6 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
-
 #include <array>
 #include <csignal>
 #include <fcntl.h>

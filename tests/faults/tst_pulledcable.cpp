@@ -3,7 +3,6 @@
 #include "tests/kit/testmain.h"
 
 #include <QtCore/QEventLoop>
-
 #include <cstdio>
 #include <ctime>
 

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "control/mainwindowcontroller.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "tests/kit/fakemainwindow.h"
 #include "tests/kit/fakeserialporthandler.h"
 #include "tests/kit/fakesettings.h"
 #include "tests/kit/reliabilitytable.h"
 #include "tests/kit/testmain.h"
-
-#include "control/mainwindowcontroller.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QRegularExpression>
-
 #include <cstdio>
 
 namespace {
@@ -142,5 +140,5 @@ void TestTruncatedSettings::cleanupTestCase()
 
 KV_TEST_MAIN(TestTruncatedSettings)
 
-#include "tst_truncatedsettings.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_truncatedsettings.moc"

@@ -3,7 +3,6 @@
 
 #include <QtCore/QThread>
 #include <QtWidgets/QMessageBox>
-
 #include <cstdio>
 
 namespace {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The two CSV files, with names from a database and titles from a device that may hold anything.
 // The controller is the real one; what the file must hold is written down a second time here.
-#include "tests/unit/control/controllerfixture.h"
 #include "tests/fuzz/fuzzing.h"
+#include "tests/unit/control/controllerfixture.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTextCodec>
-
 #include <fuzzer/FuzzedDataProvider.h>
 
 namespace {

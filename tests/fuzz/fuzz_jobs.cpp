@@ -3,8 +3,8 @@
 // how the bytes behind them are cut into chunks, where time-outs strike and whether a queue runs
 // the job.
 #include "serial/serialportqueue.h"
-#include "tests/kit/fakeserialport.h"
 #include "tests/fuzz/fuzzing.h"
+#include "tests/kit/fakeserialport.h"
 #include "tests/unit/serial/jobdialogue.h"
 #include "tests/unit/serial/jobears.h"
 

@@ -10,7 +10,6 @@
 #include <QtCore/QVariant>
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
-
 #include <limits>
 
 namespace {

@@ -5,7 +5,6 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QtCore/QString>
-
 #include <array>
 #include <bitset>
 

@@ -7,7 +7,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
-
 #include <cstdio>
 
 namespace {

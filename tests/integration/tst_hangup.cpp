@@ -3,7 +3,6 @@
 #include "tests/kit/testmain.h"
 
 #include <QtTest/QtTest>
-
 #include <cstdio>
 
 namespace {

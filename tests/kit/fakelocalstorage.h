@@ -3,8 +3,8 @@
 
 #include "storage/localstorage.h"
 
-#include <functional>
 #include <QtCore/QStringList>
+#include <functional>
 
 /// A store that keeps nothing: it records what it is asked, in order, and answers as it was told
 /// to.

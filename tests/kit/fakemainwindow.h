@@ -5,7 +5,6 @@
 
 #include <QtCore/QMetaEnum>
 #include <QtCore/QObject>
-
 #include <functional>
 
 /// A window that writes each call down as one text ("setHealth 98"), answers questions and dialogs

@@ -3,7 +3,6 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>

@@ -47,28 +47,16 @@ public:
     }
 
     /// The path of the port, such as /dev/pts/3.
-    QString port() const
-    {
-        return m_port;
-    }
+    QString port() const { return m_port; }
 
     /// Whether the process runs.
-    bool isRunning() const
-    {
-        return m_process.state() == QProcess::Running;
-    }
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
 
     /// The process's id; 0 when it does not run.
-    qint64 processId() const
-    {
-        return m_process.processId();
-    }
+    qint64 processId() const { return m_process.processId(); }
 
     /// The exit code of a process that has ended by itself.
-    int exitCode() const
-    {
-        return m_process.exitCode();
-    }
+    int exitCode() const { return m_process.exitCode(); }
 
     /// Gives @p line to the control desk and returns the lines of the reply without the closing
     /// "ok". succeeded() tells whether it was one; otherwise error() holds the reason.
@@ -93,16 +81,10 @@ public:
     }
 
     /// Whether the last control() did what was asked.
-    bool succeeded() const
-    {
-        return m_error.isEmpty();
-    }
+    bool succeeded() const { return m_error.isEmpty(); }
 
     /// Why the last control() did not; empty when it did.
-    QByteArray error() const
-    {
-        return m_error;
-    }
+    QByteArray error() const { return m_error; }
 
     /// The device's own value of a setting or variable, in the device's bytes.
     QByteArray setting(const QByteArray &name)
@@ -124,10 +106,7 @@ public:
     }
 
     /// The pairs of the last "show meas" answer, as "NAME=value".
-    QList<QByteArray> measurements()
-    {
-        return control("measurements").value(0).split(';');
-    }
+    QList<QByteArray> measurements() { return control("measurements").value(0).split(';'); }
 
     /// Adds a fault; false when there is no such fault.
     bool fault(const QByteArray &fault)
@@ -137,16 +116,10 @@ public:
     }
 
     /// The line goes dead.
-    void hangUp()
-    {
-        control("hangup");
-    }
+    void hangUp() { control("hangup"); }
 
     /// A new line; port() may be another one then.
-    bool resume()
-    {
-        return takePort(control("resume").value(0));
-    }
+    bool resume() { return takePort(control("resume").value(0)); }
 
     /// Frees the port of a client that was killed.
     bool release()

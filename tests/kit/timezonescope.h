@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <ctime>
 #include <QtCore/QByteArray>
 #include <QtCore/QtGlobal>
+#include <ctime>
 
 /// Eastern Europe, with its summer time, in the form that needs no data of the system's.
 inline constexpr const char *easternEurope = "EET-2EEST,M3.5.0/3,M10.5.0/4";

@@ -6,7 +6,6 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QTextStream>
-
 #include <cstdio>
 
 namespace {

@@ -3,12 +3,12 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 
+#include <QtCore/QTextCodec>
+#include <QtCore/QTimeZone>
 #include <cerrno>
 #include <clocale>
 #include <cstring>
 #include <limits>
-#include <QtCore/QTextCodec>
-#include <QtCore/QTimeZone>
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <QtCore/QTextCodec>
 #include <QtCore/QTextStream>
 #include <QtCore/QTimeZone>
+#include <cmath>
+#include <cstring>
+#include <limits>
 #include <random>
 
 namespace {

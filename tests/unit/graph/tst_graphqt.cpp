@@ -2,10 +2,10 @@
 #include "graph/graphqt.h"
 #include "tests/kit/testmain.h"
 
-#include <limits>
 #include <QtCharts/QLineSeries>
 #include <QtCore/QPointer>
 #include <QtWidgets/QGraphicsScene>
+#include <limits>
 
 using QtCharts::QChart;
 using QtCharts::QDateTimeAxis;

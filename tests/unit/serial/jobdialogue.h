@@ -23,7 +23,6 @@
 #include <QtCore/QByteArrayList>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QVector>
-
 #include <functional>
 
 using JobPointer = QSharedPointer<SerialPortJobInterface>;

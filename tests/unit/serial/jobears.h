@@ -6,7 +6,6 @@
 #include "tests/unit/serial/replysamples.h"
 
 #include <QtCore/QStringList>
-
 #include <functional>
 
 inline QString spoken(const QDateTime &time)

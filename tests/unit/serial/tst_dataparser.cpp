@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
-#include "tests/unit/serial/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
+#include "tests/unit/serial/replysamples.h"
 
 #include <QtTest/QtTest>
-
 #include <functional>
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
-#include "tests/unit/serial/replysamples.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/replysamples.h"
 
 #include <QtTest/QtTest>
 

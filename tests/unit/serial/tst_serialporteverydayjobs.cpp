@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/unit/serial/jobdialoguetest.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
+#include "tests/unit/serial/jobdialoguetest.h"
 
-#include <algorithm>
 #include <QtCore/QTimeZone>
+#include <algorithm>
 
 class TestSerialPortEverydayJobs : public JobDialogueTest
 {

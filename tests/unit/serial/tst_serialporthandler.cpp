@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/unit/serial/handlerfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/handlerfixture.h"
 
 #include <QtCore/QTimeZone>
 #include <QtTest/QtTest>
-
 #include <functional>
 
 namespace {

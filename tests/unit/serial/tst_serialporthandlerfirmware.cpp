@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/unit/serial/handlerfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/handlerfixture.h"
 
 #include <QtTest/QtTest>
 

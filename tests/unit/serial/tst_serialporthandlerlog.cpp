@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/unit/serial/handlerfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/handlerfixture.h"
 
 #include <QtTest/QtTest>
-
 #include <limits>
 
 namespace {

@@ -2,8 +2,8 @@
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
 #include "tests/kit/fakeserialport.h"
-#include "tests/unit/serial/replysamples.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/replysamples.h"
 
 #include <QtTest/QtTest>
 

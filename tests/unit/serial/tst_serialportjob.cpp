@@ -5,7 +5,6 @@
 
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QtTest>
-
 #include <functional>
 
 namespace {

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/unit/serial/jobdialoguetest.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/jobdialoguetest.h"
 
 #include <QtCore/QPointer>
 #include <QtTest/QtTest>
-
 #include <utility>
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/fakeserialport.h"
-#include "tests/unit/serial/queuefixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/queuefixture.h"
 
 class TestSerialPortQueue : public QueueFixture
 {

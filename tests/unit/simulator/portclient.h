@@ -4,7 +4,6 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QString>
-
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>

@@ -120,5 +120,5 @@ private slots:
 
 KV_TEST_CORE_MAIN(TestDeviceModel)
 
-#include "tst_devicemodel.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_devicemodel.moc"

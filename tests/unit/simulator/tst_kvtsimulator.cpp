@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/simulatorprocess.h"
-#include "tests/unit/simulator/portclient.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/simulator/portclient.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
-
 #include <sys/ioctl.h>
 
 namespace {
@@ -362,5 +361,5 @@ private slots:
 
 KV_TEST_CORE_MAIN(TestKvtSimulator)
 
-#include "tst_kvtsimulator.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_kvtsimulator.moc"

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/wire.h"
-#include "tests/unit/simulator/portclient.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/simulator/portclient.h"
 
 #include <QtCore/QSocketNotifier>
 #include <QtTest/QtTest>
-
 #include <functional>
 
 using namespace Simulator;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/unit/storage/sqlitestorefixture.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
+#include "tests/unit/storage/sqlitestorefixture.h"
 
-#include <limits>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTimeZone>
+#include <limits>
 
 Q_DECLARE_METATYPE(MeasurementState)
 

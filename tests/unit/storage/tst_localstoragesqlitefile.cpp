@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/recordingsqldriver.h"
-#include "tests/unit/storage/sqlitestorefixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/storage/sqlitestorefixture.h"
 
-#include <filesystem>
 #include <QtCore/QRegularExpression>
+#include <filesystem>
 
 namespace {
 

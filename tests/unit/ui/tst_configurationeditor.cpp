@@ -8,7 +8,6 @@
 #include <QtTest/QSignalSpy>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>
-
 #include <algorithm>
 
 namespace {

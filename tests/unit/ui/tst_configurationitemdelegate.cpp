@@ -7,7 +7,6 @@
 #include <QtWidgets/QDoubleSpinBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QSpinBox>
-
 #include <limits>
 
 namespace {

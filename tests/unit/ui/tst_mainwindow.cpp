@@ -3,7 +3,6 @@
 #include "tests/kit/timezonescope.h"
 #include "ui/mainwindow.h"
 
-#include <optional>
 #include <QtCore/QMetaMethod>
 #include <QtSerialPort/QSerialPortInfo>
 #include <QtWidgets/QComboBox>
@@ -12,6 +11,7 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTableWidget>
+#include <optional>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 
-#include <functional>
 #include <QtCharts/QChart>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
@@ -17,6 +16,7 @@
 #include <QtWidgets/QProgressBar>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTableWidget>
+#include <functional>
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include "tests/kit/testmain.h"
 #include "tests/unit/ui/measurementgraphfixture.h"
 
-#include <cstdlib>
 #include <QtCore/QPointer>
 #include <QtWidgets/QGraphicsScene>
+#include <cstdlib>
 
 class TestMeasurementGraph : public MeasurementGraphFixture
 {

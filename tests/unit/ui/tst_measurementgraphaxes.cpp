@@ -2,8 +2,8 @@
 #include "tests/kit/testmain.h"
 #include "tests/unit/ui/measurementgraphfixture.h"
 
-#include <limits>
 #include <QtCore/QPointer>
+#include <limits>
 
 class TestMeasurementGraphAxes : public MeasurementGraphFixture
 {

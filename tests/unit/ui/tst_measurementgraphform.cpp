@@ -4,13 +4,13 @@
 #include "tests/kit/testmain.h"
 #include "ui/measurementgraph.h"
 
-#include <limits>
 #include <QtCore/QMetaMethod>
 #include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QDoubleSpinBox>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QListWidget>
 #include <QtWidgets/QPushButton>
+#include <limits>
 
 class TestMeasurementGraphForm : public QObject
 {

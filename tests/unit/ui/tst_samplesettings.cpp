@@ -5,7 +5,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
-
 #include <algorithm>
 
 using namespace SettingsFile;
@@ -157,5 +156,5 @@ void TestSampleSettings::keepsWhatWasCompletedWhereverTheSampleIsCutOff()
 
 KV_TEST_CORE_MAIN(TestSampleSettings)
 
-#include "tst_samplesettings.moc"
 #include "tests/kit/testpaths.h"
+#include "tst_samplesettings.moc"

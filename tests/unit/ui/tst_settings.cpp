@@ -6,7 +6,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
-
 #include <type_traits>
 
 static_assert(!std::is_base_of_v<QObject, Settings>, "the store sends no signals");

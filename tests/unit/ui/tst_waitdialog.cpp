@@ -10,7 +10,6 @@
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QProgressBar>
 #include <QtWidgets/QPushButton>
-
 #include <functional>
 
 Q_DECLARE_METATYPE(std::function<void(WaitDialog &)>)
