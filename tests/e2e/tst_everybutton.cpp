@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>
@@ -231,5 +232,4 @@ void TestEveryButton::everyFileDialogIsAcceptedAndCancelled()
 }
 
 KV_TEST_CORE_MAIN(TestEveryButton)
-#include "tests/kit/testpaths.h"
 #include "tst_everybutton.moc"

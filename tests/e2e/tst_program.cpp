@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/e2e/eyewitness.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QSettings>
@@ -248,5 +249,4 @@ void TestProgram::chosenFolderIsTakenAndRemembered()
 }
 
 KV_TEST_CORE_MAIN(TestProgram)
-#include "tests/kit/testpaths.h"
 #include "tst_program.moc"

@@ -3,6 +3,7 @@
 #include "tests/endurance/strain.h"
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
@@ -328,5 +329,4 @@ void TestKilled::startOnRemains(const QStringList &tables)
 }
 
 KV_TEST_CORE_MAIN(TestKilled)
-#include "tests/kit/testpaths.h"
 #include "tst_killed.moc"

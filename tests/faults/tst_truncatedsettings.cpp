@@ -6,6 +6,7 @@
 #include "tests/kit/fakesettings.h"
 #include "tests/kit/reliabilitytable.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QRegularExpression>
@@ -140,5 +141,4 @@ void TestTruncatedSettings::cleanupTestCase()
 
 KV_TEST_MAIN(TestTruncatedSettings)
 
-#include "tests/kit/testpaths.h"
 #include "tst_truncatedsettings.moc"

@@ -2,6 +2,7 @@
 #include "simulator/devicemeasurements.h"
 #include "simulator/devicemodel.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QXmlStreamReader>
@@ -120,5 +121,4 @@ private slots:
 
 KV_TEST_CORE_MAIN(TestDeviceModel)
 
-#include "tests/kit/testpaths.h"
 #include "tst_devicemodel.moc"

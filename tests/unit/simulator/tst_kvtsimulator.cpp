@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 #include "tests/unit/simulator/portclient.h"
 
 #include <QtCore/QFile>
@@ -361,5 +362,4 @@ private slots:
 
 KV_TEST_CORE_MAIN(TestKvtSimulator)
 
-#include "tests/kit/testpaths.h"
 #include "tst_kvtsimulator.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 #include "tests/unit/ui/settingsfile.h"
 
 #include <QtCore/QFile>
@@ -156,5 +157,4 @@ void TestSampleSettings::keepsWhatWasCompletedWhereverTheSampleIsCutOff()
 
 KV_TEST_CORE_MAIN(TestSampleSettings)
 
-#include "tests/kit/testpaths.h"
 #include "tst_samplesettings.moc"
