@@ -7,7 +7,9 @@
 
 class DemoDevice;
 
-/// Fills a new store at @p path with a day of measurements, one a minute up to now, of the
-/// simulated device: day and night, a gap of an hour, and an hour in which one value was not
-/// available. The store is closed again. False when it can't be written.
+/// Fills a new store at @p path with the readings of the last day, one a minute, that @p device
+/// would have given, and closes it again. The device must run with the simulator's initial seed.
+///
+/// An hour is missing, and in another hour one measurement was not available. False when the store
+/// can't be written.
 bool writeHistory(LocalStorage &storage, const QString &path, DemoDevice &device);

@@ -347,12 +347,12 @@ void TestLookingBack::exportEqualsTheStore_data()
     QTest::addColumn<double>("offset");
     QTest::addColumn<QByteArray>("title");
     QTest::addColumn<QByteArray>("zone");
-    QTest::addRow("as stored") << text("W2") << noFactor << 0.0 << QByteArray("Air pressure")
+    QTest::addRow("as stored") << text("W1") << noFactor << 0.0 << QByteArray("Relative humidity")
                                << QByteArray("UTC");
     QTest::addRow("in another unit")
         << text("W0") << 5.0 / 9.0 << -32.0 << QByteArray("Room temperature") << QByteArray("UTC");
     QTest::addRow("with values that were not available")
-        << text("W1") << noFactor << 0.0 << QByteArray("Relative humidity") << QByteArray("UTC");
+        << text("W2") << noFactor << 0.0 << QByteArray("Air pressure") << QByteArray("UTC");
     QTest::addRow("in another time zone")
         << text("LUX") << noFactor << 0.0 << QByteArray("LUX") << QByteArray("Asia/Kathmandu");
 }
