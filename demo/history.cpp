@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "demo/history.h"
 
+#include "control/measurementreply.h"
 #include "demo/demodevice.h"
 #include "simulator/devicemeasurements.h"
 #include "simulator/deviceoptions.h"
@@ -18,16 +19,16 @@ constexpr int gapEnd = 360;
 constexpr int notAvailableBegin = 1020;
 constexpr int notAvailableEnd = 1080;
 
-/// The values of a reading "A=1.23;B=N", by name: the order in which the tool stores them.
-QMap<QString, MeasurementValue> parseReading(const QByteArray &line)
+/// The reading "A=1.23;B=N" as the tool gets it from the device.
+QMap<QString, QString> parseReading(const QByteArray &line)
 {
-    QMap<QString, MeasurementValue> values;
+    QMap<QString, QString> reply;
     for (const QByteArray &pair : line.split(';')) {
         const int equals = pair.indexOf('=');
-        const QString name = QString::fromLatin1(pair.left(equals));
-        values.insert(name, {name, true, pair.mid(equals + 1).toDouble()});
+        reply.insert(QString::fromLatin1(pair.left(equals)),
+                     QString::fromLatin1(pair.mid(equals + 1)));
     }
-    return values;
+    return reply;
 }
 
 } // namespace
@@ -59,10 +60,13 @@ bool writeHistory(LocalStorage &storage, const QString &path, DemoDevice &device
             continue;
         }
         const QDateTime time = begin.addSecs(secondsPerMinute * minute);
-        auto values = parseReading(measurements.lineAt(time.addSecs(clockOffset), true));
-        // The last by name: a missing value shifts those after it to other columns of an export.
-        values.last().valid = minute < notAvailableBegin || minute >= notAvailableEnd;
-        handler.addMeasurements({MeasurementState::Ready, time}, values.values().toVector());
+        auto reply = parseReading(measurements.lineAt(time.addSecs(clockOffset), true));
+        if (minute >= notAvailableBegin && minute < notAvailableEnd) {
+            // The last by name: a missing value shifts those after it to other columns of an
+            // export.
+            reply.last() = QStringLiteral("N");
+        }
+        handler.addMeasurements({MeasurementState::Ready, time}, measurementValues(reply));
     }
     const bool written = handler.hasDevice() && QSqlDatabase::database().commit();
     storage.close();

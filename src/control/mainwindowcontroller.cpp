@@ -1,15 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "control/mainwindowcontroller.h"
 
+#include "common/devicevariables.h"
+#include "common/measurementtypeutils.h"
+#include "common/utils.h"
+#include "control/graphsettingsstorage.h"
+#include "control/measurementexport.h"
+#include "control/measurementreply.h"
 #include "control/settingskeys.h"
+#include "control/windowconnections.h"
 #include "serial/serialport.h"
 #include "serial/serialporthandlerinterface.h"
 #include "ui/configurationloader.h"
 #include "ui/mainwindowinterface.h"
 #include "ui/settingsinterface.h"
 
+#include <QtCore/QDataStream>
 #include <QtCore/QDebug>
 #include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
 #include <utility>
 
@@ -20,11 +30,6 @@ constexpr int measurementAvailabilityIntervalMs = 300000;
 constexpr int disconnectDelayMs = 100;
 
 const QLatin1String storageFileName("measurements.db");
-
-QString writableFolder(QStandardPaths::StandardLocation location)
-{
-    return QStandardPaths::writableLocation(location);
-}
 
 } // namespace
 
@@ -38,53 +43,17 @@ MainWindowController::MainWindowController(MainWindowInterface *window,
     , m_settings(settings)
     , m_configurationFileName(QStringLiteral("settings.xml"))
     , m_localStorageHandler(localStorage)
+    , m_fileSelection(window, settings)
 {
     m_measurementTimer.setInterval(measurementIntervalMs);
     m_measurementAvailabilityTimer.setInterval(measurementAvailabilityIntervalMs);
-    connectTimers();
-    connectWindow();
-    connectHandler();
-}
-
-void MainWindowController::connectTimers()
-{
     connect(&m_measurementTimer, &QTimer::timeout, this, &MainWindowController::onMeasurementTimer);
     connect(&m_measurementAvailabilityTimer, &QTimer::timeout, this,
             &MainWindowController::onMeasurementAvailabilityTimer);
-}
-
-void MainWindowController::connectWindow()
-{
-    // By name, so that any object with these signals can stand behind the interface.
-    const struct
-    {
-        const char *signal;
-        const char *slot;
-    } connections[] = {
-        {SIGNAL(synchronizeClicked()), SLOT(onSynchronizeClicked())},
-        {SIGNAL(connectClicked(QString)), SLOT(onConnectClicked(QString))},
-        {SIGNAL(valueChanged(QString, QString)), SLOT(onValueChanged(QString, QString))},
-        {SIGNAL(disconnectClicked()), SLOT(onDisconnectClicked())},
-        {SIGNAL(startReadingLogClicked()), SLOT(onStartReadingLogClicked())},
-        {SIGNAL(waitDialogCancelled(WaitDialogReason)),
-         SLOT(onWaitDialogCancelled(WaitDialogReason))},
-        {SIGNAL(eraseLogClicked()), SLOT(onEraseLogClicked())},
-        {SIGNAL(writeToEepromClicked()), SLOT(onWriteToEepromClicked())},
-        {SIGNAL(loadSettingsClicked()), SLOT(onLoadSettingsClicked())},
-        {SIGNAL(exportLocalMeasurementsToCsvClicked()), SLOT(onExportLocalMeasurementsToCsv())},
-        {SIGNAL(pollutantUnitIndexChanged(int)), SLOT(onPollutantUnitIndexChanged(int))},
-        {SIGNAL(temperatureUnitIndexChanged(int)), SLOT(onTemperatureUnitIndexChanged(int))},
-        {SIGNAL(showGraphClicked()), SLOT(onShowGraphClicked())},
-        {SIGNAL(synchronizeClockClicked()), SLOT(onSynchroniceClockClicked())},
-        {SIGNAL(graphDialogClosed()), SLOT(onGraphDialogClosed())},
-        {SIGNAL(updateFirmwareClicked()), SLOT(onUpdateFirmwareClicked())},
-        {SIGNAL(backupEepromClicked()), SLOT(onBackupEepromClicked())},
-        {SIGNAL(restoreEepromFromBackupClicked()), SLOT(onRestoreEepromClicked())},
-    };
-    auto *const window = dynamic_cast<QObject *>(m_window);
-    for (const auto &connection : connections) {
-        connect(window, connection.signal, this, connection.slot);
-    }
+    const auto *const windowObject = dynamic_cast<QObject *>(window);
+    Q_ASSERT_X(windowObject != nullptr, Q_FUNC_INFO, "the window must be a QObject");
+    connectWindowSignals(windowObject, this);
+    connectHandler();
 }
 
 void MainWindowController::connectHandler()
@@ -144,18 +113,13 @@ bool MainWindowController::initializeStorage()
     if (!remembered.isEmpty() && openStorage(remembered, false)) {
         return true;
     }
-    return openDefaultStorage() || askForStorage();
-}
-
-bool MainWindowController::openDefaultStorage()
-{
     for (const auto location : {QStandardPaths::AppDataLocation, QStandardPaths::HomeLocation,
                                 QStandardPaths::AppLocalDataLocation}) {
-        if (openStorage(writableFolder(location), false)) {
+        if (openStorage(QStandardPaths::writableLocation(location), false)) {
             return true;
         }
     }
-    return false;
+    return askForStorage();
 }
 
 bool MainWindowController::askForStorage()
@@ -167,7 +131,8 @@ bool MainWindowController::askForStorage()
             .arg(QStringLiteral("Kv tool")));
     forever {
         const QString folder = m_window->selectDirectory(
-            tr("Choose where to store measurements"), writableFolder(QStandardPaths::HomeLocation));
+            tr("Choose where to store measurements"),
+            QStandardPaths::writableLocation(QStandardPaths::HomeLocation));
         if (folder.isEmpty()) {
             break;
         }
@@ -179,7 +144,7 @@ bool MainWindowController::askForStorage()
         QMessageBox::Critical,
         tr("Unable to write measurements to disk. Unable to write to default location: %1 and no "
            "replacement directory was chosen. Exiting!")
-            .arg(writableFolder(QStandardPaths::AppDataLocation)));
+            .arg(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)));
     return false;
 }
 
@@ -194,13 +159,12 @@ bool MainWindowController::openStorage(const QString &folder, bool report)
     if (report) {
         m_window->showMessageBox(
             QMessageBox::Critical,
+            // Quirk: the word "measures" is part of the message that users and documents know.
             tr("Unable to write measures to %1. Please choose another directory.").arg(folder));
     }
     return false;
 }
 
-// By value, as the signal has it.
-// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onConnectClicked(QString portName)
 {
     if (prepareSerialPort(portName)) {
@@ -214,8 +178,8 @@ bool MainWindowController::prepareSerialPort(const QString &portName)
         qDebug() << "Unable to connect with empty port name";
         return false;
     }
-    // A port's location differs from the name that the transport tells ("/dev/ttyUSB0", "ttyUSB0"),
-    // so that on Linux each connect makes a new transport.
+    // Quirk: a port's location ("/dev/ttyUSB0") differs from the name that the transport reports
+    // ("ttyUSB0"), so on Linux each connect makes a new transport.
     if (portName == m_serialPortHandler->portName()) {
         qDebug() << "Port already opened, trying again to read sw version";
         return true;
@@ -228,31 +192,33 @@ bool MainWindowController::prepareSerialPort(const QString &portName)
 void MainWindowController::onConnected()
 {
     m_synchronizing = true;
-    m_serialPortHandler->setValue(QStringLiteral("debug"), QStringLiteral("0"));
+    m_serialPortHandler->setValue(DeviceVariables::debug, QStringLiteral("0"));
     m_serialPortHandler->readModel();
-    // Kept: the names come from the model in force, before the device has told its own.
+    // Quirk: the order of the first commands is fixed, so the names are those of the model in
+    // force; the device's own model is known later.
     onSynchronizeClicked();
     m_settings->setValue(SettingsKeys::serialPort, m_serialPortHandler->portName());
 }
 
 void MainWindowController::onSynchronizeClicked()
 {
-    const QStringList identityAndState{QStringLiteral("hwver"),      QStringLiteral("swver"),
-                                       QStringLiteral("serial"),     QStringLiteral("model"),
-                                       QStringLiteral("meas_state"), QStringLiteral("health")};
+    const QStringList identityAndState{
+        DeviceVariables::hwVersion,        DeviceVariables::swVersion,
+        DeviceVariables::serialNumber,     DeviceVariables::modelNumber,
+        DeviceVariables::measurementState, DeviceVariables::health};
     m_serialPortHandler->readValues(identityAndState + m_window->configurationNames());
     m_serialPortHandler->readDate();
 }
 
-// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
 {
     switch (type) {
     case SerialPortValueType::ValueDeviceModel:
-        onModelRead(value.toString());
+        applyModel(value.toString());
         break;
     case SerialPortValueType::ValueLogOption:
         if (!value.toBool()) {
+            // Quirk: the log can't be read again until the next connect; there is none to read.
             m_window->closeWaitDialog();
             m_window->showMessageBox(
                 QMessageBox::Warning,
@@ -269,7 +235,7 @@ void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
     }
 }
 
-void MainWindowController::onModelRead(const QString &model)
+void MainWindowController::applyModel(const QString &model)
 {
     qDebug() << "Got model:" << model;
     if (setModel(model)) {
@@ -280,32 +246,30 @@ void MainWindowController::onModelRead(const QString &model)
     qDebug() << "Model not supported, supported models are:" << m_deviceConfigurations.keys();
 }
 
-// By value, as the signal has it.
-// cppcheck-suppress passedByValue // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onDataRead(QString name, QString value)
 {
-    if (name == QLatin1String("hwver")) {
+    if (name == DeviceVariables::hwVersion) {
         m_window->setHwVersion(value);
         m_deviceDetails.hwVersion = value;
-    } else if (name == QLatin1String("swver")) {
+    } else if (name == DeviceVariables::swVersion) {
         m_window->setSwVersion(value);
         m_deviceDetails.swVersion = value;
-    } else if (name == QLatin1String("serial")) {
+    } else if (name == DeviceVariables::serialNumber) {
         m_window->setSerialNumber(value);
         m_deviceDetails.serialNumber = value;
-    } else if (name == QLatin1String("model")) {
+    } else if (name == DeviceVariables::modelNumber) {
         m_window->setModelNumber(value);
         m_deviceDetails.modelNumber = value;
-    } else if (name == QLatin1String("meas_state")) {
-        onMeasurementStateRead(value);
-    } else if (name == QLatin1String("health")) {
-        onHealthRead(value);
+    } else if (name == DeviceVariables::measurementState) {
+        applyMeasurementState(value);
+    } else if (name == DeviceVariables::health) {
+        showHealth(value);
     } else {
         m_window->setConfigurationValue(name, value);
     }
 }
 
-void MainWindowController::onMeasurementStateRead(const QString &value)
+void MainWindowController::applyMeasurementState(const QString &value)
 {
     m_measurementState = measurementStateFromInt(static_cast<unsigned>(value.toInt()));
     if (m_measurementState == MeasurementState::Ready) {
@@ -316,7 +280,7 @@ void MainWindowController::onMeasurementStateRead(const QString &value)
     m_window->setMeasurementState(m_measurementState);
 }
 
-void MainWindowController::onHealthRead(const QString &value)
+void MainWindowController::showHealth(const QString &value)
 {
     constexpr int notAvailable = -1;
     if (value.isEmpty()) {
@@ -347,28 +311,16 @@ void MainWindowController::onMeasurementTimer()
 
 void MainWindowController::onMeasurementAvailabilityTimer()
 {
-    m_serialPortHandler->readValue(QStringLiteral("meas_state"));
+    m_serialPortHandler->readValue(DeviceVariables::measurementState);
     emit measurementAvailabilityPollStarted();
 }
 
-// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onMeasurementsRead(QDateTime timestamp, QMap<QString, QString> values)
 {
-    MeasurementMetadata metadata;
-    metadata.state = m_measurementState;
-    metadata.timestamp = std::move(timestamp);
-
-    QVector<MeasurementValue> measurementValues;
-    measurementValues.reserve(values.size());
-    for (auto pair = values.constBegin(); pair != values.constEnd(); ++pair) {
-        MeasurementValue value;
-        value.name = pair.key();
-        value.valid = pair.value() != QLatin1String("N");
-        value.value = value.valid ? pair.value().toDouble() : 0.0;
-        measurementValues.append(value);
-    }
-    m_window->addMeasurement(metadata, measurementValues);
-    m_localStorageHandler.addMeasurements(metadata, measurementValues);
+    const MeasurementMetadata metadata{m_measurementState, timestamp};
+    const QVector<MeasurementValue> newValues = measurementValues(values);
+    m_window->addMeasurement(metadata, newValues);
+    m_localStorageHandler.addMeasurements(metadata, newValues);
 }
 
 void MainWindowController::onDisconnectClicked()
@@ -377,7 +329,8 @@ void MainWindowController::onDisconnectClicked()
     m_window->setDeviceClockRunning(false);
     m_window->setConnected(false);
     m_deviceDetails.clear();
-    // Kept: the availability timer runs on, until a device that is connected reports to be ready.
+    // Quirk: the availability timer keeps running until a device reports that it is ready, so a
+    // device that is connected later is asked for its state as well.
     QTimer::singleShot(disconnectDelayMs, Qt::CoarseTimer, this,
                        &MainWindowController::onDisconnectTimer);
 }
@@ -388,14 +341,12 @@ void MainWindowController::onDisconnectTimer()
     m_serialPortHandler->disconnectFromDevice();
 }
 
-// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onError(QString reason)
 {
     m_window->showMessageBox(QMessageBox::Critical,
                              tr("Error occurred with serial port communication: %1").arg(reason));
 }
 
-// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void MainWindowController::onActionFinished(SerialPortActionType action, QVariant result)
 {
     switch (action) {
@@ -404,7 +355,7 @@ void MainWindowController::onActionFinished(SerialPortActionType action, QVarian
         m_window->closeWaitDialog();
         break;
     case SerialPortActionType::ActionSetDate:
-        // Setting the clock so saves all settings too.
+        // Quirk: setting the clock also saves all settings, as the clock is kept with them.
         m_serialPortHandler->writeToEeprom();
         m_serialPortHandler->readDate();
         break;
@@ -450,28 +401,22 @@ void MainWindowController::onActionFailed(SerialPortActionType action)
     switch (action) {
     case SerialPortActionType::ActionRebootForFirmware:
         qDebug() << "Failed to reboot device for firmware update";
-        m_window->closeWaitDialog();
-        m_window->showMessageBox(QMessageBox::Warning,
-                                 tr("Unable to reboot device to begin firmware update"));
+        showActionFailure(tr("Unable to reboot device to begin firmware update"));
         break;
     case SerialPortActionType::ActionFirmwareBlockTransmitted:
     case SerialPortActionType::ActionBootloaderEntered:
     case SerialPortActionType::ActionFirmwareTransmitted:
         qDebug() << "Failed to transfer firmware";
-        m_window->closeWaitDialog();
-        m_window->showMessageBox(QMessageBox::Warning,
-                                 tr("Firmware update failed due to unknown reason"));
+        showActionFailure(tr("Firmware update failed due to unknown reason"));
         break;
-    // Kept: these two speak of firmware, though it is the memory that was read or written.
+    // Quirk: the two messages of the EEPROM say "firmware"; their texts are fixed.
     case SerialPortActionType::ActionEepromRead:
     case SerialPortActionType::ActionEepromBlockRead:
-        m_window->closeWaitDialog();
-        m_window->showMessageBox(QMessageBox::Warning, tr("Failed to read device firmware"));
+        showActionFailure(tr("Failed to read device firmware"));
         break;
     case SerialPortActionType::ActionEepromWritten:
     case SerialPortActionType::ActionEepromBlockWritten:
-        m_window->closeWaitDialog();
-        m_window->showMessageBox(QMessageBox::Warning, tr("Failed to write device firmware"));
+        showActionFailure(tr("Failed to write device firmware"));
         break;
     case SerialPortActionType::ActionWriteToEeprom:
     case SerialPortActionType::ActionSetDate:
@@ -479,6 +424,12 @@ void MainWindowController::onActionFailed(SerialPortActionType action)
     case SerialPortActionType::ActionReboot:
         break;
     }
+}
+
+void MainWindowController::showActionFailure(const QString &text)
+{
+    m_window->closeWaitDialog();
+    m_window->showMessageBox(QMessageBox::Warning, text);
 }
 
 void MainWindowController::onWaitDialogCancelled(WaitDialogReason reason)
@@ -501,7 +452,7 @@ void MainWindowController::onWaitDialogCancelled(WaitDialogReason reason)
         m_window->closeWaitDialog();
         m_serialPortHandler->cancelEepromRead();
         break;
-    // The job of these two goes on: only the dialog is cancelled.
+    // Quirk: the device can't be stopped while it writes, so only the dialog is cancelled.
     case WaitDialogReason::WritingToEeprom:
     case WaitDialogReason::SettingDeviceClock:
     case WaitDialogReason::NoReason:
@@ -510,27 +461,261 @@ void MainWindowController::onWaitDialogCancelled(WaitDialogReason reason)
     }
 }
 
-void MainWindowController::setSynchronizing(bool synchronizing)
+void MainWindowController::onValueChanged(QString name, QString newValue)
 {
-    m_synchronizing = synchronizing;
+    if (!m_synchronizing) {
+        m_serialPortHandler->setValue(name, newValue);
+    }
 }
 
-void MainWindowController::stopMeasurementPolling()
+void MainWindowController::onWriteToEepromClicked()
 {
+    if (!m_window->askQuestion(tr("Write data to EEPROM"),
+                               tr("Are you sure you want to write settings to EEPROM?"))) {
+        return;
+    }
+    m_serialPortHandler->writeToEeprom();
+    m_window->showWaitDialog(WaitDialogReason::WritingToEeprom,
+                             tr("Writing data to eeprom, please wait"));
+}
+
+void MainWindowController::onLoadSettingsClicked()
+{
+    // Quirk: there is nothing to load settings from; the button is reserved.
+}
+
+void MainWindowController::onSynchroniceClockClicked()
+{
+    // Quirk: the call returns when the dialog has closed. The same button reads the device again,
+    // and the clock reply of that reading closes the dialog; then the clock is written.
+    m_window->showWaitDialog(WaitDialogReason::SettingDeviceClock,
+                             tr("Setting device clock, please wait"));
+    m_serialPortHandler->setDate(QDateTime::currentDateTimeUtc());
+}
+
+void MainWindowController::onPollutantUnitIndexChanged(int index)
+{
+    m_settings->setValue(SettingsKeys::pollutantUnit, index);
+    m_displayOptions.pollutantInPpm = index == 0;
+    m_window->setDisplayOptions(m_displayOptions);
+}
+
+void MainWindowController::onTemperatureUnitIndexChanged(int index)
+{
+    m_settings->setValue(SettingsKeys::temperatureUnit, index);
+    m_displayOptions.temperatureInCelsius = index == 0;
+    m_window->setDisplayOptions(m_displayOptions);
+}
+
+void MainWindowController::onShowGraphClicked()
+{
+    m_window->showGraph(m_deviceDetails, m_localStorageHandler.localStorage(), m_measurementItems,
+                        m_displayOptions, GraphSettingsStorage::read(*m_settings));
+}
+
+void MainWindowController::onGraphDialogClosed()
+{
+    GraphSettings graph;
+    m_window->graphSettings(graph);
+    GraphSettingsStorage::write(graph, *m_settings);
+}
+
+void MainWindowController::onStartReadingLogClicked()
+{
+    m_window->setReadLogEnabled(false);
+    m_serialPortHandler->readLog();
+    m_window->showProgressWaitDialog(WaitDialogReason::ReadingLog, tr("Reading log, please wait"));
+}
+
+void MainWindowController::onLogReadProgress(int percentage)
+{
+    m_window->setWaitDialogProgress(percentage);
+}
+
+void MainWindowController::onLogRead(QStringList titles, QVector<LogValue> logData)
+{
+    m_window->closeWaitDialog();
+    m_window->setReadLogEnabled(true);
+    if (logData.isEmpty()) {
+        m_window->showMessageBox(QMessageBox::Information, tr("Log is empty"));
+        return;
+    }
+    const QString fileName = m_fileSelection.selectSaveFileName(
+        QStringLiteral("log.csv"), SettingsKeys::logFileName, tr("Select where to save log to"),
+        tr("CSV files (*.csv)"));
+    if (fileName.isEmpty()) {
+        return;
+    }
+    qDebug() << "Saving log to" << fileName;
+    QString error;
+    if (!saveToCsv(fileName, titles, logData, error)) {
+        m_window->showMessageBox(QMessageBox::Critical,
+                                 tr("Unable to save log to file %1: %2").arg(fileName, error));
+    }
+}
+
+void MainWindowController::onEraseLogClicked()
+{
+    if (m_window->askQuestion(tr("Clear log"), tr("Are you sure you want to clear the log?"))) {
+        m_serialPortHandler->eraseLog();
+    }
+}
+
+void MainWindowController::onExportLocalMeasurementsToCsv()
+{
+    ExportSelection selection;
+    if (!m_window->showExportDialog(m_deviceDetails, m_localStorageHandler.localStorage(),
+                                    m_measurementItems, &selection)) {
+        return;
+    }
+    const QVector<StoredMeasurement> measurements =
+        m_localStorageHandler.measurements(selection.from, selection.to, selection.deviceId);
+    if (measurements.isEmpty() || selection.measurementTypes.isEmpty()) {
+        qDebug() << "No measurements found from given time period";
+        m_window->showMessageBox(QMessageBox::Information,
+                                 tr("No measurements found from given time period"));
+        return;
+    }
+    const QList<QString> types = selection.measurementTypes.values();
+    const QSet<QString> chosen(types.cbegin(), types.cend());
+
+    // Quirk: the first measurement names the columns; a value that a later one lacks shifts the
+    // values after it.
+    QStringList titles(tr("Timestamp"));
+    titles += MeasurementExport::valueNames(measurements.first(), chosen);
+    for (QString &title : titles) {
+        title = MeasurementTypeUtils::displayName(title, m_measurementItems);
+    }
+    exportMeasurementsToCsv(
+        titles,
+        MeasurementExport::rows(measurements, chosen, m_displayOptions, m_measurementItems));
+}
+
+void MainWindowController::exportMeasurementsToCsv(const QStringList &titles,
+                                                   const QVector<LogValue> &rows)
+{
+    if (rows.isEmpty()) {
+        qDebug() << "No measurements to save";
+        m_window->showMessageBox(QMessageBox::Information, tr("No measurements to save"));
+        return;
+    }
+    const QString fileName = m_fileSelection.selectSaveFileName(
+        QStringLiteral("measurements.csv"), SettingsKeys::measurementExportFileName,
+        tr("Select where to save measurements to"), tr("CSV files (*.csv)"));
+    if (fileName.isEmpty()) {
+        return;
+    }
+    QString error;
+    if (!saveToCsv(fileName, titles, rows, error)) {
+        const QString message =
+            tr("Unable to save measurements to file %1: %2").arg(fileName, error);
+        qDebug() << message;
+        m_window->showMessageBox(QMessageBox::Critical, message);
+    }
+}
+
+QByteArray MainWindowController::loadFirmwareFile()
+{
+    return m_fileSelection.readFileWithDialog(tr("Select firmware file"),
+                                              SettingsKeys::firmwarePath, QStringLiteral("*.bin"),
+                                              tr("firmware"));
+}
+
+void MainWindowController::onUpdateFirmwareClicked()
+{
+    if (!m_window->askQuestion(tr("Are you sure?"),
+                               tr("Choosing invalid firmware or aborting firmware may render the "
+                                  "device unusable. Are you sure you wish to continue?"))) {
+        return;
+    }
+    const QByteArray firmware = loadFirmwareFile();
+    if (firmware.isEmpty()) {
+        return;
+    }
+    qDebug() << "Updating firmware";
     m_measurementTimer.stop();
+    m_measurementAvailabilityTimer.stop();
+    m_serialPortHandler->clearJobs();
+    if (!prepareFirmwareUpdate()) {
+        return;
+    }
+    m_serialPortHandler->updateFirmware(firmware);
+    showFirmwareWaitDialog();
 }
 
-void MainWindowController::setMeasurementInterval(int interval)
+bool MainWindowController::prepareFirmwareUpdate()
 {
-    m_measurementTimer.setInterval(interval);
+    if (m_serialPortHandler->isConnected()) {
+        m_serialPortHandler->rebootToBootloader();
+        return true;
+    }
+    const QString port = m_window->selectedPort();
+    if (!prepareSerialPort(port)) {
+        qDebug() << "Failed to open serial port" << port;
+        m_window->showMessageBox(QMessageBox::Warning,
+                                 tr("Unable to open serial port: %1").arg(port));
+        return false;
+    }
+    // Quirk: the result is ignored. The update waits for a device in its bootloader and can be
+    // cancelled.
+    m_serialPortHandler->openPort();
+    return true;
 }
 
-void MainWindowController::setMeasurementAvailabilityInterval(int interval)
+void MainWindowController::showFirmwareWaitDialog()
 {
-    m_measurementAvailabilityTimer.setInterval(interval);
+    m_window->showWaitDialog(WaitDialogReason::UpdatingFirmware,
+                             m_serialPortHandler->isConnected()
+                                 ? tr("Please wait while update starts")
+                                 : tr("Please reboot the device manually"));
 }
 
-void MainWindowController::clearDeviceDetails()
+void MainWindowController::onBackupEepromClicked()
 {
-    m_deviceDetails.clear();
+    m_eepromBackupFileName = m_fileSelection.selectSaveFileName(
+        QString(), SettingsKeys::eepromFileName, tr("Select where to write eeprom backup"),
+        QStringLiteral("*.dat"));
+    if (m_eepromBackupFileName.isEmpty()) {
+        return;
+    }
+    m_serialPortHandler->readEeprom();
+    m_window->showProgressWaitDialog(WaitDialogReason::BackingUpEeprom,
+                                     tr("Waiting for eeprom backup to be created from the device"));
+}
+
+void MainWindowController::onEepromBlockReadProgress(int percentage)
+{
+    m_window->setWaitDialogProgress(percentage);
+}
+
+void MainWindowController::saveEepromBackup(const QByteArray &data)
+{
+    QFile file(m_eepromBackupFileName);
+    // Quirk: neither success nor failure is shown; backups are reserved for the maintainers.
+    if (file.open(QIODevice::WriteOnly)) {
+        QDataStream stream(&file);
+        stream << data;
+    }
+}
+
+void MainWindowController::onRestoreEepromClicked()
+{
+    // Quirk: the messages about this file say "firmware" too; their texts are fixed.
+    const QByteArray contents = m_fileSelection.readFileWithDialog(
+        tr("Select eeprom backup file"), SettingsKeys::eepromFileName, QStringLiteral("*.dat"),
+        tr("firmware"));
+    if (contents.isEmpty()) {
+        return;
+    }
+    // Quirk: the file is written as it is, including the length at the beginning of a backup file,
+    // so backup and restore are not inverse operations.
+    m_serialPortHandler->writeEeprom(contents);
+    m_window->showProgressWaitDialog(
+        WaitDialogReason::RestoringEeprom,
+        tr("Waiting for eeprom backup to be written to device from file"));
+}
+
+void MainWindowController::onEepromBlockWriteProgress(int percentage)
+{
+    m_window->setWaitDialogProgress(percentage);
 }

@@ -6,6 +6,7 @@
 #include "common/measurementdisplayoptions.h"
 #include "common/measurementitem.h"
 #include "common/measurementstate.h"
+#include "control/fileselection.h"
 #include "serial/serialporttypes.h"
 #include "storage/localstoragehandler.h"
 #include "ui/deviceconfiguration.h"
@@ -26,18 +27,18 @@ class MainWindowInterface;
 class SerialPortHandlerInterface;
 class SettingsInterface;
 
-/// Decides what every event means: the window reports what the user wants, the handler talks to the
-/// device, the store stores, and all of them meet here alone.
+/// Decides what every event means. The window reports what the user asks for, the handler talks to
+/// the device and the store keeps the measurements; only this class connects them.
 ///
-/// Owns none of its four collaborators; each must outlive it. Wait dialogs, boxes and file dialogs
-/// run a nested event loop, so any slot may run while another one waits for the user.
+/// Owns none of its four collaborators; each must outlive it. Wait dialogs, message boxes and file
+/// dialogs run a nested event loop, so any slot may run while another one waits for the user.
 class MainWindowController : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Connects to the collaborators. The object behind @p window must also be a QObject with the
-    /// signals of MainWindow.
+    /// Connects to the collaborators. The object that implements @p window must also be a QObject
+    /// with the signals of MainWindow.
     MainWindowController(MainWindowInterface *window, SerialPortHandlerInterface *serialPortHandler,
                          SettingsInterface *settings, LocalStorage *localStorage, QObject *parent);
 
@@ -46,23 +47,28 @@ public:
     bool start();
 
     /// While true, value changes from the window are not sent to the device.
-    void setSynchronizing(bool synchronizing);
+    void setSynchronizing(bool synchronizing) { m_synchronizing = synchronizing; }
 
-    /// Stops the poll of the measurements; the look at the state of a device goes on.
-    void stopMeasurementPolling();
+    /// Stops polling measurements; the state of a device that is not ready is still polled.
+    void stopMeasurementPolling() { m_measurementTimer.stop(); }
 
     /// Time between two polls of the measurements, in ms.
-    void setMeasurementInterval(int interval);
+    void setMeasurementInterval(int interval) { m_measurementTimer.setInterval(interval); }
 
-    /// Time between two looks at the state of a device that is not ready, in ms.
-    void setMeasurementAvailabilityInterval(int interval);
+    /// Time between two polls of the state of a device that is not ready, in ms.
+    void setMeasurementAvailabilityInterval(int interval)
+    {
+        m_measurementAvailabilityTimer.setInterval(interval);
+    }
 
-    /// Empties the identity that is kept; what the window shows stays.
-    void clearDeviceDetails();
+    /// Clears the identity of the device; the window keeps showing it.
+    void clearDeviceDetails() { m_deviceDetails.clear(); }
 
 signals:
-    /// A poll has started; the first asks for the state alone, the second for the measurements.
+    /// The state of a device that is not ready has been asked for.
     void measurementAvailabilityPollStarted();
+
+    /// The measurements have been asked for.
     void measurementPollStarted();
 
 private slots:
@@ -101,29 +107,22 @@ private slots:
     void onDisconnectTimer();
 
 private:
-    void connectTimers();
-    void connectWindow();
     void connectHandler();
 
     bool loadConfiguration(const QString &fileName);
     bool setModel(const QString &model);
-    void onModelRead(const QString &model);
-    void onMeasurementStateRead(const QString &value);
-    void onHealthRead(const QString &value);
+    void applyModel(const QString &model);
+    void applyMeasurementState(const QString &value);
+    void showHealth(const QString &value);
+    void showActionFailure(const QString &text);
 
     bool initializeStorage();
-    bool openDefaultStorage();
     bool askForStorage();
     bool openStorage(const QString &folder, bool report);
 
     bool prepareSerialPort(const QString &portName);
 
     void exportMeasurementsToCsv(const QStringList &titles, const QVector<LogValue> &rows);
-    QString selectSaveFileName(const QString &defaultName, const QString &settingsKey,
-                               const QString &caption, const QString &filter);
-
-    QByteArray readFileWithDialog(const QString &caption, const QString &settingsKey,
-                                  const QString &filter, const QString &label);
     QByteArray loadFirmwareFile();
     bool prepareFirmwareUpdate();
     void showFirmwareWaitDialog();
@@ -143,4 +142,5 @@ private:
     MeasurementDisplayOptions m_displayOptions;
     QMap<QString, DeviceConfiguration> m_deviceConfigurations;
     QString m_eepromBackupFileName;
+    FileSelection m_fileSelection;
 };

@@ -97,44 +97,10 @@ struct MetadataRow
     MeasurementState state;
 };
 
-/// Finds the place of an id among rows in ascending order. Values come measurement by measurement,
-/// so the place found last, or the one behind it, is nearly always right.
-class RowFinder
+bool hasSmallerId(const MetadataRow &row, unsigned id)
 {
-public:
-    explicit RowFinder(const QVector<MetadataRow> &rows)
-        : m_rows(rows)
-    {
-    }
-
-    /// The index of the row with @p id, -1 without one.
-    int find(unsigned id)
-    {
-        if (isAt(m_last, id)) {
-            return m_last;
-        }
-        if (isAt(m_last + 1, id)) {
-            return ++m_last;
-        }
-        const auto found =
-            std::lower_bound(m_rows.cbegin(), m_rows.cend(), id,
-                             [](const MetadataRow &row, unsigned key) { return row.id < key; });
-        if (found == m_rows.cend() || found->id != id) {
-            return -1;
-        }
-        m_last = static_cast<int>(found - m_rows.cbegin());
-        return m_last;
-    }
-
-private:
-    bool isAt(int index, unsigned id) const
-    {
-        return index < m_rows.size() && m_rows.at(index).id == id;
-    }
-
-    const QVector<MetadataRow> &m_rows;
-    int m_last = 0;
-};
+    return row.id < id;
+}
 
 qlonglong toStoredTime(const QDateTime &time)
 {
@@ -175,28 +141,29 @@ QVector<MetadataRow> readMetadataRows(QSqlQuery &query)
         rows.append({query.value(1).toLongLong(), query.value(0).toUInt(),
                      measurementStateFromInt(query.value(2).toUInt())});
     }
-    const auto byId = [](const MetadataRow &a, const MetadataRow &b) { return a.id < b.id; };
-    if (!std::is_sorted(rows.cbegin(), rows.cend(), byId)) {
-        std::sort(rows.begin(), rows.end(), byId);
-    }
+    std::sort(rows.begin(), rows.end(),
+              [](const MetadataRow &a, const MetadataRow &b) { return hasSmallerId(a, b.id); });
     return rows;
 }
 
-/// Moves the values of @p query onto the measurements that stand at the indexes of @p rows.
+/// Appends the values of @p query to the measurements whose ids @p rows has at the same indexes.
 void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
                     QVector<StoredMeasurement> &measurements)
 {
-    RowFinder finder(rows);
-    QSet<QString> names;
-    int valueCount = 0; // of the measurement before: most often that of the next one
+    QSet<QString> names; // A year has millions of values: equal names share their characters.
+    int valueCount = 0; // of the measurement before: usually that of the next one as well
+    auto row = rows.cbegin();
     while (query.next()) {
         const unsigned id = query.value(0).toUInt();
-        const int index = finder.find(id);
-        if (index < 0) {
+        // Most values belong to the measurement of the value before.
+        if (row == rows.cend() || row->id != id) {
+            row = std::lower_bound(rows.cbegin(), rows.cend(), id, hasSmallerId);
+        }
+        if (row == rows.cend() || row->id != id) {
             qDebug() << "Metadata" << id << "not found!";
             continue;
         }
-        QVector<MeasurementValue> &values = measurements[index].values;
+        auto &values = measurements[static_cast<int>(row - rows.cbegin())].values;
         if (values.isEmpty()) {
             values.reserve(valueCount);
         }

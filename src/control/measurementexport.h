@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "common/logvalue.h"
+#include "common/measurementdisplayoptions.h"
+#include "common/measurementitem.h"
+#include "storage/storedmeasurement.h"
+
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+/// The columns and rows of an export of stored measurements.
+namespace MeasurementExport {
+
+/// The names of the values of @p measurement that are among @p chosen, in their stored order.
+QStringList valueNames(const StoredMeasurement &measurement, const QSet<QString> &chosen);
+
+/// A row for each measurement: those of its values whose names are among @p chosen, in their stored
+/// order and in the units of @p options. A value that is missing shifts those after it to the left.
+QVector<LogValue> rows(const QVector<StoredMeasurement> &measurements, const QSet<QString> &chosen,
+                       const MeasurementDisplayOptions &options,
+                       const QVector<MeasurementItem> &items);
+
+} // namespace MeasurementExport

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "storage/measurementvalue.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// The values of a device's measurement reply, in the order of their names. The text "N" stands for
+/// a value that is not available, any other text that is no number for 0.
+QVector<MeasurementValue> measurementValues(const QMap<QString, QString> &reply);

@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+class QObject;
+
+/// Connects the signals of the main window to the controller's slots. Both by name, so that any
+/// object with these signals can implement the window.
+void connectWindowSignals(const QObject *window, const QObject *controller);
