@@ -6,11 +6,13 @@
 /// Identity of a device as it reports it. The store knows a device by its serial number alone.
 struct DeviceDetails
 {
-    /// The device's variables "swver", "hwver", "serial" and "model".
+    /// The values of the variables of these names, see DeviceVariables.
+    /// @{
     QString swVersion;
     QString hwVersion;
     QString serialNumber;
     QString modelNumber;
+    /// @}
 
     /// Empties all four texts.
     void clear() { *this = DeviceDetails(); }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/serialportjobconnect.h"
 
+#include "common/devicevariables.h"
 #include "serial/dataparser.h"
 
 SerialPortJobConnect::SerialPortJobConnect(SerialPortInterface *port, QObject *parent)
@@ -10,12 +11,12 @@ SerialPortJobConnect::SerialPortJobConnect(SerialPortInterface *port, QObject *p
 
 void SerialPortJobConnect::sendCommand()
 {
-    write(QStringLiteral("\r\nshow swver\r\n"));
+    write(QStringLiteral("\r\nshow %1\r\n").arg(DeviceVariables::swVersion));
 }
 
 void SerialPortJobConnect::parseData(QString buffer)
 {
-    if (DataParser::parseValue(QStringLiteral("swver"), buffer, m_softwareVersion)) {
+    if (DataParser::parseValue(DeviceVariables::swVersion, buffer, m_softwareVersion)) {
         stop();
         emit finished();
     }
