@@ -13,6 +13,3 @@ struct LogValue
 };
 
 Q_DECLARE_METATYPE(LogValue)
-
-/// Lists of rows travel through signals, so every program that has the type knows it by its name.
-inline const int logValuesMetaType = qRegisterMetaType<QVector<LogValue>>("QVector<LogValue>");

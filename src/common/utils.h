@@ -8,19 +8,18 @@
 #include <QtCore/QVector>
 
 /// Writes @p titles and @p rows to the file @p fileName, replacing an existing one. The first
-/// column is the row's time, local, in ISO form; @p titles must hold its heading. Nothing is
+/// column is the row's time, local, in ISO form; @p titles must contain its heading. Nothing is
 /// quoted, and numbers have six significant digits. False, with the reason in @p error, when the
 /// file cannot be opened; an error while writing is not noticed.
 bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector<LogValue> &rows,
                QString &error);
 
-/// The checksum of the Latin-1 bytes of @p text: see below.
+/// CRC-8 of the bytes, or of the Latin-1 form of @p text: polynomial 0x31 (x^8 + x^5 + x^4 + 1),
+/// most significant bit first, initial value 0, no final XOR. 0 to 255.
+/// @{
 int crc8(const QString &text);
-
-/// CRC-8, polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first, initial value 0, no
-/// final XOR. 0 to 255 for plain ASCII; -1, which equals no received checksum, when a byte is 0x80
-/// or more.
 int crc8(const char *data, unsigned size);
+/// @}
 
 /// Reads the whole of the UTF-8 file @p fileName, up to its first NUL byte, into @p contents.
 /// False, with the reason in @p error, when the file cannot be opened or has no text.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/serialutils.h"
 
+#include "common/logvalue.h"
 #include "serial/serialporttypes.h"
 
 #include <QtCore/QMetaType>
@@ -22,4 +23,5 @@ void registerSerialMetaTypes()
     registerOnce<SerialPortActionType>("SerialPortActionType");
     registerOnce<SerialPortValueType>("SerialPortValueType");
     registerOnce<SerialPortJobType>("SerialPortJobType");
+    registerOnce<QVector<LogValue>>("QVector<LogValue>");
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// Makes the three enumerations of the device link known to Qt's meta-types, unless they are. To be
-/// called before a queued connection carries one of them.
+/// Registers the three enumerations of the device link and the list of log rows as Qt meta-types,
+/// unless they are registered. To be called before a queued connection carries one of them.
 void registerSerialMetaTypes();
