@@ -5,17 +5,16 @@
 
 #include <QtCore/QDate>
 #include <QtCore/QTime>
-#include <algorithm>
-#include <array>
 
 namespace {
 
-// Marks the end of a reply: a new line and, somewhere behind it, the prompt.
+// Marks the end of a reply: a new line and, somewhere after it, the prompt.
 constexpr char promptSuffix[] = "\r\n.*\\$.*";
 
+// What completes a reply.
 enum class Ending {
-    OwnWords, // complete with its own words; what follows is passed over by the next job
-    Prompt // complete once the new prompt has arrived
+    Pattern, // the pattern alone; the rest of the reply arrives during the next job, which skips it
+    Prompt // the pattern followed by the device's next prompt
 };
 
 struct ReplyPattern
@@ -26,24 +25,23 @@ struct ReplyPattern
 };
 
 // The grammar. A dot of the engine matches line ends too, and the whole text has to match; hence
-// the ".*" at the ends. The device's misspelling of "Reseting" is its own.
-constexpr ReplyPattern modelReply = {".*Model: (.*)\r\nSerial:.*", Ending::OwnWords, 1};
+// the ".*" at the ends. Quirk: "Reseting" is how the device spells it.
+constexpr ReplyPattern modelReply = {".*Model: (.*)\r\nSerial:.*", Ending::Pattern, 1};
 constexpr ReplyPattern valueReply = {".*show\\:\\s%1=(.*)", Ending::Prompt, 1};
-constexpr ReplyPattern unknownParameterReply = {".*show: Unknown parameter!.*", Ending::OwnWords,
-                                                0};
+constexpr ReplyPattern unknownParameterReply = {".*show: Unknown parameter!.*", Ending::Pattern, 0};
 constexpr ReplyPattern setValueReply = {".*set\\:\\s.*=(.*)", Ending::Prompt, 1};
 constexpr ReplyPattern measurementsReply = {".*show: meas=\"?([^\"]*)\"?", Ending::Prompt, 1};
 constexpr ReplyPattern dateReply = {".*(\\d+)-(\\d+)-(\\d+)T(\\d+):(\\d+):(\\d+)", Ending::Prompt,
                                     6};
 constexpr ReplyPattern dateUpdatedReply = {
-    ".*Date updated to (\\d+)-(\\d+)-(\\d+)T(\\d+):(\\d+):(\\d+)\r\n.*", Ending::OwnWords, 6};
+    ".*Date updated to (\\d+)-(\\d+)-(\\d+)T(\\d+):(\\d+):(\\d+)\r\n.*", Ending::Pattern, 6};
 constexpr ReplyPattern logCountReply = {".*\\r\\ncount=(\\d+)", Ending::Prompt, 1};
 constexpr ReplyPattern noLogOptionReply = {".*No LOG option installed!", Ending::Prompt, 0};
 constexpr ReplyPattern logErasedReply = {".*Log\\serased\\!", Ending::Prompt, 0};
 constexpr ReplyPattern logTitlesReply = {".*\\$\\s+log --read=0\r\n00000=(.*)#(\\w\\w).*",
-                                         Ending::OwnWords, 2};
+                                         Ending::Pattern, 2};
 constexpr ReplyPattern logValueReply = {".*log\\s--read=%1\r\n(\\d+)=(.*)#(\\w\\w).*",
-                                        Ending::OwnWords, 3};
+                                        Ending::Pattern, 3};
 constexpr ReplyPattern configurationWrittenReply = {
     ".*Writing\\scurrent\\sconfiguration\\sto\\snon-volatile\\smemory\\.\\.\\.\\s\\d+\\sbytes\\s"
     "written!",
@@ -51,21 +49,21 @@ constexpr ReplyPattern configurationWrittenReply = {
 constexpr ReplyPattern factoryResetDoneReply = {
     ".*Loading default configuration\\.\\.\\. OK!\r\n"
     "Write the default configuration to non-volatile memory by using.*command.*",
-    Ending::OwnWords, 0};
+    Ending::Pattern, 0};
 constexpr ReplyPattern eepromBlockReply = {".*eeprom\\s--read_block\\s%1\r\n(.*)\r\nDone\r\n.*",
-                                           Ending::OwnWords, 1};
+                                           Ending::Pattern, 1};
 constexpr ReplyPattern eepromBlockWrittenReply = {".*\r\nPlease input 64 bytes\r\n\r\nDone\r\n.*",
-                                                  Ending::OwnWords, 0};
+                                                  Ending::Pattern, 0};
 constexpr ReplyPattern rebootedReply = {
     ".*Performing selftest...((.|\r\n)*)All tests passed.((.|\r\n)*)Orvanta KVT.*\r\n"
     "Compiled on .*\r\n"
     "Copyright .*",
-    Ending::OwnWords, 0};
-constexpr ReplyPattern resettingReply = {".*Reseting device in 5 seconds.*", Ending::OwnWords, 0};
-constexpr ReplyPattern bootPromptReply = {".*BOOT", Ending::OwnWords, 0};
-constexpr ReplyPattern firmwareBlockAcceptedReply = {"\\*", Ending::OwnWords, 0};
-constexpr ReplyPattern firmwareBlockRejectedReply = {"!", Ending::OwnWords, 0};
-constexpr ReplyPattern firmwareDoneReply = {"\\..*", Ending::OwnWords, 0};
+    Ending::Pattern, 0};
+constexpr ReplyPattern resettingReply = {".*Reseting device in 5 seconds.*", Ending::Pattern, 0};
+constexpr ReplyPattern bootPromptReply = {".*BOOT", Ending::Pattern, 0};
+constexpr ReplyPattern firmwareBlockAcceptedReply = {"\\*", Ending::Pattern, 0};
+constexpr ReplyPattern firmwareBlockRejectedReply = {"!", Ending::Pattern, 0};
+constexpr ReplyPattern firmwareDoneReply = {"\\..*", Ending::Pattern, 0};
 constexpr ReplyPattern showListReply = {".*show\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
 constexpr ReplyPattern setListReply = {".*set\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
 
@@ -112,33 +110,12 @@ bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &it
     return DataParser::parseInt(rx.cap(1), item.index);
 }
 
-// What the patterns of a restart ask for besides anything at all. They are asked of every chunk of
-// a boot text, which may be long, so that it must not take the engine to say that one is missing.
-constexpr std::array<const char *, 5> rebootedWords = {
-    "performing selftest", "all tests passed", "orvanta kvt", "\r\ncompiled on ", "\r\ncopyright "};
-constexpr std::array<const char *, 1> resettingWords = {"reseting device in 5 seconds"};
-
-// As the engine compares: each character by itself, by its lower case.
-bool isLetter(QChar character, QLatin1Char lowerCase)
+// Whether @p text contains @p literal, the last one of a pattern. Much faster than the pattern,
+// which is matched against the whole of a long boot text at each chunk. The literals have no "i":
+// the engine compares lower case and takes U+0130 for one, this function compares folded case.
+bool mayMatch(const QString &text, const char *literal)
 {
-    return character == lowerCase || character.toLower() == lowerCase;
-}
-
-// Whether all of @p words, given in lower case, stand in @p text, one behind the other.
-template <std::size_t count>
-bool holdsWords(const QString &text, const std::array<const char *, count> &words)
-{
-    auto from = text.cbegin();
-    for (const char *letters : words) {
-        const QLatin1String word(letters);
-        from = std::search(from, text.cend(), word.begin(), word.end(),
-                           [](QChar a, char b) { return isLetter(a, QLatin1Char(b)); });
-        if (from == text.cend()) {
-            return false;
-        }
-        from += word.size();
-    }
-    return true;
+    return text.contains(QLatin1String(literal), Qt::CaseInsensitive);
 }
 
 constexpr int hexBase = 16;
@@ -265,7 +242,8 @@ DataParserResult DataParser::parseLogValue(const QString &text, int index, QDate
     if (!matches(text, logValueReply, index, rx) || !intEquals(rx.cap(1), index)) {
         return DataParserResult::NoMatch;
     }
-    // The record comes before the checksum: only a well-formed record can be called a wrong one.
+    // Quirk: the record is judged before the checksum, so a malformed record is an incomplete reply
+    // and times out, and only a well-formed one with a wrong checksum is read again at once.
     unsigned checksum = 0;
     if (!parseLogRecord(rx.cap(2), time, values) || !parseHex(rx.cap(3), checksum)) {
         return DataParserResult::NoMatch;
@@ -311,17 +289,18 @@ bool DataParser::isEepromBlockWritten(const QString &text)
 
 bool DataParser::isRebooted(const QString &text)
 {
-    return holdsWords(text, rebootedWords) && matches(text, rebootedReply);
+    return mayMatch(text, "\r\nCopyr") && matches(text, rebootedReply);
 }
 
 bool DataParser::isResetting(const QString &text)
 {
-    return holdsWords(text, resettingWords) && matches(text, resettingReply);
+    return mayMatch(text, "5 seconds") && matches(text, resettingReply);
 }
 
 bool DataParser::isBootPrompt(const QString &text)
 {
-    return matches(text, bootPromptReply);
+    return text.endsWith(QLatin1String("BOOT"), Qt::CaseInsensitive)
+        && matches(text, bootPromptReply);
 }
 
 bool DataParser::isFirmwareBlockAccepted(const QString &text)
@@ -464,6 +443,5 @@ QStringList DataParser::splitLogFields(const QString &text)
 
 bool DataParser::crcMatches(const QString &text, unsigned expected)
 {
-    // Compared wider than both: the checksum of a text beyond ASCII is -1, and equals nothing.
-    return static_cast<qint64>(crc8(text)) == static_cast<qint64>(expected);
+    return static_cast<unsigned>(crc8(text)) == expected;
 }

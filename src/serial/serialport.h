@@ -8,7 +8,8 @@
 /// A serial port of the machine: 115200 baud, 8 data bits, no parity, one stop bit, no flow
 /// control.
 ///
-/// A port that fails once it is open says nothing: whoever waits for an answer has to time out.
+/// A port that fails once it is open raises no signal: its jobs time out. A slot of dataReady() may
+/// close or delete it.
 class SerialPort : public SerialPortInterface
 {
     Q_OBJECT
@@ -16,6 +17,8 @@ class SerialPort : public SerialPortInterface
 public:
     /// @p portName is a name or a location, as "ttyUSB0" or "/dev/ttyUSB0".
     SerialPort(QString portName, QObject *parent);
+    ~SerialPort() override;
+    Q_DISABLE_COPY(SerialPort)
 
     void write(QString text) override;
     void write(QByteArray data) override;
@@ -29,5 +32,6 @@ private slots:
     void onReadyRead();
 
 private:
-    QSerialPort m_port;
+    QSerialPort *m_port; // owned; outlives an object that is deleted inside dataReady()
+    bool m_isReading = false; // dataReady() is being raised
 };

@@ -18,5 +18,5 @@ protected:
     void parseData(QString buffer) override;
 
 private:
-    QString m_softwareVersion; // nobody asks for it: the answer itself is what counts
+    QString m_softwareVersion; // not used: any value shows that a device answers
 };

@@ -17,43 +17,23 @@ void SerialPortJobReadLogValue::sendCommand()
 
 void SerialPortJobReadLogValue::parseData(QString buffer)
 {
-    if (m_index == 0) {
-        parseTitles(buffer);
-    } else {
-        parseValues(buffer);
-    }
-}
-
-void SerialPortJobReadLogValue::parseTitles(const QString &buffer)
-{
+    const bool isTitleRow = m_index == 0;
     QStringList titles;
-    switch (DataParser::parseLogTitles(buffer, titles)) {
-    case DataParserResult::Matched:
-        stop();
-        emit logTitlesRead(titles);
-        emit finished();
-        break;
-    case DataParserResult::ChecksumMismatch:
-        // The buffer keeps the bad line: the resend is judged together with it.
-        restart();
-        break;
-    case DataParserResult::NoMatch:
-        break;
-    }
-}
-
-void SerialPortJobReadLogValue::parseValues(const QString &buffer)
-{
     QDateTime time;
     QVector<double> values;
-    switch (DataParser::parseLogValue(buffer, m_index, time, values)) {
+    switch (isTitleRow ? DataParser::parseLogTitles(buffer, titles)
+                       : DataParser::parseLogValue(buffer, m_index, time, values)) {
     case DataParserResult::Matched:
         stop();
-        emit logValueRead(m_index, values, time);
+        if (isTitleRow) {
+            emit logTitlesRead(titles);
+        } else {
+            emit logValueRead(m_index, values, time);
+        }
         emit finished();
         break;
     case DataParserResult::ChecksumMismatch:
-        // As for the titles.
+        // Quirk: the buffer keeps the damaged line, so the resent line is judged together with it.
         restart();
         break;
     case DataParserResult::NoMatch:

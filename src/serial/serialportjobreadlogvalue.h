@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QString>
-
 /// Reads one row of the log: logTitlesRead() for row 0, logValueRead() for the others. A row with a
 /// wrong checksum is asked for again at once.
 class SerialPortJobReadLogValue : public SerialPortJob
@@ -19,8 +17,5 @@ protected:
     void parseData(QString buffer) override;
 
 private:
-    void parseTitles(const QString &buffer);
-    void parseValues(const QString &buffer);
-
     int m_index;
 };

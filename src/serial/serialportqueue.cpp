@@ -30,7 +30,6 @@ void SerialPortQueue::setSerialPort(QSharedPointer<SerialPortInterface> port)
 void SerialPortQueue::clear()
 {
     m_queue.clear();
-    m_taken = 0;
     stopCurrentJob();
 }
 
@@ -64,7 +63,7 @@ void SerialPortQueue::addJob(QSharedPointer<SerialPortJobInterface> job)
         startJob(job);
         return;
     }
-    m_queue.append(job);
+    m_queue.enqueue(job);
 }
 
 QSharedPointer<SerialPortInterface> SerialPortQueue::serialPort()
@@ -74,16 +73,15 @@ QSharedPointer<SerialPortInterface> SerialPortQueue::serialPort()
 
 bool SerialPortQueue::hasJob(SerialPortJobType type)
 {
-    return std::any_of(m_queue.cbegin() + m_taken, m_queue.cend(),
+    return std::any_of(m_queue.cbegin(), m_queue.cend(),
                        [type](const auto &job) { return job->type() == type; });
 }
 
 void SerialPortQueue::removeJobs(SerialPortJobType type)
 {
-    const auto removed = std::remove_if(m_queue.begin() + m_taken, m_queue.end(),
+    const auto removed = std::remove_if(m_queue.begin(), m_queue.end(),
                                         [type](const auto &job) { return job->type() == type; });
     m_queue.erase(removed, m_queue.end());
-    dropTaken();
     if (m_current && m_current->type() == type) {
         finishCurrentJob();
     }
@@ -96,7 +94,7 @@ QSharedPointer<SerialPortJobInterface> SerialPortQueue::currentJob()
 
 QVector<QSharedPointer<SerialPortJobInterface>> SerialPortQueue::jobs()
 {
-    return m_queue.mid(m_taken);
+    return m_queue.toVector();
 }
 
 void SerialPortQueue::onJobFinished()
@@ -106,7 +104,7 @@ void SerialPortQueue::onJobFinished()
         return;
     }
     emit jobFinished(job->type());
-    // Otherwise a listener has dropped the job, and what it did instead stands.
+    // Otherwise a slot has removed the job and decided what follows.
     if (m_current == job) {
         finishCurrentJob();
     }
@@ -121,8 +119,8 @@ void SerialPortQueue::onJobTimedOut()
     qDebug() << "void SerialPortQueue::onJobTimedOut()" << displayName(job->type()) << "timed out";
     if (job->canRestart()) {
         qDebug() << "Restarting current job";
-        // A refusal is passed over: the job stays current and stopped, and the queue stands still
-        // without a signal until someone frees it.
+        // Quirk: a refusal is ignored. The job stays current and stopped, and the queue stops
+        // without a signal, since a silent device is noticed by the user, who disconnects.
         job->restart();
         return;
     }
@@ -130,7 +128,6 @@ void SerialPortQueue::onJobTimedOut()
     onJobFailed(job->type());
 }
 
-// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SerialPortQueue::onJobError(QString reason)
 {
     const auto job = reportingJob();
@@ -151,15 +148,14 @@ void SerialPortQueue::onJobFailed(SerialPortJobType type)
         return;
     }
     emit jobFailed(type);
-    // A listener that removes the failed jobs has already started what comes next.
+    // A slot that removes the failed jobs has already started the next one.
     if (m_current == job) {
         stopCurrentJob();
         startNextJob();
     }
 }
 
-// By value: the job lives until its start() returns, whoever lets go of it meanwhile.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
+// By value: the job lives until its start() returns, even if a slot removes it.
 void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 {
     if (!job || (m_current && m_current->isRunning())) {
@@ -175,19 +171,9 @@ void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 void SerialPortQueue::startNextJob()
 {
     if (!m_queue.isEmpty()) {
-        const auto job = std::move(m_queue[m_taken]);
-        ++m_taken;
-        dropTaken();
-        startJob(job);
-    }
-}
-
-void SerialPortQueue::dropTaken()
-{
-    // Not one by one: each time all those that wait would move up.
-    if (2 * m_taken >= m_queue.size()) {
-        m_queue.remove(0, m_taken);
-        m_taken = 0;
+        // Quirk: lost, with a warning, if a slot of allJobsDone() has started another job, since
+        // nothing may interrupt a running job.
+        startJob(m_queue.dequeue());
     }
 }
 
@@ -196,8 +182,8 @@ void SerialPortQueue::stopCurrentJob()
     if (!m_current) {
         return;
     }
-    // Cuts nothing, since the connections run the other way, and is kept so: what a job still has
-    // to say is heard until it is destroyed. It is stop() that makes it fall silent.
+    // Quirk: disconnects nothing, since the connections run the other way. The signals that a job
+    // still raises after stop() are relayed until it is destroyed.
     QObject::disconnect(this, nullptr, m_current.data(), nullptr);
     m_current->stop();
     m_current.clear();
@@ -207,7 +193,7 @@ void SerialPortQueue::finishCurrentJob()
 {
     const SerialPortJobType type = m_current->type();
     stopCurrentJob();
-    // A finished connect has not finished the work: more jobs follow from it.
+    // Quirk: not after a connect job, whose end makes the handler add more jobs.
     if (m_queue.isEmpty() && type != SerialPortJobType::JobConnect) {
         emit allJobsDone();
     }

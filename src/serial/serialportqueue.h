@@ -3,13 +3,14 @@
 
 #include "serial/serialportqueueinterface.h"
 
+#include <QtCore/QQueue>
 #include <QtCore/QVector>
 
 /// Runs the jobs of one device conversation, one at a time and in the order of their arrival.
 ///
 /// Shares the transport and the jobs. A job that times out is sent again until it refuses; the
-/// queue then stands still, without a signal, until it is cleared or closed, gets another transport
-/// or loses that job by removeJobs(). A listener may do any of these inside any signal.
+/// queue then stops, without a signal, until it is cleared or closed, gets another transport or
+/// loses that job by removeJobs(). A slot may do any of these inside any signal of queue or job.
 class SerialPortQueue : public SerialPortQueueInterface
 {
     Q_OBJECT
@@ -30,35 +31,35 @@ public:
     /// May raise allJobsDone(), like the end of a job.
     void removeJobs(SerialPortJobType type) override;
 
-    /// The job under way, or null.
+    /// The current job, or null.
     QSharedPointer<SerialPortJobInterface> currentJob();
 
     /// The waiting jobs, first to run first.
     QVector<QSharedPointer<SerialPortJobInterface>> jobs();
 
 protected slots:
-    /// The current job reports its end, a time-out or a failure.
+    /// The current job has ended, timed out or failed.
+    /// @{
     void onJobFinished();
     void onJobTimedOut();
     void onJobError(QString reason);
     void onJobFailed(SerialPortJobType type);
+    /// @}
 
 private:
     void startJob(QSharedPointer<SerialPortJobInterface> job);
     void startNextJob();
-    void dropTaken();
     void stopCurrentJob();
     void finishCurrentJob();
     void connectJob(SerialPortJobInterface *job);
 
-    // The current job if it is the one that raised the signal now handled, otherwise null. A slot
-    // that is called directly speaks for the current job.
+    // The current job if it raised the signal that is being handled, otherwise null. A slot that is
+    // called directly is about the current job.
     QSharedPointer<SerialPortJobInterface> reportingJob() const;
 
     static QString displayName(SerialPortJobType type);
 
     QSharedPointer<SerialPortInterface> m_port;
-    QVector<QSharedPointer<SerialPortJobInterface>> m_queue;
-    int m_taken = 0; // so many at the front of m_queue have left it, fewer than wait
+    QQueue<QSharedPointer<SerialPortJobInterface>> m_queue;
     QSharedPointer<SerialPortJobInterface> m_current;
 };
