@@ -3,7 +3,8 @@
 
 namespace {
 
-// Kept: single precision, 1.7999999523162842 as a double. What is shown depends on it.
+// Quirk: single precision, 1.7999999523162842 as a double, so that exported values stay comparable
+// with earlier exports.
 constexpr double fahrenheitPerCelsius = static_cast<double>(1.8F);
 constexpr double fahrenheitAtZeroCelsius = 32.0;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// The arithmetic behind a change of unit.
+/// The arithmetic of unit conversions.
 namespace ConversionUtils {
 
 /// @p value times @p factor.

@@ -7,14 +7,14 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// What is known of one measurement of a model.
+/// The description of one measurement of a model.
 struct MeasurementItem
 {
     QString name; ///< the key, as the device's reply spells it
     QString displayName; ///< the text to show
     MeasurementUnit unit = MeasurementUnit::Undefined; ///< the unit in which the device delivers
 
-    /// What is measured; decides the unit to show.
+    /// What is measured; determines the unit to show.
     MeasurementType type = MeasurementType::Undefined;
     double conversionMultiplier = 1.0; ///< factor of a pollutant that is shown in another unit
 };

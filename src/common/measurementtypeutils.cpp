@@ -55,7 +55,8 @@ double MeasurementTypeUtils::convertPollutant(double value, MeasurementUnit unit
     if (!options.pollutantInPpm && unit == MeasurementUnit::MicrogramsPerCubicMetre) {
         return value;
     }
-    // Kept: multiplied in either direction, never divided.
+    // Quirk: multiplied in either direction, never divided: a model gives the factor that its
+    // device needs.
     return ConversionUtils::multiply(value, multiplier);
 }
 
@@ -65,7 +66,7 @@ double MeasurementTypeUtils::convertTemperature(double value, MeasurementUnit un
     if (isInDisplayTemperatureUnit(unit, options)) {
         return value;
     }
-    // Kept: the unit is not looked at again, so one that is no temperature is converted as well.
+    // Quirk: a unit that is no temperature is converted as well, as if it were the other one.
     return options.temperatureInCelsius ? ConversionUtils::fahrenheitToCelsius(value)
                                         : ConversionUtils::celsiusToFahrenheit(value);
 }

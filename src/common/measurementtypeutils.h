@@ -7,12 +7,12 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Answers what a measurement's value is in the unit that the user chose, what that unit is called,
-/// and what the measurement is called.
+/// Converts measurements to the units that the user chose, and gives the names of units and
+/// measurements.
 ///
-/// The items are those of the current model. A name is looked up exactly, from the front, so the
-/// first of several items with one name decides. Nothing here fails: an unknown name keeps its
-/// value and its raw name and has no unit.
+/// The items are those of the current model. A name is compared exactly; the first of several items
+/// with the same name is used. The value and the name of an unknown measurement are returned
+/// unchanged, and it has no unit.
 class MeasurementTypeUtils
 {
 public:
@@ -31,13 +31,13 @@ public:
     static double convertToDisplayUnit(double value, MeasurementType type, MeasurementUnit unit,
                                        double multiplier, const MeasurementDisplayOptions &options);
 
-    /// @p value times @p multiplier unless @p unit is the chosen unit already. The one factor
-    /// serves every direction: a model gives it for the one that its device needs.
+    /// @p value times @p multiplier unless @p unit is the chosen unit already. There is one
+    /// factor for both directions: a model gives the one that its device needs.
     static double convertPollutant(double value, MeasurementUnit unit, double multiplier,
                                    const MeasurementDisplayOptions &options);
 
-    /// @p value in the chosen temperature unit. A @p unit that is no temperature is taken for the
-    /// one that was not chosen.
+    /// @p value in the chosen temperature unit. A @p unit that is no temperature is treated
+    /// as the one that was not chosen.
     static double convertTemperature(double value, MeasurementUnit unit,
                                      const MeasurementDisplayOptions &options);
 
@@ -61,7 +61,7 @@ public:
     static QString displayUnitText(const QString &name, const QVector<MeasurementItem> &items,
                                    const MeasurementDisplayOptions &options);
 
-    /// displayUnitText() in brackets, to stand behind a name; empty when there is no text.
+    /// displayUnitText() in brackets, to follow a name; empty when there is no text.
     static QString displayUnitCaption(const QString &name, const QVector<MeasurementItem> &items,
                                       const MeasurementDisplayOptions &options);
 

@@ -9,9 +9,9 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-/// What a log line turned out to be.
+/// The result of parsing a log line.
 enum class DataParserResult {
-    Matched = 0, ///< complete and sound
+    Matched = 0, ///< complete and correct
     NoMatch = 1, ///< not a complete reply yet, or its parts do not parse
     ChecksumMismatch = 2 ///< complete, but the checksum is wrong
 };
@@ -19,22 +19,23 @@ enum class DataParserResult {
 /// One entry of a list variable.
 struct ListItem
 {
-    /// The text, and its place in the list, from 0 up.
     QString value;
-    int index = 0;
+    int index = 0; ///< the number in the variable's name, as in "list3"
 };
 
-/// The replies of the device's console.
+/// Recognises the replies of the device's console.
 ///
-/// Each function is given all the text that a job has received so far and says whether it is the
-/// complete reply of one command; stale text may stand in front. Case does not matter. On false
-/// (NoMatch, ChecksumMismatch) the out-parameters are unspecified, unless told otherwise.
+/// Each function is given all the text that a job has received so far and returns whether it is the
+/// complete reply to one command; older text may precede it. Case does not matter. On false
+/// (NoMatch, ChecksumMismatch) the out-parameters are unspecified, unless stated otherwise.
 class DataParser
 {
 public:
-    /// The six letters that the console knows, to and from their places in code page 437.
+    /// Converts the six letters ä, ö, å, Ä, Ö, Å to and from their codes in code page 437.
+    /// @{
     static QString toDeviceText(const QString &text);
     static QString fromDeviceText(const QString &text);
+    /// @}
 
     /// The name of the model.
     static bool parseModel(const QString &text, QString &model);
@@ -51,26 +52,32 @@ public:
     /// The measurement line as raw name and raw value; empty when a pair is malformed.
     static bool parseMeasurements(const QString &text, QMap<QString, QString> &values);
 
-    /// The device's clock, in UTC; true with an invalid @p date when the numbers make no date.
+    /// The device's clock, in UTC; true with an invalid @p date for numbers that are no date.
+    /// @{
     static bool parseDate(const QString &text, QDateTime &date);
     static bool parseDateUpdated(const QString &text, QDateTime &date);
+    /// @}
 
     /// The number of rows in the log.
     static bool parseLogCount(const QString &text, int &count);
 
-    /// Whether the device has no log; whether it has emptied its log.
+    /// Whether the device has no log.
     static bool isNoLogOption(const QString &text);
+
+    /// Whether the device has erased its log.
     static bool isLogErased(const QString &text);
 
     /// Row 0 of the log: the titles of its columns.
     static DataParserResult parseLogTitles(const QString &text, QStringList &titles);
 
-    /// Row @p index of the log, from 1 up; @p time is labelled UTC. A malformed record is NoMatch.
+    /// Row @p index of the log, 1 or more; @p time is in UTC. A malformed record is NoMatch.
     static DataParserResult parseLogValue(const QString &text, int index, QDateTime &time,
                                           QVector<double> &values);
 
-    /// Whether the device has stored its settings; whether it has taken its factory settings.
+    /// Whether the device has stored its settings.
     static bool isConfigurationWritten(const QString &text);
+
+    /// Whether the device has loaded its factory settings.
     static bool isFactoryResetDone(const QString &text);
 
     /// Appends the bytes of block @p index to @p data. An odd last digit is ignored and the length
@@ -83,49 +90,57 @@ public:
     /// The whole boot text, from the self test to the banner's last line.
     static bool isRebooted(const QString &text);
 
-    /// Whether the device announces a reset; whether its bootloader asks.
+    /// Whether the device announces a reset.
     static bool isResetting(const QString &text);
+
+    /// Whether the text ends with the bootloader's prompt.
     static bool isBootPrompt(const QString &text);
 
     /// The bootloader's answers to a block, and to the last one.
+    /// @{
     static bool isFirmwareBlockAccepted(const QString &text);
     static bool isFirmwareBlockRejected(const QString &text);
     static bool isFirmwareDone(const QString &text);
+    /// @}
 
     /// One entry of a list variable, shown or set.
+    /// @{
     static bool parseShowList(const QString &text, ListItem &item);
     static bool parseSetList(const QString &text, ListItem &item);
+    /// @}
 
-    /// The one matcher: @p pattern has to match the whole of @p text. Leaves the captures in @p rx
-    /// and requires the pattern to declare at least @p minCaptures of them.
+    /// Matches the whole of @p text against @p pattern, which must have at least @p minCaptures
+    /// captures; they are in @p rx afterwards. All replies are matched by this function.
     static bool matchReply(const QString &text, const QString &pattern, int minCaptures,
                            QRegExp &rx);
 
     /// Adds the pairs of "a=1;b=2" to @p values; false and an empty map on a part without "=".
     static bool parseMeasurementPairs(const QString &text, QMap<QString, QString> &values);
 
-    /// Captures 1 to 6 are year, month, day, hour, minute, second. False only when one is no
-    /// number: a date or time that does not exist comes out invalid.
+    /// Captures 1 to 6 are year, month, day, hour, minute, second. False only when one is not a
+    /// number: a date or time that does not exist gives true and is invalid.
+    /// @{
     static bool dateTimeFromCaptures(const QRegExp &rx, QDateTime &date);
     static bool timeFromCaptures(const QRegExp &rx, QTime &time);
     static bool dateFromCaptures(const QRegExp &rx, QDate &date);
+    /// @}
 
-    /// A decimal number; false for anything else. Whether @p text is such a number and equals @p
-    /// value.
+    /// A decimal number; false for anything else.
     static bool parseInt(const QString &text, int &out);
+
+    /// Whether @p text is a decimal number equal to @p value.
     static bool intEquals(const QString &text, int value);
 
-    /// False for an empty text.
+    /// A hexadecimal number; false for anything else.
     static bool parseHex(const QString &text, unsigned &out);
 
-    /// Splits "timestamp,number,..."; false and no values on a field that is no number. A bad
-    /// timestamp gives an invalid @p time and no failure.
+    /// Splits "timestamp,number,..."; false and no values for a field that is not a number. A
+    /// malformed timestamp gives true and an invalid @p time.
     static bool parseLogRecord(const QString &text, QDateTime &time, QVector<double> &values);
 
     /// The parts between the commas.
     static QStringList splitLogFields(const QString &text);
 
-    /// Whether @p expected is the CRC-8 (polynomial 0x31, most significant bit first, initial value
-    /// 0, no final XOR) of @p text in Latin-1. False for a text with a byte of 0x80 or more.
+    /// Whether @p expected is the crc8() of @p text.
     static bool crcMatches(const QString &text, unsigned expected);
 };

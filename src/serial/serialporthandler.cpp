@@ -30,13 +30,14 @@ constexpr int noLogRead = -1;
 
 constexpr int eepromBlockSize = 64; // bytes
 constexpr int eepromLastByte = 65534;
-constexpr int eepromImageSize = 65535; // bytes; one less than the blocks hold: kept
+// Quirk: one byte less than the blocks contain. A backup file has this size.
+constexpr int eepromImageSize = 65535;
 constexpr double eepromLastBlock = 1023.0;
 
 constexpr unsigned firmwareBlockSize = 16; // bytes
 
-// Cuts towards zero. What no int can hold has no meaning as a percentage, and comes out as 0.
-int cutToInt(double value)
+// Truncates. 0 for what no int can represent, which is no meaningful percentage.
+int truncateToInt(double value)
 {
     constexpr double lowest = std::numeric_limits<int>::min();
     constexpr double highest = std::numeric_limits<int>::max();
@@ -96,7 +97,7 @@ void SerialPortHandler::connectQueue()
     connect(queue, &Queue::jobFinished, this, &Handler::onJobFinished, Qt::QueuedConnection);
     connect(queue, &Queue::logValueRead, this, &Handler::onLogValueRead, Qt::QueuedConnection);
     connect(queue, &Queue::logTitlesRead, this, &Handler::onLogTitlesRead, Qt::QueuedConnection);
-    // The second of its kind, kept: each error of the queue is told twice.
+    // Quirk: connected twice, so each error of the queue is reported twice.
     connect(queue, &Queue::error, this, &Handler::error, Qt::QueuedConnection);
     connect(queue, &Queue::actionFinished, this, &Handler::actionFinished, Qt::QueuedConnection);
     connect(queue, &Queue::valueRead, this, &Handler::onValueRead, Qt::QueuedConnection);
@@ -174,7 +175,7 @@ QString SerialPortHandler::portName()
 
 void SerialPortHandler::readLog()
 {
-    // A count of 0 doesn't count as reading.
+    // Quirk: the log of 0 entries is not refused while it is read.
     if (m_logCount >= 1) {
         qDebug() << "Already reading log";
         return;
@@ -298,7 +299,6 @@ void SerialPortHandler::connectToDevice()
     }
 }
 
-// By value, as the signal has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SerialPortHandler::onValueRead(SerialPortValueType type, QVariant value)
 {
     switch (type) {
@@ -372,8 +372,8 @@ void SerialPortHandler::onJobFailed(SerialPortJobType type)
 
 void SerialPortHandler::onEepromBlockRead(quint16 blockIndex, QByteArray data)
 {
-    // The offset is the block's number, not its address: a later block overwrites all but the first
-    // byte of the one before. Kept.
+    // Quirk: the offset is the block's number, not its address, so a block overwrites all but the
+    // first byte of the one before. Existing backup files have this form.
     quint16 offset = blockIndex;
     for (const char byte : qAsConst(data)) {
         if (offset >= m_eepromData.size()) {
@@ -382,7 +382,7 @@ void SerialPortHandler::onEepromBlockRead(quint16 blockIndex, QByteArray data)
         m_eepromData.data()[offset] = byte;
         ++offset;
     }
-    // The job that reports is the current one: only those that wait are asked for.
+    // hasJob() does not count the current job, which has reported this block.
     if (!m_queue->hasJob(SerialPortJobType::JobReadEepromBlock)) {
         emit actionFinished(SerialPortActionType::ActionEepromRead, m_eepromData);
     }
@@ -400,7 +400,7 @@ void SerialPortHandler::onLogCountRead(int count)
 {
     m_logCount = count;
     qDebug() << "Log has" << count << "entries, reading them";
-    // Row 0 holds the titles, so there is one job more than there are entries.
+    // Row 0 contains the titles, so there is one job more than there are entries.
     for (int index = 0; index <= count; ++index) {
         addJobIfConnected<SerialPortJobReadLogValue>(index);
     }
@@ -414,7 +414,7 @@ void SerialPortHandler::checkIfLogRead()
         return;
     }
     if (m_logTitles.isEmpty()) {
-        // The words stand as they are: whoever searches for them finds them.
+        // Quirk: the spelling is part of the line, which support staff search for.
         qDebug() << "Got all log values, but log titles are msising";
         return;
     }
@@ -430,10 +430,11 @@ void SerialPortHandler::resetLogData()
     m_logCount = noLogRead;
 }
 
-int SerialPortHandler::logReadPercentage()
+int SerialPortHandler::logReadPercentage() const
 {
-    // The row before the last shows 100, on purpose. Of a single row there is none: 0 by 0.
-    return cutToInt(m_logValues.size() / (static_cast<double>(m_logCount) - 1) * 100);
+    // Quirk: the last row but one shows 100, since no progress is reported after it. With a single
+    // row this is 0 / 0, hence truncateToInt().
+    return truncateToInt(m_logValues.size() / (static_cast<double>(m_logCount) - 1) * 100);
 }
 
 int SerialPortHandler::eepromPercentage(int blockIndex)

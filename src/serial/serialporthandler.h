@@ -15,16 +15,16 @@
 
 /// Turns each request into jobs for the queue, and what the queue reports into its own signals.
 ///
-/// Shares the queue; a transport has to be set before anything is asked. Most reports arrive by the
-/// event loop, out of the call stack of the job that made them, so a listener may add jobs or clear
-/// the queue. Failed jobs, and blocks of the EEPROM, are heard at once, so that a cancel takes
+/// Shares the queue; a transport has to be set before the first request. Most signals of the queue
+/// are received by queued connections, out of the call stack of the job, so a slot may add jobs or
+/// clear the queue. Failed jobs and EEPROM blocks are received at once, so that a cancel takes
 /// effect before the next job starts.
 class SerialPortHandler : public SerialPortHandlerInterface
 {
     Q_OBJECT
 
 public:
-    /// Listens to @p queue, which must not be null.
+    /// Connects to @p queue, which must not be null.
     SerialPortHandler(QSharedPointer<SerialPortQueueInterface> queue, QObject *parent);
 
     /// Clears the queue and closes the port.
@@ -32,7 +32,7 @@ public:
 
     void setSerialPort(QSharedPointer<SerialPortInterface> port) override;
 
-    /// Warns when there was no device yet or @p name is empty.
+    /// Logs a warning when no device has been connected yet or @p name is empty.
     void readValue(const QString &name) override;
     void readValues(const QStringList &names) override;
     void readMeasurements() override;
@@ -43,12 +43,12 @@ public:
     void disconnectFromDevice() override;
     QString portName() override;
 
-    /// Asks for the number of log entries, then for the titles and each entry; logRead brings all
-    /// of them at once. Refused while entries are being read.
+    /// Reads the number of log entries, then the titles and each entry; logRead() carries all of
+    /// them. Ignored while entries are being read.
     void readLog() override;
     void writeToEeprom() override;
 
-    /// Clears the whole queue and forgets the rows so far.
+    /// Clears the whole queue and discards the rows read so far.
     void cancelLogRead() override;
     void eraseLog() override;
     void setDate(const QDateTime &date) override;
@@ -60,19 +60,21 @@ public:
     void reboot() override;
     void rebootToBootloader() override;
 
-    /// Works without a connected device: the first job waits for a bootloader. The bytes of
-    /// @p firmware go out as they are, in blocks of 16; the last one may be shorter.
+    /// Needs no connected device: the first job waits for a bootloader. The bytes of @p firmware
+    /// are sent unchanged, in blocks of 16; the last one may be shorter.
     void updateFirmware(const QByteArray &firmware) override;
     void cancelFirmwareUpdate() override;
 
-    /// What has been read or written already stays so.
+    /// Blocks that have been read or written already stay so.
+    /// @{
     void cancelEepromRead() override;
     void cancelEepromWrite() override;
+    /// @}
 
-    /// Reads all 1024 blocks; ActionEepromRead brings the image.
+    /// Reads all 1024 blocks; ActionEepromRead carries the image of 65535 bytes or more.
     void readEeprom() override;
 
-    /// Beyond the end of @p data the blocks are short or empty; they are written all the same.
+    /// Blocks beyond the end of @p data are short or empty, and are written all the same.
     void writeEeprom(const QByteArray &data) override;
 
 public slots:
@@ -99,12 +101,11 @@ private:
     void onLogCountRead(int count);
     void checkIfLogRead();
     void resetLogData();
-    int logReadPercentage();
-    int eepromPercentage(int blockIndex);
-    double firmwarePercentage(unsigned offset, unsigned blockSize, unsigned total);
+    int logReadPercentage() const;
+    static int eepromPercentage(int blockIndex);
+    static double firmwarePercentage(unsigned offset, unsigned blockSize, unsigned total);
 
-    // Stays true after a disconnect, on purpose.
-    bool m_connected = false;
+    bool m_connected = false; // Quirk: stays true after a disconnect, see isConnected()
     QSharedPointer<SerialPortQueueInterface> m_queue;
     QStringList m_logTitles;
     QVector<LogValue> m_logValues;

@@ -15,8 +15,8 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
-/// The operations that a device offers. Each request is queued and answered by signal; what needs a
-/// device that was never connected is dropped.
+/// The operations that a device offers. Each request is queued and answered by signal. A request
+/// that needs a device is ignored until the first device has been connected.
 class SerialPortHandlerInterface : public QObject
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     /// Drops all jobs and takes @p port in place of the present one, which is closed.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
 
-    /// Reads the device's variable @p name; an empty name is refused.
+    /// Reads the device's variable @p name; an empty name is ignored.
     virtual void readValue(const QString &name) = 0;
 
     /// Reads each of the variables, see readValue().
@@ -39,12 +39,14 @@ public:
     /// Reads all measurements once: measurementsRead().
     virtual void readMeasurements() = 0;
 
-    /// Sets the device's variable @p name; an empty name is refused.
+    /// Sets the device's variable @p name; an empty name is ignored.
     virtual void setValue(const QString &name, const QString &value) = 0;
 
-    /// Sets each "name=value" of a list, or of the lines of a text; others are passed over.
+    /// Sets each "name=value" of a list, or of the lines of a text; others are ignored.
+    /// @{
     virtual void setValues(const QStringList &keyValuePairs) = 0;
     virtual void setValues(const QString &text) = 0;
+    /// @}
 
     /// Drops all jobs, the current one included.
     virtual void clearJobs() = 0;
@@ -55,48 +57,54 @@ public:
     /// Name of the present port; empty without one.
     virtual QString portName() = 0;
 
-    /// Reads the whole log: logReadProgress() as it goes, logRead() at the end.
+    /// Reads the whole log: logReadProgress() for each row, logRead() at the end.
     virtual void readLog() = 0;
 
-    /// Has the device store its settings for good: ActionWriteToEeprom.
+    /// Stores the settings in the device's non-volatile memory: ActionWriteToEeprom.
     virtual void writeToEeprom() = 0;
 
     /// Ends the reading of the log without logRead().
     virtual void cancelLogRead() = 0;
 
-    /// Has the device empty its log: ActionEraseLog.
+    /// Erases the device's log: ActionEraseLog.
     virtual void eraseLog() = 0;
 
     /// Sets the device's clock, in UTC: ActionSetDate.
     virtual void setDate(const QDateTime &date) = 0;
 
     /// Reads the clock or the model: valueRead().
+    /// @{
     virtual void readDate() = 0;
     virtual void readModel() = 0;
+    /// @}
 
     /// Opens the port if it is not open. On failure raises error and returns false.
     virtual bool openPort() = 0;
 
-    /// Whether a device has answered since the start; never falls back.
+    /// Whether a device has answered since the start. Stays true after a disconnect.
     virtual bool isConnected() = 0;
 
-    /// Has the device take its factory settings.
+    /// Loads the device's factory settings.
     virtual void factoryReset() = 0;
 
     /// Restarts the device, into its firmware (ActionReboot) or its bootloader
     /// (ActionRebootForFirmware).
+    /// @{
     virtual void reboot() = 0;
     virtual void rebootToBootloader() = 0;
+    /// @}
 
     /// Queues the whole transfer of @p firmware, which waits for the bootloader first.
     virtual void updateFirmware(const QByteArray &firmware) = 0;
 
-    /// Drops the wait for the bootloader and all blocks, the one under way included.
+    /// Removes the wait for the bootloader and all blocks, including the current one.
     virtual void cancelFirmwareUpdate() = 0;
 
-    /// Drops the blocks left to be read or written, the one under way included.
+    /// Removes the blocks left to be read or written, including the current one.
+    /// @{
     virtual void cancelEepromRead() = 0;
     virtual void cancelEepromWrite() = 0;
+    /// @}
 
     /// Queues the reading of all 1024 blocks of 64 bytes: ActionEepromRead.
     virtual void readEeprom() = 0;
@@ -105,19 +113,21 @@ public:
     virtual void writeEeprom(const QByteArray &data) = 0;
 
 public slots:
-    /// Opens the port and asks for a first answer; connected() tells of it.
+    /// Opens the port and sends a first command; connected() follows its answer.
     virtual void connectToDevice() = 0;
 
 signals:
-    /// Something failed; @p reason is meant for the user.
+    /// A job failed or the port could not be opened; @p reason is a text for the user.
     void error(QString reason);
 
     /// The device has given its first answer.
     void connected();
 
-    /// The device's variable @p name has this @p value now; null when the device does not know it.
+    /// The device's variable @p name has this @p value; null when the device does not know it.
+    /// @{
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
+    /// @}
 
     /// One reply of measurements, raw name to raw value, and when it came, in UTC.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
@@ -125,16 +135,18 @@ signals:
     /// The whole log.
     void logRead(QStringList titles, QVector<LogValue> logData);
 
-    /// How much of the log is there.
+    /// How much of the log has been read. Meaningless for a log of one row.
     void logReadProgress(int percentage);
 
-    /// Nothing is under way and nothing waits.
+    /// The last job has ended.
     void allJobsDone();
 
-    /// An action has moved on or failed; SerialPortActionType tells what @p result is.
+    /// An action has made progress or failed; SerialPortActionType says what @p result is.
+    /// @{
     void actionFinished(SerialPortActionType action, QVariant result);
     void actionFailed(SerialPortActionType action);
+    /// @}
 
-    /// A value was read; SerialPortValueType tells what it is.
+    /// A value was read; SerialPortValueType says which.
     void valueRead(SerialPortValueType type, QVariant value);
 };

@@ -19,7 +19,7 @@ public:
     /// Sends text, in the device's character set.
     virtual void write(QString text) = 0;
 
-    /// Sends bytes as they are.
+    /// Sends bytes unchanged.
     virtual void write(QByteArray data) = 0;
 
     /// Opens the port. On failure raises error and returns false.
@@ -28,10 +28,10 @@ public:
     /// Closes the port.
     virtual void close() = 0;
 
-    /// Passes on to the system what it takes of the waiting bytes, without waiting for more.
+    /// Hands as many of the buffered bytes to the system as it accepts.
     virtual void flush() = 0;
 
-    /// The name that the port was made with, as the system tells it.
+    /// The name of the port, without its folder.
     virtual QString portName() = 0;
 
     /// Whether the port is open.

@@ -28,7 +28,7 @@ SerialPortJob::~SerialPortJob()
 
 void SerialPortJob::start()
 {
-    // A listener may drop the job in the middle of this call; so too in the others that do this.
+    // A slot may release the job during this call. The same in the other functions that do this.
     const auto keepAlive = sharedFromThis();
 
     if (m_port) {
@@ -97,7 +97,7 @@ void SerialPortJob::dataReady(QString data)
     if (!m_running) {
         return;
     }
-    // The timer goes on: a device that talks without end is no better than a silent one.
+    // Quirk: the timer is not restarted, so a device that sends text without end times out.
     m_buffer.append(data);
     parseData(m_buffer);
 }

@@ -8,13 +8,13 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QTimer>
 
-/// The course that every exchange with the device takes: send, gather what arrives until it makes a
-/// reply, report.
+/// Base of every exchange with the device: sends the command, collects the received text until it
+/// is a reply, and reports by signal.
 ///
-/// Does not own the port, and touches it no more once it has gone; without one nothing is sent. Of
-/// what a shared pointer holds, a listener may drop the last one inside any signal: the job stays
-/// alive until the outermost call into it returns. After finished(), failed(), error() or
-/// timedOut() a job class touches none of its members.
+/// Does not own the port; without one, or after its deletion, nothing is sent. If the job is held
+/// by shared pointers, a slot may release the last one inside any signal: the job stays alive until
+/// the outermost call into it returns. After finished(), failed(), error() or timedOut() a job
+/// class accesses none of its members.
 class SerialPortJob : public SerialPortJobInterface,
                       public QEnableSharedFromThis<SerialPortJobInterface>
 {
@@ -29,18 +29,18 @@ public:
     void start() override;
     void stop() override;
 
-    /// The fifth call refuses: a job goes out at most five times, whatever the causes.
+    /// False from the fifth call on: a job is sent at most five times, whatever the reasons.
     bool restart() override;
     SerialPortJobType type() override;
     void setTimeout(int ms) override;
     int timeout() override;
     bool isRunning() override;
 
-    /// True, unless a job class says otherwise.
+    /// True, unless a job class overrides it.
     bool canRestart() override;
 
 protected slots:
-    /// Adds to the text so far and judges the whole of it.
+    /// Appends to the received text and checks the whole of it.
     void dataReady(QString data) override;
 
     /// Stops the job and raises timedOut().
@@ -50,15 +50,17 @@ protected:
     /// Raises failed() with the job's type.
     void fail();
 
-    /// Writes to the port, or nothing without one. Whether it arrives shows in the reply alone.
+    /// Writes to the port, if there is one. Errors are not reported; the job times out.
+    /// @{
     void write(const QString &text);
     void write(const QByteArray &data);
+    /// @}
 
 private:
     QPointer<SerialPortInterface> m_port;
     SerialPortJobType m_type;
     QTimer m_timer;
-    QString m_buffer; // since the last stop()
+    QString m_buffer; // received since the last stop()
     bool m_running = false;
-    int m_restartsLeft; // never goes up again: a job is used once
+    int m_restartsLeft; // never reset, since a job is used once
 };

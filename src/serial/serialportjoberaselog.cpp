@@ -10,7 +10,7 @@ SerialPortJobEraseLog::SerialPortJobEraseLog(SerialPortInterface *port, QObject 
 
 void SerialPortJobEraseLog::sendCommand()
 {
-    // No empty line in front, unlike the reading commands: kept.
+    // Quirk: no empty line first, unlike the reading commands; the protocol has none here.
     write(QStringLiteral("log --erase\r\n"));
 }
 

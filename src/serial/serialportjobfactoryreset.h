@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Loads the device's default settings. They still have to be written to be kept, which is not done
-/// here.
+/// Loads the device's default settings. They are lost at the next restart unless written, which is
+/// not done here.
 class SerialPortJobFactoryReset : public SerialPortJob
 {
     Q_OBJECT

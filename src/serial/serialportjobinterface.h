@@ -12,8 +12,8 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
-/// One exchange with the device. A job is used once; a listener may drop it inside any of its
-/// signals.
+/// One exchange with the device. A job is used once; a slot may delete it inside any of its signals
+/// if it is held by a shared pointer.
 class SerialPortJobInterface : public QObject
 {
     Q_OBJECT
@@ -24,10 +24,10 @@ public:
     {
     }
 
-    /// Listens, arms the timer and sends the command.
+    /// Connects to the port, starts the timer and sends the command.
     virtual void start() = 0;
 
-    /// Stops listening and forgets the received text.
+    /// Disconnects from the port and discards the received text.
     virtual void stop() = 0;
 
     /// Uses up one restart and starts again; false, and nothing else, when none is left.
@@ -37,8 +37,10 @@ public:
     virtual SerialPortJobType type() = 0;
 
     /// The time-out, in ms.
+    /// @{
     virtual void setTimeout(int ms) = 0;
     virtual int timeout() = 0;
+    /// @}
 
     /// Whether the job has started and neither ended nor stopped.
     virtual bool isRunning() = 0;
@@ -57,7 +59,7 @@ protected:
     /// Writes the job's bytes to the port.
     virtual void sendCommand() = 0;
 
-    /// Tries to recognise the reply in all the text received so far.
+    /// Checks whether @p buffer, all the text received so far, is the reply.
     virtual void parseData(QString buffer) = 0;
 
 signals:
@@ -67,10 +69,12 @@ signals:
     /// The exchange is over; the job is not used again.
     void finished();
 
-    /// The variable @p name of the device has, or is said to have, this @p value; null when the
+    /// The variable @p name of the device was set or read and has this @p value; null when the
     /// device does not know it.
+    /// @{
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
+    /// @}
 
     /// One reply of measurements, raw name to raw value, and when it came, in UTC.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
@@ -80,8 +84,10 @@ signals:
     void logValueRead(int index, QVector<double> values, QDateTime time);
 
     /// A block of 64 bytes of the memory was read or written; @p blockIndex is 0 to 1023.
+    /// @{
     void eepromBlockRead(quint16 blockIndex, QByteArray data);
     void eepromBlockWritten(quint16 blockIndex);
+    /// @}
 
     /// The titles of the log's columns.
     void logTitlesRead(QStringList titles);
@@ -89,15 +95,15 @@ signals:
     /// The exchange failed with this @p message.
     void error(QString message);
 
-    /// The exchange failed; its type tells which.
+    /// The exchange, a job of this type, failed.
     void failed(SerialPortJobType type);
 
-    /// The device has stored its settings.
+    /// Not raised; actionFinished() with ActionWriteToEeprom is.
     void dataWrittenToEeprom();
 
-    /// An action that the user sees has moved on; SerialPortActionType tells what @p result is.
+    /// An action that the user sees has made progress; SerialPortActionType says what @p result is.
     void actionFinished(SerialPortActionType action, QVariant result);
 
-    /// A value was read; SerialPortValueType tells what it is.
+    /// A value was read; SerialPortValueType says which.
     void valueRead(SerialPortValueType type, QVariant value);
 };

@@ -17,7 +17,8 @@ void SerialPortJobSetDate::sendCommand()
         emit error(tr("Unable to set time, invalid timestamp given: %1").arg(text));
         return;
     }
-    // The device's clock knows no zone letter.
+    // The device does not parse the zone letter of UTC. Quirk: an offset is sent, since only UTC is
+    // used.
     if (text.endsWith(QLatin1Char('Z'))) {
         text.chop(1);
     }

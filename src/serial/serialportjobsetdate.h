@@ -8,8 +8,9 @@
 /// Sets the device's clock: actionFinished() with ActionSetDate and the date that the device
 /// confirms.
 ///
-/// The fields of the date go out as they stand, whatever its time zone; the device takes them for
-/// UTC. An invalid date is an error(), and nothing goes out.
+/// The date is sent in ISO form: one in UTC or local time without a zone, one with an offset or a
+/// time zone with its offset, as "+02:00". The device's clock is UTC, so only dates in UTC are
+/// useful. An invalid date raises error(), and nothing is sent.
 class SerialPortJobSetDate : public SerialPortJob
 {
     Q_OBJECT

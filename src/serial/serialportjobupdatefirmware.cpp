@@ -17,7 +17,7 @@ SerialPortJobUpdateFirmware::SerialPortJobUpdateFirmware(SerialPortInterface *po
 
 void SerialPortJobUpdateFirmware::sendCommand()
 {
-    // Nothing goes out until the bootloader has been seen.
+    // Nothing is sent until the bootloader has been recognised.
 }
 
 void SerialPortJobUpdateFirmware::parseData(QString buffer)

@@ -7,7 +7,7 @@
 
 /// Writes @p data to block @p blockIndex (0 to 1023, 64 bytes each) of the memory:
 /// eepromBlockWritten(), then actionFinished() with ActionEepromBlockWritten and @p progress in
-/// percent. Data of another length goes out as it is.
+/// percent. Data of another length is sent unchanged.
 class SerialPortJobWriteEepromBlock : public SerialPortJob
 {
     Q_OBJECT

@@ -17,7 +17,7 @@ SerialPortJobWriteToEeprom::SerialPortJobWriteToEeprom(SerialPortInterface *port
 
 void SerialPortJobWriteToEeprom::sendCommand()
 {
-    // No empty line in front: kept.
+    // Quirk: no empty line first, as for erasing the log.
     write(QStringLiteral("write --really\r\n"));
 }
 

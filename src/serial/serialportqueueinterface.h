@@ -7,7 +7,7 @@
 
 #include <QtCore/QSharedPointer>
 
-/// Runs jobs one at a time, in the order of their arrival, and relays what they report.
+/// Runs jobs one at a time, in order of arrival, and relays their signals.
 class SerialPortQueueInterface : public QObject
 {
     Q_OBJECT
@@ -18,22 +18,22 @@ public:
     {
     }
 
-    /// Drops all jobs, closes and releases the present transport, and takes @p port in its place.
+    /// Removes all jobs, closes and releases the present transport, and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
 
-    /// Drops all waiting jobs and stops the current one. Raises no signal.
+    /// Removes all waiting jobs and stops the current one. Raises no signal.
     virtual void clear() = 0;
 
-    /// Drops all jobs and closes the port.
+    /// Removes all jobs and closes the port.
     virtual void close() = 0;
 
-    /// Opens the port if it is not open. A transport must have been set.
+    /// Opens the port if it is not open; false if that fails. A transport must have been set.
     virtual bool open() = 0;
 
     /// The transport's port name, or a null text without a transport.
     virtual QString portName() = 0;
 
-    /// Starts @p job at once when nothing is under way, otherwise appends it. Null is ignored.
+    /// Starts @p job at once if there is no current job, otherwise appends it. Null is ignored.
     virtual void addJob(QSharedPointer<SerialPortJobInterface> job) = 0;
 
     /// The transport; null before the first one was set.
@@ -46,30 +46,36 @@ public:
     virtual void removeJobs(SerialPortJobType type) = 0;
 
 signals:
-    /// The port could not be opened, or the current job failed with these words.
+    /// The current job raised its error(): @p reason is the job's name and its message.
     void error(QString reason);
 
-    /// What the current job reports, relayed: see SerialPortJobInterface.
+    /// Relayed from the current job, see SerialPortJobInterface.
+    /// @{
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
+    /// @}
 
-    /// A job has ended and none is waiting. Behind a connect job it is not said: more jobs follow.
+    /// A job has ended and none is waiting. Not raised after a connect job, since more jobs follow.
     void allJobsDone();
 
-    /// A job has ended; the next one, if any, starts behind this signal.
+    /// A job has ended; the next one, if any, starts after this signal.
     void jobFinished(SerialPortJobType type);
 
-    /// What the current job reports, relayed: see SerialPortJobInterface.
+    /// Relayed from the current job, see SerialPortJobInterface.
+    /// @{
     void logValueRead(int index, QVector<double> values, QDateTime time);
     void logTitlesRead(QStringList titles);
     void actionFinished(SerialPortActionType action, QVariant result);
     void valueRead(SerialPortValueType type, QVariant value);
+    /// @}
 
     /// The current job, of this type, failed.
     void jobFailed(SerialPortJobType type);
 
-    /// What the current job reports, relayed: see SerialPortJobInterface.
+    /// Relayed from the current job, see SerialPortJobInterface.
+    /// @{
     void eepromBlockRead(quint16 blockIndex, QByteArray data);
     void eepromBlockWritten(quint16 blockIndex);
+    /// @}
 };

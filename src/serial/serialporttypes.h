@@ -24,7 +24,7 @@ enum class SerialPortJobType {
     JobWriteEepromBlock = 16
 };
 
-/// Which action that the user sees has moved on; behind it the result that travels with it.
+/// Which action that the user sees has made progress. After each, the result in actionFinished().
 enum class SerialPortActionType {
     ActionWriteToEeprom = 0, ///< none
     ActionSetDate = 1, ///< QDateTime that the device confirmed
@@ -40,7 +40,7 @@ enum class SerialPortActionType {
     ActionEepromBlockWritten = 11 ///< int, percent
 };
 
-/// What a value that was read is; behind it its type.
+/// What a value that was read is. After each, its type.
 enum class SerialPortValueType {
     ValueDeviceDate = 0, ///< QDateTime, UTC
     ValueLogOption = 1, ///< bool: the device has the log option
