@@ -2,6 +2,8 @@
 #include "graph/graphqt.h"
 
 #include <QtCharts/QChart>
+#include <QtCharts/QLegend>
+#include <QtCharts/QLegendMarker>
 #include <QtCharts/QLineSeries>
 #include <QtCore/QPointF>
 #include <QtGui/QPainter>
@@ -13,6 +15,9 @@ namespace {
 constexpr int timeAxisTicks = 10;
 constexpr int linePixels = 3;
 
+// More than a legend has room for. Its time to elide a name grows with the square of the length.
+constexpr int maximumLegendCharacters = 200;
+
 QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
 {
     QVector<QPointF> result;
@@ -21,6 +26,15 @@ QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
         result.append(QPointF(static_cast<double>(point.time.toMSecsSinceEpoch()), point.value));
     }
     return result;
+}
+
+// What the legend has to get in order to show @p name character by character.
+QString legendText(const QString &name)
+{
+    const QString shown = name.size() > maximumLegendCharacters
+        ? name.left(maximumLegendCharacters) + QChar(0x2026)
+        : name;
+    return shown.toHtmlEscaped().replace(QLatin1String("  "), QLatin1String("&nbsp;&nbsp;"));
 }
 
 } // namespace
@@ -76,7 +90,6 @@ void GraphQt::clear()
 void GraphQt::addSeries(const GraphSeries &series)
 {
     auto *line = new QtCharts::QLineSeries;
-    line->setName(series.name);
     QPen pen = line->pen();
     pen.setColor(series.color);
     pen.setWidth(linePixels);
@@ -89,6 +102,9 @@ void GraphQt::addSeries(const GraphSeries &series)
         line->replace(chartPoints(series.points));
     }
     m_chart->addSeries(line);
+    // The legend takes each name for HTML, so its text is set before the line has a name.
+    m_chart->legend()->markers(line).constFirst()->setLabel(legendText(series.name));
+    line->setName(series.name);
     line->attachAxis(m_timeAxis);
     line->attachAxis(m_valueAxis);
     if (pointsLast) {

@@ -16,6 +16,10 @@ namespace {
 constexpr int locationRole = Qt::UserRole;
 constexpr int deviceClockIntervalMs = 1000;
 
+// What a message box shows without its details.
+constexpr int maximumBoxLines = 25;
+constexpr int maximumBoxCharacters = 600;
+
 QString portLabel(const QString &name, const QString &description)
 {
     if (description.isEmpty()) {
@@ -102,16 +106,11 @@ void MainWindow::setReadLogEnabled(bool enabled)
 
 void MainWindow::showMessageBox(QMessageBox::Icon icon, const QString &text)
 {
-    const QString title = tr("Kv tool");
     switch (icon) {
     case QMessageBox::Warning:
-        QMessageBox::warning(this, title, text, QMessageBox::Ok);
-        break;
     case QMessageBox::Critical:
-        QMessageBox::critical(this, title, text, QMessageBox::Ok);
-        break;
     case QMessageBox::Information:
-        QMessageBox::information(this, title, text, QMessageBox::Ok);
+        execMessageBox(icon, tr("Kv tool"), text, QMessageBox::Ok);
         break;
     default:
         qDebug() << "virtual void MainWindow::showMessageBox(QMessageBox::Icon, const QString&)"
@@ -305,8 +304,27 @@ void MainWindow::showWaitDialog(WaitDialogReason reason, const QString &text)
 
 bool MainWindow::askQuestion(const QString &title, const QString &text)
 {
-    return QMessageBox::question(this, title, text, QMessageBox::Yes | QMessageBox::No)
+    return execMessageBox(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No)
         == QMessageBox::Yes;
+}
+
+int MainWindow::execMessageBox(QMessageBox::Icon icon, const QString &title, const QString &text,
+                               QMessageBox::StandardButtons buttons)
+{
+    QMessageBox box(icon, title, QString(), buttons, this);
+    // The text may come from a device or a file. By default a box takes for HTML what looks so,
+    // hence the format comes before the text.
+    box.setTextFormat(Qt::PlainText);
+    const QString shown =
+        text.section(QLatin1Char('\n'), 0, maximumBoxLines - 1).left(maximumBoxCharacters);
+    if (shown == text) {
+        box.setText(text);
+    } else {
+        // A box grows with its text, its details scroll.
+        box.setText(shown + QChar(0x2026));
+        box.setDetailedText(text);
+    }
+    return box.exec();
 }
 
 void MainWindow::setWaitDialogProgress(int percentage)

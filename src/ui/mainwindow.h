@@ -145,6 +145,8 @@ private slots:
 private:
     void showNamesInFull();
     void connectWidgets();
+    int execMessageBox(QMessageBox::Icon icon, const QString &title, const QString &text,
+                       QMessageBox::StandardButtons buttons);
 
     std::unique_ptr<Ui::MainWindow> m_ui;
     WaitDialog m_waitDialog;

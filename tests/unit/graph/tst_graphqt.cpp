@@ -64,7 +64,7 @@ QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<Grap
     delete first;
     for (const GraphSeries &series : lines) {
         auto *line = new QLineSeries;
-        line->setName(series.name);
+        line->setName(series.name.toHtmlEscaped());
         for (const GraphPoint &point : series.points) {
             line->append(static_cast<double>(point.time.toMSecsSinceEpoch()), point.value);
         }

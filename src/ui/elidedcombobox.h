@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtWidgets/QComboBox>
+
+/// A combo box for texts of any length and content, as a device or the store may give them.
+///
+/// Draws the current text elided. The tool tips of the box and of each item show the text
+/// literally and wrapped, up to 2,000 characters of it.
+class ElidedComboBox : public QComboBox
+{
+public:
+    explicit ElidedComboBox(QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void setItemToolTips(int first, int last);
+};
