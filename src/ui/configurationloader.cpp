@@ -1,60 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/configurationloader.h"
 
+#include "ui/settingsspellings.h"
+
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
 #include <algorithm>
-
-namespace {
-
-const QMap<QString, MeasurementType> &measurementTypes()
-{
-    static const QMap<QString, MeasurementType> types{
-        {QStringLiteral("air temperature"), MeasurementType::AirTemperature},
-        {QStringLiteral("air humidity"), MeasurementType::AirHumidity},
-        {QStringLiteral("air pressure"), MeasurementType::AirPressure},
-        {QStringLiteral("pm2.5"), MeasurementType::ParticulateMatter},
-        {QStringLiteral("pm10"), MeasurementType::ParticulateMatter},
-        {QStringLiteral("pollutant"), MeasurementType::Pollutant},
-        {QStringLiteral("rain"), MeasurementType::Rain},
-        {QStringLiteral("winddir"), MeasurementType::WindDirection},
-        {QStringLiteral("windspeed"), MeasurementType::WindSpeed},
-        {QStringLiteral("solar radiation"), MeasurementType::SolarRadiation},
-        {QStringLiteral("extra"), MeasurementType::Extra}};
-    return types;
-}
-
-const QMap<QString, MeasurementUnit> &measurementUnits()
-{
-    static const QMap<QString, MeasurementUnit> units{
-        {QStringLiteral("c"), MeasurementUnit::Celsius},
-        {QStringLiteral("f"), MeasurementUnit::Fahrenheit},
-        {QStringLiteral("mbar"), MeasurementUnit::Millibar},
-        {QStringLiteral("rh"), MeasurementUnit::RelativeHumidity},
-        {QStringLiteral("ppb"), MeasurementUnit::Ppb},
-        {QStringLiteral("ppm"), MeasurementUnit::Ppm},
-        {QStringLiteral("ug/m3"), MeasurementUnit::MicrogramsPerCubicMetre},
-        {QStringLiteral("extra"), MeasurementUnit::ExtraUnit},
-        {QStringLiteral("deg"), MeasurementUnit::Degree},
-        {QStringLiteral("m/s"), MeasurementUnit::MetresPerSecond},
-        {QStringLiteral("w/m2"), MeasurementUnit::WattsPerSquareMetre},
-        {QStringLiteral("mm/h"), MeasurementUnit::MillimetresPerHour}};
-    return units;
-}
-
-// Case-sensitive, unlike the types of measurements: "Float" is a text.
-ConfigurationItemType configurationItemType(const QString &text)
-{
-    if (text == QLatin1String("float")) {
-        return ConfigurationItemType::Float;
-    }
-    if (text == QLatin1String("int")) {
-        return ConfigurationItemType::Int;
-    }
-    return ConfigurationItemType::Text;
-}
-
-} // namespace
 
 bool ConfigurationLoader::load(QMap<QString, DeviceConfiguration> &devices, const QString &path)
 {
@@ -143,8 +94,7 @@ bool ConfigurationLoader::readConfigurationItemGroup(DeviceConfiguration &device
 
 bool ConfigurationLoader::readConfigurationItem(const QString &group, DeviceConfiguration &device)
 {
-    if (!hasAttributes({QStringLiteral("type"), QStringLiteral("min"), QStringLiteral("max"),
-                        QStringLiteral("name"), QStringLiteral("alias")},
+    if (!hasAttributes(SettingsSpellings::requiredOfConfigurationItem(),
                        QStringLiteral("ConfigurationItem"))) {
         return false;
     }
@@ -154,7 +104,7 @@ bool ConfigurationLoader::readConfigurationItem(const QString &group, DeviceConf
     item.alias = attributeText(QStringLiteral("alias"));
     item.min = attributeText(QStringLiteral("min")).toFloat();
     item.max = attributeText(QStringLiteral("max")).toFloat();
-    item.type = configurationItemType(attributeText(QStringLiteral("type")));
+    item.type = SettingsSpellings::configurationItemType(attributeText(QStringLiteral("type")));
     device.configurationItems.append(item);
     return true;
 }
@@ -173,7 +123,7 @@ bool ConfigurationLoader::readMeasurements(DeviceConfiguration &device)
 bool ConfigurationLoader::readMeasurement(DeviceConfiguration &device)
 {
     // The message speaks of "MeasurementItem", not of the element's own name: kept.
-    if (!hasAttributes({QStringLiteral("name"), QStringLiteral("type"), QStringLiteral("unit")},
+    if (!hasAttributes(SettingsSpellings::requiredOfMeasurement(),
                        QStringLiteral("MeasurementItem"))) {
         return false;
     }
@@ -184,17 +134,17 @@ bool ConfigurationLoader::readMeasurement(DeviceConfiguration &device)
         item.displayName = item.name;
     }
     const QString type = attributeText(QStringLiteral("type")).toLower();
-    if (!measurementTypes().contains(type)) {
+    if (!SettingsSpellings::measurementTypes().contains(type)) {
         qWarning() << "Unable to parse measurement type" << type;
         return false;
     }
-    item.type = measurementTypes().value(type);
+    item.type = SettingsSpellings::measurementTypes().value(type);
     const QString unit = attributeText(QStringLiteral("unit")).toLower();
-    if (!measurementUnits().contains(unit)) {
+    if (!SettingsSpellings::measurementUnits().contains(unit)) {
         qWarning() << "Unable to parse unit" << unit;
         return false;
     }
-    item.unit = measurementUnits().value(unit);
+    item.unit = SettingsSpellings::measurementUnits().value(unit);
     const QXmlStreamAttributes attributes = m_reader.attributes();
     const QStringRef multiplier = attributes.value(QStringLiteral("conversionMultiplier"));
     item.conversionMultiplier = multiplier.isNull() ? 1.0 : multiplier.toDouble();

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// kvtool-check-settings: reports what the tool makes of a settings.xml.
+#include "common/measurementtypeutils.h"
+#include "main/settingsremarks.h"
+#include "main/settingswalk.h"
+#include "ui/configurationloader.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QTextStream>
+#include <algorithm>
+
+namespace {
+
+enum ExitCode { FileIsWhole = 0, FileIsNotWhole = 1, WrongUsage = 2, InternalError = 3 };
+
+constexpr int longestList = 20;
+
+/// What the loader says on its way.
+QStringList &loggedLines()
+{
+    static QStringList lines;
+    return lines;
+}
+
+void recordLoggedLine(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    loggedLines().append(text);
+}
+
+QTextStream &out()
+{
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+QString displayUnitTexts(MeasurementType type)
+{
+    QStringList texts{unitText(MeasurementTypeUtils::displayUnitOf(type, {true, true, true})),
+                      unitText(MeasurementTypeUtils::displayUnitOf(type, {false, false, true}))};
+    texts.removeDuplicates();
+    return texts.join(QStringLiteral(" or "));
+}
+
+QString settingText(const ConfigurationItem &item)
+{
+    const auto number = [](float value) { return QString::number(static_cast<double>(value)); };
+    const QString range = QStringLiteral("%1, %2 to %3")
+                              .arg(QStringLiteral("%1"), number(item.min), number(item.max));
+    QString kind;
+    switch (item.type) {
+    case ConfigurationItemType::Int:
+        kind = range.arg(QStringLiteral("whole number"));
+        break;
+    case ConfigurationItemType::Float:
+        kind = range.arg(QStringLiteral("number"));
+        break;
+    case ConfigurationItemType::Text:
+        kind = item.max >= 1.0F && item.max < 2147483648.0F
+            ? QStringLiteral("text, up to %1 characters").arg(static_cast<int>(item.max))
+            : QStringLiteral("text of any length");
+        break;
+    }
+    return QStringLiteral("%1 (%2): %3").arg(item.name, item.alias, kind);
+}
+
+QString measurementText(const MeasurementItem &item, const QString &type)
+{
+    const QString factor = QString::number(item.conversionMultiplier);
+    QString shown = QStringLiteral("shown in %1").arg(displayUnitTexts(item.type));
+    if (item.type == MeasurementType::Pollutant) {
+        const QString ppm = unitText(MeasurementUnit::Ppm);
+        const QString micrograms = unitText(MeasurementUnit::MicrogramsPerCubicMetre);
+        if (item.unit == MeasurementUnit::Ppm) {
+            shown = QStringLiteral("shown so or times %1 in %2").arg(factor, micrograms);
+        } else if (item.unit == MeasurementUnit::MicrogramsPerCubicMetre) {
+            shown = QStringLiteral("shown so or times %1 in %2").arg(factor, ppm);
+        } else {
+            shown =
+                QStringLiteral("shown times %1 both in %2 and in %3").arg(factor, ppm, micrograms);
+        }
+    }
+    return QStringLiteral("%1 (%2): %3, delivered in %4, %5")
+        .arg(item.displayName, item.name, type, unitText(item.unit), shown);
+}
+
+void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoaded,
+                  const SettingsWalk &walk, const QString &path)
+{
+    if (!isLoaded || models.isEmpty()) {
+        out() << "The tool would refuse this file: \"Failed to load configuration from file "
+              << QFileInfo(path).fileName() << "\".\n";
+        if (!walk.refusal().text.isEmpty()) {
+            out() << "  line " << walk.refusal().line << ": " << walk.refusal().text << '\n';
+        } else if (models.isEmpty()) {
+            out() << "  It contains no model.\n";
+        }
+        if (!models.isEmpty()) {
+            out() << "  No model is in force then, until a device of a model read before that line "
+                     "is "
+                     "connected: "
+                  << models.keys().join(QStringLiteral(", ")) << ".\n";
+        }
+    } else {
+        out() << "The tool would take this file: " << models.size()
+              << (models.size() == 1 ? " model" : " models") << ".\n\"" << models.firstKey()
+              << "\" is in force until a device has reported its model.\n";
+    }
+    for (const QString &line : loggedLines()) {
+        out() << "  It logs: " << line << '\n';
+    }
+    if (!walk.xmlError().text.isEmpty()) {
+        out()
+            << "\nThe XML is broken at line " << walk.xmlError().line << ": "
+            << walk.xmlError().text
+            << "\nThe tool reports nothing about it; for the tool, all open elements end there.\n";
+    }
+}
+
+void printModel(const QString &name, const DeviceConfiguration &model,
+                const SettingsModelTags &tags)
+{
+    out() << "\nModel \"" << name << "\" (line " << tags.device->line << ")\n"
+          << (model.configurationItems.isEmpty()
+                  ? "  No settings.\n"
+                  : "  Settings; the device itself decides whether it accepts a value:\n");
+    for (const ConfigurationItem &item : model.configurationItems) {
+        out() << "    " << settingText(item) << '\n';
+    }
+    out() << (model.measurementItems.isEmpty() ? "  No measurements.\n" : "  Measurements:\n");
+    for (int i = 0; i < model.measurementItems.size(); ++i) {
+        const QString type = tags.measurements.at(i)->attributeText(QStringLiteral("type"));
+        out() << "    " << measurementText(model.measurementItems.at(i), type.toLower()) << '\n';
+    }
+}
+
+void printRemarks(const char *title, const QVector<SettingsRemark> &remarks, int limit)
+{
+    if (!remarks.isEmpty()) {
+        out() << '\n' << title << '\n';
+    }
+    for (const SettingsRemark &remark : remarks.mid(0, limit)) {
+        out() << "  line " << remark.line << ": " << remark.text << '\n';
+    }
+    if (limit >= 0 && remarks.size() > limit) {
+        out() << "  ... and " << remarks.size() - limit << " more\n";
+    }
+}
+
+/// Whether the walk has found exactly what the loader has.
+bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsWalk &walk)
+{
+    return models.keys() == walk.models().keys()
+        && std::equal(models.begin(), models.end(), walk.models().begin(),
+                      [](const DeviceConfiguration &model, const SettingsModelTags &tags) {
+                          return model.configurationItems.size() == tags.settings.size()
+                              && model.measurementItems.size() == tags.measurements.size();
+                      });
+}
+
+ExitCode check(const QString &path)
+{
+    QFile file(path);
+    // The tool waits at a pipe and reads a device without end; this program refuses both.
+    const bool isSpecial = QFileInfo::exists(path) && !QFileInfo(path).isFile();
+    if (isSpecial || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        out() << "The tool would refuse this file: \"Failed to load configuration from file "
+              << QFileInfo(path).fileName() << "\".\n  "
+              << (isSpecial ? QStringLiteral("Not a regular file") : file.errorString()) << ": "
+              << path << '\n';
+        return FileIsNotWhole;
+    }
+    const SettingsWalk walk(&file);
+
+    QMap<QString, DeviceConfiguration> models;
+    qInstallMessageHandler(recordLoggedLine);
+    const bool isLoaded = ConfigurationLoader().load(models, path);
+    qInstallMessageHandler(nullptr);
+
+    printVerdict(models, isLoaded, walk, path);
+    if (isLoaded != walk.isComplete() || !agree(models, walk)) {
+        out() << "This program does not follow the tool at this file; please report it.\n";
+        return InternalError;
+    }
+    for (auto model = models.constBegin(); model != models.constEnd(); ++model) {
+        printModel(model.key(), model.value(), walk.models().value(model.key()));
+    }
+    printRemarks("Not read:", walk.passedOver(), longestList);
+    printRemarks("Remarks:", settingsRemarks(walk), -1);
+    const bool isWhole = isLoaded && !models.isEmpty() && walk.passedOver().isEmpty()
+        && walk.xmlError().text.isEmpty();
+    return isWhole ? FileIsWhole : FileIsNotWhole;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    out().setCodec("UTF-8");
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    if (arguments.size() > 1 || arguments.value(0).startsWith(QLatin1Char('-'))) {
+        QTextStream(stderr)
+            << "Usage: kvtool-check-settings [FILE]\n"
+               "Reports what KV Tool makes of a settings.xml, the one in this folder "
+               "without FILE.\n";
+        return WrongUsage;
+    }
+    return check(arguments.value(0, QStringLiteral("settings.xml")));
+}

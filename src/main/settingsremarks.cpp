@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "main/settingsremarks.h"
+
+#include "common/measurementtypeutils.h"
+#include "ui/settingsspellings.h"
+
+#include <QtCore/QRegularExpression>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+bool isShownIn(MeasurementType type, MeasurementUnit unit)
+{
+    return MeasurementTypeUtils::displayUnitOf(type, {true, true, true}) == unit
+        || MeasurementTypeUtils::displayUnitOf(type, {false, false, true}) == unit;
+}
+
+/// Remarks on values that the tool accepts and that hardly do what their author wants.
+class ValueCheck
+{
+public:
+    explicit ValueCheck(const SettingsWalk &walk)
+        : m_remarks(walk.remarks())
+    {
+        for (const SettingsTag &tag : walk.tags()) {
+            if (tag.isRead && tag.name == QLatin1String("configurationitem")) {
+                checkSetting(tag);
+            } else if (tag.isRead && tag.name == QLatin1String("measurement")) {
+                checkMeasurement(tag);
+            }
+        }
+        for (const SettingsModelTags &model : walk.models()) {
+            checkModel(model);
+        }
+        std::stable_sort(
+            m_remarks.begin(), m_remarks.end(),
+            [](const auto &left, const auto &right) { return left.line < right.line; });
+    }
+
+    /// In the order of the file.
+    const QVector<SettingsRemark> &remarks() const { return m_remarks; }
+
+private:
+    void add(const SettingsTag &tag, const QString &text) { m_remarks.append({tag.line, text}); }
+
+    void checkModel(const SettingsModelTags &model)
+    {
+        const QString name = model.device->attributeText(QStringLiteral("name"));
+        if (name.isEmpty() || name != name.trimmed()) {
+            add(*model.device,
+                QStringLiteral("the model's name is \"%1\", with its blanks: a device must report "
+                               "exactly that")
+                    .arg(name));
+        }
+        checkForRepetition(model.settings, QStringLiteral("alias"),
+                           QStringLiteral("the alias \"%1\" appears twice in the model: both rows "
+                                          "show and change the same setting"));
+        checkForRepetition(model.measurements, QStringLiteral("name"),
+                           QStringLiteral("the measurement \"%1\" appears twice in the model: only "
+                                          "the first row gets values"));
+    }
+
+    void checkForRepetition(const QVector<const SettingsTag *> &tags, const QString &attribute,
+                            const QString &text)
+    {
+        QStringList seen;
+        for (const SettingsTag *tag : tags) {
+            const QString word = tag->attributeText(attribute);
+            if (seen.contains(word)) {
+                add(*tag, text.arg(word));
+            }
+            seen.append(word);
+        }
+    }
+
+    void checkSetting(const SettingsTag &tag)
+    {
+        const QString type = tag.attributeText(QStringLiteral("type"));
+        if (!QStringList{QStringLiteral("int"), QStringLiteral("float"), QStringLiteral("text")}
+                 .contains(type)) {
+            add(tag,
+                QStringLiteral("type \"%1\" means a text; int and float are written in small "
+                               "letters")
+                    .arg(type));
+        }
+        checkAlias(tag);
+        const auto kind = SettingsSpellings::configurationItemType(type);
+        const float min = checkLimit(tag, QStringLiteral("min"), kind);
+        const float max = checkLimit(tag, QStringLiteral("max"), kind);
+        if (kind != ConfigurationItemType::Text && min > max) {
+            add(tag, QStringLiteral("min is above max"));
+        }
+    }
+
+    void checkAlias(const SettingsTag &tag)
+    {
+        static const QRegularExpression unfit(
+            QStringLiteral(R"([\s=.*+?()\[\]{}^$|\\]|[^\x00-\x7f])"));
+        // The device uses these words itself.
+        static const QStringList deviceWords{
+            QStringLiteral("date"),   QStringLiteral("hwver"),      QStringLiteral("health"),
+            QStringLiteral("meas"),   QStringLiteral("meas_state"), QStringLiteral("model"),
+            QStringLiteral("serial"), QStringLiteral("swver"),      QStringLiteral("unit")};
+        const QString alias = tag.attributeText(QStringLiteral("alias"));
+        if (alias.isEmpty() || unfit.match(alias).hasMatch()) {
+            add(tag,
+                QStringLiteral("the alias \"%1\" is unfit for a command: no blanks, none of "
+                               "= . * + ? ( ) [ ] { } ^ $ | \\ and only ASCII letters")
+                    .arg(alias));
+        }
+        if (deviceWords.contains(alias)) {
+            add(tag,
+                QStringLiteral("the alias \"%1\" is a word of the device itself: the row stays "
+                               "empty or shows something else")
+                    .arg(alias));
+        }
+    }
+
+    float checkLimit(const SettingsTag &tag, const QString &attribute, ConfigurationItemType type)
+    {
+        const QString text = tag.attributeText(attribute);
+        bool isNumber = false;
+        const float number = text.toFloat(&isNumber);
+        const QString named = QStringLiteral("%1 \"%2\" ").arg(attribute, text);
+        if (!std::isfinite(number)) {
+            add(tag, named + QStringLiteral("is no limit"));
+        } else if (!isNumber) {
+            add(tag, named + QStringLiteral("is no number: the tool takes 0"));
+        } else if (type == ConfigurationItemType::Int && number != std::floor(number)) {
+            add(tag, named + QStringLiteral("is no whole number"));
+        }
+        return number;
+    }
+
+    void checkMeasurement(const SettingsTag &tag)
+    {
+        const QString name = tag.attributeText(QStringLiteral("name"));
+        const QString typeText = tag.attributeText(QStringLiteral("type")).toLower();
+        const auto type = SettingsSpellings::measurementTypes().value(typeText);
+        const auto unit = SettingsSpellings::measurementUnits().value(
+            tag.attributeText(QStringLiteral("unit")).toLower());
+        if (name.isEmpty() || name.contains(QRegularExpression(QStringLiteral("[=;\"]")))) {
+            add(tag,
+                QStringLiteral("no device can deliver anything under the name \"%1\"").arg(name));
+        }
+        const bool fits = isShownIn(type, unit) || type == MeasurementType::Extra
+            || (type == MeasurementType::Pollutant && unit == MeasurementUnit::Ppb);
+        if (!fits) {
+            add(tag,
+                QStringLiteral("%1 does not come in %2: the value is %3")
+                    .arg(typeText, unitText(unit),
+                         type == MeasurementType::AirTemperature
+                             ? QStringLiteral(
+                                 "converted as if it came in the unit that is not shown")
+                             : QStringLiteral("shown as if it came in the unit that is shown")));
+        }
+        checkMultiplier(tag, type, unit);
+    }
+
+    void checkMultiplier(const SettingsTag &tag, MeasurementType type, MeasurementUnit unit)
+    {
+        const QStringRef multiplier = tag.attributes.value(QStringLiteral("conversionMultiplier"));
+        if (type != MeasurementType::Pollutant) {
+            if (!multiplier.isNull()) {
+                add(tag, QStringLiteral("conversionMultiplier has an effect on a pollutant only"));
+            }
+            return;
+        }
+        if (multiplier.isNull()) {
+            add(tag,
+                QStringLiteral("no conversionMultiplier: the number stays the same when the "
+                               "unit changes"));
+        } else if (multiplier.toDouble() == 0.0) {
+            add(tag,
+                QStringLiteral("conversionMultiplier \"%1\" is 0 for the tool: each converted "
+                               "value is 0")
+                    .arg(multiplier.toString()));
+        }
+        if (unit == MeasurementUnit::Ppb) {
+            add(tag,
+                QStringLiteral("a value in ppb is multiplied for both units that can be shown: "
+                               "the factor is right for one of ppm and µg/m³ only"));
+        }
+    }
+
+    QVector<SettingsRemark> m_remarks;
+};
+
+} // namespace
+
+QVector<SettingsRemark> settingsRemarks(const SettingsWalk &walk)
+{
+    return ValueCheck(walk).remarks();
+}
+
+QString unitText(MeasurementUnit unit)
+{
+    const QString text = MeasurementTypeUtils::measurementUnitToString(unit);
+    return text.isEmpty() ? QStringLiteral("no unit") : text;
+}

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "main/settingswalk.h"
+
+#include "ui/settingsspellings.h"
+
+/// An element that the loader reads.
+struct SettingsWalk::Rule
+{
+    QString element;
+    QString parent;
+    QStringList required; ///< its required attributes, in the order of the loader's checks
+    QStringList optional;
+    bool skipsContentsOfChildren = false;
+};
+
+QString SettingsTag::attributeText(const QString &attribute) const
+{
+    return attributes.value(attribute).toString();
+}
+
+const QVector<SettingsWalk::Rule> &SettingsWalk::rules()
+{
+    const QString device = QStringLiteral("device");
+    const QString configuration = QStringLiteral("configuration");
+    const QString group = QStringLiteral("configurationitemgroup");
+    const QString measurements = QStringLiteral("measurements");
+    static const QVector<Rule> table{
+        {QStringLiteral("kvtconfig"), QString(), {}, {}},
+        {QStringLiteral("devices"), QStringLiteral("kvtconfig"), {}, {}},
+        {device, QStringLiteral("devices"), {QStringLiteral("name")}, {}},
+        {configuration, device, {}, {}},
+        {group, configuration, {QStringLiteral("group")}, {}, true},
+        {QStringLiteral("configurationitem"),
+         group,
+         SettingsSpellings::requiredOfConfigurationItem(),
+         {}},
+        {measurements, device, {}, {}, true},
+        {QStringLiteral("measurement"),
+         measurements,
+         SettingsSpellings::requiredOfMeasurement(),
+         {QStringLiteral("displayName"), QStringLiteral("conversionMultiplier")}}};
+    return table;
+}
+
+const SettingsWalk::Rule *SettingsWalk::ruleFor(const QString &element, const QString &parent)
+{
+    for (const Rule &rule : rules()) {
+        if (rule.element == element && rule.parent == parent) {
+            return &rule;
+        }
+    }
+    return nullptr;
+}
+
+SettingsWalk::SettingsWalk(QIODevice *file)
+{
+    readTags(file);
+    m_isComplete = readDevices();
+}
+
+void SettingsWalk::readTags(QIODevice *file)
+{
+    QXmlStreamReader reader(file);
+    qint64 line = reader.lineNumber();
+    while (!reader.atEnd()) {
+        const QXmlStreamReader::TokenType token = reader.readNext();
+        if (token == QXmlStreamReader::StartElement || token == QXmlStreamReader::EndElement) {
+            SettingsTag tag;
+            tag.text = QStringLiteral("<%1>").arg(reader.qualifiedName().toString());
+            tag.name = reader.name().toString().toLower();
+            tag.attributes = reader.attributes();
+            tag.line = line;
+            tag.isEnd = token == QXmlStreamReader::EndElement;
+            m_tags.append(tag);
+        }
+        // The end of one token is the beginning of the next.
+        line = reader.lineNumber();
+    }
+    if (reader.hasError()) {
+        m_xmlError = {line, reader.errorString()};
+    }
+}
+
+/// Like QXmlStreamReader::readNextStartElement(): an end tag and the end of the file give none.
+SettingsTag *SettingsWalk::nextStartTag()
+{
+    m_position = qMin(m_position + 1, m_tags.size());
+    if (m_position == m_tags.size() || m_tags.at(m_position).isEnd) {
+        return nullptr;
+    }
+    return &m_tags[m_position];
+}
+
+void SettingsWalk::skipContents(const SettingsTag &tag)
+{
+    for (int depth = 1; depth > 0 && m_position < m_tags.size();) {
+        if (SettingsTag *inner = nextStartTag()) {
+            inner->reason =
+                QStringLiteral("inside %1, whose contents the tool passes over").arg(tag.text);
+            ++depth;
+        } else {
+            --depth;
+        }
+    }
+}
+
+bool SettingsWalk::readDevices()
+{
+    for (const QString &expected : {QStringLiteral("KVTConfig"), QStringLiteral("Devices")}) {
+        SettingsTag *tag = nextStartTag();
+        if (tag == nullptr || tag->name != expected.toLower()) {
+            const QString found = tag == nullptr ? QStringLiteral("there is none") : tag->text;
+            return refuse(tag == nullptr ? qMax(m_xmlError.line, qint64(1)) : tag->line,
+                          QStringLiteral("<%1> is expected here, found: %2").arg(expected, found));
+        }
+        tag->isRead = true;
+    }
+    while (SettingsTag *tag = nextStartTag()) {
+        const Rule *rule = ruleFor(tag->name, QStringLiteral("devices"));
+        if (rule == nullptr || tag->attributes.value(rule->required.first()).isNull()) {
+            tag->reason = QStringLiteral("%1: the list of models ends here, without a message")
+                              .arg(rule == nullptr ? QStringLiteral("not a <Device>")
+                                                   : QStringLiteral("no attribute \"name\""));
+            return true;
+        }
+        SettingsModelTags model;
+        model.device = tag;
+        if (!take(*tag, *rule) || !readChildren(*rule, model)) {
+            return false;
+        }
+        const QString name = tag->attributeText(QStringLiteral("name"));
+        if (m_models.contains(name)) {
+            m_remarks.append(
+                {tag->line,
+                 QStringLiteral("model \"%1\" is in the file before; this later one is used")
+                     .arg(name)});
+        }
+        m_models.insert(name, model);
+    }
+    return true;
+}
+
+bool SettingsWalk::readChildren(const Rule &parent, SettingsModelTags &model)
+{
+    const QString parentText = m_tags.at(m_position).text;
+    while (SettingsTag *tag = nextStartTag()) {
+        const Rule *rule = ruleFor(tag->name, parent.element);
+        if (rule != nullptr && !take(*tag, *rule)) {
+            return false;
+        }
+        if (rule == nullptr) {
+            tag->reason = QStringLiteral("unknown in %1: ").arg(parentText)
+                + (parent.skipsContentsOfChildren
+                       ? QStringLiteral("passed over with its contents")
+                       : QStringLiteral("its children are read as if they were beside it, and its "
+                                        "end tag ends the list"));
+        } else if (tag->name == QLatin1String("configurationitem")) {
+            model.settings.append(tag);
+        } else if (tag->name == QLatin1String("measurement")) {
+            model.measurements.append(tag);
+        }
+        if (parent.skipsContentsOfChildren) {
+            skipContents(*tag);
+        } else if (rule != nullptr && !readChildren(*rule, model)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Marks @p tag as read; false when the loader gives the file up at it.
+bool SettingsWalk::take(SettingsTag &tag, const Rule &rule)
+{
+    tag.isRead = true;
+    for (const QXmlStreamAttribute &attribute : qAsConst(tag.attributes)) {
+        const QString name = attribute.qualifiedName().toString();
+        if (!rule.required.contains(name) && !rule.optional.contains(name)) {
+            m_remarks.append(
+                {tag.line,
+                 QStringLiteral("the tool does not know the attribute \"%1\"").arg(name)});
+        }
+    }
+    for (const QString &attribute : rule.required) {
+        if (tag.attributes.value(attribute).isNull()) {
+            return refuse(tag.line,
+                          QStringLiteral("%1 has no attribute \"%2\"").arg(tag.text, attribute));
+        }
+    }
+    return tag.name != QLatin1String("measurement") || hasKnownSpellings(tag);
+}
+
+bool SettingsWalk::hasKnownSpellings(const SettingsTag &tag)
+{
+    const QString unknown = QStringLiteral("%1 \"%2\" is unknown; known are %3");
+    const QString type = tag.attributeText(QStringLiteral("type")).toLower();
+    const auto &types = SettingsSpellings::measurementTypes();
+    if (!types.contains(type)) {
+        return refuse(tag.line,
+                      unknown.arg(QStringLiteral("measurement type"), type,
+                                  types.keys().join(QStringLiteral(", "))));
+    }
+    const QString unit = tag.attributeText(QStringLiteral("unit")).toLower();
+    const auto &units = SettingsSpellings::measurementUnits();
+    if (!units.contains(unit)) {
+        return refuse(
+            tag.line,
+            unknown.arg(QStringLiteral("unit"), unit, units.keys().join(QStringLiteral(", "))));
+    }
+    return true;
+}
+
+bool SettingsWalk::refuse(qint64 line, const QString &text)
+{
+    m_refusal = {line, text};
+    return false;
+}
+
+QVector<SettingsRemark> SettingsWalk::passedOver() const
+{
+    QVector<SettingsRemark> result;
+    for (const SettingsTag &tag : m_tags) {
+        if (!tag.isEnd && !tag.isRead) {
+            const QString reason = tag.reason.isEmpty()
+                ? QStringLiteral("after the place where the tool stops reading")
+                : tag.reason;
+            result.append({tag.line, QStringLiteral("%1: %2").arg(tag.text, reason)});
+        }
+    }
+    return result;
+}

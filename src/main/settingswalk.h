@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+#include <QtCore/QXmlStreamReader>
+
+/// A start or end tag of a settings file, and what ConfigurationLoader does with it.
+struct SettingsTag
+{
+    QString text; ///< as written, in angle brackets
+    QString name; ///< in lower case, without a prefix
+    QXmlStreamAttributes attributes;
+    qint64 line = 0; ///< where the tag begins
+    bool isEnd = false;
+    bool isRead = false;
+    QString reason; ///< why it is not read; empty when reading has ended before it
+
+    /// The text of the attribute @p attribute; empty without it.
+    QString attributeText(const QString &attribute) const;
+};
+
+/// A text that belongs to a line of the file.
+struct SettingsRemark
+{
+    qint64 line = 0;
+    QString text;
+};
+
+/// The tags of a model that were read, in the order of the loader's records.
+struct SettingsModelTags
+{
+    const SettingsTag *device = nullptr;
+    QVector<const SettingsTag *> settings;
+    QVector<const SettingsTag *> measurements;
+};
+
+/// Follows a settings file in the way of ConfigurationLoader, which keeps no places, and records
+/// which tags are read and why the others are not. The spellings are the loader's own.
+class SettingsWalk
+{
+public:
+    explicit SettingsWalk(QIODevice *file);
+
+    /// Whether the walk came to the end of the list of models.
+    bool isComplete() const { return m_isComplete; }
+    /// Why it did not, where known.
+    const SettingsRemark &refusal() const { return m_refusal; }
+    /// The XML error at which the file ends for the reader; its text is empty without one.
+    const SettingsRemark &xmlError() const { return m_xmlError; }
+    /// The models that were read, by name. The tags belong to this object.
+    const QMap<QString, SettingsModelTags> &models() const { return m_models; }
+    /// The tags that are not read, each with the reason.
+    QVector<SettingsRemark> passedOver() const;
+    /// What is read but hardly meant: attributes without effect, a model replaced.
+    const QVector<SettingsRemark> &remarks() const { return m_remarks; }
+    /// All tags of the file up to its first XML error.
+    const QVector<SettingsTag> &tags() const { return m_tags; }
+
+private:
+    struct Rule;
+    static const QVector<Rule> &rules();
+    static const Rule *ruleFor(const QString &element, const QString &parent);
+
+    void readTags(QIODevice *file);
+    SettingsTag *nextStartTag();
+    void skipContents(const SettingsTag &tag);
+    bool readDevices();
+    bool readChildren(const Rule &parent, SettingsModelTags &model);
+    bool take(SettingsTag &tag, const Rule &rule);
+    bool hasKnownSpellings(const SettingsTag &tag);
+    bool refuse(qint64 line, const QString &text);
+
+    QVector<SettingsTag> m_tags;
+    int m_position = -1;
+    bool m_isComplete = false;
+    SettingsRemark m_refusal;
+    SettingsRemark m_xmlError;
+    QVector<SettingsRemark> m_remarks;
+    QMap<QString, SettingsModelTags> m_models;
+};

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/settingsspellings.h"
+
+namespace SettingsSpellings {
+
+const QMap<QString, MeasurementType> &measurementTypes()
+{
+    static const QMap<QString, MeasurementType> types{
+        {QStringLiteral("air temperature"), MeasurementType::AirTemperature},
+        {QStringLiteral("air humidity"), MeasurementType::AirHumidity},
+        {QStringLiteral("air pressure"), MeasurementType::AirPressure},
+        {QStringLiteral("pm2.5"), MeasurementType::ParticulateMatter},
+        {QStringLiteral("pm10"), MeasurementType::ParticulateMatter},
+        {QStringLiteral("pollutant"), MeasurementType::Pollutant},
+        {QStringLiteral("rain"), MeasurementType::Rain},
+        {QStringLiteral("winddir"), MeasurementType::WindDirection},
+        {QStringLiteral("windspeed"), MeasurementType::WindSpeed},
+        {QStringLiteral("solar radiation"), MeasurementType::SolarRadiation},
+        {QStringLiteral("extra"), MeasurementType::Extra}};
+    return types;
+}
+
+const QMap<QString, MeasurementUnit> &measurementUnits()
+{
+    static const QMap<QString, MeasurementUnit> units{
+        {QStringLiteral("c"), MeasurementUnit::Celsius},
+        {QStringLiteral("f"), MeasurementUnit::Fahrenheit},
+        {QStringLiteral("mbar"), MeasurementUnit::Millibar},
+        {QStringLiteral("rh"), MeasurementUnit::RelativeHumidity},
+        {QStringLiteral("ppb"), MeasurementUnit::Ppb},
+        {QStringLiteral("ppm"), MeasurementUnit::Ppm},
+        {QStringLiteral("ug/m3"), MeasurementUnit::MicrogramsPerCubicMetre},
+        {QStringLiteral("extra"), MeasurementUnit::ExtraUnit},
+        {QStringLiteral("deg"), MeasurementUnit::Degree},
+        {QStringLiteral("m/s"), MeasurementUnit::MetresPerSecond},
+        {QStringLiteral("w/m2"), MeasurementUnit::WattsPerSquareMetre},
+        {QStringLiteral("mm/h"), MeasurementUnit::MillimetresPerHour}};
+    return units;
+}
+
+ConfigurationItemType configurationItemType(const QString &text)
+{
+    if (text == QLatin1String("float")) {
+        return ConfigurationItemType::Float;
+    }
+    if (text == QLatin1String("int")) {
+        return ConfigurationItemType::Int;
+    }
+    return ConfigurationItemType::Text;
+}
+
+const QStringList &requiredOfConfigurationItem()
+{
+    static const QStringList attributes{QStringLiteral("type"), QStringLiteral("min"),
+                                        QStringLiteral("max"), QStringLiteral("name"),
+                                        QStringLiteral("alias")};
+    return attributes;
+}
+
+const QStringList &requiredOfMeasurement()
+{
+    static const QStringList attributes{QStringLiteral("name"), QStringLiteral("type"),
+                                        QStringLiteral("unit")};
+    return attributes;
+}
+
+} // namespace SettingsSpellings
