@@ -2,7 +2,7 @@
 #pragma once
 
 #include "demo/demotool.h"
-#include "demo/dialogdriver.h"
+#include "tests/kit/dialogdriver.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QString>

@@ -9,7 +9,7 @@
 #include "main/main.cpp"
 #undef main
 
-#include "tests/e2e/pictures.h"
+#include "tests/kit/screenshots.h"
 
 #include <QtCore/QTimer>
 #include <QtWidgets/QComboBox>

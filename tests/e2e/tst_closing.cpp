@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/toolfixture.h"
+#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/measurementtypeutils.h"
 #include "serial/serialportjob.h"
-#include "tests/e2e/toolfixture.h"
+#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
 #include "ui/configurationloader.h"
 

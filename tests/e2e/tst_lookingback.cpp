@@ -2,7 +2,7 @@
 #include "demo/demodevice.h"
 #include "demo/history.h"
 #include "graph/graph.h"
-#include "tests/e2e/toolfixture.h"
+#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/eyewitness.h"
+#include "tests/kit/uicoveragerecorder.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "tests/e2e/toolfixture.h"
+#include "tests/kit/toolfixture.h"
 
 /// From the next reading on @p tool polls again as soon as the one before is shown and stored. It
 /// is the controller's own timer that ticks; only its minute is gone.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "tests/e2e/toolfixture.h"
+#include "tests/kit/toolfixture.h"
 #include "tests/endurance/monkeydevice.h"
 #include "tests/endurance/monkeydice.h"
 #include "tests/endurance/monkeyfiles.h"

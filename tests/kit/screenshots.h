@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "tests/e2e/eyewitness.h"
+#include "tests/kit/uicoveragerecorder.h"
 
 #include <QtGui/QScreen>
 #include <QtTest/QTest>

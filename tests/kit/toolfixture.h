@@ -2,12 +2,12 @@
 #pragma once
 
 #include "control/mainwindowcontroller.h"
-#include "demo/dialogdriver.h"
+#include "tests/kit/dialogdriver.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
 #include "storage/localstoragesqlite.h"
-#include "tests/e2e/eyewitness.h"
-#include "tests/e2e/pictures.h"
+#include "tests/kit/uicoveragerecorder.h"
+#include "tests/kit/screenshots.h"
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testpaths.h"
 #include "ui/configurationeditor.h"

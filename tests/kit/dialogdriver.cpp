@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "demo/dialogdriver.h"
+#include "tests/kit/dialogdriver.h"
 
 #include <QtCore/QTimer>
 #include <QtTest/QTest>
