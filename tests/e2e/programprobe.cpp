@@ -10,6 +10,7 @@
 #undef main
 
 #include "tests/kit/screenshots.h"
+#include "tests/kit/uicoveragerecorder.h"
 
 #include <QtCore/QTimer>
 #include <QtWidgets/QComboBox>
@@ -53,7 +54,7 @@ protected:
         QWidget *const modal = QApplication::activeModalWidget();
         if (modal != nullptr) {
             m_looking = true;
-            takePicture(modal);
+            takeScreenshot(modal);
             m_looking = false;
         }
         if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
@@ -113,7 +114,7 @@ void beginLooking()
 {
     probe = new Probe(word);
     qApp->installEventFilter(probe);
-    new Eyewitness(qApp);
+    new UiCoverageRecorder(qApp);
 }
 Q_COREAPP_STARTUP_FUNCTION(beginLooking)
 

@@ -43,7 +43,7 @@ QString listed(const QSet<QString> &names)
 } // namespace
 
 /// All scenarios together: no control, dialog or text of the tool that none of them has met. It
-/// reads the notes of Eyewitness, which ctest has made before it.
+/// reads the notes of UiCoverageRecorder, which ctest has made before it.
 class TestEveryButton : public QObject
 {
     Q_OBJECT

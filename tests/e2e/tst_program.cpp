@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/uicoveragerecorder.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/uicoveragerecorder.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QSettings>
@@ -33,7 +33,7 @@ class TestProgram : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { Eyewitness::forget(); }
+    void initTestCase() { UiCoverageRecorder::reset(); }
     void init();
 
     void startsAndEndsWithItsWindow();

@@ -4,47 +4,29 @@
 #include "tests/kit/testpaths.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QElapsedTimer>
+#include <QtCore/QDateTime>
 #include <QtCore/QList>
 #include <QtCore/QProcess>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The simulated transmitter as a process of its own, with its control desk at hand.
+/// The simulated transmitter as a process of its own, and the commands of its control interface.
 ///
 /// The calls wait for the process without running the caller's event loop. The process ends with
-/// this object, and with the caller's process, whatever becomes of that.
+/// this object, and with the caller's process however that ends.
 class SimulatorProcess
 {
 public:
     /// Longest wait for the process to start, answer or end.
     static constexpr int waitMs = 20000;
 
-    /// @p program is the path of kvt-simulator; the build's own unless told otherwise.
-    explicit SimulatorProcess(const QString &program = testpaths::buildFile("kvt-simulator"))
-        : m_program(program)
-    {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    }
-
-    ~SimulatorProcess()
-    {
-        if (!stop()) {
-            kill();
-        }
-    }
-
+    /// @p program is the path of kvt-simulator; by default the one of this build.
+    explicit SimulatorProcess(const QString &program = testpaths::buildFile("kvt-simulator"));
+    ~SimulatorProcess();
     Q_DISABLE_COPY(SimulatorProcess)
 
-    /// Starts with the options @p arguments and waits until the port is there.
-    bool start(const QStringList &arguments = QStringList())
-    {
-        m_process.start(
-            m_program,
-            arguments
-                + QStringList{QStringLiteral("--control"), QStringLiteral("--exit-with-stdin")});
-        return m_process.waitForStarted(waitMs) && takePort(readLine());
-    }
+    /// Starts with the options @p arguments and waits until the port exists.
+    bool start(const QStringList &arguments = QStringList());
 
     /// The path of the port, such as /dev/pts/3.
     QString port() const { return m_port; }
@@ -58,126 +40,56 @@ public:
     /// The exit code of a process that has ended by itself.
     int exitCode() const { return m_process.exitCode(); }
 
-    /// Gives @p line to the control desk and returns the lines of the reply without the closing
-    /// "ok". succeeded() tells whether it was one; otherwise error() holds the reason.
-    QList<QByteArray> control(const QByteArray &line)
-    {
-        QList<QByteArray> lines;
-        m_error = "no reply";
-        m_process.write(line + '\n');
-        while (isRunning()) {
-            const QByteArray reply = readLine();
-            if (reply == "ok") {
-                m_error.clear();
-                return lines;
-            }
-            if (reply.isNull() || reply.startsWith("error: ")) {
-                m_error = reply.isNull() ? m_error : reply.mid(int(qstrlen("error: ")));
-                return QList<QByteArray>();
-            }
-            lines += reply;
-        }
-        return QList<QByteArray>();
-    }
+    /// Sends the command @p line and returns the lines of the reply without the closing "ok".
+    /// After a failure succeeded() is false, and error() holds the reason.
+    QList<QByteArray> control(const QByteArray &line);
 
-    /// Whether the last control() did what was asked.
+    /// Whether the last control() succeeded.
     bool succeeded() const { return m_error.isEmpty(); }
 
-    /// Why the last control() did not; empty when it did.
+    /// Why the last control() failed; empty when it didn't.
     QByteArray error() const { return m_error; }
 
     /// The device's own value of a setting or variable, in the device's bytes.
-    QByteArray setting(const QByteArray &name)
-    {
-        const QByteArray line = control("setting " + name).value(0);
-        return line.mid(name.size() + 1);
-    }
+    QByteArray setting(const QByteArray &name);
 
-    /// A line of the desk's "state", such as mode, exchanges or port.
-    QByteArray state(const QByteArray &name)
-    {
-        const QList<QByteArray> lines = control("state");
-        for (const QByteArray &line : lines) {
-            if (line.startsWith(name + '=')) {
-                return line.mid(name.size() + 1);
-            }
-        }
-        return QByteArray();
-    }
+    /// A value of the command "state", such as mode, exchanges or port.
+    QByteArray state(const QByteArray &name);
 
     /// The pairs of the last "show meas" answer, as "NAME=value".
-    QList<QByteArray> measurements() { return control("measurements").value(0).split(';'); }
+    QList<QByteArray> measurements();
+
+    /// The device's clock, in UTC.
+    QDateTime clock();
+
+    /// The lines of the CSV file that the tool makes of the device's log: titles, then the rows
+    /// with their times in local time.
+    QStringList logAsCsv();
 
     /// Adds a fault; false when there is no such fault.
-    bool fault(const QByteArray &fault)
-    {
-        control("fault " + fault);
-        return succeeded();
-    }
+    bool fault(const QByteArray &fault);
 
-    /// The line goes dead.
-    void hangUp() { control("hangup"); }
+    /// Closes the device's end of the line.
+    void hangUp();
 
-    /// A new line; port() may be another one then.
-    bool resume() { return takePort(control("resume").value(0)); }
+    /// Opens a new line; port() may be another one then.
+    bool resume();
 
     /// Frees the port of a client that was killed.
-    bool release()
-    {
-        control("release");
-        return succeeded();
-    }
+    bool release();
 
     /// Ends the process by closing its standard input; false when it doesn't end.
-    bool stop()
-    {
-        if (!isRunning()) {
-            return true;
-        }
-        m_process.closeWriteChannel();
-        return m_process.waitForFinished(waitMs);
-    }
+    bool stop();
 
-    /// Asks the process to end as the system does.
-    bool terminate()
-    {
-        m_process.terminate();
-        return m_process.waitForFinished(waitMs);
-    }
+    /// Asks the process to end, as the system does.
+    bool terminate();
 
-    /// Ends the process without a word, as a pulled plug.
-    void kill()
-    {
-        m_process.kill();
-        m_process.waitForFinished(waitMs);
-    }
+    /// Ends the process at once.
+    void kill();
 
 private:
-    /// A line without its end; null when none comes.
-    QByteArray readLine()
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!m_process.canReadLine()) {
-            const int left = waitMs - int(timer.elapsed());
-            if (left <= 0 || !m_process.waitForReadyRead(left)) {
-                return QByteArray();
-            }
-        }
-        QByteArray line = m_process.readLine();
-        line.chop(1);
-        return line;
-    }
-
-    bool takePort(const QByteArray &line)
-    {
-        const QByteArray word = "port ";
-        if (!line.startsWith(word)) {
-            return false;
-        }
-        m_port = QString::fromLocal8Bit(line.mid(word.size()));
-        return true;
-    }
+    QByteArray readLine();
+    bool takePort(const QByteArray &line);
 
     QString m_program;
     QProcess m_process;

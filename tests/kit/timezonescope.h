@@ -3,31 +3,16 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QtGlobal>
-#include <ctime>
 
-/// Eastern Europe, with its summer time, in the form that needs no data of the system's.
+/// Eastern Europe with its summer time, as a rule that needs no time zone database.
 inline constexpr const char *easternEurope = "EET-2EEST,M3.5.0/3,M10.5.0/4";
 
-/// Lets the process live in another time zone until the end of the scope.
+/// Sets the process's time zone until the end of the scope.
 class TimeZoneScope
 {
 public:
-    explicit TimeZoneScope(const char *zone)
-        : m_before(qgetenv("TZ"))
-        , m_wasSet(qEnvironmentVariableIsSet("TZ"))
-    {
-        qputenv("TZ", zone);
-        tzset();
-    }
-    ~TimeZoneScope()
-    {
-        if (m_wasSet) {
-            qputenv("TZ", m_before);
-        } else {
-            qunsetenv("TZ");
-        }
-        tzset();
-    }
+    explicit TimeZoneScope(const char *zone);
+    ~TimeZoneScope();
     Q_DISABLE_COPY(TimeZoneScope)
 
 private:

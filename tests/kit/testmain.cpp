@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/testmain.h"
+
+namespace {
+
+QtMessageHandler testLog = nullptr;
+
+void passOn(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (!message.startsWith(QLatin1String("This plugin does not support "))) {
+        testLog(type, context, message);
+    }
+}
+
+} // namespace
+
+PlatformMessageFilter::PlatformMessageFilter()
+{
+    testLog = qInstallMessageHandler(passOn);
+}
+
+PlatformMessageFilter::~PlatformMessageFilter()
+{
+    qInstallMessageHandler(testLog);
+}
+
+int runTest(QObject *test, int argc, char *argv[])
+{
+    QTest::qInit(test, argc, argv);
+    int failed = 0;
+    {
+        const PlatformMessageFilter filter;
+        failed = QTest::qRun();
+    }
+    QTest::qCleanup();
+    return failed;
+}

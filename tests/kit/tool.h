@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "control/mainwindowcontroller.h"
+#include "serial/serialporthandler.h"
+#include "serial/serialportqueue.h"
+#include "storage/localstoragesqlite.h"
+#include "ui/mainwindow.h"
+#include "ui/settings.h"
+
+#include <QtCore/QSharedPointer>
+
+/// The program's own objects, in the order in which its main() makes them.
+struct Tool
+{
+    Settings settings;
+    QSharedPointer<SerialPortQueueInterface> queue{new SerialPortQueue(nullptr)};
+    SerialPortHandler handler{queue, nullptr};
+    LocalStorageSqlite storage;
+    MainWindow window{nullptr};
+    MainWindowController controller{&window, &handler, &settings, &storage, nullptr};
+
+    /// Adds @p path to the port list under @p name and selects it.
+    void choosePort(const QString &name, const QString &path);
+};

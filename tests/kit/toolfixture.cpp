@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/toolfixture.h"
+
+#include "tests/kit/screenshots.h"
+#include "tests/kit/uicoveragerecorder.h"
+
+namespace {
+
+constexpr int rescueMs = 200;
+
+/// A dialog whose answer stopped at a failed check would block the test forever.
+void closeDialogOfFailedTest()
+{
+    auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+    if (dialog != nullptr && QTest::currentTestFailed()) {
+        dialog->reject();
+    }
+}
+
+} // namespace
+
+void ToolFixture::prepareApplication()
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QApplication::setQuitOnLastWindowClosed(false);
+    UiCoverageRecorder::reset();
+    new UiCoverageRecorder(qApp);
+    QFile::remove(text("settings.xml"));
+    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
+}
+
+void ToolFixture::beginCase(const QString &folder)
+{
+    m_journalRead = 0;
+    m_folder = folder.isEmpty() ? std::make_unique<QTemporaryDir>() : nullptr;
+    m_path = folder;
+    m_device = std::make_unique<SimulatorProcess>();
+    m_dialogs = std::make_unique<DialogDriver>();
+    m_dialogs->onDialogShown = takeScreenshot;
+    m_rescue = std::make_unique<QTimer>();
+    connect(m_rescue.get(), &QTimer::timeout, closeDialogOfFailedTest);
+    m_rescue->start(rescueMs);
+    QSettings settings(text("Orvanta"), text("Kv tool"));
+    settings.clear();
+    settings.setValue(text("local storage path"), this->folder());
+}
+
+void ToolFixture::endCase()
+{
+    const auto widgets = QApplication::topLevelWidgets();
+    for (QWidget *widget : widgets) {
+        takeScreenshot(widget);
+    }
+    endTool();
+    const QString complaint = m_dialogs->complaint();
+    m_rescue.reset();
+    m_dialogs.reset();
+    m_device.reset();
+    m_folder.reset();
+    QCOMPARE(complaint, QString());
+    QVERIFY(QApplication::activeModalWidget() == nullptr);
+}
+
+bool ToolFixture::startDevice(const QStringList &options)
+{
+    const QStringList fast{text("--rate"),      text("0"),  text("--write-ms"),  text("20"),
+                           text("--reboot-ms"), text("20"), text("--boot-wait"), text("300"),
+                           text("--log-rows"),  text("5"),  text("--journal"),   journalPath()};
+    return m_device->start(fast + options);
+}
+
+bool ToolFixture::startTool()
+{
+    m_tool = std::make_unique<Tool>();
+    return launchTool();
+}
+
+bool ToolFixture::launchTool()
+{
+    if (!m_tool->controller.start()) {
+        return false;
+    }
+    choosePort(m_device->port());
+    window().show();
+    window().activateWindow();
+    return QTest::qWaitForWindowActive(&window());
+}
+
+bool ToolFixture::startConnected(const QStringList &options)
+{
+    return startDevice(options) && startTool() && connectByClick();
+}
+
+bool ToolFixture::startPolling(const QStringList &options, int intervalMs)
+{
+    if (!startDevice(options) || !startTool()) {
+        return false;
+    }
+    tool().controller.setMeasurementInterval(intervalMs);
+    return connectByClick();
+}
+
+void ToolFixture::endTool()
+{
+    m_tool.reset();
+    // In the program the connection ends with the process.
+    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
+}
+
+void ToolFixture::choosePort(const QString &path)
+{
+    if (!path.isEmpty()) {
+        m_tool->choosePort(path, path);
+    }
+}
+
+int ToolFixture::runProgram(const std::function<void()> &steps)
+{
+    QApplication::setQuitOnLastWindowClosed(true);
+    QTimer::singleShot(0, &window(), [=] {
+        steps();
+        if (QTest::currentTestFailed()) {
+            QCoreApplication::exit(1);
+        }
+    });
+    const int code = QApplication::exec();
+    QApplication::setQuitOnLastWindowClosed(false);
+    return code;
+}
+
+bool ToolFixture::connectByClick()
+{
+    QCoreApplication::processEvents(); // stores the readings of an earlier poll
+    const int readings = storedReadings();
+    return click("connectButton") && waitFor([this] { return isConnected(); })
+        && waitFor([=] { return storedReadings() > readings; });
+}
+
+bool ToolFixture::disconnectByClick()
+{
+    return click("disconnectButton") && waitFor([this] { return !queue().serialPort()->isOpen(); });
+}
+
+void ToolFixture::typeSetting(const char *alias, const QString &value)
+{
+    QVERIFY(typeIntoCell(editor(), setting(alias)->row(), setting(alias)->column(), value));
+}
+
+QMetaObject::Connection ToolFixture::atProgress(int percentage, const std::function<void()> &action)
+{
+    const auto isDone = std::make_shared<bool>(false);
+    const auto look = [=](int value) {
+        if (value >= percentage && !*isDone) {
+            *isDone = true;
+            action();
+        }
+    };
+    // Queued, because the action may press Cancel, which must not happen inside the report.
+    return connect(bar(), &QProgressBar::valueChanged, bar(), look, Qt::QueuedConnection);
+}
+
+bool ToolFixture::waitUntilQuiet()
+{
+    return waitFor([this] {
+        const bool wasIdle = isIdle();
+        QCoreApplication::processEvents();
+        return wasIdle && isIdle();
+    });
+}
+
+bool ToolFixture::waitForAnswers()
+{
+    return waitFor([this] { return dialogs().isSatisfied(); });
+}
+
+bool ToolFixture::readingsArrive()
+{
+    table()->item(0, 1)->setText(QString());
+    const int readings = storedReadings();
+    return waitFor([=] { return storedReadings() >= readings + 2; })
+        && !table()->item(0, 1)->text().isEmpty();
+}
+
+QTableWidgetItem *ToolFixture::setting(const char *alias)
+{
+    constexpr int aliasColumn = 1;
+    constexpr int valueColumn = 2;
+    for (int row = 0; row < editor()->rowCount(); ++row) {
+        if (editor()->item(row, aliasColumn)->text() == QLatin1String(alias)) {
+            return editor()->item(row, valueColumn);
+        }
+    }
+    return nullptr;
+}
+
+QMap<QString, QString> ToolFixture::shownValues()
+{
+    constexpr int rawNameRole = Qt::UserRole + 4;
+    QMap<QString, QString> values;
+    for (int row = 0; row < table()->rowCount(); ++row) {
+        values.insert(table()->item(row, 0)->data(rawNameRole).toString(),
+                      table()->item(row, 1)->text());
+    }
+    return values;
+}
+
+QStringList ToolFixture::sqlite(const QString &query) const
+{
+    QProcess client;
+    client.start(text("sqlite3"), {text("-readonly"), storePath(), query});
+    client.waitForFinished();
+    return QString::fromUtf8(client.readAllStandardOutput())
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+int ToolFixture::storedReadings() const
+{
+    const QString connection = text("observer");
+    int count = 0;
+    if (QFile::exists(storePath())) {
+        QSqlDatabase store = QSqlDatabase::addDatabase(text("QSQLITE"), connection);
+        store.setDatabaseName(storePath());
+        store.setConnectOptions(text("QSQLITE_OPEN_READONLY"));
+        store.open();
+        QSqlQuery query(text("select count(*) from measurement_metadata"), store);
+        count = query.next() ? query.value(0).toInt() : 0;
+    }
+    QSqlDatabase::removeDatabase(connection);
+    return count;
+}
+
+QStringList ToolFixture::commands() const
+{
+    QStringList found;
+    const QList<QByteArray> lines = contents(journalPath()).mid(m_journalRead).split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith("command ")) {
+            found.append(QString::fromLatin1(line.mid(int(qstrlen("command ")))));
+        }
+    }
+    return found;
+}
+
+int ToolFixture::commandCount(const char *beginning) const
+{
+    return commands().filter(QRegularExpression(QLatin1Char('^') + text(beginning))).size();
+}
+
+void ToolFixture::forgetCommands()
+{
+    m_journalRead = contents(journalPath()).size();
+}
+
+QVariant ToolFixture::rememberedValue(const char *key)
+{
+    return QSettings(text("Orvanta"), text("Kv tool")).value(QLatin1String(key));
+}

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/uicoveragerecorder.h"
+
+#include <QtCore/QFile>
+#include <QtGui/QKeyEvent>
+#include <QtTest/QTest>
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QStatusBar>
+
+namespace {
+
+constexpr const char *pathVariable = "KV_UI_COVERAGE";
+constexpr const char *scenarioVariable = "KV_SCENARIO";
+
+/// Whatever a user can act on takes the focus, except for a table's header.
+bool isControl(const QWidget *widget)
+{
+    const auto *const header = qobject_cast<const QHeaderView *>(widget);
+    const bool acts = header ? header->sectionsClickable() && !header->isHidden()
+                             : widget->focusPolicy() != Qt::NoFocus;
+    return acts && !widget->property("readOnly").toBool()
+        && !widget->objectName().startsWith(QLatin1String("qt_"));
+}
+
+QString labelOf(const QAbstractButton *button)
+{
+    return button->text().remove(QLatin1Char('&'));
+}
+
+/// The control that @p widget is or is a part of, with its window: "MainWindow.unit" for an entry
+/// of that combo box's list.
+QString controlOf(const QWidget *widget)
+{
+    QString name;
+    QString part;
+    const QWidget *at = widget;
+    for (; !at->isWindow() || at->windowType() == Qt::Popup; at = at->parentWidget()) {
+        if (at->parentWidget() == nullptr) {
+            break;
+        }
+        if (name.isEmpty() && qobject_cast<const QHeaderView *>(at)) {
+            part = QStringLiteral(".header");
+        }
+        const QString own = at->objectName();
+        const auto *const button = qobject_cast<const QAbstractButton *>(at);
+        if (name.isEmpty() && !own.isEmpty() && !own.startsWith(QLatin1String("qt_"))) {
+            name = own;
+        } else if (name.isEmpty() && button != nullptr) {
+            name = labelOf(button);
+        }
+    }
+    return UiCoverageRecorder::nameOf(at) + QLatin1Char('.') + name + part;
+}
+
+} // namespace
+
+UiCoverageRecorder::UiCoverageRecorder(QObject *parent)
+    : QObject(parent)
+    , m_path(QString::fromLocal8Bit(qgetenv(pathVariable)))
+{
+    if (!m_path.isEmpty()) {
+        qApp->installEventFilter(this);
+    }
+}
+
+void UiCoverageRecorder::reset()
+{
+    if (qEnvironmentVariableIsSet(pathVariable)) {
+        QFile::remove(QString::fromLocal8Bit(qgetenv(pathVariable)));
+    }
+}
+
+QString UiCoverageRecorder::scenario()
+{
+    if (qEnvironmentVariableIsSet(scenarioVariable)) {
+        return QString::fromLocal8Bit(qgetenv(scenarioVariable));
+    }
+    return QCoreApplication::applicationName() + QLatin1String("::")
+        + QLatin1String(QTest::currentTestFunction());
+}
+
+QString UiCoverageRecorder::nameOf(const QWidget *window)
+{
+    return window->objectName().isEmpty() || window->inherits("QFileDialog")
+        ? QString::fromLatin1(window->metaObject()->className())
+        : window->objectName();
+}
+
+bool UiCoverageRecorder::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched->isWidgetType()) {
+        recordEvent(static_cast<QWidget *>(watched), event);
+    }
+    return false;
+}
+
+void UiCoverageRecorder::recordEvent(QWidget *widget, QEvent *event)
+{
+    const bool isWindow = widget->isWindow() && widget->windowType() != Qt::Popup
+        && widget->windowType() != Qt::ToolTip;
+    switch (event->type()) {
+    case QEvent::Show:
+        if (isWindow) {
+            recordWindow(widget);
+        }
+        break;
+    case QEvent::WindowTitleChange:
+        if (isWindow && widget->isVisible()) {
+            record("text", widget->windowTitle());
+        }
+        break;
+    case QEvent::Close:
+        if (isWindow && event->spontaneous()) {
+            record("closed", nameOf(widget));
+        }
+        break;
+    case QEvent::KeyPress:
+        if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape
+            && qobject_cast<QDialog *>(widget->window())) {
+            record("escaped", nameOf(widget->window()));
+        }
+        Q_FALLTHROUGH();
+    case QEvent::MouseButtonPress:
+        if (event->spontaneous() && widget->isVisible() && widget->isEnabled()) {
+            record("pressed", controlOf(widget));
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+void UiCoverageRecorder::recordWindow(QWidget *window)
+{
+    record("shown", nameOf(window));
+    record("text", window->windowTitle());
+    auto *const box = qobject_cast<QMessageBox *>(window);
+    if (box != nullptr) {
+        record("text", box->text());
+    }
+    // The same window may be shown many times.
+    constexpr const char *recorded = "uiCoverageRecorded";
+    if (window->property(recorded).toBool()) {
+        return;
+    }
+    window->setProperty(recorded, true);
+    if (auto *const dialog = qobject_cast<QDialog *>(window)) {
+        connect(dialog, &QDialog::finished, this, [=](int result) { recordEnd(dialog, result); });
+    }
+    if (box == nullptr && !window->inherits("QFileDialog")) {
+        recordControls(window);
+    }
+}
+
+void UiCoverageRecorder::recordControls(const QWidget *window)
+{
+    const auto children = window->findChildren<QWidget *>();
+    for (QWidget *child : children) {
+        if (child->window() != window) {
+            continue;
+        }
+        if (isControl(child)) {
+            record("offered", controlOf(child));
+        }
+        if (auto *const button = qobject_cast<QAbstractButton *>(child)) {
+            connect(button, &QAbstractButton::clicked, this,
+                    [=] { record("clicked", controlOf(button)); });
+        } else if (auto *const bar = qobject_cast<QStatusBar *>(child)) {
+            connect(bar, &QStatusBar::messageChanged, this,
+                    [=](const QString &text) { record("text", text); });
+        } else if (auto *const line = qobject_cast<QLineEdit *>(child)) {
+            connect(line, &QLineEdit::textChanged, this, [=](const QString &text) {
+                record("text", line->isReadOnly() ? text : QString());
+            });
+        }
+    }
+}
+
+void UiCoverageRecorder::recordEnd(const QDialog *dialog, int result)
+{
+    if (const auto *const box = qobject_cast<const QMessageBox *>(dialog)) {
+        const QAbstractButton *const button = box->clickedButton();
+        record("ended",
+               box->text() + QLatin1String(" = ") + (button ? labelOf(button) : QString()));
+    } else {
+        const char *const end = result == QDialog::Accepted ? " = accepted" : " = rejected";
+        record("ended", dialog->windowTitle() + QLatin1String(end));
+    }
+}
+
+void UiCoverageRecorder::record(const char *event, const QString &subject)
+{
+    const QString line =
+        QStringList{QString::fromLatin1(event), subject.simplified(), scenario()}.join(
+            QLatin1Char('\t'));
+    if (subject.isEmpty() || m_recorded.contains(line)) {
+        return;
+    }
+    m_recorded.insert(line);
+    QFile file(m_path);
+    if (file.open(QIODevice::Append)) {
+        file.write(line.toUtf8() + '\n');
+    }
+}

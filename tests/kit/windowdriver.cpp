@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/windowdriver.h"
+
+#include <QtGui/QCloseEvent>
+#include <QtGui/QWindow>
+#include <QtTest/QTest>
+#include <QtWidgets/QAbstractItemView>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QDoubleSpinBox>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QListWidget>
+#include <QtWidgets/QProgressBar>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QTableWidget>
+
+namespace {
+
+/// Whether a modal dialog keeps input from @p window.
+bool isBlocked(const QWidget *window)
+{
+    const QWidget *const modal = QApplication::activeModalWidget();
+    return modal != nullptr && modal != window;
+}
+
+/// Clicks near the left end of @p widget, where check boxes and first sections are.
+void clickLeft(QWidget *widget, int x)
+{
+    QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, QPoint(x, widget->height() / 2));
+}
+
+} // namespace
+
+bool WindowDriver::waitFor(const std::function<bool()> &condition)
+{
+    return QTest::qWaitFor(condition, waitMs);
+}
+
+bool WindowDriver::press(QAbstractButton *button)
+{
+    if (isBlocked(button->window()) || !button->isVisible() || !button->isEnabled()) {
+        return false;
+    }
+    QTest::mouseClick(button, Qt::LeftButton);
+    return true;
+}
+
+bool WindowDriver::press(const QDialog *dialog, QDialogButtonBox::StandardButton button)
+{
+    return press(dialog->findChild<QDialogButtonBox *>()->button(button));
+}
+
+bool WindowDriver::choose(QComboBox *combo, int index)
+{
+    QTest::mouseClick(combo, Qt::LeftButton);
+    if (!waitFor([=] { return combo->view()->isVisible(); })) {
+        return false;
+    }
+    QTest::keyClick(combo->view(), Qt::Key_Home);
+    for (int row = 0; row < index; ++row) {
+        QTest::keyClick(combo->view(), Qt::Key_Down);
+    }
+    QTest::keyClick(combo->view(), Qt::Key_Return);
+    return waitFor([=] { return !combo->view()->isVisible(); }) && combo->currentIndex() == index;
+}
+
+void WindowDriver::toggle(QCheckBox *checkBox)
+{
+    constexpr int boxX = 8;
+    clickLeft(checkBox, boxX);
+}
+
+void WindowDriver::toggle(QListWidget *list, int row)
+{
+    constexpr int boxX = 10;
+    QListWidgetItem *const item = list->item(row);
+    list->scrollToItem(item);
+    const QRect place = list->visualItemRect(item);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier,
+                      QPoint(place.left() + boxX, place.center().y()));
+    QCoreApplication::processEvents();
+}
+
+void WindowDriver::toggle(QListWidget *list, int role, const QStringList &values)
+{
+    for (int row = 0; row < list->count(); ++row) {
+        if (values.contains(list->item(row)->data(role).toString())) {
+            toggle(list, row);
+        }
+    }
+}
+
+QStringList WindowDriver::checked(const QListWidget *list, int role)
+{
+    QStringList values;
+    for (int row = 0; row < list->count(); ++row) {
+        if (list->item(row)->checkState() == Qt::Checked) {
+            values.append(list->item(row)->data(role).toString());
+        }
+    }
+    return values;
+}
+
+QLineEdit *WindowDriver::editCell(QTableWidget *table, int row, int column)
+{
+    QTableWidgetItem *const item = table->item(row, column);
+    table->scrollToItem(item);
+    const QPoint cell = table->visualItemRect(item).center();
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
+    QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
+    return qobject_cast<QLineEdit *>(QApplication::focusWidget());
+}
+
+bool WindowDriver::typeIntoCell(QTableWidget *table, int row, int column, const QString &value)
+{
+    QLineEdit *const editor = editCell(table, row, column);
+    if (editor == nullptr) {
+        return false;
+    }
+    QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(editor, value);
+    QTest::keyClick(editor, Qt::Key_Return);
+    return true;
+}
+
+void WindowDriver::typeNumber(QDoubleSpinBox *box, const QString &number)
+{
+    constexpr int textX = 5;
+    clickLeft(box, textX);
+    QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(box, number);
+    QTest::keyClick(box, Qt::Key_Tab);
+}
+
+void WindowDriver::stepYear(QDateTimeEdit *edit, Qt::Key key)
+{
+    constexpr int textX = 5;
+    clickLeft(edit, textX);
+    // In some locales the first section is another one.
+    edit->setSelectedSection(QDateTimeEdit::YearSection);
+    QTest::keyClick(edit, key);
+}
+
+bool WindowDriver::closeByFrame(QWidget *window)
+{
+    if (!window->isVisible() || isBlocked(window)) {
+        return false;
+    }
+    QCloseEvent event;
+    QSpontaneKeyEvent::setSpontaneous(&event);
+    qApp->notify(window->windowHandle(), &event);
+    return true;
+}
+
+QWidget *WindowDriver::topLevel(const char *name)
+{
+    const auto widgets = QApplication::topLevelWidgets();
+    for (QWidget *widget : widgets) {
+        if (widget->objectName() == QLatin1String(name)) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+QDialog *WindowDriver::waitDialog()
+{
+    return qobject_cast<QDialog *>(topLevel("WaitDialog"));
+}
+
+QPushButton *WindowDriver::cancelButton()
+{
+    return waitDialog()->findChild<QPushButton *>();
+}
+
+QProgressBar *WindowDriver::bar()
+{
+    return waitDialog()->findChild<QProgressBar *>();
+}

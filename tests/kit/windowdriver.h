@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QString>
+#include <QtWidgets/QDialogButtonBox>
+#include <functional>
+
+class QAbstractButton;
+class QCheckBox;
+class QComboBox;
+class QDateTimeEdit;
+class QDialog;
+class QDoubleSpinBox;
+class QLineEdit;
+class QListWidget;
+class QProgressBar;
+class QPushButton;
+class QTableWidget;
+
+/// Mouse and keyboard input at the real windows, as a user gives it.
+///
+/// The steps that can fail return whether they worked; those that wait do so up to waitMs.
+class WindowDriver
+{
+public:
+    /// Longest wait for a condition.
+    static constexpr int waitMs = 20000;
+
+    /// Runs the event loop until @p condition is true; false when the time is over.
+    static bool waitFor(const std::function<bool()> &condition);
+
+    /// Clicks @p button if a user can: it is visible, enabled and not blocked by a modal dialog.
+    static bool press(QAbstractButton *button);
+
+    /// Clicks the standard button @p button of @p dialog.
+    static bool press(const QDialog *dialog, QDialogButtonBox::StandardButton button);
+
+    /// Opens the list of @p combo with the mouse and chooses the entry @p index by keys.
+    static bool choose(QComboBox *combo, int index);
+
+    /// Clicks the box of @p checkBox.
+    static void toggle(QCheckBox *checkBox);
+
+    /// Clicks the box in the row @p row of @p list.
+    static void toggle(QListWidget *list, int row);
+
+    /// Clicks the boxes of those rows of @p list whose data for @p role is among @p values.
+    static void toggle(QListWidget *list, int role, const QStringList &values);
+
+    /// The data for @p role of the checked rows of @p list.
+    static QStringList checked(const QListWidget *list, int role);
+
+    /// Opens the editor of the cell by a double click; null when the cell can't be edited.
+    static QLineEdit *editCell(QTableWidget *table, int row, int column);
+
+    /// Replaces the content of the cell by typing @p value and Return.
+    static bool typeIntoCell(QTableWidget *table, int row, int column, const QString &value);
+
+    /// Replaces the content of the field by typing.
+    static void typeNumber(QDoubleSpinBox *box, const QString &number);
+
+    /// Presses @p key, Up or Down, in the year of @p edit.
+    static void stepYear(QDateTimeEdit *edit, Qt::Key key);
+
+    /// Closes @p window by its frame, as the window system does: not while a modal dialog blocks
+    /// it.
+    static bool closeByFrame(QWidget *window);
+
+    /// The window with this object name, shown or not; null when there is none.
+    static QWidget *topLevel(const char *name);
+
+    /// The tool's wait dialog and its parts.
+    /// @{
+    static QDialog *waitDialog();
+    static QPushButton *cancelButton();
+    static QProgressBar *bar();
+    /// @}
+};
