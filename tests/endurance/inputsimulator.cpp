@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/endurance/monkeyhands.h"
+#include "tests/endurance/inputsimulator.h"
 
 #include <QtGui/QClipboard>
 #include <QtGui/QInputMethodEvent>
@@ -8,8 +8,9 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractSpinBox>
 #include <QtWidgets/QApplication>
+#include <algorithm>
 
-namespace MonkeyHands {
+namespace InputSimulator {
 
 namespace {
 
@@ -40,27 +41,33 @@ const QList<QString> &texts()
     return all;
 }
 
+QWindow *windowOf(const QWidget *widget)
+{
+    return widget->isVisible() ? widget->window()->windowHandle() : nullptr;
+}
+
 QPoint onWindow(const QWidget *widget, const QPoint &at)
 {
     return widget->mapTo(widget->window(), at);
 }
 
-/// A point of @p widget that is on the screen; false when there is none.
-bool findPoint(const QWidget *widget, MonkeyDice *dice, QPoint &point)
+/// A visible point of @p widget: the middle, or a random one; false when there is none.
+bool findPoint(const QWidget *widget, RandomSource *random, QPoint &point)
 {
     const QRect seen = widget->visibleRegion().boundingRect();
     if (seen.isEmpty() || widget->window()->windowHandle() == nullptr) {
         return false;
     }
     point = seen.center();
-    if (dice) {
-        point = seen.topLeft() + QPoint(dice->below(seen.width()), dice->below(seen.height()));
+    if (random) {
+        point = seen.topLeft() + QPoint(random->below(seen.width()), random->below(seen.height()));
     }
     return true;
 }
 
-/// Down and up; the window may go with the former.
-void stroke(QWindow *window, Qt::Key key, Qt::KeyboardModifiers modifiers, const QString &text)
+/// The press may delete the window.
+void pressAndRelease(QWindow *window, Qt::Key key, Qt::KeyboardModifiers modifiers,
+                     const QString &text)
 {
     const QPointer<QWindow> watch = window;
     QTest::simulateEvent(window, true, key, modifiers, text, false);
@@ -69,46 +76,46 @@ void stroke(QWindow *window, Qt::Key key, Qt::KeyboardModifiers modifiers, const
     }
 }
 
-bool canStrike(const QPointer<QWidget> &window)
+bool canReceiveKeys(const QPointer<QWidget> &window)
 {
     return window && window->isVisible() && window->windowHandle();
 }
 
 } // namespace
 
-bool click(QWidget *widget, Qt::MouseButton button)
+bool click(QWidget *widget)
 {
     QPoint middle;
-    return widget && findPoint(widget, nullptr, middle) && clickAt(widget, middle, button);
+    return widget && findPoint(widget, nullptr, middle) && clickAt(widget, middle);
 }
 
 bool clickAt(QWidget *widget, const QPoint &at, Qt::MouseButton button)
 {
-    QWindow *const window = widget->window()->windowHandle();
-    if (window == nullptr || !widget->isVisible()) {
+    QWindow *const window = windowOf(widget);
+    if (window == nullptr) {
         return false;
     }
     QTest::mouseClick(window, button, Qt::NoModifier, onWindow(widget, at));
     return true;
 }
 
-bool doubleClickAt(QWidget *widget, const QPoint &at)
+static bool doubleClickAt(QWidget *widget, const QPoint &at)
 {
-    QWindow *const window = widget->window()->windowHandle();
-    if (window == nullptr || !widget->isVisible()) {
+    QWindow *const window = windowOf(widget);
+    if (window == nullptr) {
         return false;
     }
     QTest::mouseDClick(window, Qt::LeftButton, Qt::NoModifier, onWindow(widget, at));
     return true;
 }
 
-void poke(QWidget *widget, MonkeyDice &dice)
+void useMouse(QWidget *widget, RandomSource &random)
 {
     QPoint point;
-    if (!findPoint(widget, &dice, point)) {
+    if (!findPoint(widget, &random, point)) {
         return;
     }
-    const int way = dice.below(100);
+    const int way = random.below(100);
     if (way < 75) {
         clickAt(widget, point);
     } else if (way < 85) {
@@ -122,14 +129,14 @@ void poke(QWidget *widget, MonkeyDice &dice)
     }
 }
 
-void turnWheel(QWidget *widget, MonkeyDice &dice)
+void turnWheel(QWidget *widget, RandomSource &random)
 {
     QPoint point;
-    if (!findPoint(widget, &dice, point)) {
+    if (!findPoint(widget, &random, point)) {
         return;
     }
     constexpr int notch = 120;
-    const QPoint turn(0, notch * dice.between(-3, 3));
+    const QPoint turn(0, notch * random.between(-3, 3));
     QWheelEvent event(point, widget->mapToGlobal(point), QPoint(), turn, Qt::NoButton,
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(widget, &event);
@@ -137,14 +144,14 @@ void turnWheel(QWidget *widget, MonkeyDice &dice)
 
 void press(const QPointer<QWidget> &window, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    if (canStrike(window)) {
+    if (canReceiveKeys(window)) {
         const char letter = QTest::keyToAscii(key);
         const QString text = letter != 0 ? QString(QLatin1Char(letter)) : QString();
-        stroke(window->windowHandle(), key, modifiers, text);
+        pressAndRelease(window->windowHandle(), key, modifiers, text);
     }
 }
 
-void pressSome(const QPointer<QWidget> &window, MonkeyDice &dice)
+void pressRandomKey(const QPointer<QWidget> &window, RandomSource &random)
 {
     static const QList<Qt::Key> keys{
         Qt::Key_Tab,    Qt::Key_Tab,    Qt::Key_Backtab,   Qt::Key_Return, Qt::Key_Enter,
@@ -157,21 +164,21 @@ void pressSome(const QPointer<QWidget> &window, MonkeyDice &dice)
     static const QList<Qt::KeyboardModifiers> modifiers{Qt::ControlModifier, Qt::ShiftModifier,
                                                         Qt::AltModifier,
                                                         Qt::ControlModifier | Qt::ShiftModifier};
-    const Qt::Key key = dice.pick(keys);
-    const bool alone = dice.percent(75);
-    press(window, key, alone ? Qt::KeyboardModifiers() : dice.pick(modifiers));
+    const Qt::Key key = random.pick(keys);
+    const bool alone = random.percent(75);
+    press(window, key, alone ? Qt::KeyboardModifiers() : random.pick(modifiers));
 }
 
-void enterSome(const QPointer<QWidget> &window, MonkeyDice &dice)
+void enterRandomText(const QPointer<QWidget> &window, RandomSource &random)
 {
-    const QString text = dice.pick(texts());
-    const int way = dice.below(3);
+    const QString text = random.pick(texts());
+    const int way = random.below(3);
     QWidget *const focus = QApplication::focusWidget();
     if (way == 0 && text.size() < 40) {
         for (const QChar character : text) {
-            if (character.unicode() > ' ' && character.unicode() < 127 && canStrike(window)) {
+            if (character.unicode() > ' ' && character.unicode() < 127 && canReceiveKeys(window)) {
                 const Qt::Key key = QTest::asciiToKey(character.toLatin1());
-                stroke(window->windowHandle(), key, Qt::NoModifier, character);
+                pressAndRelease(window->windowHandle(), key, Qt::NoModifier, character);
             }
         }
     } else if (way == 1 && focus && focus->testAttribute(Qt::WA_InputMethodEnabled)) {
@@ -184,7 +191,7 @@ void enterSome(const QPointer<QWidget> &window, MonkeyDice &dice)
     }
 }
 
-void editCell(QTableWidget *table, MonkeyDice &dice)
+void editCell(QTableWidget *table, RandomSource &random)
 {
     if (table->rowCount() == 0) {
         return;
@@ -192,8 +199,8 @@ void editCell(QTableWidget *table, MonkeyDice &dice)
     constexpr int valueColumn = 2;
     const QPointer<QWidget> window = table->window();
     const QPointer<QTableWidget> watch = table;
-    QTableWidgetItem *const item =
-        table->item(dice.below(table->rowCount()), dice.percent(90) ? valueColumn : dice.below(3));
+    QTableWidgetItem *const item = table->item(random.below(table->rowCount()),
+                                               random.percent(90) ? valueColumn : random.below(3));
     if (item == nullptr) {
         return;
     }
@@ -204,8 +211,8 @@ void editCell(QTableWidget *table, MonkeyDice &dice)
         return;
     }
     press(window, Qt::Key_A, Qt::ControlModifier);
-    enterSome(window, dice);
-    const int way = dice.below(10);
+    enterRandomText(window, random);
+    const int way = random.below(10);
     if (way < 6) {
         press(window, Qt::Key_Return);
     } else if (way < 7) {
@@ -215,30 +222,30 @@ void editCell(QTableWidget *table, MonkeyDice &dice)
     } // else the editor stays open
 }
 
-void moveDate(QWidget *field, MonkeyDice &dice, Qt::Key arrow)
+void changeDate(QWidget *field, RandomSource &random, Qt::Key arrow)
 {
     const QPointer<QWidget> window = field->window();
     if (!click(field)) {
         return;
     }
     press(window, Qt::Key_Home);
-    for (int section = dice.below(3); section > 0; --section) {
+    for (int section = random.below(3); section > 0; --section) {
         press(window, Qt::Key_Right, Qt::ControlModifier);
     }
-    for (int turn = dice.between(1, 3); turn > 0; --turn) {
+    for (int turn = random.between(1, 3); turn > 0; --turn) {
         press(window, arrow);
     }
 }
 
-QList<QWidget *> reachable(QWidget *window, const QStringList &classNames)
+QList<QWidget *> reachable(const QWidget *window, const QStringList &classNames)
 {
     QList<QWidget *> found;
     const QList<QWidget *> children = window->findChildren<QWidget *>();
     for (QWidget *child : children) {
-        bool fits = classNames.isEmpty();
-        for (const QString &name : classNames) {
-            fits = fits || child->inherits(name.toLatin1().constData());
-        }
+        const bool fits = classNames.isEmpty()
+            || std::any_of(classNames.begin(), classNames.end(), [child](const QString &name) {
+                              return child->inherits(name.toLatin1().constData());
+                          });
         if (fits && child->window() == window && child->isVisible()
             && !child->visibleRegion().isEmpty()) {
             found.append(child);
@@ -247,11 +254,11 @@ QList<QWidget *> reachable(QWidget *window, const QStringList &classNames)
     return found;
 }
 
-void reshape(QWidget *window, MonkeyDice &dice)
+void resize(QWidget *window, RandomSource &random)
 {
-    const int way = dice.below(10);
+    const int way = random.below(10);
     if (way < 6) {
-        window->resize(dice.between(1, 1400), dice.between(1, 1000));
+        window->resize(random.between(1, 1400), random.between(1, 1000));
     } else if (way < 7) {
         window->showMinimized();
     } else if (way < 8) {
@@ -261,4 +268,4 @@ void reshape(QWidget *window, MonkeyDice &dice)
     }
 }
 
-} // namespace MonkeyHands
+} // namespace InputSimulator
