@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/endurance/eagerpolling.h"
-#include "tests/endurance/strain.h"
+#include "tests/endurance/continuouspolling.h"
 #include "tests/integration/devicelink.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testparameters.h"
 
 #include <QtCharts/QChart>
 #include <QtCharts/QChartView>
@@ -12,19 +12,19 @@
 
 namespace {
 
-constexpr int daysOfAMonth = 30;
+constexpr int daysPerMonth = 30;
 constexpr int warmUpDays = 3;
 constexpr qint64 kibibyte = 1024;
-constexpr int valuesOfAReading = 5; // and one that is never available
+constexpr int valuesPerReading = 5; // and one that is never available
 
 #ifdef __SANITIZE_ADDRESS__
-constexpr bool memoryIsPlain = false; // what is freed stays in the sanitizer's quarantine
+constexpr bool memoryIsMeasurable = false; // freed memory stays in the quarantine
 #else
-constexpr bool memoryIsPlain = true;
+constexpr bool memoryIsMeasurable = true;
 #endif
 constexpr qint64 allowedGrowthKiB = 4096;
 
-/// The memory of this process that is in RAM.
+/// The resident memory of this process.
 qint64 residentKiB()
 {
     QFile file(text("/proc/self/statm"));
@@ -33,7 +33,7 @@ qint64 residentKiB()
     return pages * sysconf(_SC_PAGESIZE) / kibibyte;
 }
 
-/// The most that residentKiB() ever was.
+/// The peak of residentKiB().
 qint64 peakKiB()
 {
     QFile file(text("/proc/self/status"));
@@ -48,14 +48,14 @@ qint64 peakKiB()
     return 0;
 }
 
-QString wordOf(const QString &name, double value)
+QString valueText(const QString &name, double value)
 {
     constexpr int allDigits = 17;
     return QStringLiteral("%1=%2 ").arg(name, QString::number(value, 'g', allDigits));
 }
 
-/// What the device told in its last reading, as a store that lost nothing gives it back.
-QString toldReading(const QList<QByteArray> &pairs)
+/// The values of the device's last reading, in the form of storedSince().
+QString reportedReading(const QList<QByteArray> &pairs)
 {
     QMap<QString, double> values;
     for (const QByteArray &pair : pairs) {
@@ -66,15 +66,14 @@ QString toldReading(const QList<QByteArray> &pairs)
     }
     QString line;
     for (auto value = values.cbegin(); value != values.cend(); ++value) {
-        line += wordOf(value.key(), value.value());
+        line += valueText(value.key(), value.value());
     }
     return line;
 }
 
 } // namespace
 
-/// A month of polling with the graph open on the present day. Only the minute between two readings
-/// is gone.
+/// A month of polling with the graph open on the current day, without the minute between readings.
 class TestSoak : public ToolFixture
 {
     Q_OBJECT
@@ -84,7 +83,7 @@ private slots:
     void init() { beginCase(); }
     void cleanup() { endCase(); }
 
-    void monthIsStoredWholeInSteadyMemory();
+    void storesAMonthOfReadingsInConstantMemory();
 
 private:
     void openGraph();
@@ -94,7 +93,7 @@ private:
     QWidget *graph() { return topLevel("MeasurementGraph"); }
     int drawnPoints();
 
-    QStringList m_told; ///< what the device told today, a line for each reading
+    QStringList m_reported; ///< the device's readings of the current day
 };
 
 void TestSoak::initTestCase()
@@ -102,7 +101,7 @@ void TestSoak::initTestCase()
     qputenv("QT_LOGGING_RULES", "*.debug=false");
     QLoggingCategory::setFilterRules(text("*.debug=false"));
     prepareApplication();
-    // A reading is six commits: on a disk a month of them is an hour of waiting for it to flush.
+    // A reading takes six commits; on a disk a month of them would take an hour.
     const QString memory = text("/dev/shm");
     if (QFileInfo(memory).isWritable()) {
         qputenv("TMPDIR", memory.toLocal8Bit());
@@ -117,13 +116,13 @@ void TestSoak::openGraph()
     settings.setValue(text("graph measurement types"), QStringList(shownValues().keys()));
     QVERIFY(click("buttonShowGraph"));
     QTRY_VERIFY(graph()->isVisible());
-    QCOMPARE(drawnPoints(), valuesOfAReading);
+    QCOMPARE(drawnPoints(), valuesPerReading);
 }
 
-/// As a person does in the morning: the period begins anew.
+/// Starts the graph's period again, as a user does each morning.
 void TestSoak::beginDay()
 {
-    m_told.clear();
+    m_reported.clear();
     graph()
         ->findChild<QDateTimeEdit *>(text("fromDateTimeEdit"))
         ->setDateTime(QDateTime::currentDateTime());
@@ -132,7 +131,7 @@ void TestSoak::beginDay()
 bool TestSoak::pollUntil(int readings)
 {
     constexpr int longestDayMs = 3600000;
-    return runUntil([=] { return m_told.size() >= readings; }, longestDayMs);
+    return runUntil([=] { return m_reported.size() >= readings; }, longestDayMs);
 }
 
 int TestSoak::drawnPoints()
@@ -148,7 +147,7 @@ int TestSoak::drawnPoints()
 /// The readings from @p id on, over a connection of its own.
 QStringList TestSoak::storedSince(int id)
 {
-    const QString connection = text("soak witness");
+    const QString connection = text("soak test");
     QStringList lines;
     {
         QSqlDatabase store = QSqlDatabase::addDatabase(text("QSQLITE"), connection);
@@ -168,42 +167,42 @@ QStringList TestSoak::storedSince(int id)
                 last = query.value(0).toLongLong();
                 lines.append(QString());
             }
-            lines.last() += wordOf(query.value(1).toString(), query.value(2).toDouble());
+            lines.last() += valueText(query.value(1).toString(), query.value(2).toDouble());
         }
     }
     QSqlDatabase::removeDatabase(connection);
     return lines;
 }
 
-void TestSoak::monthIsStoredWholeInSteadyMemory()
+void TestSoak::storesAMonthOfReadingsInConstantMemory()
 {
-    const int readingsOfADay = qMax(1, Strain::size("KV_READINGS", 990) / daysOfAMonth);
+    const int readingsOfADay = qMax(1, TestParameters::number("KV_READINGS", 990) / daysPerMonth);
     QElapsedTimer time;
     time.start();
     QVERIFY(startConnected({text("--unavailable"), text("LUX")}));
-    m_told.append(toldReading(device().measurements()));
+    m_reported.append(reportedReading(device().measurements()));
     openGraph();
     connect(&tool().handler, &SerialPortHandlerInterface::measurementsRead, this,
-            [this] { m_told.append(toldReading(device().measurements())); });
-    pollEagerly(tool());
+            [this] { m_reported.append(reportedReading(device().measurements())); });
+    pollContinuously(tool());
     tool().controller.setMeasurementInterval(0);
 
     qint64 warmKiB = 0;
     qint64 nowKiB = 0;
     int readings = 0;
-    for (int day = 1; day <= daysOfAMonth; ++day) {
+    for (int day = 1; day <= daysPerMonth; ++day) {
         QElapsedTimer dayTime;
         dayTime.start();
         QVERIFY(pollUntil(readingsOfADay));
         const qint64 dayMs = dayTime.elapsed();
-        // The newest reading is drawn with the next one: it is shown before it is stored.
-        QCOMPARE(drawnPoints(), (m_told.size() - 1) * valuesOfAReading);
-        QCOMPARE(storedSince(readings + 1), m_told);
-        readings += m_told.size();
+        // A reading is shown before it is stored, so that the graph draws it with the next one.
+        QCOMPARE(drawnPoints(), (m_reported.size() - 1) * valuesPerReading);
+        QCOMPARE(storedSince(readings + 1), m_reported);
+        readings += m_reported.size();
         nowKiB = residentKiB();
         warmKiB = day == warmUpDays ? nowKiB : warmKiB;
         qInfo("day %d: %d readings, %.1f ms each, %lld KiB", day, readings,
-              static_cast<double>(dayMs) / m_told.size(), nowKiB);
+              static_cast<double>(dayMs) / m_reported.size(), nowKiB);
         beginDay();
     }
     QCOMPARE(storedReadings(), readings);
@@ -213,7 +212,7 @@ void TestSoak::monthIsStoredWholeInSteadyMemory()
     qInfo("%d readings, all stored, in %lld s; %lld KiB after %d days, %+lld KiB at the end, peak "
           "%lld KiB",
           readings, time.elapsed() / 1000, warmKiB, warmUpDays, growthKiB, peakKiB());
-    QVERIFY(!memoryIsPlain || growthKiB <= allowedGrowthKiB);
+    QVERIFY(!memoryIsMeasurable || growthKiB <= allowedGrowthKiB);
 }
 
 KV_TEST_MAIN(TestSoak)

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The program's own objects, with a hand that presses Connect: the tool connects to the port that
-// the one argument names and polls it without a pause, until somebody kills it. For each
-// reading that is in the store "reading" goes to standard output.
-#include "tests/endurance/eagerpolling.h"
+// The program's own objects: connects to the port that the argument names and polls without a
+// pause until it is killed. Prints "reading" for each reading in the store.
+#include "tests/endurance/continuouspolling.h"
 
 #include <cstdio>
 
@@ -13,7 +12,7 @@ int main(int argc, char *argv[])
     if (argc != 2 || !tool.controller.start()) {
         return 1;
     }
-    pollEagerly(tool);
+    pollContinuously(tool);
     QObject::connect(&tool.handler, &SerialPortHandlerInterface::measurementsRead, &tool.controller,
                      [] {
                          std::puts("reading");

@@ -10,11 +10,11 @@
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
-/// What a measurement database holds, read over a connection of its own.
+/// The contents of a measurement database, read over a connection of its own.
 ///
-/// A store that its process left in the middle of a commit is to be looked at with ofCopy():
-/// reading rolls the commit back, which is for the tool's next start to do.
-class StoreWitness
+/// A database that was left in the middle of a commit is to be copied first with copy(): reading
+/// rolls the commit back, which the tool's next start has to do.
+class DatabaseInspector
 {
 public:
     struct Reading
@@ -31,20 +31,20 @@ public:
         }
     };
 
-    explicit StoreWitness(const QString &path)
+    explicit DatabaseInspector(const QString &path)
     {
         m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection());
         m_database.setDatabaseName(path);
         m_database.open();
     }
 
-    ~StoreWitness()
+    ~DatabaseInspector()
     {
         m_database = QSqlDatabase();
         QSqlDatabase::removeDatabase(connection());
     }
 
-    Q_DISABLE_COPY(StoreWitness)
+    Q_DISABLE_COPY(DatabaseInspector)
 
     /// Copies the store @p path and the journal beside it into @p folder, over what is there.
     static QString copy(const QString &path, const QString &folder)
@@ -59,13 +59,13 @@ public:
 
     static QString journalEnd() { return QStringLiteral("-journal"); }
 
-    /// "ok" for a sound file, otherwise what is wrong with it.
+    /// "ok", or what is wrong with the file.
     QString integrity()
     {
         return texts(QStringLiteral("PRAGMA integrity_check")).join(QLatin1Char(';'));
     }
 
-    /// The names of the tables in the order of their making.
+    /// The names of the tables in the order of their creation.
     QStringList tables()
     {
         return texts(QStringLiteral("select name from sqlite_master where type = 'table' "
@@ -94,8 +94,8 @@ public:
         return found;
     }
 
-    /// Values that belong to no reading, to no type, or readings that belong to no device.
-    int strays()
+    /// The number of values without a reading or type, and of readings without a device.
+    int orphans()
     {
         return texts(QStringLiteral(
                          "select id from measurement_value where measurement_id not in (select id "
@@ -116,7 +116,7 @@ public:
     }
 
 private:
-    static QString connection() { return QStringLiteral("store witness"); }
+    static QString connection() { return QStringLiteral("database inspector"); }
 
     QSqlDatabase m_database;
 };

@@ -3,13 +3,13 @@
 
 #include "tests/kit/toolfixture.h"
 
-/// From the next reading on @p tool polls again as soon as the one before is shown and stored. It
-/// is the controller's own timer that ticks; only its minute is gone.
-inline void pollEagerly(Tool &tool)
+/// Makes @p tool poll again as soon as a reading is shown and stored, by the controller's own timer
+/// with an interval of 0.
+inline void pollContinuously(Tool &tool)
 {
     constexpr int minuteMs = 60000;
     MainWindowController *const controller = &tool.controller;
-    // Behind the controller's own slot, so that the reading is in the store.
+    // Called after the controller's own slot: the reading is in the store.
     QObject::connect(&tool.handler, &SerialPortHandlerInterface::measurementsRead, controller,
                      [controller] { controller->setMeasurementInterval(0); });
     QObject::connect(controller, &MainWindowController::measurementPollStarted, controller,
