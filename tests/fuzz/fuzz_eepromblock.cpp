@@ -2,7 +2,7 @@
 // The reply that carries a block of the device's memory. The first byte chooses what is done with
 // the rest, the two behind it are the block's number.
 #include "tests/fuzz/fuzzing.h"
-#include "tests/unit/serial/replysamples.h"
+#include "tests/kit/replysamples.h"
 
 namespace {
 

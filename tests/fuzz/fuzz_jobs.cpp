@@ -5,8 +5,9 @@
 #include "serial/serialportqueue.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/fakeserialport.h"
-#include "tests/unit/serial/jobdialogue.h"
-#include "tests/unit/serial/jobears.h"
+#include "tests/kit/jobdialogue.h"
+#include "tests/kit/replysamples.h"
+#include "tests/kit/signalrecorder.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -70,21 +71,21 @@ public:
     explicit Judge(const JobDialogue &dialogue)
         : m_job(dialogue.make(&m_port))
     {
-        m_ears.listenTo(m_job.data());
+        m_recorder.record(m_job.data());
     }
 
     QStringList verdict(const QString &text)
     {
         m_job->stop();
-        m_ears.heard.clear();
+        m_recorder.log.clear();
         m_job->start();
         m_port.receive(text);
-        return m_ears.heard;
+        return m_recorder.log;
     }
 
 private:
     FakeSerialPort m_port;
-    JobEars m_ears;
+    SignalRecorder m_recorder;
     JobPointer m_job;
 };
 
@@ -100,17 +101,17 @@ void checkSent(const JobDialogue &dialogue, const QByteArrayList &sent)
 void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     const JobPointer job = dialogue.make(&port);
-    ears.listenTo(job.data());
+    recorder.record(job.data());
     job->start();
     Judge judge(dialogue);
     QString received;
     for (const QByteArray &chunk : plan.cut(bytes)) {
         if (plan.timesOutHere()) {
             expire(job.data());
-            DEMAND(ears.heard == QStringList(latin1("timedOut")));
-            ears.heard.clear();
+            DEMAND(recorder.log == QStringList(latin1("timedOut")));
+            recorder.log.clear();
             received.clear();
             if (!job->canRestart() || !job->restart()) {
                 break;
@@ -119,8 +120,8 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
         const QString text = Fuzzing::asReceived(chunk);
         received += text;
         port.receive(text);
-        DEMAND(ears.heard == judge.verdict(received));
-        if (!ears.heard.isEmpty()) {
+        DEMAND(recorder.log == judge.verdict(received));
+        if (!recorder.log.isEmpty()) {
             DEMAND(job->isRunning() == !dialogue.stopsItself);
             break;
         }
@@ -129,10 +130,10 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
     checkSent(dialogue, port.sent);
 
     job->stop();
-    const QStringList heard = ears.heard;
+    const QStringList heard = recorder.log;
     const QByteArrayList sent = port.sent;
     port.receive(Fuzzing::asReceived(bytes));
-    DEMAND(ears.heard == heard);
+    DEMAND(recorder.log == heard);
     DEMAND(port.sent == sent);
 }
 
@@ -153,8 +154,8 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
 {
     const auto port = QSharedPointer<FakeSerialPort>::create();
     SerialPortQueue queue(nullptr);
-    JobEars ears;
-    ears.listenTo(&queue);
+    SignalRecorder recorder;
+    recorder.record(&queue);
     queue.setSerialPort(port);
     QStringList types;
     int mostSends = 0;
@@ -170,7 +171,7 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
             expire(current.data());
         }
         port->receive(Fuzzing::asReceived(chunk));
-        const QStringList ends = endsIn(ears.heard);
+        const QStringList ends = endsIn(recorder.log);
         DEMAND(ends == types.mid(0, ends.size()));
         DEMAND(queue.currentJob() ? queue.jobs().size() + ends.size() + 1 == types.size()
                                   : queue.jobs().isEmpty() && ends == types);

@@ -3,7 +3,7 @@
 // rest, the second is the row's number.
 #include "common/utils.h"
 #include "tests/fuzz/fuzzing.h"
-#include "tests/unit/serial/replysamples.h"
+#include "tests/kit/replysamples.h"
 
 namespace {
 

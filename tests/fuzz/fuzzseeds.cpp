@@ -2,7 +2,8 @@
 // Writes what the targets of the device link start from, out of the dialogues of the tests.
 // Usage: fuzzseeds FOLDER
 #include "tests/fuzz/replytable.h"
-#include "tests/unit/serial/jobdialogue.h"
+#include "tests/kit/jobdialogue.h"
+#include "tests/kit/replysamples.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -66,7 +67,7 @@ void writeLogRecords(const QString &folder)
 
 void writeEepromBlocks(const QString &folder)
 {
-    const QByteArray block = everyByteOnce(0);
+    const QByteArray block = consecutiveBytes(0);
     write(folder, "block", head({0, 3, 255}) + block);
     write(folder, "digits", head({1, 0, 7}) + block.toHex());
     write(folder, "odd-digits", head({1, 0, 7}) + "0xg f+1-1\r\nDone\r\n00");

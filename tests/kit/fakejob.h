@@ -5,18 +5,18 @@
 
 #include <QtCore/QStringList>
 
-/// A job that writes down what it is asked, and counts as running between start and stop. The test
-/// raises its signals.
+/// A job that records its calls, and is running between start and stop. The test raises its
+/// signals.
 class FakeJob : public SerialPortJobInterface
 {
     Q_OBJECT
 
 public:
-    explicit FakeJob(SerialPortJobType jobType, QStringList *diary = nullptr,
+    explicit FakeJob(SerialPortJobType jobType, QStringList *callLog = nullptr,
                      const QString &jobName = QString())
         : name(jobName)
         , m_type(jobType)
-        , m_diary(diary)
+        , m_callLog(callLog)
     {
     }
 
@@ -61,11 +61,11 @@ private:
     {
         const QString text = QLatin1String(call);
         calls.append(text);
-        if (m_diary) {
-            m_diary->append(name + QLatin1Char(' ') + text);
+        if (m_callLog) {
+            m_callLog->append(name + QLatin1Char(' ') + text);
         }
     }
 
     SerialPortJobType m_type;
-    QStringList *m_diary;
+    QStringList *m_callLog;
 };

@@ -7,8 +7,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-/// A queue that keeps each job that it is given, unstarted, and writes down what else it is asked.
-/// The test raises its signals, and says which types are waiting.
+/// A queue that stores the jobs added to it, without starting them, and records its calls. The test
+/// raises its signals and sets which types are waiting.
 class FakeQueue : public SerialPortQueueInterface
 {
     Q_OBJECT

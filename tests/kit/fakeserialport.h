@@ -6,8 +6,8 @@
 #include <QtCore/QByteArrayList>
 #include <QtCore/QVector>
 
-/// A transport without a wire: writes down what is sent and counts what else is asked. The test
-/// says what arrives.
+/// A transport without a device: records what is written and counts the other calls. The test calls
+/// receive().
 class FakeSerialPort : public SerialPortInterface
 {
     Q_OBJECT
@@ -45,12 +45,11 @@ public:
     QString portName() override { return name; }
     bool isOpen() override { return opened; }
 
-    /// Text from the device.
+    /// Emits text as if from the device.
     void receive(const QString &text) { emit dataReady(text); }
 
-    /// What was written, one entry for each write, texts in UTF-8; and beside it how each was.
-    QByteArrayList sent;
-    QVector<Kind> kinds;
+    QByteArrayList sent; ///< one entry for each write, texts in UTF-8
+    QVector<Kind> kinds; ///< of the entries of sent
     QString name = QStringLiteral("ttyFAKE0");
     bool openResult = true;
     bool opened = false;

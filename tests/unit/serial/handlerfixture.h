@@ -4,7 +4,7 @@
 #include "serial/serialporthandler.h"
 #include "tests/kit/fakequeue.h"
 #include "tests/kit/fakeserialport.h"
-#include "tests/unit/serial/replysamples.h"
+#include "tests/kit/replysamples.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSharedPointer>

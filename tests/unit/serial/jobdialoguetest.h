@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "serial/serialportjobreaddate.h"
+#include "serial/serialportjobreadmodel.h"
 #include "serial/serialportqueue.h"
 #include "tests/kit/fakeserialport.h"
-#include "tests/unit/serial/jobdialogue.h"
-#include "tests/unit/serial/jobears.h"
+#include "tests/kit/jobdialogue.h"
+#include "tests/kit/replysamples.h"
+#include "tests/kit/signalrecorder.h"
 
 #include <QtTest/QtTest>
 
-/// Another job, of a type that the dialogue's own isn't, and what it sends.
+/// A job of another type, and what it sends.
 inline JobPointer successorOf(SerialPortJobType type, SerialPortInterface *port)
 {
     if (type == SerialPortJobType::JobReadModel) {
@@ -22,13 +25,13 @@ inline QByteArray successorsCommand(SerialPortJobType type)
     return type == SerialPortJobType::JobReadModel ? "\r\ndate\r\n" : "\r\nshow unit\r\n";
 }
 
-/// Lets the job's time run out, now.
+/// Makes the job time out now.
 inline void expire(SerialPortJobInterface *job)
 {
     QVERIFY(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
 }
 
-/// What a dialogue's job says and what the queue makes of it: each result is relayed at once.
+/// The signals of a dialogue's job and of its queue, which relays each result at once.
 inline QStringList reportThroughQueue(const JobDialogue &dialogue, bool last)
 {
     const QString number = QString::number(static_cast<int>(dialogue.type));
@@ -49,7 +52,7 @@ inline QStringList reportThroughQueue(const JobDialogue &dialogue, bool last)
     return report;
 }
 
-/// What holds for every job class, checked word by word on the dialogues of one group of them.
+/// Tests for every job class, run on the dialogues of one group.
 class JobDialogueTest : public QObject
 {
     Q_OBJECT
@@ -95,48 +98,48 @@ private slots:
         QCOMPARE(job->timeout(), dialogue.timeoutMs);
     }
 
-    void understandsTheWholeReply_data() { addRows(); }
-    void understandsTheWholeReply()
+    void recognisesTheWholeReply_data() { addRows(); }
+    void recognisesTheWholeReply()
     {
         const JobDialogue dialogue = row();
         checkReply(dialogue, {dialogue.reply + dialogue.rest});
     }
 
-    void understandsTheReplyInTwoChunks_data() { addRows(); }
-    void understandsTheReplyInTwoChunks()
+    void recognisesTheReplyInTwoChunks_data() { addRows(); }
+    void recognisesTheReplyInTwoChunks()
     {
         const JobDialogue dialogue = row();
         const QString text = dialogue.reply + dialogue.rest;
         for (int size = 1; size < text.size(); ++size) {
             checkReply(dialogue, {text.left(size), text.mid(size)});
             if (QTest::currentTestFailed()) {
-                qDebug() << "cut behind" << text.left(size);
+                qDebug() << "split after" << text.left(size);
                 return;
             }
         }
     }
 
-    void understandsTheReplyInSingleCharacters_data() { addRows(); }
-    void understandsTheReplyInSingleCharacters()
+    void recognisesTheReplyInSingleCharacters_data() { addRows(); }
+    void recognisesTheReplyInSingleCharacters()
     {
         const JobDialogue dialogue = row();
         const QString text = dialogue.reply + dialogue.rest;
         checkReply(dialogue, text.split(QString(), Qt::SkipEmptyParts));
     }
 
-    void forgetsAnUnfinishedReplyWhenItTimesOut_data() { addRows(); }
-    void forgetsAnUnfinishedReplyWhenItTimesOut()
+    void discardsAnIncompleteReplyWhenItTimesOut_data() { addRows(); }
+    void discardsAnIncompleteReplyWhenItTimesOut()
     {
         const JobDialogue dialogue = row();
         FakeSerialPort port;
-        JobEars ears;
+        SignalRecorder recorder;
         const JobPointer job = dialogue.make(&port);
-        ears.listenTo(job.data());
+        recorder.record(job.data());
         job->setTimeout(1);
         job->start();
         const int most = dialogue.reply.size() - 1;
         port.receive(dialogue.reply.left(most));
-        QTRY_COMPARE(ears.heard, QStringList(latin1("timedOut")));
+        QTRY_COMPARE(recorder.log, QStringList(latin1("timedOut")));
         QVERIFY(!job->isRunning());
         port.receive(dialogue.reply);
         job->setTimeout(dialogue.timeoutMs);
@@ -144,7 +147,7 @@ private slots:
         if (most > 0) {
             port.receive(dialogue.reply.mid(most));
         }
-        QCOMPARE(ears.heard.size(), 1);
+        QCOMPARE(recorder.log.size(), 1);
         QCOMPARE(port.sent, dialogue.command + dialogue.command);
     }
 
@@ -155,10 +158,10 @@ private slots:
         const auto port = QSharedPointer<FakeSerialPort>::create();
         SerialPortQueue queue(nullptr);
         queue.setSerialPort(port);
-        JobEars ears;
-        ears.listenTo(&queue);
+        SignalRecorder recorder;
+        recorder.record(&queue);
         JobPointer job = dialogue.make(port.data());
-        ears.listenTo(job.data());
+        recorder.record(job.data());
         queue.addJob(job);
         job.clear();
         const JobPointer successor = successorOf(dialogue.type, port.data());
@@ -166,16 +169,16 @@ private slots:
         QCOMPARE(port->sent, dialogue.command);
 
         const QByteArrayList before = dialogue.command + dialogue.answer;
-        ears.reaction = [&](int) {
+        recorder.onSignal = [&](int) {
             QCOMPARE(port->sent, before);
             QVERIFY(!successor->isRunning());
         };
         port->receive(dialogue.reply);
-        QCOMPARE(ears.heard, reportThroughQueue(dialogue, false));
+        QCOMPARE(recorder.log, reportThroughQueue(dialogue, false));
         QCOMPARE(port->sent, before + QByteArrayList{successorsCommand(dialogue.type)});
         QCOMPARE(queue.currentJob(), successor);
         QVERIFY(successor->isRunning());
-        ears.reaction = nullptr;
+        recorder.onSignal = nullptr;
     }
 
     void reportsBeforeTheQueueIsDone_data() { addRows(); }
@@ -185,20 +188,20 @@ private slots:
         const auto port = QSharedPointer<FakeSerialPort>::create();
         SerialPortQueue queue(nullptr);
         queue.setSerialPort(port);
-        JobEars ears;
-        ears.listenTo(&queue);
+        SignalRecorder recorder;
+        recorder.record(&queue);
         JobPointer job = dialogue.make(port.data());
-        ears.listenTo(job.data());
+        recorder.record(job.data());
         queue.addJob(job);
         job.clear();
         port->receive(dialogue.reply);
-        QCOMPARE(ears.heard, reportThroughQueue(dialogue, true));
+        QCOMPARE(recorder.log, reportThroughQueue(dialogue, true));
         QVERIFY(queue.currentJob().isNull());
 
-        // The tail of the reply, and more of the same, reach nobody.
+        // Later text is ignored.
         port->receive(dialogue.rest);
         port->receive(dialogue.reply);
-        QCOMPARE(ears.heard, reportThroughQueue(dialogue, true));
+        QCOMPARE(recorder.log, reportThroughQueue(dialogue, true));
         QCOMPARE(port->sent, dialogue.command + dialogue.answer);
     }
 
@@ -217,25 +220,25 @@ private:
         return m_dialogues.at(index);
     }
 
-    // The job speaks with the chunk that completes the reply, neither earlier nor again later.
+    // The job reports once, with the chunk that completes the reply.
     static void checkReply(const JobDialogue &dialogue, const QStringList &chunks)
     {
         FakeSerialPort port;
-        JobEars ears;
+        SignalRecorder recorder;
         const JobPointer job = dialogue.make(&port);
-        ears.listenTo(job.data());
+        recorder.record(job.data());
         job->start();
         int received = 0;
         for (const QString &chunk : chunks) {
             const bool complete = received >= dialogue.reply.size();
-            QCOMPARE(ears.heard, complete ? dialogue.report : QStringList());
+            QCOMPARE(recorder.log, complete ? dialogue.report : QStringList());
             if (complete && !dialogue.stopsItself) {
-                job->stop(); // as the queue would have
+                job->stop(); // as the queue would
             }
             port.receive(chunk);
             received += chunk.size();
         }
-        QCOMPARE(ears.heard, dialogue.report);
+        QCOMPARE(recorder.log, dialogue.report);
         QVERIFY(!dialogue.stopsItself || !job->isRunning());
         QCOMPARE(port.sent, dialogue.command + dialogue.answer);
     }

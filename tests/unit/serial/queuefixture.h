@@ -3,13 +3,14 @@
 
 #include "serial/serialportqueue.h"
 #include "tests/kit/fakejob.h"
-#include "tests/unit/serial/jobears.h"
+#include "tests/kit/replysamples.h"
+#include "tests/kit/signalrecorder.h"
 
 #include <QtCore/QScopedPointer>
 #include <QtTest/QtTest>
 
 /// A queue whose slots can be called without a job that raises the signal.
-class OpenQueue : public SerialPortQueue
+class QueueWithPublicSlots : public SerialPortQueue
 {
 public:
     using SerialPortQueue::onJobError;
@@ -45,7 +46,7 @@ inline constexpr NamedType displayNames[] = {
     {SerialPortJobType::JobWriteEepromBlock, "Write eeprom block to device"},
 };
 
-/// A queue with ears on it, and jobs that keep one diary.
+/// A queue whose signals are recorded, and jobs with a common call log.
 class QueueFixture : public QObject
 {
 protected:
@@ -55,24 +56,24 @@ protected:
     void renew()
     {
         drop();
-        m_diary.clear();
-        m_ears.reset(new JobEars);
-        m_queue.reset(new OpenQueue(nullptr));
-        m_ears->listenTo(m_queue.data());
+        m_callLog.clear();
+        m_recorder.reset(new SignalRecorder);
+        m_queue.reset(new QueueWithPublicSlots(nullptr));
+        m_recorder->record(m_queue.data());
     }
     void drop()
     {
         m_queue.reset();
-        m_ears.reset();
+        m_recorder.reset();
     }
     QSharedPointer<FakeJob> add(SerialPortJobType type, const char *name)
     {
-        QSharedPointer<FakeJob> job(new FakeJob(type, &m_diary, latin1(name)));
+        QSharedPointer<FakeJob> job(new FakeJob(type, &m_callLog, latin1(name)));
         m_queue->addJob(job);
         return job;
     }
 
-    QScopedPointer<OpenQueue> m_queue;
-    QScopedPointer<JobEars> m_ears;
-    QStringList m_diary;
+    QScopedPointer<QueueWithPublicSlots> m_queue;
+    QScopedPointer<SignalRecorder> m_recorder;
+    QStringList m_callLog;
 };

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
-#include "tests/unit/serial/replysamples.h"
 
 #include <QtTest/QtTest>
 #include <functional>
@@ -355,10 +355,9 @@ void TestDataParser::picksItsCapture_data()
     add("prompt with text in front of its sign", "parseValue", "show: swver=1\r\nuser@kvt$ ",
         "[1]");
     add("value that is empty", "parseValue", "show: swver=\r\n$", "[]");
-    add("value that holds a sign of equality", "parseValue", "show: swver=a=b\r\n$", "[a=b]");
+    add("value that contains a sign of equality", "parseValue", "show: swver=a=b\r\n$", "[a=b]");
     add("any space after the colon", "parseValue", "show:\tswver=1\r\n$", "[1]");
-    add("set value behind the first sign of equality", "parseSetValue", "set: a=b=c\r\n$ ",
-        "[b=c]");
+    add("set value after the first sign of equality", "parseSetValue", "set: a=b=c\r\n$ ", "[b=c]");
     add("set value that is empty", "parseSetValue", "set: a=\r\n$ ", "[]");
     add("model to the last serial line", "parseModel",
         "Model: KVT\r\nSerial: 1\r\nModel: X\r\nSerial: 2", "[KVT\r\nSerial: 1\r\nModel: X]");
@@ -404,26 +403,26 @@ void TestDataParser::waitsForOrRefuses_data()
     add("value of another name", "parseValue", "show: hwver=1\r\n$ ");
     add("value without its prompt", "parseValue", "$ show swver\r\nshow: swver=1.2\r\n");
     add("value whose line does not end", "parseValue", "show: swver=1.2$ ");
-    add("value behind a lone line feed", "parseValue", "show: swver=1.2\n$ ");
+    add("value after a lone line feed", "parseValue", "show: swver=1.2\n$ ");
     add("echo alone", "parseValue", "\r\n$ show swver\r\n$ ");
     add("model without the serial line", "parseModel", "Model: KVT\r\nRange: 1\r\n$ ");
     add("serial line before the model", "parseModel", "Serial: 1\r\nModel: KVT\r\n$ ");
     add("unknown parameter of a set", "isUnknownParameter", "set: Unknown parameter!\r\n$ ");
     add("set refused", "parseSetValue", "set debug=9\r\nset: Invalid value!\r\n$ ");
     add("measurements that are empty", "parseMeasurements", "show: meas=\"\"\r\n$ ");
-    add("measurements behind a bare sign", "parseMeasurements", "show: meas=\r\n$ ");
+    add("measurements after a bare sign", "parseMeasurements", "show: meas=\r\n$ ");
     add("measurements with a trailing separator", "parseMeasurements", "show: meas=\"a=1;\"\r\n$ ");
     add("measurement without a value", "parseMeasurements", "show: meas=\"a=1;b\"\r\n$ ");
     add("measurements with a third quote", "parseMeasurements", "show: meas=\"a=\"1\"\r\n$ ");
     add("date without seconds", "parseDate", "date\r\n2017-11-13T10:20\r\n$ ");
-    add("date with text behind it", "parseDate", "date\r\n2017-11-13T10:20:30Z\r\n$ ");
+    add("date with text after it", "parseDate", "date\r\n2017-11-13T10:20:30Z\r\n$ ");
     add("date with a space for its letter", "parseDate", "date\r\n2017-11-13 10:20:30\r\n$ ");
     add("update whose line has not ended", "parseDateUpdated",
         "Date updated to 2017-11-13T10:20:30");
     add("count that does not begin its line", "parseLogCount", "log --count\r\nlogcount=5\r\n$ ");
     add("count beyond int", "parseLogCount", "log --count\r\ncount=99999999999\r\n$ ");
     add("negative count", "parseLogCount", "log --count\r\ncount=-1\r\n$ ");
-    add("log erased with text behind it", "isLogErased", "Log erased!?\r\n$ ");
+    add("log erased with text after it", "isLogErased", "Log erased!?\r\n$ ");
     add("no bytes written", "isConfigurationWritten",
         "Writing current configuration to non-volatile memory... bytes written!\r\n$ ");
     add("dots of the memory are dots", "isConfigurationWritten",

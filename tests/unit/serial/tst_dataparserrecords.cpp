@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
-#include "tests/unit/serial/replysamples.h"
 
 #include <QtTest/QtTest>
 
@@ -19,8 +19,8 @@ private slots:
     void logValue();
     void logRecord_data();
     void logRecord();
-    void logRecordIsLabelledUtcWhateverItSays_data();
-    void logRecordIsLabelledUtcWhateverItSays();
+    void logRecordIsInUtcWhateverItsZone_data();
+    void logRecordIsInUtcWhateverItsZone();
     void checksum_data();
     void checksum();
     void eepromBlock_data();
@@ -71,11 +71,11 @@ void TestDataParserRecords::logTitles_data()
     const QString good = latin1("a,b#") + checksumOf(latin1("a,b"));
     const QString echo = latin1("$ log --read=0\r\n");
     QTest::newRow("good") << echo + latin1("00000=") + good << matched;
-    QTest::newRow("more space behind the prompt")
+    QTest::newRow("more space after the prompt")
         << latin1("$ \t log --read=0\r\n00000=") + good << matched;
     QTest::newRow("nothing in the record") << echo + latin1("00000=#00") << matched;
     QTest::newRow("no prompt") << latin1("log --read=0\r\n00000=") + good << noMatch;
-    QTest::newRow("no space behind the prompt")
+    QTest::newRow("no space after the prompt")
         << latin1("$log --read=0\r\n00000=") + good << noMatch;
     QTest::newRow("fewer zeros") << echo + latin1("0000=") + good << noMatch;
     QTest::newRow("another row") << latin1("$ log --read=1\r\n00001=") + good << noMatch;
@@ -87,7 +87,7 @@ void TestDataParserRecords::logTitles_data()
     QTest::newRow("letter beyond ASCII") << echo
             + logLine(latin1("00000"),
                       latin1("T/\xb0"
-                             "C")) << mismatch;
+                             "C")) << matched;
     QTest::newRow("bad and good line together") << echo + latin1("00000=a,c#") + good.right(2)
             + latin1("\r\n") + echo + latin1("00000=")
             + good << mismatch;
@@ -149,7 +149,7 @@ void TestDataParserRecords::logValue_data()
             + latin1("#") + (checksumOf(record) == latin1("00") ? latin1("01") : latin1("00"))
                                                      << 1 << mismatch;
     QTest::newRow("letter beyond ASCII in the time")
-        << rowReply(1, latin1("00001"), latin1("\xe4,1")) << 1 << mismatch;
+        << rowReply(1, latin1("00001"), latin1("\xe4,1")) << 1 << matched;
     QTest::newRow("bad and good line together") << latin1("log --read=1\r\n00001=3") + good.mid(1)
             + latin1("\r\n") + rowReply(1, latin1("00001"), record)
                                                 << 1 << noMatch;
@@ -194,7 +194,7 @@ void TestDataParserRecords::logRecord()
     QCOMPARE(joined(numbers), values);
 }
 
-void TestDataParserRecords::logRecordIsLabelledUtcWhateverItSays_data()
+void TestDataParserRecords::logRecordIsInUtcWhateverItsZone_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("no zone") << latin1("2017-11-13T10:20:30");
@@ -202,7 +202,7 @@ void TestDataParserRecords::logRecordIsLabelledUtcWhateverItSays_data()
     QTest::newRow("an offset") << latin1("2017-11-13T10:20:30+05:00");
 }
 
-void TestDataParserRecords::logRecordIsLabelledUtcWhateverItSays()
+void TestDataParserRecords::logRecordIsInUtcWhateverItsZone()
 {
     QFETCH(QString, text);
     QDateTime time;
@@ -221,9 +221,8 @@ void TestDataParserRecords::checksum_data()
     QTest::newRow("check value") << latin1("123456789") << 0xa2u << true;
     QTest::newRow("one bit off") << latin1("123456789") << 0xa3u << false;
     QTest::newRow("high bits count") << latin1("123456789") << 0x1a2u << false;
-    for (unsigned sum = 0; sum <= 0xff; ++sum) {
-        QTest::addRow("beyond ASCII %02x", sum) << latin1("20\xb0") << sum << false;
-    }
+    QTest::newRow("beyond ASCII") << latin1("20\xb0")
+                                  << checksumOf(latin1("20\xb0")).toUInt(nullptr, 16) << true;
     QTest::newRow("beyond ASCII, all bits") << latin1("20\xb0") << 0xffffffffu << false;
 }
 

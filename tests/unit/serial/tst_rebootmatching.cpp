@@ -14,7 +14,7 @@ const QString rebootedPattern =
                    "\r\nCompiled on .*\r\nCopyright .*");
 const QString resettingPattern = QStringLiteral(".*Reseting device in 5 seconds.*");
 
-// The grammar's one matcher with the whole pattern, as every reply is judged.
+// The result of the whole pattern.
 bool plainlyMatches(const QString &pattern, const QString &text)
 {
     QRegExp rx;
@@ -40,7 +40,7 @@ const QStringList &parts()
 const QStringList &noise()
 {
     static const QStringList list = {
-        QString(), // far more often than what stands below
+        QString(), // far more often than the others
         QString(),
         QString(),
         QStringLiteral("\r\n"),
@@ -135,19 +135,21 @@ constexpr int texts = 1000;
 
 } // namespace
 
-/// What a restart says is judged by its words before the matcher is asked; the verdict has to be
-/// the matcher's own, whatever the text and however it comes.
+/// The functions for the replies of a restart check a literal before the pattern. The result must
+/// be that of the pattern for every text, split into chunks in any way.
 class TestRebootMatching : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void saysOfEveryTextWhatThePlainMatcherSays();
-    void endsWithTheChunkThatCompletesTheText();
-    void takesTheLettersThatTheMatcherTakes();
+    void agreesWithThePatternForEveryText();
+    void finishesWithTheChunkThatCompletesTheText();
+    void acceptsTheLettersThatThePatternAccepts();
+    void findsTheBootPromptAtTheEndOnly_data();
+    void findsTheBootPromptAtTheEndOnly();
 };
 
-void TestRebootMatching::saysOfEveryTextWhatThePlainMatcherSays()
+void TestRebootMatching::agreesWithThePatternForEveryText()
 {
     QRandomGenerator random(1);
     int rebooted = 0;
@@ -161,12 +163,12 @@ void TestRebootMatching::saysOfEveryTextWhatThePlainMatcherSays()
         rebooted += isRebooted ? 1 : 0;
         resetting += isResetting ? 1 : 0;
     }
-    // Both verdicts have to be frequent, otherwise their agreement says little.
+    // Both results must be frequent for their agreement to be meaningful.
     QVERIFY(rebooted > texts / 5 && rebooted < texts * 4 / 5);
     QVERIFY(resetting > texts / 5 && resetting < texts);
 }
 
-void TestRebootMatching::endsWithTheChunkThatCompletesTheText()
+void TestRebootMatching::finishesWithTheChunkThatCompletesTheText()
 {
     QRandomGenerator random(2);
     for (int i = 0; i < texts / 4; ++i) {
@@ -178,7 +180,7 @@ void TestRebootMatching::endsWithTheChunkThatCompletesTheText()
     }
 }
 
-void TestRebootMatching::takesTheLettersThatTheMatcherTakes()
+void TestRebootMatching::acceptsTheLettersThatThePatternAccepts()
 {
     const QString whole = QStringLiteral("Reseting device in 5 seconds");
     const QString shortest = QStringLiteral("Performing selftest...All tests passed.Orvanta KVT\r\n"
@@ -200,6 +202,24 @@ void TestRebootMatching::takesTheLettersThatTheMatcherTakes()
         QVERIFY2(DataParser::isRebooted(text) == plainlyMatches(rebootedPattern, text),
                  qPrintable(text));
     }
+}
+
+void TestRebootMatching::findsTheBootPromptAtTheEndOnly_data()
+{
+    QTest::addColumn<QString>("text");
+    for (const QString &text :
+         {QString(), QStringLiteral("BOOT"), QStringLiteral("bOoT"), QStringLiteral("BOO"),
+          QStringLiteral("\r\nloader\r\nBOOT"), QStringLiteral("BOOTBOOT"), QStringLiteral("OOT"),
+          QStringLiteral("BOOT "), QStringLiteral("BOOT\r\n"), QStringLiteral("BO\u00D6T"),
+          QStringLiteral("\u0392OOT"), QString(QChar(0)) + QStringLiteral("boot")}) {
+        QTest::addRow("%s", qPrintable(text)) << text;
+    }
+}
+
+void TestRebootMatching::findsTheBootPromptAtTheEndOnly()
+{
+    QFETCH(QString, text);
+    QCOMPARE(DataParser::isBootPrompt(text), plainlyMatches(QStringLiteral(".*BOOT"), text));
 }
 
 KV_TEST_CORE_MAIN(TestRebootMatching)

@@ -1,4 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportjobfactoryreset.h"
+#include "serial/serialportjobreadeepromblock.h"
+#include "serial/serialportjobwriteeepromblock.h"
+#include "serial/serialportjobwritetoeeprom.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/jobdialoguetest.h"
 
@@ -15,7 +20,7 @@ public:
 private slots:
     void readsBlocks_data();
     void readsBlocks();
-    void isNotSatisfiedByTheEchoOfAnotherBlock();
+    void ignoresTheEchoOfAnotherBlock();
     void waitsForHexadecimalPairs();
     void writesDataAsItIs_data();
     void writesDataAsItIs();
@@ -30,7 +35,7 @@ void TestSerialPortEepromJobs::readsBlocks_data()
     QTest::addColumn<int>("block");
     QTest::addColumn<QString>("digits");
     QTest::addColumn<QString>("bytes");
-    const QString all = latin1(everyByteOnce(192).toHex().constData());
+    const QString all = latin1(consecutiveBytes(192).toHex().constData());
     QTest::addRow("first") << 0 << latin1("00") << latin1("00");
     QTest::addRow("last, high bytes") << 1023 << all.toUpper() << all;
     QTest::addRow("an odd digit is dropped") << 7 << latin1("00FFA") << latin1("00ff");
@@ -44,43 +49,43 @@ void TestSerialPortEepromJobs::readsBlocks()
     QFETCH(QString, digits);
     QFETCH(QString, bytes);
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobReadEepromBlock job(&port, static_cast<quint16>(block), 3);
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
     QCOMPARE(port.sent,
              QByteArrayList({"\r\neeprom --read_block " + QByteArray::number(block) + "\r\n"}));
     port.receive(eepromReply(block, digits));
-    QCOMPARE(ears.heard,
+    QCOMPARE(recorder.log,
              QStringList({latin1("eepromBlockRead %1 ").arg(block) + bytes,
                           latin1("actionFinished 10 int 3"), latin1("finished")}));
 }
 
-void TestSerialPortEepromJobs::isNotSatisfiedByTheEchoOfAnotherBlock()
+void TestSerialPortEepromJobs::ignoresTheEchoOfAnotherBlock()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobReadEepromBlock job(&port, 7, 3);
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
     port.receive(eepromReply(70, latin1("00")));
-    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(recorder.log.isEmpty());
     QVERIFY(job.isRunning());
     port.receive(eepromReply(7, latin1("01")));
-    QCOMPARE(ears.heard.first(), latin1("eepromBlockRead 7 01"));
+    QCOMPARE(recorder.log.first(), latin1("eepromBlockRead 7 01"));
 }
 
 void TestSerialPortEepromJobs::waitsForHexadecimalPairs()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobReadEepromBlock job(&port, 7, 3);
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
     port.receive(eepromReply(7, latin1("00GG")));
-    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(recorder.log.isEmpty());
     expire(&job);
-    QCOMPARE(ears.heard, QStringList(latin1("timedOut")));
+    QCOMPARE(recorder.log, QStringList(latin1("timedOut")));
     QCOMPARE(port.sent.size(), 1);
 }
 
@@ -90,7 +95,7 @@ void TestSerialPortEepromJobs::writesDataAsItIs_data()
     QTest::addRow("none") << QByteArray("");
     QTest::addRow("a byte") << QByteArray(1, '\0');
     QTest::addRow("line ends and flow control") << QByteArray("\0\r\n\x11\x13\xff$", 7);
-    QTest::addRow("a block of high bytes") << everyByteOnce(192);
+    QTest::addRow("a block of high bytes") << consecutiveBytes(192);
     QTest::addRow("more than a block") << QByteArray(65, '\r');
 }
 
@@ -118,12 +123,12 @@ void TestSerialPortEepromJobs::waitsForTheWholeAnswerToAWrite()
 {
     QFETCH(QString, reply);
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobWriteEepromBlock job(&port, 7, QByteArray(64, 'x'), 3);
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
     port.receive(reply);
-    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(recorder.log.isEmpty());
     QVERIFY(job.isRunning());
 }
 
@@ -142,18 +147,18 @@ void TestSerialPortEepromJobs::writesABlockAgainWithItsData()
 void TestSerialPortEepromJobs::doesNotTakeADefaultsReplyForAnother()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobWriteToEeprom writeJob(&port);
     SerialPortJobFactoryReset resetJob(&port);
-    ears.listenTo(&writeJob);
-    ears.listenTo(&resetJob);
+    recorder.record(&writeJob);
+    recorder.record(&resetJob);
     writeJob.start();
     port.receive(latin1("write --really\r\nWriting current configuration to non-volatile memory"
                         "... bytes written!\r\n$ "));
     writeJob.stop();
     resetJob.start();
     port.receive(latin1("Loading default configuration... OK!\r\n$ "));
-    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(recorder.log.isEmpty());
 }
 
 KV_TEST_CORE_MAIN(TestSerialPortEepromJobs)

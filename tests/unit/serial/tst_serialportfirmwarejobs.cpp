@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportjobreboot.h"
+#include "serial/serialportjobtransmitfirmwareblock.h"
+#include "serial/serialportjobupdatefirmware.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/jobdialoguetest.h"
 
@@ -37,16 +41,16 @@ private:
 
     QSharedPointer<FakeSerialPort> m_port;
     QScopedPointer<SerialPortQueue> m_queue;
-    JobEars m_ears;
+    SignalRecorder m_recorder;
 };
 
 void TestSerialPortFirmwareJobs::init()
 {
-    m_ears.heard.clear();
+    m_recorder.log.clear();
     m_port.reset(new FakeSerialPort);
     m_queue.reset(new SerialPortQueue(nullptr));
     m_queue->setSerialPort(m_port);
-    m_ears.listenTo(m_queue.data());
+    m_recorder.record(m_queue.data());
 }
 
 void TestSerialPortFirmwareJobs::addBlock(const QByteArray &block, double progress)
@@ -64,38 +68,38 @@ void TestSerialPortFirmwareJobs::restartModesHaveTheirNumbers()
 void TestSerialPortFirmwareJobs::waitsForTheBannersLastLine()
 {
     SerialPortJobReboot job(m_port.data(), RebootMode::RebootAndWaitForSelftest);
-    m_ears.listenTo(&job);
+    m_recorder.record(&job);
     job.start();
     m_port->receive(latin1("Reseting device in 5 seconds\r\nPerforming selftest...\r\n"));
     m_port->receive(latin1("All tests passed.\r\nOrvanta KVT 3\r\nCompiled on Nov 13 2017\r\n"));
     m_port->receive(latin1("$ "));
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QVERIFY(job.isRunning());
 }
 
 void TestSerialPortFirmwareJobs::waitsInEachModeForItsOwnText()
 {
     SerialPortJobReboot toBootloader(m_port.data(), RebootMode::RebootForFirmwareUpdate);
-    m_ears.listenTo(&toBootloader);
+    m_recorder.record(&toBootloader);
     toBootloader.start();
     m_port->receive(latin1("Performing selftest...All tests passed.Orvanta KVT\r\nCompiled on x\r\n"
                            "Copyright "));
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     m_port->receive(latin1("Resetting device in 5 seconds"));
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     m_port->receive(latin1("RESETING DEVICE IN 5 SECONDS"));
-    QCOMPARE(m_ears.heard.last(), latin1("finished"));
+    QCOMPARE(m_recorder.log.last(), latin1("finished"));
 }
 
 void TestSerialPortFirmwareJobs::ignoresAnUnknownMode()
 {
     SerialPortJobReboot job(m_port.data(), static_cast<RebootMode>(2));
-    m_ears.listenTo(&job);
+    m_recorder.record(&job);
     job.start();
     for (const JobDialogue &dialogue : firmwareDialogues()) {
         m_port->receive(dialogue.reply);
     }
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QCOMPARE(m_port->sent, QByteArrayList({"reboot --really\r\n"}));
 }
 
@@ -112,11 +116,11 @@ void TestSerialPortFirmwareJobs::seesTheBootloaderAtTheEndOfAChunk()
 {
     QFETCH(QString, text);
     SerialPortJobUpdateFirmware job(m_port.data());
-    m_ears.listenTo(&job);
+    m_recorder.record(&job);
     job.start();
     QVERIFY(m_port->sent.isEmpty());
     m_port->receive(text);
-    QCOMPARE(m_ears.heard, QStringList({latin1("actionFinished 6 nothing"), latin1("finished")}));
+    QCOMPARE(m_recorder.log, QStringList({latin1("actionFinished 6 nothing"), latin1("finished")}));
     QCOMPARE(m_port->sent, QByteArrayList({"b"}));
     QCOMPARE(m_port->kinds.first(), FakeSerialPort::Kind::Text);
 }
@@ -133,10 +137,10 @@ void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextBehindIt()
 {
     QFETCH(QString, text);
     SerialPortJobUpdateFirmware job(m_port.data());
-    m_ears.listenTo(&job);
+    m_recorder.record(&job);
     job.start();
     m_port->receive(text);
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QVERIFY(m_port->sent.isEmpty());
     QVERIFY(job.isRunning());
 }
@@ -151,7 +155,7 @@ void TestSerialPortFirmwareJobs::seesTheBootloaderOnceMoreAfterATimeOut()
     QVERIFY(m_port->sent.isEmpty());
     m_port->receive(latin1("BOOT"));
     QCOMPARE(m_port->sent, QByteArrayList({"b"}));
-    QCOMPARE(m_ears.heard.first(), latin1("queue: actionFinished 6 nothing"));
+    QCOMPARE(m_recorder.log.first(), latin1("queue: actionFinished 6 nothing"));
 }
 
 void TestSerialPortFirmwareJobs::sendsAWholeImage()
@@ -164,7 +168,7 @@ void TestSerialPortFirmwareJobs::sendsAWholeImage()
     m_port->receive(latin1("*"));
     QCOMPARE(m_port->sent, QByteArrayList({first, second}));
     m_port->receive(latin1("."));
-    QCOMPARE(m_ears.heard,
+    QCOMPARE(m_recorder.log,
              QStringList(
                  {latin1("queue: actionFinished 5 double ") + QVariant(100.0 * 16 / 17).toString(),
                   latin1("queue: jobFinished 14"), latin1("queue: actionFinished 7 int 100"),
@@ -177,7 +181,7 @@ void TestSerialPortFirmwareJobs::ignoresTheEndBehindAnAcceptedFinalBlock()
     addBlock("x", 100.0);
     m_port->receive(latin1("*"));
     m_port->receive(latin1("."));
-    QCOMPARE(m_ears.heard,
+    QCOMPARE(m_recorder.log,
              QStringList({latin1("queue: actionFinished 5 double 100"),
                           latin1("queue: jobFinished 14"), latin1("queue: allJobsDone")}));
 }
@@ -189,7 +193,7 @@ void TestSerialPortFirmwareJobs::takesNoOtherAnswerToABlock_data()
     QTest::addRow("two acceptances") << QStringList(latin1("**"));
     QTest::addRow("text in front") << QStringList(latin1(" *"));
     QTest::addRow("text in front, a chunk earlier") << QStringList({latin1("\n"), latin1("*")});
-    QTest::addRow("text behind a refusal") << QStringList(latin1("!\r"));
+    QTest::addRow("text after a refusal") << QStringList(latin1("!\r"));
     QTest::addRow("text in front of the end") << QStringList({latin1("\r"), latin1(".")});
 }
 
@@ -200,10 +204,10 @@ void TestSerialPortFirmwareJobs::takesNoOtherAnswerToABlock()
     for (const QString &chunk : chunks) {
         m_port->receive(chunk);
     }
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QVERIFY(m_queue->currentJob()->isRunning());
     expire(m_queue->currentJob().data());
-    QCOMPARE(m_ears.heard, QStringList(latin1("queue: jobFailed 14")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("queue: jobFailed 14")));
     QCOMPARE(m_port->sent, QByteArrayList({"x"}));
 }
 
@@ -212,7 +216,7 @@ void TestSerialPortFirmwareJobs::failsOnceOnARefusedBlock()
     addBlock("x", 50.0);
     m_port->receive(latin1("!"));
     m_port->receive(latin1("!"));
-    QCOMPARE(m_ears.heard, QStringList(latin1("queue: jobFailed 14")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("queue: jobFailed 14")));
     QCOMPARE(m_port->sent, QByteArrayList({"x"}));
     QVERIFY(m_queue->currentJob().isNull());
 }
@@ -229,7 +233,7 @@ void TestSerialPortFirmwareJobs::failsOnceOnASilentBlock()
                          "Job can't be restarted, notifying user and starting next job");
     QVERIFY(jobFailed.wait());
     m_port->receive(latin1("*"));
-    QCOMPARE(m_ears.heard, QStringList(latin1("queue: jobFailed 14")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("queue: jobFailed 14")));
     QCOMPARE(m_port->sent, QByteArrayList({"x"}));
 }
 
@@ -249,13 +253,13 @@ void TestSerialPortFirmwareJobs::sendsNoBlockBehindAFailedOne()
     connect(m_queue.data(), &SerialPortQueue::jobFailed, m_queue.data(),
             [this](SerialPortJobType type) { m_queue->removeJobs(type); });
     m_port->receive(latin1("*"));
-    m_ears.heard.clear();
+    m_recorder.log.clear();
     if (refused) {
         m_port->receive(latin1("!"));
     } else {
         expire(m_queue->currentJob().data());
     }
-    QCOMPARE(m_ears.heard,
+    QCOMPARE(m_recorder.log,
              QStringList({latin1("queue: jobFailed 14"), latin1("queue: allJobsDone")}));
     QCOMPARE(m_port->sent, QByteArrayList({"1", "2"}));
     QVERIFY(m_queue->currentJob().isNull());

@@ -75,7 +75,7 @@ private slots:
 
     void imageOfAFullRead();
     void imageIsRebuiltByEachRead();
-    void imageIsKeptAfterItsEnd();
+    void keepsTheImageAfterTheLastBlock();
     void imageGrowsToTheOffset_data();
     void imageGrowsToTheOffset();
     void offsetWrapsAround();
@@ -207,7 +207,7 @@ void TestSerialPortHandlerEeprom::imageIsRebuiltByEachRead()
     QCOMPARE(f.image().left(4), QByteArray("\0y\0\0", 4));
 }
 
-void TestSerialPortHandlerEeprom::imageIsKeptAfterItsEnd()
+void TestSerialPortHandlerEeprom::keepsTheImageAfterTheLastBlock()
 {
     EepromFixture f;
     f.handler.readEeprom();

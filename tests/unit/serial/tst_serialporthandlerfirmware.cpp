@@ -18,7 +18,7 @@ private slots:
     void firstJobWaitsForTheBootloader();
     void relaysTheReportsUnchanged();
     void cancelRemovesBlocksBeforeTheFirstJob();
-    void cancelTellsNothing();
+    void cancelRaisesNoSignal();
 };
 
 void TestSerialPortHandlerFirmware::laysOutTheWholeTransferAtOnce_data()
@@ -137,7 +137,7 @@ void TestSerialPortHandlerFirmware::cancelRemovesBlocksBeforeTheFirstJob()
     QCOMPARE(f.queue->calls, QStringList({latin1("removeJobs 14"), latin1("removeJobs 13")}));
 }
 
-void TestSerialPortHandlerFirmware::cancelTellsNothing()
+void TestSerialPortHandlerFirmware::cancelRaisesNoSignal()
 {
     HandlerFixture f;
     QSignalSpy failed(&f.handler, &SerialPortHandlerInterface::actionFailed);

@@ -10,7 +10,7 @@ namespace {
 const QDateTime someTime(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
 const QStringList someTitles = {QStringLiteral("TIME"), QStringLiteral("CO2")};
 
-// A connected handler and what it says of the log.
+// A connected handler and its signals for the log.
 struct LogFixture : HandlerFixture
 {
     LogFixture()
@@ -47,7 +47,7 @@ struct LogFixture : HandlerFixture
             reportRow(index);
         }
     }
-    /// Whether a request to read is taken up.
+    /// Whether a request to read adds its job.
     bool takesRequest()
     {
         queue->jobs.clear();
@@ -62,7 +62,7 @@ struct LogFixture : HandlerFixture
     QVector<int> progress;
 };
 
-// A handler that takes itself for unconnected.
+// A handler that is never connected.
 class DetachedHandler : public SerialPortHandler
 {
 public:
@@ -91,7 +91,7 @@ private slots:
     void survivesCountsThatMakeNoSense();
     void survivesMoreRowsThanCounted();
 
-    void saysWhatItReads();
+    void logsWhatItReads();
     void missingTitlesKeepTheRowsAndTheReading();
     void titlesAfterTheRowsEndTheRead();
     void laterTitlesReplaceEarlierOnes();
@@ -104,10 +104,11 @@ private slots:
 
     void cancelClearsTheQueueAndAllowsANewRead();
     void cancelForgetsTitlesAndRows();
-    void rowOnItsWayThroughACancelIsTaken();
-    void listenerMayCancelInsideTheRead();
-    void listenerMayCancelInsideTheProgress();
-    void listenerMayNotReadAgainInsideTheRead();
+    void takesARowInFlightThroughACancel();
+    void emitsNoLogForTitlesInFlightThroughACancel();
+    void allowsACancelInsideLogRead();
+    void allowsACancelInsideTheProgress();
+    void ignoresAReadInsideLogRead();
 };
 
 void TestSerialPortHandlerLog::queuesTitlesAndEveryRowAtOnce_data()
@@ -264,7 +265,7 @@ void TestSerialPortHandlerLog::survivesMoreRowsThanCounted()
     QVERIFY(!f.takesRequest());
 }
 
-void TestSerialPortHandlerLog::saysWhatItReads()
+void TestSerialPortHandlerLog::logsWhatItReads()
 {
     LogFixture f;
     QTest::ignoreMessage(QtDebugMsg, "Log has 2 entries, reading them");
@@ -398,7 +399,8 @@ void TestSerialPortHandlerLog::cancelForgetsTitlesAndRows()
     QCOMPARE(f.reads, 0);
 }
 
-void TestSerialPortHandlerLog::rowOnItsWayThroughACancelIsTaken()
+// Quirk: the row becomes the first of the next log.
+void TestSerialPortHandlerLog::takesARowInFlightThroughACancel()
 {
     LogFixture f;
     f.reportCount(3);
@@ -408,9 +410,21 @@ void TestSerialPortHandlerLog::rowOnItsWayThroughACancelIsTaken()
     f.reportCount(1);
     f.reportTitles();
     QCOMPARE(f.reads, 1);
+    QCOMPARE(f.readRows.size(), 1);
 }
 
-void TestSerialPortHandlerLog::listenerMayCancelInsideTheRead()
+void TestSerialPortHandlerLog::emitsNoLogForTitlesInFlightThroughACancel()
+{
+    LogFixture f;
+    f.reportCount(3);
+    emit f.queue->logTitlesRead(someTitles);
+    f.handler.cancelLogRead();
+    turnEventLoop();
+    QCOMPARE(f.reads, 0);
+    QVERIFY(f.takesRequest());
+}
+
+void TestSerialPortHandlerLog::allowsACancelInsideLogRead()
 {
     LogFixture f;
     connect(&f.handler, &SerialPortHandlerInterface::logRead, this,
@@ -423,7 +437,7 @@ void TestSerialPortHandlerLog::listenerMayCancelInsideTheRead()
     QVERIFY(f.takesRequest());
 }
 
-void TestSerialPortHandlerLog::listenerMayCancelInsideTheProgress()
+void TestSerialPortHandlerLog::allowsACancelInsideTheProgress()
 {
     LogFixture f;
     connect(&f.handler, &SerialPortHandlerInterface::logReadProgress, this,
@@ -434,7 +448,7 @@ void TestSerialPortHandlerLog::listenerMayCancelInsideTheProgress()
     QVERIFY(f.takesRequest());
 }
 
-void TestSerialPortHandlerLog::listenerMayNotReadAgainInsideTheRead()
+void TestSerialPortHandlerLog::ignoresAReadInsideLogRead()
 {
     LogFixture f;
     bool taken = true;

@@ -2,8 +2,8 @@
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
 #include "tests/kit/fakeserialport.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
-#include "tests/unit/serial/replysamples.h"
 
 #include <QtTest/QtTest>
 
@@ -80,8 +80,8 @@ private slots:
     void hasNoPortNameWithoutATransport();
     void connectsOnceTheConsoleAnswers();
     void secondConnectKeepsThePortOpenAndAsksAgain();
-    void silentDeviceMakesNoMessage();
-    void invalidDateIsToldTwice();
+    void raisesNoErrorForASilentDevice();
+    void reportsAnInvalidDateTwice();
     void closesThePortWhenDestroyed();
 
     void readsALogRowByRow();
@@ -89,14 +89,14 @@ private slots:
 
     void refusedFirmwareBlockStopsTheTransfer();
     void unansweredFirmwareBlockStopsTheTransfer();
-    void listenerMayAskAnewInsideTheFailure();
+    void allowsARequestInsideTheFailure();
     void acceptedBlocksRunToTheEnd();
     void cancelledFirmwareSendsNothingMore();
 
     void fullReadReportsEachBlockAndOneEnd();
     void fullWriteReportsEachBlockAndOneEnd();
-    void listenerMayCancelAtTheEndOfARead();
-    void listenerMayCancelAtTheEndOfAWrite();
+    void allowsACancelAtTheEndOfARead();
+    void allowsACancelAtTheEndOfAWrite();
     void cancelledReadReportsNoEnd();
     void silentBlockIsFreedByTheCancel();
 };
@@ -143,7 +143,7 @@ void TestSerialPortHandlerQueue::secondConnectKeepsThePortOpenAndAsksAgain()
     QCOMPARE(c.takeSent(), QByteArray("\r\nshow swver\r\n"));
 }
 
-void TestSerialPortHandlerQueue::silentDeviceMakesNoMessage()
+void TestSerialPortHandlerQueue::raisesNoErrorForASilentDevice()
 {
     Conversation c;
     QSignalSpy error(&c.handler, &SerialPortHandlerInterface::error);
@@ -157,7 +157,7 @@ void TestSerialPortHandlerQueue::silentDeviceMakesNoMessage()
     QVERIFY(!c.handler.isConnected());
 }
 
-void TestSerialPortHandlerQueue::invalidDateIsToldTwice()
+void TestSerialPortHandlerQueue::reportsAnInvalidDateTwice()
 {
     Conversation c;
     c.connectDevice();
@@ -166,8 +166,8 @@ void TestSerialPortHandlerQueue::invalidDateIsToldTwice()
     QCOMPARE(error.count(), 0);
     Conversation::turn();
     QCOMPARE(error.count(), 2);
-    for (const QVariantList &told : qAsConst(error)) {
-        QCOMPARE(told.at(0).toString(),
+    for (const QVariantList &arguments : qAsConst(error)) {
+        QCOMPARE(arguments.at(0).toString(),
                  latin1("Set device clock failed: Unable to set time, invalid timestamp given: "));
     }
     QVERIFY(c.takeSent().isEmpty());
@@ -271,7 +271,7 @@ void TestSerialPortHandlerQueue::unansweredFirmwareBlockStopsTheTransfer()
     QVERIFY(!c.queue->currentJob());
 }
 
-void TestSerialPortHandlerQueue::listenerMayAskAnewInsideTheFailure()
+void TestSerialPortHandlerQueue::allowsARequestInsideTheFailure()
 {
     Conversation c;
     c.connectDevice();
@@ -355,7 +355,7 @@ void TestSerialPortHandlerQueue::fullWriteReportsEachBlockAndOneEnd()
     QCOMPARE(c.allJobsDone, 1);
 }
 
-void TestSerialPortHandlerQueue::listenerMayCancelAtTheEndOfARead()
+void TestSerialPortHandlerQueue::allowsACancelAtTheEndOfARead()
 {
     Conversation c;
     c.connectDevice();
@@ -379,7 +379,7 @@ void TestSerialPortHandlerQueue::listenerMayCancelAtTheEndOfARead()
     QCOMPARE(c.takeSent(), QByteArray("\r\ndate\r\n"));
 }
 
-void TestSerialPortHandlerQueue::listenerMayCancelAtTheEndOfAWrite()
+void TestSerialPortHandlerQueue::allowsACancelAtTheEndOfAWrite()
 {
     Conversation c;
     c.connectDevice();

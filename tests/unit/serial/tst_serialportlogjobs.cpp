@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportjobreadlog.h"
+#include "serial/serialportjobreadlogvalue.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/jobdialoguetest.h"
 
@@ -52,13 +55,13 @@ private:
 
     QSharedPointer<FakeSerialPort> m_port;
     QScopedPointer<SerialPortQueue> m_queue;
-    JobEars m_ears;
+    SignalRecorder m_recorder;
 };
 
 void TestSerialPortLogJobs::cleanup()
 {
     m_queue.reset();
-    m_ears.heard.clear();
+    m_recorder.log.clear();
 }
 
 void TestSerialPortLogJobs::start(int index)
@@ -66,9 +69,9 @@ void TestSerialPortLogJobs::start(int index)
     m_port.reset(new FakeSerialPort);
     m_queue.reset(new SerialPortQueue(nullptr));
     m_queue->setSerialPort(m_port);
-    m_ears.listenTo(m_queue.data());
+    m_recorder.record(m_queue.data());
     const JobPointer job(new SerialPortJobReadLogValue(m_port.data(), index));
-    m_ears.listenTo(job.data());
+    m_recorder.record(job.data());
     m_queue->addJob(job);
 }
 
@@ -84,12 +87,12 @@ void TestSerialPortLogJobs::reportsACountOf()
 {
     QFETCH(QString, count);
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobReadLog job(&port);
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
     port.receive(latin1("$ log --count\r\ncount=%1\r\n$ ").arg(count));
-    QCOMPARE(ears.heard,
+    QCOMPARE(recorder.log,
              QStringList({latin1("valueRead 1 bool true"), latin1("valueRead 2 int ") + count,
                           latin1("finished")}));
 }
@@ -126,13 +129,13 @@ void TestSerialPortLogJobs::waitsForTheRestOf()
     QFETCH(QString, reply);
     start(index);
     m_port->receive(reply + latin1("\r\n$ "));
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QCOMPARE(m_port->sent.size(), 1);
     QVERIFY(m_queue->currentJob()->isRunning());
 
     expire(m_queue->currentJob().data());
     QCOMPARE(m_port->sent.size(), 2);
-    QCOMPARE(m_ears.heard, QStringList(latin1("timedOut")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("timedOut")));
 }
 
 void TestSerialPortLogJobs::sendsAgainOnAWrongChecksum_data()
@@ -154,7 +157,7 @@ void TestSerialPortLogJobs::sendsAgainOnAWrongChecksum()
     m_port->receive(reply);
     const QByteArray command = "\r\nlog --read=" + QByteArray::number(index) + "\r\n";
     QCOMPARE(m_port->sent, QByteArrayList({command, command}));
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QVERIFY(job->isRunning());
     QCOMPARE(m_queue->currentJob(), job);
 }
@@ -166,14 +169,14 @@ void TestSerialPortLogJobs::keepsTheBadRowUntilTheTimeOut()
     QCOMPARE(m_port->sent.size(), 2);
     // Both rows make one record, which is none.
     m_port->receive(goodRow());
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     QCOMPARE(m_port->sent.size(), 2);
 
     expire(m_queue->currentJob().data());
     QCOMPARE(m_port->sent.size(), 3);
-    QCOMPARE(m_ears.heard, QStringList(latin1("timedOut")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("timedOut")));
     m_port->receive(goodRow());
-    QCOMPARE(m_ears.heard.mid(1, 2),
+    QCOMPARE(m_recorder.log.mid(1, 2),
              QStringList({latin1("logValueRead 1 400.5 2017-11-13T10:20:30Z"),
                           latin1("queue: logValueRead 1 400.5 2017-11-13T10:20:30Z")}));
     QCOMPARE(m_port->sent, QByteArrayList({rowCommand, rowCommand, rowCommand}));
@@ -186,7 +189,7 @@ void TestSerialPortLogJobs::judgesABadRowAgainWithEachChunk()
     m_port->receive(latin1("\r\n$ "));
     m_port->receive(latin1("\r\n"));
     QCOMPARE(m_port->sent.size(), 4);
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
 }
 
 void TestSerialPortLogJobs::badTitlesSpoilTheGoodOnesBehindThem()
@@ -199,11 +202,11 @@ void TestSerialPortLogJobs::badTitlesSpoilTheGoodOnesBehindThem()
         m_port->receive(good);
     }
     QCOMPARE(m_port->sent.size(), 5);
-    QVERIFY(m_ears.heard.isEmpty());
+    QVERIFY(m_recorder.log.isEmpty());
     expire(m_queue->currentJob().data());
-    QCOMPARE(m_ears.heard, QStringList(latin1("timedOut")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("timedOut")));
     m_port->receive(good);
-    QCOMPARE(m_ears.heard.size(), 1);
+    QCOMPARE(m_recorder.log.size(), 1);
     QCOMPARE(m_port->sent.size(), 5);
     QVERIFY(!m_queue->currentJob()->isRunning());
 }
@@ -220,7 +223,7 @@ void TestSerialPortLogJobs::countsChecksumsAndTimeOutsTogether()
     m_port->receive(spoiled(goodRow()));
     QCOMPARE(m_port->sent.size(), 5);
     expire(m_queue->currentJob().data());
-    QCOMPARE(m_ears.heard.size(), 3);
+    QCOMPARE(m_recorder.log.size(), 3);
     QCOMPARE(m_port->sent.size(), 5);
     QVERIFY(!m_queue->currentJob()->isRunning());
 }
@@ -238,7 +241,7 @@ void TestSerialPortLogJobs::endsByItsOwnTimeOutWhenNoRestartIsLeft()
     QCOMPARE(m_port->sent.size(), 5);
     QVERIFY(m_queue->currentJob()->isRunning());
     expire(m_queue->currentJob().data());
-    QCOMPARE(m_ears.heard, QStringList(latin1("timedOut")));
+    QCOMPARE(m_recorder.log, QStringList(latin1("timedOut")));
     QVERIFY(!m_queue->currentJob()->isRunning());
     QCOMPARE(m_port->sent.size(), 5);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/fakeserialport.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/queuefixture.h"
 
@@ -14,28 +15,24 @@ private slots:
     void isEmptyAtFirst();
     void ignoresNull();
     void startsTheFirstJobAtOnceAndNoOther();
-    void runsJobsInTheOrderOfTheirArrival();
     void countsOnlyWaitingJobs();
-    void keepsTheRestInOrderWhileJobsLeave();
+    void runsJobsInOrder();
     void relaysResultsAtOnce();
-    void relaysNothingElse();
     void endsAJobThenStartsTheNext();
-    void tellsWhenAllJobsAreDone_data();
-    void tellsWhenAllJobsAreDone();
-    void tellsOfAFinishedConnectWithJobsBehindIt();
-    void startsAJobThatAListenerAddsInAllJobsDone();
-    void removesWaitingJobsSilently();
-    void removesNothingOfAnotherType();
+    void raisesAllJobsDoneAfterTheLastJob_data();
+    void raisesAllJobsDoneAfterTheLastJob();
+    void startsAJobAddedInsideAllJobsDone();
+    void removesWaitingJobsWithoutASignal();
     void endsTheCurrentJobWhenItsTypeIsRemoved_data();
     void endsTheCurrentJobWhenItsTypeIsRemoved();
-    void goesOnWithTheNextJobWhenTheCurrentIsRemoved();
-    void clearsSilently();
+    void startsTheNextJobWhenTheCurrentIsRemoved();
+    void clearsWithoutASignal();
     void opensAClosedPort();
     void closesWithAndWithoutAPort();
-    void namesItsPort();
+    void returnsTheNameOfItsPort();
     void replacesThePort();
     void takesTheSamePortAgain();
-    void endsWithItsDestructor();
+    void closesThePortWhenDestroyed();
 };
 
 void TestSerialPortQueue::isEmptyAtFirst()
@@ -44,7 +41,7 @@ void TestSerialPortQueue::isEmptyAtFirst()
     QVERIFY(m_queue->jobs().isEmpty());
     QVERIFY(m_queue->serialPort().isNull());
     QVERIFY(m_queue->portName().isNull());
-    QCOMPARE(OpenQueue(this).parent(), this);
+    QCOMPARE(QueueWithPublicSlots(this).parent(), this);
 }
 
 void TestSerialPortQueue::ignoresNull()
@@ -54,29 +51,16 @@ void TestSerialPortQueue::ignoresNull()
     m_queue->addJob(JobPointer());
     QCOMPARE(m_queue->currentJob(), JobPointer(job));
     QVERIFY(m_queue->jobs().isEmpty());
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_recorder->log, QStringList());
 }
 
 void TestSerialPortQueue::startsTheFirstJobAtOnceAndNoOther()
 {
     const auto first = add(Type::JobReadValue, "a");
     const auto second = add(Type::JobReadValue, "b");
-    QCOMPARE(m_diary, QStringList(latin1("a start")));
+    QCOMPARE(m_callLog, QStringList(latin1("a start")));
     QCOMPARE(m_queue->currentJob(), JobPointer(first));
     QCOMPARE(m_queue->jobs(), QVector<JobPointer>{second});
-}
-
-void TestSerialPortQueue::runsJobsInTheOrderOfTheirArrival()
-{
-    const auto a = add(Type::JobReadValue, "a");
-    const auto b = add(Type::JobSetValue, "b");
-    const auto c = add(Type::JobReadValue, "c");
-    emit a->finished();
-    emit b->finished();
-    emit c->finished();
-    const QStringList expected = {latin1("a start"), latin1("a stop"),  latin1("b start"),
-                                  latin1("b stop"),  latin1("c start"), latin1("c stop")};
-    QCOMPARE(m_diary, expected);
 }
 
 void TestSerialPortQueue::countsOnlyWaitingJobs()
@@ -88,13 +72,13 @@ void TestSerialPortQueue::countsOnlyWaitingJobs()
     QVERIFY(!m_queue->hasJob(Type::JobWriteEepromBlock));
 }
 
-// Taken jobs leave the store of the queue in bulk; nothing of that may show.
-void TestSerialPortQueue::keepsTheRestInOrderWhileJobsLeave()
+void TestSerialPortQueue::runsJobsInOrder()
 {
     QVector<JobPointer> jobs = {add(Type::JobConnect, "first")};
     for (const char *name : {"a", "b", "c", "d", "e", "f", "g", "h"}) {
         jobs.append(add(*name < 'd' ? Type::JobReadValue : Type::JobSetValue, name));
     }
+    m_queue->removeJobs(Type::JobReboot); // none
     for (int left = 0; left < 3; ++left) {
         emit m_queue->currentJob()->finished();
         QCOMPARE(m_queue->currentJob(), jobs.at(left + 1));
@@ -126,6 +110,7 @@ void TestSerialPortQueue::relaysResultsAtOnce()
     emit job->valueRead(SerialPortValueType::ValueLogCount, 7);
     emit job->eepromBlockRead(9, QByteArray("\x01\xff"));
     emit job->eepromBlockWritten(10);
+    emit job->dataWrittenToEeprom(); // not relayed
     const QStringList expected = {latin1("queue: dataRead n=v"),
                                   latin1("queue: dataWritten n=w"),
                                   latin1("queue: measurementsRead co2=1"),
@@ -135,35 +120,28 @@ void TestSerialPortQueue::relaysResultsAtOnce()
                                   latin1("queue: valueRead 2 int 7"),
                                   latin1("queue: eepromBlockRead 9 01ff"),
                                   latin1("queue: eepromBlockWritten 10")};
-    QCOMPARE(m_ears->heard, expected);
-    QCOMPARE(m_diary, QStringList(latin1("a start")));
-}
-
-void TestSerialPortQueue::relaysNothingElse()
-{
-    const auto job = add(Type::JobWriteToEeprom, "a");
-    emit job->dataWrittenToEeprom();
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_recorder->log, expected);
+    QCOMPARE(m_callLog, QStringList(latin1("a start")));
 }
 
 void TestSerialPortQueue::endsAJobThenStartsTheNext()
 {
     const auto a = add(Type::JobReadValue, "a");
     add(Type::JobSetValue, "b");
-    QStringList diaryAtJobFinished;
+    QStringList callsAtJobFinished;
     connect(m_queue.data(), &SerialPortQueue::jobFinished, this,
-            [&] { diaryAtJobFinished = m_diary; });
+            [&] { callsAtJobFinished = m_callLog; });
     emit a->dataRead(latin1("n"), latin1("v"));
     emit a->finished();
-    QCOMPARE(diaryAtJobFinished, QStringList(latin1("a start")));
-    const QStringList heard = {latin1("queue: dataRead n=v"), latin1("queue: jobFinished 1")};
-    QCOMPARE(m_ears->heard, heard);
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("b start")};
-    QCOMPARE(m_diary, diary);
+    QCOMPARE(callsAtJobFinished, QStringList(latin1("a start")));
+    const QStringList log = {latin1("queue: dataRead n=v"), latin1("queue: jobFinished 1")};
+    QCOMPARE(m_recorder->log, log);
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("b start")};
+    QCOMPARE(m_callLog, calls);
     QVERIFY(m_queue->jobs().isEmpty());
 }
 
-void TestSerialPortQueue::tellsWhenAllJobsAreDone_data()
+void TestSerialPortQueue::raisesAllJobsDoneAfterTheLastJob_data()
 {
     QTest::addColumn<int>("type");
     for (const NamedType &named : displayNames) {
@@ -171,7 +149,7 @@ void TestSerialPortQueue::tellsWhenAllJobsAreDone_data()
     }
 }
 
-void TestSerialPortQueue::tellsWhenAllJobsAreDone()
+void TestSerialPortQueue::raisesAllJobsDoneAfterTheLastJob()
 {
     QFETCH(int, type);
 
@@ -181,22 +159,11 @@ void TestSerialPortQueue::tellsWhenAllJobsAreDone()
     if (static_cast<Type>(type) != Type::JobConnect) {
         expected << latin1("queue: allJobsDone");
     }
-    QCOMPARE(m_ears->heard, expected);
+    QCOMPARE(m_recorder->log, expected);
     QVERIFY(m_queue->currentJob().isNull());
 }
 
-void TestSerialPortQueue::tellsOfAFinishedConnectWithJobsBehindIt()
-{
-    const auto a = add(Type::JobConnect, "a");
-    const auto b = add(Type::JobReadValue, "b");
-    emit a->finished();
-    emit b->finished();
-    const QStringList expected = {latin1("queue: jobFinished 0"), latin1("queue: jobFinished 1"),
-                                  latin1("queue: allJobsDone")};
-    QCOMPARE(m_ears->heard, expected);
-}
-
-void TestSerialPortQueue::startsAJobThatAListenerAddsInAllJobsDone()
+void TestSerialPortQueue::startsAJobAddedInsideAllJobsDone()
 {
     const auto a = add(Type::JobReadValue, "a");
     QSharedPointer<FakeJob> b;
@@ -207,7 +174,7 @@ void TestSerialPortQueue::startsAJobThatAListenerAddsInAllJobsDone()
     QVERIFY(b->isRunning());
 }
 
-void TestSerialPortQueue::removesWaitingJobsSilently()
+void TestSerialPortQueue::removesWaitingJobsWithoutASignal()
 {
     const auto a = add(Type::JobReadValue, "a");
     QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
@@ -218,24 +185,13 @@ void TestSerialPortQueue::removesWaitingJobsSilently()
     QVERIFY(d.isNull());
     QCOMPARE(m_queue->currentJob(), JobPointer(a));
     QCOMPARE(m_queue->jobs(), QVector<JobPointer>{c});
-    QCOMPARE(m_ears->heard, QStringList());
-    QCOMPARE(m_diary, QStringList(latin1("a start")));
-}
-
-void TestSerialPortQueue::removesNothingOfAnotherType()
-{
-    m_queue->removeJobs(Type::JobReboot);
-    const auto a = add(Type::JobReadValue, "a");
-    const auto b = add(Type::JobSetValue, "b");
-    m_queue->removeJobs(Type::JobReboot);
-    QCOMPARE(m_queue->currentJob(), JobPointer(a));
-    QCOMPARE(m_queue->jobs(), QVector<JobPointer>{b});
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_recorder->log, QStringList());
+    QCOMPARE(m_callLog, QStringList(latin1("a start")));
 }
 
 void TestSerialPortQueue::endsTheCurrentJobWhenItsTypeIsRemoved_data()
 {
-    tellsWhenAllJobsAreDone_data();
+    raisesAllJobsDoneAfterTheLastJob_data();
 }
 
 void TestSerialPortQueue::endsTheCurrentJobWhenItsTypeIsRemoved()
@@ -245,25 +201,26 @@ void TestSerialPortQueue::endsTheCurrentJobWhenItsTypeIsRemoved()
     QWeakPointer<FakeJob> job = add(static_cast<Type>(type), "a");
     m_queue->removeJobs(static_cast<Type>(type));
     const bool isConnect = static_cast<Type>(type) == Type::JobConnect;
-    QCOMPARE(m_ears->heard, isConnect ? QStringList() : QStringList(latin1("queue: allJobsDone")));
-    const QStringList diary = {latin1("a start"), latin1("a stop")};
-    QCOMPARE(m_diary, diary);
+    QCOMPARE(m_recorder->log,
+             isConnect ? QStringList() : QStringList(latin1("queue: allJobsDone")));
+    const QStringList calls = {latin1("a start"), latin1("a stop")};
+    QCOMPARE(m_callLog, calls);
     QVERIFY(job.isNull());
 }
 
-void TestSerialPortQueue::goesOnWithTheNextJobWhenTheCurrentIsRemoved()
+void TestSerialPortQueue::startsTheNextJobWhenTheCurrentIsRemoved()
 {
     add(Type::JobReadEepromBlock, "a");
     add(Type::JobReadEepromBlock, "b");
     const auto c = add(Type::JobReadValue, "c");
     m_queue->removeJobs(Type::JobReadEepromBlock);
     QCOMPARE(m_queue->currentJob(), JobPointer(c));
-    QCOMPARE(m_ears->heard, QStringList());
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("c start")};
-    QCOMPARE(m_diary, diary);
+    QCOMPARE(m_recorder->log, QStringList());
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start")};
+    QCOMPARE(m_callLog, calls);
 }
 
-void TestSerialPortQueue::clearsSilently()
+void TestSerialPortQueue::clearsWithoutASignal()
 {
     QWeakPointer<FakeJob> a = add(Type::JobReadValue, "a");
     QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
@@ -272,9 +229,9 @@ void TestSerialPortQueue::clearsSilently()
     QVERIFY(a.isNull());
     QVERIFY(b.isNull());
     QVERIFY(m_queue->currentJob().isNull());
-    QCOMPARE(m_ears->heard, QStringList());
-    const QStringList diary = {latin1("a start"), latin1("a stop")};
-    QCOMPARE(m_diary, diary);
+    QCOMPARE(m_recorder->log, QStringList());
+    const QStringList calls = {latin1("a start"), latin1("a stop")};
+    QCOMPARE(m_callLog, calls);
 }
 
 void TestSerialPortQueue::opensAClosedPort()
@@ -308,15 +265,14 @@ void TestSerialPortQueue::closesWithAndWithoutAPort()
     QCOMPARE(port->closes, 1);
     QVERIFY(m_queue->currentJob().isNull());
     QVERIFY(m_queue->jobs().isEmpty());
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("c start"),
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start"),
                                latin1("c stop")};
-    QCOMPARE(m_diary, diary);
-    QCOMPARE(m_ears->heard, QStringList());
-    // The port stays: it can be opened again.
+    QCOMPARE(m_callLog, calls);
+    QCOMPARE(m_recorder->log, QStringList());
     QCOMPARE(m_queue->serialPort(), QSharedPointer<SerialPortInterface>(port));
 }
 
-void TestSerialPortQueue::namesItsPort()
+void TestSerialPortQueue::returnsTheNameOfItsPort()
 {
     QVERIFY(m_queue->portName().isNull());
     QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
@@ -341,7 +297,7 @@ void TestSerialPortQueue::replacesThePort()
     QCOMPARE(second->closes, 0);
     QVERIFY(a.isNull());
     QVERIFY(b.isNull());
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_recorder->log, QStringList());
 
     const QWeakPointer<FakeSerialPort> released = first;
     first.clear();
@@ -360,7 +316,7 @@ void TestSerialPortQueue::takesTheSamePortAgain()
     QCOMPARE(port->closes, 2);
 }
 
-void TestSerialPortQueue::endsWithItsDestructor()
+void TestSerialPortQueue::closesThePortWhenDestroyed()
 {
     QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
     m_queue->setSerialPort(port);
@@ -372,8 +328,8 @@ void TestSerialPortQueue::endsWithItsDestructor()
     QCOMPARE(port->closes, 1);
     QVERIFY(a.isNull());
     QVERIFY(b.isNull());
-    const QStringList diary = {latin1("a start"), latin1("a stop")};
-    QCOMPARE(m_diary, diary);
+    const QStringList calls = {latin1("a start"), latin1("a stop")};
+    QCOMPARE(m_callLog, calls);
 }
 
 KV_TEST_CORE_MAIN(TestSerialPortQueue)

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/fakeserialport.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/queuefixture.h"
 
 namespace {
 
-// A job that gives up inside its own start, as a bad date makes one do.
-class HopelessJob : public FakeJob
+// A job that raises error() inside start(), as one with an invalid date does.
+class JobFailingInStart : public FakeJob
 {
 public:
     using FakeJob::FakeJob;
@@ -14,7 +15,7 @@ public:
     void start() override
     {
         FakeJob::start();
-        emit error(latin1("no hope"));
+        emit error(latin1("reason"));
     }
 };
 
@@ -46,62 +47,28 @@ private slots:
     void init() { renew(); }
     void cleanup() { drop(); }
 
-    void sendsAJobAgainAfterATimeout();
-    void standsStillAfterARefusedRestart();
-    void isFreedFromAStandstill_data();
-    void isFreedFromAStandstill();
+    void canBeFreedAfterARefusedRestart_data();
+    void canBeFreedAfterARefusedRestart();
     void failsAJobThatCannotBeRestarted();
-    void namesTheTypeOfAJobThatTimesOut_data();
-    void namesTheTypeOfAJobThatTimesOut();
-    void knowsNoNameForAnUnknownType();
-    void tellsOfAnErrorAndGoesOn_data();
-    void tellsOfAnErrorAndGoesOn();
+    void logsTheTypeOfATimedOutJob_data();
+    void logsTheTypeOfATimedOutJob();
+    void hasNoNameForAnUnknownType();
+    void reportsAnErrorAndStartsTheNextJob_data();
+    void reportsAnErrorAndStartsTheNextJob();
     void survivesErrorsInsideStart();
-    void tellsOfAFailureAndGoesOn();
-    void letsAListenerCancelBeforeTheNextJobStarts();
+    void reportsAFailureAndStartsTheNextJob();
+    void allowsARemovalBeforeTheNextJobStarts();
     void raisesAllJobsDoneWhenAFailureIsCancelledToTheEnd();
-    void ignoresWhatAFormerJobSays_data();
-    void ignoresWhatAFormerJobSays();
-    void stillRelaysTheResultsOfAFormerJob();
-    void takesACallWithoutASenderForTheCurrentJobs();
+    void ignoresTheEndOfARemovedJob_data();
+    void ignoresTheEndOfARemovedJob();
+    void relaysResultsOfARemovedJob();
+    void treatsACallWithoutASenderAsTheCurrentJobs();
     void doesNothingWhenCalledWithoutAnyJob();
-    void leavesWhatAListenerStarted_data();
-    void leavesWhatAListenerStarted();
+    void keepsJobsAddedInsideASignal_data();
+    void keepsJobsAddedInsideASignal();
 };
 
-void TestSerialPortQueueEnds::sendsAJobAgainAfterATimeout()
-{
-    const auto a = add(Type::JobReadValue, "a");
-    add(Type::JobSetValue, "b");
-    expectTimeout("Read value");
-    expectRestart();
-    emit a->timedOut();
-    const QStringList diary = {latin1("a start"), latin1("a restart")};
-    QCOMPARE(m_diary, diary);
-    QCOMPARE(m_queue->currentJob(), JobPointer(a));
-    QCOMPARE(m_ears->heard, QStringList());
-}
-
-void TestSerialPortQueueEnds::standsStillAfterARefusedRestart()
-{
-    const auto a = add(Type::JobReadValue, "a");
-    const auto b = add(Type::JobSetValue, "b");
-    a->stop();
-    a->restartResult = false;
-    expectTimeout("Read value");
-    expectRestart();
-    emit a->timedOut();
-    const auto c = add(Type::JobReadDate, "c");
-
-    QCOMPARE(m_queue->currentJob(), JobPointer(a));
-    const QVector<JobPointer> waiting = {b, c};
-    QCOMPARE(m_queue->jobs(), waiting);
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("a restart")};
-    QCOMPARE(m_diary, diary);
-    QCOMPARE(m_ears->heard, QStringList());
-}
-
-void TestSerialPortQueueEnds::isFreedFromAStandstill_data()
+void TestSerialPortQueueEnds::canBeFreedAfterARefusedRestart_data()
 {
     QTest::addColumn<QString>("by");
     QTest::addColumn<bool>("goesOn");
@@ -112,7 +79,7 @@ void TestSerialPortQueueEnds::isFreedFromAStandstill_data()
     QTest::addRow("removal of another type") << latin1("other") << false;
 }
 
-void TestSerialPortQueueEnds::isFreedFromAStandstill()
+void TestSerialPortQueueEnds::canBeFreedAfterARefusedRestart()
 {
     QFETCH(QString, by);
     QFETCH(bool, goesOn);
@@ -123,7 +90,7 @@ void TestSerialPortQueueEnds::isFreedFromAStandstill()
     expectTimeout("Read value");
     expectRestart();
     emit a->timedOut();
-    add(Type::JobSetValue, "b");
+    const auto b = add(Type::JobSetValue, "b");
     if (by == latin1("clear")) {
         m_queue->clear();
     } else if (by == latin1("close")) {
@@ -135,12 +102,14 @@ void TestSerialPortQueueEnds::isFreedFromAStandstill()
     } else {
         m_queue->removeJobs(Type::JobReboot);
         QCOMPARE(m_queue->currentJob(), JobPointer(a));
+        QCOMPARE(m_queue->jobs(), QVector<JobPointer>{b});
+        QCOMPARE(m_recorder->log, QStringList());
         return;
     }
     const auto c = add(Type::JobReadDate, "c");
-    QCOMPARE(m_diary.contains(latin1("b start")), goesOn);
-    QCOMPARE(m_diary.contains(latin1("c start")), !goesOn);
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_callLog.contains(latin1("b start")), goesOn);
+    QCOMPARE(m_callLog.contains(latin1("c start")), !goesOn);
+    QCOMPARE(m_recorder->log, QStringList());
 }
 
 void TestSerialPortQueueEnds::failsAJobThatCannotBeRestarted()
@@ -151,12 +120,12 @@ void TestSerialPortQueueEnds::failsAJobThatCannotBeRestarted()
     expectTimeout("Transmit firmware to device");
     expectNoRestart();
     emit a->timedOut();
-    QCOMPARE(m_ears->heard, QStringList(latin1("queue: jobFailed 14")));
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("b start")};
-    QCOMPARE(m_diary, diary);
+    QCOMPARE(m_recorder->log, QStringList(latin1("queue: jobFailed 14")));
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("b start")};
+    QCOMPARE(m_callLog, calls);
 }
 
-void TestSerialPortQueueEnds::namesTheTypeOfAJobThatTimesOut_data()
+void TestSerialPortQueueEnds::logsTheTypeOfATimedOutJob_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<QByteArray>("name");
@@ -165,7 +134,7 @@ void TestSerialPortQueueEnds::namesTheTypeOfAJobThatTimesOut_data()
     }
 }
 
-void TestSerialPortQueueEnds::namesTheTypeOfAJobThatTimesOut()
+void TestSerialPortQueueEnds::logsTheTypeOfATimedOutJob()
 {
     QFETCH(int, type);
     QFETCH(QByteArray, name);
@@ -176,19 +145,19 @@ void TestSerialPortQueueEnds::namesTheTypeOfAJobThatTimesOut()
     emit job->timedOut();
 }
 
-void TestSerialPortQueueEnds::knowsNoNameForAnUnknownType()
+void TestSerialPortQueueEnds::hasNoNameForAnUnknownType()
 {
     const auto job = add(static_cast<Type>(99), "a");
     emit job->error(latin1("why"));
-    QCOMPARE(m_ears->heard, QStringList(latin1("queue: error  failed: why")));
+    QCOMPARE(m_recorder->log, QStringList(latin1("queue: error  failed: why")));
 }
 
-void TestSerialPortQueueEnds::tellsOfAnErrorAndGoesOn_data()
+void TestSerialPortQueueEnds::reportsAnErrorAndStartsTheNextJob_data()
 {
-    namesTheTypeOfAJobThatTimesOut_data();
+    logsTheTypeOfATimedOutJob_data();
 }
 
-void TestSerialPortQueueEnds::tellsOfAnErrorAndGoesOn()
+void TestSerialPortQueueEnds::reportsAnErrorAndStartsTheNextJob()
 {
     QFETCH(int, type);
     QFETCH(QByteArray, name);
@@ -196,36 +165,36 @@ void TestSerialPortQueueEnds::tellsOfAnErrorAndGoesOn()
     QWeakPointer<FakeJob> a = add(static_cast<Type>(type), "a");
     const auto b = add(Type::JobReadValue, "b");
     emit a.toStrongRef()->error(latin1("%1 why %2"));
-    QCOMPARE(m_ears->heard,
+    QCOMPARE(m_recorder->log,
              QStringList(latin1("queue: error ") + latin1(name.constData())
                          + latin1(" failed: %1 why %2")));
     QVERIFY(a.isNull());
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("b start")};
-    QCOMPARE(m_diary, diary);
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("b start")};
+    QCOMPARE(m_callLog, calls);
 
-    m_ears->heard.clear();
+    m_recorder->log.clear();
     emit b->error(latin1("too"));
-    QCOMPARE(m_ears->heard, QStringList(latin1("queue: error Read value failed: too")));
+    QCOMPARE(m_recorder->log, QStringList(latin1("queue: error Read value failed: too")));
     QVERIFY(m_queue->currentJob().isNull());
 }
 
 void TestSerialPortQueueEnds::survivesErrorsInsideStart()
 {
-    m_queue->addJob(JobPointer(new HopelessJob(Type::JobSetDate, &m_diary, latin1("a"))));
+    m_queue->addJob(JobPointer(new JobFailingInStart(Type::JobSetDate, &m_callLog, latin1("a"))));
     QVERIFY(m_queue->currentJob().isNull());
 
     const auto b = add(Type::JobReadValue, "b");
-    m_queue->addJob(JobPointer(new HopelessJob(Type::JobSetDate, &m_diary, latin1("c"))));
-    m_queue->addJob(JobPointer(new HopelessJob(Type::JobSetDate, &m_diary, latin1("d"))));
+    m_queue->addJob(JobPointer(new JobFailingInStart(Type::JobSetDate, &m_callLog, latin1("c"))));
+    m_queue->addJob(JobPointer(new JobFailingInStart(Type::JobSetDate, &m_callLog, latin1("d"))));
     const auto e = add(Type::JobReadValue, "e");
     emit b->finished();
     QCOMPARE(m_queue->currentJob(), JobPointer(e));
-    const QString error = latin1("queue: error Set device clock failed: no hope");
+    const QString error = latin1("queue: error Set device clock failed: reason");
     const QStringList expected = {error, latin1("queue: jobFinished 1"), error, error};
-    QCOMPARE(m_ears->heard, expected);
+    QCOMPARE(m_recorder->log, expected);
 }
 
-void TestSerialPortQueueEnds::tellsOfAFailureAndGoesOn()
+void TestSerialPortQueueEnds::reportsAFailureAndStartsTheNextJob()
 {
     const auto a = add(Type::JobTransmitFirmwareBlock, "a");
     const auto b = add(Type::JobTransmitFirmwareBlock, "b");
@@ -233,11 +202,11 @@ void TestSerialPortQueueEnds::tellsOfAFailureAndGoesOn()
     QCOMPARE(m_queue->currentJob(), JobPointer(b));
     emit b->failed(Type::JobTransmitFirmwareBlock);
     const QStringList expected = {latin1("queue: jobFailed 14"), latin1("queue: jobFailed 14")};
-    QCOMPARE(m_ears->heard, expected);
+    QCOMPARE(m_recorder->log, expected);
     QVERIFY(m_queue->currentJob().isNull());
 }
 
-void TestSerialPortQueueEnds::letsAListenerCancelBeforeTheNextJobStarts()
+void TestSerialPortQueueEnds::allowsARemovalBeforeTheNextJobStarts()
 {
     const auto a = add(Type::JobTransmitFirmwareBlock, "a");
     add(Type::JobTransmitFirmwareBlock, "b");
@@ -245,11 +214,11 @@ void TestSerialPortQueueEnds::letsAListenerCancelBeforeTheNextJobStarts()
     connect(m_queue.data(), &SerialPortQueue::jobFailed, this,
             [this](Type type) { m_queue->removeJobs(type); });
     emit a->failed(Type::JobTransmitFirmwareBlock);
-    // The one that the cancel has started is not cut down.
+    // The job that the removal has started goes on.
     QCOMPARE(m_queue->currentJob(), JobPointer(c));
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("c start")};
-    QCOMPARE(m_diary, diary);
-    QCOMPARE(m_ears->heard, QStringList(latin1("queue: jobFailed 14")));
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start")};
+    QCOMPARE(m_callLog, calls);
+    QCOMPARE(m_recorder->log, QStringList(latin1("queue: jobFailed 14")));
 }
 
 void TestSerialPortQueueEnds::raisesAllJobsDoneWhenAFailureIsCancelledToTheEnd()
@@ -260,18 +229,18 @@ void TestSerialPortQueueEnds::raisesAllJobsDoneWhenAFailureIsCancelledToTheEnd()
             [this](Type type) { m_queue->removeJobs(type); });
     emit a->failed(Type::JobTransmitFirmwareBlock);
     const QStringList expected = {latin1("queue: jobFailed 14"), latin1("queue: allJobsDone")};
-    QCOMPARE(m_ears->heard, expected);
+    QCOMPARE(m_recorder->log, expected);
     QVERIFY(m_queue->currentJob().isNull());
 }
 
-void TestSerialPortQueueEnds::ignoresWhatAFormerJobSays_data()
+void TestSerialPortQueueEnds::ignoresTheEndOfARemovedJob_data()
 {
     QTest::addColumn<bool>("hasSuccessor");
-    QTest::addRow("behind its successor's back") << true;
+    QTest::addRow("while its successor runs") << true;
     QTest::addRow("in an idle queue") << false;
 }
 
-void TestSerialPortQueueEnds::ignoresWhatAFormerJobSays()
+void TestSerialPortQueueEnds::ignoresTheEndOfARemovedJob()
 {
     QFETCH(bool, hasSuccessor);
 
@@ -281,26 +250,25 @@ void TestSerialPortQueueEnds::ignoresWhatAFormerJobSays()
     if (hasSuccessor) {
         successor = add(Type::JobSetValue, "b");
     }
-    const QStringList diary = m_diary;
+    const QStringList calls = m_callLog;
     emit former->finished();
     emit former->timedOut();
     emit former->error(latin1("why"));
     emit former->failed(Type::JobReadValue);
-    QCOMPARE(m_diary, diary);
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_callLog, calls);
+    QCOMPARE(m_recorder->log, QStringList());
     QCOMPARE(m_queue->currentJob(), JobPointer(successor));
 }
 
-void TestSerialPortQueueEnds::stillRelaysTheResultsOfAFormerJob()
+void TestSerialPortQueueEnds::relaysResultsOfARemovedJob()
 {
     const auto former = add(Type::JobReadValue, "a");
     m_queue->clear();
-    // Its signals are cut by its destruction alone.
     emit former->dataRead(latin1("n"), latin1("v"));
-    QCOMPARE(m_ears->heard, QStringList(latin1("queue: dataRead n=v")));
+    QCOMPARE(m_recorder->log, QStringList(latin1("queue: dataRead n=v")));
 }
 
-void TestSerialPortQueueEnds::takesACallWithoutASenderForTheCurrentJobs()
+void TestSerialPortQueueEnds::treatsACallWithoutASenderAsTheCurrentJobs()
 {
     add(Type::JobReadValue, "a");
     add(Type::JobSetValue, "b");
@@ -314,7 +282,7 @@ void TestSerialPortQueueEnds::takesACallWithoutASenderForTheCurrentJobs()
     const QStringList expected = {latin1("queue: jobFinished 1"),
                                   latin1("queue: error Write value failed: why"),
                                   latin1("queue: jobFailed ") + latin1("9")};
-    QCOMPARE(m_ears->heard, expected);
+    QCOMPARE(m_recorder->log, expected);
     QVERIFY(m_queue->currentJob().isNull());
 }
 
@@ -324,10 +292,10 @@ void TestSerialPortQueueEnds::doesNothingWhenCalledWithoutAnyJob()
     m_queue->onJobTimedOut();
     m_queue->onJobError(latin1("why"));
     m_queue->onJobFailed(Type::JobReadValue);
-    QCOMPARE(m_ears->heard, QStringList());
+    QCOMPARE(m_recorder->log, QStringList());
 }
 
-void TestSerialPortQueueEnds::leavesWhatAListenerStarted_data()
+void TestSerialPortQueueEnds::keepsJobsAddedInsideASignal_data()
 {
     QTest::addColumn<QString>("signal");
     QTest::addRow("jobFinished") << latin1("jobFinished 1");
@@ -335,7 +303,7 @@ void TestSerialPortQueueEnds::leavesWhatAListenerStarted_data()
     QTest::addRow("jobFailed") << latin1("jobFailed 1");
 }
 
-void TestSerialPortQueueEnds::leavesWhatAListenerStarted()
+void TestSerialPortQueueEnds::keepsJobsAddedInsideASignal()
 {
     QFETCH(QString, signal);
 
@@ -343,7 +311,7 @@ void TestSerialPortQueueEnds::leavesWhatAListenerStarted()
     add(Type::JobSetValue, "b");
     QSharedPointer<FakeJob> c;
     QSharedPointer<FakeJob> d;
-    m_ears->reaction = [&](int before) {
+    m_recorder->onSignal = [&](int before) {
         if (before == 0) {
             m_queue->clear();
             c = add(Type::JobReadDate, "c");
@@ -357,11 +325,11 @@ void TestSerialPortQueueEnds::leavesWhatAListenerStarted()
     } else {
         emit a->failed(Type::JobReadValue);
     }
-    QCOMPARE(m_ears->heard, QStringList(latin1("queue: ") + signal));
+    QCOMPARE(m_recorder->log, QStringList(latin1("queue: ") + signal));
     QCOMPARE(m_queue->currentJob(), JobPointer(c));
     QCOMPARE(m_queue->jobs(), QVector<JobPointer>{d});
-    const QStringList diary = {latin1("a start"), latin1("a stop"), latin1("c start")};
-    QCOMPARE(m_diary, diary);
+    const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start")};
+    QCOMPARE(m_callLog, calls);
 }
 
 KV_TEST_CORE_MAIN(TestSerialPortQueueEnds)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "common/logvalue.h"
 #include "serial/serialporttypes.h"
 #include "serial/serialutils.h"
 #include "tests/kit/testmain.h"
@@ -10,13 +11,13 @@ class TestSerialUtils : public QObject
     Q_OBJECT
 
 private slots:
-    void registersTheThreeEnumerationsInOrderAndOnce();
+    void registersEachTypeOnceAndInOrder();
 };
 
-void TestSerialUtils::registersTheThreeEnumerationsInOrderAndOnce()
+void TestSerialUtils::registersEachTypeOnceAndInOrder()
 {
     const QVector<const char *> names = {"SerialPortActionType", "SerialPortValueType",
-                                         "SerialPortJobType"};
+                                         "SerialPortJobType", "QVector<LogValue>"};
     for (const char *name : names) {
         QCOMPARE(QMetaType::type(name), int(QMetaType::UnknownType));
     }
@@ -29,6 +30,7 @@ void TestSerialUtils::registersTheThreeEnumerationsInOrderAndOnce()
     }
     QVERIFY(ids.at(0) < ids.at(1));
     QVERIFY(ids.at(1) < ids.at(2));
+    QCOMPARE(ids.at(3), qMetaTypeId<QVector<LogValue>>());
     QCOMPARE(ids.at(0), qMetaTypeId<SerialPortActionType>());
     QCOMPARE(ids.at(1), qMetaTypeId<SerialPortValueType>());
     QCOMPARE(ids.at(2), qMetaTypeId<SerialPortJobType>());

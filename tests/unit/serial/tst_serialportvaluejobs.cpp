@@ -1,4 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportjobconnect.h"
+#include "serial/serialportjobreaddate.h"
+#include "serial/serialportjobreadmeasurements.h"
+#include "serial/serialportjobreadmodel.h"
+#include "serial/serialportjobreadvalue.h"
+#include "serial/serialportjobsetdate.h"
+#include "serial/serialportjobsetvalue.h"
+#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 #include "tests/unit/serial/jobdialoguetest.h"
@@ -6,13 +14,13 @@
 #include <QtCore/QTimeZone>
 #include <algorithm>
 
-class TestSerialPortEverydayJobs : public JobDialogueTest
+class TestSerialPortValueJobs : public JobDialogueTest
 {
     Q_OBJECT
 
 public:
-    TestSerialPortEverydayJobs()
-        : JobDialogueTest(everydayDialogues())
+    TestSerialPortValueJobs()
+        : JobDialogueTest(valueDialogues())
     {
     }
 
@@ -20,33 +28,33 @@ private slots:
     void awaitsASecondChunk();
     void waitsForTheRestOf_data();
     void waitsForTheRestOf();
-    void passesTheBootTextOver();
-    void sendsNamesAndValuesAsTheyStand();
+    void skipsTheBootText();
+    void sendsNamesAndValuesUnchanged();
     void reportsAnEmptyValue();
     void stampsMeasurementsWithItsOwnTimeInUtc();
     void sendsTheFieldsOfADate_data();
     void sendsTheFieldsOfADate();
     void sendsNothingForAnInvalidDate();
-    void passesAnImpossibleDateOn();
-    void leavesTheTailOfTheModelToItsSuccessor();
+    void reportsAnImpossibleDate();
+    void skipsTheTailOfTheModelInTheNextJob();
 };
 
-void TestSerialPortEverydayJobs::awaitsASecondChunk()
+void TestSerialPortValueJobs::awaitsASecondChunk()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobReadValue job(&port, latin1("p"));
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.setTimeout(60000); // not before the second chunk, however slow the machine
     job.start();
     port.receive(latin1("\r\n$ show p\r\nshow: p=9"));
     QTimer::singleShot(100, &port, [&port] { port.receive(latin1("90\r\n$ ")); });
     QTRY_VERIFY(!job.isRunning());
-    QCOMPARE(ears.heard, QStringList({latin1("dataRead p=990"), latin1("finished")}));
+    QCOMPARE(recorder.log, QStringList({latin1("dataRead p=990"), latin1("finished")}));
     QCOMPARE(port.sent.size(), 1);
 }
 
-void TestSerialPortEverydayJobs::waitsForTheRestOf_data()
+void TestSerialPortValueJobs::waitsForTheRestOf_data()
 {
     QTest::addColumn<QString>("dialogue");
     QTest::addColumn<QString>("reply");
@@ -78,44 +86,44 @@ void TestSerialPortEverydayJobs::waitsForTheRestOf_data()
         << latin1("read model") << latin1("show unit\r\nModel: KVT 301\r\n$ ");
 }
 
-void TestSerialPortEverydayJobs::waitsForTheRestOf()
+void TestSerialPortValueJobs::waitsForTheRestOf()
 {
     QFETCH(QString, dialogue);
     QFETCH(QString, reply);
 
-    const QVector<JobDialogue> dialogues = everydayDialogues();
+    const QVector<JobDialogue> dialogues = valueDialogues();
     const auto found =
         std::find_if(dialogues.cbegin(), dialogues.cend(),
                      [&](const JobDialogue &entry) { return latin1(entry.name) == dialogue; });
     QVERIFY(found != dialogues.cend());
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     const JobPointer job = found->make(&port);
-    ears.listenTo(job.data());
+    recorder.record(job.data());
     job->start();
     port.receive(latin1("\r\n$ ") + reply);
-    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(recorder.log.isEmpty());
     QVERIFY(job->isRunning());
     QCOMPARE(port.sent, found->command);
     job->setTimeout(1);
-    QTRY_COMPARE(ears.heard, QStringList(latin1("timedOut")));
+    QTRY_COMPARE(recorder.log, QStringList(latin1("timedOut")));
 }
 
-void TestSerialPortEverydayJobs::passesTheBootTextOver()
+void TestSerialPortValueJobs::skipsTheBootText()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobConnect job(&port);
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
     port.receive(latin1("All tests passed.\r\nOrvanta KVT 3 $\r\nCopyright 2017\r\n$ \r\n"));
     port.receive(latin1("$ show swver\r\nshow: swver=1.2.3\r\n"));
-    QVERIFY(ears.heard.isEmpty());
+    QVERIFY(recorder.log.isEmpty());
     port.receive(latin1("$"));
-    QCOMPARE(ears.heard, QStringList(latin1("finished")));
+    QCOMPARE(recorder.log, QStringList(latin1("finished")));
 }
 
-void TestSerialPortEverydayJobs::sendsNamesAndValuesAsTheyStand()
+void TestSerialPortValueJobs::sendsNamesAndValuesUnchanged()
 {
     FakeSerialPort port;
     SerialPortJobReadValue readJob(&port, latin1("a%1.*"));
@@ -125,7 +133,7 @@ void TestSerialPortEverydayJobs::sendsNamesAndValuesAsTheyStand()
     QCOMPARE(port.sent, QByteArrayList({"\r\nshow a%1.*\r\n", "\r\nset a%2= 50 %1 = \r\n"}));
 }
 
-void TestSerialPortEverydayJobs::reportsAnEmptyValue()
+void TestSerialPortValueJobs::reportsAnEmptyValue()
 {
     FakeSerialPort port;
     SerialPortJobReadValue job(&port, latin1("p"));
@@ -136,7 +144,7 @@ void TestSerialPortEverydayJobs::reportsAnEmptyValue()
     QVERIFY(dataRead.first().at(1).toString().isEmpty());
 }
 
-void TestSerialPortEverydayJobs::stampsMeasurementsWithItsOwnTimeInUtc()
+void TestSerialPortValueJobs::stampsMeasurementsWithItsOwnTimeInUtc()
 {
     const TimeZoneScope zone("Asia/Tokyo");
     FakeSerialPort port;
@@ -152,7 +160,7 @@ void TestSerialPortEverydayJobs::stampsMeasurementsWithItsOwnTimeInUtc()
     QVERIFY(before <= stamp && stamp <= after);
 }
 
-void TestSerialPortEverydayJobs::sendsTheFieldsOfADate_data()
+void TestSerialPortValueJobs::sendsTheFieldsOfADate_data()
 {
     QTest::addColumn<QDateTime>("date");
     QTest::addColumn<QByteArray>("command");
@@ -169,7 +177,7 @@ void TestSerialPortEverydayJobs::sendsTheFieldsOfADate_data()
                                << QByteArray("\r\ndate 2017-11-13T10:20:30+09:00\r\n");
 }
 
-void TestSerialPortEverydayJobs::sendsTheFieldsOfADate()
+void TestSerialPortValueJobs::sendsTheFieldsOfADate()
 {
     QFETCH(QDateTime, date);
     QFETCH(QByteArray, command);
@@ -181,52 +189,52 @@ void TestSerialPortEverydayJobs::sendsTheFieldsOfADate()
     QCOMPARE(port.sent, QByteArrayList({command}));
 }
 
-void TestSerialPortEverydayJobs::sendsNothingForAnInvalidDate()
+void TestSerialPortValueJobs::sendsNothingForAnInvalidDate()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobSetDate job(&port, QDateTime());
-    ears.listenTo(&job);
+    recorder.record(&job);
     job.start();
-    QCOMPARE(ears.heard,
+    QCOMPARE(recorder.log,
              QStringList(latin1("error Unable to set time, invalid timestamp given: , running")));
     QVERIFY(port.sent.isEmpty());
 }
 
-void TestSerialPortEverydayJobs::passesAnImpossibleDateOn()
+void TestSerialPortValueJobs::reportsAnImpossibleDate()
 {
     FakeSerialPort port;
-    JobEars ears;
+    SignalRecorder recorder;
     SerialPortJobReadDate readJob(&port);
     SerialPortJobSetDate setJob(&port, QDateTime::currentDateTime());
-    ears.listenTo(&readJob);
-    ears.listenTo(&setJob);
+    recorder.record(&readJob);
+    recorder.record(&setJob);
     readJob.start();
     port.receive(latin1("date\r\n2017-13-45T25:00:00\r\n$ "));
     setJob.start();
     port.receive(latin1("Date updated to 2017-13-45T25:00:00\r\n"));
-    QCOMPARE(ears.heard,
+    QCOMPARE(recorder.log,
              QStringList({latin1("valueRead 0 QDateTime "), latin1("finished"),
                           latin1("actionFinished 1 QDateTime "), latin1("finished")}));
 }
 
-void TestSerialPortEverydayJobs::leavesTheTailOfTheModelToItsSuccessor()
+void TestSerialPortValueJobs::skipsTheTailOfTheModelInTheNextJob()
 {
     const auto port = QSharedPointer<FakeSerialPort>::create();
     SerialPortQueue queue(nullptr);
     queue.setSerialPort(port);
-    JobEars ears;
-    ears.listenTo(&queue);
+    SignalRecorder recorder;
+    recorder.record(&queue);
     queue.addJob(JobPointer(new SerialPortJobReadModel(port.data())));
     queue.addJob(JobPointer(new SerialPortJobReadValue(port.data(), latin1("swver"))));
     port->receive(latin1("\r\n$ show unit\r\nModel: KVT 301\r\nSerial: 12"));
     port->receive(latin1("34\r\n$ "));
     port->receive(latin1("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$ "));
-    QCOMPARE(ears.heard,
+    QCOMPARE(recorder.log,
              QStringList({latin1("queue: valueRead 3 QString KVT 301"),
                           latin1("queue: jobFinished 10"), latin1("queue: dataRead swver=1.2.3"),
                           latin1("queue: jobFinished 1"), latin1("queue: allJobsDone")}));
 }
 
-KV_TEST_CORE_MAIN(TestSerialPortEverydayJobs)
-#include "tst_serialporteverydayjobs.moc"
+KV_TEST_CORE_MAIN(TestSerialPortValueJobs)
+#include "tst_serialportvaluejobs.moc"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#pragma once
+#include "tests/kit/jobdialogue.h"
 
 #include "serial/serialportjobconnect.h"
 #include "serial/serialportjoberaselog.h"
@@ -18,33 +18,11 @@
 #include "serial/serialportjobupdatefirmware.h"
 #include "serial/serialportjobwriteeepromblock.h"
 #include "serial/serialportjobwritetoeeprom.h"
-#include "tests/unit/serial/replysamples.h"
+#include "tests/kit/replysamples.h"
 
-#include <QtCore/QByteArrayList>
-#include <QtCore/QSharedPointer>
-#include <QtCore/QVector>
-#include <functional>
+namespace {
 
-using JobPointer = QSharedPointer<SerialPortJobInterface>;
-
-/// One exchange, word for word.
-struct JobDialogue
-{
-    using Maker = std::function<JobPointer(SerialPortInterface *)>;
-
-    const char *name;
-    SerialPortJobType type;
-    int timeoutMs;
-    Maker make;
-    QByteArrayList command; ///< what the start sends, a write an entry
-    QString reply; ///< up to the character that completes it
-    QString rest; ///< what the device goes on to say
-    QStringList report; ///< the job's signals, as ears hear them
-    QByteArrayList answer = {}; ///< what the job sends on the reply
-    int rawWrites = 0; ///< how many of the command's writes, from its end, are bytes
-    bool restarts = true;
-    bool stopsItself = true;
-};
+using Type = SerialPortJobType;
 
 template <typename Job, typename... Arguments>
 JobDialogue::Maker makerOf(const Arguments &...arguments)
@@ -53,9 +31,10 @@ JobDialogue::Maker makerOf(const Arguments &...arguments)
         [=](SerialPortInterface *port) { return JobPointer(new Job(port, arguments..., nullptr)); };
 }
 
-inline QVector<JobDialogue> everydayDialogues()
+} // namespace
+
+QVector<JobDialogue> valueDialogues()
 {
-    using Type = SerialPortJobType;
     const QDateTime utc(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
     return {
         {"connect",
@@ -129,9 +108,8 @@ inline QVector<JobDialogue> everydayDialogues()
     };
 }
 
-inline QVector<JobDialogue> logDialogues()
+QVector<JobDialogue> logDialogues()
 {
-    using Type = SerialPortJobType;
     const QString noLog = latin1("No LOG option installed!\r\n$");
     return {
         {"read log",
@@ -185,7 +163,7 @@ inline QVector<JobDialogue> logDialogues()
     };
 }
 
-inline QByteArray everyByteOnce(int first)
+QByteArray consecutiveBytes(int first)
 {
     QByteArray bytes;
     for (int value = first; value < first + 64; ++value) {
@@ -194,10 +172,9 @@ inline QByteArray everyByteOnce(int first)
     return bytes;
 }
 
-inline QVector<JobDialogue> eepromDialogues()
+QVector<JobDialogue> eepromDialogues()
 {
-    using Type = SerialPortJobType;
-    const QByteArray block = everyByteOnce(0); // 0x00, 0x0D, 0x11 and 0x13 among them
+    const QByteArray block = consecutiveBytes(0); // 0x00, 0x0D, 0x11 and 0x13 among them
     return {
         {"write to eeprom",
          Type::JobWriteToEeprom,
@@ -240,9 +217,8 @@ inline QVector<JobDialogue> eepromDialogues()
     };
 }
 
-inline QVector<JobDialogue> firmwareDialogues()
+QVector<JobDialogue> firmwareDialogues()
 {
-    using Type = SerialPortJobType;
     const QByteArray block = QByteArray("*!.\0\r\n\x11\x13\xff*!.BOOT", 16);
     const auto blockMaker = makerOf<SerialPortJobTransmitFirmwareBlock>(block, 94.125);
     return {
@@ -309,7 +285,7 @@ inline QVector<JobDialogue> firmwareDialogues()
     };
 }
 
-inline QVector<JobDialogue> allDialogues()
+QVector<JobDialogue> allDialogues()
 {
-    return everydayDialogues() + logDialogues() + eepromDialogues() + firmwareDialogues();
+    return valueDialogues() + logDialogues() + eepromDialogues() + firmwareDialogues();
 }

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialportinterface.h"
+#include "serial/serialportjobinterface.h"
+
+#include <QtCore/QByteArrayList>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QVector>
+#include <functional>
+
+using JobPointer = QSharedPointer<SerialPortJobInterface>;
+
+/// A scripted exchange of one job with the device.
+struct JobDialogue
+{
+    using Maker = std::function<JobPointer(SerialPortInterface *)>;
+
+    const char *name;
+    SerialPortJobType type;
+    int timeoutMs;
+    Maker make;
+    QByteArrayList command; ///< what start() sends, one entry for each write
+    QString reply; ///< up to the character that completes it
+    QString rest; ///< what the device sends afterwards
+    QStringList report; ///< the job's signals, as SignalRecorder logs them
+    QByteArrayList answer = {}; ///< what the job sends in response to the reply
+    int rawWrites = 0; ///< how many writes at the end of the command are bytes, not text
+    bool restarts = true;
+    bool stopsItself = true;
+};
+
+/// The dialogues of the job classes, by group.
+/// @{
+QVector<JobDialogue> valueDialogues();
+QVector<JobDialogue> logDialogues();
+QVector<JobDialogue> eepromDialogues();
+QVector<JobDialogue> firmwareDialogues();
+QVector<JobDialogue> allDialogues();
+/// @}
+
+/// 64 bytes, each one more than the byte before.
+QByteArray consecutiveBytes(int first);
