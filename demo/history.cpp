@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "demo/history.h"
 
-#include "control/measurementreply.h"
+#include "control/replyvalues.h"
 #include "demo/demodevice.h"
 #include "simulator/devicemeasurements.h"
 #include "simulator/deviceoptions.h"

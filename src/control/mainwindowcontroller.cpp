@@ -6,7 +6,7 @@
 #include "common/utils.h"
 #include "control/graphsettingsstorage.h"
 #include "control/measurementexport.h"
-#include "control/measurementreply.h"
+#include "control/replyvalues.h"
 #include "control/settingskeys.h"
 #include "control/windowconnections.h"
 #include "serial/serialport.h"
@@ -19,9 +19,7 @@
 #include <QtCore/QDebug>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
-#include <utility>
 
 namespace {
 
@@ -100,10 +98,9 @@ bool MainWindowController::setModel(const QString &model)
     if (found == m_deviceConfigurations.constEnd()) {
         return false;
     }
-    const DeviceConfiguration &configuration = *found;
-    m_measurementItems = configuration.measurementItems;
+    m_measurementItems = found->measurementItems;
     m_window->setMeasurementItems(m_measurementItems);
-    m_window->setConfiguration(configuration);
+    m_window->setConfiguration(*found);
     return true;
 }
 
@@ -129,13 +126,12 @@ bool MainWindowController::askForStorage()
         tr("%1 automatically stores measurements to disk. Please select a directory where the "
            "measurements can be stored.")
             .arg(QStringLiteral("Kv tool")));
-    forever {
-        const QString folder = m_window->selectDirectory(
+    const auto selectFolder = [this] {
+        return m_window->selectDirectory(
             tr("Choose where to store measurements"),
             QStandardPaths::writableLocation(QStandardPaths::HomeLocation));
-        if (folder.isEmpty()) {
-            break;
-        }
+    };
+    for (QString folder = selectFolder(); !folder.isEmpty(); folder = selectFolder()) {
         if (openStorage(folder, true)) {
             return true;
         }
@@ -159,7 +155,6 @@ bool MainWindowController::openStorage(const QString &folder, bool report)
     if (report) {
         m_window->showMessageBox(
             QMessageBox::Critical,
-            // Quirk: the word "measures" is part of the message that users and documents know.
             tr("Unable to write measures to %1. Please choose another directory.").arg(folder));
     }
     return false;
@@ -238,12 +233,11 @@ void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
 void MainWindowController::applyModel(const QString &model)
 {
     qDebug() << "Got model:" << model;
-    if (setModel(model)) {
-        return;
+    if (!setModel(model)) {
+        m_window->showMessageBox(QMessageBox::Critical,
+                                 tr("Device %1 not supported. Please update KV Tool.").arg(model));
+        qDebug() << "Model not supported, supported models are:" << m_deviceConfigurations.keys();
     }
-    m_window->showMessageBox(QMessageBox::Critical,
-                             tr("Device %1 not supported. Please update KV Tool.").arg(model));
-    qDebug() << "Model not supported, supported models are:" << m_deviceConfigurations.keys();
 }
 
 void MainWindowController::onDataRead(QString name, QString value)
@@ -263,7 +257,7 @@ void MainWindowController::onDataRead(QString name, QString value)
     } else if (name == DeviceVariables::measurementState) {
         applyMeasurementState(value);
     } else if (name == DeviceVariables::health) {
-        showHealth(value);
+        m_window->setHealth(healthPercentage(value));
     } else {
         m_window->setConfigurationValue(name, value);
     }
@@ -278,17 +272,6 @@ void MainWindowController::applyMeasurementState(const QString &value)
         m_measurementAvailabilityTimer.start();
     }
     m_window->setMeasurementState(m_measurementState);
-}
-
-void MainWindowController::showHealth(const QString &value)
-{
-    constexpr int notAvailable = -1;
-    if (value.isEmpty()) {
-        m_window->setHealth(notAvailable);
-        return;
-    }
-    QString number = value;
-    m_window->setHealth(qBound(0, number.remove(QLatin1Char('%')).toInt(), 100));
 }
 
 void MainWindowController::onAllJobsDone()
@@ -329,8 +312,7 @@ void MainWindowController::onDisconnectClicked()
     m_window->setDeviceClockRunning(false);
     m_window->setConnected(false);
     m_deviceDetails.clear();
-    // Quirk: the availability timer keeps running until a device reports that it is ready, so a
-    // device that is connected later is asked for its state as well.
+    // Quirk: the availability timer keeps running until a device is ready.
     QTimer::singleShot(disconnectDelayMs, Qt::CoarseTimer, this,
                        &MainWindowController::onDisconnectTimer);
 }
@@ -470,13 +452,12 @@ void MainWindowController::onValueChanged(QString name, QString newValue)
 
 void MainWindowController::onWriteToEepromClicked()
 {
-    if (!m_window->askQuestion(tr("Write data to EEPROM"),
-                               tr("Are you sure you want to write settings to EEPROM?"))) {
-        return;
+    if (m_window->askQuestion(tr("Write data to EEPROM"),
+                              tr("Are you sure you want to write settings to EEPROM?"))) {
+        m_serialPortHandler->writeToEeprom();
+        m_window->showWaitDialog(WaitDialogReason::WritingToEeprom,
+                                 tr("Writing data to eeprom, please wait"));
     }
-    m_serialPortHandler->writeToEeprom();
-    m_window->showWaitDialog(WaitDialogReason::WritingToEeprom,
-                             tr("Writing data to eeprom, please wait"));
 }
 
 void MainWindowController::onLoadSettingsClicked()
@@ -576,9 +557,7 @@ void MainWindowController::onExportLocalMeasurementsToCsv()
                                  tr("No measurements found from given time period"));
         return;
     }
-    const QList<QString> types = selection.measurementTypes.values();
-    const QSet<QString> chosen(types.cbegin(), types.cend());
-
+    const QStringList chosen = selection.measurementTypes.values();
     // Quirk: the first measurement names the columns; a value that a later one lacks shifts the
     // values after it.
     QStringList titles(tr("Timestamp"));
@@ -636,11 +615,10 @@ void MainWindowController::onUpdateFirmwareClicked()
     m_measurementTimer.stop();
     m_measurementAvailabilityTimer.stop();
     m_serialPortHandler->clearJobs();
-    if (!prepareFirmwareUpdate()) {
-        return;
+    if (prepareFirmwareUpdate()) {
+        m_serialPortHandler->updateFirmware(firmware);
+        showFirmwareWaitDialog();
     }
-    m_serialPortHandler->updateFirmware(firmware);
-    showFirmwareWaitDialog();
 }
 
 bool MainWindowController::prepareFirmwareUpdate()
@@ -656,8 +634,7 @@ bool MainWindowController::prepareFirmwareUpdate()
                                  tr("Unable to open serial port: %1").arg(port));
         return false;
     }
-    // Quirk: the result is ignored. The update waits for a device in its bootloader and can be
-    // cancelled.
+    // Quirk: the result is ignored; the update waits for a device and can be cancelled.
     m_serialPortHandler->openPort();
     return true;
 }

@@ -113,7 +113,6 @@ private:
     bool setModel(const QString &model);
     void applyModel(const QString &model);
     void applyMeasurementState(const QString &value);
-    void showHealth(const QString &value);
     void showActionFailure(const QString &text);
 
     bool initializeStorage();

@@ -6,7 +6,7 @@
 #include <QtCore/QHash>
 
 QStringList MeasurementExport::valueNames(const StoredMeasurement &measurement,
-                                          const QSet<QString> &chosen)
+                                          const QStringList &chosen)
 {
     QStringList names;
     for (const MeasurementValue &value : measurement.values) {
@@ -18,7 +18,7 @@ QStringList MeasurementExport::valueNames(const StoredMeasurement &measurement,
 }
 
 QVector<LogValue> MeasurementExport::rows(const QVector<StoredMeasurement> &measurements,
-                                          const QSet<QString> &chosen,
+                                          const QStringList &chosen,
                                           const MeasurementDisplayOptions &options,
                                           const QVector<MeasurementItem> &items)
 {

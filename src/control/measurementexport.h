@@ -6,7 +6,6 @@
 #include "common/measurementitem.h"
 #include "storage/storedmeasurement.h"
 
-#include <QtCore/QSet>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
@@ -14,11 +13,11 @@
 namespace MeasurementExport {
 
 /// The names of the values of @p measurement that are among @p chosen, in their stored order.
-QStringList valueNames(const StoredMeasurement &measurement, const QSet<QString> &chosen);
+QStringList valueNames(const StoredMeasurement &measurement, const QStringList &chosen);
 
 /// A row for each measurement: those of its values whose names are among @p chosen, in their stored
 /// order and in the units of @p options. A value that is missing shifts those after it to the left.
-QVector<LogValue> rows(const QVector<StoredMeasurement> &measurements, const QSet<QString> &chosen,
+QVector<LogValue> rows(const QVector<StoredMeasurement> &measurements, const QStringList &chosen,
                        const MeasurementDisplayOptions &options,
                        const QVector<MeasurementItem> &items);
 

@@ -3,8 +3,8 @@
 
 #include <QtCore/QString>
 
-/// The keys under which the user's choices are kept. They are part of the persisted format: another
-/// spelling loses the user's value.
+/// The keys of the user's choices. They are part of the persisted format: another spelling loses
+/// the user's value.
 namespace SettingsKeys {
 
 /// The characters of a literal, without its closing zero.
@@ -14,7 +14,9 @@ constexpr QLatin1String key(const char (&text)[Size])
     return QLatin1String(text, Size - 1);
 }
 
-/// A key for each choice; its value is what the name says, unless a note tells more.
+/// @name Keys
+/// The value is what the name says, unless a note says more.
+/// @{
 constexpr QLatin1String serialPort = key("serial port");
 constexpr QLatin1String pollutantUnit = key("pollutant unit"); ///< 0 ppm, otherwise µg/m³
 constexpr QLatin1String temperatureUnit = key("temperature unit"); ///< 0 °C, otherwise °F
@@ -30,5 +32,6 @@ constexpr QLatin1String measurementExportFileName = key("measurement export file
 constexpr QLatin1String logFileName = key("log filename");
 constexpr QLatin1String eepromFileName = key("eeprom filename"); ///< of backup and restore
 constexpr QLatin1String firmwarePath = key("firmware path");
+/// @}
 
 } // namespace SettingsKeys

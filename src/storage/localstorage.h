@@ -12,30 +12,30 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// The store of devices and their measurements. Values are raw: as the device delivered them, under
-/// its own names. A failure is told by false or an empty result, and in the log.
+/// The store of devices and their measurements. Values are raw: in the device's units and under its
+/// own names. A failure is reported by false or an empty result, and in the log.
 class LocalStorage
 {
 public:
     virtual ~LocalStorage() = default;
 
-    /// Opens the store in the file @p path, which is created when it does not exist.
+    /// Opens the store in the file @p path, which is created if it does not exist.
     virtual bool open(const QString &path) = 0;
 
     /// Closes the store; open() opens it again.
     virtual void close() = 0;
 
-    /// Finds the device with the serial number of @p details or adds it; @p id is its id then.
+    /// Finds the device with the serial number of @p details or adds it, and sets @p id to its id.
     virtual bool addDevice(const DeviceDetails &details, unsigned &id) = 0;
 
-    /// Adds a measurement without values; @p measurementId is its id then.
+    /// Adds a measurement without values and sets @p measurementId to its id.
     virtual bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                                 unsigned &measurementId) = 0;
 
-    /// Adds a measurement type; @p typeId is its id then.
+    /// Adds a measurement type and sets @p typeId to its id.
     virtual bool addMeasurementType(const QString &name, unsigned &typeId) = 0;
 
-    /// Adds the valid ones of @p values to a measurement.
+    /// Adds those of @p values that are valid to a measurement.
     virtual void addMeasurementValues(unsigned measurementId,
                                       const QVector<MeasurementValue> &values) = 0;
 
@@ -48,7 +48,8 @@ public:
     /// The raw names that a device has values of, by type id.
     virtual QMap<unsigned, QString> measurementTypes(unsigned deviceId) = 0;
 
-    /// The measurements from @p from to @p to, both included, in the order of their storing.
+    /// The measurements from @p from to @p to, both included, in the order in which they
+    /// were stored.
     virtual QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
                                                     unsigned deviceId) = 0;
 };

@@ -24,6 +24,7 @@ bool LocalStorageHandler::open(const QString &path)
 void LocalStorageHandler::setDevice(const DeviceDetails &details)
 {
     m_deviceId = noId;
+    // Quirk: an id that the store set is used even if it reports a failure.
     if (!m_localStorage->addDevice(details, m_deviceId)) {
         qWarning() << "Failed to add device to local database";
     }

@@ -7,35 +7,34 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Remembers which row of the store the connected device has, and stores its measurements there.
+/// Stores the measurements of the connected device, whose row in the store it remembers.
 ///
-/// A failure of the store reaches the log only. The store is not owned and is never null.
+/// A failure of the store is only logged.
 class LocalStorageHandler
 {
 public:
-    /// @p localStorage is not owned and must outlive this.
+    /// @p localStorage is not owned, never null, and must outlive this.
     explicit LocalStorageHandler(LocalStorage *localStorage);
 
     /// Opens the store in the file @p path.
     bool open(const QString &path);
 
-    /// Finds or adds the device with these @p details; measurements are its own from here on. The
-    /// device before is forgotten in any case: on failure there is none, unless the store gave an
-    /// id all the same.
+    /// Finds or adds the device with these @p details, to which measurements belong from now on. If
+    /// that fails there is no device, unless the store set an id nevertheless.
     void setDevice(const DeviceDetails &details);
 
-    /// Stores one reply of the device. It is dropped, with a warning, while there is no device.
+    /// Stores one reply of the device. Without a device it is dropped, with a warning.
     void addMeasurements(const MeasurementMetadata &metadata,
                          const QVector<MeasurementValue> &values);
 
-    /// The store itself, for those who read it.
+    /// The store itself, to read from.
     LocalStorage *localStorage();
 
     /// The measurements from @p from to @p to, both included, of any device of the store.
     QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
                                             unsigned deviceId);
 
-    /// Whether measurements have a device that they belong to.
+    /// Whether there is a device to which measurements belong.
     bool hasDevice();
 
 private:

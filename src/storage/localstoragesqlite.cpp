@@ -15,10 +15,10 @@ namespace {
 struct Statement
 {
     const char *text;
-    const char *context; ///< what failed, in the words of the log
+    const char *context; ///< what failed, for the log
 };
 
-// The schema is the file format: no word of it may change.
+// The schema is the file format and must not change.
 constexpr Statement createStatements[] = {
     {"CREATE TABLE device(id integer primary key autoincrement, model text, serial text, "
      "sw_version text, hw_version text)",
@@ -89,7 +89,7 @@ constexpr Statement selectValuesInRange = {
     "loading measurement values",
 };
 
-/// A measurement as measurement_metadata has it: small enough to hold a year of them for a moment.
+/// A row of measurement_metadata, small enough for a year of them in memory.
 struct MetadataRow
 {
     qlonglong timestamp;
@@ -187,6 +187,7 @@ LocalStorageSqlite::~LocalStorageSqlite()
 
 bool LocalStorageSqlite::open(const QString &path)
 {
+    // Quirk: an existing file is assumed to have the tables, even if an earlier attempt failed.
     const bool existed = QFile::exists(path);
     m_database.setDatabaseName(path);
     if (!m_database.open() || !m_database.isValid()) {
@@ -207,6 +208,7 @@ void LocalStorageSqlite::close()
 
 bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
 {
+    // Quirk: the row of a known serial number keeps its first model and versions.
     const QVector<StoredDevice> known = devices();
     const auto found =
         std::find_if(known.cbegin(), known.cend(), [&details](const StoredDevice &device) {
@@ -258,6 +260,7 @@ bool LocalStorageSqlite::addMeasurementType(const QString &name, unsigned &typeI
 void LocalStorageSqlite::addMeasurementValues(unsigned measurementId,
                                               const QVector<MeasurementValue> &values)
 {
+    // Quirk: no transaction, so the values stored before a failure remain.
     for (const MeasurementValue &value : values) {
         if (!value.valid) {
             continue;
@@ -367,7 +370,7 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
         result.append(measurement);
     }
 
-    // A query of its own: a join alone would lose the measurements without values.
+    // A separate query: a single join would lose the measurements without values.
     QSqlQuery valueQuery = prepared(m_database, selectValuesInRange);
     valueQuery.bindValue(QStringLiteral(":device_id"), deviceId);
     valueQuery.bindValue(QStringLiteral(":timestamp_from"), first);
@@ -390,6 +393,7 @@ bool LocalStorageSqlite::createTables()
 
 bool LocalStorageSqlite::readTypeIds()
 {
+    // Quirk: what an earlier open() cached remains, also if it was another file.
     QSqlQuery query = prepared(m_database, selectTypes);
     const bool read = execute(query, selectTypes);
     while (query.next()) {

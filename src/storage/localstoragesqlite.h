@@ -6,10 +6,9 @@
 #include <QtCore/QMap>
 #include <QtSql/QSqlDatabase>
 
-/// The store as an SQLite file, over the default connection of QtSql: one at a time in a program.
+/// The store as an SQLite file, on the default connection of QtSql, so a program has one at a time.
 ///
 /// Every statement commits on its own, so a failure halfway leaves a measurement with fewer values.
-/// Ids and out-parameters of an addition that failed are left as they were.
 class LocalStorageSqlite : public LocalStorage
 {
 public:
@@ -17,24 +16,25 @@ public:
     ~LocalStorageSqlite() override;
     Q_DISABLE_COPY(LocalStorageSqlite)
 
-    /// Opens the file @p path, making file and tables when there is no such file; its folder must
-    /// exist. An existing file is taken for a store unseen. False when the file cannot be opened, a
-    /// table cannot be made or the measurement types cannot be read; what was made until then
-    /// stays. May be called again, also with another path.
+    /// Opens the file @p path. If it does not exist, it is created with its tables; its folder must
+    /// exist. The tables of an existing file are not checked. False if the file cannot be opened, a
+    /// table cannot be created or the measurement types cannot be read; what was created until then
+    /// remains. May be called again, also with another path.
     bool open(const QString &path) override;
 
     void close() override;
 
-    /// Only the serial number decides: the row of a known device stays as it was.
+    /// Only the serial number identifies a device: the row of a known one is not changed.
     bool addDevice(const DeviceDetails &details, unsigned &id) override;
 
     bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                         unsigned &measurementId) override;
 
-    /// Adds a row whether or not the name is known, and remembers its id for the name.
+    /// Adds a row even if the name is known, and remembers its id for the name.
     bool addMeasurementType(const QString &name, unsigned &typeId) override;
 
-    /// Values that are not valid have no row. One that cannot be stored does not stop the others.
+    /// Values that are not valid are not stored. One that cannot be stored does not stop the
+    /// others.
     void addMeasurementValues(unsigned measurementId,
                               const QVector<MeasurementValue> &values) override;
 
@@ -44,7 +44,7 @@ public:
 
     QMap<unsigned, QString> measurementTypes(unsigned deviceId) override;
 
-    /// Ascending by id; a measurement without values is there too. Equal names share their text.
+    /// Ascending by id, including measurements without values.
     QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
                                             unsigned deviceId) override;
 

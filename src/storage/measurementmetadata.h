@@ -5,10 +5,9 @@
 
 #include <QtCore/QDateTime>
 
-/// When a measurement was taken, and what state the device was in.
+/// When a measurement was taken, and the state of the device at that time.
 struct MeasurementMetadata
 {
-    /// What the device said of itself, and when, in UTC.
-    MeasurementState state = MeasurementState::WarmingUp;
-    QDateTime timestamp;
+    MeasurementState state = MeasurementState::WarmingUp; ///< the state of the device
+    QDateTime timestamp; ///< UTC
 };

@@ -6,8 +6,7 @@
 /// One value of a measurement, under its raw name and in the unit that the device delivers.
 struct MeasurementValue
 {
-    /// The raw name.
-    QString name;
+    QString name; ///< the raw name
     bool valid = false; ///< false: the device reported the measurement as not available
     double value = 0.0; ///< 0.0 when not valid
 };

@@ -5,15 +5,12 @@
 
 #include <QtCore/QDateTime>
 
-/// A device that the store knows, and the times of its oldest and newest measurement; both are
-/// invalid for a device without measurements.
+/// A device in the store, with the times of its oldest and newest measurement. Both are invalid for
+/// a device without measurements.
 struct StoredDevice
 {
-    /// The identity as it was when the device was first seen, and the store's number for it.
-    DeviceDetails details;
-    unsigned id = 0;
-
-    /// Invalid for a device without measurements; UTC.
-    QDateTime firstMeasurement;
-    QDateTime lastMeasurement;
+    DeviceDetails details; ///< as they were when the device was first seen
+    unsigned id = 0; ///< the id of its row
+    QDateTime firstMeasurement; ///< UTC
+    QDateTime lastMeasurement; ///< UTC
 };

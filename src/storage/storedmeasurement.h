@@ -6,9 +6,9 @@
 
 #include <QtCore/QVector>
 
-/// A measurement as the store holds it. Its values are always valid.
+/// A measurement in the store. Its values are always valid.
 struct StoredMeasurement : MeasurementMetadata
 {
-    /// Empty where none could be stored.
+    /// Empty if none could be stored.
     QVector<MeasurementValue> values;
 };

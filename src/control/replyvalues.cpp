@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "control/measurementreply.h"
+#include "control/replyvalues.h"
 
 QVector<MeasurementValue> measurementValues(const QMap<QString, QString> &reply)
 {
@@ -9,4 +9,14 @@ QVector<MeasurementValue> measurementValues(const QMap<QString, QString> &reply)
         values.append({pair.key(), valid, valid ? pair.value().toDouble() : 0.0});
     }
     return values;
+}
+
+int healthPercentage(const QString &reply)
+{
+    constexpr int notAvailable = -1;
+    if (reply.isEmpty()) {
+        return notAvailable;
+    }
+    QString number = reply;
+    return qBound(0, number.remove(QLatin1Char('%')).toInt(), 100);
 }
