@@ -1,5 +1,5 @@
-# Every target of the house: the same language, the same warnings, the same refusal of implicit text
-# conversions; and one static library per folder, linking only what its floor allows.
+# Common settings of all targets: the same warnings, no implicit conversions of texts; and one static library
+# per folder, which links only what its layer allows.
 
 add_library(kv_options INTERFACE)
 target_compile_definitions(kv_options INTERFACE
@@ -31,7 +31,7 @@ function(kv_library folder)
     target_link_libraries(kv_${folder} PUBLIC ${ARG_LINKS} PRIVATE kv_options)
 endfunction()
 
-# kv_program(<name> SOURCES ... LINKS ...): a program that stands in the root of the build folder.
+# kv_program(<name> SOURCES ... LINKS ...): a program in the root of the build folder.
 function(kv_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -40,11 +40,21 @@ function(kv_program name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()
 
-# What a program says outside of Qt's test log, a simulator beside the test or the test's own end, carries
-# the words of that log, so that it counts as well.
+# Messages outside of Qt's test log, by a simulator process or at the end of the test program, get the words of
+# that log, so that FAIL_REGULAR_EXPRESSION finds them too.
 string(CONCAT kv_message_pattern
     "%{if-warning}QWARN  : %{endif}%{if-critical}QSYSTEM: %{endif}%{if-fatal}QFATAL : %{endif}"
     "%{if-category}%{category}: %{endif}%{message}")
+
+# Qt's headers for the tests, compiled once; see KV_PRECOMPILE_HEADERS. Not for the product: there a missing
+# include must show, and most of the time goes into code with sanitizers, not into headers.
+if(KV_PRECOMPILE_HEADERS AND BUILD_TESTING)
+    file(WRITE ${CMAKE_BINARY_DIR}/precompiled/empty.cpp "")
+    add_library(kv_test_headers OBJECT EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/precompiled/empty.cpp)
+    set_target_properties(kv_test_headers PROPERTIES AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
+    target_link_libraries(kv_test_headers PRIVATE kv_options Qt5::Widgets Qt5::Test)
+    target_precompile_headers(kv_test_headers PRIVATE <QtWidgets/QtWidgets> <QtTest/QtTest>)
+endif()
 
 # kv_test(<name> LINKS ... [SOURCES ...] [TIMEOUT seconds]): the test program <name>.cpp of this folder.
 # A warning that no test expects, a skipped test and an expected failure all count as failures.
@@ -56,6 +66,9 @@ function(kv_test name)
     add_executable(${name} ${name}.cpp ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} kv_testkit kv_options)
+    if(TARGET kv_test_headers)
+        target_precompile_headers(${name} REUSE_FROM kv_test_headers)
+    endif()
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}

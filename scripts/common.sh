@@ -1,5 +1,4 @@
-# Shared by the scripts: set-up of packages, configuring and building. Sourced, not run.
-# Quiet when all is well; on failure it shows what failed and says what to do.
+# Shared by the scripts: installs packages, configures and builds, and reports the progress. Sourced, not run.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 mkdir -p build
@@ -14,20 +13,57 @@ die() {
 quietly() {
     local what=$1
     shift
-    if ! "$@" >"$log" 2>&1; then
-        tail -n 60 "$log" >&2
-        die "$what failed; the whole output is in $log."
+    "$@" >"$log" 2>&1 || show_failure "$what"
+}
+
+show_failure() {
+    tail -n 60 "$log" >&2
+    die "$1 failed; the whole output is in $PWD/$log."
+}
+
+# count_steps <what> <number of packages>: reads the output of apt-get or ninja, keeps it in the log and shows how
+# far it is: as one line on a terminal, otherwise as a line for each tenth and at least every 30 s.
+count_steps() {
+    local what=$1 total=$2 label=$1 line done=0 tenth=0 reported=$SECONDS
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >>"$log"
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            done=${BASH_REMATCH[1]} total=${BASH_REMATCH[2]}
+        elif [[ $line =~ ^Get:([0-9]+)\  ]]; then
+            label="$what, downloading" done=${BASH_REMATCH[1]}
+        elif [[ $line =~ ^Setting\ up\  ]]; then
+            [[ $label == "$what" ]] || { label=$what done=0 tenth=0; }
+            done=$((done + 1))
+        fi
+        if [[ -t 1 ]]; then
+            printf '\r\033[K%s: %d of %d' "$label" "$done" "$total"
+        elif ((total > 0 && (done * 10 / total > tenth || SECONDS - reported >= 30))); then
+            tenth=$((done * 10 / total)) reported=$SECONDS
+            printf '%s: %d of %d\n' "$label" "$done" "$total"
+        fi
+    done
+    [[ ! -t 1 || $done -eq 0 ]] || echo
+}
+
+# with_progress <what> <number of packages> <command...>
+with_progress() {
+    local what=$1 total=$2
+    shift 2
+    : >"$log"
+    if ! (set -o pipefail && "$@" 2>&1 | count_steps "$what" "$total"); then
+        show_failure "$what"
     fi
 }
 
 # need_packages <purpose...>: installs the missing ones of the packages listed for these purposes.
 need_packages() {
-    local purposes wanted missing=() package
+    local purposes wanted missing=() package count
     purposes=$(IFS='|' && echo "$*")
     wanted=$(awk -v p="^($purposes)\$" '!/^#/ && $2 ~ p {print $1}' scripts/packages.txt | sort -u)
     if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
         command -v cmake >/dev/null && return 0
-        die "This is not a Debian system. Install what stands for these packages, then run again:" $wanted
+        # shellcheck disable=SC2086 # one word for each package
+        die "This is not a Debian system. Install what corresponds to these packages, then run again:" $wanted
     fi
     for package in $wanted; do
         dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed \
@@ -42,10 +78,24 @@ need_packages() {
             || die "Run as root, or install these packages by hand, then run again: ${missing[*]}"
         root=(sudo)
     fi
-    echo "Installing ${#missing[@]} packages: ${missing[*]}"
+    echo "Reading the package lists (apt-get update)"
     quietly "Reading the package lists" "${root[@]}" apt-get update
-    quietly "Installing packages" "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y --no-install-recommends "${missing[@]}"
+    local install=(apt-get install -y --no-install-recommends "${missing[@]}")
+    count=$("${install[@]}" -s 2>"$log" | grep -c '^Inst ') || show_failure "Choosing the packages"
+    echo "Installing $count packages: ${missing[*]} and what they need"
+    with_progress "Installing" "$count" "${root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}"
+}
+
+# configure <preset> <cmake option...>: only when something has changed since the last time.
+configure() {
+    local folder=build/$1
+    if [[ -f $folder/build.ninja && ! CMakePresets.json -nt $folder/build.ninja
+        && $(cat "$folder/options" 2>/dev/null) == "$*" ]]; then
+        return 0
+    fi
+    echo "Configuring $folder"
+    quietly "Configuring" cmake --preset "$@"
+    echo "$*" >"$folder/options"
 }
 
 # build <preset> [<cmake option or target...>]: configures when needed and builds in build/<preset>.
@@ -60,9 +110,11 @@ build() {
     done
     if command -v ccache >/dev/null; then
         options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    elif [[ $preset == debug ]]; then
+        options+=(-DKV_PRECOMPILE_HEADERS=ON)
     fi
-    quietly "Configuring" cmake --preset "$preset" "${options[@]}"
-    quietly "Building" cmake --build "build/$preset" "${targets[@]}"
+    configure "$preset" "${options[@]}"
+    with_progress "Building build/$preset" 0 cmake --build "build/$preset" "${targets[@]}"
 }
 
 # on_display <first> <width>x<height> <command...>: runs the command on a virtual display of its own,
@@ -71,8 +123,8 @@ on_display() {
     local first=$1 size=$2
     shift 2
     xvfb-run -a -n "$first" -s "-screen 0 ${size}x24 -noreset" bash -c '
-        # At the first key of a display the window manager takes its own keys anew, and one that is
-        # pressed meanwhile is lost: so the first one comes before it.
+        # The window manager grabs its keys anew after the first key of a display, and a key pressed meanwhile
+        # is lost. So the first key is sent before it starts.
         ! command -v xdotool >/dev/null || xdotool key Shift_L
         exec {ready}< <(exec openbox --startup "echo ready" 2>/dev/null)
         manager=$!
