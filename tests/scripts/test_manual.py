@@ -33,23 +33,27 @@ def blocks(page, language):
 
 
 class Manual(unittest.TestCase):
-    def test_links_lead_somewhere_and_quotes_are_the_tools_words(self):
+    def test_links_and_quoted_texts_exist(self):
         complaints = io.StringIO()
         with contextlib.redirect_stderr(complaints):
             self.assertTrue(manual.check(), complaints)
         self.assertEqual(complaints.getvalue(), "")
 
-    def test_a_page_that_is_wrong_is_found(self):
+    def test_broken_links_and_wrong_quotes_are_reported(self):
         with tempfile.TemporaryDirectory() as folder:
             page = pathlib.Path(folder, "page.md")
             page.write_text("# One page\n**Show graph** **Show graf** **Unable to save log to file …**\n"
+                            "**Error occurred with serial port communication: Unable to open port!**\n"
+                            "**Error occurred with serial port communication: Unable to close port!**\n"
                             "[a](#one-page) [b](#two) [c](nowhere.md) [d](page.md#one-page)\n")
-            self.assertEqual([*manual.broken_links(page)], [f"{page}: #two names no heading",
-                                                            f"{page}: nowhere.md is not there"])
-            self.assertEqual([*manual.foreign_quotes(page, manual.shown_texts())],
-                             [f'{page}: the tool does not say "Show graf"'])
+            self.assertEqual([*manual.broken_links(page)], [f"{page}: #two is no heading",
+                                                            f"{page}: nowhere.md doesn't exist"])
+            self.assertEqual([*manual.wrong_quotes(page, manual.source_texts())],
+                             [f'{page}: the tool doesn\'t show "Show graf"',
+                              f"{page}: the tool doesn't show \"Error occurred with serial port "
+                              'communication: Unable to close port!"'])
 
-    def test_every_page_can_be_reached_from_the_first(self):
+    def test_every_page_is_linked_from_the_first(self):
         seen, ahead = set(), [SOURCES / "docs/manual/index.md"]
         while ahead:
             page = ahead.pop()
@@ -67,7 +71,7 @@ class Manual(unittest.TestCase):
         for name in taken:
             self.assertIn(f'QStringLiteral("{name}")', tour)
 
-    def test_the_example_of_a_model_file_is_sound(self):
+    def test_the_example_of_a_model_file_is_valid(self):
         (example,) = blocks("settings-file.md", "xml")
         with tempfile.NamedTemporaryFile("w", suffix=".xml") as file:
             file.write(example)
@@ -79,14 +83,14 @@ class Manual(unittest.TestCase):
                                 input=example, capture_output=True, text=True)
         self.assertEqual(result.returncode, 0, result.stderr)
 
-    def test_the_database_is_made_as_the_page_says(self):
+    def test_the_schema_is_that_of_the_program(self):
         statements, *_ = blocks("database.md", "sql")
         source = (SOURCES / "src/storage/localstoragesqlite.cpp").read_text()
         source = " ".join(re.sub(r'"\s*\n?\s*"', "", source).split())
         for statement in statements.strip().split(";\n"):
             self.assertIn(" ".join(statement.rstrip(";").split()), source)
 
-    def test_the_queries_give_what_their_headings_promise(self):
+    def test_the_queries_return_what_their_headings_say(self):
         schema, *queries = blocks("database.md", "sql")
         store = sqlite3.connect(":memory:")
         store.executescript(schema)
