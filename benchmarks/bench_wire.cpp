@@ -3,24 +3,19 @@
 // wire is in use.
 #include "benchmarks/awakecores.h"
 #include "benchmarks/rows.h"
-#include "control/mainwindowcontroller.h"
-#include "demo/demotool.h"
 #include "serial/serialport.h"
-#include "serial/serialporthandler.h"
-#include "serial/serialportqueue.h"
-#include "storage/localstoragesqlite.h"
+#include "tests/kit/files.h"
 #include "tests/kit/simulatorprocess.h"
-#include "ui/mainwindow.h"
-#include "ui/settings.h"
+#include "tests/kit/testhome.h"
+#include "tests/kit/tool.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QEventLoop>
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QComboBox>
 #include <QtWidgets/QPushButton>
 #include <fcntl.h>
 #include <functional>
@@ -41,7 +36,7 @@ QStringList words(const QString &text)
     return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// Runs @p start and the event loop until quit() is called; false when nobody does.
+/// Runs @p start and the event loop until quit() is called; false when the time is over.
 class Waiter
 {
 public:
@@ -77,7 +72,7 @@ public:
     QString port() const { return m_process.port(); }
     void powerOn() { m_process.control("power"); }
 
-    /// From here on the bytes are counted.
+    /// Starts to count the bytes.
     void reset() { m_process.control("reset"); }
 
     /// Prints the row of a job that took @p seconds since reset().
@@ -138,18 +133,7 @@ private:
     SerialPortHandler m_handler;
 };
 
-QByteArray someBytes(int size)
-{
-    QByteArray bytes(size, '\0');
-    quint32 state = 1;
-    for (char &byte : bytes) {
-        state = state * 1664525U + 1013904223U;
-        byte = static_cast<char>(state >> 24);
-    }
-    return bytes;
-}
-
-/// A client that does nothing but wait: what the wire and the machine take by themselves.
+/// A client that only waits for replies: the time that the wire and the machine take alone.
 class BareClient
 {
 public:
@@ -166,7 +150,7 @@ public:
             == bytes.size();
     }
 
-    /// Reads on until @p last and @p more bytes behind it have come.
+    /// Reads until @p last and @p more bytes after it have come.
     bool await(char last, int more = 0) const
     {
         pollfd wanted = {m_port, POLLIN, 0};
@@ -242,7 +226,7 @@ bool wireItself(const Rows &rows)
 bool firmware(const Rows &rows)
 {
     const QTemporaryDir folder;
-    const QByteArray image = someBytes(rows.size(256 * 1024, 512));
+    const QByteArray image = files::pseudoRandomBytes(rows.size(256 * 1024, 512));
     const QString taken = folder.filePath(QStringLiteral("image"));
     Peer peer;
     if (!peer.start(QStringLiteral("--image-size %1 --image %2").arg(image.size()).arg(taken))) {
@@ -258,8 +242,7 @@ bool firmware(const Rows &rows)
             peer.powerOn();
         });
     });
-    QFile file(taken);
-    if (!done || !file.open(QIODevice::ReadOnly) || file.readAll() != image) {
+    if (!done || files::contents(taken) != image) {
         return false;
     }
     peer.print("FW-WIRE", seconds, "<= 1.06");
@@ -321,7 +304,9 @@ bool eeprom(const Rows &rows)
     peer.print("EE-WIRE read", seconds, "<= 1.02");
     peer.reset();
     seconds = secondsOf([&] {
-        done = done && link.runUntil(writing, [&] { handler.writeEeprom(someBytes(eepromBytes)); });
+        done = done && link.runUntil(writing, [&] {
+            handler.writeEeprom(files::pseudoRandomBytes(eepromBytes));
+        });
     });
     handler.cancelEepromWrite();
     peer.print("EE-WIRE written", seconds, "<= 1.02");
@@ -345,20 +330,8 @@ bool writeConfiguration(const QString &fileName)
     text += QStringLiteral("</ConfigurationItemGroup></Configuration><Measurements>"
                            "<Measurement name=\"W0\" type=\"air temperature\" unit=\"c\"/>"
                            "</Measurements></Device></Devices></KVTConfig>");
-    QFile file(fileName);
-    return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) > 0;
+    return files::write(fileName, text.toUtf8());
 }
-
-/// The program's objects, as its main() has them.
-struct Tool
-{
-    Settings settings;
-    QSharedPointer<SerialPortQueueInterface> queue{new SerialPortQueue(nullptr)};
-    SerialPortHandler handler{queue, nullptr};
-    LocalStorageSqlite storage;
-    MainWindow window{nullptr};
-    MainWindowController controller{&window, &handler, &settings, &storage, nullptr};
-};
 
 bool connectOnce(Peer &peer, double &seconds)
 {
@@ -366,9 +339,7 @@ bool connectOnce(Peer &peer, double &seconds)
     if (!tool.controller.start()) {
         return false;
     }
-    tool.window.addPort(QStringLiteral("Device"), peer.port());
-    tool.window.selectPortIndex(
-        tool.window.findChild<QComboBox *>(QStringLiteral("serialPorts"))->count() - 1);
+    tool.choosePort(QStringLiteral("Device"), peer.port());
     tool.window.show();
     QApplication::processEvents();
     Waiter waiter;
@@ -416,7 +387,7 @@ bool connectSequence(const Rows &rows)
 int main(int argc, char *argv[])
 {
     const QTemporaryDir home;
-    DemoTool::separateFromUser(home.path());
+    TestHome::useFolders(home.path());
     QApplication application(argc, argv);
     QDir::setCurrent(home.path());
     const AwakeCores awake;

@@ -2,10 +2,10 @@
 #include "demo/history.h"
 
 #include "control/replyvalues.h"
-#include "demo/demodevice.h"
 #include "simulator/devicemeasurements.h"
 #include "simulator/deviceoptions.h"
 #include "storage/localstoragehandler.h"
+#include "tests/kit/simulatorprocess.h"
 
 #include <QtCore/QMap>
 #include <QtSql/QSqlDatabase>
@@ -33,13 +33,13 @@ QMap<QString, QString> parseReading(const QByteArray &line)
 
 } // namespace
 
-bool writeHistory(LocalStorage &storage, const QString &path, DemoDevice &device)
+bool writeHistory(LocalStorage &storage, const QString &path, SimulatorProcess &device)
 {
     DeviceDetails details;
-    details.modelNumber = device.variable(QStringLiteral("model"));
-    details.serialNumber = device.variable(QStringLiteral("serial"));
-    details.swVersion = device.variable(QStringLiteral("swver"));
-    details.hwVersion = device.variable(QStringLiteral("hwver"));
+    details.modelNumber = QString::fromLatin1(device.setting("model"));
+    details.serialNumber = QString::fromLatin1(device.setting("serial"));
+    details.swVersion = QString::fromLatin1(device.setting("swver"));
+    details.hwVersion = QString::fromLatin1(device.setting("hwver"));
     const Simulator::DeviceModel *const model =
         Simulator::findDeviceModel(details.modelNumber.toLatin1());
     LocalStorageHandler handler(&storage);

@@ -5,11 +5,11 @@
 
 #include <QtCore/QString>
 
-class DemoDevice;
+class SimulatorProcess;
 
 /// Fills a new store at @p path with the readings of the last day, one a minute, that @p device
 /// would have given, and closes it again. The device must run with the simulator's initial seed.
 ///
 /// An hour is missing, and in another hour one measurement was not available. False when the store
 /// can't be written.
-bool writeHistory(LocalStorage &storage, const QString &path, DemoDevice &device);
+bool writeHistory(LocalStorage &storage, const QString &path, SimulatorProcess &device);

@@ -1,60 +1,34 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "demo/demotool.h"
+#include "demo/startdemo.h"
 
 #include "demo/history.h"
-#include "serial/serialportqueue.h"
 
 #include <QtCore/QDebug>
 #include <QtCore/QDir>
-#include <QtWidgets/QComboBox>
 
-DemoTool::DemoTool(const QString &folder)
-    : m_folder(folder)
-    , m_queue(new SerialPortQueue(nullptr))
-    , m_handler(m_queue, nullptr)
-    , m_window(nullptr)
-    , m_controller(&m_window, &m_handler, &m_settings, &m_storage, nullptr)
+bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
+               const QStringList &options)
 {
-}
-
-void DemoTool::separateFromUser(const QString &folder)
-{
-    const struct
-    {
-        const char *variable;
-        const char *name;
-    } places[] = {{"HOME", "home"},
-                  {"XDG_CONFIG_HOME", "config"},
-                  {"XDG_DATA_HOME", "data"},
-                  {"XDG_CACHE_HOME", "cache"}};
-    for (const auto &place : places) {
-        const QString path = folder + QLatin1String("/user/") + QLatin1String(place.name);
-        QDir().mkpath(path);
-        qputenv(place.variable, path.toLocal8Bit());
-    }
-}
-
-QString DemoTool::storePath() const
-{
-    return m_folder + QLatin1String("/measurements.db");
-}
-
-bool DemoTool::start(const QStringList &simulatorArguments)
-{
-    if (!m_device.start(simulatorArguments)) {
+    const QDir files(folder);
+    const QStringList always{
+        QStringLiteral("--model"),        QStringLiteral("KVT-100"),
+        QStringLiteral("--log-rows"),     QStringLiteral("150"),
+        QStringLiteral("--clock-offset"), QStringLiteral("-86400"),
+        QStringLiteral("--image"),        files.filePath(QStringLiteral("received.bin")),
+        QStringLiteral("--state"),        files.filePath(QStringLiteral("device.state"))};
+    if (!device.start(always + options)) {
         qWarning() << "The simulated transmitter did not start";
         return false;
     }
-    if (!QFile::exists(storePath()) && !writeHistory(m_storage, storePath(), m_device)) {
+    const QString store = files.filePath(QStringLiteral("measurements.db"));
+    if (!QFile::exists(store) && !writeHistory(tool.storage, store, device)) {
         qWarning() << "The history could not be written";
         return false;
     }
-    m_settings.setValue(QStringLiteral("local storage path"), m_folder);
-    if (!m_controller.start()) {
+    tool.settings.setValue(QStringLiteral("local storage path"), folder);
+    if (!tool.controller.start()) {
         return false;
     }
-    m_window.addPort(QObject::tr("Simulated transmitter"), m_device.port());
-    m_window.selectPortIndex(m_window.findChild<QComboBox *>(QStringLiteral("serialPorts"))->count()
-                             - 1);
+    tool.choosePort(QObject::tr("Simulated transmitter"), device.port());
     return true;
 }

@@ -1,5 +1,5 @@
-"""How the demo with a window begins and ends, by keys on a virtual display and by signals.
-Usage: test_demo_ends.py <kvtool-demo>"""
+"""How the interactive demo starts and ends, by keys on a virtual display and by signals.
+Usage: test_demoends.py <kvtool-demo>"""
 
 import os
 import pathlib
@@ -12,17 +12,17 @@ import time
 import unittest
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
-PATIENCE = 60
-# As Shift and Tab meet them without a device. Forward there is the clock, each part of which is a stop.
+TIMEOUT_S = 60
+# In the order of Shift+Tab without a device. In the other direction each part of the clock is a stop.
 STOPS = ["serialPorts", "updateFirmwareButton", "buttonShowGraph", "unitTemperature", "unit",
          "exportLocalMeasurementsButton", "connectButton"]
 
 
 def wait_until(condition, what):
-    end = time.monotonic() + PATIENCE
+    end = time.monotonic() + TIMEOUT_S
     while not condition():
         if time.monotonic() > end:
-            raise AssertionError(f"in vain: {what}")
+            raise AssertionError(f"timed out: {what}")
         time.sleep(0.02)
 
 
@@ -34,15 +34,15 @@ class DemoEnds(unittest.TestCase):
                                         "-noreset"], pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as number:
-            # The platform's OpenGL library leaks, which the sanitizers would tell at the end; and the
-            # platform warns of windows that went while it talked to the window manager.
+            # The platform's OpenGL library leaks, which the sanitizers would report at the end; and the
+            # platform warns of windows that closed during a request to the window manager.
             cls.environment = {**os.environ, "DISPLAY": f":{number.readline().strip()}",
                                "QT_XCB_GL_INTEGRATION": "none",
                                "QT_LOGGING_RULES": "qt.qpa.xcb.warning=false"}
         cls.environment.pop("QT_QPA_PLATFORM", None)
-        # At the first key of a display the window manager takes its own keys anew, and one that is
-        # pressed meanwhile is lost: so the first one comes before it.
-        subprocess.run(["xdotool", "key", "Shift_L"], env=cls.environment, timeout=PATIENCE, check=True)
+        # At the first key of a display the window manager grabs its own keys again, and one that is
+        # pressed meanwhile is lost: so the first one is sent before it starts.
+        subprocess.run(["xdotool", "key", "Shift_L"], env=cls.environment, timeout=TIMEOUT_S, check=True)
         # It passes Alt+F4 on to the window as a request to close.
         cls.manager = subprocess.Popen(["openbox", "--startup", "echo ready"], env=cls.environment,
                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
@@ -72,7 +72,7 @@ class DemoEnds(unittest.TestCase):
             env={**self.environment, "TMPDIR": str(self.temporary), "XDG_RUNTIME_DIR": str(runtime)})
         self.addCleanup(self.demo.stdout.close)
         self.addCleanup(self.end_by_force)
-        self.said = [self.demo.stdout.readline() for _ in range(2)]
+        self.output_lines = [self.demo.stdout.readline() for _ in range(2)]
         self.keys("KV Tool")
         children = pathlib.Path(f"/proc/{self.demo.pid}/task/{self.demo.pid}/children").read_text().split()
         self.simulators = [int(child) for child in children]
@@ -89,7 +89,7 @@ class DemoEnds(unittest.TestCase):
             self.xdotool("key", *keys)
 
     def xdotool(self, *arguments):
-        return subprocess.run(["xdotool", *arguments], env=self.environment, timeout=PATIENCE,
+        return subprocess.run(["xdotool", *arguments], env=self.environment, timeout=TIMEOUT_S,
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout.strip()
 
     def press(self, button):
@@ -108,7 +108,7 @@ class DemoEnds(unittest.TestCase):
         wait_until(lambda: self.measurements() > before, "a measurement in the store")
 
     def check_clean_end(self):
-        rest, _ = self.demo.communicate(timeout=PATIENCE)
+        rest, _ = self.demo.communicate(timeout=TIMEOUT_S)
         self.errors.seek(0)
         self.assertEqual((self.demo.returncode, rest, self.errors.read()), (0, "", ""))
         self.assertEqual(len(self.simulators), 1)
@@ -120,8 +120,8 @@ class DemoEnds(unittest.TestCase):
         self.assertEqual(locks, [])
 
     def test_two_lines_say_what_happens_and_where_the_files_are(self):
-        self.assertIn("press Connect", self.said[0])
-        self.assertTrue(self.said[1].endswith(f" {self.output}\n"), self.said)
+        self.assertIn("press Connect", self.output_lines[0])
+        self.assertTrue(self.output_lines[1].endswith(f" {self.output}\n"), self.output_lines)
         self.assertTrue((self.output / "measurements.db").is_file())
         os.killpg(self.demo.pid, signal.SIGINT)
         self.check_clean_end()
@@ -136,7 +136,7 @@ class DemoEnds(unittest.TestCase):
         self.demo.send_signal(signal.SIGTERM)
         self.check_clean_end()
 
-    def test_ctrl_c_ends_it_behind_an_open_dialog(self):
+    def test_ctrl_c_ends_it_during_an_open_dialog(self):
         self.press("exportLocalMeasurementsButton")
         self.keys("Select measurements to export")
         os.killpg(self.demo.pid, signal.SIGINT)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Starts the built program on the display that there is and ends it from outside, by keys alone.
+"""Starts the built program on the current display and ends it by keys alone.
 
-Usage: outside.py KVTOOL [TEST...]    (needs xdotool, and a window manager that closes by Alt+F4)
+Usage: test_keyboardonly.py KVTOOL [TEST...]    (needs xdotool, and a window manager that closes by Alt+F4)
 """
 import os
 import pathlib
@@ -25,7 +25,7 @@ def xdotool(*arguments):
     return result.stdout.decode().split("\n")[:-1]
 
 
-class Outside(unittest.TestCase):
+class KeyboardOnly(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)

@@ -1,19 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/toolfixture.h"
+#include "tests/e2e/dialogrows.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/toolfixture.h"
 
-namespace {
-
-constexpr int memoryBytes = 65536;
-constexpr int imageBytes = 16 * 2000;
-
-const QLatin1String questionOfWrite("Are you sure you want to write settings to EEPROM?");
-const QLatin1String questionOfFirmware("Are you sure you wish to continue?");
-
-} // namespace
-
-/// The main window is closed by its frame in the middle of everything that it can be closed in: the
-/// program ends with 0, leaves a whole store behind and finds the device again at its next start.
+/// The main window is closed during every kind of activity: the program ends with 0, leaves a sound
+/// store and connects to the device again at its next start.
 class TestClosing : public ToolFixture
 {
     Q_OBJECT
@@ -23,34 +14,28 @@ private slots:
     void init() { beginCase(); }
     void cleanup() { endCase(); }
 
-    void duringAConnect_data();
-    void duringAConnect();
-    void duringAPoll();
-    void rightAfterADisconnect();
-    void whileACellIsEdited();
-    void whileTheGraphIsOpen();
-    void behindAHiddenWaitDialog_data();
-    void behindAHiddenWaitDialog();
-    void atEachStepOfAnUpdate_data();
-    void atEachStepOfAnUpdate();
-    void notBehindAModalDialog_data();
-    void notBehindAModalDialog();
+    void closesDuringAConnect_data();
+    void closesDuringAConnect();
+    void closesInTheBoxOfAnUnknownModel();
+    void closesDuringAPoll();
+    void closesRightAfterADisconnect();
+    void closesWhileACellIsEdited();
+    void closesWithTheGraph();
+    void closesAfterEscapeHidTheWaitDialog_data();
+    void closesAfterEscapeHidTheWaitDialog();
+    void closesAtEachStepOfAnUpdate_data();
+    void closesAtEachStepOfAnUpdate();
+    void modalDialogBlocksTheFrame_data();
+    void modalDialogBlocksTheFrame();
+    void closesByCodeInADialog_data();
+    void closesByCodeInADialog();
+    void deletesObjectsWithJobsInTheQueue();
 
 private:
-    bool startPolling(const QStringList &options = QStringList());
     void closeMainWindow();
-    void checkWhatIsLeft();
-    void prepare(const QByteArray &button);
+    void checkState();
+    void checkRestart();
 };
-
-bool TestClosing::startPolling(const QStringList &options)
-{
-    if (!startDevice(options) || !startTool()) {
-        return false;
-    }
-    tool().controller.setMeasurementInterval(20);
-    return connectByClick();
-}
 
 void TestClosing::closeMainWindow()
 {
@@ -58,18 +43,22 @@ void TestClosing::closeMainWindow()
     QVERIFY(!window().isVisible());
 }
 
-/// The rest of main, and another start on the same files with the same device.
-void TestClosing::checkWhatIsLeft()
+/// Checks what the end of the program leaves.
+void TestClosing::checkState()
 {
     QVERIFY(!window().isVisible());
     QVERIFY(!waitDialog()->isVisible());
     QVERIFY(!topLevel("MeasurementGraph")->isVisible());
     const QWeakPointer<SerialPortInterface> port = queue().serialPort();
-    m_tool.reset();
+    endTool();
     QVERIFY(port.isNull());
-    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     QCOMPARE(sqlite(text("pragma integrity_check")), QStringList(text("ok")));
+}
 
+/// Checks what the end of the program leaves, and another start with the same files and device.
+void TestClosing::checkRestart()
+{
+    checkState();
     device().control("fault clear");
     device().control("restart");
     QTRY_COMPARE(device().state("mode"), QByteArray("console"));
@@ -78,42 +67,23 @@ void TestClosing::checkWhatIsLeft()
     QCOMPARE(field("serialNumber").toLatin1(), device().setting("serial"));
 }
 
-/// What opens and has to be answered on the way to the wait dialog of @p button.
-void TestClosing::prepare(const QByteArray &button)
+void TestClosing::closesDuringAConnect_data()
 {
-    const QString path = file(text("memory.dat"));
-    if (button == "writeToEepromButton") {
-        dialogs().answerBox(questionOfWrite, text("Yes"));
-    } else if (button == "backupEepromButton") {
-        dialogs().answerFileDialog(text("Select where to write eeprom backup"), path);
-    } else if (button == "restoreEepromButton") {
-        QVERIFY(write(path, QByteArray(memoryBytes, 'm')));
-        dialogs().answerFileDialog(text("Select eeprom backup file"), path);
-    } else if (button == "updateFirmwareButton") {
-        QVERIFY(write(path, QByteArray(imageBytes, 'f')));
-        dialogs().answerBox(questionOfFirmware, text("Yes"));
-        dialogs().answerFileDialog(text("Select firmware file"), path);
-    }
-}
-
-void TestClosing::duringAConnect_data()
-{
-    QTest::addColumn<QByteArray>("fault");
+    QTest::addColumn<QString>("fault");
     QTest::addColumn<QByteArray>("command");
-    QTest::addRow("first command") << QByteArray("silence@show swver") << QByteArray("show swver");
-    QTest::addRow("model") << QByteArray("silence@show unit") << QByteArray("show unit");
-    QTest::addRow("settings") << QByteArray("delay@show altitude:20000")
-                              << QByteArray("show altitude");
-    QTest::addRow("clock") << QByteArray("silence@date") << QByteArray("date");
-    // Not by its name, which the state's begins with too.
-    QTest::addRow("first reading") << QByteArray("silence@19") << QByteArray("show meas$");
+    QTest::addRow("first command") << text("silence@show swver") << QByteArray("show swver");
+    QTest::addRow("model") << text("silence@show unit") << QByteArray("show unit");
+    QTest::addRow("settings") << text("delay@show altitude:20000") << QByteArray("show altitude");
+    QTest::addRow("clock") << text("silence@date") << QByteArray("date");
+    // By its number, because the name is the beginning of another command's name.
+    QTest::addRow("first reading") << text("silence@19") << QByteArray("show meas$");
 }
 
-void TestClosing::duringAConnect()
+void TestClosing::closesDuringAConnect()
 {
-    QFETCH(QByteArray, fault);
+    QFETCH(QString, fault);
     QFETCH(QByteArray, command);
-    QVERIFY(startDevice({text("--fault"), QString::fromLatin1(fault)}));
+    QVERIFY(startDevice({text("--fault"), fault}));
     QVERIFY(startTool());
     const int code = runProgram([&] {
         QVERIFY(click("connectButton"));
@@ -122,10 +92,18 @@ void TestClosing::duringAConnect()
     });
     QCOMPARE(code, 0);
     QCOMPARE(storedReadings(), 0);
-    checkWhatIsLeft();
+    checkRestart();
 }
 
-void TestClosing::duringAPoll()
+void TestClosing::closesInTheBoxOfAnUnknownModel()
+{
+    QVERIFY(startDevice({text("--fault"), text("unknown-model")}));
+    QVERIFY(startTool());
+    dialogs().answerDialog(text("Kv tool"), [this](QDialog *) { QVERIFY(window().close()); });
+    QCOMPARE(runProgram([this] { QVERIFY(click("connectButton")); }), 0);
+}
+
+void TestClosing::closesDuringAPoll()
 {
     QVERIFY(startConnected());
     const int readings = storedReadings();
@@ -139,10 +117,10 @@ void TestClosing::duringAPoll()
     });
     QCOMPARE(code, 0);
     QCOMPARE(storedReadings(), readings);
-    checkWhatIsLeft();
+    checkRestart();
 }
 
-void TestClosing::rightAfterADisconnect()
+void TestClosing::closesRightAfterADisconnect()
 {
     QVERIFY(startPolling());
     const int code = runProgram([&] {
@@ -150,72 +128,57 @@ void TestClosing::rightAfterADisconnect()
         closeMainWindow();
     });
     QCOMPARE(code, 0);
-    checkWhatIsLeft();
+    checkRestart();
 }
 
-void TestClosing::whileACellIsEdited()
+void TestClosing::closesWhileACellIsEdited()
 {
     QVERIFY(startPolling());
     const int code = runProgram([&] {
-        const QPoint cell = editor()->visualItemRect(setting("altitude")).center();
-        QTest::mouseClick(editor()->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-        QTest::mouseDClick(editor()->viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-        auto *const line = editor()->findChild<QLineEdit *>();
-        QVERIFY(line != nullptr);
-        QTest::keyClicks(line, text("77"));
+        const QTableWidgetItem *const item = setting("altitude");
+        QLineEdit *const cell = editCell(editor(), item->row(), item->column());
+        QVERIFY(cell != nullptr);
+        QTest::keyClicks(cell, text("77"));
         closeMainWindow();
     });
     QCOMPARE(code, 0);
-    checkWhatIsLeft();
-    // The cell loses the focus with its window, and so its value is sent where there is time to.
+    checkRestart();
+    // The cell loses the focus with its window, so its value is sent if time allows.
     for (const QString &command : commands().filter(text("set altitude"))) {
         QCOMPARE(command, text("set altitude=77"));
     }
 }
 
-void TestClosing::whileTheGraphIsOpen()
+void TestClosing::closesWithTheGraph()
 {
     QVERIFY(startPolling());
     const int code = runProgram([&] {
         QVERIFY(click("buttonShowGraph"));
-        const int readings = storedReadings();
-        QTRY_VERIFY(storedReadings() > readings);
+        QVERIFY(readingsArrive());
         closeMainWindow();
     });
     QCOMPARE(code, 0);
     QVERIFY(rememberedValue("graph to").isValid());
-    checkWhatIsLeft();
+    checkRestart();
 }
 
-void TestClosing::behindAHiddenWaitDialog_data()
+void TestClosing::closesAfterEscapeHidTheWaitDialog_data()
 {
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QByteArray>("running");
-    QTest::addRow("log") << QByteArray("readLogButton") << text("Reading log, please wait")
-                         << QByteArray("log --read=");
-    QTest::addRow("write") << QByteArray("writeToEepromButton")
-                           << text("Writing data to eeprom, please wait")
-                           << QByteArray("write --really");
-    QTest::addRow("clock") << QByteArray("syncClockButton")
-                           << text("Setting device clock, please wait") << QByteArray("date 2");
-    QTest::addRow("backup") << QByteArray("backupEepromButton")
-                            << text("Waiting for eeprom backup to be created from the device")
-                            << QByteArray("eeprom --read_block");
-    QTest::addRow("restore") << QByteArray("restoreEepromButton")
-                             << text("Waiting for eeprom backup to be written to device from file")
-                             << QByteArray("eeprom --write_block");
+    addDialogColumns();
+    for (const DialogRow &row : waitDialogRows) {
+        addDialogRow(row);
+    }
 }
 
-void TestClosing::behindAHiddenWaitDialog()
+void TestClosing::closesAfterEscapeHidTheWaitDialog()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, title);
-    QFETCH(QByteArray, running);
+    QFETCH(QByteArray, command);
     QVERIFY(startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
     forgetCommands();
-    prepare(button);
-    // Escape takes the dialog alone away, and with it what keeps the main window's frame shut.
+    prepareAnswers(button);
+    // Escape hides the dialog alone, which had blocked the main window's frame.
     dialogs().answerDialog(title, [this](QDialog *dialog) {
         QVERIFY(!closeByFrame(&window()));
         QTest::keyClick(dialog, Qt::Key_Escape);
@@ -223,29 +186,28 @@ void TestClosing::behindAHiddenWaitDialog()
     });
     const int code = runProgram([&] {
         child<QPushButton>(button.constData())->click();
-        QTRY_VERIFY(commandCount(running.constData()) > 0);
+        QTRY_VERIFY(commandCount(command.constData()) > 0);
         QVERIFY(queue().currentJob());
         closeMainWindow();
     });
     QCOMPARE(code, 0);
-    checkWhatIsLeft();
+    checkRestart();
 }
 
-void TestClosing::atEachStepOfAnUpdate_data()
+void TestClosing::closesAtEachStepOfAnUpdate_data()
 {
-    QTest::addColumn<QByteArray>("rebootMs");
+    QTest::addColumn<QString>("rebootMs");
     QTest::addColumn<int>("progress");
-    QTest::addRow("before the bootloader") << QByteArray("60000") << 0;
-    QTest::addRow("in the transfer") << QByteArray("3000") << 5;
+    QTest::addRow("before the bootloader") << text("60000") << 0;
+    QTest::addRow("in the transfer") << text("3000") << 5;
 }
 
-void TestClosing::atEachStepOfAnUpdate()
+void TestClosing::closesAtEachStepOfAnUpdate()
 {
-    QFETCH(QByteArray, rebootMs);
+    QFETCH(QString, rebootMs);
     QFETCH(int, progress);
-    QVERIFY(startPolling(
-        {text("--reboot-ms"), QString::fromLatin1(rebootMs), text("--boot-wait"), text("1000")}));
-    prepare("updateFirmwareButton");
+    QVERIFY(startPolling({text("--reboot-ms"), rebootMs, text("--boot-wait"), text("1000")}));
+    prepareAnswers("updateFirmwareButton");
     dialogs().answerDialog(text("Please wait while update starts"), [=](QDialog *dialog) {
         QTRY_COMPARE(commandCount("reboot"), 1);
         QTRY_VERIFY(progress == 0 || (bar()->maximum() == 100 && bar()->value() >= progress));
@@ -259,22 +221,19 @@ void TestClosing::atEachStepOfAnUpdate()
     });
     QCOMPARE(code, 0);
     QVERIFY(!contents(file(text("journal"))).contains("block 2000"));
-    checkWhatIsLeft();
+    checkRestart();
 }
 
-void TestClosing::notBehindAModalDialog_data()
+void TestClosing::modalDialogBlocksTheFrame_data()
 {
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QString>("title");
-    QTest::addRow("wait dialog") << QByteArray("readLogButton") << text("Reading log, please wait");
-    QTest::addRow("question") << QByteArray("eraseLogButton") << text("Clear log");
-    QTest::addRow("file dialog") << QByteArray("backupEepromButton")
-                                 << text("Select where to write eeprom backup");
-    QTest::addRow("export dialog")
-        << QByteArray("exportLocalMeasurementsButton") << text("Select measurements to export");
+    addDialogColumns();
+    addDialogRow(waitDialogRows[0]);
+    for (const DialogRow &row : otherDialogRows) {
+        addDialogRow(row);
+    }
 }
 
-void TestClosing::notBehindAModalDialog()
+void TestClosing::modalDialogBlocksTheFrame()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, title);
@@ -291,7 +250,41 @@ void TestClosing::notBehindAModalDialog()
         closeMainWindow();
     });
     QCOMPARE(code, 0);
-    checkWhatIsLeft();
+    checkRestart();
+}
+
+void TestClosing::closesByCodeInADialog_data()
+{
+    addDialogColumns();
+    addDialogRow(waitDialogRows[0]);
+    addDialogRow(waitDialogRows[2]);
+    for (const DialogRow &row : otherDialogRows) {
+        addDialogRow(row);
+    }
+}
+
+void TestClosing::closesByCodeInADialog()
+{
+    QFETCH(QByteArray, button);
+    QFETCH(QString, title);
+    QVERIFY(startPolling({text("--log-rows"), text("300")}));
+    dialogs().answerDialog(title, [&](QDialog *) { QVERIFY(window().close()); });
+    QCOMPARE(runProgram([&] { child<QPushButton>(button.constData())->click(); }), 0);
+    QVERIFY(dialogs().isSatisfied());
+    QVERIFY(!rememberedValue("graph to").isValid());
+    QVERIFY(queue().serialPort()->isOpen());
+    checkState();
+}
+
+void TestClosing::deletesObjectsWithJobsInTheQueue()
+{
+    QVERIFY(startPolling({text("--fault"), text("silence@show health")}));
+    QVERIFY(click("synchronizeButton"));
+    QVERIFY(queue().currentJob());
+    QVERIFY(!queue().jobs().isEmpty());
+    const QWeakPointer<SerialPortJobInterface> running = queue().currentJob();
+    m_tool.reset();
+    QVERIFY(running.isNull());
 }
 
 KV_TEST_MAIN(TestClosing)

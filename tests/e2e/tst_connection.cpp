@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "common/measurementtypeutils.h"
 #include "serial/serialportjob.h"
-#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
-#include "ui/configurationloader.h"
+#include "tests/kit/toolfixture.h"
 
+/// Connect, readings, settings, units and disconnect.
 class TestConnection : public ToolFixture
 {
     Q_OBJECT
@@ -14,34 +13,44 @@ private slots:
     void init() { beginCase(); }
     void cleanup() { endCase(); }
 
-    void connectingShowsWhoTheDeviceIs();
+    void connectingShowsTheIdentity();
     void connectingAsksInAFixedOrder();
-    void firstReadingComesAtOnceAndTheRestByTheTimer();
+    void firstReadingComesAtOnceAndLaterOnesByTheTimer();
     void readingReachesTableAndStore();
-    void windowLooksDisconnectedUntilTheReadsEnd();
+    void windowShowsDisconnectedUntilTheReadsEnd();
     void editsBeforeTheReadsEndAreIgnored();
     void editsAfterADisconnectDuringTheReadsStayIgnored();
     void typedSettingReachesTheDevice();
-    void whatTheDeviceMadeOfASettingGoesBackToIt();
-    void modelOfTheFirstConnectBringsItsNamesToTheSecond();
-    void unknownModelIsToldAndPolledOn();
+    void synchronizeSendsTheDevicesValueBack();
+    void secondConnectReadsTheSettingsOfTheModel();
+    void unknownModelIsReportedAndPolled();
     void eachConnectMakesANewTransport();
     void portIsRemembered();
-    void invalidReadingTakesItsRowUntilTheNextConnect();
-    void deviceThatIsNotReadyIsRedUntilItIs();
-    void stateIsAskedForAlsoAfterADisconnect();
+    void invalidReadingRemovesItsRowUntilTheNextConnect();
+    void readingsAreRedUntilTheDeviceIsReady();
+    void stateIsRequestedAlsoAfterADisconnect();
     void rememberedUnitsAreEmittedAtStart_data();
     void rememberedUnitsAreEmittedAtStart();
     void chosenUnitIsShownAndRemembered();
     void disconnectWaitsBeforeItCloses();
     void silentDeviceLeavesEverythingAsItWas();
-    void lostLineIsNotNoticedAndAnotherIsTaken();
+    void lostLineIsNotReportedAndAnotherCanBeChosen();
     void errorOfTheQueueIsShownTwice();
-    void portThatDoesNotOpenIsToldOnce();
+    void portThatDoesNotOpenIsReportedOnce();
     void emptyPortListConnectsNothing();
+
+private:
+    bool startConnect(const char *fault, const char *lastCommand);
 };
 
-void TestConnection::connectingShowsWhoTheDeviceIs()
+/// Starts a connect that waits because of @p fault when the device has got @p lastCommand.
+bool TestConnection::startConnect(const char *fault, const char *lastCommand)
+{
+    return startDevice({text("--fault"), text(fault)}) && startTool() && click("connectButton")
+        && waitFor([=] { return commandCount(lastCommand) == 1; });
+}
+
+void TestConnection::connectingShowsTheIdentity()
 {
     QVERIFY(startConnected({text("--health"), text("135%")}));
     QCOMPARE(field("serialNumber").toLatin1(), device().setting("serial"));
@@ -76,7 +85,7 @@ void TestConnection::connectingAsksInAFixedOrder()
     QCOMPARE(commands(), expected);
 }
 
-void TestConnection::firstReadingComesAtOnceAndTheRestByTheTimer()
+void TestConnection::firstReadingComesAtOnceAndLaterOnesByTheTimer()
 {
     QVERIFY(startDevice());
     QVERIFY(startTool());
@@ -94,39 +103,16 @@ void TestConnection::firstReadingComesAtOnceAndTheRestByTheTimer()
 void TestConnection::readingReachesTableAndStore()
 {
     QVERIFY(startConnected());
-    QMap<QString, DeviceConfiguration> models;
-    ConfigurationLoader loader;
-    QVERIFY(loader.load(models, text("settings.xml")));
-    const QVector<MeasurementItem> items = models.value(text("KVT-100")).measurementItems;
-    const MeasurementDisplayOptions options;
-
-    QMap<QString, QString> shown;
-    QStringList stored;
-    for (const QByteArray &pair : device().measurements()) {
-        const QString name = QString::fromLatin1(pair.left(pair.indexOf('=')));
-        const double value = pair.mid(pair.indexOf('=') + 1).toDouble();
-        const double converted =
-            MeasurementTypeUtils::convertToDisplayUnit(value, name, options, items);
-        shown.insert(name,
-                     text("%1 %2").arg(converted).arg(
-                         MeasurementTypeUtils::displayUnitText(name, items, options)));
-        stored.append(text("%1|%2").arg(name).arg(value, 0, 'f', 2));
-    }
-    stored.sort();
-    QCOMPARE(shownValues(), shown);
-    QCOMPARE(sqlite(text("select t.name, printf('%.2f', v.value) from measurement_value v join "
-                         "measurement_type t on t.id = v.measurement_type_id order by t.name")),
-             stored);
+    QCOMPARE(shownValues(), expectedValues());
+    QCOMPARE(shownValues().size(), 6);
+    QCOMPARE(lastStoredValues(), deviceValues());
     QCOMPARE(sqlite(text("select meas_state, device_id from measurement_metadata")),
              QStringList(text("1|1")));
 }
 
-void TestConnection::windowLooksDisconnectedUntilTheReadsEnd()
+void TestConnection::windowShowsDisconnectedUntilTheReadsEnd()
 {
-    QVERIFY(startDevice({text("--fault"), text("silence@date")}));
-    QVERIFY(startTool());
-    QVERIFY(click("connectButton"));
-    QTRY_COMPARE(commandCount("date"), 1);
+    QVERIFY(startConnect("silence@date", "date"));
     QVERIFY(!isConnected());
     QVERIFY(isEnabled("connectButton"));
     QVERIFY(!isEnabled("configuration"));
@@ -141,10 +127,7 @@ void TestConnection::windowLooksDisconnectedUntilTheReadsEnd()
 
 void TestConnection::editsBeforeTheReadsEndAreIgnored()
 {
-    QVERIFY(startDevice({text("--fault"), text("silence@date")}));
-    QVERIFY(startTool());
-    QVERIFY(click("connectButton"));
-    QTRY_COMPARE(commandCount("date"), 1);
+    QVERIFY(startConnect("silence@date", "date"));
     emit window().valueChanged(text("altitude"), text("7"));
     QTRY_COMPARE(storedReadings(), 1);
     QCOMPARE(commands().filter(text("set ")), QStringList(text("set debug=0")));
@@ -155,10 +138,7 @@ void TestConnection::editsBeforeTheReadsEndAreIgnored()
 
 void TestConnection::editsAfterADisconnectDuringTheReadsStayIgnored()
 {
-    QVERIFY(startDevice({text("--fault"), text("silence@date")}));
-    QVERIFY(startTool());
-    QVERIFY(click("connectButton"));
-    QTRY_COMPARE(commandCount("date"), 1);
+    QVERIFY(startConnect("silence@date", "date"));
     emit window().disconnectClicked();
     QTRY_VERIFY(!queue().serialPort()->isOpen());
     emit window().valueChanged(text("altitude"), text("7"));
@@ -166,7 +146,7 @@ void TestConnection::editsAfterADisconnectDuringTheReadsStayIgnored()
 
     QVERIFY(connectByClick());
     QCOMPARE(commandCount("set altitude"), 0);
-    typeSetting("altitude", text("8"));
+    QVERIFY(typeSetting("altitude", text("8")));
     QTRY_COMPARE(device().setting("altitude"), QByteArray("8"));
 }
 
@@ -174,19 +154,19 @@ void TestConnection::typedSettingReachesTheDevice()
 {
     QVERIFY(startConnected());
     forgetCommands();
-    typeSetting("altitude", text("321"));
+    QVERIFY(typeSetting("altitude", text("321")));
     QTRY_COMPARE(device().setting("altitude"), QByteArray("321"));
-    typeSetting("location", text("Room 2"));
+    QVERIFY(typeSetting("location", text("Room 2")));
     QTRY_COMPARE(device().setting("location"), QByteArray("Room 2"));
     QVERIFY(waitUntilQuiet());
     QCOMPARE(commands(), QStringList({text("set altitude=321"), text("set location=Room 2")}));
 }
 
-void TestConnection::whatTheDeviceMadeOfASettingGoesBackToIt()
+void TestConnection::synchronizeSendsTheDevicesValueBack()
 {
     QVERIFY(startConnected());
     forgetCommands();
-    typeSetting("altitude", text("99999"));
+    QVERIFY(typeSetting("altitude", text("99999")));
     QTRY_COMPARE(device().setting("altitude"), QByteArray("9000"));
     QVERIFY(click("synchronizeButton"));
     QTRY_COMPARE(setting("altitude")->text(), text("9000"));
@@ -195,7 +175,7 @@ void TestConnection::whatTheDeviceMadeOfASettingGoesBackToIt()
                  QStringList({text("set altitude=99999"), text("set altitude=9000")}));
 }
 
-void TestConnection::modelOfTheFirstConnectBringsItsNamesToTheSecond()
+void TestConnection::secondConnectReadsTheSettingsOfTheModel()
 {
     QVERIFY(startConnected({text("--model"), text("KVT-300")}));
     QCOMPARE(commandCount("show temp_offset"), 1);
@@ -211,11 +191,11 @@ void TestConnection::modelOfTheFirstConnectBringsItsNamesToTheSecond()
     QCOMPARE(setting("heater_band")->text(), text("0.5"));
 }
 
-void TestConnection::unknownModelIsToldAndPolledOn()
+void TestConnection::unknownModelIsReportedAndPolled()
 {
     dialogs().answerBox(text("Device KVT-900 not supported. Please update KV Tool."), text("OK"));
     QVERIFY(startConnected({text("--fault"), text("unknown-model")}));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(isConnected());
     QCOMPARE(field("modelNumber"), text("KVT-900"));
     QCOMPARE(editor()->rowCount(), 8);
@@ -246,7 +226,7 @@ void TestConnection::portIsRemembered()
     QCOMPARE(tool().handler.portName(), device().port().mid(5));
 }
 
-void TestConnection::invalidReadingTakesItsRowUntilTheNextConnect()
+void TestConnection::invalidReadingRemovesItsRowUntilTheNextConnect()
 {
     QVERIFY(startConnected({text("--warmup"), text("1500")}));
     device().control("restart");
@@ -267,7 +247,7 @@ void TestConnection::invalidReadingTakesItsRowUntilTheNextConnect()
     QCOMPARE(table()->rowCount(), 6);
 }
 
-void TestConnection::deviceThatIsNotReadyIsRedUntilItIs()
+void TestConnection::readingsAreRedUntilTheDeviceIsReady()
 {
     const auto bar = [this] { return child<QStatusBar>("statusBar"); };
     QVERIFY(startDevice({text("--meas-state"), text("3")}));
@@ -286,22 +266,23 @@ void TestConnection::deviceThatIsNotReadyIsRedUntilItIs()
     QCOMPARE(bar()->styleSheet(), text("QStatusBar { color : green; }"));
     QCOMPARE(table()->styleSheet(), text("QTableWidget { color: black}"));
 
-    // No more looks: one exchange of another kind passes without any.
+    // The state is requested no more: a command of another kind is answered before the next
+    // request.
     QVERIFY(waitUntilQuiet());
     forgetCommands();
-    typeSetting("altitude", text("5"));
+    QVERIFY(typeSetting("altitude", text("5")));
     QTRY_COMPARE(device().setting("altitude"), QByteArray("5"));
     QCOMPARE(commandCount("show meas_state"), 0);
 }
 
-void TestConnection::stateIsAskedForAlsoAfterADisconnect()
+void TestConnection::stateIsRequestedAlsoAfterADisconnect()
 {
     QVERIFY(startConnected({text("--meas-state"), text("2")}));
     QVERIFY(disconnectByClick());
     QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
     tool().controller.setMeasurementAvailabilityInterval(5);
     QTRY_VERIFY(queue().currentJob());
-    // So that it is not sent again while this is looked at.
+    // So that it is not sent again during the checks.
     auto *const job = qobject_cast<SerialPortJob *>(queue().currentJob().data());
     QVERIFY(job != nullptr);
     job->setTimeout(waitMs);
@@ -320,7 +301,7 @@ void TestConnection::rememberedUnitsAreEmittedAtStart_data()
     QTest::addColumn<QVariant>("remembered");
     QTest::addColumn<int>("index");
     QTest::addColumn<int>("emissions");
-    // The selector stands at 0 and reports a change of its own before the window does.
+    // The selector is initially at 0 and reports a change itself before the window does.
     QTest::addRow("nothing") << QVariant() << 0 << 1;
     QTest::addRow("the first") << QVariant(0) << 0 << 1;
     QTest::addRow("the second") << QVariant(1) << 1 << 2;
@@ -383,7 +364,7 @@ void TestConnection::chosenUnitIsShownAndRemembered()
     QCOMPARE(pollutant.size(), 4);
     QTRY_COMPARE(lines("pollutant%20unit"), QStringList(text("pollutant%20unit=0")));
     QVERIFY(shownValues().value(text("A2")).endsWith(text("ppm")));
-    // Units are a matter of display alone.
+    // Units change the display alone.
     QCOMPARE(commands(), QStringList());
 }
 
@@ -401,7 +382,7 @@ void TestConnection::disconnectWaitsBeforeItCloses()
     QTRY_VERIFY(!queue().serialPort()->isOpen());
     QVERIFY2(timer.elapsed() >= 90, QByteArray::number(timer.elapsed()));
     QVERIFY(isEnabled("connectButton"));
-    // What was read stays to be looked at.
+    // What was read remains shown.
     QVERIFY(!field("serialNumber").isEmpty());
     QVERIFY(!shownValues().value(text("W0")).isEmpty());
 }
@@ -418,13 +399,13 @@ void TestConnection::silentDeviceLeavesEverythingAsItWas()
     QVERIFY(isVisible("connectButton"));
     QVERIFY(done.isEmpty());
 
-    // All that a person can do is to try again.
+    // The user can only try again.
     device().control("fault clear");
     QVERIFY(connectByClick());
     QCOMPARE(commandCount("show swver"), 7);
 }
 
-void TestConnection::lostLineIsNotNoticedAndAnotherIsTaken()
+void TestConnection::lostLineIsNotReportedAndAnotherCanBeChosen()
 {
     QVERIFY(startConnected());
     device().hangUp();
@@ -441,16 +422,16 @@ void TestConnection::lostLineIsNotNoticedAndAnotherIsTaken()
 void TestConnection::errorOfTheQueueIsShownTwice()
 {
     QVERIFY(startConnected());
-    dialogs().answerBox(text("Error occurred with serial port communication: it broke"),
-                        text("OK"));
-    dialogs().answerBox(text("Error occurred with serial port communication: it broke"),
-                        text("OK"));
+    for (int count = 0; count < 2; ++count) {
+        dialogs().answerBox(text("Error occurred with serial port communication: it broke"),
+                            text("OK"));
+    }
     emit queue().error(text("it broke"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(isConnected());
 }
 
-void TestConnection::portThatDoesNotOpenIsToldOnce()
+void TestConnection::portThatDoesNotOpenIsReportedOnce()
 {
     QVERIFY(startDevice());
     QVERIFY(startTool());

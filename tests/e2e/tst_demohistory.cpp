@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "demo/demotool.h"
+#include "demo/startdemo.h"
 #include "tests/kit/fakemainwindow.h"
 #include "tests/kit/fakeserialporthandler.h"
 #include "tests/kit/fakesettings.h"
@@ -41,7 +41,8 @@ private slots:
 
 private:
     QTemporaryDir m_folder;
-    QScopedPointer<DemoTool> m_tool;
+    QScopedPointer<Tool> m_tool;
+    SimulatorProcess m_device;
     QVector<StoredMeasurement> m_measurements; ///< the last one is of the device itself
 };
 
@@ -49,17 +50,16 @@ void TestDemoHistory::initTestCase()
 {
     const auto stored = [this] {
         const QDateTime now = QDateTime::currentDateTimeUtc();
-        return m_tool->storage().measurements(now.addSecs(-2 * secondsPerDay), now, 1);
+        return m_tool->storage.measurements(now.addSecs(-2 * secondsPerDay), now, 1);
     };
     QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
-    m_tool.reset(new DemoTool(m_folder.path()));
-    QVERIFY(m_tool->start({text("--model"), text("KVT-100"), text("--clock-offset"),
-                           QString::number(-secondsPerDay)}));
+    m_tool.reset(new Tool);
+    QVERIFY(startDemo(*m_tool, m_device, m_folder.path()));
     const int history = stored().size();
     QCOMPARE(history, 23 * 60);
-    m_tool->window().findChild<QPushButton *>(text("connectButton"))->click();
+    m_tool->window.findChild<QPushButton *>(text("connectButton"))->click();
     QTRY_COMPARE_WITH_TIMEOUT((m_measurements = stored()).size(), history + 1, 60000);
-    m_tool->device().stop();
+    m_device.stop();
 }
 
 void TestDemoHistory::everyValueIsExportedUnderItsOwnTitle()
@@ -67,12 +67,12 @@ void TestDemoHistory::everyValueIsExportedUnderItsOwnTitle()
     FakeMainWindow window;
     FakeSerialPortHandler handler;
     FakeSettings settings;
-    MainWindowController controller(&window, &handler, &settings, &m_tool->storage(), nullptr);
+    MainWindowController controller(&window, &handler, &settings, &m_tool->storage, nullptr);
     window.answer = true;
     window.saveFile = m_folder.filePath(text("day.csv"));
     const QDateTime now = QDateTime::currentDateTimeUtc();
     window.exportSelection = {now.addSecs(-2 * secondsPerDay), now, 1,
-                              m_tool->storage().measurementTypes(1)};
+                              m_tool->storage.measurementTypes(1)};
     emit window.exportLocalMeasurementsToCsvClicked();
 
     QFile file(window.saveFile);

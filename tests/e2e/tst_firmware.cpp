@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/toolfixture.h"
 
 namespace {
 
@@ -12,20 +12,8 @@ const QLatin1String manualTitle("Please reboot the device manually");
 const QLatin1String transferTitle("Updating firmware, please wait.");
 const QLatin1String failure("Firmware update failed due to unknown reason");
 
-/// Every byte value, the bootloader's answers and line ends among them.
-QByteArray bytes(int size)
-{
-    QByteArray all(size, '\0');
-    quint32 state = 12345;
-    for (char &byte : all) {
-        state = state * 1664525U + 1013904223U;
-        byte = static_cast<char>(state >> 24U);
-    }
-    return all;
-}
-
-/// Options of a device that takes an image of @p size bytes, and takes longer for its reset, and
-/// waits longer for the image, than a busy machine keeps the tool.
+/// Options of a device that takes an image of @p size bytes, whose reset and wait for the
+/// image are longer than the delays of a busy machine.
 QStringList forImage(int size)
 {
     return {text("--image-size"), QString::number(size), text("--reboot-ms"),
@@ -45,20 +33,20 @@ private slots:
     void cleanup() { endCase(); }
 
     void refusedQuestionChangesNothing();
-    void emptyImageIsToldAndRemembered();
-    void missingImageIsTold();
+    void emptyImageIsReportedAndRemembered();
+    void missingImageIsReported();
     void connectedDeviceIsUpdated();
     void waitingDeviceIsUpdatedWithoutAConnect();
     void withoutAPortNothingIsOpened();
-    void refusedBlockEndsTheUpdate();
-    void unansweredBlockEndsTheUpdate();
-    void lastBlockAnsweredByAStarAloneLeavesTheDialog();
+    void failedBlockEndsTheUpdate_data();
+    void failedBlockEndsTheUpdate();
+    void starAfterTheLastBlockLeavesTheDialog();
     void cancelledWaitForTheBootloaderEndsTheUpdate();
     void cancelledTransferEndsTheUpdate();
-    void pollingStaysAwayUntilTheNextConnect_data();
-    void pollingStaysAwayUntilTheNextConnect();
-    void portThatDoesNotOpenIsWaitedForAllTheSame();
-    void updateAfterADisconnectTalksToTheClosedPort();
+    void pollingStopsUntilTheNextConnect_data();
+    void pollingStopsUntilTheNextConnect();
+    void waitsForADeviceAtAPortThatDoesNotOpen();
+    void updateAfterADisconnectUsesTheClosedPort();
 
     void memoryIsBackedUpIntoAFile();
     void cancelledBackupLeavesNoFile();
@@ -72,13 +60,12 @@ private:
     QByteArray received() { return contents(file(text("received.bin"))); }
     QByteArray deviceMemory();
     QPushButton *hiddenButton(const char *name) { return child<QPushButton>(name); }
-    QMetaObject::Connection atProgress(int percentage, const std::function<void()> &action);
 };
 
 QString TestFirmware::imageFile(int size)
 {
     const QString path = file(text("image.bin"));
-    return write(path, bytes(size)) ? path : QString();
+    return write(path, files::pseudoRandomBytes(size)) ? path : QString();
 }
 
 void TestFirmware::chooseImage(const QString &path)
@@ -92,21 +79,6 @@ QByteArray TestFirmware::deviceMemory()
     return QByteArray::fromHex(device().control("memory").join());
 }
 
-QMetaObject::Connection TestFirmware::atProgress(int percentage,
-                                                 const std::function<void()> &action)
-{
-    const auto done = std::make_shared<bool>(false);
-    return connect(
-        bar(), &QProgressBar::valueChanged, bar(),
-        [=](int value) {
-            if (value >= percentage && !*done) {
-                *done = true;
-                action();
-            }
-        },
-        Qt::QueuedConnection);
-}
-
 void TestFirmware::refusedQuestionChangesNothing()
 {
     QVERIFY(startConnected());
@@ -117,7 +89,7 @@ void TestFirmware::refusedQuestionChangesNothing()
     QTRY_VERIFY(storedReadings() > readings);
 }
 
-void TestFirmware::emptyImageIsToldAndRemembered()
+void TestFirmware::emptyImageIsReportedAndRemembered()
 {
     QVERIFY(startConnected());
     const QString path = imageFile(0);
@@ -128,7 +100,7 @@ void TestFirmware::emptyImageIsToldAndRemembered()
     QCOMPARE(commandCount("reboot"), 0);
 }
 
-void TestFirmware::missingImageIsTold()
+void TestFirmware::missingImageIsReported()
 {
     QVERIFY(startConnected());
     const QString path = imageFile(16);
@@ -161,7 +133,7 @@ void TestFirmware::connectedDeviceIsUpdated()
     QCOMPARE(titles, QStringList({QString(startTitle), QString(transferTitle)}));
     QVERIFY(progress.size() > 10);
     QVERIFY(!waitDialog()->isVisible());
-    QTRY_COMPARE(received(), bytes(size));
+    QTRY_COMPARE(received(), files::pseudoRandomBytes(size));
     QTRY_VERIFY(!queue().serialPort()->isOpen());
 
     QTRY_COMPARE(device().state("mode"), QByteArray("console"));
@@ -175,12 +147,12 @@ void TestFirmware::waitingDeviceIsUpdatedWithoutAConnect()
                          file(text("received.bin")), text("--boot-wait"), text("2000")}));
     QVERIFY(startTool());
     chooseImage(imageFile(size));
-    // The person at the device takes its power away for a moment.
+    // The user switches the device off and on.
     dialogs().answerDialog(manualTitle, [this](QDialog *) { device().control("restart"); });
     dialogs().answerBox(text("Firmware updated"), text("OK"));
     QVERIFY(click("updateFirmwareButton"));
-    QTRY_COMPARE(received(), bytes(size));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QTRY_COMPARE(received(), files::pseudoRandomBytes(size));
+    QVERIFY(waitForAnswers());
 }
 
 void TestFirmware::withoutAPortNothingIsOpened()
@@ -194,46 +166,42 @@ void TestFirmware::withoutAPortNothingIsOpened()
     QVERIFY(queue().serialPort().isNull());
 }
 
-void TestFirmware::refusedBlockEndsTheUpdate()
+void TestFirmware::failedBlockEndsTheUpdate_data()
 {
-    QVERIFY(startConnected(forImage(400) + QStringList{text("--fault"), text("block-refused@3")}));
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<int>("block");
+    QTest::addRow("refused") << text("block-refused@3") << 3;
+    QTest::addRow("unanswered") << text("block-unanswered@2") << 2;
+}
+
+void TestFirmware::failedBlockEndsTheUpdate()
+{
+    QFETCH(QString, fault);
+    QFETCH(int, block);
+    QVERIFY(startConnected(forImage(400) + QStringList{text("--fault"), fault}));
     chooseImage(imageFile(400));
     dialogs().answerBox(failure, text("OK"));
     QVERIFY(click("updateFirmwareButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(!waitDialog()->isVisible());
-    QVERIFY(!queue().currentJob());
-    QVERIFY(queue().jobs().isEmpty());
-    // No block after the refused one.
-    QVERIFY(contents(file(text("journal"))).contains("block 3, 16 bytes"));
-    QVERIFY(!contents(file(text("journal"))).contains("block 4"));
+    QVERIFY(isIdle());
+    const QByteArray journal = contents(file(text("journal")));
+    QVERIFY(journal.contains("block " + QByteArray::number(block) + ", 16 bytes"));
+    QVERIFY(!journal.contains("block " + QByteArray::number(block + 1)));
     QVERIFY(isConnected());
 }
 
-void TestFirmware::unansweredBlockEndsTheUpdate()
-{
-    QVERIFY(
-        startConnected(forImage(400) + QStringList{text("--fault"), text("block-unanswered@2")}));
-    chooseImage(imageFile(400));
-    dialogs().answerBox(failure, text("OK"));
-    QVERIFY(click("updateFirmwareButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
-    QVERIFY(!waitDialog()->isVisible());
-    QVERIFY(!queue().currentJob());
-    QVERIFY(!contents(file(text("journal"))).contains("block 3"));
-}
-
-void TestFirmware::lastBlockAnsweredByAStarAloneLeavesTheDialog()
+void TestFirmware::starAfterTheLastBlockLeavesTheDialog()
 {
     constexpr int size = 160;
     QVERIFY(startConnected(forImage(size)
                            + QStringList{text("--image"), file(text("received.bin")),
                                          text("--fault"), text("final-star")}));
     chooseImage(imageFile(size));
-    // Nothing says that it has ended: the full bar stays until someone cancels it.
+    // No reply reports the end: the full bar stays until the user cancels.
     bool stayed = false;
     const auto watch = atProgress(100, [&] {
-        QTRY_COMPARE(received(), bytes(size));
+        QTRY_COMPARE(received(), files::pseudoRandomBytes(size));
         QVERIFY(waitUntilQuiet());
         stayed = waitDialog()->isVisible();
         QVERIFY(press(cancelButton()));
@@ -255,8 +223,7 @@ void TestFirmware::cancelledWaitForTheBootloaderEndsTheUpdate()
     });
     QVERIFY(click("updateFirmwareButton"));
     QVERIFY(!waitDialog()->isVisible());
-    QVERIFY(queue().jobs().isEmpty());
-    QVERIFY(!queue().currentJob());
+    QVERIFY(isIdle());
     QVERIFY(isConnected());
 }
 
@@ -268,19 +235,18 @@ void TestFirmware::cancelledTransferEndsTheUpdate()
     QVERIFY(click("updateFirmwareButton"));
     disconnect(watch);
     QVERIFY(!waitDialog()->isVisible());
-    QVERIFY(queue().jobs().isEmpty());
-    QVERIFY(!queue().currentJob());
+    QVERIFY(isIdle());
     QVERIFY(!contents(file(text("journal"))).contains("block 500"));
 }
 
-void TestFirmware::pollingStaysAwayUntilTheNextConnect_data()
+void TestFirmware::pollingStopsUntilTheNextConnect_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addRow("after a cancel") << false;
     QTest::addRow("after a failure") << true;
 }
 
-void TestFirmware::pollingStaysAwayUntilTheNextConnect()
+void TestFirmware::pollingStopsUntilTheNextConnect()
 {
     QFETCH(bool, refused);
     QVERIFY(startDevice(forImage(8000)));
@@ -296,7 +262,7 @@ void TestFirmware::pollingStaysAwayUntilTheNextConnect()
     const auto watch = atProgress(20, [this] { QVERIFY(press(cancelButton())); });
     QVERIFY(click("updateFirmwareButton"));
     disconnect(watch);
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
 
     QSignalSpy polls(&tool().controller, &MainWindowController::measurementPollStarted);
     QTRY_COMPARE(device().state("mode"), QByteArray("console"));
@@ -309,7 +275,7 @@ void TestFirmware::pollingStaysAwayUntilTheNextConnect()
     QTRY_VERIFY(polls.size() > 2);
 }
 
-void TestFirmware::portThatDoesNotOpenIsWaitedForAllTheSame()
+void TestFirmware::waitsForADeviceAtAPortThatDoesNotOpen()
 {
     QVERIFY(startTool());
     choosePort(text("/dev/pts/there-is-none"));
@@ -320,21 +286,20 @@ void TestFirmware::portThatDoesNotOpenIsWaitedForAllTheSame()
         QVERIFY(press(cancelButton()));
     });
     QVERIFY(click("updateFirmwareButton"));
-    QVERIFY(!queue().currentJob());
-    QVERIFY(queue().jobs().isEmpty());
+    QVERIFY(isIdle());
 }
 
-void TestFirmware::updateAfterADisconnectTalksToTheClosedPort()
+void TestFirmware::updateAfterADisconnectUsesTheClosedPort()
 {
     QVERIFY(startConnected());
     QVERIFY(disconnectByClick());
     chooseImage(imageFile(100));
     QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
-    // The tool has been connected once, and that is what it goes by.
+    // The tool only checks that it was connected once.
     dialogs().answerDialog(startTitle, [this](QDialog *) { QVERIFY(press(cancelButton())); });
     QVERIFY(click("updateFirmwareButton"));
     QVERIFY(queue().jobs().isEmpty());
-    // The cancel leaves the restart waiting for its answer; the next connect sweeps it away.
+    // The cancel leaves the restart waiting for its answer; the next connect removes it.
     QCOMPARE(queue().currentJob()->type(), SerialPortJobType::JobReboot);
     QVERIFY(connectByClick());
     QCOMPARE(commandCount("reboot"), 0);
@@ -350,8 +315,7 @@ void TestFirmware::memoryIsBackedUpIntoAFile()
     hiddenButton("backupEepromButton")->click();
     QTRY_COMPARE(contents(path).size(), 4 + memoryBytes);
     QVERIFY(!waitDialog()->isVisible());
-    // The report of the last block closes the dialog, and that is a cancel which drops the very job
-    // that reports.
+    // The report of the last block closes the dialog, which cancels the job that reports.
     QCOMPARE(cancels.size(), 1);
     QVERIFY(waitUntilQuiet());
     QCOMPARE(commandCount("eeprom --read_block"), 1024);
@@ -387,8 +351,7 @@ void TestFirmware::cancelledBackupLeavesNoFile()
 void TestFirmware::cancelledFileDialogOfABackupChangesNothing()
 {
     QVERIFY(startConnected());
-    dialogs().answerDialog(text("Select where to write eeprom backup"),
-                           [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+    dialogs().escapeDialog(text("Select where to write eeprom backup"));
     hiddenButton("backupEepromButton")->click();
     QVERIFY(!queue().currentJob());
     QVERIFY(!rememberedValue("eeprom filename").isValid());
@@ -399,7 +362,8 @@ void TestFirmware::fileIsRestoredWithItsLengthInFront()
 {
     QVERIFY(startConnected());
     const QString path = file(text("backup.dat"));
-    const QByteArray image = QByteArray("\x00\x00\xff\xff", 4) + bytes(memoryBytes);
+    const QByteArray image =
+        QByteArray("\x00\x00\xff\xff", 4) + files::pseudoRandomBytes(memoryBytes);
     QVERIFY(write(path, image));
     dialogs().answerFileDialog(text("Select eeprom backup file"), path);
     hiddenButton("restoreEepromButton")->click();
@@ -414,7 +378,7 @@ void TestFirmware::cancelledRestoreStopsHalfWay()
 {
     QVERIFY(startConnected());
     const QString path = file(text("backup.dat"));
-    const QByteArray image = bytes(65536);
+    const QByteArray image = files::pseudoRandomBytes(65536);
     QVERIFY(write(path, image));
     dialogs().answerFileDialog(text("Select eeprom backup file"), path);
     const auto watch = atProgress(10, [] { QVERIFY(closeByFrame(waitDialog())); });

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/toolfixture.h"
 
 #include <QtWidgets/QDateTimeEdit>
 
@@ -9,8 +9,14 @@ namespace {
 const QLatin1String readingTitle("Reading log, please wait");
 const QLatin1String saveCaption("Select where to save log to");
 
+QStringList linesOf(const QByteArray &csv)
+{
+    return QString::fromUtf8(csv).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 } // namespace
 
+/// The jobs behind the wait dialog that read and write log, settings and clock.
 class TestLongJobs : public ToolFixture
 {
     Q_OBJECT
@@ -23,62 +29,20 @@ private slots:
     void logIsReadIntoTheChosenFile();
     void logOfOneRowIsRead();
     void cancelledSaveDialogDropsTheLog();
-    void logFileThatCanNotBeWrittenIsTold();
-    void cancelButtonEndsTheReading();
-    void frameOfTheWaitDialogEndsTheReading();
-    void escapeHidesTheDialogAndTheReadingRunsOn();
-    void emptyLogIsTold();
+    void unwritableLogFileIsReported();
+    void cancelEndsTheReading_data();
+    void cancelEndsTheReading();
+    void escapeHidesTheDialogAndTheReadingContinues();
+    void emptyLogIsReported();
     void missingLogOptionEndsWithTheControlEnabled();
     void logIsClearedAfterAQuestion();
-    void reasonOutlivesItsDialog();
+    void reasonRemainsAfterItsDialog();
 
     void settingsAreWrittenAfterAQuestion();
-    void cancelledWriteRunsOn();
+    void cancelledWriteContinues();
     void clockIsSetInItsOrder();
     void clockWithASilentDeviceWaitsForACancel();
-
-private:
-    QStringList deviceLog();
-    void whenBarReaches(int percentage, const std::function<void()> &action);
 };
-
-/// The device's log as the CSV file should have it.
-QStringList TestLongJobs::deviceLog()
-{
-    QStringList lines;
-    for (const QByteArray &row : device().control("log")) {
-        const int begin = row.indexOf('=') + 1;
-        QStringList cells = QString::fromLatin1(row.mid(begin, row.lastIndexOf('#') - begin))
-                                .split(QLatin1Char(','));
-        if (!lines.isEmpty()) {
-            QDateTime time = QDateTime::fromString(cells.first(), Qt::ISODate);
-            time.setTimeSpec(Qt::UTC);
-            cells.first() = time.toLocalTime().toString(Qt::ISODate);
-            for (int index = 1; index < cells.size(); ++index) {
-                cells[index] = QString::number(cells.at(index).toDouble(), 'g', 6);
-            }
-        }
-        lines.append(cells.join(QLatin1Char(',')));
-    }
-    return lines;
-}
-
-/// Runs @p action once, from the event loop of the wait dialog that is about to come.
-void TestLongJobs::whenBarReaches(int percentage, const std::function<void()> &action)
-{
-    auto *const once = new QObject(bar());
-    connect(
-        bar(), &QProgressBar::valueChanged, once,
-        [=](int value) {
-            if (value >= percentage) {
-                once->disconnect();
-                once->deleteLater();
-                const auto run = action;
-                run();
-            }
-        },
-        Qt::QueuedConnection);
-}
 
 void TestLongJobs::logIsReadIntoTheChosenFile()
 {
@@ -97,7 +61,7 @@ void TestLongJobs::logIsReadIntoTheChosenFile()
     });
     dialogs().answerDialog(readingTitle, [](QDialog *) {});
     dialogs().answerFileDialog(saveCaption, path);
-    // Slow enough to be seen by a person.
+    // Slow enough for the dialog to be shown.
     QVERIFY(device().fault("delay:30"));
     QVERIFY(click("readLogButton"));
     QTRY_VERIFY(QFile::exists(path));
@@ -110,10 +74,8 @@ void TestLongJobs::logIsReadIntoTheChosenFile()
     QVERIFY(progress.size() > 5);
     QVERIFY(std::is_sorted(progress.begin() + 1, progress.end()));
     QCOMPARE(progress.last(), 100);
-    const QStringList lines =
-        QString::fromUtf8(contents(path)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), 13);
-    QCOMPARE(lines, deviceLog());
+    QCOMPARE(linesOf(contents(path)).size(), 13);
+    QCOMPARE(linesOf(contents(path)), device().logAsCsv());
     QCOMPARE(rememberedValue("log filename").toString(), path);
     QCOMPARE(commandCount("log --count"), 1);
     QCOMPARE(commandCount("log --read="), 13);
@@ -126,17 +88,15 @@ void TestLongJobs::logOfOneRowIsRead()
     dialogs().answerFileDialog(saveCaption, path);
     QVERIFY(click("readLogButton"));
     QTRY_VERIFY(QFile::exists(path));
-    QCOMPARE(QString::fromUtf8(contents(path)).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-             deviceLog());
+    QCOMPARE(linesOf(contents(path)), device().logAsCsv());
 }
 
 void TestLongJobs::cancelledSaveDialogDropsTheLog()
 {
     QVERIFY(startConnected());
-    dialogs().answerDialog(saveCaption,
-                           [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+    dialogs().escapeDialog(saveCaption);
     QVERIFY(click("readLogButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(!rememberedValue("log filename").isValid());
     QVERIFY(isEnabled("readLogButton"));
 
@@ -148,35 +108,37 @@ void TestLongJobs::cancelledSaveDialogDropsTheLog()
     QCOMPARE(contents(path).count('\n'), 6);
 }
 
-void TestLongJobs::logFileThatCanNotBeWrittenIsTold()
+void TestLongJobs::unwritableLogFileIsReported()
 {
     QVERIFY(startConnected());
-    // The folder goes away between the choice and the writing.
-    const QString inside = file(text("no-folder/log.csv"));
-    dialogs().answerDialog(saveCaption, [=](QDialog *dialog) {
-        QVERIFY(QDir().mkdir(file(text("no-folder"))));
-        dialog->findChild<QLineEdit *>(text("fileNameEdit"))->setText(inside);
-        QVERIFY(QDir().rmdir(file(text("no-folder"))));
-        dialog->done(QDialog::Accepted);
-    });
-    dialogs().answerBox(text("Unable to save log to file ") + inside, text("OK"));
+    const QString path = chooseFileInRemovedFolder(saveCaption);
+    dialogs().answerBox(text("Unable to save log to file ") + path, text("OK"));
     QVERIFY(click("readLogButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
-    QCOMPARE(rememberedValue("log filename").toString(), inside);
+    QVERIFY(waitForAnswers());
+    QCOMPARE(rememberedValue("log filename").toString(), path);
 }
 
-void TestLongJobs::cancelButtonEndsTheReading()
+void TestLongJobs::cancelEndsTheReading_data()
 {
+    QTest::addColumn<bool>("byFrame");
+    QTest::addColumn<int>("cancels");
+    // The button's own signal, and the one of the close that it causes.
+    QTest::addRow("button") << false << 2;
+    QTest::addRow("frame") << true << 1;
+}
+
+void TestLongJobs::cancelEndsTheReading()
+{
+    QFETCH(bool, byFrame);
+    QFETCH(int, cancels);
     QVERIFY(startConnected({text("--log-rows"), text("200")}));
-    QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
-    whenBarReaches(20, [this] { QVERIFY(press(cancelButton())); });
+    QSignalSpy cancelled(&window(), &MainWindow::waitDialogCancelled);
+    atProgress(20, [=] { QVERIFY(byFrame ? closeByFrame(waitDialog()) : press(cancelButton())); });
     QVERIFY(click("readLogButton"));
     QVERIFY(!waitDialog()->isVisible());
-    // The button's own, and the one of the close that it brings, inside it.
-    QCOMPARE(cancels.size(), 2);
+    QCOMPARE(cancelled.size(), cancels);
     QVERIFY(isEnabled("readLogButton"));
-    QVERIFY(!queue().currentJob());
-    QVERIFY(queue().jobs().isEmpty());
+    QVERIFY(isIdle());
     QVERIFY(commandCount("log --read=") < 200);
 
     QVERIFY(click("synchronizeButton"));
@@ -184,24 +146,12 @@ void TestLongJobs::cancelButtonEndsTheReading()
     QVERIFY(isConnected());
 }
 
-void TestLongJobs::frameOfTheWaitDialogEndsTheReading()
-{
-    QVERIFY(startConnected({text("--log-rows"), text("200")}));
-    QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
-    whenBarReaches(20, [] { QVERIFY(closeByFrame(waitDialog())); });
-    QVERIFY(click("readLogButton"));
-    QCOMPARE(cancels.size(), 1);
-    QVERIFY(isEnabled("readLogButton"));
-    QVERIFY(!queue().currentJob());
-    QVERIFY(commandCount("log --read=") < 200);
-}
-
-void TestLongJobs::escapeHidesTheDialogAndTheReadingRunsOn()
+void TestLongJobs::escapeHidesTheDialogAndTheReadingContinues()
 {
     QVERIFY(startConnected({text("--log-rows"), text("60")}));
     const QString path = file(text("log.csv"));
     QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
-    whenBarReaches(20, [] { QTest::keyClick(waitDialog(), Qt::Key_Escape); });
+    atProgress(20, [] { QTest::keyClick(waitDialog(), Qt::Key_Escape); });
     dialogs().answerFileDialog(saveCaption, path);
     QVERIFY(click("readLogButton"));
     QVERIFY(!waitDialog()->isVisible());
@@ -212,12 +162,12 @@ void TestLongJobs::escapeHidesTheDialogAndTheReadingRunsOn()
     QCOMPARE(contents(path).count('\n'), 61);
 }
 
-void TestLongJobs::emptyLogIsTold()
+void TestLongJobs::emptyLogIsReported()
 {
     QVERIFY(startConnected({text("--log-rows"), text("0")}));
     dialogs().answerBox(text("Log is empty"), text("OK"));
     QVERIFY(click("readLogButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(!waitDialog()->isVisible());
     QVERIFY(isEnabled("readLogButton"));
 }
@@ -228,7 +178,7 @@ void TestLongJobs::missingLogOptionEndsWithTheControlEnabled()
     QVERIFY(startConnected({text("--no-log-option")}));
     dialogs().answerBox(missing, text("OK"));
     QVERIFY(click("readLogButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(!waitDialog()->isVisible());
     // The dialog's close runs the cancel of its reason, which enables the control.
     QVERIFY(isEnabled("readLogButton"));
@@ -236,7 +186,7 @@ void TestLongJobs::missingLogOptionEndsWithTheControlEnabled()
     dialogs().answerBox(text("Are you sure you want to clear the log?"), text("Yes"));
     dialogs().answerBox(missing, text("OK"));
     QVERIFY(click("eraseLogButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
 }
 
 void TestLongJobs::logIsClearedAfterAQuestion()
@@ -254,15 +204,15 @@ void TestLongJobs::logIsClearedAfterAQuestion()
     QCOMPARE(commandCount("log --erase"), 1);
 }
 
-void TestLongJobs::reasonOutlivesItsDialog()
+void TestLongJobs::reasonRemainsAfterItsDialog()
 {
     QVERIFY(startConnected({text("--log-rows"), text("0")}));
     dialogs().answerBox(text("Log is empty"), text("OK"));
     QVERIFY(click("readLogButton"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
 
-    // From now on each clock reply closes the hidden dialog, and that is a cancel of the log read:
-    // what waits in the queue behind the clock is gone.
+    // From now on each clock reply closes the hidden dialog, which cancels the log read: the jobs
+    // after the clock are removed from the queue.
     QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
     forgetCommands();
     QVERIFY(click("synchronizeButton"));
@@ -293,7 +243,7 @@ void TestLongJobs::settingsAreWrittenAfterAQuestion()
     QVERIFY(!queue().currentJob());
 }
 
-void TestLongJobs::cancelledWriteRunsOn()
+void TestLongJobs::cancelledWriteContinues()
 {
     QVERIFY(startConnected({text("--write-ms"), text("1500")}));
     QSignalSpy finished(&tool().handler, &SerialPortHandlerInterface::actionFinished);
@@ -312,10 +262,7 @@ void TestLongJobs::clockIsSetInItsOrder()
 {
     QVERIFY(startConnected({text("--clock-offset"), text("-86400")}));
     const auto isRight = [this] {
-        QDateTime clock = QDateTime::fromString(
-            QString::fromLatin1(device().control("clock").value(0)), Qt::ISODate);
-        clock.setTimeSpec(Qt::UTC);
-        return qAbs(clock.secsTo(QDateTime::currentDateTimeUtc())) <= 5;
+        return qAbs(device().clock().secsTo(QDateTime::currentDateTimeUtc())) <= 5;
     };
     QVERIFY(!isRight());
     forgetCommands();
@@ -358,7 +305,7 @@ void TestLongJobs::clockWithASilentDeviceWaitsForACancel()
         QVERIFY(press(cancelButton()));
     });
     QVERIFY(click("syncClockButton"));
-    // The cancel is one of the dialog alone: what was asked for goes on, the clock behind it.
+    // Cancels the dialog alone: the jobs continue, the clock's among them.
     QTRY_COMPARE(commandCount("date 2"), 1);
     QTRY_COMPARE(commandCount("write --really"), 1);
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/toolfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/toolfixture.h"
 
-#include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QHeaderView>
+#include <QtWidgets/QMessageBox>
 
 namespace {
 
@@ -16,9 +16,9 @@ const QLatin1String backupCaption("Select eeprom backup file");
 
 } // namespace
 
-/// The controls of the main window one by one, each by every road that a hand can take to it, and
-/// the texts that only a rare event brings.
-class TestByHand : public ToolFixture
+/// Each control of the main window, by every kind of mouse and keyboard input that it accepts, and
+/// the texts that only rare events show.
+class TestMainWindowControls : public ToolFixture
 {
     Q_OBJECT
 
@@ -30,49 +30,38 @@ private slots:
     void portIsChosenInTheList();
     void unitsAreChosenInTheirLists();
     void keysAloneConnectAndDisconnect();
-    void loadSettingsButtonAsksForNothing();
+    void loadSettingsButtonSendsNothing();
     void cellIsEdited_data();
     void cellIsEdited();
     void escapeInACellKeepsItsValue();
     void namesAndAliasesAreNotEdited();
     void editorSortedByItsHeaderSendsTheRightSetting();
-    void measurementsAreLookedAtAlone();
+    void measurementsAreReadOnly();
 
-    void stateIsTold_data();
-    void stateIsTold();
-    void missingHealthIsTold();
-    void rareFailureIsTold_data();
-    void rareFailureIsTold();
-    void missingTimeIsTold();
-    void boxGoesByEveryRoad_data();
-    void boxGoesByEveryRoad();
+    void stateIsShown_data();
+    void stateIsShown();
+    void missingHealthIsShown();
+    void rareFailureIsShown_data();
+    void rareFailureIsShown();
+    void missingTimeIsReported();
+    void boxClosesByEachInput_data();
+    void boxClosesByEachInput();
 
     void cancelledOpenDialogChangesNothing_data();
     void cancelledOpenDialogChangesNothing();
-    void backupFileWithoutContentsIsTold();
+    void emptyBackupFileIsReported();
 
 private:
-    QPoint cell(int row, int column);
-    int rowOf(const char *alias);
+    int rowOf(const char *alias) { return setting(alias)->row(); }
     QLineEdit *cellEditor() { return editor()->findChild<QLineEdit *>(); }
     void openCellEditor(const QByteArray &how, const char *alias);
 };
 
-QPoint TestByHand::cell(int row, int column)
-{
-    editor()->scrollToItem(editor()->item(row, column));
-    return editor()->visualItemRect(editor()->item(row, column)).center();
-}
-
-int TestByHand::rowOf(const char *alias)
-{
-    return setting(alias)->row();
-}
-
-void TestByHand::openCellEditor(const QByteArray &how, const char *alias)
+void TestMainWindowControls::openCellEditor(const QByteArray &how, const char *alias)
 {
     QWidget *const cells = editor()->viewport();
-    const QPoint place = cell(rowOf(alias), valueColumn);
+    editor()->scrollToItem(setting(alias));
+    const QPoint place = editor()->visualItemRect(setting(alias)).center();
     QTest::mouseClick(cells, Qt::LeftButton, Qt::NoModifier, place);
     if (how == "double click") {
         QTest::mouseDClick(cells, Qt::LeftButton, Qt::NoModifier, place);
@@ -85,7 +74,7 @@ void TestByHand::openCellEditor(const QByteArray &how, const char *alias)
     }
 }
 
-void TestByHand::portIsChosenInTheList()
+void TestMainWindowControls::portIsChosenInTheList()
 {
     QVERIFY(startDevice());
     QVERIFY(startTool());
@@ -99,7 +88,7 @@ void TestByHand::portIsChosenInTheList()
     QVERIFY(connectByClick());
 }
 
-void TestByHand::unitsAreChosenInTheirLists()
+void TestMainWindowControls::unitsAreChosenInTheirLists()
 {
     QVERIFY(startConnected());
     QVERIFY(choose(child<QComboBox>("unit"), 1));
@@ -113,9 +102,9 @@ void TestByHand::unitsAreChosenInTheirLists()
     QCOMPARE(rememberedValue("pollutant unit").toInt(), 0);
 }
 
-void TestByHand::keysAloneConnectAndDisconnect()
+void TestMainWindowControls::keysAloneConnectAndDisconnect()
 {
-    const auto walk = [this](Qt::Key key, const char *name) {
+    const auto moveFocus = [this](Qt::Key key, const char *name) {
         for (int step = 0; step < 20; ++step) {
             QWidget *const focus = QApplication::focusWidget();
             if (focus == child<QWidget>(name)) {
@@ -127,16 +116,16 @@ void TestByHand::keysAloneConnectAndDisconnect()
     };
     QVERIFY(startDevice());
     QVERIFY(startTool());
-    QVERIFY(walk(Qt::Key_Tab, "connectButton"));
+    QVERIFY(moveFocus(Qt::Key_Tab, "connectButton"));
     QTest::keyClick(child<QPushButton>("connectButton"), Qt::Key_Space);
     QTRY_COMPARE(storedReadings(), 1);
-    // The button that had the focus is gone, and the one behind it has it.
-    QVERIFY(walk(Qt::Key_Backtab, "disconnectButton"));
+    // The button that had the focus is gone, and the next one has it.
+    QVERIFY(moveFocus(Qt::Key_Backtab, "disconnectButton"));
     QTest::keyClick(child<QPushButton>("disconnectButton"), Qt::Key_Space);
     QTRY_VERIFY(!queue().serialPort()->isOpen());
 }
 
-void TestByHand::loadSettingsButtonAsksForNothing()
+void TestMainWindowControls::loadSettingsButtonSendsNothing()
 {
     QVERIFY(startConnected());
     forgetCommands();
@@ -146,7 +135,7 @@ void TestByHand::loadSettingsButtonAsksForNothing()
     QCOMPARE(commands(), QStringList());
 }
 
-void TestByHand::cellIsEdited_data()
+void TestMainWindowControls::cellIsEdited_data()
 {
     QTest::addColumn<QByteArray>("how");
     for (const char *how : {"double click", "second click", "edit key", "any key"}) {
@@ -154,7 +143,7 @@ void TestByHand::cellIsEdited_data()
     }
 }
 
-void TestByHand::cellIsEdited()
+void TestMainWindowControls::cellIsEdited()
 {
     QFETCH(QByteArray, how);
     QVERIFY(startConnected());
@@ -174,12 +163,11 @@ void TestByHand::cellIsEdited()
     QCOMPARE(commands(), QStringList(text("set altitude=456")));
 }
 
-void TestByHand::escapeInACellKeepsItsValue()
+void TestMainWindowControls::escapeInACellKeepsItsValue()
 {
     QVERIFY(startConnected());
     forgetCommands();
-    openCellEditor("double click", "altitude");
-    QTRY_VERIFY(cellEditor() != nullptr);
+    QVERIFY(editCell(editor(), rowOf("altitude"), valueColumn) != nullptr);
     QTest::keyClicks(cellEditor(), text("999"));
     QTest::keyClick(cellEditor(), Qt::Key_Escape);
     QTRY_VERIFY(cellEditor() == nullptr);
@@ -188,19 +176,17 @@ void TestByHand::escapeInACellKeepsItsValue()
     QCOMPARE(commands(), QStringList());
 }
 
-void TestByHand::namesAndAliasesAreNotEdited()
+void TestMainWindowControls::namesAndAliasesAreNotEdited()
 {
     QVERIFY(startConnected());
     for (int column = 0; column < valueColumn; ++column) {
-        const QPoint place = cell(0, column);
-        QTest::mouseClick(editor()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
-        QTest::mouseDClick(editor()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
+        QVERIFY(editCell(editor(), 0, column) == nullptr);
         QTest::keyClick(editor(), Qt::Key_F2);
         QVERIFY(cellEditor() == nullptr);
     }
 }
 
-void TestByHand::editorSortedByItsHeaderSendsTheRightSetting()
+void TestMainWindowControls::editorSortedByItsHeaderSendsTheRightSetting()
 {
     QVERIFY(startConnected());
     const auto values = [this] {
@@ -224,7 +210,7 @@ void TestByHand::editorSortedByItsHeaderSendsTheRightSetting()
     QVERIFY(rowOf("altitude") != before);
 
     // Its row moves with the value.
-    typeSetting("altitude", text("9"));
+    QVERIFY(typeSetting("altitude", text("9")));
     QTRY_COMPARE(device().setting("altitude"), QByteArray("9"));
     expected[text("altitude")] = text("9");
     QCOMPARE(values(), expected);
@@ -234,13 +220,11 @@ void TestByHand::editorSortedByItsHeaderSendsTheRightSetting()
     QCOMPARE(commands().filter(text("set ")), QStringList(text("set altitude=9")));
 }
 
-void TestByHand::measurementsAreLookedAtAlone()
+void TestMainWindowControls::measurementsAreReadOnly()
 {
     QVERIFY(startConnected());
     const QMap<QString, QString> shown = shownValues();
-    const QPoint place = table()->visualItemRect(table()->item(0, 1)).center();
-    QTest::mouseClick(table()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
-    QTest::mouseDClick(table()->viewport(), Qt::LeftButton, Qt::NoModifier, place);
+    QVERIFY(editCell(table(), 0, 1) == nullptr);
     QTest::keyClick(table(), Qt::Key_F2);
     QTest::keyClick(table(), Qt::Key_5);
     QTest::mouseClick(table()->horizontalHeader()->viewport(), Qt::LeftButton, Qt::NoModifier,
@@ -249,19 +233,19 @@ void TestByHand::measurementsAreLookedAtAlone()
     QCOMPARE(shownValues(), shown);
 }
 
-void TestByHand::stateIsTold_data()
+void TestMainWindowControls::stateIsShown_data()
 {
     QTest::addColumn<int>("state");
     const char *const texts[] = {"Device is warming up", "Device is ready for measurements",
                                  "Device temperature is over the specified range",
                                  "Device has not stabilized yet", "Device has hardware error"};
     int state = 0;
-    for (const char *told : texts) {
-        QTest::addRow("%s", told) << state++;
+    for (const char *shown : texts) {
+        QTest::addRow("%s", shown) << state++;
     }
 }
 
-void TestByHand::stateIsTold()
+void TestMainWindowControls::stateIsShown()
 {
     QFETCH(int, state);
     QVERIFY(startConnected());
@@ -273,7 +257,7 @@ void TestByHand::stateIsTold()
     QCOMPARE(bar->styleSheet().contains(text("green")), state == 1);
 }
 
-void TestByHand::missingHealthIsTold()
+void TestMainWindowControls::missingHealthIsShown()
 {
     QVERIFY(startConnected());
     QCOMPARE(field("deviceHealth"), text("98%"));
@@ -282,12 +266,12 @@ void TestByHand::missingHealthIsTold()
     QTRY_COMPARE(field("deviceHealth"), text("N/A"));
 }
 
-void TestByHand::rareFailureIsTold_data()
+void TestMainWindowControls::rareFailureIsShown_data()
 {
     QTest::addColumn<int>("job");
-    QTest::addColumn<QString>("told");
-    const auto row = [](const char *name, SerialPortJobType job, const QString &told) {
-        QTest::addRow("%s", name) << static_cast<int>(job) << told;
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char *name, SerialPortJobType job, const QString &message) {
+        QTest::addRow("%s", name) << static_cast<int>(job) << message;
     };
     row("model", SerialPortJobType::JobReadModel,
         portError + text("Unable to determine connected device type"));
@@ -299,42 +283,42 @@ void TestByHand::rareFailureIsTold_data()
         text("Unable to reboot device to begin firmware update"));
 }
 
-void TestByHand::rareFailureIsTold()
+void TestMainWindowControls::rareFailureIsShown()
 {
     QFETCH(int, job);
-    QFETCH(QString, told);
+    QFETCH(QString, message);
     QVERIFY(startConnected());
-    dialogs().answerBox(told, text("OK"));
-    // The queue gives up no job of these kinds, and the handler passes no failed restart on.
+    dialogs().answerBox(message, text("OK"));
+    // The queue never reports these jobs as failed, and the handler reports no failed restart.
     if (job == static_cast<int>(SerialPortJobType::JobReboot)) {
         emit tool().handler.actionFailed(SerialPortActionType::ActionRebootForFirmware);
     } else {
         emit queue().jobFailed(static_cast<SerialPortJobType>(job));
     }
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(isConnected());
     tool().controller.setMeasurementInterval(10);
     const int readings = storedReadings();
     QTRY_VERIFY(storedReadings() > readings);
 }
 
-void TestByHand::missingTimeIsTold()
+void TestMainWindowControls::missingTimeIsReported()
 {
     QVERIFY(startConnected());
     forgetCommands();
-    const QString told =
+    const QString message =
         portError + text("Set device clock failed: Unable to set time, invalid timestamp given:");
-    // Each error of the queue is told twice.
-    dialogs().answerBox(told, text("OK"));
-    dialogs().answerBox(told, text("OK"));
-    // The window always gives the time that it is.
+    // Each error of the queue is shown twice.
+    dialogs().answerBox(message, text("OK"));
+    dialogs().answerBox(message, text("OK"));
+    // The window always sends the current time.
     tool().handler.setDate(QDateTime());
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(waitUntilQuiet());
     QCOMPARE(commands(), QStringList());
 }
 
-void TestByHand::boxGoesByEveryRoad_data()
+void TestMainWindowControls::boxClosesByEachInput_data()
 {
     QTest::addColumn<int>("key");
     QTest::addRow("Return") << int(Qt::Key_Return);
@@ -343,12 +327,12 @@ void TestByHand::boxGoesByEveryRoad_data()
     QTest::addRow("frame") << 0;
 }
 
-void TestByHand::boxGoesByEveryRoad()
+void TestMainWindowControls::boxClosesByEachInput()
 {
     QFETCH(int, key);
     QVERIFY(startConnected());
     const auto answer = [=](QDialog *box) {
-        // The window behind it stays where it is.
+        // It blocks the main window's frame.
         QVERIFY(!closeByFrame(&window()));
         if (key == 0) {
             QVERIFY(closeByFrame(box));
@@ -369,12 +353,12 @@ void TestByHand::boxGoesByEveryRoad()
     QVERIFY(dialogs().isSatisfied());
     QVERIFY(waitUntilQuiet());
     QVERIFY(window().isVisible());
-    // Yes stands first, and has the focus.
+    // Yes is the first button and has the focus.
     const bool agreed = key == Qt::Key_Return || key == Qt::Key_Space;
     QCOMPARE(device().state("log"), QByteArray(agreed ? "0" : "5"));
 }
 
-void TestByHand::cancelledOpenDialogChangesNothing_data()
+void TestMainWindowControls::cancelledOpenDialogChangesNothing_data()
 {
     QTest::addColumn<QByteArray>("button");
     QTest::addColumn<QString>("caption");
@@ -382,7 +366,7 @@ void TestByHand::cancelledOpenDialogChangesNothing_data()
     QTest::addRow("memory") << QByteArray("restoreEepromButton") << QString(backupCaption);
 }
 
-void TestByHand::cancelledOpenDialogChangesNothing()
+void TestMainWindowControls::cancelledOpenDialogChangesNothing()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, caption);
@@ -401,7 +385,7 @@ void TestByHand::cancelledOpenDialogChangesNothing()
     QVERIFY(!waitDialog()->isVisible());
 }
 
-void TestByHand::backupFileWithoutContentsIsTold()
+void TestMainWindowControls::emptyBackupFileIsReported()
 {
     QVERIFY(startConnected());
     forgetCommands();
@@ -415,5 +399,5 @@ void TestByHand::backupFileWithoutContentsIsTold()
     QCOMPARE(commands(), QStringList());
 }
 
-KV_TEST_MAIN(TestByHand)
-#include "tst_byhand.moc"
+KV_TEST_MAIN(TestMainWindowControls)
+#include "tst_mainwindowcontrols.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/toolfixture.h"
+#include "tests/e2e/dialogrows.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/toolfixture.h"
 
 #include <QtWidgets/QMessageBox>
 
@@ -10,8 +11,8 @@ const QLatin1String portError("Error occurred with serial port communication: ")
 
 } // namespace
 
-/// Every modal dialog runs an event loop of its own, in which timers and device traffic go on and
-/// the code that opened the dialog stands still.
+/// Every modal dialog runs an event loop of its own, in which timers and device traffic go on while
+/// the code that opened the dialog is blocked.
 class TestNestedLoops : public ToolFixture
 {
     Q_OBJECT
@@ -21,53 +22,25 @@ private slots:
     void init() { beginCase(); }
     void cleanup() { endCase(); }
 
-    void readingsGoOnUnderADialog_data();
-    void readingsGoOnUnderADialog();
-    void boxFromAPollHoldsUpNothing();
-    void twoErrorsStandOnTopOfEachOther();
-    void closingTheWindowEndsTheProgram_data();
-    void closingTheWindowEndsTheProgram();
-    void closingDuringTheReadsOfAConnect();
-    void disconnectInTheMiddleOfEverything_data();
-    void disconnectInTheMiddleOfEverything();
-    void replyBehindTheDisconnectAsksTheClosedPort();
-    void objectsGoWithJobsInTheQueue();
-
-private:
-    bool startPolling(const QStringList &options = QStringList());
-    bool readingsArrive();
+    void readingsArriveDuringADialog_data();
+    void readingsArriveDuringADialog();
+    void boxFromAPollBlocksNothing();
+    void twoErrorsAreShownAboveEachOther();
+    void disconnectInAWaitDialogEndsItsJob_data();
+    void disconnectInAWaitDialogEndsItsJob();
+    void replyAfterTheDisconnectAsksTheClosedPort();
 };
 
-bool TestNestedLoops::startPolling(const QStringList &options)
+void TestNestedLoops::readingsArriveDuringADialog_data()
 {
-    if (!startDevice(options) || !startTool()) {
-        return false;
+    addDialogColumns();
+    addDialogRow({"log file dialog", "readLogButton", "Select where to save log to", ""});
+    for (const DialogRow &row : otherDialogRows) {
+        addDialogRow(row);
     }
-    tool().controller.setMeasurementInterval(20);
-    return connectByClick();
 }
 
-/// Whether readings reach the store, and the table shows the last one, while this is called.
-bool TestNestedLoops::readingsArrive()
-{
-    table()->item(0, 1)->setText(QString());
-    const int readings = storedReadings();
-    return waitFor([=] { return storedReadings() >= readings + 2; })
-        && !table()->item(0, 1)->text().isEmpty();
-}
-
-void TestNestedLoops::readingsGoOnUnderADialog_data()
-{
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QString>("title");
-    QTest::addRow("question") << QByteArray("eraseLogButton") << text("Clear log");
-    QTest::addRow("file dialog") << QByteArray("readLogButton")
-                                 << text("Select where to save log to");
-    QTest::addRow("export dialog")
-        << QByteArray("exportLocalMeasurementsButton") << text("Select measurements to export");
-}
-
-void TestNestedLoops::readingsGoOnUnderADialog()
+void TestNestedLoops::readingsArriveDuringADialog()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, title);
@@ -77,13 +50,13 @@ void TestNestedLoops::readingsGoOnUnderADialog()
         arrived = readingsArrive();
         dialog->reject();
     });
-    QVERIFY(click(button.constData()));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    child<QPushButton>(button.constData())->click();
+    QVERIFY(waitForAnswers());
     QVERIFY(arrived);
     QVERIFY(readingsArrive());
 }
 
-void TestNestedLoops::boxFromAPollHoldsUpNothing()
+void TestNestedLoops::boxFromAPollBlocksNothing()
 {
     QVERIFY(startPolling());
     bool arrived = false;
@@ -91,7 +64,7 @@ void TestNestedLoops::boxFromAPollHoldsUpNothing()
         arrived = readingsArrive();
         dialog->accept();
     });
-    // In the slot of the reading itself, so that the box nests in the delivery of the poll.
+    // In the slot of the reading, so that the box nests in the delivery of the poll.
     const auto once = std::make_shared<bool>(true);
     connect(&tool().handler, &SerialPortHandlerInterface::measurementsRead, &window(), [=] {
         if (*once) {
@@ -99,17 +72,17 @@ void TestNestedLoops::boxFromAPollHoldsUpNothing()
             window().showMessageBox(QMessageBox::Warning, text("In the middle of a poll"));
         }
     });
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(arrived);
 
     QVERIFY(readingsArrive());
-    // None was lost on the way: each answer of the device stands in the store.
+    // None was lost: each answer of the device is in the store.
     tool().controller.stopMeasurementPolling();
     QVERIFY(waitUntilQuiet());
     QCOMPARE(storedReadings(), commandCount("show meas$"));
 }
 
-void TestNestedLoops::twoErrorsStandOnTopOfEachOther()
+void TestNestedLoops::twoErrorsAreShownAboveEachOther()
 {
     QVERIFY(startPolling());
     QStringList answered;
@@ -128,102 +101,35 @@ void TestNestedLoops::twoErrorsStandOnTopOfEachOther()
     }
     emit tool().queue->error(text("one"));
     emit tool().queue->error(text("two"));
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QCOMPARE(highest, 4);
-    // The last one to come lies on top.
+    // The last one is on top.
     QCOMPARE(answered,
              QStringList({portError + text("two"), portError + text("two"), portError + text("one"),
                           portError + text("one")}));
     QVERIFY(readingsArrive());
 }
 
-void TestNestedLoops::closingTheWindowEndsTheProgram_data()
+void TestNestedLoops::disconnectInAWaitDialogEndsItsJob_data()
 {
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QString>("dialog");
-    QTest::addRow("nothing open") << QByteArray() << QString();
-    QTest::addRow("wait dialog") << QByteArray("readLogButton") << text("Reading log, please wait");
-    QTest::addRow("question") << QByteArray("eraseLogButton") << text("Clear log");
-    QTest::addRow("file dialog") << QByteArray("backupEepromButton")
-                                 << text("Select where to write eeprom backup");
-    QTest::addRow("export dialog")
-        << QByteArray("exportLocalMeasurementsButton") << text("Select measurements to export");
-    QTest::addRow("graph") << QByteArray("buttonShowGraph") << QString();
-    QTest::addRow("clock") << QByteArray("syncClockButton")
-                           << text("Setting device clock, please wait");
-}
-
-void TestNestedLoops::closingTheWindowEndsTheProgram()
-{
-    QFETCH(QByteArray, button);
-    QFETCH(QString, dialog);
-    QVERIFY(startPolling({text("--log-rows"), text("300")}));
-    bool met = dialog.isEmpty();
-    if (!dialog.isEmpty()) {
-        dialogs().answerDialog(dialog, [&](QDialog *) {
-            met = true;
-            QVERIFY(window().close());
-        });
+    addDialogColumns();
+    for (const DialogRow &row : waitDialogRows) {
+        // The clock's dialog closes before the clock is written.
+        if (row.command != QByteArray("date 2")) {
+            addDialogRow(row);
+        }
     }
-    const int code = runProgram([&] {
-        if (!button.isEmpty()) {
-            child<QPushButton>(button.constData())->click();
-        }
-        if (dialog.isEmpty()) {
-            QVERIFY(readingsArrive());
-            QVERIFY(window().close());
-        }
-    });
-    QCOMPARE(code, 0);
-    QVERIFY(met);
-    QVERIFY(!window().isVisible());
-    QVERIFY(!waitDialog()->isVisible());
-    QVERIFY(!topLevel("MeasurementGraph")->isVisible());
-    QCOMPARE(rememberedValue("graph to").isValid(), button == "buttonShowGraph");
-
-    // The rest of main: everything goes while the port is open, and jobs may wait.
-    const QWeakPointer<SerialPortInterface> port = queue().serialPort();
-    QVERIFY(port.toStrongRef()->isOpen());
-    m_tool.reset();
-    QVERIFY(port.isNull());
-    QCOMPARE(sqlite(text("pragma integrity_check")), QStringList(text("ok")));
 }
 
-void TestNestedLoops::closingDuringTheReadsOfAConnect()
-{
-    QVERIFY(startDevice({text("--fault"), text("unknown-model")}));
-    QVERIFY(startTool());
-    dialogs().answerDialog(text("Kv tool"), [this](QDialog *) { QVERIFY(window().close()); });
-    const int code = runProgram([this] { QVERIFY(click("connectButton")); });
-    QCOMPARE(code, 0);
-    m_tool.reset();
-}
-
-void TestNestedLoops::disconnectInTheMiddleOfEverything_data()
-{
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QByteArray>("running");
-    QTest::addRow("log") << QByteArray("readLogButton") << text("Reading log, please wait")
-                         << QByteArray("log --read=");
-    QTest::addRow("write") << QByteArray("writeToEepromButton")
-                           << text("Writing data to eeprom, please wait")
-                           << QByteArray("write --really");
-    QTest::addRow("backup") << QByteArray("backupEepromButton")
-                            << text("Waiting for eeprom backup to be created from the device")
-                            << QByteArray("eeprom --read_block");
-}
-
-void TestNestedLoops::disconnectInTheMiddleOfEverything()
+void TestNestedLoops::disconnectInAWaitDialogEndsItsJob()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, title);
-    QFETCH(QByteArray, running);
+    QFETCH(QByteArray, command);
     QVERIFY(startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
     dialogs().answerDialog(title, [=](QDialog *dialog) {
-        QTRY_VERIFY(commandCount(running.constData()) > 0);
-        // Behind the dialog no hand reaches the button; the end of a firmware update and the like
-        // do.
+        QTRY_VERIFY(commandCount(command.constData()) > 0);
+        // The dialog blocks the button, but the end of a firmware update, for example, disconnects.
         QVERIFY(!click("disconnectButton"));
         emit window().disconnectClicked();
         QTRY_VERIFY(!queue().serialPort()->isOpen());
@@ -232,30 +138,25 @@ void TestNestedLoops::disconnectInTheMiddleOfEverything()
         QVERIFY(dialog->isVisible());
         QVERIFY(press(cancelButton()));
     });
-    if (button == "writeToEepromButton") {
-        dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
-    } else if (button == "backupEepromButton") {
-        dialogs().answerFileDialog(text("Select where to write eeprom backup"),
-                                   file(text("backup.dat")));
-    }
+    prepareAnswers(button);
     child<QPushButton>(button.constData())->click();
-    QVERIFY(waitFor([this] { return dialogs().isSatisfied(); }));
+    QVERIFY(waitForAnswers());
     QVERIFY(!isConnected());
     QVERIFY(isVisible("connectButton"));
-    QVERIFY(!QFile::exists(file(text("backup.dat"))));
+    QVERIFY(button != "backupEepromButton" || !QFile::exists(jobFile()));
 
-    // A write that the device is at goes on there; the others leave it free to be connected anew.
+    // A write continues in the device; after the other jobs it can be connected again.
     if (button != "writeToEepromButton") {
         QVERIFY(connectByClick());
         QVERIFY(readingsArrive());
     }
 }
 
-void TestNestedLoops::replyBehindTheDisconnectAsksTheClosedPort()
+void TestNestedLoops::replyAfterTheDisconnectAsksTheClosedPort()
 {
     QVERIFY(startPolling());
     QVERIFY(disconnectByClick());
-    // The handler stays connected for its life: a count that was on its way asks for the rows.
+    // The handler's connections last for its life: a count that arrives late asks for the rows.
     QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
     emit queue().valueRead(SerialPortValueType::ValueLogCount, 3);
     QCoreApplication::sendPostedEvents();
@@ -268,17 +169,6 @@ void TestNestedLoops::replyBehindTheDisconnectAsksTheClosedPort()
     QVERIFY(connectByClick());
     QVERIFY(readingsArrive());
     QCOMPARE(commandCount("log"), 0);
-}
-
-void TestNestedLoops::objectsGoWithJobsInTheQueue()
-{
-    QVERIFY(startPolling({text("--fault"), text("silence@show health")}));
-    QVERIFY(click("synchronizeButton"));
-    QVERIFY(queue().currentJob());
-    QVERIFY(!queue().jobs().isEmpty());
-    const QWeakPointer<SerialPortJobInterface> running = queue().currentJob();
-    m_tool.reset();
-    QVERIFY(running.isNull());
 }
 
 KV_TEST_MAIN(TestNestedLoops)

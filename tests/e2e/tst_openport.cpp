@@ -90,7 +90,7 @@ void TestOpenPort::closingTheWindowEndsTheProgramAndClosesThePort()
     QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), QStringLiteral("settings.xml")));
     QSettings(QStringLiteral("Orvanta"), QStringLiteral("Kv tool"))
         .setValue(QStringLiteral("local storage path"), QDir::currentPath());
-    const PlatformNoiseFilter filter;
+    const PlatformMessageFilter filter;
     char name[] = "kvtool";
     char *arguments[] = {name, nullptr};
     QCOMPARE(toolMain(1, arguments), 0);

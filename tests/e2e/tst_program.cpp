@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/text.h"
 #include "tests/kit/uicoveragerecorder.h"
 
 #include <QtCore/QProcess>
@@ -12,11 +14,6 @@
 namespace {
 
 constexpr int waitMs = 30000;
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 const QString failedLoad =
     QStringLiteral("box 3 Failed to load configuration from file settings.xml");
@@ -38,21 +35,22 @@ private slots:
 
     void startsAndEndsWithItsWindow();
     void builtProgramReachesItsEventLoop();
-    void badModelFileIsToldAndPassedOver_data();
-    void badModelFileIsToldAndPassedOver();
-    void truncatedModelFileCountsAsFarAsItGoes();
-    void folderInPlaceOfTheModelFileIsTold();
+    void badModelFileIsReportedAndIgnored_data();
+    void badModelFileIsReportedAndIgnored();
+    void truncatedModelFileIsReadUpToItsEnd();
+    void folderInPlaceOfTheModelFileIsReported();
     void connectWithoutAnyPortDoesNothing();
     void storeGoesToTheFirstFolderThatOpens();
     void rememberedFolderComesFirst();
     void cancelledFolderDialogEndsWithoutAWindow();
-    void badModelFileIsToldBeforeTheFolderDialog();
-    void chosenFolderIsTakenAndRemembered();
+    void badModelFileIsReportedBeforeTheFolderDialog();
+    void chosenFolderIsUsedAndRemembered();
 
 private:
     QProcessEnvironment environment() const;
     void makeUnwritable();
     QStringList run(const QString &word);
+    QString rememberedFolder() const;
     QString path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -87,15 +85,21 @@ QProcessEnvironment TestProgram::environment() const
     return environment;
 }
 
-/// No standard folder can be made or written, by nobody: they are said to lie inside a file.
+/// Puts the standard folders inside a file, where even root can't create them.
 void TestProgram::makeUnwritable()
 {
-    QFile file(path("file"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(files::write(path("file"), QByteArray()));
     m_home = path("file/home");
 }
 
-/// What the probe saw, line by line.
+QString TestProgram::rememberedFolder() const
+{
+    return QSettings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat)
+        .value(text("local storage path"))
+        .toString();
+}
+
+/// Runs the probe; the lines that it prints.
 QStringList TestProgram::run(const QString &word)
 {
     QProcess program;
@@ -124,8 +128,7 @@ void TestProgram::builtProgramReachesItsEventLoop()
     program.setWorkingDirectory(path("work"));
     program.start(testpaths::buildFile("kvtool"), QStringList());
     QVERIFY(program.waitForStarted(waitMs));
-    // The store is the last thing that is opened before the window; the settings reach their file
-    // from the event loop alone.
+    // The store is opened last before the window; the event loop writes the settings.
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path("config/Orvanta/Kv tool.conf")), waitMs);
     QCOMPARE(program.state(), QProcess::Running);
     QVERIFY(QFile::exists(path("home/measurements.db")));
@@ -136,46 +139,37 @@ void TestProgram::builtProgramReachesItsEventLoop()
     QVERIFY(!program.readAllStandardError().contains("Sanitizer"));
 }
 
-void TestProgram::badModelFileIsToldAndPassedOver_data()
+void TestProgram::badModelFileIsReportedAndIgnored_data()
 {
     QTest::addColumn<QByteArray>("contents");
-    QFile sample(testpaths::sourceFile("settings.xml"));
-    QVERIFY(sample.open(QIODevice::ReadOnly));
-    const QByteArray all = sample.readAll();
+    const QByteArray all = files::contents(testpaths::sourceFile("settings.xml"));
     QTest::addRow("missing") << QByteArray();
     QTest::addRow("truncated before the first model") << all.left(all.indexOf("<Devices>"));
     QTest::addRow("not XML") << QByteArray("Transmitters:\n  - KVT-100\n");
     QTest::addRow("without models") << QByteArray("<KVTConfig><Devices></Devices></KVTConfig>");
 }
 
-void TestProgram::badModelFileIsToldAndPassedOver()
+void TestProgram::badModelFileIsReportedAndIgnored()
 {
     QFETCH(QByteArray, contents);
-    QFile file(path("work/settings.xml"));
-    QVERIFY(file.remove());
-    if (!contents.isNull()) {
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(contents), qint64(contents.size()));
-        file.close();
-    }
+    QVERIFY(QFile::remove(path("work/settings.xml")));
+    QVERIFY(contents.isNull() || files::write(path("work/settings.xml"), contents));
     QCOMPARE(run(text("close")),
              QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
     QCOMPARE(m_exitCode, 0);
 }
 
-void TestProgram::truncatedModelFileCountsAsFarAsItGoes()
+void TestProgram::truncatedModelFileIsReadUpToItsEnd()
 {
-    QFile file(path("work/settings.xml"));
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    const QByteArray all = file.readAll();
-    QVERIFY(file.resize(all.indexOf("<Device name=\"KVT-100\"") + 60));
-    file.close();
+    const QByteArray all = files::contents(path("work/settings.xml"));
+    QVERIFY(files::write(path("work/settings.xml"),
+                         all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
     QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
 }
 
-void TestProgram::folderInPlaceOfTheModelFileIsTold()
+void TestProgram::folderInPlaceOfTheModelFileIsReported()
 {
-    // Stands there, and can be read by nobody.
+    // It exists, and even root can't read it.
     QVERIFY(QFile::remove(path("work/settings.xml")));
     QVERIFY(QDir().mkdir(path("work/settings.xml")));
     QCOMPARE(run(text("close")),
@@ -185,9 +179,7 @@ void TestProgram::folderInPlaceOfTheModelFileIsTold()
 void TestProgram::connectWithoutAnyPortDoesNothing()
 {
     QCOMPARE(run(text("connect")), QStringList({text("window"), text("closing"), text("end 0")}));
-    QFile log(path("log"));
-    QVERIFY(log.open(QIODevice::ReadOnly));
-    QVERIFY(log.readAll().contains("Unable to connect with empty port name"));
+    QVERIFY(files::contents(path("log")).contains("Unable to connect with empty port name"));
 }
 
 void TestProgram::storeGoesToTheFirstFolderThatOpens()
@@ -195,8 +187,7 @@ void TestProgram::storeGoesToTheFirstFolderThatOpens()
     // The data folder does not exist, and the program makes none: the home folder is next.
     QCOMPARE(run(text("close")).last(), text("end 0"));
     QVERIFY(QFile::exists(path("home/measurements.db")));
-    QSettings settings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat);
-    QCOMPARE(settings.value(text("local storage path")).toString(), path("home"));
+    QCOMPARE(rememberedFolder(), path("home"));
 }
 
 void TestProgram::rememberedFolderComesFirst()
@@ -213,29 +204,29 @@ void TestProgram::rememberedFolderComesFirst()
 void TestProgram::cancelledFolderDialogEndsWithoutAWindow()
 {
     makeUnwritable();
-    const QStringList seen = run(text("cancel"));
-    QCOMPARE(seen.size(), 4);
-    QCOMPARE(seen.mid(0, 2), QStringList({folderWanted, folderDialog}));
-    QVERIFY2(seen.at(2).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
-                                        "write to default location: ")
-                                   + m_home),
-             qPrintable(seen.at(2)));
-    QVERIFY(seen.at(2).endsWith(text(" and no replacement directory was chosen. Exiting!")));
-    QCOMPARE(seen.at(3), text("end 0"));
+    const QStringList lines = run(text("cancel"));
+    QCOMPARE(lines.size(), 4);
+    QCOMPARE(lines.mid(0, 2), QStringList({folderWanted, folderDialog}));
+    QVERIFY2(lines.at(2).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
+                                         "write to default location: ")
+                                    + m_home),
+             qPrintable(lines.at(2)));
+    QVERIFY(lines.at(2).endsWith(text(" and no replacement directory was chosen. Exiting!")));
+    QCOMPARE(lines.at(3), text("end 0"));
     QCOMPARE(m_exitCode, 0);
-    QVERIFY(!seen.contains(text("window")));
+    QVERIFY(!lines.contains(text("window")));
 }
 
-void TestProgram::badModelFileIsToldBeforeTheFolderDialog()
+void TestProgram::badModelFileIsReportedBeforeTheFolderDialog()
 {
     makeUnwritable();
     QVERIFY(QFile::remove(path("work/settings.xml")));
-    const QStringList seen = run(text("cancel"));
-    QCOMPARE(seen.mid(0, 3), QStringList({failedLoad, folderWanted, folderDialog}));
+    const QStringList lines = run(text("cancel"));
+    QCOMPARE(lines.mid(0, 3), QStringList({failedLoad, folderWanted, folderDialog}));
     QCOMPARE(m_exitCode, 0);
 }
 
-void TestProgram::chosenFolderIsTakenAndRemembered()
+void TestProgram::chosenFolderIsUsedAndRemembered()
 {
     makeUnwritable();
     QCOMPARE(run(path("data")),
@@ -244,8 +235,7 @@ void TestProgram::chosenFolderIsTakenAndRemembered()
                                "directory."),
                           folderDialog, text("window"), text("closing"), text("end 0")}));
     QVERIFY(QFile::exists(path("data/measurements.db")));
-    QSettings settings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat);
-    QCOMPARE(settings.value(text("local storage path")).toString(), path("data"));
+    QCOMPARE(rememberedFolder(), path("data"));
 }
 
 KV_TEST_CORE_MAIN(TestProgram)

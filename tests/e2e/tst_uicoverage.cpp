@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/text.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>
@@ -8,31 +10,24 @@
 
 namespace {
 
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 QString contents(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromUtf8(files::contents(path));
 }
 
-// Wired, but hidden for now: a scenario can press them by code alone.
-const QStringList outOfReach{QStringLiteral("MainWindow.backupEepromButton"),
-                             QStringLiteral("MainWindow.restoreEepromButton")};
+// Connected, but hidden for now: tests can only click them by code.
+const QStringList hiddenButtons{QStringLiteral("MainWindow.backupEepromButton"),
+                                QStringLiteral("MainWindow.restoreEepromButton")};
 
-// What the program can't show. The rows of an export are as many as the measurements, and that
-// there are some has been looked at before.
+// Never shown: an export has as many rows as measurements, whose number was checked before.
 const QStringList neverShown{QStringLiteral("No measurements to save")};
 
-// Part of other texts, of a table's header, or of a file.
+// Part of another text, of a table's header or of a file.
 const QStringList notOnScreen{QStringLiteral("Timestamp"), QStringLiteral("firmware"),
                               QStringLiteral("CSV files (*.csv)"), QStringLiteral("Name"),
                               QStringLiteral("Value")};
 
-/// In one order, so that a failure tells what is missing.
+/// Sorted, so that a failure shows what is missing.
 QString listed(const QSet<QString> &names)
 {
     QStringList all(names.begin(), names.end());
@@ -42,9 +37,9 @@ QString listed(const QSet<QString> &names)
 
 } // namespace
 
-/// All scenarios together: no control, dialog or text of the tool that none of them has met. It
-/// reads the notes of UiCoverageRecorder, which ctest has made before it.
-class TestEveryButton : public QObject
+/// Checks the records of UiCoverageRecorder that the end-to-end tests have left: together they show
+/// and use every window, control and text of the tool.
+class TestUiCoverage : public QObject
 {
     Q_OBJECT
 
@@ -53,10 +48,10 @@ private slots:
 
     void everyFormIsShown();
     void everyControlIsPressed();
-    void controlsOutOfReachAreClicked();
+    void hiddenButtonsAreClicked();
     void everyWindowIsClosedByItsFrame();
     void everyDialogGetsTheEscapeKey();
-    void everyTextIsSeen();
+    void everyTextIsShown();
     void everyQuestionIsAnsweredBothWays();
     void everyFileDialogIsAcceptedAndCancelled();
 
@@ -64,45 +59,46 @@ private:
     static QStringList programTexts(const char *folder, const char *call);
     static QStringList programTexts();
     static QStringList serialErrors();
-    bool isSeen(const QString &programText);
-    QSet<QString> subjects(const char *word);
+    bool isShown(const QString &programText);
+    QSet<QString> subjects(const char *event);
 
-    QMap<QString, QMap<QString, QStringList>> m_notes;
+    QMap<QString, QMap<QString, QStringList>> m_records;
 };
 
-void TestEveryButton::initTestCase()
+void TestUiCoverage::initTestCase()
 {
     const QStringList scenarios = text(KV_SCENARIOS).split(QLatin1Char(','));
     for (const QString &scenario : scenarios) {
-        const QString notes = contents(text(KV_NOTES_FOLDER "/") + scenario + text(".txt"));
-        QVERIFY2(!notes.isEmpty(), qPrintable(scenario));
-        const QStringList lines = notes.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        const QString records = contents(text(KV_RECORDS_FOLDER "/") + scenario + text(".txt"));
+        QVERIFY2(!records.isEmpty(), qPrintable(scenario));
+        const QStringList lines = records.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         for (const QString &line : lines) {
             const QStringList fields = line.split(QLatin1Char('\t'));
             QCOMPARE(fields.size(), 3);
-            m_notes[fields.at(0)][fields.at(1)].append(fields.at(2));
+            m_records[fields.at(0)][fields.at(1)].append(fields.at(2));
         }
     }
-    QFile inventory(text(KV_NOTES_FOLDER "/inventory.txt"));
+    QFile inventory(text(KV_RECORDS_FOLDER "/inventory.txt"));
     QVERIFY(inventory.open(QIODevice::WriteOnly));
-    for (auto word = m_notes.constBegin(); word != m_notes.constEnd(); ++word) {
-        for (auto note = word->constBegin(); note != word->constEnd(); ++note) {
-            const QString scenario = note->size() == 1
-                ? note->first()
-                : text("%1 and %2 more").arg(note->first()).arg(note->size() - 1);
-            inventory.write(text("%1\t%2\t%3\n").arg(word.key(), note.key(), scenario).toUtf8());
+    for (auto event = m_records.constBegin(); event != m_records.constEnd(); ++event) {
+        for (auto record = event->constBegin(); record != event->constEnd(); ++record) {
+            const QString scenario = record->size() == 1
+                ? record->first()
+                : text("%1 and %2 more").arg(record->first()).arg(record->size() - 1);
+            inventory.write(text("%1\t%2\t%3\n").arg(event.key(), record.key(), scenario).toUtf8());
         }
     }
 }
 
-QSet<QString> TestEveryButton::subjects(const char *word)
+QSet<QString> TestUiCoverage::subjects(const char *event)
 {
-    const QStringList keys = m_notes.value(QLatin1String(word)).keys();
+    const QStringList keys = m_records.value(QLatin1String(event)).keys();
     return QSet<QString>(keys.begin(), keys.end());
 }
 
-/// The texts for the user in the sources of @p folder behind @p call, with their placeholders.
-QStringList TestEveryButton::programTexts(const char *folder, const char *call)
+/// The texts for the user in the sources of @p folder as arguments of @p call, with their
+/// placeholders.
+QStringList TestUiCoverage::programTexts(const char *folder, const char *call)
 {
     const QRegularExpression literal(text(call)
                                      + text("\\(\\s*((?:\"(?:[^\"\\\\]|\\\\.)*\"\\s*)+)"));
@@ -121,19 +117,19 @@ QStringList TestEveryButton::programTexts(const char *folder, const char *call)
     return texts;
 }
 
-/// Texts of the window and its controller, and the errors of the floor below, which a box repeats
-/// behind words of its own.
-QStringList TestEveryButton::programTexts()
+/// Texts of the windows and the controller, and the errors of the serial layer, which a box shows
+/// after a text of its own.
+QStringList TestUiCoverage::programTexts()
 {
     return programTexts("control", "\\btr") + programTexts("ui", "\\btr") + serialErrors();
 }
 
-QStringList TestEveryButton::serialErrors()
+QStringList TestUiCoverage::serialErrors()
 {
     return programTexts("serial", "\\berror\\(tr");
 }
 
-bool TestEveryButton::isSeen(const QString &programText)
+bool TestUiCoverage::isShown(const QString &programText)
 {
     const QStringList parts = programText.split(QRegularExpression(text("%[1-9]")));
     QStringList patterns;
@@ -145,12 +141,12 @@ bool TestEveryButton::isSeen(const QString &programText)
     }
     const QRegularExpression pattern(
         QRegularExpression::anchoredPattern(patterns.join(text(".*"))));
-    const QStringList seen = m_notes.value(text("text")).keys();
-    return std::any_of(seen.begin(), seen.end(),
+    const QStringList shown = m_records.value(text("text")).keys();
+    return std::any_of(shown.begin(), shown.end(),
                        [&](const QString &one) { return pattern.match(one).hasMatch(); });
 }
 
-void TestEveryButton::everyFormIsShown()
+void TestUiCoverage::everyFormIsShown()
 {
     const QDir sources(testpaths::sourceFile("src/ui"));
     const QStringList forms = sources.entryList({text("*.ui")}, QDir::Files);
@@ -163,52 +159,52 @@ void TestEveryButton::everyFormIsShown()
     QCOMPARE(listed(missing - subjects("shown")), QString());
 }
 
-void TestEveryButton::everyControlIsPressed()
+void TestUiCoverage::everyControlIsPressed()
 {
     const QSet<QString> offered = subjects("offered");
     QVERIFY(offered.size() > 30);
-    const QSet<QString> hidden(outOfReach.begin(), outOfReach.end());
+    const QSet<QString> hidden(hiddenButtons.begin(), hiddenButtons.end());
     QCOMPARE(listed(offered - subjects("pressed")), listed(hidden));
 }
 
-void TestEveryButton::controlsOutOfReachAreClicked()
+void TestUiCoverage::hiddenButtonsAreClicked()
 {
-    for (const QString &button : outOfReach) {
+    for (const QString &button : hiddenButtons) {
         QVERIFY2(subjects("clicked").contains(button), qPrintable(button));
     }
 }
 
-void TestEveryButton::everyWindowIsClosedByItsFrame()
+void TestUiCoverage::everyWindowIsClosedByItsFrame()
 {
     QCOMPARE(listed(subjects("shown") - subjects("closed")), QString());
 }
 
-void TestEveryButton::everyDialogGetsTheEscapeKey()
+void TestUiCoverage::everyDialogGetsTheEscapeKey()
 {
     QCOMPARE(listed(subjects("shown") - subjects("escaped")), text("MainWindow"));
 }
 
-void TestEveryButton::everyTextIsSeen()
+void TestUiCoverage::everyTextIsShown()
 {
     const QStringList all = programTexts();
     QVERIFY(all.size() > 40);
     QStringList missing;
     for (const QString &one : all) {
-        if (!notOnScreen.contains(one) && !isSeen(one)) {
+        if (!notOnScreen.contains(one) && !isShown(one)) {
             missing.append(one);
         }
     }
     QCOMPARE(missing.join(text("; ")), neverShown.join(text("; ")));
 }
 
-void TestEveryButton::everyQuestionIsAnsweredBothWays()
+void TestUiCoverage::everyQuestionIsAnsweredBothWays()
 {
     const QSet<QString> ends = subjects("ended");
     int questions = 0;
     for (const QString &end : ends) {
         const QString yes = text(" = Yes");
         const QString no = text(" = No");
-        // The file dialog's own question is not the tool's.
+        // The file dialog asks a question of its own.
         if ((end.endsWith(yes) || end.endsWith(no)) && !end.contains(text("already exists"))) {
             const QString question = end.left(end.lastIndexOf(text(" = ")));
             QVERIFY2(ends.contains(question + yes), qPrintable(question));
@@ -219,7 +215,7 @@ void TestEveryButton::everyQuestionIsAnsweredBothWays()
     QCOMPARE(questions, 2 * 3);
 }
 
-void TestEveryButton::everyFileDialogIsAcceptedAndCancelled()
+void TestUiCoverage::everyFileDialogIsAcceptedAndCancelled()
 {
     const QSet<QString> ends = subjects("ended");
     const QStringList captions =
@@ -231,5 +227,5 @@ void TestEveryButton::everyFileDialogIsAcceptedAndCancelled()
     }
 }
 
-KV_TEST_CORE_MAIN(TestEveryButton)
-#include "tst_everybutton.moc"
+KV_TEST_CORE_MAIN(TestUiCoverage)
+#include "tst_uicoverage.moc"

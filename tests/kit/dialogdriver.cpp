@@ -77,6 +77,11 @@ void DialogDriver::answerDialog(const QString &title, const Action &action)
         {title, [title](const QDialog *dialog) { return dialog->windowTitle() == title; }, action});
 }
 
+void DialogDriver::escapeDialog(const QString &title)
+{
+    answerDialog(title, [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+}
+
 bool DialogDriver::isSatisfied() const
 {
     return m_answers.isEmpty() && m_unexpected.isEmpty();
@@ -86,7 +91,7 @@ QString DialogDriver::complaint() const
 {
     QStringList parts;
     for (const Answer &answer : m_answers) {
-        parts.append(QStringLiteral("no dialog said \"%1\"").arg(answer.expectation));
+        parts.append(QStringLiteral("no dialog \"%1\"").arg(answer.expectation));
     }
     for (const QString &text : m_unexpected) {
         parts.append(QStringLiteral("unexpected dialog \"%1\"").arg(text));
@@ -102,8 +107,8 @@ void DialogDriver::reset()
 
 void DialogDriver::schedule()
 {
-    // A fresh single shot each time: an action that opens another dialog nests an event loop, in
-    // which a timer that is being served would stand still.
+    // A new single shot each time: an action that opens another dialog nests an event loop, in
+    // which the timer of the running slot doesn't fire.
     QTimer::singleShot(lookIntervalMs, this, &DialogDriver::look);
 }
 
@@ -111,23 +116,23 @@ void DialogDriver::look()
 {
     schedule();
     auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-    if (dialog != m_met) {
-        m_met = dialog;
+    if (dialog != m_current) {
+        m_current = dialog;
         if (dialog) {
-            meet(dialog);
+            answer(dialog);
         }
     }
 }
 
-void DialogDriver::meet(QDialog *dialog)
+void DialogDriver::answer(QDialog *dialog)
 {
-    // Chosen before the dialog is shown around: that takes time, in which its title may change.
-    const auto fitting = std::find_if(m_answers.begin(), m_answers.end(),
-                                      [&](const Answer &answer) { return answer.fits(dialog); });
+    // Chosen before the screenshot, which takes time in which the title may change.
+    const auto match = std::find_if(m_answers.begin(), m_answers.end(),
+                                    [&](const Answer &answer) { return answer.matches(dialog); });
     Action action;
-    if (fitting != m_answers.end()) {
-        action = fitting->action;
-        m_answers.erase(fitting);
+    if (match != m_answers.end()) {
+        action = match->action;
+        m_answers.erase(match);
     }
     const QPointer<QDialog> shown = dialog;
     if (onDialogShown) {

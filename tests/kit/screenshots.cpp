@@ -26,12 +26,8 @@ void takeScreenshot(QWidget *window)
                        .arg(UiCoverageRecorder::nameOf(window)));
 }
 
-void saveScreenshot(const QWidget *window, const QString &path)
+void saveScreenshot(const QWidget *window, const QString &path, int frameMs, int paintMs)
 {
-    constexpr int frameMs = 300;
-    constexpr int paintMs = 40;
-    // A display without a window manager gives no frame. Nothing signals that the frame and the
-    // contents have been painted by processes of their own.
     (void)QTest::qWaitFor([=] { return window->frameGeometry() != window->geometry(); }, frameMs);
     QTest::qWait(paintMs);
     const QRect frame = window->frameGeometry();

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/toolfixture.h"
 
+#include "common/measurementtypeutils.h"
 #include "tests/kit/screenshots.h"
 #include "tests/kit/uicoveragerecorder.h"
+#include "ui/configurationloader.h"
 
 namespace {
 
@@ -141,9 +143,9 @@ bool ToolFixture::disconnectByClick()
     return click("disconnectButton") && waitFor([this] { return !queue().serialPort()->isOpen(); });
 }
 
-void ToolFixture::typeSetting(const char *alias, const QString &value)
+bool ToolFixture::typeSetting(const char *alias, const QString &value)
 {
-    QVERIFY(typeIntoCell(editor(), setting(alias)->row(), setting(alias)->column(), value));
+    return typeIntoCell(editor(), setting(alias)->row(), setting(alias)->column(), value);
 }
 
 QMetaObject::Connection ToolFixture::atProgress(int percentage, const std::function<void()> &action)
@@ -166,6 +168,54 @@ bool ToolFixture::waitUntilQuiet()
         QCoreApplication::processEvents();
         return wasIdle && isIdle();
     });
+}
+
+void ToolFixture::prepareAnswers(const QByteArray &button)
+{
+    constexpr int memoryBytes = 65536;
+    constexpr int imageBytes = 16 * 2000;
+    const struct
+    {
+        const char *button;
+        const char *question;
+        const char *caption;
+        int bytes; ///< of the file to be read
+    } jobs[] = {
+        {"readLogButton", nullptr, nullptr, 0},
+        {"syncClockButton", nullptr, nullptr, 0},
+        {"writeToEepromButton", "Are you sure you want to write settings to EEPROM?", nullptr, 0},
+        {"backupEepromButton", nullptr, "Select where to write eeprom backup", 0},
+        {"restoreEepromButton", nullptr, "Select eeprom backup file", memoryBytes},
+        {"updateFirmwareButton", "Are you sure you wish to continue?", "Select firmware file",
+         imageBytes},
+    };
+    for (const auto &job : jobs) {
+        if (button != job.button) {
+            continue;
+        }
+        if (job.bytes > 0) {
+            QVERIFY(write(jobFile(), QByteArray(job.bytes, 'j')));
+        }
+        if (job.question != nullptr) {
+            dialogs().answerBox(text(job.question), text("Yes"));
+        }
+        if (job.caption != nullptr) {
+            dialogs().answerFileDialog(text(job.caption), jobFile());
+        }
+    }
+}
+
+QString ToolFixture::chooseFileInRemovedFolder(const QString &caption)
+{
+    const QString folder = file(text("no-folder"));
+    const QString path = folder + text("/file.csv");
+    dialogs().answerDialog(caption, [=](QDialog *dialog) {
+        QVERIFY(QDir().mkdir(folder));
+        dialog->findChild<QLineEdit *>(text("fileNameEdit"))->setText(path);
+        QVERIFY(QDir().rmdir(folder));
+        dialog->done(QDialog::Accepted);
+    });
+    return path;
 }
 
 bool ToolFixture::waitForAnswers()
@@ -202,6 +252,63 @@ QMap<QString, QString> ToolFixture::shownValues()
                       table()->item(row, 1)->text());
     }
     return values;
+}
+
+QMap<QString, QString> ToolFixture::expectedValues()
+{
+    QMap<QString, DeviceConfiguration> models;
+    ConfigurationLoader loader;
+    loader.load(models, text("settings.xml"));
+    const auto items = models.value(field("modelNumber")).measurementItems;
+    const MeasurementDisplayOptions options;
+    QMap<QString, QString> values;
+    const QList<QByteArray> pairs = device().measurements();
+    for (const QByteArray &pair : pairs) {
+        const QString name = QString::fromLatin1(pair.left(pair.indexOf('=')));
+        const double value = MeasurementTypeUtils::convertToDisplayUnit(
+            pair.mid(pair.indexOf('=') + 1).toDouble(), name, options, items);
+        const QString unit = MeasurementTypeUtils::displayUnitText(name, items, options);
+        values.insert(name, text("%1 %2").arg(value).arg(unit));
+    }
+    return values;
+}
+
+QStringList ToolFixture::deviceValues()
+{
+    QStringList values;
+    const QList<QByteArray> pairs = device().measurements();
+    for (const QByteArray &pair : pairs) {
+        const int equals = pair.indexOf('=');
+        values.append(text("%1|%2")
+                          .arg(QString::fromLatin1(pair.left(equals)))
+                          .arg(pair.mid(equals + 1).toDouble(), 0, 'f', 2));
+    }
+    values.sort();
+    return values;
+}
+
+QStringList ToolFixture::lastStoredValues() const
+{
+    return sqlite(text("select t.name, printf('%.2f', v.value) from measurement_value v join "
+                       "measurement_type t on t.id = v.measurement_type_id where v.measurement_id "
+                       "= (select max(id) from measurement_metadata) order by t.name"));
+}
+
+bool ToolFixture::csvEqualsStore(const QString &csv, const QString &type, const QDateTime &from,
+                                 const QDateTime &to, double factor, double offset) const
+{
+    constexpr int allDigits = 17;
+    QProcess python;
+    python.start(text("python3"),
+                 {testpaths::sourceFile("tests/kit/csvequalsstore.py"), csv, storePath(), type,
+                  QString::number(factor, 'g', allDigits), QString::number(offset),
+                  QString::number(from.toMSecsSinceEpoch()),
+                  QString::number(to.toMSecsSinceEpoch())});
+    const bool isEqual = python.waitForFinished(waitMs) && python.exitCode() == 0;
+    if (!isEqual) {
+        qWarning() << python.readAllStandardOutput() << python.readAllStandardError();
+    }
+    return isEqual;
 }
 
 QStringList ToolFixture::sqlite(const QString &query) const

@@ -88,7 +88,7 @@ protected:
     bool disconnectByClick();
 
     /// Types @p value into the cell of the setting @p alias.
-    void typeSetting(const char *alias, const QString &value);
+    bool typeSetting(const char *alias, const QString &value);
 
     /// Runs @p action once, from the event loop, when the wait dialog's bar shows @p percentage or
     /// more. The connection that is returned ends the wait.
@@ -96,6 +96,17 @@ protected:
 
     /// Waits until each request to the device has been answered and delivered.
     bool waitUntilQuiet();
+
+    /// Prepares the answers to the question and file dialog between the main window's button
+    /// @p button and its wait dialog. The file of the file dialog is jobFile().
+    void prepareAnswers(const QByteArray &button);
+
+    /// The file that prepareAnswers() chooses; written before if it is to be read.
+    QString jobFile() const { return file(QStringLiteral("job.dat")); }
+
+    /// Prepares the answer of a file dialog with a path whose folder is removed before the file is
+    /// written; returns the path.
+    QString chooseFileInRemovedFolder(const QString &caption);
 
     /// Waits until each prepared answer of dialogs() has been given.
     bool waitForAnswers();
@@ -129,6 +140,16 @@ protected:
     /// The texts of the measurement table by raw name.
     QMap<QString, QString> shownValues();
 
+    /// The texts that shownValues() should have for the device's last reading and the initial
+    /// units.
+    QMap<QString, QString> expectedValues();
+
+    /// The last reading of the device and of the store, as "NAME|1.50", sorted by name.
+    /// @{
+    QStringList deviceValues();
+    QStringList lastStoredValues() const;
+    /// @}
+
     /// @}
     /// @name Files and device
     /// @{
@@ -145,6 +166,11 @@ protected:
 
     /// The lines that SQLite's own client prints for @p query.
     QStringList sqlite(const QString &query) const;
+
+    /// Whether the CSV file has the values of @p type between @p from and @p to as the store has
+    /// them, with @p offset added and then multiplied by @p factor. Python reads both.
+    bool csvEqualsStore(const QString &csv, const QString &type, const QDateTime &from,
+                        const QDateTime &to, double factor = 1.0, double offset = 0.0) const;
 
     /// The number of readings in the store, read through a connection of its own.
     int storedReadings() const;

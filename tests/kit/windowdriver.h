@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtWidgets/QDialogButtonBox>
 #include <functional>
 
@@ -17,7 +18,7 @@ class QProgressBar;
 class QPushButton;
 class QTableWidget;
 
-/// Mouse and keyboard input at the real windows, as a user gives it.
+/// Mouse and keyboard input at the real windows, as a user gives it. A base class of fixtures.
 ///
 /// The steps that can fail return whether they worked; those that wait do so up to waitMs.
 class WindowDriver
@@ -65,6 +66,13 @@ public:
     /// Closes @p window by its frame, as the window system does: not while a modal dialog blocks
     /// it.
     static bool closeByFrame(QWidget *window);
+
+    /// The widget of this class and object name in @p form; null when there is none.
+    template <typename T>
+    static T *part(const QWidget *form, const char *name)
+    {
+        return form->findChild<T *>(QLatin1String(name));
+    }
 
     /// The window with this object name, shown or not; null when there is none.
     static QWidget *topLevel(const char *name);

@@ -1,207 +1,100 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The part of the tour that works on the device: log, clock, stored settings, firmware.
-#include "demo/tour.h"
+// The tour's steps that work on the device: log, clock, stored settings, firmware.
+#include "tests/e2e/tour/tour.h"
 
-#include <QtTest/QTest>
-#include <QtWidgets/QDateTimeEdit>
-#include <QtWidgets/QProgressBar>
-#include <QtWidgets/QPushButton>
-
-namespace {
-
-constexpr int jobTimeoutMs = 60000;
-constexpr int imageSize = 64 * 1024 + 5; // not a multiple of a block
-
-/// Tells a listener the values of the wait dialog's bar as long as it lives.
-class ProgressWatch
+bool Tour::readLog()
 {
-public:
-    ProgressWatch(const QWidget *waitDialog, const std::function<void(int)> &listener)
-        : ProgressWatch(waitDialog->findChild<QProgressBar *>(), listener)
-    {
-    }
-    ~ProgressWatch() { QObject::disconnect(m_connection); }
-    Q_DISABLE_COPY(ProgressWatch)
-
-private:
-    // By the event loop: a listener may press Cancel, which must not happen inside the report.
-    ProgressWatch(QProgressBar *bar, const std::function<void(int)> &listener)
-        : m_connection(
-            QObject::connect(bar, &QProgressBar::valueChanged, bar, listener, Qt::QueuedConnection))
-    {
-    }
-
-    QMetaObject::Connection m_connection;
-};
-
-QStringList lines(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        return QStringList();
-    }
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QString path = file(text("log.csv"));
+    QList<int> progress;
+    const auto recording = connect(bar(), &QProgressBar::valueChanged, bar(),
+                                   [&](int value) { progress.append(value); });
+    dialogs().answerFileDialog(text("Select where to save log to"), path);
+    const bool saved = click("readLogButton") && waitFor([=] { return QFile::exists(path); });
+    disconnect(recording);
+    return saved && progress.size() > 10;
 }
 
-/// The CSV line that a row of the device's log ("2026-01-02T03:04:05,1.5,7") becomes.
-QString csvLine(const QString &record)
+bool Tour::compareLog()
 {
-    QStringList fields = record.split(QLatin1Char(','));
-    QDateTime time = QDateTime::fromString(fields.takeFirst(), Qt::ISODate);
-    time.setTimeSpec(Qt::UTC);
-    QStringList cells(time.toLocalTime().toString(Qt::ISODate));
-    for (const QString &field : qAsConst(fields)) {
-        cells.append(QString::number(field.toDouble(), 'g', 6));
-    }
-    return cells.join(QLatin1Char(','));
+    const QStringList lines = QString::fromUtf8(contents(file(text("log.csv"))))
+                                  .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return lines.size() > 1 && lines == device().logAsCsv();
 }
 
-QByteArray firmwareImage()
+bool Tour::cancelLog()
 {
-    // Every byte value, the answers of the bootloader and line ends among them.
-    QByteArray image(imageSize, '\0');
-    quint32 state = 12345;
-    for (char &byte : image) {
-        state = state * 1664525U + 1013904223U;
-        byte = static_cast<char>(state >> 24U);
-    }
-    return image;
-}
-
-} // namespace
-
-bool Tour::readTheLog()
-{
-    const QString path = file(QStringLiteral("log.csv"));
-    return step(QStringLiteral("Read the log into a CSV file; the bar moves"),
-                [=] {
-                    QList<int> progress;
-                    const ProgressWatch watch(dialog("WaitDialog"),
-                                              [&progress](int value) { progress.append(value); });
-                    m_dialogs.answerFileDialog(QStringLiteral("Select where to save log to"), path);
-                    click("readLogButton");
-                    const bool saved = waitUntil([=] { return QFile::exists(path); }, jobTimeoutMs);
-                    return saved && progress.size() > 10;
-                })
-        && step(QStringLiteral("Every row of the file is the device's"), [=] {
-               const QStringList device = m_device.log();
-               QStringList expected(device.value(0));
-               for (int row = 1; row < device.size(); ++row) {
-                   expected.append(csvLine(device.at(row)));
-               }
-               return device.size() > 1 && lines(path) == expected;
-           });
-}
-
-bool Tour::clearTheLog()
-{
-    return step(QStringLiteral("Clear the log; the device's is empty"), [=] {
-        m_dialogs.answerBox(QStringLiteral("clear the log"), QStringLiteral("Yes"));
-        pictureDialogs({QStringLiteral("log-clear")});
-        click("eraseLogButton");
-        return waitUntil([=] { return m_device.log().size() == 1; });
+    bool cancelled = false;
+    const auto waiting = atProgress(50, [&] {
+        picture(text("log-half-read"), waitDialog());
+        cancelled = press(cancelButton());
     });
+    const bool clicked = click("readLogButton");
+    disconnect(waiting);
+    return clicked && cancelled && !waitDialog()->isVisible();
 }
 
-bool Tour::cancelALongJob()
+bool Tour::continueAfterCancel()
 {
-    return step(QStringLiteral("Cancel the reading of a long log half-way"),
-                [=] {
-                    auto *const wait = dialog("WaitDialog");
-                    QPushButton *const cancel =
-                        wait->findChild<QPushButton *>(QStringLiteral("cancelButton"));
-                    bool cancelled = false;
-                    const ProgressWatch watch(wait, [&](int value) {
-                        if (value >= 50 && !cancelled) {
-                            cancelled = true;
-                            picture(QStringLiteral("log-half-read"), wait);
-                            QTest::mouseClick(cancel, Qt::LeftButton);
-                        }
-                    });
-                    click("readLogButton");
-                    return cancelled && !wait->isVisible();
-                })
-        && step(QStringLiteral("... and go on working"), [=] {
-               m_device.control("health 77%");
-               click("synchronizeButton");
-               return waitUntil([=] { return fieldText("deviceHealth") == QLatin1String("77%"); })
-                   && m_window.findChild<QPushButton *>(QStringLiteral("readLogButton"))
-                          ->isEnabled();
-           });
+    device().control("health 77%");
+    return click("synchronizeButton")
+        && waitFor([this] { return field("deviceHealth") == text("77%"); })
+        && isEnabled("readLogButton");
 }
 
-bool Tour::setTheClock()
+bool Tour::clearLog()
 {
-    return step(QStringLiteral("Set the device's clock to UTC"), [=] {
-        const auto isRight = [=] {
-            return qAbs(m_device.clock().secsTo(QDateTime::currentDateTimeUtc())) <= 2;
-        };
-        const bool wasWrong = !isRight();
-        click("syncClockButton");
-        return wasWrong && waitUntil(isRight, jobTimeoutMs);
-    });
+    dialogs().answerBox(text("clear the log"), text("Yes"));
+    pictureDialogs({text("log-clear")});
+    return click("eraseLogButton") && waitFor([this] { return device().state("log") == "0"; });
 }
 
-bool Tour::keepTheSettings()
+bool Tour::setClock()
 {
-    return step(
-               QStringLiteral("Write the settings to the device's memory"),
-               [=] {
-                   m_dialogs.answerBox(QStringLiteral("write settings to EEPROM"),
-                                       QStringLiteral("Yes"));
-                   pictureDialogs({QStringLiteral("write-question"), QStringLiteral("write-wait")});
-                   click("writeToEepromButton");
-                   return !dialog("WaitDialog")->isVisible();
-               })
-        && step(QStringLiteral("Restart the device and find the settings again"), [=] {
-               if (!disconnectByClick()) {
-                   return false;
-               }
-               m_device.control("restart");
-               return waitUntil([=] { return m_device.isAtConsole(); }, jobTimeoutMs)
-                   && connectByClick()
-                   && settingText(QStringLiteral("altitude")) == QLatin1String("321");
-           });
+    const auto isRight = [this] {
+        return qAbs(device().clock().secsTo(QDateTime::currentDateTimeUtc())) <= 2;
+    };
+    const bool wasWrong = !isRight();
+    return wasWrong && click("syncClockButton") && waitFor(isRight);
 }
 
-bool Tour::updateTheFirmware()
+bool Tour::writeSettings()
 {
-    const QString path = file(QStringLiteral("firmware.bin"));
-    const QByteArray image = firmwareImage();
-    return step(QStringLiteral("Update the firmware with an image of 64 KiB and 5 bytes"),
-                [=] {
-                    QFile out(path);
-                    if (!out.open(QIODevice::WriteOnly) || out.write(image) != image.size()) {
-                        return false;
-                    }
-                    out.close();
-                    m_dialogs.answerBox(QStringLiteral("aborting firmware"), QStringLiteral("Yes"));
-                    m_dialogs.answerFileDialog(QStringLiteral("Select firmware file"), path);
-                    m_dialogs.answerBox(QStringLiteral("Firmware updated"), QStringLiteral("OK"));
-                    pictureDialogs({QStringLiteral("firmware-warning"), QString(),
-                                    QStringLiteral("firmware-start")});
-                    auto *const wait = dialog("WaitDialog");
-                    bool pictured = false;
-                    const ProgressWatch watch(wait, [&](int value) {
-                        if (value >= 40 && !pictured) {
-                            pictured = true;
-                            picture(QStringLiteral("firmware"), wait);
-                        }
-                    });
-                    click("updateFirmwareButton");
-                    const bool done = waitUntil([=] { return !isConnected(); }, jobTimeoutMs);
-                    return done;
-                })
-        && step(QStringLiteral("The device received it byte for byte"),
-                [=] {
-                    return waitUntil([=] {
-                        QFile received(file(QStringLiteral("received.bin")));
-                        return received.open(QIODevice::ReadOnly) && received.readAll() == image;
-                    });
-                })
-        && step(QStringLiteral("Connect again; the settings are still there"), [=] {
-               return waitUntil([=] { return m_device.isAtConsole(); }, jobTimeoutMs)
-                   && connectByClick()
-                   && settingText(QStringLiteral("altitude")) == QLatin1String("321");
-           });
+    dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
+    pictureDialogs({text("write-question"), text("write-wait")});
+    return click("writeToEepromButton") && !waitDialog()->isVisible();
+}
+
+bool Tour::restartDevice()
+{
+    if (!disconnectByClick()) {
+        return false;
+    }
+    device().control("restart");
+    return connectAfterUpdate();
+}
+
+bool Tour::updateFirmware()
+{
+    constexpr int size = 64 * 1024 + 5; // not a multiple of a block
+    const QString path = file(text("firmware.bin"));
+    m_image = files::pseudoRandomBytes(size);
+    dialogs().answerBox(text("aborting firmware"), text("Yes"));
+    dialogs().answerFileDialog(text("Select firmware file"), path);
+    dialogs().answerBox(text("Firmware updated"), text("OK"));
+    pictureDialogs({text("firmware-warning"), QString(), text("firmware-start")});
+    const auto waiting = atProgress(40, [this] { picture(text("firmware"), waitDialog()); });
+    const bool clicked = write(path, m_image) && click("updateFirmwareButton");
+    disconnect(waiting);
+    return clicked && waitFor([this] { return !queue().serialPort()->isOpen(); }) && !isConnected();
+}
+
+bool Tour::compareImage()
+{
+    return waitFor([this] { return contents(file(text("received.bin"))) == m_image; });
+}
+
+bool Tour::connectAfterUpdate()
+{
+    return waitFor([this] { return device().state("mode") == "console"; }) && connectByClick()
+        && setting("altitude")->text() == text("321");
 }

@@ -1,175 +1,103 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The part of the tour that looks back: the graph and the export of measurements.
-#include "demo/tour.h"
+// The tour's steps with stored measurements: the graph and the export.
+#include "tests/e2e/tour/tour.h"
 
-#include <QtCore/QProcess>
-#include <QtTest/QTest>
 #include <QtWidgets/QCheckBox>
-#include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
-#include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QListWidget>
-#include <QtWidgets/QPushButton>
 
 namespace {
 
-constexpr int nameRole = Qt::UserRole + 2;
-constexpr qint64 secondsOfAnHour = 3600;
+constexpr int graphNameRole = Qt::UserRole + 2;
+constexpr int exportNameRole = Qt::UserRole + 4;
+constexpr qint64 secondsPerMinute = 60;
+constexpr qint64 secondsPerHour = 3600;
 
-void tick(QListWidget *list, QListWidgetItem *item)
+const QStringList shownTypes{QStringLiteral("W0"), QStringLiteral("W1")};
+
+QDateTime hoursAgo(int hours)
 {
-    list->scrollToItem(item);
-    const QRect row = list->visualItemRect(item);
-    // The check box stands at the left end of its row.
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      QPoint(row.left() + 10, row.center().y()));
+    const qint64 minutes = QDateTime::currentSecsSinceEpoch() / secondsPerMinute;
+    return QDateTime::fromSecsSinceEpoch(minutes * secondsPerMinute - hours * secondsPerHour);
 }
 
 } // namespace
 
-void Tour::tickTypes(const QStringList &names)
+QDateTimeEdit *Tour::graphDate(const char *name)
 {
-    auto *const list = dialog("MeasurementGraph")->findChild<QListWidget *>();
-    for (int row = 0; row < list->count(); ++row) {
-        QListWidgetItem *const item = list->item(row);
-        if (names.contains(item->data(nameRole).toString())
-            && item->checkState() == Qt::Unchecked) {
-            tick(list, item);
-        }
+    return graph()->findChild<QDateTimeEdit *>(QLatin1String(name));
+}
+
+bool Tour::openGraph()
+{
+    if (!click("buttonShowGraph") || !waitFor([this] { return graph()->isVisible(); })) {
+        return false;
     }
+    m_graphFrom = hoursAgo(22);
+    graphDate("fromDateTimeEdit")->setDateTime(m_graphFrom);
+    auto *const list = graph()->findChild<QListWidget *>();
+    toggle(list, graphNameRole, shownTypes);
+    picture(text("graph"), graph());
+    return checked(list, graphNameRole) == shownTypes;
 }
 
-QStringList Tour::tickedTypes()
+bool Tour::changeUnit()
 {
-    const auto *const list = dialog("MeasurementGraph")->findChild<QListWidget *>();
-    QStringList ticked;
-    for (int row = 0; row < list->count(); ++row) {
-        if (list->item(row)->checkState() == Qt::Checked) {
-            ticked.append(list->item(row)->data(nameRole).toString());
-        }
-    }
-    return ticked;
+    auto *const unit = child<QComboBox>("unitTemperature");
+    const auto *const list = graph()->findChild<QListWidget *>();
+    QTest::keyClick(unit, Qt::Key_Down);
+    const bool changed = !list->findItems(text("°F"), Qt::MatchContains).isEmpty();
+    picture(text("graph-fahrenheit"), graph());
+    QTest::keyClick(unit, Qt::Key_Up);
+    return changed && list->findItems(text("°F"), Qt::MatchContains).isEmpty();
 }
 
-bool Tour::lookBack()
+bool Tour::shortenPeriod()
 {
-    const QStringList types{QStringLiteral("W0"), QStringLiteral("W1")};
-    const auto field = [this](const char *name) {
-        return dialog("MeasurementGraph")->findChild<QDateTimeEdit *>(QLatin1String(name));
-    };
-    const QDateTime from = QDateTime::currentDateTime().addSecs(-22 * secondsOfAnHour);
-    return step(QStringLiteral("Open the graph on the last day and tick two measurements"),
-                [=] {
-                    click("buttonShowGraph");
-                    QWidget *const graph = dialog("MeasurementGraph");
-                    if (!waitUntil([=] { return graph->isVisible(); })) {
-                        return false;
-                    }
-                    field("fromDateTimeEdit")->setDateTime(from);
-                    tickTypes(types);
-                    picture(QStringLiteral("graph"), graph);
-                    return tickedTypes().size() == types.size();
-                })
-        && step(QStringLiteral("Change the unit; the list says °F or °C accordingly"),
-                [=] {
-                    auto *const unit =
-                        m_window.findChild<QComboBox *>(QStringLiteral("unitTemperature"));
-                    QTest::keyClick(unit, Qt::Key_Down);
-                    const auto *const list = dialog("MeasurementGraph")->findChild<QListWidget *>();
-                    const bool said =
-                        !list->findItems(QStringLiteral("°F"), Qt::MatchContains).isEmpty();
-                    picture(QStringLiteral("graph-fahrenheit"), dialog("MeasurementGraph"));
-                    QTest::keyClick(unit, Qt::Key_Up);
-                    return said;
-                })
-        && step(QStringLiteral("Look at a shorter period that ends in the past"),
-                [=] {
-                    auto *const latest =
-                        dialog("MeasurementGraph")
-                            ->findChild<QCheckBox *>(QStringLiteral("showLatestCheckBox"));
-                    QTest::mouseClick(latest, Qt::LeftButton, Qt::NoModifier,
-                                      QPoint(10, latest->height() / 2));
-                    field("toDateTimeEdit")->setDateTime(from.addSecs(12 * secondsOfAnHour));
-                    // As wide as the screen, so that the dates below the chart stand in full.
-                    dialog("MeasurementGraph")->showMaximized();
-                    picture(QStringLiteral("graph-period"), dialog("MeasurementGraph"));
-                    dialog("MeasurementGraph")->showNormal();
-                    return !latest->isChecked() && field("toDateTimeEdit")->isEnabled();
-                })
-        && step(QStringLiteral("Close it, open it again, and find it as it was"), [=] {
-               const QDateTime to = field("toDateTimeEdit")->dateTime();
-               dialog("MeasurementGraph")->close();
-               click("buttonShowGraph");
-               const bool same = waitUntil([=] { return dialog("MeasurementGraph")->isVisible(); })
-                   && tickedTypes() == types && field("toDateTimeEdit")->dateTime() == to;
-               dialog("MeasurementGraph")->close();
-               return same;
-           });
+    auto *const latest = graph()->findChild<QCheckBox *>(text("showLatestCheckBox"));
+    toggle(latest);
+    graphDate("toDateTimeEdit")->setDateTime(m_graphFrom.addSecs(12 * secondsPerHour));
+    // As wide as the screen, so that the dates below the chart are shown in full.
+    graph()->showMaximized();
+    picture(text("graph-period"), graph());
+    graph()->showNormal();
+    return !latest->isChecked() && graphDate("toDateTimeEdit")->isEnabled();
 }
 
-bool Tour::csvEqualsStore(const QString &csv, const QString &query)
+bool Tour::reopenGraph()
 {
-    // Another language's reader and SQLite's own client are the witnesses.
-    const QString script =
-        QStringLiteral("import csv, subprocess, sys, datetime\n"
-                       "rows = list(csv.reader(open(sys.argv[1], newline='')))[1:]\n"
-                       "out = subprocess.run(['sqlite3', '-readonly', sys.argv[2], sys.argv[3]],"
-                       " capture_output=True, text=True, check=True).stdout\n"
-                       "want = {}\n"
-                       "for line in out.splitlines():\n"
-                       "    identity, stamp, value = line.split('|')\n"
-                       "    want.setdefault((int(identity), int(stamp)), []).append(float('%.6g' % "
-                       "float(value)))\n"
-                       "got = [(r[0], [float(x) for x in r[1:] if x]) for r in rows]\n"
-                       "need = [(datetime.datetime.fromtimestamp(k[1] // 1000).isoformat(), v)"
-                       " for k, v in sorted(want.items())]\n"
-                       "sys.exit(0 if got == need and len(got) > 1 else 1)\n");
-    QProcess python;
-    python.start(QStringLiteral("python3"),
-                 {QStringLiteral("-c"), script, csv, m_tool.storePath(), query});
-    return python.waitForFinished() && python.exitStatus() == QProcess::NormalExit
-        && python.exitCode() == 0;
+    const QDateTime to = graphDate("toDateTimeEdit")->dateTime();
+    graph()->close();
+    const bool isSame = click("buttonShowGraph") && waitFor([this] { return graph()->isVisible(); })
+        && checked(graph()->findChild<QListWidget *>(), graphNameRole) == shownTypes
+        && graphDate("toDateTimeEdit")->dateTime() == to;
+    graph()->close();
+    return isSame;
 }
 
-bool Tour::exportAPeriod()
+bool Tour::exportPeriod()
 {
-    const QString path = file(QStringLiteral("measurements.csv"));
-    const QDateTime from = QDateTime::currentDateTime().addSecs(-6 * secondsOfAnHour);
-    const QDateTime to = from.addSecs(2 * secondsOfAnHour);
-    return step(QStringLiteral("Export two hours of one measurement to CSV"),
-                [=] {
-                    m_dialogs.answerDialog(
-                        QStringLiteral("Select measurements to export"), [=](QDialog *dialog) {
-                            dialog->findChild<QDateTimeEdit *>(QStringLiteral("exportDateTimeFrom"))
-                                ->setDateTime(from);
-                            dialog->findChild<QDateTimeEdit *>(QStringLiteral("exportDateTimeTo"))
-                                ->setDateTime(to);
-                            auto *const list = dialog->findChild<QListWidget *>();
-                            for (int row = 0; row < list->count(); ++row) {
-                                if (list->item(row)->data(Qt::UserRole + 4).toString()
-                                    != QLatin1String("W2")) {
-                                    tick(list, list->item(row));
-                                }
-                            }
-                            picture(QStringLiteral("export"), dialog);
-                            QTest::mouseClick(dialog->findChild<QDialogButtonBox *>()->button(
-                                                  QDialogButtonBox::Ok),
-                                              Qt::LeftButton);
-                        });
-                    m_dialogs.answerFileDialog(
-                        QStringLiteral("Select where to save measurements to"), path);
-                    click("exportLocalMeasurementsButton");
-                    return QFile::exists(path);
-                })
-        && step(QStringLiteral("Each line of it stands in the database, and no other"), [=] {
-               const QString query =
-                   QStringLiteral(
-                       "select m.id, m.timestamp, v.value from measurement_metadata m join "
-                       "measurement_value v on v.measurement_id = m.id join measurement_type t on "
-                       "t.id = v.measurement_type_id where t.name = 'W2' and m.timestamp between "
-                       "%1 and %2 order by m.id")
-                       .arg(from.toMSecsSinceEpoch())
-                       .arg(to.toMSecsSinceEpoch());
-               return csvEqualsStore(path, query);
-           });
+    const QString path = file(text("measurements.csv"));
+    m_exportFrom = hoursAgo(6);
+    dialogs().answerDialog(text("Select measurements to export"), [this](QDialog *dialog) {
+        const auto date = [dialog](const char *name) {
+            return dialog->findChild<QDateTimeEdit *>(QLatin1String(name));
+        };
+        date("exportDateTimeFrom")->setDateTime(m_exportFrom);
+        date("exportDateTimeTo")->setDateTime(m_exportFrom.addSecs(2 * secondsPerHour));
+        auto *const list = dialog->findChild<QListWidget *>();
+        QStringList others = checked(list, exportNameRole);
+        others.removeAll(text("W2"));
+        toggle(list, exportNameRole, others);
+        picture(text("export"), dialog);
+        press(dialog, QDialogButtonBox::Ok);
+    });
+    dialogs().answerFileDialog(text("Select where to save measurements to"), path);
+    return click("exportLocalMeasurementsButton") && QFile::exists(path);
+}
+
+bool Tour::compareExport()
+{
+    return csvEqualsStore(file(text("measurements.csv")), text("W2"), m_exportFrom,
+                          m_exportFrom.addSecs(2 * secondsPerHour));
 }

@@ -1,24 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "demo/tour.h"
+#include "tests/e2e/tour/tour.h"
 
-#include <QtCore/QProcess>
+#include "demo/startdemo.h"
+#include "tests/kit/screenshots.h"
+
+#include <QtCore/QDir>
 #include <QtCore/QTextStream>
-#include <QtGui/QScreen>
-#include <QtGui/QWindow>
-#include <QtTest/QTest>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QPushButton>
-#include <QtWidgets/QTableWidget>
 
-Tour::Tour(DemoTool &tool, const QString &folder)
-    : m_tool(tool)
-    , m_window(tool.window())
-    , m_device(tool.device())
-    , m_folder(folder)
-    , m_log(file(QStringLiteral("steps.log")))
+Tour::Tour(const QString &folder)
+    : m_log(folder + QLatin1String("/steps.log"))
 {
+    QDir files(folder);
+    const QStringList own{QStringLiteral("[0-9][0-9]-*.png"), QStringLiteral("device.state"),
+                          QStringLiteral("firmware.bin"),     QStringLiteral("log.csv"),
+                          QStringLiteral("measurements.*"),   QStringLiteral("received.bin")};
+    const QStringList old = files.entryList(own, QDir::Files);
+    for (const QString &name : old) {
+        files.remove(name);
+    }
     m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
-    m_dialogs.onDialogShown = [this](QDialog *shown) {
+    beginCase(folder);
+    dialogs().onDialogShown = [this](QDialog *shown) {
         const QString name = m_dialogPictures.isEmpty() ? QString() : m_dialogPictures.takeFirst();
         if (!name.isEmpty()) {
             picture(name, shown);
@@ -28,85 +30,94 @@ Tour::Tour(DemoTool &tool, const QString &folder)
 
 bool Tour::run()
 {
-    m_window.show();
-    return QTest::qWaitForWindowExposed(&m_window) && meetAPortThatDoesNotOpen()
-        && connectAndMeasure() && watchTheState() && changeASetting() && readTheLog()
-        && cancelALongJob() && clearTheLog() && setTheClock() && keepTheSettings()
-        && updateTheFirmware() && lookBack() && exportAPeriod() && disconnectAndCheckTheStore();
+    const struct
+    {
+        const char *what;
+        bool (Tour::*step)();
+    } steps[] = {
+        {"Try a port that does not open; the tool says so", &Tour::refusePort},
+        {"Press Connect", &Tour::connectToDevice},
+        {"The device's identity is shown", &Tour::compareIdentity},
+        {"The first reading arrives and the table shows it", &Tour::compareTable},
+        {"The store has the same values", &Tour::compareStore},
+        {"The device is no longer ready: the readings turn red", &Tour::loseReadiness},
+        {"It is ready again", &Tour::regainReadiness},
+        {"Type a new altitude; the device has it", &Tour::typeAltitude},
+        {"Type one out of range; Synchronize shows what the device made of it",
+         &Tour::typeAltitudeOutOfRange},
+        {"Correct it", &Tour::correctAltitude},
+        {"Read the log into a CSV file; the bar moves", &Tour::readLog},
+        {"Every row of the file is the device's", &Tour::compareLog},
+        {"Cancel the reading of a long log half-way", &Tour::cancelLog},
+        {"The tool works on", &Tour::continueAfterCancel},
+        {"Clear the log; the device's is empty", &Tour::clearLog},
+        {"Set the device's clock to UTC", &Tour::setClock},
+        {"Write the settings to the device's memory", &Tour::writeSettings},
+        {"Restart the device; the settings are still there", &Tour::restartDevice},
+        {"Update the firmware with an image of 64 KiB and 5 bytes", &Tour::updateFirmware},
+        {"The device received it byte for byte", &Tour::compareImage},
+        {"Connect again; the settings are still there", &Tour::connectAfterUpdate},
+        {"Open the graph on the last day and tick two measurements", &Tour::openGraph},
+        {"Change the unit; the list says °F or °C accordingly", &Tour::changeUnit},
+        {"Show a shorter period that ends in the past", &Tour::shortenPeriod},
+        {"Close it and open it again; it is as it was", &Tour::reopenGraph},
+        {"Export two hours of one measurement to CSV", &Tour::exportPeriod},
+        {"The file has the rows of the database, and no other", &Tour::compareExport},
+        {"Press Disconnect", &Tour::disconnectFromDevice},
+        {"The database is sound and has a value for each reading", &Tour::checkDatabase},
+    };
+    bool passed = start();
+    for (const auto &step : steps) {
+        passed = passed && runStep(step.what, step.step);
+    }
+    print((passed ? text("Every step worked") : text("The tour stopped at a step that failed"))
+          + text("; files and pictures are in ") + folder());
+    if (m_tool) {
+        window().close();
+    }
+    endTool();
+    return passed;
 }
 
-void Tour::say(const QString &line)
+bool Tour::start()
+{
+    m_tool = std::make_unique<Tool>();
+    if (!startDemo(tool(), device(), folder())) {
+        return false;
+    }
+    window().show();
+    return QTest::qWaitForWindowExposed(&window());
+}
+
+bool Tour::runStep(const char *what, bool (Tour::*step)())
+{
+    dialogs().reset();
+    m_dialogPictures.clear();
+    const bool worked = (this->*step)();
+    const QString complaint = dialogs().complaint();
+    const bool passed = worked && complaint.isEmpty();
+    print(text("%1 %2 ... %3")
+              .arg(++m_steps, 2)
+              .arg(text(what), passed ? text("ok") : text("FAILED ") + complaint));
+    if (!passed) {
+        picture(text("failed"));
+    }
+    return passed;
+}
+
+void Tour::print(const QString &line)
 {
     QTextStream(stdout) << line << '\n';
     QTextStream(&m_log) << line << '\n';
     m_log.flush();
 }
 
-bool Tour::step(const QString &what, const std::function<bool()> &works)
+void Tour::picture(const QString &name, QWidget *shown)
 {
-    m_dialogs.reset();
-    m_dialogPictures.clear();
-    const bool worked = works();
-    const QString complaint = m_dialogs.complaint();
-    const bool passed = worked && complaint.isEmpty();
-    say(QStringLiteral("%1 %2 ... %3")
-            .arg(++m_number, 2)
-            .arg(what, passed ? QStringLiteral("ok") : QStringLiteral("FAILED ") + complaint));
-    if (!passed) {
-        picture(QStringLiteral("failed"));
-    }
-    return passed;
-}
-
-void Tour::click(const char *buttonName)
-{
-    QTest::mouseClick(m_window.findChild<QPushButton *>(QLatin1String(buttonName)), Qt::LeftButton);
-}
-
-void Tour::picture(const QString &name, QWidget *window)
-{
-    QWidget *const shown = window ? window : &m_window;
-    // The frame holds the title, and with it what a wait dialog waits for.
-    waitUntil([shown] { return shown->frameGeometry() != shown->geometry(); });
-    QTest::qWait(300); // the window manager and the painter are processes and events of their own
-    const QRect frame = shown->frameGeometry();
+    // For the documentation: more time for window manager and painter than a test needs.
+    constexpr int frameMs = 5000;
+    constexpr int paintMs = 300;
     const QString path =
-        file(QStringLiteral("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
-    shown->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height()).save(path);
-}
-
-void Tour::pictureDialogs(const QStringList &names)
-{
-    m_dialogPictures = names;
-}
-
-bool Tour::waitUntil(const std::function<bool()> &condition, int timeoutMs)
-{
-    return QTest::qWaitFor(condition, timeoutMs);
-}
-
-QWidget *Tour::dialog(const char *name)
-{
-    const QWidgetList widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets) {
-        if (widget->objectName() == QLatin1String(name)) {
-            return widget;
-        }
-    }
-    return nullptr;
-}
-
-QString Tour::file(const QString &name) const
-{
-    return m_folder + QLatin1Char('/') + name;
-}
-
-QStringList Tour::sqlite(const QString &query)
-{
-    QProcess client;
-    client.start(QStringLiteral("sqlite3"),
-                 {QStringLiteral("-readonly"), m_tool.storePath(), query});
-    client.waitForFinished();
-    const QString output = QString::fromUtf8(client.readAllStandardOutput()).trimmed();
-    return output.isEmpty() ? QStringList() : output.split(QLatin1Char('\n'));
+        file(text("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
+    saveScreenshot(shown ? shown : &window(), path, frameMs, paintMs);
 }
