@@ -2,8 +2,8 @@
 // The program's own main function with an object that answers its dialogs and prints a line for
 // each window and dialog.
 //
-// The argument "close" closes the main window once it is shown, "connect" clicks Connect before;
-// "cancel" cancels the folder dialog, and any other argument is the folder to choose there.
+// The argument "close" closes the main window once it is shown; "cancel" cancels the folder dialog,
+// and any other argument is the folder to choose there.
 #define main toolMain
 #include "main/main.cpp"
 #undef main
@@ -12,7 +12,6 @@
 #include "tests/kit/uicoveragerecorder.h"
 
 #include <QtCore/QTimer>
-#include <QtWidgets/QComboBox>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMessageBox>
@@ -86,12 +85,6 @@ private:
     {
         for (QWidget *widget : QApplication::topLevelWidgets()) {
             if (widget->inherits("QMainWindow") && widget->isVisible()) {
-                if (m_task == QLatin1String("connect") && !m_connected) {
-                    m_connected = true;
-                    widget->findChild<QComboBox *>()->clear();
-                    widget->findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
-                    return;
-                }
                 print(QStringLiteral("closing"));
                 widget->close();
                 return;
@@ -102,7 +95,6 @@ private:
     QString m_task;
     int m_folders = 0;
     bool m_takingScreenshot = false;
-    bool m_connected = false;
 };
 
 Probe *probe = nullptr;

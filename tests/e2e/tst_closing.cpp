@@ -10,10 +10,6 @@ class TestClosing : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void closesDuringAConnect_data();
     void closesDuringAConnect();
     void closesInTheBoxOfAnUnknownModel();

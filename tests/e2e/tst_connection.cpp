@@ -9,10 +9,6 @@ class TestConnection : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void connectingShowsTheIdentity();
     void connectingAsksInAFixedOrder();
     void firstReadingComesAtOnceAndLaterOnesByTheTimer();
@@ -35,8 +31,6 @@ private slots:
     void disconnectWaitsBeforeItCloses();
     void silentDeviceLeavesEverythingAsItWas();
     void lostLineIsNotReportedAndAnotherCanBeChosen();
-    void errorOfTheQueueIsShownTwice();
-    void portThatDoesNotOpenIsReportedOnce();
     void emptyPortListConnectsNothing();
 
 private:
@@ -417,34 +411,6 @@ void TestConnection::lostLineIsNotReportedAndAnotherCanBeChosen()
     choosePort(device().port());
     QVERIFY(connectByClick());
     QCOMPARE(sqlite(text("select count(*) from device")), QStringList(text("1")));
-}
-
-void TestConnection::errorOfTheQueueIsShownTwice()
-{
-    QVERIFY(startConnected());
-    for (int count = 0; count < 2; ++count) {
-        dialogs().answerBox(text("Error occurred with serial port communication: it broke"),
-                            text("OK"));
-    }
-    emit queue().error(text("it broke"));
-    QVERIFY(waitForAnswers());
-    QVERIFY(isConnected());
-}
-
-void TestConnection::portThatDoesNotOpenIsReportedOnce()
-{
-    QVERIFY(startDevice());
-    QVERIFY(startTool());
-    choosePort(text("/dev/pts/there-is-none"));
-    dialogs().answerBox(text("Error occurred with serial port communication: Unable to open port!"),
-                        text("OK"));
-    QVERIFY(click("connectButton"));
-    QVERIFY(dialogs().isSatisfied());
-    QVERIFY(!isConnected());
-    QVERIFY(!queue().currentJob());
-
-    choosePort(device().port());
-    QVERIFY(connectByClick());
 }
 
 void TestConnection::emptyPortListConnectsNothing()

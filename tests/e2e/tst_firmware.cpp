@@ -28,10 +28,6 @@ class TestFirmware : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void refusedQuestionChangesNothing();
     void emptyImageIsReportedAndRemembered();
     void missingImageIsReported();
@@ -50,7 +46,6 @@ private slots:
 
     void memoryIsBackedUpIntoAFile();
     void cancelledBackupLeavesNoFile();
-    void cancelledFileDialogOfABackupChangesNothing();
     void fileIsRestoredWithItsLengthInFront();
     void cancelledRestoreStopsHalfWay();
 
@@ -321,7 +316,7 @@ void TestFirmware::memoryIsBackedUpIntoAFile()
     QCOMPARE(commandCount("eeprom --read_block"), 1024);
     QCOMPARE(contents(path).left(4), QByteArray("\x00\x00\xff\xff", 4));
 
-    // Each block goes where its number says, over all but the first byte of the one before.
+    // Each block is stored at the offset of its number, over all but the first byte of the one before.
     const QByteArray memory = deviceMemory();
     QByteArray image(memoryBytes, '\0');
     for (int block = 0; block < 1024; ++block) {
@@ -346,16 +341,6 @@ void TestFirmware::cancelledBackupLeavesNoFile()
     QVERIFY(!QFile::exists(path));
     QCOMPARE(rememberedValue("eeprom filename").toString(), path);
     QVERIFY(commandCount("eeprom --read_block") < 1024);
-}
-
-void TestFirmware::cancelledFileDialogOfABackupChangesNothing()
-{
-    QVERIFY(startConnected());
-    dialogs().escapeDialog(text("Select where to write eeprom backup"));
-    hiddenButton("backupEepromButton")->click();
-    QVERIFY(!queue().currentJob());
-    QVERIFY(!rememberedValue("eeprom filename").isValid());
-    QVERIFY(!waitDialog()->isVisible());
 }
 
 void TestFirmware::fileIsRestoredWithItsLengthInFront()

@@ -32,7 +32,6 @@ class TestGraphExport : public ToolFixture
 private slots:
     void initTestCase();
     void init();
-    void cleanup() { endCase(); }
 
     void graphOpensWithoutADevice();
     void tickedLinesAreDrawnFromTheStore();
@@ -45,7 +44,7 @@ private slots:
     void exportEqualsTheStore();
     void emptyExportIsReported_data();
     void emptyExportIsReported();
-    void cancelledExportsWriteNothing();
+    void cancelledFileDialogWritesNothing();
 
 private:
     bool openGraph();
@@ -325,13 +324,9 @@ void TestGraphExport::emptyExportIsReported()
     QVERIFY(dialogs().isSatisfied());
 }
 
-void TestGraphExport::cancelledExportsWriteNothing()
+void TestGraphExport::cancelledFileDialogWritesNothing()
 {
     QVERIFY(startTool());
-    dialogs().escapeDialog(text("Select measurements to export"));
-    QVERIFY(click("exportLocalMeasurementsButton"));
-    QVERIFY(dialogs().isSatisfied());
-
     prepareExport({}, m_now.addDays(-1), m_now);
     dialogs().escapeDialog(text("Select where to save measurements to"));
     QVERIFY(click("exportLocalMeasurementsButton"));

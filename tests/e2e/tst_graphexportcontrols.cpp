@@ -26,10 +26,6 @@ class TestGraphExportControls : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void everyControlOfTheGraphWorks();
     void graphClosesByEachInput_data();
     void graphClosesByEachInput();

@@ -16,16 +16,12 @@ QStringList linesOf(const QByteArray &csv)
 
 } // namespace
 
-/// The jobs behind the wait dialog that read and write log, settings and clock.
+/// The jobs with a wait dialog that read and write log, settings and clock.
 class TestLongJobs : public ToolFixture
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void logIsReadIntoTheChosenFile();
     void logOfOneRowIsRead();
     void cancelledSaveDialogDropsTheLog();

@@ -23,10 +23,6 @@ class TestMainWindowControls : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void portIsChosenInTheList();
     void unitsAreChosenInTheirLists();
     void keysAloneConnectAndDisconnect();
@@ -47,8 +43,8 @@ private slots:
     void boxClosesByEachInput_data();
     void boxClosesByEachInput();
 
-    void cancelledOpenDialogChangesNothing_data();
-    void cancelledOpenDialogChangesNothing();
+    void cancelledFileDialogChangesNothing_data();
+    void cancelledFileDialogChangesNothing();
     void emptyBackupFileIsReported();
 
 private:
@@ -84,6 +80,8 @@ void TestMainWindowControls::portIsChosenInTheList()
     dialogs().answerBox(portError + text("Unable to open port!"), text("OK"));
     QVERIFY(click("connectButton"));
     QVERIFY(dialogs().isSatisfied());
+    QVERIFY(!isConnected());
+    QVERIFY(isIdle());
     QVERIFY(choose(ports, ports->findData(device().port())));
     QVERIFY(connectByClick());
 }
@@ -358,15 +356,17 @@ void TestMainWindowControls::boxClosesByEachInput()
     QCOMPARE(device().state("log"), QByteArray(agreed ? "0" : "5"));
 }
 
-void TestMainWindowControls::cancelledOpenDialogChangesNothing_data()
+void TestMainWindowControls::cancelledFileDialogChangesNothing_data()
 {
     QTest::addColumn<QByteArray>("button");
     QTest::addColumn<QString>("caption");
     QTest::addRow("firmware") << QByteArray("updateFirmwareButton") << QString(imageCaption);
-    QTest::addRow("memory") << QByteArray("restoreEepromButton") << QString(backupCaption);
+    QTest::addRow("restore") << QByteArray("restoreEepromButton") << QString(backupCaption);
+    QTest::addRow("backup") << QByteArray("backupEepromButton")
+                            << text("Select where to write eeprom backup");
 }
 
-void TestMainWindowControls::cancelledOpenDialogChangesNothing()
+void TestMainWindowControls::cancelledFileDialogChangesNothing()
 {
     QFETCH(QByteArray, button);
     QFETCH(QString, caption);

@@ -18,10 +18,6 @@ class TestNestedLoops : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void readingsArriveDuringADialog_data();
     void readingsArriveDuringADialog();
     void boxFromAPollBlocksNothing();
@@ -107,6 +103,7 @@ void TestNestedLoops::twoErrorsAreShownAboveEachOther()
     QCOMPARE(answered,
              QStringList({portError + text("two"), portError + text("two"), portError + text("one"),
                           portError + text("one")}));
+    QVERIFY(isConnected());
     QVERIFY(readingsArrive());
 }
 

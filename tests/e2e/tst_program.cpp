@@ -39,7 +39,6 @@ private slots:
     void badModelFileIsReportedAndIgnored();
     void truncatedModelFileIsReadUpToItsEnd();
     void folderInPlaceOfTheModelFileIsReported();
-    void connectWithoutAnyPortDoesNothing();
     void storeGoesToTheFirstFolderThatOpens();
     void rememberedFolderComesFirst();
     void cancelledFolderDialogEndsWithoutAWindow();
@@ -174,12 +173,6 @@ void TestProgram::folderInPlaceOfTheModelFileIsReported()
     QVERIFY(QDir().mkdir(path("work/settings.xml")));
     QCOMPARE(run(text("close")),
              QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
-}
-
-void TestProgram::connectWithoutAnyPortDoesNothing()
-{
-    QCOMPARE(run(text("connect")), QStringList({text("window"), text("closing"), text("end 0")}));
-    QVERIFY(files::contents(path("log")).contains("Unable to connect with empty port name"));
 }
 
 void TestProgram::storeGoesToTheFirstFolderThatOpens()

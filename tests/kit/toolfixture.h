@@ -29,10 +29,18 @@
 
 /// The whole tool with its real windows on a real pseudo-terminal, at whose other end the simulated
 /// transmitter runs as a process of its own. Each test case has its own settings, store and files.
+/// A test that needs more at a test case's begin or end declares the slot again.
 ///
 /// The steps that wait return whether what they wait for has happened.
 class ToolFixture : public QObject, protected WindowDriver
 {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { prepareApplication(); }
+    void init() { beginCase(); }
+    void cleanup() { endCase(); }
+
 protected:
     /// For initTestCase().
     static void prepareApplication();

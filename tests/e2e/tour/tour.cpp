@@ -86,7 +86,8 @@ bool Tour::start()
         return false;
     }
     window().show();
-    return QTest::qWaitForWindowExposed(&window());
+    window().activateWindow();
+    return QTest::qWaitForWindowActive(&window());
 }
 
 bool Tour::runStep(const char *what, bool (Tour::*step)())
