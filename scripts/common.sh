@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by the scripts: installs packages, configures and builds, and reports the progress. Sourced, not run.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
@@ -72,18 +73,18 @@ need_packages() {
     if [[ ${#missing[@]} -eq 0 ]]; then
         return 0
     fi
-    local root=()
+    local as_root=()
     if [[ $(id -u) -ne 0 ]]; then
         command -v sudo >/dev/null \
             || die "Run as root, or install these packages by hand, then run again: ${missing[*]}"
-        root=(sudo)
+        as_root=(sudo)
     fi
     echo "Reading the package lists (apt-get update)"
-    quietly "Reading the package lists" "${root[@]}" apt-get update
+    quietly "Reading the package lists" "${as_root[@]}" apt-get update
     local install=(apt-get install -y --no-install-recommends "${missing[@]}")
     count=$("${install[@]}" -s 2>"$log" | grep -c '^Inst ') || show_failure "Choosing the packages"
     echo "Installing $count packages: ${missing[*]} and what they need"
-    with_progress "Installing" "$count" "${root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}"
+    with_progress "Installing" "$count" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}"
 }
 
 # configure <preset> <cmake option...>: only when something has changed since the last time.
@@ -100,12 +101,12 @@ configure() {
 
 # build <preset> [<cmake option or target...>]: configures when needed and builds in build/<preset>.
 build() {
-    local preset=$1 options=() targets=() argument
+    local preset=$1 options=() chosen=() argument
     shift
     for argument in "$@"; do
         case $argument in
             -D*) options+=("$argument") ;;
-            *) targets+=("--target" "$argument") ;;
+            *) chosen+=("--target" "$argument") ;;
         esac
     done
     if command -v ccache >/dev/null; then
@@ -114,7 +115,7 @@ build() {
         options+=(-DKV_PRECOMPILE_HEADERS=ON)
     fi
     configure "$preset" "${options[@]}"
-    with_progress "Building build/$preset" 0 cmake --build "build/$preset" "${targets[@]}"
+    with_progress "Building build/$preset" 0 cmake --build "build/$preset" "${chosen[@]}"
 }
 
 # on_display <first> <width>x<height> <command...>: runs the command on a virtual display of its own,
@@ -122,6 +123,7 @@ build() {
 on_display() {
     local first=$1 size=$2
     shift 2
+    # shellcheck disable=SC2016 # expanded by the inner shell
     xvfb-run -a -n "$first" -s "-screen 0 ${size}x24 -noreset" bash -c '
         # The window manager grabs its keys anew after the first key of a display, and a key pressed meanwhile
         # is lost. So the first key is sent before it starts.
