@@ -1,11 +1,13 @@
-# The Debian package; scripts/package builds and checks it.
-# A package of a distribution's own, revision 1 and up, goes before this one.
+# The packages; scripts/package builds and checks them.
+# A distribution's own package has revision 1 or higher and replaces this one.
 set(revision 0kvtool1)
 set(KV_PACKAGE_VERSION ${PROJECT_VERSION}-${revision})
 execute_process(COMMAND date -uRd "${KV_RELEASE_DATE} 12:00" OUTPUT_VARIABLE KV_RELEASE_DATE_RFC
     OUTPUT_STRIP_TRAILING_WHITESPACE)
 configure_file(changelog.Debian.in changelog.Debian @ONLY)
-kv_compressed(changelog.Debian changelog.Debian ${CMAKE_INSTALL_DOCDIR})
+kv_compressed(changelog.Debian changelog.Debian ${CMAKE_INSTALL_DOCDIR} COMPONENT debian EXCLUDE_FROM_ALL)
+install(FILES doc-base DESTINATION ${CMAKE_INSTALL_DATADIR}/doc-base RENAME kvtool
+    COMPONENT debian EXCLUDE_FROM_ALL)
 kv_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
 install(FILES copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
@@ -15,23 +17,44 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_PACKAGE_CONTACT "${KV_MAINTAINER}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "configure and watch an air-quality transmitter")
+set(CPACK_PACKAGE_HOMEPAGE_URL "${KV_SITE}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "configure and monitor an air-quality transmitter")
 set(CPACK_PACKAGE_DESCRIPTION
-"KV Tool is for the service engineer of an air-quality transmitter on a serial
-port. It shows who the device is and what it measures, changes its settings,
-stores every measurement in a local SQLite file, draws them over time, exports
-them as CSV, reads and clears the device's log, sets its clock and updates its
-firmware.
+"KV Tool is for service engineers of air-quality transmitters. It connects to a
+transmitter on a serial port, shows its identity and measurements, changes its
+settings, stores every measurement in a local SQLite file, draws measurements
+over time, exports them as CSV, reads and clears the device's log, sets its
+clock and updates its firmware.
 
-The package holds a simulated transmitter too, and lets the user at the seat
-open the usual USB serial adapters.")
+The package also contains a simulated transmitter and a demo that uses it. It
+grants the logged-in user access to the usual USB serial adapters.")
+
+# The component "debian" has the files that other packages don't need.
+set(CPACK_INSTALL_CMAKE_PROJECTS
+    "${PROJECT_BINARY_DIR};kvtool;ALL;/;${PROJECT_BINARY_DIR};kvtool;debian;/")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${revision})
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-# The driver of the store is a plug-in, which nothing links to.
+# The SQLite driver is a plug-in that nothing links to.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS libqt5sql5-sqlite)
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS sqlite3)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/postinst)
+
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_RELEASE ${revision})
+set(CPACK_RPM_PACKAGE_LICENSE GPL-3.0-or-later)
+set(CPACK_RPM_PACKAGE_GROUP Applications/Engineering)
+set(CPACK_RPM_PACKAGE_SUGGESTS "sqlite, xdg-utils")
+set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/postinst)
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+    /usr/lib/udev /usr/lib/udev/rules.d /usr/share/applications /usr/share/metainfo /usr/share/icons
+    /usr/share/icons/hicolor /usr/share/man /usr/share/man/man1 /usr/share/doc)
+foreach(size IN ITEMS 16x16 22x22 24x24 32x32 48x48 64x64 128x128 256x256 512x512 scalable)
+    list(APPEND CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+        /usr/share/icons/hicolor/${size} /usr/share/icons/hicolor/${size}/apps)
+endforeach()
 include(CPack)

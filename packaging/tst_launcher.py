@@ -1,18 +1,20 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Checks the launcher against a stand-in program that tells where and how it was started.
-Usage: python3 packaging/tst_launcher.py"""
+"""Tests the launcher with a program that prints where and how it was started.
+Usage: tst_launcher.py <launcher> <version>"""
 import os
 import pathlib
 import shutil
 import stat
 import subprocess
+import sys
 import tempfile
 import unittest
 
-HERE = pathlib.Path(__file__).resolve().parent
+LAUNCHER, VERSION = sys.argv.pop(1), sys.argv.pop(1)
 PROGRAM = """#!/bin/sh
 pwd -P
 echo "data home: ${XDG_DATA_HOME-none}"
+echo "program: ${0##*/}"
 printf 'argument: %s\\n' "$@"
 exit 7
 """
@@ -31,16 +33,17 @@ class Launcher(unittest.TestCase):
         self.sample.write_text("the sample")
         (self.prefix / "bin").mkdir()
         self.home.mkdir()
-        shutil.copy(HERE / "kvtool-launcher", self.prefix / "bin")
-        program = self.prefix / "bin/kvtool"
-        program.write_text(PROGRAM)
-        program.chmod(0o755)
+        shutil.copy(LAUNCHER, self.prefix / "bin/kvtool-launcher")
+        for name in ("kvtool", "kvtool-demo", "xdg-open"):
+            program = self.prefix / "bin" / name
+            program.write_text(PROGRAM)
+            program.chmod(0o755)
 
     def launch(self, *arguments, command=None, **environment):
         command = command or self.prefix / "bin/kvtool-launcher"
         return subprocess.run(
             [command, *arguments], cwd=self.root, text=True, capture_output=True,
-            env={"PATH": os.environ["PATH"], "HOME": str(self.home), **environment})
+            env={"PATH": f"{self.prefix}/bin:{os.environ['PATH']}", "HOME": str(self.home), **environment})
 
     def settings(self):
         return self.data / "settings.xml"
@@ -53,11 +56,11 @@ class Launcher(unittest.TestCase):
         self.assertEqual(run.stdout.splitlines()[-2:], ["argument: -style", "argument: a b"])
         self.assertEqual(run.returncode, 7)
 
-    def test_is_silent(self):
+    def test_prints_nothing_itself(self):
         self.assertEqual(self.launch().stderr, "")
         self.assertEqual(self.launch().stderr, "")
 
-    def test_puts_a_writable_copy_of_the_sample_there_and_nothing_else(self):
+    def test_copies_the_sample_and_nothing_else_to_the_data_folder(self):
         self.sample.chmod(0o644)
         self.launch()
         self.assertEqual(self.settings().read_text(), "the sample")
@@ -76,13 +79,13 @@ class Launcher(unittest.TestCase):
         self.launch()
         self.assertEqual(self.settings().read_text(), "")
 
-    def test_keeps_a_link_that_leads_nowhere(self):
+    def test_keeps_a_dangling_link(self):
         self.data.mkdir(parents=True)
         self.settings().symlink_to(self.root / "unplugged/settings.xml")
         self.launch()
         self.assertTrue(self.settings().is_symlink())
 
-    def test_takes_the_data_home_that_is_set(self):
+    def test_uses_the_data_home_that_is_set(self):
         run = self.launch(XDG_DATA_HOME=str(self.root / "elsewhere"))
         self.assertEqual(run.stdout.splitlines()[0], str(self.root / "elsewhere/kvtool"))
         self.assertFalse(self.data.exists())
@@ -92,18 +95,36 @@ class Launcher(unittest.TestCase):
             run = self.launch(XDG_DATA_HOME=folder)
             self.assertEqual(run.stdout.splitlines()[:2], [str(self.data), "data home: none"])
 
-    def test_starts_beside_the_sample_when_the_data_folder_cannot_be_made(self):
+    def test_starts_in_the_folder_of_the_sample_if_the_data_folder_cannot_be_created(self):
         (self.home / ".local").write_text("a file in the way")
         run = self.launch()
         self.assertEqual(run.stdout.splitlines()[0], str(self.sample.parent))
         self.assertEqual(run.returncode, 7)
         self.assertNotEqual(run.stderr, "")
 
-    def test_finds_its_parts_through_a_link(self):
+    def test_finds_program_and_sample_when_started_through_a_link(self):
         link = self.root / "link"
         link.symlink_to(self.prefix / "bin/kvtool-launcher")
         self.assertEqual(self.launch(command=link).stdout.splitlines()[0], str(self.data))
         self.assertEqual(self.settings().read_text(), "the sample")
+
+    def test_starts_the_demo_in_a_data_folder_of_its_own(self):
+        data = self.home / ".local/share/kvtool-demo"
+        run = self.launch("--demo", "-style", "fusion")
+        self.assertEqual(run.stdout.splitlines(), [
+            str(data), "data home: none", "program: kvtool-demo", "argument: --output", f"argument: {data}",
+            "argument: -style", "argument: fusion"])
+        self.assertEqual(os.listdir(data), ["settings.xml"])
+        self.assertFalse(self.data.exists())
+
+    def test_shows_the_manual_in_the_browser(self):
+        self.assertEqual(self.launch("--manual").stdout.splitlines()[2:],
+                         ["program: xdg-open", f"argument: {self.prefix}/share/doc/kvtool/manual/index.html"])
+
+    def test_prints_version_and_help_and_starts_nothing(self):
+        self.assertEqual(self.launch("--version").stdout, f"KV Tool {VERSION}\n")
+        self.assertIn("Usage: kvtool-launcher", self.launch("--help").stdout)
+        self.assertEqual(os.listdir(self.home), [])
 
 
 if __name__ == "__main__":
