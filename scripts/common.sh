@@ -109,6 +109,9 @@ build() {
             *) chosen+=("--target" "$argument") ;;
         esac
     done
+    if [[ ${CI:-} == true && $preset =~ ^(debug|release)$ ]]; then
+        options+=(-DKV_WARNINGS_AS_ERRORS=ON)
+    fi
     if command -v ccache >/dev/null; then
         options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     elif [[ $preset == debug ]]; then

@@ -12,10 +12,10 @@ struct SettingsTag
 {
     QString text; ///< as written, in angle brackets
     QString name; ///< in lower case, without a prefix
-    QXmlStreamAttributes attributes;
+    QXmlStreamAttributes attributes; ///< as written
     qint64 line = 0; ///< where the tag begins
-    bool isEnd = false;
-    bool isRead = false;
+    bool isEnd = false; ///< whether it is an end tag
+    bool isRead = false; ///< whether the loader reads it
     QString reason; ///< why it is not read; empty when reading has ended before it
 
     /// The text of the attribute @p attribute; empty without it.
@@ -25,16 +25,16 @@ struct SettingsTag
 /// A text that belongs to a line of the file.
 struct SettingsRemark
 {
-    qint64 line = 0;
-    QString text;
+    qint64 line = 0; ///< 1 is the first
+    QString text; ///< a sentence without a full stop
 };
 
 /// The tags of a model that were read, in the order of the loader's records.
 struct SettingsModelTags
 {
-    const SettingsTag *device = nullptr;
-    QVector<const SettingsTag *> settings;
-    QVector<const SettingsTag *> measurements;
+    const SettingsTag *device = nullptr; ///< the model's own tag
+    QVector<const SettingsTag *> settings; ///< one for each setting
+    QVector<const SettingsTag *> measurements; ///< one for each measurement
 };
 
 /// Follows a settings file in the way of ConfigurationLoader, which keeps no places, and records
@@ -42,6 +42,7 @@ struct SettingsModelTags
 class SettingsWalk
 {
 public:
+    /// Reads @p file, which must be open, to its end.
     explicit SettingsWalk(QIODevice *file);
 
     /// Whether the walk came to the end of the list of models.
