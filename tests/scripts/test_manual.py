@@ -65,11 +65,11 @@ class Manual(unittest.TestCase):
 
     def test_every_picture_is_taken_by_the_tour(self):
         script = (SOURCES / "scripts/update-images").read_text()
-        tour = "".join(file.read_text() for file in (SOURCES / "demo").glob("tour*.cpp"))
+        tour = "".join(file.read_text() for file in (SOURCES / "tests/e2e/tour").glob("*.cpp"))
         taken = set(re.search(r"for name in (.*?); do", script, re.DOTALL)[1].replace("\\", " ").split())
         self.assertEqual({file.stem for file in (SOURCES / "docs/images").glob("*.png")}, taken)
         for name in taken:
-            self.assertIn(f'QStringLiteral("{name}")', tour)
+            self.assertIn(f'text("{name}")', tour)
 
     def test_the_example_of_a_model_file_is_valid(self):
         (example,) = blocks("settings-file.md", "xml")
