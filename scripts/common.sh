@@ -19,7 +19,12 @@ quietly() {
 
 show_failure() {
     tail -n 60 "$log" >&2
-    die "$1 failed; the whole output is in $PWD/$log."
+    echo "$1 failed; the whole output is in $PWD/$log." >&2
+    case $1 in
+        Reading* | Installing*) die "Check the network and the package sources, then run the script again." ;;
+        Configuring* | Building*) die "If the output doesn't name a fault in the sources, delete the folder and run again." ;;
+    esac
+    exit 1
 }
 
 # count_steps <what> <number of packages>: reads the output of apt-get or ninja, keeps it in the log and shows how
@@ -35,6 +40,8 @@ count_steps() {
         elif [[ $line =~ ^Setting\ up\  ]]; then
             [[ $label == "$what" ]] || { label=$what done=0 tenth=0; }
             done=$((done + 1))
+        else
+            continue
         fi
         if [[ -t 1 ]]; then
             printf '\r\033[K%s: %d of %d' "$label" "$done" "$total"
