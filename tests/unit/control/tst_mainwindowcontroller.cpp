@@ -385,6 +385,7 @@ void TestMainWindowController::measurementGoesToTheWindowThenToTheStore()
     f.storage.addMeasurementId = 70;
     f.connectDevice();
     const QDateTime time(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
+    f.window.onCall = [&f](const QString &) { QVERIFY(f.storage.calls.isEmpty()); };
     emit f.handler.measurementsRead(
         time, {{text("T"), text("21.5")}, {text("O3"), text("N")}, {text("RH"), text("40")}});
     QCOMPARE(f.window.calls, QStringList(text("addMeasurement")));
