@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The reply that carries a block of the device's memory. The first byte chooses what is done with
-// the rest, the two behind it are the block's number.
+// The reply with a block of the device's memory. The first byte selects the check, the next two are
+// the block's number.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/replysamples.h"
 
@@ -24,31 +24,32 @@ void checkBlock(const QByteArray &bytes, quint16 index)
 {
     const QString digits = digitsOf(bytes, index);
     QByteArray data = before;
-    DEMAND(DataParser::parseEepromBlock(eepromReply(index, digits), index, data));
-    DEMAND(data == before + bytes);
+    FUZZ_ASSERT(DataParser::parseEepromBlock(eepromReply(index, digits), index, data));
+    FUZZ_ASSERT(data == before + bytes);
 
     data.clear();
-    DEMAND(DataParser::parseEepromBlock(eepromReply(index, digits + latin1("f")), index, data));
-    DEMAND(data == bytes);
+    FUZZ_ASSERT(
+        DataParser::parseEepromBlock(eepromReply(index, digits + latin1("f")), index, data));
+    FUZZ_ASSERT(data == bytes);
 
     data.clear();
     const auto other = static_cast<quint16>(index + 1);
-    DEMAND(!DataParser::parseEepromBlock(eepromReply(index, digits), other, data));
-    DEMAND(data.isEmpty());
+    FUZZ_ASSERT(!DataParser::parseEepromBlock(eepromReply(index, digits), other, data));
+    FUZZ_ASSERT(data.isEmpty());
 }
 
-// Two characters of what stands between the command and "Done" make a byte, whatever they are.
+// Each pair of characters between the command and "Done" is a byte.
 void checkDigits(const QString &digits, quint16 index)
 {
     const QString reply = eepromReply(index, digits);
     QByteArray data = before;
     const bool recognised = DataParser::parseEepromBlock(reply, index, data);
     if (!recognised) {
-        DEMAND(data.isEmpty());
+        FUZZ_ASSERT(data.isEmpty());
         return;
     }
-    DEMAND(data.startsWith(before));
-    DEMAND(data.size() == before.size() + digits.size() / 2);
+    FUZZ_ASSERT(data.startsWith(before));
+    FUZZ_ASSERT(data.size() == before.size() + digits.size() / 2);
 }
 
 void checkAnyText(const QString &text, quint16 index)
@@ -56,13 +57,13 @@ void checkAnyText(const QString &text, quint16 index)
     QByteArray data;
     QByteArray again = before;
     const bool recognised = DataParser::parseEepromBlock(text, index, data);
-    DEMAND(DataParser::parseEepromBlock(text, index, again) == recognised);
+    FUZZ_ASSERT(DataParser::parseEepromBlock(text, index, again) == recognised);
     if (recognised) {
-        DEMAND(again == before + data);
-        DEMAND(data.size() * 2 < text.size());
-        DEMAND(text.contains(QString::number(index)));
+        FUZZ_ASSERT(again == before + data);
+        FUZZ_ASSERT(data.size() * 2 < text.size());
+        FUZZ_ASSERT(text.contains(QString::number(index)));
     } else {
-        DEMAND(data.isEmpty());
+        FUZZ_ASSERT(data.isEmpty());
     }
 }
 
@@ -70,7 +71,7 @@ void checkAnyText(const QString &text, quint16 index)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    Fuzzing::silenceLog();
+    Fuzzing::disableLog();
     return 0;
 }
 

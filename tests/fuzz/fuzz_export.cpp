@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The two CSV files, with names from a database and titles from a device that may hold anything.
-// The controller is the real one; what the file must hold is written down a second time here.
+// The two CSV files, with arbitrary names from a database and titles from a device. The expected
+// contents are computed independently.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/unit/control/controllerfixture.h"
 
@@ -27,7 +27,7 @@ QString anyName(FuzzedDataProvider &input, const QStringList &names)
     return names.at(input.ConsumeIntegralInRange<int>(0, names.size() - 1));
 }
 
-// The names that a store may have: those of the model and others.
+// Names in a store: those of the model and others.
 QStringList anyNames(FuzzedDataProvider &input)
 {
     QStringList names{QStringLiteral("O3"), QStringLiteral("T"), QStringLiteral("Timestamp")};
@@ -124,12 +124,12 @@ QString exportText(const QVector<StoredMeasurement> &measurements, const QString
     return text;
 }
 
-// The target's own working folder has the settings.xml and takes the files.
+// A working folder with settings.xml, for the files.
 struct Desk
 {
     Desk()
     {
-        DEMAND(QDir::setCurrent(folder.path()));
+        FUZZ_ASSERT(QDir::setCurrent(folder.path()));
         fixture = new ControllerFixture;
         fixture->start();
         emit fixture->handler.valueRead(SerialPortValueType::ValueDeviceModel,
@@ -165,12 +165,12 @@ void checkExport(FuzzedDataProvider &input, Desk &desk)
     emit fixture.window.exportLocalMeasurementsToCsvClicked();
 
     const bool nothing = chosen.isEmpty() || fixture.storage.measurementsResult.isEmpty();
-    DEMAND(fixture.window.calls.contains(
-               QStringLiteral("Information No measurements found from given time period"))
-           == nothing);
+    FUZZ_ASSERT(fixture.window.calls.contains(
+                    QStringLiteral("Information No measurements found from given time period"))
+                == nothing);
     if (!nothing) {
-        DEMAND(desk.file.contents()
-               == exportText(fixture.storage.measurementsResult, chosen, celsius).toUtf8());
+        FUZZ_ASSERT(desk.file.contents()
+                    == exportText(fixture.storage.measurementsResult, chosen, celsius).toUtf8());
     }
 }
 
@@ -192,14 +192,14 @@ void checkLog(FuzzedDataProvider &input, Desk &desk)
     }
     desk.fixture->forget();
     emit desk.fixture->handler.logRead(titles, rows);
-    DEMAND(desk.file.contents() == expected.toUtf8());
+    FUZZ_ASSERT(desk.file.contents() == expected.toUtf8());
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    Fuzzing::silenceLog();
+    Fuzzing::disableLog();
     static QCoreApplication application(*argc, *argv);
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     return 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Jobs and their queue under bytes from the wire. The first byte chooses the dialogue, the second
-// how the bytes behind them are cut into chunks, where time-outs strike and whether a queue runs
-// the job.
+// Jobs and their queue with arbitrary bytes from the port. The first byte selects the dialogue, the
+// second how the following bytes are split into chunks, where time-outs occur and whether a queue
+// runs the job.
 #include "serial/serialportqueue.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/fakeserialport.h"
@@ -61,10 +61,10 @@ const QVector<JobDialogue> &dialogues()
 
 void expire(SerialPortJobInterface *job)
 {
-    DEMAND(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
+    FUZZ_ASSERT(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
 }
 
-// A second job, which is given a whole text at once each time.
+// A second job, which gets the whole text at once.
 class Judge
 {
 public:
@@ -91,13 +91,13 @@ private:
 
 void checkSent(const JobDialogue &dialogue, const QByteArrayList &sent)
 {
-    DEMAND(sent.size() <= maxSends * dialogue.command.size() + dialogue.answer.size());
+    FUZZ_ASSERT(sent.size() <= maxSends * dialogue.command.size() + dialogue.answer.size());
     for (int i = 0; i < sent.size() - dialogue.answer.size(); ++i) {
-        DEMAND(sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
+        FUZZ_ASSERT(sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
     }
 }
 
-// The verdict depends on all the text received since the last stop, not on how it came.
+// The result depends on the text received since the last stop, not on how it was split.
 void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
 {
     FakeSerialPort port;
@@ -110,7 +110,7 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
     for (const QByteArray &chunk : plan.cut(bytes)) {
         if (plan.timesOutHere()) {
             expire(job.data());
-            DEMAND(recorder.log == QStringList(latin1("timedOut")));
+            FUZZ_ASSERT(recorder.log == QStringList(latin1("timedOut")));
             recorder.log.clear();
             received.clear();
             if (!job->canRestart() || !job->restart()) {
@@ -120,12 +120,12 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
         const QString text = Fuzzing::asReceived(chunk);
         received += text;
         port.receive(text);
-        DEMAND(recorder.log == judge.verdict(received));
+        FUZZ_ASSERT(recorder.log == judge.verdict(received));
         if (!recorder.log.isEmpty()) {
-            DEMAND(job->isRunning() == !dialogue.stopsItself);
+            FUZZ_ASSERT(job->isRunning() == !dialogue.stopsItself);
             break;
         }
-        DEMAND(job->isRunning());
+        FUZZ_ASSERT(job->isRunning());
     }
     checkSent(dialogue, port.sent);
 
@@ -133,8 +133,8 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
     const QStringList heard = recorder.log;
     const QByteArrayList sent = port.sent;
     port.receive(Fuzzing::asReceived(bytes));
-    DEMAND(recorder.log == heard);
-    DEMAND(port.sent == sent);
+    FUZZ_ASSERT(recorder.log == heard);
+    FUZZ_ASSERT(port.sent == sent);
 }
 
 QStringList endsIn(const QStringList &heard)
@@ -148,8 +148,7 @@ QStringList endsIn(const QStringList &heard)
     return ends;
 }
 
-// Jobs end in the order of their coming, none is sent more often than it may be, and an idle queue
-// has nothing waiting.
+// Jobs end in order of arrival, none is sent more often than allowed, and an idle queue is empty.
 void checkQueue(int first, const QByteArray &bytes, Plan plan)
 {
     const auto port = QSharedPointer<FakeSerialPort>::create();
@@ -172,10 +171,10 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
         }
         port->receive(Fuzzing::asReceived(chunk));
         const QStringList ends = endsIn(recorder.log);
-        DEMAND(ends == types.mid(0, ends.size()));
-        DEMAND(queue.currentJob() ? queue.jobs().size() + ends.size() + 1 == types.size()
-                                  : queue.jobs().isEmpty() && ends == types);
-        DEMAND(port->sent.size() <= mostSends);
+        FUZZ_ASSERT(ends == types.mid(0, ends.size()));
+        FUZZ_ASSERT(queue.currentJob() ? queue.jobs().size() + ends.size() + 1 == types.size()
+                                       : queue.jobs().isEmpty() && ends == types);
+        FUZZ_ASSERT(port->sent.size() <= mostSends);
     }
 }
 
@@ -183,7 +182,7 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    Fuzzing::silenceLog();
+    Fuzzing::disableLog();
     static QCoreApplication application(*argc, *argv);
     return 0;
 }

@@ -14,24 +14,25 @@ const QString strangersName = QStringLiteral("a model that was there before");
 
 void checkItem(const ConfigurationItem &item)
 {
-    DEMAND(item.type == ConfigurationItemType::Text || item.type == ConfigurationItemType::Int
-           || item.type == ConfigurationItemType::Float);
-    DEMAND(!item.name.isNull() && !item.alias.isNull() && !item.group.isNull());
+    FUZZ_ASSERT(item.type == ConfigurationItemType::Text || item.type == ConfigurationItemType::Int
+                || item.type == ConfigurationItemType::Float);
+    FUZZ_ASSERT(!item.name.isNull() && !item.alias.isNull() && !item.group.isNull());
 }
 
 void checkMeasurement(const MeasurementItem &item, const QVector<MeasurementItem> &items)
 {
-    DEMAND(item.type > MeasurementType::Undefined && item.type <= MeasurementType::SolarRadiation);
-    DEMAND(item.unit > MeasurementUnit::Undefined
-           && item.unit <= MeasurementUnit::WattsPerSquareMetre);
-    DEMAND(item.name.isEmpty() || !item.displayName.isEmpty());
-    // What table, graph and export make of it: the first item of a name counts.
+    FUZZ_ASSERT(item.type > MeasurementType::Undefined
+                && item.type <= MeasurementType::SolarRadiation);
+    FUZZ_ASSERT(item.unit > MeasurementUnit::Undefined
+                && item.unit <= MeasurementUnit::WattsPerSquareMetre);
+    FUZZ_ASSERT(item.name.isEmpty() || !item.displayName.isEmpty());
+    // As the table, the graph and the export use it: the first item of a name counts.
     const QString caption = MeasurementTypeUtils::displayUnitCaption(item.name, items, {});
-    DEMAND(caption.isEmpty() || (caption.size() > 2 && caption.startsWith(QLatin1Char('('))));
-    DEMAND(MeasurementTypeUtils::conversionMultiplier(item.name, items) != 0.0);
+    FUZZ_ASSERT(caption.isEmpty() || (caption.size() > 2 && caption.startsWith(QLatin1Char('('))));
+    FUZZ_ASSERT(MeasurementTypeUtils::conversionMultiplier(item.name, items) != 0.0);
     MeasurementItem found;
-    DEMAND(MeasurementTypeUtils::findMeasurementItem(item.name, items, found));
-    DEMAND(MeasurementTypeUtils::displayName(item.name, items) == found.displayName);
+    FUZZ_ASSERT(MeasurementTypeUtils::findMeasurementItem(item.name, items, found));
+    FUZZ_ASSERT(MeasurementTypeUtils::displayName(item.name, items) == found.displayName);
 }
 
 QStringList described(const Devices &devices)
@@ -64,7 +65,7 @@ bool load(Devices &devices, const QByteArray &contents)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    Fuzzing::silenceLog();
+    Fuzzing::disableLog();
     return 0;
 }
 
@@ -82,12 +83,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         }
     }
 
-    // Into a map that is not empty the same models come, and nothing of it goes.
+    // Loading into a map that is not empty adds the same models and removes nothing.
     Devices filled{{strangersName, {}}};
-    DEMAND(load(filled, contents) == loaded);
+    FUZZ_ASSERT(load(filled, contents) == loaded);
     if (!devices.contains(strangersName)) {
-        DEMAND(filled.remove(strangersName) == 1);
+        FUZZ_ASSERT(filled.remove(strangersName) == 1);
     }
-    DEMAND(described(filled) == described(devices));
+    FUZZ_ASSERT(described(filled) == described(devices));
     return 0;
 }

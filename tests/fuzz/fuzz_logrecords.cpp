@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The rows of the device's log and their checksum. The first byte chooses what is done with the
-// rest, the second is the row's number.
+// The rows of the device's log and their checksum. The first byte selects the check, the second is
+// the row's number.
 #include "common/utils.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/replysamples.h"
@@ -25,7 +25,7 @@ bool isRecord(const QString &record)
     });
 }
 
-// The checksum as it stands behind a record, with one of its eight bits wrong.
+// The checksum of a record with one of its eight bits wrong.
 QString wrongChecksumOf(const QString &record, int bit)
 {
     const uint wrong = checksumOf(record).toUInt(nullptr, 16) ^ (1U << (bit % 8));
@@ -37,12 +37,12 @@ void checkAnyTitles(const QString &text)
     QStringList titles;
     QStringList again{latin1("left over")};
     const DataParserResult result = DataParser::parseLogTitles(text, titles);
-    DEMAND(DataParser::parseLogTitles(text, again) == result);
+    FUZZ_ASSERT(DataParser::parseLogTitles(text, again) == result);
     if (result == DataParserResult::Matched) {
         const QString record = titles.join(QLatin1Char(','));
-        DEMAND(titles == again);
-        DEMAND(text.contains(logLine(latin1("00000"), record), Qt::CaseInsensitive));
-        DEMAND(isConsoleText(record));
+        FUZZ_ASSERT(titles == again);
+        FUZZ_ASSERT(text.contains(logLine(latin1("00000"), record), Qt::CaseInsensitive));
+        FUZZ_ASSERT(isConsoleText(record));
     }
 }
 
@@ -53,13 +53,13 @@ void checkAnyValues(const QString &text, int index)
     QDateTime timeAgain = QDateTime::currentDateTime();
     QVector<double> valuesAgain{1.0, 2.0};
     const DataParserResult result = DataParser::parseLogValue(text, index, time, values);
-    DEMAND(DataParser::parseLogValue(text, index, timeAgain, valuesAgain) == result);
+    FUZZ_ASSERT(DataParser::parseLogValue(text, index, timeAgain, valuesAgain) == result);
     if (result == DataParserResult::Matched) {
-        DEMAND(values.size() <= text.count(QLatin1Char(',')));
-        DEMAND(values.size() == valuesAgain.size());
-        DEMAND(time.timeSpec() == Qt::UTC);
-        DEMAND(time.isValid() == timeAgain.isValid());
-        DEMAND(!time.isValid() || time == timeAgain);
+        FUZZ_ASSERT(values.size() <= text.count(QLatin1Char(',')));
+        FUZZ_ASSERT(values.size() == valuesAgain.size());
+        FUZZ_ASSERT(time.timeSpec() == Qt::UTC);
+        FUZZ_ASSERT(time.isValid() == timeAgain.isValid());
+        FUZZ_ASSERT(!time.isValid() || time == timeAgain);
     }
 }
 
@@ -68,14 +68,14 @@ void checkTitlesOfRecord(const QString &record, int bit)
     QStringList titles;
     const DataParserResult sound = DataParser::parseLogTitles(titlesReply(record), titles);
     if (!isConsoleText(record)) {
-        DEMAND(sound == DataParserResult::ChecksumMismatch);
+        FUZZ_ASSERT(sound == DataParserResult::ChecksumMismatch);
         return;
     }
-    DEMAND(sound == DataParserResult::Matched);
-    DEMAND(titles == record.split(QLatin1Char(',')));
+    FUZZ_ASSERT(sound == DataParserResult::Matched);
+    FUZZ_ASSERT(titles == record.split(QLatin1Char(',')));
     QString damaged = titlesReply(record);
     damaged.replace(damaged.size() - 2, 2, wrongChecksumOf(record, bit));
-    DEMAND(DataParser::parseLogTitles(damaged, titles) == DataParserResult::ChecksumMismatch);
+    FUZZ_ASSERT(DataParser::parseLogTitles(damaged, titles) == DataParserResult::ChecksumMismatch);
 }
 
 void checkValuesOfRecord(const QString &record, int index, int bit)
@@ -86,43 +86,43 @@ void checkValuesOfRecord(const QString &record, int index, int bit)
     const QString reply = rowReply(index, number, record);
     const DataParserResult sound = DataParser::parseLogValue(reply, index, time, values);
     if (!isRecord(record)) {
-        DEMAND(sound == DataParserResult::NoMatch);
-        DEMAND(values.isEmpty());
+        FUZZ_ASSERT(sound == DataParserResult::NoMatch);
+        FUZZ_ASSERT(values.isEmpty());
         return;
     }
-    DEMAND(values.size() == record.count(QLatin1Char(',')));
-    DEMAND(time.timeSpec() == Qt::UTC);
+    FUZZ_ASSERT(values.size() == record.count(QLatin1Char(',')));
+    FUZZ_ASSERT(time.timeSpec() == Qt::UTC);
     if (!isConsoleText(record)) {
-        DEMAND(sound == DataParserResult::ChecksumMismatch);
+        FUZZ_ASSERT(sound == DataParserResult::ChecksumMismatch);
         return;
     }
-    DEMAND(sound == DataParserResult::Matched);
+    FUZZ_ASSERT(sound == DataParserResult::Matched);
     QString damaged = reply;
     damaged.replace(damaged.size() - 2, 2, wrongChecksumOf(record, bit));
-    DEMAND(DataParser::parseLogValue(damaged, index, time, values)
-           == DataParserResult::ChecksumMismatch);
-    // A record may hold the words of another reply.
-    DEMAND(record.contains(latin1("log"), Qt::CaseInsensitive)
-           || DataParser::parseLogValue(reply, index + 1, time, values)
-               == DataParserResult::NoMatch);
+    FUZZ_ASSERT(DataParser::parseLogValue(damaged, index, time, values)
+                == DataParserResult::ChecksumMismatch);
+    // A record may contain another reply.
+    FUZZ_ASSERT(record.contains(latin1("log"), Qt::CaseInsensitive)
+                || DataParser::parseLogValue(reply, index + 1, time, values)
+                    == DataParserResult::NoMatch);
 }
 
 void checkChecksum(const QByteArray &bytes)
 {
     const int checksum = crc8(bytes.constData(), static_cast<unsigned>(bytes.size()));
     const QString text = QString::fromLatin1(bytes.constData(), bytes.size());
-    DEMAND(crc8(text) == checksum);
+    FUZZ_ASSERT(crc8(text) == checksum);
     if (!isConsoleText(text)) {
-        DEMAND(checksum == -1);
+        FUZZ_ASSERT(checksum == -1);
         return;
     }
-    DEMAND(checksum >= 0 && checksum <= 0xff);
-    DEMAND(checksumOf(text).toInt(nullptr, 16) == checksum);
-    DEMAND(DataParser::crcMatches(text, static_cast<unsigned>(checksum)));
-    DEMAND(!DataParser::crcMatches(text, static_cast<unsigned>(checksum) + 0x100U));
+    FUZZ_ASSERT(checksum >= 0 && checksum <= 0xff);
+    FUZZ_ASSERT(checksumOf(text).toInt(nullptr, 16) == checksum);
+    FUZZ_ASSERT(DataParser::crcMatches(text, static_cast<unsigned>(checksum)));
+    FUZZ_ASSERT(!DataParser::crcMatches(text, static_cast<unsigned>(checksum) + 0x100U));
     if (checksum < 0x80) {
         const QByteArray whole = bytes + static_cast<char>(checksum);
-        DEMAND(crc8(whole.constData(), static_cast<unsigned>(whole.size())) == 0);
+        FUZZ_ASSERT(crc8(whole.constData(), static_cast<unsigned>(whole.size())) == 0);
     }
 }
 
@@ -130,7 +130,7 @@ void checkChecksum(const QByteArray &bytes)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    Fuzzing::silenceLog();
+    Fuzzing::disableLog();
     return 0;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The grammar of the device's replies. The first byte chooses the function, the rest is what a job
+// The grammar of the device's replies. The first byte selects the function, the rest is what a job
 // has received so far.
 #include "tests/fuzz/fuzzing.h"
-#include "tests/fuzz/replyshape.h"
+#include "tests/fuzz/replyform.h"
 #include "tests/fuzz/replytable.h"
 
 #include <vector>
@@ -11,34 +11,34 @@ namespace {
 
 constexpr int maxRows = 32;
 
-// One counter for each place of each shape: an input that comes further is kept.
+// One counter for each position of each form: an input that reaches further is kept.
 __attribute__((section("__libfuzzer_extra_counters")))
-uint8_t progress[maxRows * (ReplyShape::maxSize + 1)];
+uint8_t progress[maxRows * (ReplyForm::maxSize + 1)];
 
-struct Tally
+struct Counts
 {
     long long calls = 0;
     long long recognised = 0;
 };
 
-Tally tallies[maxRows];
+Counts counts[maxRows];
 
-void printTallies()
+void printCounts()
 {
     const QVector<ReplyRow> &rows = ReplyTable::rows();
     for (int i = 0; i < rows.size(); ++i) {
         std::fprintf(stderr, "%-24s %10lld inputs %10lld recognised\n", rows.at(i).name,
-                     tallies[i].calls, tallies[i].recognised);
+                     counts[i].calls, counts[i].recognised);
     }
 }
 
-// Behind the first occurrence of each of the words, one after the other; -1 without.
+// The end of the first occurrence of each of the literals, one after the other; -1 without.
 int endOf(const QStringList &words, const QString &text)
 {
     int end = 0;
     for (const QString &word : words) {
-        const ReplyShape shape(word);
-        while (end + word.size() <= text.size() && !shape.matches(text.mid(end, word.size()))) {
+        const ReplyForm form(word);
+        while (end + word.size() <= text.size() && !form.matches(text.mid(end, word.size()))) {
             ++end;
         }
         end += word.size();
@@ -46,15 +46,15 @@ int endOf(const QStringList &words, const QString &text)
     return end <= text.size() ? end : -1;
 }
 
-// The engine's choice: the capture begins as early and then ends as late as possible.
+// QRegExp's rule: the capture begins as early and then ends as late as possible.
 void checkCapture(const ReplyRow &row, const QString &text, const QString &captured)
 {
     const int begin = endOf(row.opening, text);
-    DEMAND(begin >= 0);
+    FUZZ_ASSERT(begin >= 0);
     const int prompt = row.prompted ? text.lastIndexOf(QLatin1Char('$')) : text.size();
     const int end = text.left(prompt).lastIndexOf(row.closing, -1, Qt::CaseInsensitive);
-    DEMAND(end >= begin);
-    DEMAND(captured == text.mid(begin, end - begin));
+    FUZZ_ASSERT(end >= begin);
+    FUZZ_ASSERT(captured == text.mid(begin, end - begin));
 }
 
 QString otherCase(const QString &text)
@@ -73,12 +73,12 @@ void checkRecognised(const ReplyRow &row, const QString &text, const Verdict &ve
     if (!row.opening.isEmpty()) {
         checkCapture(row, text, verdict.result);
     }
-    if (row.byShapeAlone) {
-        DEMAND(row.read(otherCase(text), false).recognised);
+    if (row.byFormAlone) {
+        FUZZ_ASSERT(row.read(otherCase(text), false).recognised);
     }
     if (row.open) {
-        DEMAND(row.read(QLatin1String("=1\r\n$ ") + text, false).recognised);
-        DEMAND(row.read(text + QLatin1String("\r\n$ show"), false).recognised);
+        FUZZ_ASSERT(row.read(QLatin1String("=1\r\n$ ") + text, false).recognised);
+        FUZZ_ASSERT(row.read(text + QLatin1String("\r\n$ show"), false).recognised);
     }
 }
 
@@ -86,20 +86,20 @@ void checkRecognised(const ReplyRow &row, const QString &text, const Verdict &ve
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    Fuzzing::silenceLog();
-    // Made before, so that it still stands when the tallies are printed.
+    Fuzzing::disableLog();
+    // Constructed before the handler is registered, so that it is destroyed after it.
     ReplyTable::rows();
-    std::atexit(printTallies);
+    std::atexit(printCounts);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const QVector<ReplyRow> &rows = ReplyTable::rows();
-    static const std::vector<ReplyShape> shapes = [] {
-        std::vector<ReplyShape> result;
+    static const std::vector<ReplyForm> forms = [] {
+        std::vector<ReplyForm> result;
         for (const ReplyRow &row : ReplyTable::rows()) {
-            result.emplace_back(row.shape);
+            result.emplace_back(row.form);
         }
         return result;
     }();
@@ -112,18 +112,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     const Verdict verdict = row.read(text, false);
     const Verdict again = row.read(text, true);
-    DEMAND(verdict.recognised == again.recognised);
-    ++tallies[index].calls;
+    FUZZ_ASSERT(verdict.recognised == again.recognised);
+    ++counts[index].calls;
 
     int furthest = 0;
-    const bool shaped = shapes[static_cast<size_t>(index)].matches(text, &furthest);
-    progress[index * (ReplyShape::maxSize + 1) + furthest] = 1;
-    DEMAND(shaped || !verdict.recognised);
-    DEMAND(!row.byShapeAlone || verdict.recognised == shaped);
+    const bool fits = forms[static_cast<size_t>(index)].matches(text, &furthest);
+    progress[index * (ReplyForm::maxSize + 1) + furthest] = 1;
+    FUZZ_ASSERT(fits || !verdict.recognised);
+    FUZZ_ASSERT(!row.byFormAlone || verdict.recognised == fits);
     if (verdict.recognised) {
-        ++tallies[index].recognised;
-        DEMAND(verdict.sane);
-        DEMAND(verdict.result == again.result);
+        ++counts[index].recognised;
+        FUZZ_ASSERT(verdict.sane);
+        FUZZ_ASSERT(verdict.result == again.result);
         checkRecognised(row, text, verdict);
     }
     return 0;

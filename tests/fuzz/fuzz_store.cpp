@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The measurement store on a file of anybody's making: the input is the database file.
+// The measurement store on an arbitrary database file.
 #include "storage/localstoragehandler.h"
 #include "storage/localstoragesqlite.h"
 #include "tests/fuzz/fuzzing.h"
@@ -16,7 +16,7 @@ namespace {
 
 constexpr unsigned noDevice = std::numeric_limits<unsigned>::max();
 
-// Ids beyond it do not fit the interface, and no tool will ever come there.
+// Larger ids don't fit the interface; the tool never reaches them.
 constexpr unsigned highestId = 0x7fffffff;
 
 const QDateTime now = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59, 999), Qt::UTC);
@@ -47,7 +47,7 @@ QStringList rowsOf(const char *sql)
     return rows;
 }
 
-// Whether the open file is a whole one, with the store's tables and nothing else in it.
+// Whether the open file is intact and contains the store's tables and nothing else.
 bool isSoundStore()
 {
     static const QStringList tables{
@@ -64,17 +64,17 @@ bool isSoundStore()
         && rowsOf("pragma integrity_check") == QStringList(QStringLiteral("ok"));
 }
 
-// The range holds in a sound store only: where the times are texts, they compare as texts.
+// The range applies in an intact store only: times that are texts compare as texts.
 void checkMeasurements(LocalStorageSqlite &store, const QDateTime &from, const QDateTime &to,
                        unsigned deviceId, bool sound)
 {
     const QVector<StoredMeasurement> measurements = store.measurements(from, to, deviceId);
     for (const StoredMeasurement &measurement : measurements) {
-        DEMAND(!sound || (measurement.timestamp >= from && measurement.timestamp <= to));
-        DEMAND(measurement.timestamp.timeSpec() != Qt::LocalTime);
-        DEMAND(measurement.state <= MeasurementState::HardwareError);
+        FUZZ_ASSERT(!sound || (measurement.timestamp >= from && measurement.timestamp <= to));
+        FUZZ_ASSERT(measurement.timestamp.timeSpec() != Qt::LocalTime);
+        FUZZ_ASSERT(measurement.state <= MeasurementState::HardwareError);
         for (const MeasurementValue &value : measurement.values) {
-            DEMAND(value.valid);
+            FUZZ_ASSERT(value.valid);
         }
     }
 }
@@ -84,10 +84,10 @@ void readAll(LocalStorageSqlite &store, bool sound)
     QDateTime newest;
     QVector<StoredDevice> devices = store.devices();
     for (const StoredDevice &device : qAsConst(devices)) {
-        DEMAND(device.firstMeasurement.isValid() == device.lastMeasurement.isValid());
-        DEMAND(newest.isNull() || !(newest < device.lastMeasurement));
+        FUZZ_ASSERT(device.firstMeasurement.isValid() == device.lastMeasurement.isValid());
+        FUZZ_ASSERT(newest.isNull() || !(newest < device.lastMeasurement));
         newest = device.lastMeasurement;
-        // What the dialogs ask when the device is chosen; the first few say as much as all.
+        // The queries of the dialogs; the first few devices are enough.
         if (&device - devices.constData() < 2) {
             store.measurementMetadata(device.id);
             store.measurementTypes(device.id);
@@ -98,7 +98,7 @@ void readAll(LocalStorageSqlite &store, bool sound)
     checkMeasurements(store, QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), now, 1, sound);
 }
 
-// Stores a measurement as the tool does at each poll.
+// Stores a measurement as a poll does.
 void storeOne(LocalStorageSqlite &store, bool sound)
 {
     LocalStorageHandler handler(&store);
@@ -106,7 +106,7 @@ void storeOne(LocalStorageSqlite &store, bool sound)
     handler.addMeasurements({MeasurementState::Ready, now}, values());
     unsigned deviceId = noDevice;
     const bool known = store.addDevice(details(), deviceId);
-    DEMAND(!handler.hasDevice() || !sound || known);
+    FUZZ_ASSERT(!handler.hasDevice() || !sound || known);
     unsigned id = 0;
     const bool added = known && store.addMeasurement(deviceId, {MeasurementState::Ready, now}, id);
     if (!added || !sound || deviceId > highestId || id > highestId) {
@@ -114,17 +114,17 @@ void storeOne(LocalStorageSqlite &store, bool sound)
     }
     store.addMeasurementValues(id, values());
     const QVector<StoredMeasurement> found = store.measurements(now, now, deviceId);
-    DEMAND(!found.isEmpty());
-    DEMAND(found.last().timestamp == now);
-    DEMAND(found.last().state == MeasurementState::Ready);
-    DEMAND(store.measurementMetadata(deviceId).contains(id));
+    FUZZ_ASSERT(!found.isEmpty());
+    FUZZ_ASSERT(found.last().timestamp == now);
+    FUZZ_ASSERT(found.last().state == MeasurementState::Ready);
+    FUZZ_ASSERT(store.measurementMetadata(deviceId).contains(id));
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    Fuzzing::silenceLog();
+    Fuzzing::disableLog();
     static QCoreApplication application(*argc, *argv);
     return 0;
 }
@@ -134,8 +134,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("measurements.db"));
     QFile file(path);
-    DEMAND(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    DEMAND(file.write(Fuzzing::bytesOf(data, size)) == static_cast<qint64>(size));
+    FUZZ_ASSERT(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    FUZZ_ASSERT(file.write(Fuzzing::bytesOf(data, size)) == static_cast<qint64>(size));
     file.close();
     {
         LocalStorageSqlite store;
@@ -144,7 +144,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         readAll(store, sound);
         storeOne(store, sound);
         store.close();
-        DEMAND(store.open(path) || !sound);
+        FUZZ_ASSERT(store.open(path) || !sound);
         readAll(store, sound);
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));

@@ -11,28 +11,28 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// Ends the run with a finding unless @p condition holds.
-#define DEMAND(condition)                                                                       \
-    do {                                                                                        \
-        if (!(condition)) {                                                                     \
-            std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #condition); \
-            std::abort();                                                                       \
-        }                                                                                       \
+/// Aborts, which libFuzzer reports as a finding, unless @p condition is true.
+#define FUZZ_ASSERT(condition)                                                                     \
+    do {                                                                                           \
+        if (!(condition)) {                                                                        \
+            std::fprintf(stderr, "%s:%d: assertion failed: %s\n", __FILE__, __LINE__, #condition); \
+            std::abort();                                                                          \
+        }                                                                                          \
     } while (false)
 
 namespace Fuzzing {
 
-inline void swallow(QtMsgType type, const QMessageLogContext &, const QString &text)
+inline void ignoreMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     if (type == QtFatalMsg) {
         std::fprintf(stderr, "%s\n", qPrintable(text));
     }
 }
 
-/// The log would be most of a run's time. A failed assertion still says its words.
-inline void silenceLog()
+/// Turns log lines off, which would take most of the time. Fatal messages are still printed.
+inline void disableLog()
 {
-    qInstallMessageHandler(swallow);
+    qInstallMessageHandler(ignoreMessage);
 }
 
 inline QByteArray bytesOf(const uint8_t *data, size_t size)
@@ -40,8 +40,8 @@ inline QByteArray bytesOf(const uint8_t *data, size_t size)
     return QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size));
 }
 
-/// A chunk of bytes as the transport hands it on: it ends at the first NUL, and the rest is UTF-8
-/// with the device's six letters in it.
+/// A chunk of bytes as the transport passes it on: up to the first NUL, decoded as UTF-8 with the
+/// device's six letters.
 inline QString asReceived(const QByteArray &chunk)
 {
     const auto length = qstrnlen(chunk.constData(), static_cast<uint>(chunk.size()));
@@ -56,7 +56,7 @@ public:
     MemoryFile()
         : m_descriptor(memfd_create("fuzz", 0))
     {
-        DEMAND(m_descriptor >= 0);
+        FUZZ_ASSERT(m_descriptor >= 0);
     }
     ~MemoryFile() { ::close(m_descriptor); }
     MemoryFile(const MemoryFile &) = delete;
@@ -66,16 +66,17 @@ public:
 
     void fill(const QByteArray &contents) const
     {
-        DEMAND(::ftruncate(m_descriptor, 0) == 0);
-        DEMAND(::pwrite(m_descriptor, contents.constData(), static_cast<size_t>(contents.size()), 0)
-               == contents.size());
+        FUZZ_ASSERT(::ftruncate(m_descriptor, 0) == 0);
+        FUZZ_ASSERT(
+            ::pwrite(m_descriptor, contents.constData(), static_cast<size_t>(contents.size()), 0)
+            == contents.size());
     }
 
     QByteArray contents() const
     {
         QByteArray result(static_cast<int>(::lseek(m_descriptor, 0, SEEK_END)), '\0');
-        DEMAND(::pread(m_descriptor, result.data(), static_cast<size_t>(result.size()), 0)
-               == result.size());
+        FUZZ_ASSERT(::pread(m_descriptor, result.data(), static_cast<size_t>(result.size()), 0)
+                    == result.size());
         return result;
     }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Writes what the targets of the device link start from, out of the dialogues of the tests.
+// Writes the seed inputs of the device link's targets, from the dialogues of the tests.
 // Usage: fuzzseeds FOLDER
 #include "tests/fuzz/replytable.h"
 #include "tests/kit/jobdialogue.h"
@@ -28,7 +28,7 @@ QByteArray head(std::initializer_list<int> bytes)
     return result;
 }
 
-// Every reply to every function: most are strangers to each other.
+// Every reply for every function, most of which don't fit.
 void writeReplies(const QString &folder, const QByteArrayList &replies)
 {
     for (int function = 0; function < ReplyTable::rows().size(); ++function) {

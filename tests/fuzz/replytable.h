@@ -7,26 +7,26 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-/// What a function of the grammar made of a text.
+/// The result of one function of the grammar.
 struct Verdict
 {
     bool recognised = false;
     QString result;
-    bool sane = true; ///< whether the result can be one at all
+    bool sane = true; ///< whether the result is plausible
 };
 
-/// One function of the grammar: how to call it, and what must hold.
+/// One function of the grammar: how to call it, and its properties.
 struct ReplyRow
 {
     const char *name;
-    QString shape; ///< see ReplyShape
-    /// Calls the function; @p dirty says whether its out-parameters hold something before.
+    QString form; ///< see ReplyForm
+    /// Calls the function; @p dirty: with values in its out-parameters.
     Verdict (*read)(const QString &text, bool dirty);
-    bool byShapeAlone = true; ///< a text of the shape is recognised, whatever it carries
-    bool open = true; ///< more text in front or behind changes nothing of that
-    QStringList opening = {}; ///< the words before the captured text; none: not checked
-    QString closing = {}; ///< the words behind it
-    bool prompted = true; ///< a prompt has to follow those
+    bool byFormAlone = true; ///< every text of this form is recognised
+    bool open = true; ///< also with more text before and after it
+    QStringList opening = {}; ///< the literals before the captured text; none: not checked
+    QString closing = {}; ///< the literal after it
+    bool prompted = true; ///< a prompt has to follow
 };
 
 namespace ReplyTable {
@@ -62,8 +62,8 @@ inline Verdict readValue(const QString &text, bool dirty)
     return {recognised, value};
 }
 
-// The name is the first line. It goes into the pattern as it stands, so nothing is known of what it
-// matches. Without braces: a repetition counts as many places as its author says.
+// The name is the first line. It becomes part of the pattern unescaped, so that the match can't be
+// predicted. Without braces, as a repetition could be arbitrarily long.
 inline Verdict readNamedValue(const QString &text, bool dirty)
 {
     const int end = text.indexOf(QLatin1Char('\n'));
@@ -102,7 +102,7 @@ Verdict dateReader(const QString &text, bool dirty)
         time = QDateTime(QDate(1999, 12, 31), QTime(23, 59, 58, 999), Qt::LocalTime);
     }
     const bool recognised = Function(text, time);
-    // A year of nine digits and more may lie beyond what a time can hold, and comes out as another.
+    // A year of nine digits or more may be out of QDateTime's range and change.
     static const QRegularExpression farYear(latin1("[0-9]{9}"));
     const bool sane = time.timeSpec() == Qt::UTC && time.time().msec() <= 0
         && (!time.isValid() || text.contains(QString::number(time.date().year()))
@@ -128,7 +128,7 @@ Verdict listReader(const QString &text, bool dirty)
             !recognised || (item.index >= 0 && text.contains(item.value))};
 }
 
-/// The replies, but for log records and memory blocks, which have targets of their own.
+/// The replies except log records and memory blocks, which have targets of their own.
 inline const QVector<ReplyRow> &rows()
 {
     const QString prompt = latin1("\r\n*$*");

@@ -5,36 +5,35 @@
 #include <array>
 #include <bitset>
 
-// The matcher's own branches would drown those of the code under test.
-#define KV_NOT_COUNTED __attribute__((no_sanitize("coverage", "address", "undefined")))
+// The matcher's own branches would hide those of the code under test.
+#define KV_UNINSTRUMENTED __attribute__((no_sanitize("coverage", "address", "undefined")))
 
-/// What a reply looks like, written down a second time and matched by other means than the product
-/// has: a set of places in the shape that the text read so far can have reached.
+/// The form of a reply, matched independently of the product: by the set of positions in the form
+/// that the text read so far can have reached.
 ///
 /// * any text, + decimal digits, ~ a white space, . any character, % the text of a quoted list with
-/// or without its quotes; \\ takes the meaning from the character behind it. Letters match in
-/// either case. Being instrumented, the matcher also shows the fuzzer how far an input has come,
-/// which the engine that the product uses can't.
-class ReplyShape
+/// or without its quotes; \\ makes the next character literal. Letters match in either case. The
+/// position reached also guides the fuzzer, which can't see into QRegExp.
+class ReplyForm
 {
 public:
-    explicit ReplyShape(const QString &shape)
+    explicit ReplyForm(const QString &form)
     {
-        for (int i = 0; i < shape.size(); ++i) {
-            const bool escaped = shape.at(i) == QLatin1Char('\\');
+        for (int i = 0; i < form.size(); ++i) {
+            const bool escaped = form.at(i) == QLatin1Char('\\');
             i += escaped ? 1 : 0;
-            if (!escaped && shape.at(i) == QLatin1Char('%')) {
+            if (!escaped && form.at(i) == QLatin1Char('%')) {
                 add({Kind::Optional, QLatin1Char('"')});
                 add({Kind::Unquoted, QChar()});
                 add({Kind::Optional, QLatin1Char('"')});
             } else {
-                add({escaped ? Kind::Letter : kindOf(shape.at(i)), shape.at(i).toLower()});
+                add({escaped ? Kind::Letter : kindOf(form.at(i)), form.at(i).toLower()});
             }
         }
     }
 
-    /// Whether the whole of @p text has the shape. @p furthest: the furthest place reached.
-    KV_NOT_COUNTED bool matches(const QString &text, int *furthest = nullptr) const
+    /// Whether the whole of @p text has the form. @p furthest: the furthest place reached.
+    KV_UNINSTRUMENTED bool matches(const QString &text, int *furthest = nullptr) const
     {
         Places places;
         reach(places, 0);
@@ -96,8 +95,8 @@ private:
 
     size_t end() const { return static_cast<size_t>(m_size); }
 
-    // Elements that may stand for nothing are reached together with what follows them.
-    KV_NOT_COUNTED void reach(Places &places, size_t place) const
+    // Elements that may be empty are reached together with the next element.
+    KV_UNINSTRUMENTED void reach(Places &places, size_t place) const
     {
         places.set(place);
         while (place < end()) {
@@ -109,7 +108,7 @@ private:
         }
     }
 
-    KV_NOT_COUNTED void step(Places &next, size_t place, QChar c, QChar letter) const
+    KV_UNINSTRUMENTED void step(Places &next, size_t place, QChar c, QChar letter) const
     {
         const Element &element = m_elements[place];
         switch (element.kind) {
