@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Texts from a device, the store or settings.xml in the window: a message box, the device's fields,
+// the graph's device, list and legend. They have to be shown literally and at once.
+#include "tests/fuzz/fuzzing.h"
+#include "tests/kit/fakelocalstorage.h"
+#include "ui/mainwindow.h"
+
+#include <QtCharts/QChart>
+#include <QtCharts/QChartView>
+#include <QtCharts/QLegend>
+#include <QtCharts/QLegendMarker>
+#include <QtCore/QTimer>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QListWidget>
+#include <memory>
+
+namespace {
+
+void checkBox(MainWindow &window, const QString &text)
+{
+    QTimer::singleShot(0, &window, [&text] {
+        auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        FUZZ_ASSERT(box);
+        FUZZ_ASSERT(box->textFormat() == Qt::PlainText);
+        FUZZ_ASSERT(box->text() == text || box->detailedText() == text);
+        box->grab();
+        box->reject();
+    });
+    window.showMessageBox(QMessageBox::Warning, text);
+}
+
+void checkGraph(MainWindow &window, const QString &text)
+{
+    const QDateTime time = QDateTime::fromMSecsSinceEpoch(60000, Qt::UTC);
+    FakeLocalStorage storage;
+    DeviceDetails device;
+    device.modelNumber = text;
+    device.serialNumber = text;
+    storage.devicesResult = {{device, 1, time, time}};
+    StoredMeasurement reading;
+    reading.timestamp = time;
+    reading.values = {{text, true, 1.0}, {QStringLiteral("W0"), true, 2.0}};
+    storage.measurementsResult = {reading, reading};
+    GraphSettings settings;
+    settings.from = time.addSecs(-60);
+    settings.to = time.addSecs(60);
+    settings.showLatest = false;
+    settings.measurementTypes = QStringList{text};
+    window.showGraph(device, &storage, {}, MeasurementDisplayOptions(), settings);
+
+    for (QWidget *graph : QApplication::topLevelWidgets()) {
+        const auto *const view = graph->findChild<QtCharts::QChartView *>();
+        if (view && graph->isVisible()) {
+            FUZZ_ASSERT(graph->findChild<QListWidget *>()->item(0)->text().startsWith(text));
+            const auto markers = view->chart()->legend()->markers();
+            FUZZ_ASSERT(!markers.isEmpty());
+            FUZZ_ASSERT(!markers.constFirst()->label().contains(QLatin1Char('<')));
+            graph->grab();
+            graph->close();
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    Fuzzing::disableLog();
+    static QApplication application(*argc, *argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static const auto window = std::make_unique<MainWindow>(nullptr);
+    const QString text = Fuzzing::asReceived(Fuzzing::bytesOf(data, size));
+    window->setModelNumber(text);
+    window->setSerialNumber(text);
+    checkBox(*window, text);
+    checkGraph(*window, text);
+    return 0;
+}
