@@ -6,8 +6,7 @@
 #include <QtCore/QStringList>
 #include <functional>
 
-/// A store that keeps nothing: it records what it is asked, in order, and answers as it was told
-/// to.
+/// A store without contents: it records each call and answers as the test prepared.
 class FakeLocalStorage : public LocalStorage
 {
 public:

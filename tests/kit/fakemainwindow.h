@@ -7,8 +7,8 @@
 #include <QtCore/QObject>
 #include <functional>
 
-/// A window that writes each call down as one text ("setHealth 98"), answers questions and dialogs
-/// with what the test prepared, and has the signals of the real one.
+/// A window that records each call as one text ("setHealth 98"), answers questions and dialogs as
+/// the test prepared, and has the signals of the real one.
 class FakeMainWindow : public QObject, public MainWindowInterface
 {
     Q_OBJECT
@@ -20,9 +20,6 @@ public:
     {
         const QMetaEnum icons = QMetaEnum::fromType<QMessageBox::Icon>();
         record(icons.valueToKey(icon), text);
-        if (duringMessageBox) {
-            duringMessageBox();
-        }
     }
     QString selectSaveFile(const QString &caption, const QString &path,
                            const QString &filter) override
@@ -63,13 +60,7 @@ public:
     }
     QStringList configurationNames() override { return names; }
     void closeAll() override { record("closeAll"); }
-    void setConnected(bool connected) override
-    {
-        record("setConnected", connected);
-        if (duringSetConnected) {
-            duringSetConnected();
-        }
-    }
+    void setConnected(bool connected) override { record("setConnected", connected); }
     void setMeasurementState(MeasurementState state) override
     {
         record("setMeasurementState", static_cast<int>(state));
@@ -107,12 +98,10 @@ public:
     void showProgressWaitDialog(WaitDialogReason reason, const QString &text) override
     {
         record("showProgressWaitDialog", QString::number(static_cast<int>(reason)) + bar() + text);
-        runDuringWaitDialog();
     }
     void showWaitDialog(WaitDialogReason reason, const QString &text) override
     {
         record("showWaitDialog", QString::number(static_cast<int>(reason)) + bar() + text);
-        runDuringWaitDialog();
     }
     bool askQuestion(const QString &title, const QString &text) override
     {
@@ -163,7 +152,7 @@ public:
     QString selectedPort() override { return port; }
 
     QStringList calls;
-    QStringList *interleaved = nullptr; ///< where calls go instead, to see an order between fakes
+    QStringList *interleaved = nullptr; ///< takes the calls instead, for an order between fakes
 
     // What the test prepares.
     bool answer = false;
@@ -173,9 +162,7 @@ public:
     QStringList directories;
     QStringList names;
     ExportSelection exportSelection;
-    std::function<void()> duringMessageBox;
-    std::function<void()> duringSetConnected;
-    std::function<void()> duringWaitDialog;
+    std::function<void(const QString &call)> onCall; ///< runs during each call
 
     // What the controller handed over last.
     MeasurementMetadata metadata;
@@ -210,17 +197,17 @@ signals:
 
 private:
     static QString bar() { return QStringLiteral(" | "); }
-    QStringList &log() { return interleaved ? *interleaved : calls; }
-    void record(const char *call) { log().append(QLatin1String(call)); }
-    void record(const char *call, const QString &argument)
+    void record(const char *name, const QString &argument)
     {
-        log().append(QLatin1String(call) + QLatin1Char(' ') + argument);
+        recordCall(QLatin1String(name) + QLatin1Char(' ') + argument);
     }
-    void record(const char *call, int argument) { record(call, QString::number(argument)); }
-    void runDuringWaitDialog()
+    void record(const char *name) { recordCall(QLatin1String(name)); }
+    void recordCall(const QString &call)
     {
-        if (duringWaitDialog) {
-            duringWaitDialog();
+        (interleaved ? *interleaved : calls).append(call);
+        if (onCall) {
+            onCall(call);
         }
     }
+    void record(const char *name, int argument) { record(name, QString::number(argument)); }
 };

@@ -5,6 +5,7 @@
 
 #include <QtCore/QMap>
 #include <QtCore/QStringList>
+#include <functional>
 
 /// Settings in memory that remember the order in which keys were read and written.
 class FakeSettings : public SettingsInterface
@@ -15,6 +16,9 @@ public:
     QVariant value(const QString &key, const QVariant &defaultValue) const override
     {
         reads.append(key);
+        if (onRead) {
+            onRead();
+        }
         return values.value(key, defaultValue);
     }
     void setValue(const QString &key, const QVariant &value) override
@@ -29,5 +33,6 @@ public:
     QMap<QString, QVariant> values;
     mutable QStringList reads;
     QStringList writes;
-    QStringList *interleaved = nullptr; ///< takes the writes too, to see an order between fakes
+    std::function<void()> onRead; ///< runs during each read
+    QStringList *interleaved = nullptr; ///< takes the writes too, for an order between fakes
 };

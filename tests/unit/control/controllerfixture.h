@@ -9,7 +9,21 @@
 
 #include <QtCore/QFile>
 
-/// A controller among fakes, in a working folder with a settings.xml of two models.
+inline QString text(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+inline QStringList texts(std::initializer_list<const char *> words)
+{
+    QStringList result;
+    for (const char *word : words) {
+        result.append(text(word));
+    }
+    return result;
+}
+
+/// A controller with fakes around it, in a working folder with a settings.xml of two models.
 struct ControllerFixture
 {
     ControllerFixture()
@@ -50,7 +64,7 @@ struct ControllerFixture
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    /// Starts the controller and forgets what the fakes saw of it.
+    /// Starts the controller and clears the records of the fakes.
     void start()
     {
         if (!controller.start()) {
@@ -59,7 +73,7 @@ struct ControllerFixture
         forget();
     }
 
-    /// Goes through a connect to the state in which the measurements are polled.
+    /// Connects a device that is ready, so that measurements are polled.
     void connectDevice()
     {
         start();

@@ -8,11 +8,6 @@ using Value = SerialPortValueType;
 
 namespace {
 
-QString text(const char *latin1)
-{
-    return QString::fromUtf8(latin1);
-}
-
 /// Whether a single shot of this kind waits in the event dispatcher.
 bool singleShotIsPending(int intervalMs, Qt::TimerType type)
 {
@@ -39,7 +34,6 @@ private slots:
     void newPortNameMakesATransport();
     void samePortNameUsesTheSameTransport();
     void connectedAsksForEverythingInOrder();
-    void thePortIsRememberedAfterAllRequests();
     void failedConnectLeavesTheRememberedPort();
     void knownModelTakesOver();
     void modelInAnotherCaseIsNotSupported();
@@ -74,7 +68,6 @@ private slots:
 
     // Small operations.
     void intervalsAndDetailsCanBeSet();
-    void timersHaveTheirIntervals();
 };
 
 void TestMainWindowController::emptyPortNameDoesNothing()
@@ -93,7 +86,7 @@ void TestMainWindowController::newPortNameMakesATransport()
     ControllerFixture f;
     f.start();
     emit f.window.connectClicked(text("/dev/ttyNEW"));
-    QCOMPARE(f.handler.calls, QStringList({text("setSerialPort"), text("connectToDevice")}));
+    QCOMPARE(f.handler.calls, texts({"setSerialPort", "connectToDevice"}));
     QCOMPARE(f.handler.transport->portName(), text("ttyNEW"));
     QVERIFY(!f.handler.transport->isOpen());
     QVERIFY(f.window.calls.isEmpty());
@@ -105,32 +98,22 @@ void TestMainWindowController::samePortNameUsesTheSameTransport()
     f.start();
     QTest::ignoreMessage(QtDebugMsg, "Port already opened, trying again to read sw version");
     emit f.window.connectClicked(text("ttyOLD"));
-    QCOMPARE(f.handler.calls, QStringList(text("connectToDevice")));
+    QCOMPARE(f.handler.calls, texts({"connectToDevice"}));
 }
 
 void TestMainWindowController::connectedAsksForEverythingInOrder()
 {
     ControllerFixture f;
     f.start();
-    f.window.names = QStringList({text("one"), text("two")});
-    emit f.handler.connected();
-    QCOMPARE(f.handler.calls,
-             QStringList({text("setValue debug=0"), text("readModel"),
-                          text("readValues hwver swver serial model meas_state health one two"),
-                          text("readDate")}));
-    QCOMPARE(f.settings.writes, QStringList(text("serial port")));
-    QCOMPARE(f.settings.values[text("serial port")].toString(), text("ttyOLD"));
-    QVERIFY(f.window.calls.isEmpty());
-}
-
-void TestMainWindowController::thePortIsRememberedAfterAllRequests()
-{
-    ControllerFixture f;
-    f.start();
+    f.window.names = texts({"one", "two"});
     f.settings.interleaved = &f.handler.calls;
     emit f.handler.connected();
-    QCOMPARE(f.handler.calls.last(), text("setting serial port"));
-    QCOMPARE(f.handler.calls.count(text("setting serial port")), 1);
+    QCOMPARE(f.handler.calls,
+             texts({"setValue debug=0", "readModel",
+                    "readValues hwver swver serial model meas_state health one two", "readDate",
+                    "setting serial port"}));
+    QCOMPARE(f.settings.values[text("serial port")].toString(), text("ttyOLD"));
+    QVERIFY(f.window.calls.isEmpty());
 }
 
 void TestMainWindowController::failedConnectLeavesTheRememberedPort()
@@ -148,7 +131,7 @@ void TestMainWindowController::knownModelTakesOver()
     f.start();
     QTest::ignoreMessage(QtDebugMsg, "Got model: \"KVT-2\"");
     emit f.handler.valueRead(Value::ValueDeviceModel, text("KVT-2"));
-    QCOMPARE(f.window.calls, QStringList({text("setMeasurementItems"), text("setConfiguration")}));
+    QCOMPARE(f.window.calls, texts({"setMeasurementItems", "setConfiguration"}));
     QCOMPARE(f.window.configuration.configurationItems.first().alias, text("two"));
     QCOMPARE(f.window.items.first().name, text("T"));
 }
@@ -162,8 +145,8 @@ void TestMainWindowController::modelInAnotherCaseIsNotSupported()
                          "Model not supported, supported models are: (\"KVT-1\", \"KVT-2\")");
     emit f.handler.valueRead(Value::ValueDeviceModel, text("kvt-1"));
     QCOMPARE(f.window.calls,
-             QStringList(text("Critical Device kvt-1 not supported. Please update "
-                              "KV Tool.")));
+             texts({"Critical Device kvt-1 not supported. Please update "
+                    "KV Tool."}));
     QVERIFY(f.handler.calls.isEmpty());
     QCOMPARE(f.window.configuration.configurationItems.first().alias, text("one"));
 }
@@ -177,9 +160,9 @@ void TestMainWindowController::identityGoesToTheWindowAndTheStore()
     emit f.handler.dataRead(text("swver"), text("S1"));
     emit f.handler.dataRead(text("serial"), text("N1"));
     emit f.handler.dataRead(text("model"), text("M1"));
-    QCOMPARE(f.window.calls,
-             QStringList({text("setHwVersion H1"), text("setSwVersion S1"),
-                          text("setSerialNumber N1"), text("setModelNumber M1")}));
+    QCOMPARE(
+        f.window.calls,
+        texts({"setHwVersion H1", "setSwVersion S1", "setSerialNumber N1", "setModelNumber M1"}));
     emit f.handler.allJobsDone();
     QCOMPARE(f.storage.addedDevices.size(), 1);
     const DeviceDetails device = f.storage.addedDevices.first();
@@ -195,9 +178,8 @@ void TestMainWindowController::otherNamesAreSettings()
     f.start();
     emit f.handler.dataRead(text("one"), text("7"));
     emit f.handler.dataRead(text("Health"), text("7"));
-    QCOMPARE(
-        f.window.calls,
-        QStringList({text("setConfigurationValue one=7"), text("setConfigurationValue Health=7")}));
+    QCOMPARE(f.window.calls,
+             texts({"setConfigurationValue one=7", "setConfigurationValue Health=7"}));
 }
 
 void TestMainWindowController::healthIsBounded_data()
@@ -283,11 +265,21 @@ void TestMainWindowController::eachNotReadyReplyStartsTheWaitAnew()
 void TestMainWindowController::readyLeavesTheMeasurementTimerAlone()
 {
     ControllerFixture f;
+    QVERIFY(f.timerIntervals().isEmpty());
+    f.start();
+    emit f.handler.dataRead(text("meas_state"), text("1"));
+    QVERIFY(f.timerIntervals().isEmpty());
     f.connectDevice();
     emit f.handler.dataRead(text("meas_state"), text("0"));
     QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
+
+    // A shorter wait, as the event loop rounds long ones.
+    f.controller.setMeasurementInterval(10000);
+    QTimer *const timer = f.runningTimer();
+    QTRY_VERIFY(timer->remainingTime() < 9500);
     emit f.handler.dataRead(text("meas_state"), text("1"));
-    QCOMPARE(f.timerIntervals(), QList<int>({60000}));
+    QVERIFY(timer->remainingTime() < 9500);
+    QCOMPARE(f.timerIntervals(), QList<int>({10000}));
 }
 
 void TestMainWindowController::clockReplyStartsTheClockAndClosesTheDialog()
@@ -297,8 +289,8 @@ void TestMainWindowController::clockReplyStartsTheClockAndClosesTheDialog()
     const QDateTime time(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
     emit f.handler.valueRead(Value::ValueDeviceDate, time);
     QCOMPARE(f.window.calls,
-             QStringList({text("setDeviceClock 2026-01-02T03:04:05Z"),
-                          text("setDeviceClockRunning 1"), text("closeWaitDialog")}));
+             texts({"setDeviceClock 2026-01-02T03:04:05Z", "setDeviceClockRunning 1",
+                    "closeWaitDialog"}));
 }
 
 void TestMainWindowController::missingLogOptionClosesTheDialogAndWarns()
@@ -307,9 +299,9 @@ void TestMainWindowController::missingLogOptionClosesTheDialogAndWarns()
     f.start();
     emit f.handler.valueRead(Value::ValueLogOption, false);
     QCOMPARE(f.window.calls,
-             QStringList({text("closeWaitDialog"),
-                          text("Warning No LOG option installed to device, unable to read or clear "
-                               "log.")}));
+             texts({"closeWaitDialog",
+                    "Warning No LOG option installed to device, unable to read or clear "
+                    "log."}));
 }
 
 void TestMainWindowController::presentLogOptionAndLogCountDoNothing()
@@ -333,8 +325,8 @@ void TestMainWindowController::endOfTheFirstReadsStartsPolling()
                      [&] { order = f.window.calls + f.handler.calls + f.storage.calls; });
     emit f.handler.allJobsDone();
     // At the moment of the first poll the window is connected and the store not yet asked.
-    QCOMPARE(order, QStringList({text("setConnected 1"), text("readMeasurements")}));
-    QCOMPARE(f.storage.calls, QStringList(text("addDevice")));
+    QCOMPARE(order, texts({"setConnected 1", "readMeasurements"}));
+    QCOMPARE(f.storage.calls, texts({"addDevice"}));
 }
 
 void TestMainWindowController::editsCountFromTheMomentTheWindowIsConnected()
@@ -343,9 +335,9 @@ void TestMainWindowController::editsCountFromTheMomentTheWindowIsConnected()
     f.start();
     emit f.handler.connected();
     f.forget();
-    f.window.duringSetConnected = [&f] { emit f.window.valueChanged(text("one"), text("5")); };
+    f.window.onCall = [&f](const QString &) { emit f.window.valueChanged(text("one"), text("5")); };
     emit f.handler.allJobsDone();
-    QCOMPARE(f.handler.calls, QStringList({text("setValue one=5"), text("readMeasurements")}));
+    QCOMPARE(f.handler.calls, texts({"setValue one=5", "readMeasurements"}));
 }
 
 void TestMainWindowController::laterEndsOfJobsAreIgnored()
@@ -388,7 +380,7 @@ void TestMainWindowController::measurementGoesToTheWindowThenToTheStore()
     f.window.onCall = [&f](const QString &) { QVERIFY(f.storage.calls.isEmpty()); };
     emit f.handler.measurementsRead(
         time, {{text("T"), text("21.5")}, {text("O3"), text("N")}, {text("RH"), text("40")}});
-    QCOMPARE(f.window.calls, QStringList(text("addMeasurement")));
+    QCOMPARE(f.window.calls, texts({"addMeasurement"}));
     QCOMPARE(f.window.metadata.timestamp, time);
     QCOMPARE(f.window.metadata.state, MeasurementState::Ready);
     QCOMPARE(f.window.values.size(), 3);
@@ -397,7 +389,7 @@ void TestMainWindowController::measurementGoesToTheWindowThenToTheStore()
     QCOMPARE(f.window.values.at(0).value, 0.0);
     QCOMPARE(f.window.values.at(1).name, text("RH"));
     QCOMPARE(f.window.values.at(2).value, 21.5);
-    QCOMPARE(f.storage.calls, QStringList({text("addMeasurement"), text("addMeasurementValues")}));
+    QCOMPARE(f.storage.calls, texts({"addMeasurement", "addMeasurementValues"}));
     QCOMPARE(f.storage.addedMeasurements.last().deviceId, 7U);
     QCOMPARE(f.storage.addedMeasurements.last().metadata.timestamp, time);
     QCOMPARE(f.storage.addedValues.last().measurementId, 70U);
@@ -445,7 +437,7 @@ void TestMainWindowController::measurementBeforeTheDeviceIsKnownIsShownOnly()
     f.start();
     QTest::ignoreMessage(QtWarningMsg, "Device details not set yet, can't add measurements yet");
     emit f.handler.measurementsRead(QDateTime::currentDateTimeUtc(), {{text("T"), text("1")}});
-    QCOMPARE(f.window.calls, QStringList(text("addMeasurement")));
+    QCOMPARE(f.window.calls, texts({"addMeasurement"}));
     QVERIFY(f.storage.calls.isEmpty());
 }
 
@@ -455,14 +447,19 @@ void TestMainWindowController::disconnectHasItsOrderAndItsPause()
     f.connectDevice();
     QSignalSpy polls(&f.controller, &MainWindowController::measurementPollStarted);
     f.controller.setMeasurementInterval(1);
+    QList<int> intervalsDuringFirstCall{-1};
+    f.window.onCall = [&](const QString &call) {
+        if (call == text("setDeviceClockRunning 0")) {
+            intervalsDuringFirstCall = f.timerIntervals();
+        }
+    };
     emit f.window.disconnectClicked();
-    QCOMPARE(f.window.calls,
-             QStringList({text("setDeviceClockRunning 0"), text("setConnected 0")}));
+    QVERIFY(intervalsDuringFirstCall.isEmpty());
+    QCOMPARE(f.window.calls, texts({"setDeviceClockRunning 0", "setConnected 0"}));
     QVERIFY(f.handler.calls.isEmpty());
     QVERIFY(singleShotIsPending(100, Qt::CoarseTimer));
     f.window.interleaved = &f.handler.calls;
-    QTRY_COMPARE(f.handler.calls,
-                 QStringList({text("setConnectEnabled 1"), text("disconnectFromDevice")}));
+    QTRY_COMPARE(f.handler.calls, texts({"setConnectEnabled 1", "disconnectFromDevice"}));
     QVERIFY(polls.isEmpty());
 
     // The identity has gone with the connection.
@@ -484,7 +481,7 @@ void TestMainWindowController::disconnectDuringTheReadsLeavesSynchronizingOn()
     emit f.handler.allJobsDone();
     f.forget();
     emit f.window.valueChanged(text("one"), text("3"));
-    QCOMPARE(f.handler.calls, QStringList(text("setValue one=3")));
+    QCOMPARE(f.handler.calls, texts({"setValue one=3"}));
 }
 
 void TestMainWindowController::disconnectLeavesTheAvailabilityTimerRunning()
@@ -513,19 +510,7 @@ void TestMainWindowController::intervalsAndDetailsCanBeSet()
     QVERIFY(f.handler.calls.isEmpty());
     f.controller.setSynchronizing(false);
     emit f.window.valueChanged(text("one"), text("3"));
-    QCOMPARE(f.handler.calls, QStringList(text("setValue one=3")));
-}
-
-void TestMainWindowController::timersHaveTheirIntervals()
-{
-    ControllerFixture f;
-    f.start();
-    emit f.handler.connected();
-    emit f.handler.dataRead(text("meas_state"), text("0"));
-    emit f.handler.allJobsDone();
-    QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
-    emit f.window.disconnectClicked();
-    QCOMPARE(f.timerIntervals(), QList<int>({300000}));
+    QCOMPARE(f.handler.calls, texts({"setValue one=3"}));
 }
 
 KV_TEST_MAIN(TestMainWindowController)

@@ -41,40 +41,18 @@ class TestLocalStorageHandler : public QObject
     Q_OBJECT
 
 private slots:
-    void hasNoDeviceAtFirst();
-    void touchesTheStoreOnlyWhenAsked();
     void opensTheStore_data();
     void opensTheStore();
-    void handsOutTheStore();
     void passesMeasurementsOn();
     void registersTheDevice();
-    void takesIdZeroForADevice();
     void dropsAMeasurementBeforeTheDeviceIsKnown();
     void storesAMeasurementUnderTheDevice();
-    void storesAMeasurementWithoutValues();
     void storesNoValuesWithoutTheirMeasurement();
     void followsAChangeOfDevice();
     void hasNoDeviceWhenAddingFails();
     void keepsTheIdThatAFailingStoreWrote();
     void startsEachRegistrationFromNoId();
-    void recordOfADeviceHasItsFieldsInOrder();
 };
-
-void TestLocalStorageHandler::hasNoDeviceAtFirst()
-{
-    FakeLocalStorage store;
-    LocalStorageHandler handler(&store);
-    QVERIFY(!handler.hasDevice());
-}
-
-void TestLocalStorageHandler::touchesTheStoreOnlyWhenAsked()
-{
-    FakeLocalStorage store;
-    {
-        LocalStorageHandler handler(&store);
-    }
-    QCOMPARE(store.calls, QStringList());
-}
 
 void TestLocalStorageHandler::opensTheStore_data()
 {
@@ -92,13 +70,6 @@ void TestLocalStorageHandler::opensTheStore()
     QCOMPARE(handler.open(QStringLiteral("/a/measurements.db")), result);
     QCOMPARE(store.openedPaths, QStringList{QStringLiteral("/a/measurements.db")});
     QCOMPARE(store.calls, QStringList{QStringLiteral("open")});
-}
-
-void TestLocalStorageHandler::handsOutTheStore()
-{
-    FakeLocalStorage store;
-    LocalStorageHandler handler(&store);
-    QCOMPARE(handler.localStorage(), &store);
 }
 
 void TestLocalStorageHandler::passesMeasurementsOn()
@@ -136,20 +107,12 @@ void TestLocalStorageHandler::registersTheDevice()
     QCOMPARE(store.addedDevices.at(0).hwVersion, QStringLiteral("A"));
 }
 
-void TestLocalStorageHandler::takesIdZeroForADevice()
-{
-    FakeLocalStorage store;
-    store.addDeviceId = 0;
-    LocalStorageHandler handler(&store);
-    expectDevice(0, "S1");
-    handler.setDevice(device("S1"));
-    QVERIFY(handler.hasDevice());
-}
-
 void TestLocalStorageHandler::dropsAMeasurementBeforeTheDeviceIsKnown()
 {
     FakeLocalStorage store;
     LocalStorageHandler handler(&store);
+    QVERIFY(!handler.hasDevice());
+    QCOMPARE(handler.localStorage(), &store);
     expectWarning("Device details not set yet, can't add measurements yet");
     handler.addMeasurements(metadataAt(1), {{QStringLiteral("T"), true, 1.0}});
     QCOMPARE(store.calls, QStringList());
@@ -192,18 +155,6 @@ void TestLocalStorageHandler::storesAMeasurementUnderTheDevice()
     QVERIFY(!values.values.at(1).valid);
 }
 
-void TestLocalStorageHandler::storesAMeasurementWithoutValues()
-{
-    FakeLocalStorage store;
-    LocalStorageHandler handler(&store);
-    expectDevice(1, "S1");
-    handler.setDevice(device("S1"));
-    handler.addMeasurements(metadataAt(1), {});
-    QCOMPARE(store.count(QStringLiteral("addMeasurement")), 1);
-    QCOMPARE(store.count(QStringLiteral("addMeasurementValues")), 1);
-    QVERIFY(store.addedValues.at(0).values.isEmpty());
-}
-
 void TestLocalStorageHandler::storesNoValuesWithoutTheirMeasurement()
 {
     FakeLocalStorage store;
@@ -228,7 +179,7 @@ void TestLocalStorageHandler::followsAChangeOfDevice()
     {
         const char *serial;
         unsigned id;
-    } devices[] = {{"S1", 5}, {"S2", 6}, {"S1", 5}};
+    } devices[] = {{"S1", 5}, {"S2", 0}, {"S1", 5}};
     for (const auto &connected : devices) {
         store.addDeviceId = connected.id;
         expectDevice(connected.id, connected.serial);
@@ -283,17 +234,6 @@ void TestLocalStorageHandler::startsEachRegistrationFromNoId()
     expectDevice(noId, "S2");
     handler.setDevice(device("S2"));
     QVERIFY(!handler.hasDevice());
-}
-
-void TestLocalStorageHandler::recordOfADeviceHasItsFieldsInOrder()
-{
-    const QDateTime first = QDateTime::fromSecsSinceEpoch(1, Qt::UTC);
-    const QDateTime last = QDateTime::fromSecsSinceEpoch(2, Qt::UTC);
-    const StoredDevice record{device("S1"), 7, first, last};
-    QCOMPARE(record.details.serialNumber, QStringLiteral("S1"));
-    QCOMPARE(record.id, 7U);
-    QCOMPARE(record.firstMeasurement, first);
-    QCOMPARE(record.lastMeasurement, last);
 }
 
 KV_TEST_CORE_MAIN(TestLocalStorageHandler)
