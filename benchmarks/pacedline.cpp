@@ -3,11 +3,8 @@
 
 #include <QtCore/QCoreApplication>
 #include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
-#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -42,25 +39,13 @@ PacedLine::PacedLine(Simulator::Device &device, int rate)
     connect(&device, &Simulator::Device::transmit, this, &PacedLine::send);
 }
 
-PacedLine::~PacedLine()
-{
-    ::close(m_master);
-    ::close(m_client);
-}
-
 QByteArray PacedLine::open()
 {
-    m_master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
-    if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0) {
-        return QByteArray();
+    QString error;
+    if (m_terminal.open(error)) {
+        m_terminal.setReading(false);
     }
-    const QByteArray path = ptsname(m_master);
-    m_client = ::open(path.constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios settings = {};
-    tcgetattr(m_client, &settings);
-    cfmakeraw(&settings);
-    tcsetattr(m_client, TCSANOW, &settings);
-    return path;
+    return m_terminal.path().toLocal8Bit();
 }
 
 void PacedLine::serve()
@@ -75,7 +60,7 @@ void PacedLine::serve()
         const qint64 due = nextDue();
         if (due >= 0) {
             if (due - now > spinNs) {
-                sleepUntilReadable(m_master, due - now - spinNs);
+                sleepUntilReadable(m_terminal.descriptor(), due - now - spinNs);
             }
         } else {
             // Not spinning: what carries the client's bytes may want this very core.
@@ -86,16 +71,15 @@ void PacedLine::serve()
 
 void PacedLine::readInput()
 {
-    char bytes[4096];
-    const ssize_t count = ::read(m_master, bytes, sizeof bytes);
-    if (count <= 0) {
+    const QByteArray bytes = m_terminal.read();
+    if (bytes.isEmpty()) {
         return;
     }
     const qint64 begin = qMax(m_inDueNs, nowNs());
-    m_in.append(bytes, static_cast<int>(count));
-    m_inDueNs = begin + count * m_byteNs;
-    m_bytesIn += count;
-    use(begin, static_cast<int>(count));
+    m_in.append(bytes);
+    m_inDueNs = begin + bytes.size() * m_byteNs;
+    m_bytesIn += bytes.size();
+    use(begin, bytes.size());
 }
 
 void PacedLine::deliverInput()
@@ -127,11 +111,9 @@ void PacedLine::deliverOutput()
         return;
     }
     const int count = m_byteNs == 0 ? m_out.size() : nextBurst();
-    const ssize_t written = ::write(m_master, m_out.constData(), static_cast<size_t>(count));
-    if (written > 0) {
-        m_out.remove(0, static_cast<int>(written));
-        m_outFreeNs += written * m_byteNs;
-    }
+    const int written = m_terminal.write(m_out.left(count));
+    m_out.remove(0, written);
+    m_outFreeNs += written * m_byteNs;
 }
 
 int PacedLine::nextBurst() const
@@ -156,7 +138,7 @@ void PacedLine::use(qint64 fromNs, int bytes)
 
 bool PacedLine::waitIdle()
 {
-    pollfd wanted[] = {{m_master, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    pollfd wanted[] = {{m_terminal.descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     const timespec time = {0, idleWaitNs};
     ppoll(wanted, 2, &time, nullptr);
     QCoreApplication::processEvents();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/device.h"
+#include "simulator/pseudoterminal.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
@@ -19,11 +20,8 @@ class PacedLine : public QObject
 public:
     /// @p rate in bits a second, 0 for as fast as it can.
     PacedLine(Simulator::Device &device, int rate);
-    ~PacedLine() override;
 
-    Q_DISABLE_COPY(PacedLine)
-
-    /// Opens the pseudo-terminal and tells its path; empty when it can't.
+    /// Opens the pseudo-terminal and returns its path; empty when it can't.
     QByteArray open();
 
     /// Serves the line until standard input ends. Lines on it: "reset" sets the counters to 0,
@@ -44,8 +42,7 @@ private:
 
     Simulator::Device &m_device;
     qint64 m_byteNs;
-    int m_master = -1;
-    int m_client = -1; // held open, so that the line outlives a client
+    Simulator::PseudoTerminal m_terminal;
     QByteArray m_in;
     QByteArray m_out;
     QByteArray m_typed;

@@ -15,7 +15,7 @@ namespace Simulator {
 namespace {
 
 constexpr int readSize = 4096;
-constexpr int heldLines = 8; ///< that hung up
+constexpr int reservedNumbers = 8;
 
 void makeRaw(int descriptor)
 {
@@ -37,7 +37,7 @@ PseudoTerminal::PseudoTerminal(QObject *parent)
 PseudoTerminal::~PseudoTerminal()
 {
     close();
-    closeDeadClients(0);
+    dropClosedClients(0);
 }
 
 bool PseudoTerminal::open(QString &error)
@@ -69,18 +69,18 @@ void PseudoTerminal::close()
         ::close(m_master);
     }
     if (m_client >= 0) {
-        m_deadClients.append(m_client);
+        m_closedClients.append(m_client);
     }
-    closeDeadClients(heldLines);
+    dropClosedClients(reservedNumbers);
     m_master = -1;
     m_client = -1;
     m_path.clear();
 }
 
-void PseudoTerminal::closeDeadClients(int held)
+void PseudoTerminal::dropClosedClients(int kept)
 {
-    while (m_deadClients.size() > held) {
-        ::close(m_deadClients.takeFirst());
+    while (m_closedClients.size() > kept) {
+        ::close(m_closedClients.takeFirst());
     }
 }
 
@@ -107,12 +107,18 @@ void PseudoTerminal::setReading(bool on)
     }
 }
 
-void PseudoTerminal::onReadable()
+QByteArray PseudoTerminal::read()
 {
     QByteArray bytes(readSize, Qt::Uninitialized);
     const ssize_t count = ::read(m_master, bytes.data(), static_cast<size_t>(bytes.size()));
-    if (count > 0) {
-        bytes.truncate(static_cast<int>(count));
+    bytes.truncate(static_cast<int>(qMax<ssize_t>(0, count)));
+    return bytes;
+}
+
+void PseudoTerminal::onReadable()
+{
+    const QByteArray bytes = read();
+    if (!bytes.isEmpty()) {
         emit received(bytes);
     }
 }

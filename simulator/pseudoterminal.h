@@ -10,7 +10,7 @@
 
 namespace Simulator {
 
-/// A raw pseudo-terminal. Holds the client's side open itself, so that clients may come and go.
+/// A raw pseudo-terminal. Holds the client's end open itself, so that it outlives its clients.
 class PseudoTerminal : public QObject
 {
     Q_OBJECT
@@ -22,9 +22,9 @@ public:
     /// Opens a new one, closing the one before; false with the reason in @p error.
     bool open(QString &error);
 
-    /// Closes: clients see the line hang up. No other terminal takes its number while this one
-    /// lives and has not hung up eight times more, so that who is slow to let go of the old path,
-    /// or tries it again, meets nobody.
+    /// Closes it, which clients see as a hang-up. The number of the terminal stays reserved until
+    /// this object is destroyed or eight more have been closed, so that a client that still uses
+    /// the old path reaches no other terminal.
     void close();
 
     /// Whether there is a terminal for clients.
@@ -33,14 +33,21 @@ public:
     /// The path for clients, such as /dev/pts/3; empty while closed.
     QString path() const { return m_path; }
 
+    /// The device's end, non-blocking; -1 while closed.
+    int descriptor() const { return m_master; }
+
     /// Writes without waiting and returns how many of the bytes were taken.
     int write(const QByteArray &bytes);
 
-    /// Takes back a client's claim to have the terminal alone, as the system does after the last
-    /// client: this side is one too, so that the claim of a killed client would stay.
+    /// The next bytes that a client has written, at most 4096; empty when there are none. For users
+    /// that have switched received() off.
+    QByteArray read();
+
+    /// Ends a client's exclusive use, as the system does after the last client has closed. Here it
+    /// doesn't, because this object holds the client's end open too; a killed client's claim stays.
     void release();
 
-    /// Stops and resumes the reading of what clients write, which then waits in the terminal.
+    /// Switches received() off and on. Meanwhile the bytes stay in the terminal.
     void setReading(bool on);
 
 signals:
@@ -49,11 +56,11 @@ signals:
 
 private:
     void onReadable();
-    void closeDeadClients(int held);
+    void dropClosedClients(int kept);
 
     int m_master = -1;
     int m_client = -1;
-    QVector<int> m_deadClients; ///< the latest ones
+    QVector<int> m_closedClients; ///< client's ends of the last terminals closed
     QString m_path;
     QScopedPointer<QSocketNotifier, QScopedPointerDeleteLater> m_notifier;
 };

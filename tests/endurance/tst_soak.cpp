@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/endurance/continuouspolling.h"
-#include "tests/integration/devicelink.h"
+#include "tests/kit/devicelink.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testparameters.h"
 

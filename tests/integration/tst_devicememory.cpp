@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/integration/devicelink.h"
+#include "tests/kit/devicelink.h"
 #include "tests/kit/testmain.h"
 
 #include <QtTest/QtTest>
@@ -10,23 +10,9 @@ constexpr int blockCount = 1024;
 constexpr int blockSize = 64;
 constexpr int imageSize = 65535;
 
-QString text(const char *latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
-QList<QByteArray> blocksOf(SimulatorProcess &simulator)
-{
-    QList<QByteArray> blocks;
-    for (const QByteArray &digits : simulator.control("memory")) {
-        blocks += QByteArray::fromHex(digits);
-    }
-    return blocks;
-}
-
-// The image as the tool puts it together: each block at the offset of its number, so that of all
-// but the last only the first byte remains.
-QByteArray imageOf(const QList<QByteArray> &blocks)
+// Quirk: the tool puts each block at the offset of its number, so that of all but the last only the
+// first byte remains.
+QByteArray backupOf(const QList<QByteArray> &blocks)
 {
     QByteArray image;
     for (const QByteArray &block : blocks) {
@@ -53,196 +39,183 @@ class TestDeviceMemory : public QObject
     Q_OBJECT
 
 private slots:
-    void readsTheImageInItsOddAssembly();
+    void init() { m_link.reset(new DeviceLink); }
+    void readsTheImageByBlockNumber();
     void writesEveryBlock();
-    void givesTheDeviceWhatIsThereOfAShortFile();
+    void sendsOnlyTheContentsOfAShortFile();
     void canBeCancelledWhileReading();
     void canBeCancelledWhileWriting();
-    void storesTheSettingsAtTheFront();
-    void dropsTheLastDigitOfAnOddBlock();
-    void sendsAgainABlockThatIsNotHexadecimal();
-    void stallsAtABlockThatStaysWrong();
+    void findsTheStoredSettingsAtTheStartOfTheMemory();
+    void readsADamagedBlock_data();
+    void readsADamagedBlock();
+    void stopsAtABlockThatStaysWrong();
+
+private:
+    QList<QByteArray> devicesBlocks();
+
+    QScopedPointer<DeviceLink> m_link;
 };
 
-void TestDeviceMemory::readsTheImageInItsOddAssembly()
+QList<QByteArray> TestDeviceMemory::devicesBlocks()
 {
-    DeviceLink link;
-    QVERIFY(link.start(text("--seed 5")));
-    QVERIFY(link.connectDevice());
-    const QList<QByteArray> blocks = blocksOf(link.simulator);
-    QCOMPARE(blocks.size(), blockCount);
-    link.handler.readEeprom();
-    QCOMPARE(link.queue->jobs().size(), blockCount - 1);
-    QVERIFY(link.waitForDone());
-
-    QCOMPARE(link.image.size(), imageSize);
-    QVERIFY(link.image == imageOf(blocks));
-    const QStringList expected = {text("finished 8"), text("allJobsDone")};
-    QCOMPARE(link.events, expected);
-    QCOMPARE(link.memoryProgress.size(), blockCount);
-    for (int block = 0; block < blockCount; ++block) {
-        QCOMPARE(link.memoryProgress.at(block), static_cast<int>(block / 1023.0 * 100));
-        QCOMPARE(link.port->texts.at(block), text("\r\neeprom --read_block %1\r\n").arg(block));
+    QList<QByteArray> blocks;
+    for (const QByteArray &digits : m_link->simulator.control("memory")) {
+        blocks += QByteArray::fromHex(digits);
     }
-    QCOMPARE(link.port->texts.size(), blockCount);
+    return blocks;
+}
+
+void TestDeviceMemory::readsTheImageByBlockNumber()
+{
+    QVERIFY(m_link->startConnected(text("--seed 5")));
+    const QList<QByteArray> blocks = devicesBlocks();
+    QCOMPARE(blocks.size(), blockCount);
+    m_link->handler.readEeprom();
+    QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
+    QVERIFY(m_link->waitForDone());
+
+    QCOMPARE(m_link->image.size(), imageSize);
+    QVERIFY(m_link->image == backupOf(blocks));
+    QCOMPARE(m_link->events, QStringList({text("finished 8"), text("allJobsDone")}));
+    QCOMPARE(m_link->memoryProgress.size(), blockCount);
+    for (int block = 0; block < blockCount; ++block) {
+        QCOMPARE(m_link->memoryProgress.at(block), static_cast<int>(block / 1023.0 * 100));
+        QCOMPARE(m_link->port->texts.at(block), text("\r\neeprom --read_block %1\r\n").arg(block));
+    }
+    QCOMPARE(m_link->port->texts.size(), blockCount);
 }
 
 void TestDeviceMemory::writesEveryBlock()
 {
-    DeviceLink link;
-    QVERIFY(link.start());
-    QVERIFY(link.connectDevice());
+    QVERIFY(m_link->startConnected());
     const QByteArray data = pattern(blockCount * blockSize);
-    link.handler.writeEeprom(data);
-    QVERIFY(link.waitForDone());
-    const QStringList expected = {text("finished 9"), text("allJobsDone")};
-    QCOMPARE(link.events, expected);
-    QCOMPARE(link.memoryProgress.size(), blockCount);
-    QCOMPARE(link.memoryProgress.last(), 100);
-    const QList<QByteArray> blocks = blocksOf(link.simulator);
-    for (int block = 0; block < blockCount; ++block) {
-        QCOMPARE(blocks.at(block).toHex(), data.mid(block * blockSize, blockSize).toHex());
-    }
+    m_link->handler.writeEeprom(data);
+    QVERIFY(m_link->waitForDone());
+    QCOMPARE(m_link->events, QStringList({text("finished 9"), text("allJobsDone")}));
+    QCOMPARE(m_link->memoryProgress.size(), blockCount);
+    QCOMPARE(m_link->memoryProgress.last(), 100);
+    const QList<QByteArray> blocks = devicesBlocks();
+    QCOMPARE(QByteArrayList(blocks).join().toHex(), data.toHex());
 
-    link.forget();
-    link.handler.readEeprom();
-    QVERIFY(link.waitForDone());
-    QVERIFY(link.image == imageOf(blocks));
+    m_link->clearRecords();
+    m_link->handler.readEeprom();
+    QVERIFY(m_link->waitForDone());
+    QVERIFY(m_link->image == backupOf(blocks));
 }
 
-void TestDeviceMemory::givesTheDeviceWhatIsThereOfAShortFile()
+void TestDeviceMemory::sendsOnlyTheContentsOfAShortFile()
 {
-    DeviceLink link;
-    QVERIFY(link.start(text("--block-idle-ms 50")));
-    QVERIFY(link.connectDevice());
-    const QList<QByteArray> before = blocksOf(link.simulator);
+    QVERIFY(m_link->startConnected(text("--block-idle-ms 50")));
+    QList<QByteArray> expected = devicesBlocks();
     const QByteArray data = pattern(100);
-    link.handler.writeEeprom(data);
-    QCOMPARE(link.queue->jobs().size(), blockCount - 1);
-    // The device gives up on 36 bytes and says so, which is no answer to the job.
-    link.hurry(250);
-    QVERIFY(link.waitForStall());
-    QCOMPARE(link.sends(text("eeprom --write_block 0")), 1);
-    QCOMPARE(link.sends(text("eeprom --write_block 1")), 5);
-    QCOMPARE(link.sends(text("eeprom --write_block 2")), 0);
-    QCOMPARE(link.port->blocks.first(), data.left(blockSize));
-    QCOMPARE(link.port->blocks.last(), data.mid(blockSize));
-    QList<QByteArray> after = blocksOf(link.simulator);
-    QCOMPARE(after.first(), data.left(blockSize));
-    after[0] = before.first();
-    QVERIFY(after == before);
-    link.handler.cancelEepromWrite();
-    QTRY_COMPARE(link.events, QStringList{text("allJobsDone")});
-    QVERIFY(link.isIdle());
+    m_link->handler.writeEeprom(data);
+    QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
+    // The device times out after 36 bytes; its message is no answer to the job.
+    m_link->setTimeouts(250);
+    QVERIFY(m_link->waitForStall());
+    QCOMPARE(m_link->sends(text("eeprom --write_block 0")), 1);
+    QCOMPARE(m_link->sends(text("eeprom --write_block 1")), 5);
+    QCOMPARE(m_link->sends(text("eeprom --write_block 2")), 0);
+    QCOMPARE(m_link->port->blocks.first(), data.left(blockSize));
+    QCOMPARE(m_link->port->blocks.last(), data.mid(blockSize));
+    expected[0] = data.left(blockSize);
+    QVERIFY(devicesBlocks() == expected);
+    m_link->handler.cancelEepromWrite();
+    QTRY_COMPARE(m_link->events, QStringList{text("allJobsDone")});
+    QVERIFY(m_link->isIdle());
 }
 
 void TestDeviceMemory::canBeCancelledWhileReading()
 {
-    DeviceLink link;
-    QVERIFY(link.start());
-    QVERIFY(link.connectDevice());
-    link.handler.readEeprom();
-    QVERIFY(runUntil([&] { return link.memoryProgress.size() > 100; }));
-    link.handler.cancelEepromRead();
-    QVERIFY(link.isIdle());
-    QVERIFY(!link.queue->hasJob(SerialPortJobType::JobReadEepromBlock));
-    const int sent = link.port->texts.size();
+    QVERIFY(m_link->startConnected());
+    m_link->handler.readEeprom();
+    QVERIFY(runUntil([&] { return m_link->memoryProgress.size() > 100; }));
+    m_link->handler.cancelEepromRead();
+    QVERIFY(m_link->isIdle());
+    QVERIFY(!m_link->queue->hasJob(SerialPortJobType::JobReadEepromBlock));
+    const int sent = m_link->port->texts.size();
     QVERIFY(sent > 100 && sent < blockCount);
-    QTRY_COMPARE(link.events, QStringList{text("allJobsDone")});
+    QTRY_COMPARE(m_link->events, QStringList{text("allJobsDone")});
 
-    link.forget();
-    link.handler.readValue(text("altitude"));
-    QVERIFY(link.waitForDone());
-    const QStringList expected = {text("read altitude=120"), text("allJobsDone")};
-    QCOMPARE(link.events, expected);
-    QCOMPARE(link.port->texts.size(), 1);
+    m_link->clearRecords();
+    m_link->handler.readValue(text("altitude"));
+    QVERIFY(m_link->waitForDone());
+    QCOMPARE(m_link->events, QStringList({text("read altitude=120"), text("allJobsDone")}));
+    QCOMPARE(m_link->port->texts.size(), 1);
 }
 
 void TestDeviceMemory::canBeCancelledWhileWriting()
 {
-    DeviceLink link;
-    QVERIFY(link.start());
-    QVERIFY(link.connectDevice());
-    const QList<QByteArray> before = blocksOf(link.simulator);
+    QVERIFY(m_link->startConnected());
+    const QByteArray before = QByteArrayList(devicesBlocks()).join();
     const QByteArray data = pattern(blockCount * blockSize);
-    link.handler.writeEeprom(data);
-    QVERIFY(runUntil([&] { return link.memoryProgress.size() > 100; }));
-    link.handler.cancelEepromWrite();
-    QVERIFY(link.isIdle());
-    const int sent = link.port->texts.size();
-    QTRY_COMPARE(link.events, QStringList{text("allJobsDone")});
-    link.forget();
-    link.handler.readValue(text("hwver"));
-    QVERIFY(link.waitForDone());
-    QCOMPARE(link.events.first(), text("read hwver=B"));
-
-    // What was written stays written, what was sent arrives, and the rest is as it was.
-    const QList<QByteArray> after = blocksOf(link.simulator);
-    for (int block = 0; block < blockCount; ++block) {
-        const QByteArray expected =
-            block < sent ? data.mid(block * blockSize, blockSize) : before.at(block);
-        QCOMPARE(after.at(block), expected);
-    }
+    m_link->handler.writeEeprom(data);
+    QVERIFY(runUntil([&] { return m_link->memoryProgress.size() > 100; }));
+    m_link->handler.cancelEepromWrite();
+    QVERIFY(m_link->isIdle());
+    const int sent = m_link->port->texts.size() * blockSize;
+    QTRY_COMPARE(m_link->events, QStringList{text("allJobsDone")});
+    m_link->clearRecords();
+    m_link->handler.readValue(text("hwver"));
+    QVERIFY(m_link->waitForDone());
+    QCOMPARE(m_link->events.first(), text("read hwver=B"));
+    // All that was sent has been written, and the rest is unchanged.
+    QCOMPARE(QByteArrayList(devicesBlocks()).join().toHex(),
+             (data.left(sent) + before.mid(sent)).toHex());
 }
 
-void TestDeviceMemory::storesTheSettingsAtTheFront()
+void TestDeviceMemory::findsTheStoredSettingsAtTheStartOfTheMemory()
 {
-    DeviceLink link;
-    QVERIFY(link.start(text("--write-ms 100")));
-    QVERIFY(link.connectDevice());
-    link.handler.setValue(text("altitude"), text("4711"));
-    link.handler.writeToEeprom();
-    QVERIFY(link.waitForDone());
-    QCOMPARE(link.events.value(1), text("finished 0"));
-    const QList<QByteArray> blocks = blocksOf(link.simulator);
-    QVERIFY((blocks.at(0) + blocks.at(1) + blocks.at(2)).contains("altitude=4711\n"));
+    QVERIFY(m_link->startConnected(text("--write-ms 100")));
+    m_link->handler.setValue(text("altitude"), text("4711"));
+    m_link->handler.writeToEeprom();
+    QVERIFY(m_link->waitForDone());
+    QCOMPARE(m_link->events.value(1), text("finished 0"));
+    QVERIFY(QByteArrayList(devicesBlocks().mid(0, 3)).join().contains("altitude=4711\n"));
 }
 
-void TestDeviceMemory::dropsTheLastDigitOfAnOddBlock()
+void TestDeviceMemory::readsADamagedBlock_data()
 {
-    DeviceLink link;
-    QVERIFY(link.start(text("--seed 9")));
-    QVERIFY(link.connectDevice());
-    QVERIFY(link.simulator.fault("lost-byte@eeprom --read_block 1023:128"));
-    link.handler.readEeprom();
-    QVERIFY(link.waitForDone());
-    QList<QByteArray> blocks = blocksOf(link.simulator);
-    blocks.last().chop(1);
-    QVERIFY(link.image == imageOf(blocks));
-    QCOMPARE(link.port->texts.size(), blockCount);
+    QTest::addColumn<QByteArray>("fault");
+    QTest::addColumn<int>("lostBytes");
+    QTest::addColumn<int>("sends");
+    QTest::addRow("an odd digit is dropped")
+        << QByteArray("lost-byte@eeprom --read_block 1023:128") << 1 << 1;
+    QTest::addRow("what is not hexadecimal is read again")
+        << QByteArray("malformed-block@1023") << 0 << 2;
 }
 
-void TestDeviceMemory::sendsAgainABlockThatIsNotHexadecimal()
+void TestDeviceMemory::readsADamagedBlock()
 {
-    DeviceLink link;
-    QVERIFY(link.start(text("--seed 9")));
-    QVERIFY(link.connectDevice());
-    QVERIFY(link.simulator.fault("malformed-block@1023"));
-    link.handler.readEeprom();
-    QVERIFY(link.waitForDone());
-    QVERIFY(link.image == imageOf(blocksOf(link.simulator)));
-    QCOMPARE(link.sends(text("eeprom --read_block 1023")), 2);
-    QCOMPARE(link.port->texts.size(), blockCount + 1);
+    QFETCH(QByteArray, fault);
+    QFETCH(int, lostBytes);
+    QFETCH(int, sends);
+    QVERIFY(m_link->startConnected(text("--seed 9")));
+    QVERIFY(m_link->simulator.fault(fault));
+    m_link->handler.readEeprom();
+    QVERIFY(m_link->waitForDone());
+    QList<QByteArray> blocks = devicesBlocks();
+    blocks.last().chop(lostBytes);
+    QVERIFY(m_link->image == backupOf(blocks));
+    QCOMPARE(m_link->sends(text("eeprom --read_block 1023")), sends);
+    QCOMPARE(m_link->port->texts.size(), blockCount - 1 + sends);
 }
 
-void TestDeviceMemory::stallsAtABlockThatStaysWrong()
+void TestDeviceMemory::stopsAtABlockThatStaysWrong()
 {
-    DeviceLink link;
-    QVERIFY(link.start());
-    QVERIFY(link.connectDevice());
-    QVERIFY(link.simulator.fault("malformed-block-always@7"));
-    link.handler.readEeprom();
-    link.hurry(200);
-    QVERIFY(link.waitForStall());
-    QCOMPARE(link.sends(text("eeprom --read_block 7")), 5);
-    QCOMPARE(link.sends(text("eeprom --read_block 8")), 0);
-    QCOMPARE(link.memoryProgress.size(), 7);
-    QCOMPARE(link.events, QStringList());
-    link.handler.cancelEepromRead();
-    QTRY_COMPARE(link.events, QStringList{text("allJobsDone")});
-    QVERIFY(link.isIdle());
-    link.handler.readValue(text("hwver"));
-    QVERIFY(link.waitFor(text("read hwver=B")));
+    QVERIFY(m_link->startConnected());
+    QVERIFY(m_link->simulator.fault("malformed-block-always@7"));
+    m_link->handler.readEeprom();
+    m_link->setTimeouts(200);
+    QVERIFY(m_link->waitForStall());
+    QCOMPARE(m_link->sends(text("eeprom --read_block 7")), 5);
+    QCOMPARE(m_link->sends(text("eeprom --read_block 8")), 0);
+    QCOMPARE(m_link->memoryProgress.size(), 7);
+    QCOMPARE(m_link->events, QStringList());
+    m_link->handler.cancelEepromRead();
+    QTRY_COMPARE(m_link->events, QStringList{text("allJobsDone")});
+    QVERIFY(m_link->isIdle());
+    QVERIFY(m_link->canRead("hwver", "B"));
 }
 
 KV_TEST_CORE_MAIN(TestDeviceMemory)

@@ -1,72 +1,50 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCore/QByteArray>
-#include <QtCore/QString>
-#include <cerrno>
-#include <fcntl.h>
-#include <poll.h>
-#include <stdlib.h>
-#include <termios.h>
-#include <unistd.h>
+#include "simulator/pseudoterminal.h"
 
-/// The device's end of a pseudo-terminal; whoever opens path() holds the other end. Closed with the
-/// object.
+#include <termios.h>
+
+/// The device's end of a pseudo-terminal without a device: the test itself reads and writes. The
+/// tool opens path().
 class PseudoTerminal
 {
 public:
     PseudoTerminal()
-        : m_fd(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK))
     {
-        if (m_fd >= 0 && ::grantpt(m_fd) == 0 && ::unlockpt(m_fd) == 0) {
-            char name[128] = {};
-            if (::ptsname_r(m_fd, name, sizeof(name)) == 0) {
-                m_path = QString::fromLocal8Bit(name);
-            }
+        QString error;
+        if (m_terminal.open(error)) {
+            m_terminal.setReading(false);
+            // As far from what the tool sets as a terminal can be.
+            termios settings = lineSettings();
+            settings.c_iflag |= IXON | IXOFF | ICRNL;
+            settings.c_lflag |= ICANON;
+            settings.c_cflag |= CSTOPB | CRTSCTS;
+            ::cfsetspeed(&settings, B9600);
+            ::tcsetattr(m_terminal.descriptor(), TCSANOW, &settings);
         }
     }
-    ~PseudoTerminal() { hangUp(); }
-    Q_DISABLE_COPY(PseudoTerminal)
 
-    /// Empty when no pseudo-terminal could be had.
-    QString path() const { return m_path; }
+    /// Empty when no pseudo-terminal was available.
+    QString path() const { return m_terminal.path(); }
 
-    /// Says @p bytes in one piece; false when not all of them went out.
-    bool write(const QByteArray &bytes)
-    {
-        const auto written = ::write(m_fd, bytes.constData(), static_cast<size_t>(bytes.size()));
-        return written == bytes.size();
-    }
+    /// Sends @p bytes in one piece; false when not all of them were taken.
+    bool write(const QByteArray &bytes) { return m_terminal.write(bytes) == bytes.size(); }
 
     /// What has arrived since the last call; does not wait.
-    QByteArray read()
-    {
-        QByteArray all;
-        char buffer[4096];
-        ssize_t count = 0;
-        while ((count = ::read(m_fd, buffer, sizeof(buffer))) > 0) {
-            all.append(buffer, static_cast<int>(count));
-        }
-        return all;
-    }
+    QByteArray read() { return m_terminal.read(); }
 
     /// The line settings that the other end has made.
     termios lineSettings() const
     {
         termios settings = {};
-        ::tcgetattr(m_fd, &settings);
+        ::tcgetattr(m_terminal.descriptor(), &settings);
         return settings;
     }
 
-    void hangUp()
-    {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-            m_fd = -1;
-        }
-    }
+    /// Closes the device's end.
+    void hangUp() { m_terminal.close(); }
 
 private:
-    int m_fd;
-    QString m_path;
+    Simulator::PseudoTerminal m_terminal;
 };

@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What the person does, and how it is told whether it came out right.
-#include "tests/faults/userfaulttest.h"
+// The user actions, and the checks of what they have done.
+#include "tests/e2e/faultinjectiontest.h"
 
 #include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QListWidget>
 
 namespace {
-
-const QLatin1String manualTitle("Please reboot the device manually");
-const QLatin1String logCaption("Select where to save log to");
-const QLatin1String backupCaption("Select where to write eeprom backup");
-const QLatin1String exportCaption("Select where to save measurements to");
 
 constexpr int memoryBytes = 65536;
 constexpr int blockBytes = 64;
@@ -30,73 +25,78 @@ QByteArray restoreImage()
 
 } // namespace
 
-void UserFaultTest::carryOut()
+QByteArray FaultInjectionTest::firmwareImage()
 {
-    switch (m_act.act) {
-    case Act::Connect:
+    return QByteArray(40, 'i'); // three blocks, the last one short
+}
+
+void FaultInjectionTest::perform()
+{
+    switch (m_action) {
+    case Connect:
         click("connectButton");
         break;
-    case Act::Poll:
+    case Poll:
         poll();
-        if (m_fault.fault == Fault::GluedReplies
+        if (m_fault == FaultKind::GluedReplies
             && waitFor([this] { return commandCount("show meas$") == 1; })) {
             m_firstValues = deviceValues();
         }
         break;
-    case Act::SetValue:
+    case SetValue:
         typeSetting("altitude", text("321"));
         break;
-    case Act::Synchronize:
+    case Synchronize:
         click("synchronizeButton");
         break;
-    case Act::WriteSettings:
+    case WriteSettings:
         dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
         click("writeToEepromButton");
         break;
-    case Act::SetClock:
+    case SetClock:
         click("syncClockButton");
         break;
-    case Act::ReadLog:
-        saveTo(logCaption.data(), file(text("log.csv")));
+    case ReadLog:
+        answerFileDialog("Select where to save log to", "log.csv");
         click("readLogButton");
         break;
-    case Act::ClearLog:
+    case ClearLog:
         dialogs().answerBox(text("want to clear the log"), text("Yes"));
         click("eraseLogButton");
         break;
-    case Act::Backup:
-        // Out of a person's reach for now, and wired all the same.
-        saveTo(backupCaption.data(), file(text("backup.dat")));
+    case Backup:
+        // The button is disabled for users; its connection is tested all the same.
+        answerFileDialog("Select where to write eeprom backup", "backup.dat");
         child<QPushButton>("backupEepromButton")->click();
         break;
-    case Act::Restore:
+    case Restore:
         write(file(text("backup.dat")), restoreImage());
-        saveTo("Select eeprom backup file", file(text("backup.dat")));
+        answerFileDialog("Select eeprom backup file", "backup.dat");
         child<QPushButton>("restoreEepromButton")->click();
         break;
-    case Act::UpdateConnected:
-    case Act::UpdateUnconnected:
+    case UpdateConnected:
+    case UpdateUnconnected:
         updateFirmware();
         break;
-    case Act::Graph:
+    case ShowGraph:
         openGraph();
         break;
-    case Act::Export:
+    case ExportMeasurements:
         exportMeasurements();
         break;
-    case Act::Start:
-    case Act::Close:
+    case StartProgram:
+    case CloseProgram:
         break;
     }
 }
 
-void UserFaultTest::saveTo(const char *caption, const QString &path)
+void FaultInjectionTest::answerFileDialog(const char *caption, const char *name)
 {
-    dialogs().answerFileDialog(text(caption), path);
+    dialogs().answerFileDialog(text(caption), file(text(name)));
 }
 
-/// One tick of the timer that polls.
-void UserFaultTest::poll()
+/// One time-out of the measurement timer.
+void FaultInjectionTest::poll()
 {
     constexpr int minuteMs = 60000;
     table()->item(0, 1)->setText(QString());
@@ -111,51 +111,48 @@ void UserFaultTest::poll()
     controller.disconnect(this);
 }
 
-void UserFaultTest::updateFirmware()
+void FaultInjectionTest::updateFirmware()
 {
-    const QString path = file(text("image.bin"));
-    write(path, m_image);
+    write(file(text("image.bin")), firmwareImage());
     dialogs().answerBox(text("Are you sure you wish to continue?"), text("Yes"));
-    saveTo("Select firmware file", path);
-    if (m_act.act == Act::UpdateUnconnected) {
-        dialogs().answerDialog(manualTitle, [this](QDialog *) { restartForUpdate(); });
+    answerFileDialog("Select firmware file", "image.bin");
+    if (m_action == UpdateUnconnected) {
+        dialogs().answerDialog(text("Please reboot the device manually"),
+                               [this](QDialog *) { restartForUpdate(); });
     }
     click("updateFirmwareButton");
 }
 
-/// The person at the device takes its power away for a moment.
-void UserFaultTest::restartForUpdate()
+/// Restarts the device by hand, as the dialog asks the user to.
+void FaultInjectionTest::restartForUpdate()
 {
-    constexpr int laterThanATimeoutMs = 500;
-    const auto greet = [this](const char *bytes, int size) {
-        m_line->write(QByteArray(bytes, size));
-    };
-    switch (m_fault.fault) {
-    case Fault::Silence: // nobody comes
-    case Fault::HangUpBefore:
-    case Fault::NoSuchPort:
-    case Fault::PortInUse:
+    constexpr int longerThanATimeoutMs = 500;
+    switch (m_fault) {
+    case FaultKind::Silence: // the user doesn't
+    case FaultKind::HangUpBefore:
+    case FaultKind::PortMissing:
+    case FaultKind::PortInUse:
         break;
-    case Fault::Late:
-        QTimer::singleShot(laterThanATimeoutMs, this, [this] { device().control("restart"); });
+    case FaultKind::LateAnswer:
+        QTimer::singleShot(longerThanATimeoutMs, this, [this] { device().control("restart"); });
         break;
-    case Fault::LostByte:
-        greet("\r\nOrvanta KVT BOT", 17);
+    case FaultKind::LostByte:
+        m_terminal->write("\r\nOrvanta KVT BOT");
         break;
-    case Fault::FlippedBit:
-        greet("\r\nOrvanta KVT BNOT", 18);
+    case FaultKind::FlippedBit:
+        m_terminal->write("\r\nOrvanta KVT BNOT");
         break;
-    case Fault::Nul:
-        greet("\r\nOrvanta KVT BO\0OT", 19);
+    case FaultKind::NulByte:
+        m_terminal->write(QByteArrayLiteral("\r\nOrvanta KVT BO\0OT"));
         break;
     default:
         device().control("restart");
     }
 }
 
-void UserFaultTest::openGraph()
+void FaultInjectionTest::openGraph()
 {
-    if (m_fault.fault == Fault::HangUpDuring) {
+    if (m_fault == FaultKind::HangUpDuring) {
         QTimer::singleShot(0, &window(), [this] { device().hangUp(); });
     }
     click("buttonShowGraph");
@@ -165,7 +162,7 @@ void UserFaultTest::openGraph()
         ->setDateTime(QDateTime::currentDateTime().addSecs(-6 * 3600));
 }
 
-bool UserFaultTest::graphShowsHistory()
+bool FaultInjectionTest::graphShowsHistory()
 {
     QWidget *const graph = topLevel("MeasurementGraph");
     const bool shown = graph->findChild<QListWidget *>(text("list"))->count() >= 2;
@@ -173,14 +170,12 @@ bool UserFaultTest::graphShowsHistory()
     return shown;
 }
 
-void UserFaultTest::exportMeasurements()
+void FaultInjectionTest::exportMeasurements()
 {
     dialogs().answerDialog(text("Select measurements to export"), [=](QDialog *dialog) {
-        if (m_fault.fault == Fault::HangUpDuring) {
+        if (m_fault == FaultKind::HangUpDuring) {
             device().hangUp();
         }
-        m_exportIsEmpty =
-            dialog->findChild<QListWidget *>(text("measurementTypeList"))->count() == 0;
         dialog->findChild<QDateTimeEdit *>(text("exportDateTimeFrom"))
             ->setDateTime(QDateTime::currentDateTime().addSecs(-6 * 3600));
         dialog->findChild<QDateTimeEdit *>(text("exportDateTimeTo"))
@@ -188,19 +183,18 @@ void UserFaultTest::exportMeasurements()
         QTest::mouseClick(dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok),
                           Qt::LeftButton);
     });
-    saveTo(exportCaption.data(), file(text("measurements.csv")));
+    answerFileDialog("Select where to save measurements to", "measurements.csv");
     click("exportLocalMeasurementsButton");
 }
 
-/// Closes the main window, in the middle of an exchange where the fault is one of the line.
-QByteArray UserFaultTest::closeWindow()
+/// Closes the main window; under a fault of the line in the middle of an exchange.
+QByteArray FaultInjectionTest::closeProgram()
 {
-    const bool onTheLine = !isOnDisk(m_fault.fault);
     const int code = runProgram([=] {
-        if (onTheLine) {
+        if (!isDiskFault(m_fault)) {
             click("synchronizeButton");
         }
-        if (m_fault.fault == Fault::HangUpDuring) {
+        if (m_fault == FaultKind::HangUpDuring) {
             device().hangUp();
         }
         window().close();
@@ -209,46 +203,47 @@ QByteArray UserFaultTest::closeWindow()
     return "exit code " + QByteArray::number(code);
 }
 
-/// The words for an act that has ended.
-QByteArray UserFaultTest::outcome()
+/// The outcome of an action that has ended.
+QByteArray FaultInjectionTest::outcome()
 {
-    // Whole: block 5 is not block 50.
-    const QString command = QRegularExpression::escape(text(struckCommand()))
-        + (m_act.act == Act::SetClock ? QString() : text("(?![0-9])"));
-    const auto isAskedAgain = [&] {
-        return m_act.sends > 0 && commandCount(command.toUtf8().constData()) > m_act.sends;
+    const int sends = m_action == Connect ? 2
+        : qstrlen(affectedCommand()) == 0 ? 0
+        : m_action == CloseProgram        ? 0
+                                          : 1;
+    // The whole command: block 5 is not block 50.
+    const QString command = QRegularExpression::escape(text(affectedCommand()))
+        + (m_action == SetClock ? QString() : text("(?![0-9])"));
+    const auto isSentAgain = [&] {
+        return sends > 0 && commandCount(command.toUtf8().constData()) > sends;
     };
-    // A late device takes the second command up only behind its answer to the first.
-    const bool again = demanded(m_fault.fault, m_act.act).contains("asked again")
-        ? waitFor(isAskedAgain)
-        : isAskedAgain();
-    const QByteArray well = again ? "done, asked again" : "done";
-    switch (m_act.act) {
-    case Act::Connect:
-        return isConnectedRightly() ? well : QByteArray("not connected");
-    case Act::Poll: {
-        const QByteArray reading = outcomeOfReading();
-        return reading == "done" ? well : reading;
-    }
-    case Act::Synchronize: {
-        const QByteArray synchronized = outcomeOfSynchronize();
-        return synchronized == "done" ? well : synchronized;
-    }
-    case Act::Backup:
-        return isOwnMemory() ? well : QByteArray("as it came, in the file");
+    // A late device takes the second command up only after its answer to the first.
+    const bool again =
+        QByteArray(m_expected.text).contains("sent again") ? waitFor(isSentAgain) : isSentAgain();
+    const auto withSends = [&](const QByteArray &words) {
+        return again && words == "done" ? QByteArray("done, command sent again") : words;
+    };
+    switch (m_action) {
+    case Connect:
+        return withSends(isConnectedCorrectly() ? "done" : "not connected");
+    case Poll:
+        return withSends(readingOutcome());
+    case Synchronize:
+        return withSends(synchronizeOutcome());
+    case Backup:
+        return withSends(isDevicesMemory() ? "done" : "damaged block in the file");
     default:
-        return isTrue() ? well : QByteArray("told as done, and is not");
+        return withSends(hasTakenEffect() ? "done" : "reported as done, but without effect");
     }
 }
 
-QStringList UserFaultTest::storedValues()
+QStringList FaultInjectionTest::storedValues()
 {
     return sqlite(text("select t.name, printf('%.2f', v.value) from measurement_value v join "
                        "measurement_type t on t.id = v.measurement_type_id where v.measurement_id "
                        "= (select max(id) from measurement_metadata) order by t.name"));
 }
 
-QStringList UserFaultTest::deviceValues()
+QStringList FaultInjectionTest::deviceValues()
 {
     QStringList values;
     for (const QByteArray &pair : device().measurements()) {
@@ -262,80 +257,83 @@ QStringList UserFaultTest::deviceValues()
 }
 
 /// What has become of the last reading, in table and store.
-QByteArray UserFaultTest::outcomeOfReading()
+QByteArray FaultInjectionTest::readingOutcome()
 {
     const bool shown = table()->rowCount() > 0 && !table()->item(0, 1)->text().isEmpty();
-    const bool stored = storedReadings() > m_readings;
+    const bool stored = storedReadings() > m_readingsBefore;
     if (!shown || !stored) {
         return shown ? "shown, not stored" : "nothing new";
     }
-    // Of two in one piece the first one counts.
+    // Of two answers in one piece the first one counts.
     const QStringList given = m_firstValues.isEmpty() ? deviceValues() : m_firstValues;
-    return storedValues() == given ? "done" : "as it came, shown and stored";
+    return storedValues() == given ? "done" : "damaged value shown and stored";
 }
 
-QByteArray UserFaultTest::outcomeOfSynchronize()
+QByteArray FaultInjectionTest::synchronizeOutcome()
 {
-    // A value that differs from the one in the cell goes back to the device, as one that is typed.
+    // A value that differs from the one in the cell is sent to the device, as a typed one is.
     const QString shown = setting("altitude")->text();
     const QByteArray own = device().setting("altitude");
     if (shown == text("777") && own == "777") {
         return "done";
     }
-    const bool two = shown.contains(QLatin1Char('\n'));
-    return "as it came: " + (two ? QByteArray("two answers in one") : shown.toUtf8())
-        + ", shown and sent back; the device has " + own;
+    const QByteArray value = shown.contains(QLatin1Char('\n')) ? "of two answers" : shown.toUtf8();
+    return "damaged value " + value + " shown and sent back; the device has " + own;
 }
 
-bool UserFaultTest::isConnectedRightly()
+bool FaultInjectionTest::isConnectedCorrectly()
 {
-    for (const char *name : {"serialNumber", "modelNumber", "swVersion", "hwVersion"}) {
-        const QByteArray own = device().setting(QByteArray(name) == "serialNumber"      ? "serial"
-                                                    : QByteArray(name) == "modelNumber" ? "model"
-                                                    : QByteArray(name) == "swVersion"   ? "swver"
-                                                                                        : "hwver");
-        if (field(name).toLatin1() != own) {
+    const struct
+    {
+        const char *field;
+        const char *variable;
+    } identity[] = {{"serialNumber", "serial"},
+                    {"modelNumber", "model"},
+                    {"swVersion", "swver"},
+                    {"hwVersion", "hwver"}};
+    for (const auto &entry : identity) {
+        if (field(entry.field).toLatin1() != device().setting(entry.variable)) {
             return false;
         }
     }
     return isConnected() && setting("altitude")->text().toLatin1() == device().setting("altitude")
-        && outcomeOfReading() == "done";
+        && readingOutcome() == "done";
 }
 
-/// Whether the act has done what it is for, by the device's own word and the files.
-bool UserFaultTest::isTrue()
+/// Whether the action has had its effect, by the device's own state and the files.
+bool FaultInjectionTest::hasTakenEffect()
 {
-    switch (m_act.act) {
-    case Act::SetValue:
+    switch (m_action) {
+    case SetValue:
         return device().setting("altitude") == "321" && setting("altitude")->text() == text("321");
-    case Act::WriteSettings:
+    case WriteSettings:
         return device().control("memory").join() != m_memoryBefore;
-    case Act::SetClock: {
+    case SetClock: {
         QDateTime clock = QDateTime::fromString(
             QString::fromLatin1(device().control("clock").value(0)), Qt::ISODate);
         clock.setTimeSpec(Qt::UTC);
         return qAbs(clock.secsTo(QDateTime::currentDateTimeUtc())) < 20
             && commandCount("write --really") > 0;
     }
-    case Act::ReadLog:
-        return isOwnLog() && isEnabled("readLogButton");
-    case Act::ClearLog:
+    case ReadLog:
+        return isDevicesLog() && isEnabled("readLogButton");
+    case ClearLog:
         return device().state("log") == "0";
-    case Act::Restore:
+    case Restore:
         return device().control("memory").join() == restoreImage().toHex();
-    case Act::UpdateConnected:
-    case Act::UpdateUnconnected:
-        return contents(file(text("received.bin"))) == m_image && !isConnected();
-    case Act::Graph:
+    case UpdateConnected:
+    case UpdateUnconnected:
+        return contents(file(text("received.bin"))) == firmwareImage() && !isConnected();
+    case ShowGraph:
         return graphShowsHistory();
-    case Act::Export:
+    case ExportMeasurements:
         return contents(file(text("measurements.csv"))).count('\n') == 4;
     default:
         return false;
     }
 }
 
-bool UserFaultTest::isOwnLog()
+bool FaultInjectionTest::isDevicesLog()
 {
     QStringList own;
     for (const QByteArray &row : device().control("log")) {
@@ -356,7 +354,7 @@ bool UserFaultTest::isOwnLog()
     return saved.split(QLatin1Char('\n'), Qt::SkipEmptyParts) == own;
 }
 
-bool UserFaultTest::isOwnMemory()
+bool FaultInjectionTest::isDevicesMemory()
 {
     // Each block goes where its number says, over all but the first byte of the one before.
     const QByteArray memory = QByteArray::fromHex(device().control("memory").join());

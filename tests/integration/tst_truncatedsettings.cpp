@@ -10,23 +10,28 @@
 #include "ui/configurationloader.h"
 
 #include <QtCore/QRegularExpression>
-#include <cstdio>
 
 namespace {
 
 const QLatin1String failure("Critical Failed to load configuration from file settings.xml");
 
-/// What a start makes of the file.
-struct Start
+/// What the program has loaded after a start.
+struct LoadResult
 {
-    bool told = false; ///< the message box came
+    bool isReported = false; ///< as a failure, by a message box
     int models = 0;
     int settings = 0;
     int measurements = 0;
+
+    bool operator==(const LoadResult &other) const
+    {
+        return isReported == other.isReported && models == other.models
+            && settings == other.settings && measurements == other.measurements;
+    }
 };
 
-/// What is to be expected of @p beginning, by counting its whole start tags.
-Start expected(const QByteArray &beginning)
+/// What must be loaded from @p beginning, by counting its complete start tags.
+LoadResult expected(const QByteArray &beginning)
 {
     QString text = QString::fromUtf8(beginning);
     text.remove(QRegularExpression(QStringLiteral("<!--.*?(-->|$)"),
@@ -35,17 +40,17 @@ Start expected(const QByteArray &beginning)
         const QString pattern = QStringLiteral("<%1\\s[^>]*>").arg(QLatin1String(element));
         return text.count(QRegularExpression(pattern));
     };
-    Start start;
-    start.models = count("Device");
-    start.settings = count("ConfigurationItem");
-    start.measurements = count("Measurement");
-    start.told = start.models == 0;
-    return start;
+    LoadResult result;
+    result.models = count("Device");
+    result.settings = count("ConfigurationItem");
+    result.measurements = count("Measurement");
+    result.isReported = result.models == 0;
+    return result;
 }
 
 } // namespace
 
-/// settings.xml, cut off behind each of its bytes.
+/// Starts with settings.xml cut off after each of its bytes.
 class TestTruncatedSettings : public QObject
 {
     Q_OBJECT
@@ -56,12 +61,12 @@ private slots:
     void cleanupTestCase();
 
 private:
-    Start start(const QByteArray &beginning);
+    static LoadResult start(const QByteArray &beginning);
 
     QByteArray m_sample;
-    int m_told = 0; ///< beginnings of each kind
+    int m_reported = 0; ///< beginnings of each kind
     int m_partial = 0;
-    int m_whole = 0;
+    int m_complete = 0;
 };
 
 void TestTruncatedSettings::initTestCase()
@@ -72,12 +77,12 @@ void TestTruncatedSettings::initTestCase()
     QVERIFY(m_sample.size() > 1000);
 }
 
-Start TestTruncatedSettings::start(const QByteArray &beginning)
+LoadResult TestTruncatedSettings::start(const QByteArray &beginning)
 {
     const QString name = QStringLiteral("settings.xml");
     QFile file(name);
     if (!file.open(QIODevice::WriteOnly) || file.write(beginning) != beginning.size()) {
-        qFatal("The test's own file can't be written");
+        qFatal("Unable to write the test's file");
     }
     file.close();
 
@@ -86,11 +91,11 @@ Start TestTruncatedSettings::start(const QByteArray &beginning)
     FakeSettings settings;
     FakeLocalStorage storage;
     MainWindowController controller(&window, &handler, &settings, &storage, nullptr);
-    Start seen;
+    LoadResult seen;
     if (!controller.start()) {
-        qFatal("The program would have ended");
+        qFatal("The program did not start");
     }
-    seen.told = window.calls.count(failure) == 1;
+    seen.isReported = window.calls.count(failure) == 1;
     QMap<QString, DeviceConfiguration> models;
     ConfigurationLoader().load(models, name);
     seen.models = models.size();
@@ -108,19 +113,12 @@ Start TestTruncatedSettings::start(const QByteArray &beginning)
 
 void TestTruncatedSettings::startsWithEveryBeginning()
 {
+    const LoadResult complete = expected(m_sample);
     for (int size = 0; size <= m_sample.size(); ++size) {
         const QByteArray beginning = m_sample.left(size);
-        const Start demanded = expected(beginning);
-        const Start seen = start(beginning);
-        const QByteArray where = QByteArray::number(size) + " bytes";
-        QVERIFY2(seen.told == demanded.told, where.constData());
-        QVERIFY2(seen.models == demanded.models, where.constData());
-        QVERIFY2(seen.settings == demanded.settings, where.constData());
-        QVERIFY2(seen.measurements == demanded.measurements, where.constData());
-        const bool whole = demanded.models == expected(m_sample).models
-            && demanded.settings == expected(m_sample).settings
-            && demanded.measurements == expected(m_sample).measurements;
-        ++(demanded.told ? m_told : whole ? m_whole : m_partial);
+        const LoadResult result = expected(beginning);
+        QVERIFY2(start(beginning) == result, QByteArray::number(size).constData());
+        ++(result.isReported ? m_reported : result == complete ? m_complete : m_partial);
     }
 }
 
@@ -129,14 +127,13 @@ void TestTruncatedSettings::cleanupTestCase()
     const auto row = [](int count, const char *words) {
         return "| " + QByteArray::number(count) + " | " + words + " | the same |\n";
     };
-    const QByteArray markdown = "| Beginnings | Demanded | Seen |\n|---|---|---|\n"
-        + row(m_told, "told \"Failed to load configuration from file settings.xml\"; then starts")
-        + row(m_partial, "starts with the models, settings and measurements up to the cut")
-        + row(m_whole, "starts with all of them");
-    std::printf("\n%s", markdown.constData());
-    std::fflush(stdout);
-    QVERIFY(m_told + m_partial + m_whole != m_sample.size() + 1
-            || ReliabilityTable::keep(QStringLiteral("truncated-settings"), markdown));
+    const QByteArray markdown = "| Beginnings | Expected | Seen |\n|---|---|---|\n"
+        + row(m_reported,
+              "reports \"Failed to load configuration from file settings.xml\"; then starts")
+        + row(m_partial, "starts with the models, settings and measurements before the cut")
+        + row(m_complete, "starts with all of them");
+    QVERIFY(m_reported + m_partial + m_complete != m_sample.size() + 1
+            || ReliabilityTable::save(QStringLiteral("truncated-settings"), markdown));
 }
 
 KV_TEST_MAIN(TestTruncatedSettings)

@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/e2e/faultexpectations.h"
+
+namespace {
+
+using F = FaultKind;
+
+constexpr Expectation done = "done";
+constexpr Expectation sentAgain = "done, command sent again";
+constexpr Expectation stopped = "queue stopped; works after Disconnect and Connect";
+constexpr Expectation stoppedUntilConnect = "queue stopped; works after Connect";
+constexpr Expectation dialogStays =
+    "dialog stays until cancelled; works after Disconnect and Connect";
+constexpr Expectation worksAfterCancel = "dialog stays until cancelled; then works";
+constexpr Expectation connectedAfterCancel =
+    "dialog stays until cancelled; shows connected; works after Disconnect and Connect";
+constexpr Expectation laterHangUp =
+    "done; later hang-up not reported; works after Disconnect and Connect";
+constexpr Expectation doneOnDeadLine = "done; works after Disconnect and Connect";
+constexpr Expectation exits = "exit code 0";
+
+constexpr Expectation cannotOpen =
+    "reports \"Error occurred with serial port communication: Unable to open port!\"; works after "
+    "Connect";
+constexpr Expectation cannotOpenThenWaits =
+    "reports \"Error occurred with serial port communication: Unable to open port!\"; dialog stays "
+    "until cancelled; shows connected; works after Disconnect and Connect";
+constexpr Expectation updateFails =
+    "reports \"Firmware update failed due to unknown reason\"; then works";
+constexpr Expectation updateFailsOnDeadLine =
+    "reports \"Firmware update failed due to unknown reason\"; works after Disconnect and Connect";
+constexpr Expectation updateFailsUnconnected =
+    "reports \"Firmware update failed due to unknown reason\"; shows connected; works after "
+    "Disconnect and Connect";
+
+constexpr Expectation notStored = "shown, not stored; warning logged; the next is stored";
+constexpr Expectation neverStored =
+    "shown, not stored; warning logged; the next is not stored either";
+constexpr Expectation storedAfterConnect =
+    "shown, not stored; warning logged; stored again after a new Connect";
+constexpr Expectation nextFolder = "the next folder is used, nothing reported; warning logged";
+constexpr Expectation opensEmpty = "opens empty; warning logged";
+constexpr Expectation nothingToExport =
+    "reports \"No measurements found from given time period\"; warning logged";
+
+constexpr Expectation portIsOpen = notApplicable("the port is open by then");
+constexpr Expectation opensNoPort = notApplicable("it opens no port");
+constexpr Expectation sendsNothing = notApplicable("nothing is sent to the device");
+constexpr Expectation awaitsNoAnswer = notApplicable("no answer is waited for");
+constexpr Expectation noChecksum = notApplicable("only log lines carry a checksum");
+constexpr Expectation storesNothing = notApplicable("it stores no reading");
+constexpr Expectation writesNothing = notApplicable("it writes no file");
+constexpr Expectation readAtStart = notApplicable("settings.xml is only read at start");
+constexpr Expectation keepsFile = notApplicable("an open store keeps its file");
+
+QVector<FaultMatrix::Exception> exceptions()
+{
+    // clang-format off
+    return {
+        {F::Silence, Connect, stoppedUntilConnect},
+        {F::Silence, WriteSettings, dialogStays}, // Cancel only closes the dialog
+        {F::Silence, SetClock, dialogStays},
+        {F::Silence, ReadLog, worksAfterCancel},
+        {F::Silence, Backup, worksAfterCancel},
+        {F::Silence, Restore, worksAfterCancel},
+        {F::Silence, UpdateConnected, dialogStays}, // the restart stays in the queue
+        {F::Silence, UpdateUnconnected, connectedAfterCancel},
+        {F::Silence, CloseProgram, exits},
+        {F::LateAnswer, UpdateConnected, done}, // the device ignores the second command
+        {F::LateAnswer, UpdateUnconnected, done},
+        {F::LateAnswer, CloseProgram, exits},
+        {F::Chatter, CloseProgram, exits},
+
+        // Without a checksum, damage inside a value is another value.
+        {F::LostByte, Connect, done}, // the version that is read first isn't shown
+        {F::LostByte, Poll, "damaged value shown and stored"},
+        {F::LostByte, SetValue, done}, // the echoed value isn't shown
+        {F::LostByte, Synchronize, "damaged value 77 shown and sent back; the device has 77"},
+        {F::LostByte, SetClock, done},
+        {F::LostByte, Backup, "damaged block in the file"},
+        {F::LostByte, UpdateUnconnected, connectedAfterCancel},
+        {F::FlippedBit, Connect, done},
+        {F::FlippedBit, Poll, "damaged value shown and stored"},
+        {F::FlippedBit, SetValue, done},
+        {F::FlippedBit, Synchronize, "damaged value 677 shown and sent back; the device has 677"},
+        {F::FlippedBit, SetClock, done},
+        {F::FlippedBit, Backup, "damaged block in the file"},
+        {F::FlippedBit, UpdateUnconnected, connectedAfterCancel},
+        {F::NulByte, UpdateUnconnected, connectedAfterCancel},
+        // The value extends to the last prompt.
+        {F::GluedReplies, Synchronize, "damaged value of two answers shown and sent back; the device has 777"},
+        {F::GluedReplies, UpdateConnected, updateFails},
+        {F::GluedReplies, UpdateUnconnected, updateFailsUnconnected},
+        {F::WrongChecksum, ReadLog, sentAgain},
+        // Each piece after the bad line is parsed together with it and costs a send.
+        {F::WrongChecksumInPieces, ReadLog, worksAfterCancel},
+
+        {F::HangUpBefore, Connect, cannotOpen},
+        {F::HangUpBefore, WriteSettings, dialogStays},
+        {F::HangUpBefore, SetClock, dialogStays},
+        {F::HangUpBefore, ReadLog, dialogStays},
+        {F::HangUpBefore, Backup, dialogStays},
+        {F::HangUpBefore, Restore, dialogStays},
+        {F::HangUpBefore, UpdateConnected, dialogStays},
+        {F::HangUpBefore, UpdateUnconnected, cannotOpenThenWaits},
+        {F::HangUpBefore, CloseProgram, exits},
+        {F::HangUpDuring, Connect, stoppedUntilConnect},
+        {F::HangUpDuring, WriteSettings, dialogStays},
+        {F::HangUpDuring, ReadLog, dialogStays},
+        {F::HangUpDuring, Backup, dialogStays},
+        {F::HangUpDuring, Restore, dialogStays},
+        {F::HangUpDuring, UpdateConnected, updateFailsOnDeadLine},
+        {F::HangUpDuring, UpdateUnconnected, updateFailsUnconnected},
+        {F::HangUpDuring, CloseProgram, exits},
+        {F::HangUpAfter, UpdateConnected, done}, // the tool itself disconnects after an update
+        {F::HangUpAfter, UpdateUnconnected, done},
+        {F::HangUpAfter, CloseProgram, notApplicable("nothing is open any more")},
+        {F::PortMissing, Connect, cannotOpen},
+        {F::PortMissing, UpdateUnconnected, cannotOpenThenWaits},
+        {F::PortInUse, Connect, cannotOpen},
+        {F::PortInUse, UpdateUnconnected, cannotOpenThenWaits},
+
+        {F::ReadOnlyFolder, Connect, storedAfterConnect},
+        {F::ReadOnlyFolder, Poll, notStored},
+        {F::ReadOnlyFolder, ReadLog, "reports \"Unable to save log to file FOLDER/log.csv: Permission denied\""},
+        {F::ReadOnlyFolder, Backup, "nothing reported, no file"},
+        {F::ReadOnlyFolder, ShowGraph, done},
+        {F::ReadOnlyFolder, ExportMeasurements, "reports \"Unable to save measurements to file FOLDER/measurements.csv: Permission denied\""},
+        {F::ReadOnlyFolder, StartProgram, nextFolder},
+        {F::FullDisk, Connect, storedAfterConnect},
+        {F::FullDisk, Poll, notStored},
+        {F::FullDisk, ReadLog, "nothing reported, an empty file"},
+        {F::FullDisk, Backup, "nothing reported, an empty file"},
+        {F::FullDisk, ShowGraph, done},
+        {F::FullDisk, ExportMeasurements, "nothing reported, an empty file"},
+        {F::FullDisk, StartProgram, "asks for a folder, the chosen one is used; warning logged"},
+
+        {F::LockedDatabase, Connect, storedAfterConnect},
+        {F::LockedDatabase, Poll, notStored},
+        {F::LockedDatabase, ShowGraph, opensEmpty},
+        {F::LockedDatabase, ExportMeasurements, nothingToExport},
+        {F::LockedDatabase, StartProgram, nextFolder},
+        {F::CorruptDatabase, Connect, neverStored},
+        {F::CorruptDatabase, Poll, neverStored},
+        {F::CorruptDatabase, ShowGraph, opensEmpty},
+        {F::CorruptDatabase, ExportMeasurements, nothingToExport},
+        {F::CorruptDatabase, StartProgram, nextFolder},
+        {F::TruncatedDatabase, Connect, neverStored},
+        {F::TruncatedDatabase, Poll, neverStored},
+        {F::TruncatedDatabase, ShowGraph, opensEmpty},
+        {F::TruncatedDatabase, ExportMeasurements, nothingToExport},
+        {F::TruncatedDatabase, StartProgram, nextFolder},
+        {F::UnexpectedSchema, Connect, neverStored},
+        {F::UnexpectedSchema, Poll, neverStored},
+        {F::UnexpectedSchema, ShowGraph, opensEmpty},
+        {F::UnexpectedSchema, ExportMeasurements, nothingToExport},
+        {F::UnexpectedSchema, StartProgram, "used as it is"},
+        {F::FolderInPlaceOfStore, StartProgram, nextFolder},
+        {F::TruncatedSettings, StartProgram, "reports \"Failed to load configuration from file settings.xml\"; then starts"},
+    };
+    // clang-format on
+}
+
+QVector<FaultOperation> userActions()
+{
+    using namespace FaultParts;
+    // clang-format off
+    return {
+        {everydayWork,    "connect",            "show swver",             "14"},
+        {everydayWork,    "poll",               "show meas",              "16"},
+        {everydayWork,    "set value",          "set altitude=321",       "15"},
+        {everydayWork,    "synchronize",        "show altitude",          "16"},
+        {everydayWork,    "write settings",     "write --really",         "3"},
+        {everydayWork,    "set clock",          "date 2",                 "19"},
+        {longJobs,        "read log",           "log --read=1",           "7"},
+        {longJobs,        "clear log",          "log --erase",            "3"},
+        {longJobs,        "backup",             "eeprom --read_block 0",  "2"},
+        {longJobs,        "restore",            "eeprom --write_block 5", "3"},
+        {firmwareUpdates, "update connected",   "reboot --really",        "3"},
+        {firmwareUpdates, "update unconnected", "",                       ""},
+        {withoutDevice,   "graph",              "",                       ""},
+        {withoutDevice,   "export",             "",                       ""},
+        {withoutDevice,   "start",              "",                       ""},
+        {withoutDevice,   "close",              "show altitude",          ""},
+    };
+    // clang-format on
+}
+
+Expectation lineRule(FaultKind fault, UserAction action)
+{
+    const bool cannotOpenPort = fault == F::PortMissing || fault == F::PortInUse;
+    if (action == CloseProgram) {
+        return cannotOpenPort ? opensNoPort : awaitsNoAnswer;
+    }
+    if (cannotOpenPort) {
+        return usesDevice(action) ? portIsOpen : opensNoPort;
+    }
+    if (!usesDevice(action)) {
+        // The dead port stays open during graph and export.
+        return action == StartProgram ? opensNoPort
+            : fault == F::HangUpAfter ? done
+            : isHangUp(fault)         ? doneOnDeadLine
+                                      : sendsNothing;
+    }
+    switch (fault) {
+    case F::Silence:
+    case F::HangUpBefore:
+    case F::HangUpDuring:
+        return stopped;
+    case F::SingleBytes:
+    case F::Chatter:
+        return done;
+    case F::WrongChecksum:
+    case F::WrongChecksumInPieces:
+        return noChecksum;
+    case F::HangUpAfter:
+        return laterHangUp;
+    default:
+        return sentAgain;
+    }
+}
+
+Expectation diskRule(FaultKind fault, UserAction action)
+{
+    if (fault == F::TruncatedSettings) {
+        return readAtStart;
+    }
+    if (fault == F::FolderInPlaceOfStore) {
+        return keepsFile;
+    }
+    if (action == CloseProgram) {
+        return exits;
+    }
+    return fault == F::ReadOnlyFolder || fault == F::FullDisk ? writesNothing : storesNothing;
+}
+
+Expectation rule(FaultKind fault, int operation)
+{
+    const auto action = static_cast<UserAction>(operation);
+    return isDiskFault(fault) ? diskRule(fault, action) : lineRule(fault, action);
+}
+
+} // namespace
+
+FaultMatrix userFaultMatrix()
+{
+    return FaultMatrix(WindowLevel, userActions(), exceptions(), rule);
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "tests/kit/faultmatrix.h"
+
+/// What a user does with the tool.
+enum UserAction {
+    Connect,
+    Poll,
+    SetValue,
+    Synchronize,
+    WriteSettings,
+    SetClock,
+    ReadLog,
+    ClearLog,
+    Backup,
+    Restore,
+    UpdateConnected,
+    UpdateUnconnected,
+    ShowGraph,
+    ExportMeasurements,
+    StartProgram,
+    CloseProgram
+};
+
+/// The parts of the matrix, named after their tables.
+namespace FaultParts {
+constexpr char everydayWork[] = "faults-in-everyday-work";
+constexpr char longJobs[] = "faults-in-long-jobs";
+constexpr char firmwareUpdates[] = "faults-in-firmware-updates";
+constexpr char withoutDevice[] = "faults-without-a-device";
+} // namespace FaultParts
+
+inline bool isFirmwareUpdate(UserAction action)
+{
+    return action == UpdateConnected || action == UpdateUnconnected;
+}
+
+/// Whether the action sends commands to the device.
+inline bool usesDevice(UserAction action)
+{
+    return action < ShowGraph;
+}
+
+/// Each user action under each fault of line, port and disk, with what the user must see.
+FaultMatrix userFaultMatrix();

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "serial/serialport.h"
+#include "serial/serialporthandler.h"
+#include "serial/serialportqueue.h"
+#include "tests/kit/simulatorprocess.h"
+#include "tests/kit/text.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QStringList>
+#include <functional>
+
+/// Longest wait of the functions below.
+constexpr int deviceWaitMs = 20000;
+
+/// Runs the event loop until @p done returns true; false when it doesn't within @p ms. Without the
+/// pauses of QTest::qWaitFor, which would take most of the time of a thousand short exchanges.
+bool runUntil(const std::function<bool()> &done, int ms = deviceWaitMs);
+
+/// The real transport, which also records what is written.
+class RecordingSerialPort : public SerialPort
+{
+public:
+    using SerialPort::SerialPort;
+
+    void write(QString text) override;
+    void write(QByteArray data) override;
+
+    QStringList texts; ///< commands, and the byte that starts the bootloader's transfer
+    QList<QByteArray> blocks; ///< raw data, block by block
+    QByteArray bytes; ///< both, in their order
+};
+
+/// The real handler, queue and transport, connected to a simulated transmitter. The handler's
+/// signals are recorded in @c events, one line each.
+class DeviceLink : public QObject
+{
+public:
+    DeviceLink();
+
+    /// Starts the simulator, with @p options and without delays of the line, and sets its port.
+    bool start(const QString &options = QString());
+
+    /// The same, and connects.
+    bool startConnected(const QString &options = QString());
+
+    /// Sets a new transport for the simulator's port, or for @p path.
+    void renewPort();
+    void setPort(const QString &path);
+
+    /// Connects, waits for the device's answer and clears the records.
+    bool connectDevice();
+
+    void clearRecords();
+
+    bool waitFor(const QString &event);
+    bool waitForDone() { return waitFor(text("allJobsDone")); }
+
+    /// Reads the variable @p name and compares; the device must answer.
+    bool canRead(const char *name, const char *value);
+
+    /// Whether the current job has used up its sends, so that the queue has stopped.
+    bool isStalled() const;
+    bool waitForStall();
+    bool isIdle() const { return !queue->currentJob(); }
+
+    /// Gives all present jobs, and the log jobs to come, a time-out of @p ms; 0 keeps their own.
+    void setTimeouts(int ms);
+
+    /// How often @p command, without its line ends, has been sent.
+    int sends(const QString &command) const;
+
+    /// Whether what was read last is the device's own.
+    bool hasDevicesMeasurements();
+    bool hasDevicesLog();
+
+    /// The rows of the device's own log, and its titles.
+    QVector<LogValue> devicesLog(QStringList &ownTitles);
+
+    SimulatorProcess simulator;
+    QSharedPointer<SerialPortQueue> queue;
+    SerialPortHandler handler;
+    QSharedPointer<RecordingSerialPort> port;
+
+    QStringList events;
+    QMap<QString, QString> measurements; ///< the last ones read
+    QDateTime measuredAt;
+    QStringList titles; ///< of the last log read
+    QVector<LogValue> log;
+    QVector<int> logProgress;
+    QVector<int> memoryProgress;
+    QVector<double> firmwareProgress;
+    QByteArray image; ///< of the last memory read
+    int gatherMs = 0; ///< pause after each chunk, so that the next one arrives whole
+
+private:
+    void record(const QString &event) { events.append(event); }
+    void recordSignals();
+    void recordLongReads();
+    void recordAction(SerialPortActionType action, const QVariant &result);
+
+    int m_timeoutMs = 0;
+};

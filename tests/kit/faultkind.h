@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QFlags>
+#include <QtCore/QVector>
+
+/// What goes wrong in the device, on the line, at the port or on the disk.
+enum class FaultKind {
+    SilenceOnce,
+    Silence,
+    ShortDelay,
+    LateAnswer,
+    SingleBytes,
+    LostByte,
+    FlippedBit,
+    NulByte,
+    GluedReplies,
+    Chatter,
+    UnknownModel,
+    WrongChecksum,
+    WrongChecksumInPieces,
+    WrongChecksumAlways,
+    WrongEntry,
+    WrongEntryAlways,
+    MalformedRecord,
+    MalformedRecordAlways,
+    NoLogOption,
+    MalformedBlock,
+    MalformedBlockAlways,
+    BlockRefused,
+    BlockUnanswered,
+    GluedAnswers,
+    BootWithLineEnd,
+    FinalStar,
+    HangUpBefore,
+    HangUpDuring,
+    HangUpAfter,
+    PortMissing,
+    PortInUse,
+    ReadOnlyFolder,
+    FullDisk,
+    LockedDatabase,
+    CorruptDatabase,
+    TruncatedDatabase,
+    UnexpectedSchema,
+    FolderInPlaceOfStore,
+    TruncatedSettings
+};
+
+/// Where a fault is tested: at the device handler, at the main window, or at both.
+enum FaultLevel { HandlerLevel = 1, WindowLevel = 2 };
+Q_DECLARE_FLAGS(FaultLevels, FaultLevel)
+
+/// A fault kind with its name in tables and data rows.
+struct FaultInfo
+{
+    FaultKind kind;
+    FaultLevels levels;
+    const char *name;
+    /// For the simulator's control command "fault", where %c is the console command that the fault
+    /// hits and %p the byte of its answer. Empty when the test causes the fault itself.
+    const char *simulatorFault;
+
+    QByteArray simulatorFaultFor(const QByteArray &command, const QByteArray &damagedByte) const;
+};
+
+/// The delay of FaultKind::LateAnswer, and the time-out that makes the answer late: neither the
+/// first nor the second time-out is near the moment of the answer.
+constexpr int lateAnswerMs = 2250;
+constexpr int lateAnswerTimeoutMs = 1500;
+
+/// All fault kinds, in the order of the enumeration.
+const QVector<FaultInfo> &faultInfos();
+
+const FaultInfo &faultInfo(FaultKind kind);
+
+inline bool isHangUp(FaultKind kind)
+{
+    return kind >= FaultKind::HangUpBefore && kind <= FaultKind::HangUpAfter;
+}
+
+/// Whether it is a fault of files and folders.
+inline bool isDiskFault(FaultKind kind)
+{
+    return kind >= FaultKind::ReadOnlyFolder;
+}

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "tests/kit/faultkind.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMap>
+#include <QtCore/QPair>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// An operation that is run under faults.
+struct FaultOperation
+{
+    const char *part; ///< the test function and table that it belongs to
+    const char *name;
+    const char *command; ///< the console command that the faults hit; empty for none
+    const char *damagedByte; ///< of the command's answer, counted from 1
+};
+
+/// What must come of an operation under a fault, or why the two don't apply to each other.
+struct Expectation
+{
+    constexpr Expectation(const char *words = "", bool isApplicable = true)
+        : text(words)
+        , applies(isApplicable)
+    {
+    }
+
+    const char *text; ///< the outcome; the reason when it doesn't apply
+    bool applies;
+};
+
+constexpr Expectation notApplicable(const char *reason)
+{
+    return Expectation(reason, false);
+}
+
+/// All pairs of the faults of one level and its operations, with the expectation of each, and what
+/// was seen.
+///
+/// A test function runs the rows that addRows() adds, and records what it sees. That is a selection
+/// with each fault and each operation at least twice and each expected outcome at least once; with
+/// KV_FAULT_PAIRS=all in the environment it is every pair.
+class FaultMatrix
+{
+public:
+    /// A pair that differs from the rule.
+    struct Exception
+    {
+        FaultKind fault;
+        int operation;
+        Expectation expectation;
+    };
+    using Rule = Expectation (*)(FaultKind fault, int operation);
+    using Pair = QPair<FaultKind, int>;
+
+    /// An operation's number is its index in @p operations.
+    FaultMatrix(FaultLevel level, QVector<FaultOperation> operations, QVector<Exception> exceptions,
+                Rule rule);
+
+    Expectation expected(FaultKind fault, int operation) const;
+
+    const FaultOperation &operation(int number) const { return m_operations.at(number); }
+
+    /// Adds the data rows of @p part. Each row has a "fault" and an "operation", both int.
+    void addRows(const char *part) const;
+
+    /// Records what was seen of a pair, for saveTables().
+    void record(FaultKind fault, int operation, const QByteArray &seen);
+
+    /// Fails the running test unless there are @p pairCount pairs, each with an expectation, and the
+    /// selection covers what it has to.
+    void verify(int pairCount) const;
+
+    /// Saves the table of each part whose applicable pairs have all been recorded.
+    bool saveTables() const;
+
+private:
+    QVector<Pair> applicablePairs() const;
+    QVector<Pair> coveringSelection() const;
+    bool saveTable(const QString &part) const;
+
+    QVector<FaultKind> m_faults;
+    QVector<FaultOperation> m_operations;
+    QVector<Exception> m_exceptions;
+    Rule m_rule;
+    QMap<Pair, QByteArray> m_seen;
+};
