@@ -25,7 +25,7 @@ public:
     QByteArray open();
 
     /// Serves the line until standard input ends. Lines on it: "reset" sets the counters to 0,
-    /// "counters" tells bytes in, bytes out and the ns for which the wire was in use, "power"
+    /// "counters" tells bytes in, bytes out and the ns for which the line was in use, "power"
     /// switches the device off and on.
     void serve();
 

@@ -16,8 +16,8 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "%s\n", qPrintable(error));
         return 1;
     }
-    Simulator::Device device(commandLine.station.device);
-    PacedLine line(device, commandLine.station.rate);
+    Simulator::Device device(commandLine.transmitter.device);
+    PacedLine line(device, commandLine.transmitter.rate);
     const QByteArray path = line.open();
     if (path.isEmpty()) {
         std::fprintf(stderr, "no pseudo-terminal\n");

@@ -31,8 +31,8 @@ void Bootloader::start()
     reset();
     m_phase = Phase::Greeting;
     m_wait.start();
-    emit happened("bootloader");
-    if (m_faults.strikeAt(FaultKind::BootWithLineEnd, 0)) {
+    emit eventOccurred("bootloader");
+    if (m_faults.triggersAt(FaultKind::BootWithLineEnd, 0)) {
         emit output(greeting + QByteArray("\r\n"), Delivery::OneChunk, 0);
     } else {
         emit output(greeting, Delivery::Streamed, 0);
@@ -57,7 +57,7 @@ void Bootloader::feed(char byte)
         if (byte == startByte) {
             m_phase = Phase::Taking;
             m_wait.start();
-            emit happened("image begins");
+            emit eventOccurred("image begins");
         }
         break;
     case Phase::Abandoned:
@@ -73,7 +73,7 @@ void Bootloader::feed(char byte)
         if (complete || m_incoming.size() % blockSize == 0) {
             endBlock();
         }
-        // Last: the line may go dead over it, and the block stands before that.
+        // Last, because the line may go dead, and the block is to be complete before that.
         emit rawBytesTaken(1);
         break;
     }
@@ -84,10 +84,10 @@ void Bootloader::onWaited()
 {
     if (m_phase == Phase::Greeting || (m_phase == Phase::Taking && m_incoming.isEmpty())) {
         reset();
-        emit leaving();
+        emit firmwareStarting();
         return;
     }
-    emit happened("image abandoned");
+    emit eventOccurred("image abandoned");
     start();
 }
 
@@ -108,10 +108,10 @@ void Bootloader::endBlock()
     const int beyond = m_incoming.size() % blockSize;
     const int size = beyond == 0 ? blockSize : beyond;
     ++m_blocks;
-    emit happened("block " + QByteArray::number(m_blocks) + ", " + QByteArray::number(size)
-                  + " bytes");
-    const bool isRefused = m_faults.strikeAt(FaultKind::BlockRefused, m_blocks);
-    if (isRefused || m_faults.strikeAt(FaultKind::BlockUnanswered, m_blocks)) {
+    emit eventOccurred("block " + QByteArray::number(m_blocks) + ", " + QByteArray::number(size)
+                       + " bytes");
+    const bool isRefused = m_faults.triggersAt(FaultKind::BlockRefused, m_blocks);
+    if (isRefused || m_faults.triggersAt(FaultKind::BlockUnanswered, m_blocks)) {
         m_phase = Phase::Abandoned;
         m_pause.stop();
         if (isRefused) {
@@ -123,22 +123,23 @@ void Bootloader::endBlock()
     if (complete) {
         answerLastBlock(false);
     } else if (beyond == 0) {
-        const Fault *glued = m_faults.standing(FaultKind::GluedAnswers);
-        const bool here = glued == nullptr && m_faults.strikeAt(FaultKind::GluedAnswers, m_blocks);
+        const Fault *glued = m_faults.active(FaultKind::GluedAnswers);
+        const bool here =
+            glued == nullptr && m_faults.triggersAt(FaultKind::GluedAnswers, m_blocks);
         emit output(here ? "*." : accepted, Delivery::OneChunk, 0);
     }
 }
 
 void Bootloader::answerLastBlock(bool acknowledged)
 {
-    // Before the answer: whoever has heard it finds the image.
+    // Before the answer, so that the image exists when a client has read it.
     m_image = m_incoming;
     emit imageTaken(m_image);
-    if (m_faults.strikeAt(FaultKind::FinalStar, m_blocks)) {
+    if (m_faults.triggersAt(FaultKind::FinalStar, m_blocks)) {
         if (!acknowledged) {
             emit output(accepted, Delivery::OneChunk, 0);
         }
-    } else if (m_faults.strikeAt(FaultKind::GluedAnswers, m_blocks)) {
+    } else if (m_faults.triggersAt(FaultKind::GluedAnswers, m_blocks)) {
         emit output(acknowledged ? done : "*.", Delivery::OneChunk, 0);
     } else {
         emit output(done, Delivery::OneChunk, 0);
@@ -149,8 +150,8 @@ void Bootloader::answerLastBlock(bool acknowledged)
 void Bootloader::finish()
 {
     reset();
-    emit happened("image " + QByteArray::number(m_image.size()) + " bytes");
-    emit leaving();
+    emit eventOccurred("image " + QByteArray::number(m_image.size()) + " bytes");
+    emit firmwareStarting();
 }
 
 } // namespace Simulator

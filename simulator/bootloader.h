@@ -11,13 +11,13 @@
 
 namespace Simulator {
 
-/// The bootloader: greets, and takes an image when it is told so in time.
+/// The bootloader: sends its greeting, and takes an image when the start byte comes in time.
 ///
 /// An image comes in blocks of 16 bytes, each answered "*"; "." answers the block that completes
 /// it. With a known image size that is the block which reaches the size. Otherwise a pause ends the
-/// image: a short last block is then answered ".", and behind a full one a "." follows its "*".
-/// A refused or broken transfer leaves the old firmware in place; after a silence as long as the
-/// wait for the first byte the bootloader greets anew.
+/// image: a short last block is then answered ".", and after a full one a "." follows its "*".
+/// A refused or interrupted transfer leaves the old firmware in place. When nothing arrives for as
+/// long as the wait for the first byte, the bootloader sends its greeting again.
 class Bootloader : public QObject
 {
     Q_OBJECT
@@ -28,7 +28,7 @@ public:
     /// Uses @p faults, which must outlive it.
     Bootloader(Faults &faults, const DeviceOptions &options, QObject *parent = nullptr);
 
-    /// Greets and waits.
+    /// Sends the greeting and waits for the start byte.
     void start();
 
     /// Stops, as a loss of power does.
@@ -44,18 +44,18 @@ public:
     QByteArray image() const { return m_image; }
 
 signals:
-    /// Bytes for the line; @p gapMs is the gap behind each byte when sent singly.
+    /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
     /// A whole image has been taken.
     void imageTaken(const QByteArray &image);
     /// The bootloader leaves and the firmware starts.
-    void leaving();
+    void firmwareStarting();
 
     /// So many bytes of an image have been taken.
     void rawBytesTaken(int bytes);
 
-    /// Something for the journal.
-    void happened(const QByteArray &event);
+    /// An event for the event log.
+    void eventOccurred(const QByteArray &event);
 
 private:
     enum class Phase { Off, Greeting, Taking, Abandoned };

@@ -28,9 +28,9 @@ QString text(const char *latin1)
 QString description()
 {
     QString words =
-        text("A stand-in transmitter on a pseudo-terminal. Prints \"port PATH\" when it "
-             "is ready.\n\nFaults (KIND, KIND@PLACE, KIND@PLACE:ARG; \"+\" behind the "
-             "place: from there on; \"-always\" behind the kind: every time):\n");
+        text("A simulated transmitter on a pseudo-terminal. Prints \"port PATH\" when it "
+             "is ready.\n\nFaults (KIND, KIND@PLACE, KIND@PLACE:ARG; \"+\" after the "
+             "place: from there on; \"-always\" after the kind: every time):\n");
     for (const FaultKindInfo &info : faultKinds()) {
         words += text("  %1 %2\n").arg(text(info.name), -20).arg(text(info.meaning));
     }
@@ -77,21 +77,21 @@ QString modelNames()
 
 bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QString &error)
 {
-    DeviceOptions &device = commandLine.station.device;
+    DeviceOptions &device = commandLine.transmitter.device;
     constexpr int longest = 3600000; // ms, an hour
     int seed = static_cast<int>(device.seed);
     int clockOffsetS = 0;
     const QList<NumberOption> numbers = {
-        {"seed", "course of the measurements, serial number (1)", &seed, 0, INT_MAX},
+        {"seed", "seed of the measurements and the serial number (1)", &seed, 0, INT_MAX},
         {"log-rows", "rows of the log (25)", &device.logRows, 0, 99999},
-        {"rate", "bits a second (115200), 0: as fast as it can", &commandLine.station.rate, 0,
+        {"rate", "bits per second (115200), 0: without delay", &commandLine.transmitter.rate, 0,
          INT_MAX},
         {"meas-state", "meas_state when warm (1)", &device.measurementState, 0, INT_MAX},
         {"warmup", "ms until warm (0)", &device.warmUpMs, 0, longest},
         {"clock-offset", "seconds that the clock is ahead (0)", &clockOffsetS, INT_MIN, INT_MAX},
         {"write-ms", "ms that storing the settings takes (2000)", &device.writeMs, 0, longest},
-        {"block-idle-ms", "silence that ends a memory block (1000)", &device.blockIdleMs, 1,
-         longest},
+        {"block-idle-ms", "pause that ends an incomplete memory block (1000)", &device.blockIdleMs,
+         1, longest},
         {"reboot-ms", "ms until a reset (5000)", &device.rebootMs, 0, longest},
         {"boot-wait", "ms that the bootloader waits (3000)", &device.bootWaitMs, 1, longest},
         {"image-size", "bytes of an image (0: a pause ends it)", &device.imageSize, 0, INT_MAX},
@@ -107,14 +107,14 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
     parser.addOptions({
         {text("model"), text("one of ") + modelNames(), text("NAME")},
         {text("serial"), text("serial number"), text("TEXT")},
-        {text("health"), text("what health says (98%)"), text("TEXT")},
+        {text("health"), text("value of health (98%)"), text("TEXT")},
         {text("unavailable"), text("a measurement that is always N; repeatable"), text("NAME")},
         {text("no-log-option"), text("no log option installed")},
         {text("debug"), text("debug output on at the start")},
         {text("fault"), text("a fault, see above; repeatable"), text("FAULT")},
-        {text("state"), text("file in which memory, log and clock survive"), text("FILE")},
+        {text("state"), text("file that keeps memory, log and clock"), text("FILE")},
         {text("image"), text("file for a received firmware image"), text("FILE")},
-        {text("journal"), text("file for a line on everything that happens"), text("FILE")},
+        {text("journal"), text("file for the event log"), text("FILE")},
         {text("link"), text("symbolic link to the port"), text("PATH")},
         {text("control"), text("take control commands from standard input")},
         {text("exit-with-stdin"), text("end when standard input closes")},
@@ -157,8 +157,8 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
     device.debug = parser.isSet(text("debug"));
     device.stateFile = parser.value(text("state"));
     device.imageFile = parser.value(text("image"));
-    commandLine.station.journal = parser.value(text("journal"));
-    commandLine.station.link = parser.value(text("link"));
+    commandLine.transmitter.eventLog = parser.value(text("journal"));
+    commandLine.transmitter.link = parser.value(text("link"));
     commandLine.control = parser.isSet(text("control"));
     commandLine.exitWithInput = parser.isSet(text("exit-with-stdin"));
     return true;

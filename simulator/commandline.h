@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/station.h"
+#include "simulator/simulatedtransmitter.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -12,7 +12,7 @@ namespace Simulator {
 struct CommandLine
 {
     /// The device with its line, and its faults as they were written.
-    StationOptions station;
+    TransmitterOptions transmitter;
     QList<QByteArray> faults;
     bool control = false; ///< take control commands from standard input
     bool exitWithInput = false; ///< end when standard input closes

@@ -9,7 +9,7 @@ namespace Simulator {
 enum class Delivery {
     Streamed, ///< as a serial line carries them, a few at a time
     OneChunk, ///< all at once, when the last of them would have arrived
-    SingleBytes ///< one by one with a gap behind each
+    SingleBytes ///< one by one with a pause after each
 };
 
 } // namespace Simulator

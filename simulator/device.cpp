@@ -22,19 +22,19 @@ Device::Device(const DeviceOptions &options, QObject *parent)
     , m_console(m_state, m_faults, options)
     , m_bootloader(m_faults, options)
 {
-    connect(&m_faults, &Faults::struck, this,
-            [this](const QByteArray &text) { emit happened("fault " + text); });
+    connect(&m_faults, &Faults::triggered, this,
+            [this](const QByteArray &text) { emit eventOccurred("fault " + text); });
     connect(&m_console, &DeviceConsole::output, this, &Device::send);
     connect(&m_console, &DeviceConsole::idle, this, &Device::process);
     connect(&m_console, &DeviceConsole::resetting, this, &Device::onResetting);
     connect(&m_console, &DeviceConsole::rawBytesTaken, this, &Device::onRawBytes);
     connect(&m_console, &DeviceConsole::hangUpAfter, this, &Device::onHangUpAfter);
-    connect(&m_console, &DeviceConsole::happened, this, &Device::happened);
+    connect(&m_console, &DeviceConsole::eventOccurred, this, &Device::eventOccurred);
     connect(&m_bootloader, &Bootloader::output, this, &Device::send);
-    connect(&m_bootloader, &Bootloader::leaving, this, &Device::startFirmware);
+    connect(&m_bootloader, &Bootloader::firmwareStarting, this, &Device::startFirmware);
     connect(&m_bootloader, &Bootloader::rawBytesTaken, this, &Device::onRawBytes);
-    connect(&m_bootloader, &Bootloader::imageTaken, this, &Device::keepImage);
-    connect(&m_bootloader, &Bootloader::happened, this, &Device::happened);
+    connect(&m_bootloader, &Bootloader::imageTaken, this, &Device::saveImage);
+    connect(&m_bootloader, &Bootloader::eventOccurred, this, &Device::eventOccurred);
     m_modeTimer.setSingleShot(true);
     connect(&m_modeTimer, &QTimer::timeout, this, [this] {
         if (m_mode == Mode::Resetting) {
@@ -58,7 +58,7 @@ void Device::receive(const QByteArray &bytes)
 
 void Device::powerCycle()
 {
-    emit happened("power cycle");
+    emit eventOccurred("power cycle");
     m_input.clear();
     m_console.reset();
     m_mode = Mode::Bootloader;
@@ -84,7 +84,7 @@ void Device::lineRestored()
 
 void Device::process()
 {
-    // A fault or an answer can lead back here; the outer loop then goes on with the rest.
+    // A fault or an answer can call this function again; the outer loop continues with the rest.
     if (m_processing) {
         return;
     }
@@ -99,14 +99,14 @@ void Device::process()
             m_bootloader.feed(byte);
         }
     }
-    // Of what was sent behind a hang-up nothing arrives.
+    // What was sent after a hang-up doesn't arrive.
     m_input.remove(0, m_lineDead ? m_input.size() : next);
     m_processing = false;
 }
 
 void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
 {
-    if (m_lineDead || m_faults.standing(FaultKind::Silence) != nullptr) {
+    if (m_lineDead || m_faults.active(FaultKind::Silence) != nullptr) {
         return;
     }
     QByteArray out = bytes;
@@ -115,7 +115,7 @@ void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
         m_bytesToHangUp -= out.size();
     }
     if (!out.isEmpty()) {
-        const Fault *singly = m_faults.standing(FaultKind::SingleBytes);
+        const Fault *singly = m_faults.active(FaultKind::SingleBytes);
         if (singly != nullptr) {
             emit transmit(out, Delivery::SingleBytes, qMax(1, singly->argument));
         } else {
@@ -143,9 +143,9 @@ void Device::startFirmware()
 void Device::onRawBytes(int bytes)
 {
     m_rawBytes += bytes;
-    const Fault *fault = m_faults.standing(FaultKind::HangupInput);
+    const Fault *fault = m_faults.active(FaultKind::HangupInput);
     if (!m_lineDead && fault != nullptr && m_rawBytes == qMax(1, fault->argument)) {
-        emit happened("fault " + fault->text);
+        emit eventOccurred("fault " + fault->text);
         m_lineDead = true;
         emit hangUp();
     }
@@ -162,7 +162,7 @@ void Device::onHangUpAfter(int bytes)
 
 void Device::onChatterTimer()
 {
-    const Fault *fault = m_faults.standing(FaultKind::Chatter);
+    const Fault *fault = m_faults.active(FaultKind::Chatter);
     const bool wanted = fault != nullptr || m_state.debug();
     const int interval = fault == nullptr ? chatterDebugMs
         : fault->argument > 0             ? fault->argument
@@ -177,7 +177,7 @@ void Device::onChatterTimer()
     send("# adc0 " + QByteArray::number(level) + " lsb, queue 0\r\n", Delivery::Streamed, 0);
 }
 
-void Device::keepImage(const QByteArray &image)
+void Device::saveImage(const QByteArray &image)
 {
     if (m_options.imageFile.isEmpty()) {
         return;

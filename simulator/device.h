@@ -14,48 +14,48 @@
 
 namespace Simulator {
 
-/// A whole transmitter: hands the bytes from the line to the console or the bootloader, whichever
-/// runs, and what they say to the line. Knows nothing of ports or of time on the wire.
+/// The whole device: passes the bytes from the line to the console or the bootloader, whichever
+/// runs, and their answers to the line. Has no notion of ports or of the line's speed.
 class Device : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What of the device is running.
+    /// The program that is running.
     enum class Mode { Console, Resetting, Bootloader, Starting };
 
-    /// Switched on, with its firmware running.
+    /// Begins with its firmware running.
     explicit Device(const DeviceOptions &options, QObject *parent = nullptr);
 
-    /// Takes @p bytes from the line. While a command takes its time they wait; while the device is
-    /// being reset they are lost.
+    /// Takes @p bytes from the line. During a lasting command they wait; during a reset they are
+    /// lost.
     void receive(const QByteArray &bytes);
 
     /// Power off and on: the bootloader greets, then the firmware starts.
     void powerCycle();
 
-    /// Adds a fault, see Faults::add. Raw bytes are counted anew from here.
+    /// Adds a fault, see Faults::add(), and resets the count of raw bytes.
     bool addFault(const QByteArray &text, QByteArray &error);
 
     /// A new line has taken the place of one that went dead.
     void lineRestored();
 
-    /// What it is doing; isBusy() while a command takes its time.
+    /// The running program; isBusy() during a lasting command.
     Mode mode() const { return m_mode; }
     bool isBusy() const { return m_console.isBusy(); }
 
-    /// Its parts, which live as long as this.
+    /// Parts of the device, valid as long as this object.
     DeviceState &state() { return m_state; }
     Faults &faults() { return m_faults; }
     Bootloader &bootloader() { return m_bootloader; }
 
 signals:
-    /// Bytes for the line; @p gapMs is the gap behind each byte when sent singly.
+    /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void transmit(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
-    /// The line goes dead once what has been transmitted is out.
+    /// The line is to go dead once everything transmitted has been sent.
     void hangUp();
-    /// Something for the journal.
-    void happened(const QByteArray &event);
+    /// An event for the event log.
+    void eventOccurred(const QByteArray &event);
 
 private:
     void process();
@@ -65,7 +65,7 @@ private:
     void onRawBytes(int bytes);
     void onHangUpAfter(int bytes);
     void onChatterTimer();
-    void keepImage(const QByteArray &image);
+    void saveImage(const QByteArray &image);
 
     DeviceOptions m_options;
     Faults m_faults;

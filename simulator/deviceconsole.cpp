@@ -13,7 +13,7 @@ const char noLogOption[] = "No LOG option installed!\r\n";
 const char dateFormat[] = "yyyy-MM-ddTHH:mm:ss";
 constexpr int defaultGapMs = 1;
 
-/// The number behind @p option in @p arguments, such as 7 in "--read=7"; false when it isn't there.
+/// The number after @p option in @p arguments, such as 7 in "--read=7"; false when there is none.
 bool optionNumber(const QByteArray &arguments, const QByteArray &option, int &number)
 {
     bool ok = false;
@@ -52,14 +52,14 @@ DeviceConsole::DeviceConsole(DeviceState &state, Faults &faults, const DeviceOpt
     });
     m_blockIdle.setSingleShot(true);
     m_blockIdle.setInterval(options.blockIdleMs);
-    connect(&m_blockIdle, &QTimer::timeout, this, &DeviceConsole::giveBlockUp);
+    connect(&m_blockIdle, &QTimer::timeout, this, &DeviceConsole::abandonBlock);
 }
 
 void DeviceConsole::boot()
 {
     reset();
     m_state.boot();
-    emit happened("boot");
+    emit eventOccurred("boot");
     const DeviceModel &model = m_state.model();
     write(QByteArray("\r\nPerforming selftest...\r\n"
                      "  memory    passed\r\n"
@@ -89,7 +89,7 @@ void DeviceConsole::reset()
 
 void DeviceConsole::feed(char byte)
 {
-    if (m_editor.swallows(byte)) {
+    if (m_editor.isSecondOfCrLf(byte)) {
         return;
     }
     if (m_block >= 0) {
@@ -110,21 +110,21 @@ void DeviceConsole::feed(char byte)
 
 void DeviceConsole::beginExchange(const QByteArray &line)
 {
-    emit happened("command " + line);
+    emit eventOccurred("command " + line);
     m_faults.beginExchange(line);
     Fault fault;
-    m_spoiled = false;
-    m_muted = m_faults.strikeExchange(FaultKind::Silence);
-    if (m_faults.strikeExchange(FaultKind::SingleBytes, fault)) {
+    m_isDamaged = false;
+    m_muted = m_faults.triggersInExchange(FaultKind::Silence);
+    if (m_faults.triggersInExchange(FaultKind::SingleBytes, fault)) {
         m_gapMs = fault.argument < 0 ? defaultGapMs : fault.argument;
     }
-    if (m_heldExchanges == 0 && m_faults.strikeExchange(FaultKind::GluedReplies)) {
+    if (m_heldExchanges == 0 && m_faults.triggersInExchange(FaultKind::GluedReplies)) {
         m_heldExchanges = 2;
     }
-    if (m_faults.strikeExchange(FaultKind::Hangup, fault)) {
+    if (m_faults.triggersInExchange(FaultKind::Hangup, fault)) {
         emit hangUpAfter(qMax(0, fault.argument));
     }
-    if (m_faults.strikeExchange(FaultKind::Delay, fault)) {
+    if (m_faults.triggersInExchange(FaultKind::Delay, fault)) {
         pause(qMax(0, fault.argument), [this, line] { execute(line); });
         return;
     }
@@ -178,8 +178,8 @@ void DeviceConsole::write(const QByteArray &bytes)
 
 void DeviceConsole::answer(const QByteArray &text)
 {
-    write(m_spoiled ? text : spoilt(text));
-    m_spoiled = true;
+    write(m_isDamaged ? text : damaged(text));
+    m_isDamaged = true;
 }
 
 void DeviceConsole::answerAndEnd(const QByteArray &text)
@@ -188,7 +188,7 @@ void DeviceConsole::answerAndEnd(const QByteArray &text)
     endExchange();
 }
 
-QByteArray DeviceConsole::spoilt(const QByteArray &text)
+QByteArray DeviceConsole::damaged(const QByteArray &text)
 {
     QByteArray bytes = text;
     Fault fault;
@@ -196,14 +196,14 @@ QByteArray DeviceConsole::spoilt(const QByteArray &text)
         const int last = qMax(0, bytes.size() - 1);
         return fault.argument < 1 ? last / 2 : qMin(fault.argument - 1, last);
     };
-    if (m_faults.strikeExchange(FaultKind::LostByte, fault)) {
+    if (m_faults.triggersInExchange(FaultKind::LostByte, fault)) {
         bytes.remove(position(), 1);
     }
-    if (m_faults.strikeExchange(FaultKind::FlippedBit, fault) && !bytes.isEmpty()) {
+    if (m_faults.triggersInExchange(FaultKind::FlippedBit, fault) && !bytes.isEmpty()) {
         const int index = position();
         bytes[index] = static_cast<char>(bytes.at(index) ^ 1);
     }
-    if (m_faults.strikeExchange(FaultKind::Nul, fault)) {
+    if (m_faults.triggersInExchange(FaultKind::Nul, fault)) {
         bytes.insert(position(), '\0');
     }
     return bytes;
@@ -218,7 +218,7 @@ void DeviceConsole::show(const QByteArray &arguments)
                      + "\r\nHardware: " + m_state.model().hardware
                      + "\r\nOptions: " + (m_state.hasLogOption() ? "LOG" : "none") + lineEnd);
     } else if (arguments == "meas") {
-        answerAndEnd("show: meas=\"" + m_state.tellMeasurements() + '"' + lineEnd);
+        answerAndEnd("show: meas=\"" + m_state.takeMeasurements() + '"' + lineEnd);
     } else if (arguments == "model") {
         answerAndEnd("show: model=" + modelName() + lineEnd);
     } else if (m_state.value(arguments, value)) {
@@ -252,7 +252,7 @@ void DeviceConsole::date(const QByteArray &arguments)
         answerAndEnd("date: Invalid date!\r\n");
         return;
     }
-    // Only the label: the clock is UTC, and so is what is typed.
+    // Without conversion: the clock and the typed time are UTC.
     time.setTimeSpec(Qt::UTC);
     m_state.setClock(time);
     answerAndEnd("Date updated to " + time.toString(dateText()).toLatin1() + lineEnd);
@@ -339,7 +339,7 @@ void DeviceConsole::help(const QByteArray &)
 QByteArray DeviceConsole::modelName()
 {
     Fault fault;
-    if (!m_faults.strikeExchange(FaultKind::UnknownModel, fault)) {
+    if (!m_faults.triggersInExchange(FaultKind::UnknownModel, fault)) {
         return m_state.model().name;
     }
     return fault.word.isEmpty() ? QByteArray("KVT-900") : fault.word;
@@ -351,24 +351,24 @@ QByteArray DeviceConsole::logLine(int index)
     if (record.isEmpty()) {
         return "log: No such entry!";
     }
-    if (m_faults.strikeAt(FaultKind::MalformedRecord, index)) {
+    if (m_faults.triggersAt(FaultKind::MalformedRecord, index)) {
         if (index == 0) {
             return "00000=" + record;
         }
         record.replace(record.lastIndexOf(',') + 1, record.size(), "over");
     }
     quint8 checksum = recordChecksum(record);
-    if (m_faults.strikeAt(FaultKind::BadChecksum, index)) {
+    if (m_faults.triggersAt(FaultKind::BadChecksum, index)) {
         checksum ^= 1U;
     }
-    const int number = m_faults.strikeAt(FaultKind::WrongEntry, index) ? index + 1 : index;
+    const int number = m_faults.triggersAt(FaultKind::WrongEntry, index) ? index + 1 : index;
     return DeviceLog::line(number, record, checksum);
 }
 
 void DeviceConsole::readBlock(int index)
 {
     QByteArray digits = m_state.memory().block(index).toHex();
-    if (m_faults.strikeAt(FaultKind::MalformedBlock, index)) {
+    if (m_faults.triggersAt(FaultKind::MalformedBlock, index)) {
         digits.replace(digits.size() / 2, 2, "zz");
     }
     answerAndEnd(digits + "\r\nDone\r\n");
@@ -385,15 +385,15 @@ void DeviceConsole::takeBlockByte(char byte)
     m_blockIdle.stop();
     m_state.memory().setBlock(m_block, m_blockData);
     m_state.changed();
-    emit happened("raw " + QByteArray::number(m_blockData.size()) + " bytes for block "
-                  + QByteArray::number(m_block));
+    emit eventOccurred("raw " + QByteArray::number(m_blockData.size()) + " bytes for block "
+                       + QByteArray::number(m_block));
     m_block = -1;
     answerAndEnd("\r\nDone\r\n");
 }
 
-void DeviceConsole::giveBlockUp()
+void DeviceConsole::abandonBlock()
 {
-    emit happened("raw " + QByteArray::number(m_blockData.size()) + " bytes given up");
+    emit eventOccurred("raw " + QByteArray::number(m_blockData.size()) + " bytes given up");
     m_block = -1;
     answerAndEnd("\r\nTimed out, nothing written\r\n");
 }

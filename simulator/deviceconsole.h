@@ -27,31 +27,31 @@ public:
     /// The firmware starts: self-test, banner, prompt.
     void boot();
 
-    /// Drops whatever is typed or under way; the processor has been reset.
+    /// Drops all input and the running command, as a reset of the processor does.
     void reset();
 
-    /// True while a command takes its time; bytes must wait until idle().
+    /// True during a lasting command; bytes must wait until idle().
     bool isBusy() const { return m_pause.isActive(); }
 
-    /// True when nothing is under way, so that debug output may come in between.
+    /// True when no command is running, so that debug output is possible.
     bool isAtPrompt() const { return !isBusy() && m_block < 0; }
 
     /// Takes one byte; not while busy.
     void feed(char byte);
 
 signals:
-    /// Bytes for the line; @p gapMs is the gap behind each byte when sent singly.
+    /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
-    /// A command that took its time has ended.
+    /// A lasting command has ended.
     void idle();
-    /// The reset has been announced; nothing more is heard or said.
+    /// The reset has been announced; the console neither reads nor writes from now on.
     void resetting();
     /// @p bytes raw bytes have been taken, one at a time.
     void rawBytesTaken(int bytes);
     /// The line is to go dead after @p bytes more from the device.
     void hangUpAfter(int bytes);
-    /// Something for the journal.
-    void happened(const QByteArray &event);
+    /// An event for the event log.
+    void eventOccurred(const QByteArray &event);
 
 private:
     using Handler = void (DeviceConsole::*)(const QByteArray &arguments);
@@ -69,7 +69,7 @@ private:
     void write(const QByteArray &bytes);
     void answer(const QByteArray &text);
     void answerAndEnd(const QByteArray &text);
-    QByteArray spoilt(const QByteArray &text);
+    QByteArray damaged(const QByteArray &text);
 
     void show(const QByteArray &arguments);
     void set(const QByteArray &arguments);
@@ -85,7 +85,7 @@ private:
     QByteArray logLine(int index);
     void readBlock(int index);
     void takeBlockByte(char byte);
-    void giveBlockUp();
+    void abandonBlock();
 
     DeviceState &m_state;
     Faults &m_faults;
@@ -94,12 +94,12 @@ private:
     QTimer m_pause;
     QTimer m_blockIdle;
     std::function<void()> m_next;
-    int m_block = -1; ///< memory block whose raw bytes are being taken, -1 for none
+    int m_block = -1; ///< memory block whose raw bytes are being received, -1 for none
     QByteArray m_blockData;
-    bool m_muted = false; ///< this exchange gets no answer
-    int m_gapMs = -1; ///< this exchange is answered in single bytes this far apart, -1 for not
-    bool m_spoiled = false; ///< this exchange's answer has had its faults
-    int m_heldExchanges = 0; ///< exchanges to go until what is held back leaves
+    bool m_muted = false; ///< the current exchange gets no answer
+    int m_gapMs = -1; ///< pause between the single bytes of the current answer, -1 for none
+    bool m_isDamaged = false; ///< the faults of the current answer have been applied
+    int m_heldExchanges = 0; ///< exchanges until the held-back output is sent
     QByteArray m_held;
 };
 

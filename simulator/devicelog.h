@@ -10,11 +10,10 @@
 namespace Simulator {
 
 /// CRC-8 of a log record, polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first,
-/// initial value 0, no final XOR. Bit by bit, as a small processor without room for a table does
-/// it.
+/// initial value 0, no final XOR. Bit by bit, as on a small processor without memory for a table.
 quint8 recordChecksum(const QByteArray &record);
 
-/// The device's log: a line of titles and rows that end at a given time, one each interval.
+/// The device's log: titles, and rows at a fixed interval up to a given time.
 class DeviceLog
 {
 public:
@@ -33,10 +32,10 @@ public:
     void erase();
 
     /// The text before the checksum: the titles for 0, the record of row @p index from 1 on;
-    /// empty for a row that is not there.
+    /// empty for a row that doesn't exist.
     QByteArray record(int index) const;
 
-    /// A line of the log as the console tells it: number, record, checksum.
+    /// A line of the log in the console's form: number, record, checksum.
     static QByteArray line(int number, const QByteArray &record, quint8 checksum);
 
     /// The line of @p index with the number and the checksum that belong to it.

@@ -45,18 +45,18 @@ QByteArray DeviceMeasurements::valueAt(const MeasurementInfo &info, const QDateT
         + fastShare * wave(seconds, fastPeriodS, noiseFraction(own, 2))
         + jitterShare * (2.0 * noiseFraction(own, static_cast<quint64>(second)) - 1.0);
     double value = info.middle + info.swing * moving;
-    switch (info.course) {
-    case Course::Wave:
+    switch (info.curve) {
+    case Curve::Wave:
         break;
-    case Course::Daylight: {
+    case Curve::Daylight: {
         const double sun = wave(seconds, dayS, -0.25);
         value = sun > 0.0 ? info.swing * sun * (0.9 + 0.1 * moving) : 0.0;
         break;
     }
-    case Course::Showers:
+    case Curve::Showers:
         value = info.swing * (moving - showerThreshold) / (1.0 - showerThreshold);
         break;
-    case Course::Bearing:
+    case Curve::Bearing:
         value = std::fmod(value, fullTurnDeg);
         break;
     }

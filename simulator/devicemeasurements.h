@@ -9,8 +9,7 @@
 
 namespace Simulator {
 
-/// The readings of a device: a function of its seed and of the time, so they move plausibly and can
-/// be told again.
+/// The readings of a device, calculated from its seed and the time: plausible and reproducible.
 class DeviceMeasurements
 {
 public:
@@ -20,7 +19,7 @@ public:
     /// The value of @p info at @p time, in the unit and with the decimals of the model.
     QByteArray valueAt(const MeasurementInfo &info, const QDateTime &time) const;
 
-    /// All readings as the console tells them, "A=1.23;B=N". @p warm is false while warming up.
+    /// All readings in the console's form, "A=1.23;B=N". @p warm is false while warming up.
     QByteArray lineAt(const QDateTime &time, bool warm) const;
 
 private:

@@ -5,7 +5,7 @@
 
 namespace Simulator {
 
-/// The non-volatile memory: 1024 blocks of 64 bytes. The settings stand as text at its front.
+/// The non-volatile memory: 1024 blocks of 64 bytes. It begins with the settings, as text.
 class DeviceMemory
 {
 public:
@@ -13,7 +13,7 @@ public:
     static constexpr int blockCount = 1024; ///< of the whole memory
     static constexpr int settingsSize = 64 * blockSize; ///< bytes kept for the settings
 
-    /// Blank at the front, made-up calibration data from the middle on, decided by @p seed.
+    /// Erased in the first half, with generated calibration data in the second, from @p seed.
     explicit DeviceMemory(quint32 seed);
 
     /// Whether there is a block @p index.
@@ -25,10 +25,10 @@ public:
     /// Puts @p data, which must have 64 bytes, into block @p index, which must be one.
     void setBlock(int index, const QByteArray &data);
 
-    /// The text at the front, up to its closing zero byte.
+    /// The text of the settings, up to its terminating zero byte.
     QByteArray settingsText() const;
 
-    /// Stores @p text, cut to the room there is, with a zero byte behind it. Returns the bytes
+    /// Stores @p text, truncated to settingsSize, with a terminating zero byte. Returns the bytes
     /// stored.
     int storeSettingsText(const QByteArray &text);
 

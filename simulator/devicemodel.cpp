@@ -31,18 +31,18 @@ QVector<SettingInfo> outdoorSettings()
 QVector<MeasurementInfo> outdoorMeasurements()
 {
     return {
-        {"W0",   Course::Wave,     14.0,   6.0,   -60.0, 2, false},
-        {"W1",   Course::Wave,     61.0,   18.0,  0.0,   1, false},
-        {"W2",   Course::Wave,     1009.0, 9.0,   500.0, 1, false},
-        {"A0",   Course::Wave,     0.041,  0.02,  0.0,   4, true},
-        {"A1",   Course::Wave,     23.0,   14.0,  0.0,   1, false},
-        {"P0",   Course::Wave,     9.0,    5.0,   0.0,   1, false},
-        {"P1",   Course::Wave,     17.0,   9.0,   0.0,   1, false},
-        {"W3",   Course::Bearing,  180.0,  180.0, 0.0,   0, false},
-        {"W4",   Course::Wave,     3.4,    3.2,   0.0,   1, false},
-        {"W5",   Course::Showers,  0.0,    6.0,   0.0,   1, false},
-        {"SR",   Course::Daylight, 0.0,    820.0, 0.0,   0, false},
-        {"BATT", Course::Wave,     12.6,   0.3,   0.0,   2, false},
+        {"W0",   Curve::Wave,     14.0,   6.0,   -60.0, 2, false},
+        {"W1",   Curve::Wave,     61.0,   18.0,  0.0,   1, false},
+        {"W2",   Curve::Wave,     1009.0, 9.0,   500.0, 1, false},
+        {"A0",   Curve::Wave,     0.041,  0.02,  0.0,   4, true},
+        {"A1",   Curve::Wave,     23.0,   14.0,  0.0,   1, false},
+        {"P0",   Curve::Wave,     9.0,    5.0,   0.0,   1, false},
+        {"P1",   Curve::Wave,     17.0,   9.0,   0.0,   1, false},
+        {"W3",   Curve::Bearing,  180.0,  180.0, 0.0,   0, false},
+        {"W4",   Curve::Wave,     3.4,    3.2,   0.0,   1, false},
+        {"W5",   Curve::Showers,  0.0,    6.0,   0.0,   1, false},
+        {"SR",   Curve::Daylight, 0.0,    820.0, 0.0,   0, false},
+        {"BATT", Curve::Wave,     12.6,   0.3,   0.0,   2, false},
     };
 }
 
@@ -63,12 +63,12 @@ QVector<SettingInfo> indoorSettings()
 QVector<MeasurementInfo> indoorMeasurements()
 {
     return {
-        {"W0",   Course::Wave,     71.2,   3.0,   -40.0, 1, false},
-        {"W1",   Course::Wave,     41.0,   8.0,   0.0,   1, false},
-        {"W2",   Course::Wave,     1009.0, 9.0,   500.0, 1, false},
-        {"A2",   Course::Wave,     1.9,    1.4,   0.0,   2, true},
-        {"A4",   Course::Wave,     14.0,   9.0,   0.0,   1, false},
-        {"LUX",  Course::Daylight, 0.0,    640.0, 0.0,   0, false},
+        {"W0",   Curve::Wave,     71.2,   3.0,   -40.0, 1, false},
+        {"W1",   Curve::Wave,     41.0,   8.0,   0.0,   1, false},
+        {"W2",   Curve::Wave,     1009.0, 9.0,   500.0, 1, false},
+        {"A2",   Curve::Wave,     1.9,    1.4,   0.0,   2, true},
+        {"A4",   Curve::Wave,     14.0,   9.0,   0.0,   1, false},
+        {"LUX",  Curve::Daylight, 0.0,    640.0, 0.0,   0, false},
     };
 }
 
@@ -91,14 +91,14 @@ QVector<SettingInfo> gasSettings()
 QVector<MeasurementInfo> gasMeasurements()
 {
     return {
-        {"A3",   Course::Wave, 12.0,   8.0,  0.0,   1, true},
-        {"A0",   Course::Wave, 0.038,  0.02, 0.0,   4, false},
-        {"A1",   Course::Wave, 31.0,   15.0, 0.0,   1, false},
-        {"P1",   Course::Wave, 24.0,   12.0, 0.0,   1, false},
-        {"W0",   Course::Wave, 18.0,   5.0,  -60.0, 2, false},
-        {"W1",   Course::Wave, 52.0,   15.0, 0.0,   1, false},
-        {"W2",   Course::Wave, 1009.0, 9.0,  500.0, 1, false},
-        {"FLOW", Course::Wave, 0.7,    0.05, 0.0,   3, false},
+        {"A3",   Curve::Wave, 12.0,   8.0,  0.0,   1, true},
+        {"A0",   Curve::Wave, 0.038,  0.02, 0.0,   4, false},
+        {"A1",   Curve::Wave, 31.0,   15.0, 0.0,   1, false},
+        {"P1",   Curve::Wave, 24.0,   12.0, 0.0,   1, false},
+        {"W0",   Curve::Wave, 18.0,   5.0,  -60.0, 2, false},
+        {"W1",   Curve::Wave, 52.0,   15.0, 0.0,   1, false},
+        {"W2",   Curve::Wave, 1009.0, 9.0,  500.0, 1, false},
+        {"FLOW", Curve::Wave, 0.7,    0.05, 0.0,   3, false},
     };
 }
 // clang-format on

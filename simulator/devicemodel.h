@@ -6,7 +6,7 @@
 
 namespace Simulator {
 
-/// What a setting holds.
+/// The type of a setting.
 enum class SettingType { Integer, Real, Text };
 
 /// A setting as the firmware knows it.
@@ -20,7 +20,7 @@ struct SettingInfo
 };
 
 /// How a measurement moves.
-enum class Course {
+enum class Curve {
     Wave, ///< up and down around the middle
     Daylight, ///< nothing at night, the swing at noon (UTC)
     Showers, ///< nothing most of the time
@@ -31,20 +31,20 @@ enum class Course {
 struct MeasurementInfo
 {
     const char *name; ///< as the console spells it
-    Course course; ///< how it moves
+    Curve curve; ///< how it moves
     double middle; ///< value that it moves around
     double swing; ///< greatest distance from the middle
     double minimum; ///< never below
-    int decimals; ///< digits behind the point
+    int decimals; ///< digits after the decimal point
     bool needsWarmth; ///< "N" while the device warms up
 };
 
-/// A model: its name, settings and measurements, in the order in which the device tells them.
+/// A model: its name, settings and measurements, in the device's order.
 struct DeviceModel
 {
-    const char *name; ///< what the variable "model" says
-    const char *firmware; ///< what "swver" says
-    const char *hardware; ///< what "hwver" says
+    const char *name; ///< value of the variable "model"
+    const char *firmware; ///< value of "swver"
+    const char *hardware; ///< value of "hwver"
     QVector<SettingInfo> settings; ///< all that can be set
     QVector<MeasurementInfo> measurements; ///< all that can be measured
 };

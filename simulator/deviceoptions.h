@@ -7,7 +7,7 @@
 
 namespace Simulator {
 
-/// What kind of transmitter to be. The initial values make one that answers as fast as a real one.
+/// Options of the device. The defaults make one that answers as fast as a real one.
 struct DeviceOptions
 {
     QByteArray model = QByteArrayLiteral("KVT-100"); ///< one of deviceModels()
@@ -17,19 +17,19 @@ struct DeviceOptions
     int logRows = 25; ///< rows of the log, 0 to 99999
     bool logOption = true; ///< false: no log option installed
     bool debug = false; ///< debug output on from the start
-    int measurementState = 1; ///< what meas_state says once warm
+    int measurementState = 1; ///< value of meas_state once warm
     int warmUpMs = 0; ///< from each start of the firmware until meas_state leaves 0
-    QByteArray health = QByteArrayLiteral("98%"); ///< what "health" says
+    QByteArray health = QByteArrayLiteral("98%"); ///< value of "health"
     QList<QByteArray> unavailable; ///< measurements that are always "N"
     qint64 clockOffsetMs = 0; ///< how far the device's clock is ahead of the host's
     int writeMs = 2000; ///< time that storing the settings takes
-    int blockIdleMs = 1000; ///< silence after which a memory block is given up
+    int blockIdleMs = 1000; ///< pause after which an incomplete memory block is dropped
     int rebootMs = 5000; ///< from the announcement of a reset to the bootloader
     int bootWaitMs = 3000; ///< time that the bootloader waits for its byte
     int imageSize = 0; ///< bytes of a firmware image; 0: a pause ends it
     int imageIdleMs = 300; ///< the pause that ends an image of unknown size
-    QString imageFile; ///< where a received image is kept; nowhere when empty
-    QString stateFile; ///< where memory, log and clock outlive the process; nowhere when empty
+    QString imageFile; ///< file for a received image; not saved when empty
+    QString stateFile; ///< file that keeps memory, log and clock; not kept when empty
 };
 
 } // namespace Simulator

@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/// The settings in force, as the device's RAM holds them. All texts are bytes as on the line.
+/// The current settings, as in the device's RAM. All texts are in the device's character set.
 class DeviceSettings
 {
 public:
@@ -18,11 +18,11 @@ public:
     /// Whether the model has a setting @p name.
     bool contains(const QByteArray &name) const;
 
-    /// The value in force; empty for an unknown name.
+    /// The current value; empty for an unknown name.
     QByteArray value(const QByteArray &name) const;
 
-    /// Takes @p text as the firmware does: a number is held within its range, what is no number
-    /// leaves the old value, a text is cut to its length. False for an unknown name.
+    /// Sets a value as the firmware does: a number is limited to its range, text that is no number
+    /// changes nothing, a text is truncated. False for an unknown name.
     bool set(const QByteArray &name, const QByteArray &text);
 
     /// Gives every setting its factory value.
@@ -31,7 +31,7 @@ public:
     /// All settings as the memory stores them: a line with the model, then a line for each setting.
     QByteArray toText() const;
 
-    /// Takes the stored @p text over the factory values; text of something else leaves those.
+    /// Loads the stored @p text over the factory values; ignores text of another kind.
     void fromText(const QByteArray &text);
 
 private:

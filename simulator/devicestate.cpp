@@ -126,7 +126,7 @@ bool DeviceState::setValue(const QByteArray &name, const QByteArray &text)
     return m_settings.set(name, text) || value(name, unused);
 }
 
-QByteArray DeviceState::tellMeasurements()
+QByteArray DeviceState::takeMeasurements()
 {
     m_lastMeasurements = m_measurements.lineAt(now(), isWarm());
     return m_lastMeasurements;

@@ -13,8 +13,7 @@
 
 namespace Simulator {
 
-/// Everything that a transmitter is and remembers: identity, clock, settings, memory, log,
-/// readings.
+/// The state of the device: identity, clock, settings, memory, log, readings.
 ///
 /// Memory, log and clock are written to the state file shortly after a change and at the end.
 class DeviceState : public QObject
@@ -22,15 +21,15 @@ class DeviceState : public QObject
     Q_OBJECT
 
 public:
-    /// Takes the state file over when it holds this model; starts afresh otherwise. A model that is
-    /// not known becomes the first of the table.
+    /// Loads the state file when it is of this model, otherwise begins with the initial state. An
+    /// unknown model becomes the first of the table.
     explicit DeviceState(const DeviceOptions &options, QObject *parent = nullptr);
     ~DeviceState() override;
 
-    /// The firmware starts: stored settings come into force, the warm-up begins anew.
+    /// The firmware starts: loads the stored settings and begins the warm-up.
     void boot();
 
-    /// Who it is, and its parts, which live as long as this.
+    /// Identity, and parts that are valid as long as this object.
     const DeviceModel &model() const { return m_model; }
     QByteArray serial() const;
     DeviceSettings &settings() { return m_settings; }
@@ -49,27 +48,27 @@ public:
     bool debug() const { return m_debug; }
     void setDebug(bool on) { m_debug = on; }
 
-    /// What "health" and, once warm, "meas_state" say from now on.
+    /// The values of "health" and, once warm, of "meas_state" from now on.
     void setHealth(const QByteArray &text) { m_options.health = text; }
     void setMeasurementState(int state) { m_options.measurementState = state; }
 
     /// The value of a variable or setting; false for an unknown @p name.
     bool value(const QByteArray &name, QByteArray &value) const;
 
-    /// Takes @p text for the setting or variable @p name; what can't be set stays. False for an
+    /// Sets the setting or variable @p name to @p text; read-only ones don't change. False for an
     /// unknown name.
     bool setValue(const QByteArray &name, const QByteArray &text);
 
-    /// Takes the readings of this moment and keeps them as the last told.
-    QByteArray tellMeasurements();
+    /// Measures, and returns the readings in the console's form.
+    QByteArray takeMeasurements();
 
-    /// What tellMeasurements() told last.
+    /// What takeMeasurements() returned last.
     QByteArray lastMeasurements() const { return m_lastMeasurements; }
 
     /// Copies the settings in force to memory and returns the bytes written.
     int storeSettings();
 
-    /// Notes that something to be remembered has changed.
+    /// Saves the state soon.
     void changed();
 
 private:

@@ -17,9 +17,9 @@ const QVector<FaultKindInfo> &faultKinds()
         {"nul", FaultKind::Nul, FaultPlace::Exchange,
          "a zero byte in front of byte ARG (the middle one) of the answer"},
         {"chatter", FaultKind::Chatter, FaultPlace::Exchange,
-         "debug output every ARG ms (100), from its exchange on, that can't be switched off"},
+         "debug output every ARG ms (100), from the exchange on, that can't be switched off"},
         {"unknown-model", FaultKind::UnknownModel, FaultPlace::Exchange,
-         "calls itself ARG (KVT-900)"},
+         "reports the model ARG (KVT-900)"},
         {"hangup", FaultKind::Hangup, FaultPlace::Exchange,
          "the line goes dead after ARG (0) more bytes from the device"},
         {"hangup-input", FaultKind::HangupInput, FaultPlace::None,
@@ -36,13 +36,13 @@ const QVector<FaultKindInfo> &faultKinds()
         {"block-refused", FaultKind::BlockRefused, FaultPlace::FirmwareBlock,
          "a firmware block, counted from 1, is refused"},
         {"block-unanswered", FaultKind::BlockUnanswered, FaultPlace::FirmwareBlock,
-         "a firmware block is not answered and the bootloader hears no more"},
+         "a firmware block is not answered, nor are later ones"},
         {"glued-answers", FaultKind::GluedAnswers, FaultPlace::FirmwareBlock,
          "a firmware block, the last when no place is given, is answered \"*.\" in one piece"},
         {"final-star", FaultKind::FinalStar, FaultPlace::None,
          "the last firmware block is answered \"*\" and no \".\" comes"},
         {"boot-with-line-end", FaultKind::BootWithLineEnd, FaultPlace::None,
-         "the bootloader's greeting has a line end behind it, in one piece"},
+         "the bootloader's greeting ends with a line end, in one piece"},
     };
     return kinds;
 }
@@ -132,38 +132,38 @@ void Faults::beginExchange(const QByteArray &command)
     m_command = command;
 }
 
-bool Faults::strikeExchange(FaultKind kind, Fault &fault)
+bool Faults::triggersInExchange(FaultKind kind, Fault &fault)
 {
     for (Fault &candidate : m_faults) {
         if (candidate.kind == kind && !candidate.spent && matchesExchange(candidate)) {
             fault = candidate;
-            strike(candidate);
+            trigger(candidate);
             return true;
         }
     }
     return false;
 }
 
-bool Faults::strikeExchange(FaultKind kind)
+bool Faults::triggersInExchange(FaultKind kind)
 {
     Fault unused;
-    return strikeExchange(kind, unused);
+    return triggersInExchange(kind, unused);
 }
 
-bool Faults::strikeAt(FaultKind kind, int place)
+bool Faults::triggersAt(FaultKind kind, int place)
 {
     for (Fault &candidate : m_faults) {
         const bool here = candidate.place < 0 || candidate.place == place
             || (candidate.onward && place > candidate.place);
         if (candidate.kind == kind && !candidate.spent && here) {
-            strike(candidate);
+            trigger(candidate);
             return true;
         }
     }
     return false;
 }
 
-const Fault *Faults::standing(FaultKind kind) const
+const Fault *Faults::active(FaultKind kind) const
 {
     for (const Fault &candidate : m_faults) {
         if (candidate.kind != kind || !candidate.command.isEmpty()) {
@@ -186,13 +186,13 @@ bool Faults::matchesExchange(const Fault &fault) const
         || (fault.onward && m_exchange > fault.place);
 }
 
-void Faults::strike(Fault &fault)
+void Faults::trigger(Fault &fault)
 {
     const bool placed = fault.place >= 0 || !fault.command.isEmpty();
     fault.spent = placed && !fault.always && !fault.onward;
-    // A copy: a listener may add or clear faults.
+    // A copy, because a slot may add or clear faults.
     const QByteArray text = fault.text;
-    emit struck(text);
+    emit triggered(text);
 }
 
 } // namespace Simulator

@@ -7,7 +7,7 @@
 
 namespace Simulator {
 
-/// The ways in which a device, or the line to it, can go wrong. See faultKinds() for their names.
+/// Kinds of faults of the device and its line. See faultKinds() for their names.
 enum class FaultKind {
     Silence,
     Delay,
@@ -31,10 +31,10 @@ enum class FaultKind {
     BootWithLineEnd
 };
 
-/// What the number behind the @ of a fault counts.
+/// What the number after the @ of a fault counts.
 enum class FaultPlace { Exchange, LogRow, MemoryBlock, FirmwareBlock, None };
 
-/// A kind of fault as the command line names it.
+/// A fault kind with its name.
 struct FaultKindInfo
 {
     const char *name; ///< as it is written
@@ -46,27 +46,26 @@ struct FaultKindInfo
 /// All kinds, in the order of the help text.
 const QVector<FaultKindInfo> &faultKinds();
 
-/// One fault that waits for its place.
+/// A fault, as it was added.
 struct Fault
 {
     QByteArray text; ///< as it was given
     FaultKind kind = FaultKind::Silence; ///< what goes wrong
     int place = -1; ///< exchange from 1, log row from 0, block; -1: everywhere
-    QByteArray command; ///< instead of a place: strikes at commands that begin with this
-    bool always = false; ///< strikes each time, not once
-    bool onward = false; ///< strikes at every exchange from its place on
+    QByteArray command; ///< instead of a place: affects commands that begin with this
+    bool always = false; ///< affects its place each time, not once
+    bool onward = false; ///< affects every exchange from its place on
     int argument = -1; ///< milliseconds or bytes; -1 when not given
     QByteArray word; ///< the argument as text
-    bool spent = false; ///< has struck and won't again
+    bool spent = false; ///< has occurred and won't again
 };
 
-/// The faults that a device is told to have, and the count of exchanges that they go by.
+/// The faults that a device has, and the count of exchanges that determines their places.
 ///
 /// A fault is written `KIND`, `KIND@PLACE` or `KIND@PLACE:ARGUMENT`. PLACE is a number, the start
-/// of a command (`silence@show meas`) or "next", the coming exchange. Without a place a fault
-/// strikes everywhere. With one it strikes once; "+" behind the place makes it strike from there
-/// on, and
-/// "-always" behind the kind each time that the place comes round.
+/// of a command (`silence@show meas`) or "next", the next exchange. Without a place a fault occurs
+/// everywhere. With one it occurs once; with "+" after the place from there on, and with "-always"
+/// after the kind each time that the place is reached.
 class Faults : public QObject
 {
     Q_OBJECT
@@ -83,29 +82,28 @@ public:
     /// Exchanges so far: command lines that were not empty.
     int exchange() const { return m_exchange; }
 
-    /// A command line has come; it is the next exchange.
+    /// A command line has arrived and begins the next exchange.
     void beginExchange(const QByteArray &command);
 
-    /// True when a fault of @p kind strikes the exchange under way; it is copied to @p fault.
-    bool strikeExchange(FaultKind kind, Fault &fault);
+    /// True when a fault of @p kind occurs in the current exchange; it is copied to @p fault.
+    bool triggersInExchange(FaultKind kind, Fault &fault);
 
-    /// The same without the fault itself.
-    bool strikeExchange(FaultKind kind);
+    /// As above, without the fault itself.
+    bool triggersInExchange(FaultKind kind);
 
-    /// True when a fault of @p kind strikes at log row or block @p place.
-    bool strikeAt(FaultKind kind, int place);
+    /// True when a fault of @p kind occurs at log row or block @p place.
+    bool triggersAt(FaultKind kind, int place);
 
-    /// The fault of @p kind that is in force all the time by now, without being spent; null when
-    /// there is none.
-    const Fault *standing(FaultKind kind) const;
+    /// The fault of @p kind that applies permanently at this time; null when there is none.
+    const Fault *active(FaultKind kind) const;
 
 signals:
-    /// The fault that was given as @p text strikes.
-    void struck(const QByteArray &text);
+    /// The fault that was added as @p text occurs.
+    void triggered(const QByteArray &text);
 
 private:
     bool matchesExchange(const Fault &fault) const;
-    void strike(Fault &fault);
+    void trigger(Fault &fault);
 
     QVector<Fault> m_faults;
     int m_exchange = 0;

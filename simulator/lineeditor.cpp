@@ -3,7 +3,7 @@
 
 namespace Simulator {
 
-bool LineEditor::swallows(char byte)
+bool LineEditor::isSecondOfCrLf(char byte)
 {
     const bool second = m_afterCarriageReturn && byte == '\n';
     m_afterCarriageReturn = false;

@@ -5,18 +5,18 @@
 
 namespace Simulator {
 
-/// The console's typing line: turns typed bytes into echo and complete lines.
+/// The console's line editor: turns typed bytes into an echo and complete lines.
 ///
-/// A line ends with CR, LF or CR LF; an LF right behind a CR belongs to it, whatever is waited for
-/// by then. Backspace and delete take the last byte back, other control bytes are ignored.
+/// A line ends with CR, LF or CR LF; an LF right after a CR belongs to it, whatever is
+/// expected by then. Backspace and delete take the last byte back, other control bytes are ignored.
 class LineEditor
 {
 public:
-    static constexpr int maximumLength = 255; ///< bytes; what is typed beyond is lost
+    static constexpr int maximumLength = 255; ///< bytes; further ones are lost
 
-    /// True when @p byte is the LF of a CR LF whose CR has ended the line already; to be asked for
-    /// every byte, also for those that are not typed into the line.
-    bool swallows(char byte);
+    /// True when @p byte is the LF of a CR LF whose CR has ended the line already; to be called for
+    /// every byte, including those that don't go into the line.
+    bool isSecondOfCrLf(char byte);
 
     /// Takes a byte and returns what to echo. When the line is complete isComplete() is true.
     QByteArray type(char byte);

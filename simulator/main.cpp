@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/commandline.h"
-#include "simulator/controldesk.h"
+#include "simulator/controlinterface.h"
 #include "simulator/processevents.h"
-#include "simulator/station.h"
+#include "simulator/simulatedtransmitter.h"
 
 #include <QtCore/QCoreApplication>
 #include <cstdio>
@@ -40,25 +40,25 @@ int main(int argc, char *argv[])
 
     Simulator::ProcessEvents events;
     events.watchSignals();
-    Simulator::Station station(commandLine.station);
+    Simulator::SimulatedTransmitter transmitter(commandLine.transmitter);
     for (const QByteArray &fault : qAsConst(commandLine.faults)) {
         QByteArray reason;
-        if (!station.device().addFault(fault, reason)) {
+        if (!transmitter.device().addFault(fault, reason)) {
             return fail(QString::fromLatin1(reason));
         }
     }
-    if (!station.open(error)) {
+    if (!transmitter.open(error)) {
         return fail(error);
     }
-    print("port " + station.path().toLocal8Bit());
+    print("port " + transmitter.path().toLocal8Bit());
 
-    Simulator::ControlDesk desk(station);
+    Simulator::ControlInterface control(transmitter);
     QObject::connect(&events, &Simulator::ProcessEvents::terminated, &application,
                      &QCoreApplication::quit);
     if (commandLine.control) {
         QObject::connect(&events, &Simulator::ProcessEvents::lineTyped, &application,
-                         [&desk](const QByteArray &line) {
-                             const QList<QByteArray> replies = desk.run(line);
+                         [&control](const QByteArray &line) {
+                             const QList<QByteArray> replies = control.run(line);
                              for (const QByteArray &reply : replies) {
                                  print(reply);
                              }

@@ -5,9 +5,8 @@
 
 namespace Simulator {
 
-/// A number that looks random but is the same for the same @p seed and @p position, so that a
-/// device with a seed is the same device each time. The finalizer of SplitMix64 (Steele, Lea, Flood
-/// 2014).
+/// A pseudo-random number that depends only on @p seed and @p position, so that a device with a
+/// seed is the same each time. The finalizer of SplitMix64 (Steele, Lea, Flood 2014).
 inline quint64 noise(quint64 seed, quint64 position)
 {
     quint64 mixed =

@@ -8,7 +8,7 @@ namespace Simulator {
 
 namespace {
 
-// A handler may do little more than write a byte; the event loop reads it.
+// A signal handler can do little more than write a byte, which the event loop reads.
 int signalPipe[2] = {-1, -1};
 
 extern "C" void onSignal(int)
@@ -37,7 +37,7 @@ void ProcessEvents::watchSignals()
     });
     std::signal(SIGTERM, onSignal);
     std::signal(SIGINT, onSignal);
-    // Whoever reads our standard output may go first.
+    // The reader of the standard output may end first.
     std::signal(SIGPIPE, SIG_IGN);
 }
 

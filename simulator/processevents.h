@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/// What comes to the process from outside: the signals that end it and lines on standard input.
+/// Events from outside the process: termination signals and lines on standard input.
 class ProcessEvents : public QObject
 {
     Q_OBJECT

@@ -191,11 +191,13 @@ QByteArray FaultInjectionTest::useHistoryUnderDiskFault()
         return "not prepared";
     }
     if (m_action == CloseProgram) {
-        return closeProgram() + logSuffix();
+        const QByteArray words = closeProgram();
+        return words + logSuffix();
     }
     perform();
     if (m_action == ShowGraph) {
-        return (graphShowsHistory() ? "done" : "opens empty") + logSuffix();
+        const bool shown = graphShowsHistory();
+        return (shown ? "done" : "opens empty") + logSuffix();
     }
     return fileOutcome(file(text("measurements.csv")));
 }

@@ -322,7 +322,8 @@ QByteArray TestHandlerFaultInjection::stallOutcome()
         return "queue stopped, but reported " + reported.join(text("; ")).toLatin1();
     }
     const QString last = m_link->port->texts.last().trimmed();
-    return "queue stopped after " + sendsText(m_link->sends(last)) + recovery();
+    const QByteArray sends = sendsText(m_link->sends(last)); // the recovery clears the records
+    return "queue stopped after " + sends + recovery();
 }
 
 /// Removes the fault and calls what is meant to start the queue again.

@@ -9,7 +9,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-/// The other end of a port, by plain system calls.
+/// A client of a port, by plain system calls.
 class PortClient
 {
 public:
@@ -36,7 +36,7 @@ public:
         return count == bytes.size();
     }
 
-    /// Writes all of @p bytes, reading meanwhile; false when the line doesn't take them in time.
+    /// Writes all of @p bytes, reading meanwhile; false when the line doesn't accept them in time.
     bool writeAll(const QByteArray &bytes, int timeoutMs = 10000)
     {
         QElapsedTimer timer;
@@ -52,7 +52,7 @@ public:
         return left.isEmpty();
     }
 
-    /// Adds what is there to received(); false once the line is dead. Doesn't wait.
+    /// Appends the available bytes to received(); false once the line is dead. Doesn't wait.
     bool read()
     {
         char chunk[4096];

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/testmain.h"
-#include "tests/unit/simulator/devicedesk.h"
+#include "tests/unit/simulator/deviceharness.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
@@ -19,13 +19,13 @@ QByteArray imageOf(int bytes)
     return image;
 }
 
-/// Starts the bootloader of @p desk and tells it to take an image.
-void enter(DeviceDesk &desk)
+/// Starts the bootloader of @p harness and the transfer of an image.
+void startTransfer(DeviceHarness &harness)
 {
-    desk.device.powerCycle();
-    desk.device.receive("b");
-    desk.output.clear();
-    desk.pieces.clear();
+    harness.device.powerCycle();
+    harness.device.receive("b");
+    harness.output.clear();
+    harness.pieces.clear();
 }
 
 } // namespace
@@ -35,32 +35,35 @@ class TestBootloader : public QObject
     Q_OBJECT
 
 private slots:
-    void greetsAndSaysNothingMore()
+    void sendsItsGreetingAndNothingElse()
     {
-        DeviceDesk desk;
-        desk.device.powerCycle();
-        QVERIFY(desk.output.endsWith("BOOT"));
-        desk.output.clear();
-        desk.device.receive("xyz\r\n");
-        QCOMPARE(desk.output, QByteArray());
-        desk.device.receive("b");
-        QCOMPARE(desk.output, QByteArray());
+        DeviceHarness harness;
+        harness.device.powerCycle();
+        QVERIFY(harness.output.endsWith("BOOT"));
+        harness.output.clear();
+        harness.device.receive("xyz\r\n");
+        QCOMPARE(harness.output, QByteArray());
+        harness.device.receive("b");
+        QCOMPARE(harness.output, QByteArray());
     }
 
-    void startsTheFirmwareWhenNobodyCallsForIt()
+    void startsTheFirmwareWithoutAnImage_data()
     {
-        DeviceDesk desk;
-        desk.device.powerCycle();
-        QTRY_VERIFY(desk.output.endsWith("KVT $ "));
+        QTest::addColumn<QByteArray>("startByte");
+        QTest::addRow("without a start byte") << QByteArray();
+        QTest::addRow("after a start byte") << QByteArray("b");
     }
 
-    void startsTheFirmwareWhenNoImageComes()
+    void startsTheFirmwareWithoutAnImage()
     {
-        DeviceDesk desk;
-        enter(desk);
-        QTRY_VERIFY(desk.output.endsWith("KVT $ "));
-        QVERIFY(!desk.output.contains('.') || !desk.output.startsWith('.'));
-        QVERIFY(desk.device.bootloader().image().isEmpty());
+        QFETCH(QByteArray, startByte);
+        DeviceHarness harness;
+        harness.device.powerCycle();
+        harness.output.clear();
+        harness.device.receive(startByte);
+        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
+        QVERIFY(harness.output.startsWith("\r\nPerforming"));
+        QVERIFY(harness.device.bootloader().image().isEmpty());
     }
 
     void answersEachBlockAndTheCompleteImage_data()
@@ -81,21 +84,21 @@ private slots:
         QFETCH(int, size);
         QFETCH(QByteArray, answers);
         QTemporaryDir folder;
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = size;
-        options.imageFile = folder.filePath(QStringLiteral("image.bin"));
-        DeviceDesk desk(options);
-        enter(desk);
+        DeviceHarness harness([=](DeviceOptions &o) {
+            o.imageSize = size;
+            o.imageFile = folder.filePath(QStringLiteral("image.bin"));
+        });
+        startTransfer(harness);
         const QByteArray image = imageOf(size);
         for (int offset = 0; offset < size; offset += 16) {
-            desk.device.receive(image.mid(offset, 16));
-            QCOMPARE(desk.output.size(), offset / 16 + 1);
+            harness.device.receive(image.mid(offset, 16));
+            QCOMPARE(harness.output.size(), offset / 16 + 1);
         }
-        QCOMPARE(desk.output, answers);
+        QCOMPARE(harness.output, answers);
         QFile file(options.imageFile);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), image);
-        QCOMPARE(desk.device.bootloader().image(), image);
+        QCOMPARE(harness.device.bootloader().image(), image);
     }
 
     void endsAnImageOfUnknownSizeAtAPause_data()
@@ -111,142 +114,126 @@ private slots:
     {
         QFETCH(int, size);
         QFETCH(QByteArray, answers);
-        DeviceDesk desk;
-        enter(desk);
-        desk.device.receive(imageOf(size));
-        QTRY_VERIFY(desk.output.startsWith(answers));
-        QCOMPARE(desk.device.bootloader().image(), imageOf(size));
-        QTRY_VERIFY(desk.output.endsWith("KVT $ "));
-        QVERIFY(desk.output.startsWith(answers + "\r\nPerforming selftest"));
+        DeviceHarness harness;
+        startTransfer(harness);
+        harness.device.receive(imageOf(size));
+        QTRY_VERIFY(harness.output.startsWith(answers));
+        QCOMPARE(harness.device.bootloader().image(), imageOf(size));
+        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
+        QVERIFY(harness.output.startsWith(answers + "\r\nPerforming selftest"));
     }
 
-    void leavesTheOldImageWhenATransferOfKnownSizeStops()
+    void keepsTheOldImageWhenATransferOfKnownSizeStops()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = 64;
-        DeviceDesk desk(options);
-        enter(desk);
-        desk.device.receive(imageOf(40));
-        QCOMPARE(desk.output, QByteArray("**"));
-        QTRY_VERIFY(desk.output.endsWith("BOOT"));
-        QVERIFY(desk.device.bootloader().image().isEmpty());
-        desk.device.receive("b" + imageOf(64));
-        QVERIFY(desk.output.endsWith("***."));
+        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        startTransfer(harness);
+        harness.device.receive(imageOf(40));
+        QCOMPARE(harness.output, QByteArray("**"));
+        QTRY_VERIFY(harness.output.endsWith("BOOT"));
+        QVERIFY(harness.device.bootloader().image().isEmpty());
+        harness.device.receive("b" + imageOf(64));
+        QVERIFY(harness.output.endsWith("***."));
     }
 
-    void hearsNoMoreAfterARefusedBlock()
+    void endsATransferAtABadBlock_data()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = 64;
-        DeviceDesk desk(options);
-        QVERIFY(desk.fault("block-refused@2"));
-        enter(desk);
-        desk.device.receive(imageOf(64));
-        QCOMPARE(desk.output, QByteArray("*!"));
-        QVERIFY(desk.events.contains("fault block-refused@2"));
-        QTRY_COMPARE(desk.output, QByteArray("*!\r\nOrvanta KVT BOOT"));
-        desk.device.receive("b" + imageOf(64));
-        QVERIFY(desk.output.endsWith("***."));
+        QTest::addColumn<QByteArray>("fault");
+        QTest::addColumn<QByteArray>("answers");
+        QTest::addRow("refused") << QByteArray("block-refused@2") << QByteArray("*!");
+        QTest::addRow("unanswered") << QByteArray("block-unanswered@3") << QByteArray("**");
     }
 
-    void refusesEachTimeWhenToldSo()
+    void endsATransferAtABadBlock()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = 64;
-        DeviceDesk desk(options);
-        QVERIFY(desk.fault("block-refused-always@1"));
+        QFETCH(QByteArray, fault);
+        QFETCH(QByteArray, answers);
+        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        QVERIFY(harness.fault(fault));
+        startTransfer(harness);
+        harness.device.receive(imageOf(64));
+        QCOMPARE(harness.output, answers);
+        QVERIFY(harness.events.contains("fault " + fault));
+        QTRY_COMPARE(harness.output, answers + "\r\nOrvanta KVT BOOT");
+        harness.device.receive("b" + imageOf(64));
+        QVERIFY(harness.output.endsWith("***."));
+    }
+
+    void refusesABlockEachTimeOnRequest()
+    {
+        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        QVERIFY(harness.fault("block-refused-always@1"));
         for (int attempt = 0; attempt < 2; ++attempt) {
-            enter(desk);
-            desk.device.receive(imageOf(16));
-            QCOMPARE(desk.output, QByteArray("!"));
+            startTransfer(harness);
+            harness.device.receive(imageOf(16));
+            QCOMPARE(harness.output, QByteArray("!"));
         }
     }
 
-    void staysSilentOverAnUnansweredBlock()
+    void changesTheAnswerToTheLastBlock_data()
     {
-        DeviceDesk desk;
-        QVERIFY(desk.fault("block-unanswered@3"));
-        enter(desk);
-        desk.device.receive(imageOf(64));
-        QCOMPARE(desk.output, QByteArray("**"));
-        QTRY_COMPARE(desk.output, QByteArray("**\r\nOrvanta KVT BOOT"));
-    }
-
-    void gluesTheLastAnswers_data()
-    {
-        QTest::addColumn<int>("known");
+        QTest::addColumn<QByteArray>("fault");
+        QTest::addColumn<QByteArray>("lastAnswer");
+        QTest::addColumn<int>("knownSize");
         QTest::addColumn<int>("size");
-        QTest::addRow("known size, short block") << 40 << 40;
-        QTest::addRow("known size, full block") << 48 << 48;
-        QTest::addRow("unknown size, short block") << 0 << 40;
+        for (const char *fault : {"glued-answers", "final-star"}) {
+            const QByteArray answer = fault[0] == 'g' ? "*." : "*";
+            QTest::addRow("%s, known size, short block", fault)
+                << QByteArray(fault) << answer << 40 << 40;
+            QTest::addRow("%s, known size, full block", fault)
+                << QByteArray(fault) << answer << 48 << 48;
+            QTest::addRow("%s, unknown size, short block", fault)
+                << QByteArray(fault) << answer << 0 << 40;
+        }
     }
 
-    void gluesTheLastAnswers()
+    void changesTheAnswerToTheLastBlock()
     {
-        QFETCH(int, known);
+        QFETCH(QByteArray, fault);
+        QFETCH(QByteArray, lastAnswer);
+        QFETCH(int, knownSize);
         QFETCH(int, size);
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = known;
-        DeviceDesk desk(options);
-        QVERIFY(desk.fault("glued-answers"));
-        enter(desk);
-        desk.device.receive(imageOf(size));
-        QTRY_COMPARE(desk.pieces.size(), 3);
-        QCOMPARE(desk.pieces.at(0).bytes, QByteArray("*"));
-        QCOMPARE(desk.pieces.at(2).bytes, QByteArray("*."));
-        QCOMPARE(desk.pieces.at(2).delivery, Delivery::OneChunk);
+        DeviceHarness harness([=](DeviceOptions &o) { o.imageSize = knownSize; });
+        QVERIFY(harness.fault(fault));
+        startTransfer(harness);
+        harness.device.receive(imageOf(size));
+        QTRY_VERIFY(harness.pieces.size() >= 3);
+        QCOMPARE(harness.pieces.at(0).bytes, QByteArray("*"));
+        QCOMPARE(harness.pieces.at(2).bytes, lastAnswer);
+        QCOMPARE(harness.pieces.at(2).delivery, Delivery::OneChunk);
+        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
+        QVERIFY(harness.output.startsWith("**" + lastAnswer + "\r\nPerforming"));
+        QCOMPARE(harness.device.bootloader().image(), imageOf(size));
     }
 
-    void gluesTheAnswersOfABlockInBetween()
+    void gluesTheAnswersOfAMiddleBlock()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = 64;
-        DeviceDesk desk(options);
-        QVERIFY(desk.fault("glued-answers@2"));
-        enter(desk);
-        desk.device.receive(imageOf(48));
-        QCOMPARE(desk.output, QByteArray("**.*"));
+        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        QVERIFY(harness.fault("glued-answers@2"));
+        startTransfer(harness);
+        harness.device.receive(imageOf(48));
+        QCOMPARE(harness.output, QByteArray("**.*"));
     }
 
-    void answersTheLastBlockByAStarOnly_data() { gluesTheLastAnswers_data(); }
-
-    void answersTheLastBlockByAStarOnly()
+    void endsItsGreetingWithALineEnd()
     {
-        QFETCH(int, known);
-        QFETCH(int, size);
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = known;
-        DeviceDesk desk(options);
-        QVERIFY(desk.fault("final-star"));
-        enter(desk);
-        desk.device.receive(imageOf(size));
-        QTRY_VERIFY(desk.output.endsWith("KVT $ "));
-        QVERIFY(desk.output.startsWith("***\r\nPerforming"));
-        QCOMPARE(desk.device.bootloader().image(), imageOf(size));
+        DeviceHarness harness;
+        QVERIFY(harness.fault("boot-with-line-end"));
+        harness.device.powerCycle();
+        QCOMPARE(harness.pieces.size(), 1);
+        QVERIFY(harness.pieces.first().bytes.endsWith("BOOT\r\n"));
+        QCOMPARE(harness.pieces.first().delivery, Delivery::OneChunk);
     }
 
-    void putsALineEndBehindItsGreeting()
+    void hangsUpAfterSomeBytesOfTheImage()
     {
-        DeviceDesk desk;
-        QVERIFY(desk.fault("boot-with-line-end"));
-        desk.device.powerCycle();
-        QCOMPARE(desk.pieces.size(), 1);
-        QVERIFY(desk.pieces.first().bytes.endsWith("BOOT\r\n"));
-        QCOMPARE(desk.pieces.first().delivery, Delivery::OneChunk);
-    }
-
-    void losesTheLineAfterSomeBytesOfTheImage()
-    {
-        DeviceOptions options = DeviceDesk::fast();
-        options.imageSize = 64;
-        DeviceDesk desk(options);
-        QVERIFY(desk.fault("hangup-input:40"));
-        enter(desk);
-        desk.device.receive(imageOf(39));
-        QCOMPARE(desk.hangUps, 0);
-        desk.device.receive(imageOf(25));
-        QCOMPARE(desk.hangUps, 1);
-        QCOMPARE(desk.output, QByteArray("**"));
+        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        QVERIFY(harness.fault("hangup-input:40"));
+        startTransfer(harness);
+        harness.device.receive(imageOf(39));
+        QCOMPARE(harness.hangUps, 0);
+        harness.device.receive(imageOf(25));
+        QCOMPARE(harness.hangUps, 1);
+        QCOMPARE(harness.output, QByteArray("**"));
     }
 };
 

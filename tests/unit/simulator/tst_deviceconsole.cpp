@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/testmain.h"
-#include "tests/unit/simulator/devicedesk.h"
+#include "tests/unit/simulator/deviceharness.h"
 
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
@@ -21,29 +21,30 @@ class TestDeviceConsole : public QObject
     Q_OBJECT
 
 private slots:
-    void givesAFreshPromptForAnEmptyLine()
+    void answersAnEmptyLineWithAPrompt()
     {
-        DeviceDesk desk;
-        QCOMPARE(desk.type(""), QByteArray("\r\nKVT $ "));
-        QCOMPARE(desk.device.faults().exchange(), 0);
+        DeviceHarness harness;
+        QCOMPARE(harness.type(""), QByteArray("\r\nKVT $ "));
+        QCOMPARE(harness.device.faults().exchange(), 0);
     }
 
     void echoesWhatIsTypedByteByByte()
     {
-        DeviceDesk desk;
-        desk.device.receive("sh");
-        QCOMPARE(desk.output, QByteArray("sh"));
-        desk.device.receive("ow");
-        QCOMPARE(desk.output, QByteArray("show"));
+        DeviceHarness harness;
+        harness.device.receive("sh");
+        QCOMPARE(harness.output, QByteArray("sh"));
+        harness.device.receive("ow");
+        QCOMPARE(harness.output, QByteArray("show"));
     }
 
     void answersBetweenEchoAndPrompt()
     {
-        DeviceDesk desk;
-        QCOMPARE(desk.type("show swver"), QByteArray("show swver\r\nshow: swver=2.4.1\r\nKVT $ "));
+        DeviceHarness harness;
+        QCOMPARE(harness.type("show swver"),
+                 QByteArray("show swver\r\nshow: swver=2.4.1\r\nKVT $ "));
     }
 
-    void takesCarriageReturnAndLineFeedTogetherOrAlone_data()
+    void acceptsCarriageReturnAndLineFeedTogetherOrAlone_data()
     {
         QTest::addColumn<QByteArray>("typed");
         QTest::addRow("CR LF") << QByteArray("show hwver\r\nshow debug\r\n");
@@ -51,30 +52,30 @@ private slots:
         QTest::addRow("LF") << QByteArray("show hwver\nshow debug\n");
     }
 
-    void takesCarriageReturnAndLineFeedTogetherOrAlone()
+    void acceptsCarriageReturnAndLineFeedTogetherOrAlone()
     {
         QFETCH(QByteArray, typed);
-        DeviceDesk desk;
-        desk.device.receive(typed);
-        QCOMPARE(desk.output,
+        DeviceHarness harness;
+        harness.device.receive(typed);
+        QCOMPARE(harness.output,
                  QByteArray("show hwver\r\nshow: hwver=B\r\nKVT $ "
                             "show debug\r\nshow: debug=0\r\nKVT $ "));
     }
 
-    void takesBackATypedByte()
+    void deletesATypedByte()
     {
-        DeviceDesk desk;
-        desk.device.receive("show hwverx\b\r");
-        QVERIFY(desk.output.contains("show: hwver=B\r\n"));
-        desk.device.receive("\x7f\x01");
-        QVERIFY(desk.output.endsWith("KVT $ "));
+        DeviceHarness harness;
+        harness.device.receive("show hwverx\b\r");
+        QVERIFY(harness.output.contains("show: hwver=B\r\n"));
+        harness.device.receive("\x7f\x01");
+        QVERIFY(harness.output.endsWith("KVT $ "));
     }
 
-    void losesWhatIsTypedBeyondTheLine()
+    void ignoresBytesBeyondTheLongestLine()
     {
-        DeviceDesk desk;
-        desk.device.receive(QByteArray(1000, 'x'));
-        QCOMPARE(desk.output.size(), 255);
+        DeviceHarness harness;
+        harness.device.receive(QByteArray(1000, 'x'));
+        QCOMPARE(harness.output.size(), 255);
     }
 
     void answersCommands_data()
@@ -155,106 +156,97 @@ private slots:
     {
         QFETCH(QByteArray, command);
         QFETCH(QByteArray, answer);
-        DeviceOptions options = DeviceDesk::fast();
-        options.serial = "S-17";
-        DeviceDesk desk(options);
-        QCOMPARE(desk.answer(command), answer);
+        DeviceHarness harness([](DeviceOptions &o) { o.serial = "S-17"; });
+        QCOMPARE(harness.answer(command), answer);
     }
 
     void isTheSameDeviceForTheSameSeed()
     {
-        DeviceOptions options = DeviceDesk::fast();
+        DeviceOptions options = DeviceHarness::fastOptions();
         options.seed = 7;
-        DeviceDesk one(options);
-        DeviceDesk same(options);
+        DeviceHarness one(options);
+        DeviceHarness same(options);
         options.seed = 8;
-        DeviceDesk other(options);
+        DeviceHarness other(options);
         QCOMPARE(one.answer("show serial"), same.answer("show serial"));
         QVERIFY(one.answer("show serial") != other.answer("show serial"));
         QCOMPARE(one.answer("eeprom --read_block 1000"), same.answer("eeprom --read_block 1000"));
         QVERIFY(one.answer("eeprom --read_block 1000") != other.answer("eeprom --read_block 1000"));
     }
 
-    void tellsAllMeasurementsOfItsModel()
+    void showsAllMeasurementsOfItsModel()
     {
-        DeviceDesk desk;
-        const QByteArray answer = desk.answer("show meas");
+        DeviceHarness harness;
+        const QByteArray answer = harness.answer("show meas");
         const QRegExp form(
             QStringLiteral("show: meas=\"W0=[\\d.]+;W1=[\\d.]+;W2=[\\d.]+;A2=[\\d.]+;"
                            "A4=[\\d.]+;LUX=[\\d.]+\"\r\n"));
         QVERIFY2(form.exactMatch(QString::fromLatin1(answer)), answer.constData());
-        QCOMPARE("show: meas=\"" + desk.device.state().lastMeasurements() + "\"\r\n", answer);
+        QCOMPARE("show: meas=\"" + harness.device.state().lastMeasurements() + "\"\r\n", answer);
     }
 
     void hasNoValueForAnUnavailableMeasurement()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.unavailable = {"W1", "LUX"};
-        DeviceDesk desk(options);
-        const QByteArray answer = desk.answer("show meas");
+        DeviceHarness harness([](DeviceOptions &o) { o.unavailable = {"W1", "LUX"}; });
+        const QByteArray answer = harness.answer("show meas");
         QVERIFY2(answer.contains(";W1=N;") && answer.contains(";LUX=N\""), answer.constData());
     }
 
     void warmsUp()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.warmUpMs = 100;
-        DeviceDesk desk(options);
-        QCOMPARE(desk.answer("show meas_state"), QByteArray("show: meas_state=0\r\n"));
-        QVERIFY(desk.answer("show meas").contains(";A2=N;"));
-        QTRY_COMPARE(desk.answer("show meas_state"), QByteArray("show: meas_state=1\r\n"));
-        QVERIFY(!desk.answer("show meas").contains("N;"));
+        DeviceHarness harness([](DeviceOptions &o) { o.warmUpMs = 100; });
+        QCOMPARE(harness.answer("show meas_state"), QByteArray("show: meas_state=0\r\n"));
+        QVERIFY(harness.answer("show meas").contains(";A2=N;"));
+        QTRY_COMPARE(harness.answer("show meas_state"), QByteArray("show: meas_state=1\r\n"));
+        QVERIFY(!harness.answer("show meas").contains("N;"));
     }
 
-    void showsAnotherStateAndHealth()
+    void showsAChangedStateAndHealth()
     {
-        DeviceDesk desk;
-        desk.device.state().setMeasurementState(3);
-        desk.device.state().setHealth("");
-        QCOMPARE(desk.answer("show meas_state"), QByteArray("show: meas_state=3\r\n"));
-        QCOMPARE(desk.answer("show health"), QByteArray("show: health=\r\n"));
+        DeviceHarness harness;
+        harness.device.state().setMeasurementState(3);
+        harness.device.state().setHealth("");
+        QCOMPARE(harness.answer("show meas_state"), QByteArray("show: meas_state=3\r\n"));
+        QCOMPARE(harness.answer("show health"), QByteArray("show: health=\r\n"));
     }
 
     void runsAClockOnUtc()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.clockOffsetMs = -3600000;
-        DeviceDesk desk(options);
+        DeviceHarness harness([](DeviceOptions &o) { o.clockOffsetMs = -3600000; });
         const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-3600);
-        const QByteArray told = desk.answer("date");
+        const QByteArray date = harness.answer("date");
         const QDateTime after = QDateTime::currentDateTimeUtc().addSecs(-3600);
-        QVERIFY(told == dateOf(before) + "\r\n" || told == dateOf(after) + "\r\n");
+        QVERIFY(date == dateOf(before) + "\r\n" || date == dateOf(after) + "\r\n");
 
-        desk.answer("date 2030-01-02T03:04:05");
-        QTRY_COMPARE(desk.answer("date"), QByteArray("2030-01-02T03:04:06\r\n"));
+        harness.answer("date 2030-01-02T03:04:05");
+        QTRY_COMPARE(harness.answer("date"), QByteArray("2030-01-02T03:04:06\r\n"));
     }
 
     void printsDebugOutputUntilItIsSwitchedOff()
     {
-        DeviceDesk desk;
-        desk.answer("set debug=1");
-        desk.output.clear();
-        QTRY_VERIFY(desk.output.contains("# adc0 "));
-        QCOMPARE(desk.answer("set debug=0"), QByteArray("set: debug=0\r\n"));
-        QSignalSpy spy(&desk.device, &Device::transmit);
+        DeviceHarness harness;
+        harness.answer("set debug=1");
+        harness.output.clear();
+        QTRY_VERIFY(harness.output.contains("# adc0 "));
+        QCOMPARE(harness.answer("set debug=0"), QByteArray("set: debug=0\r\n"));
+        QSignalSpy spy(&harness.device, &Device::transmit);
         QVERIFY(!spy.wait(700));
     }
 
     void readsTheLogTitlesWithTheirChecksum()
     {
-        DeviceDesk desk;
-        QCOMPARE(desk.answer("log --read=0"), QByteArray("00000=Time,W0,W1,W2,A2,A4,LUX#58\r\n"));
+        DeviceHarness harness;
+        QCOMPARE(harness.answer("log --read=0"),
+                 QByteArray("00000=Time,W0,W1,W2,A2,A4,LUX#58\r\n"));
     }
 
     void readsLogRows()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.logRows = 3;
-        DeviceDesk desk(options);
+        DeviceHarness harness([](DeviceOptions &o) { o.logRows = 3; });
         QDateTime last;
         for (int index = 1; index <= 3; ++index) {
             const QByteArray line =
-                desk.answer("log --read=" + QByteArray::number(index)).trimmed();
+                harness.answer("log --read=" + QByteArray::number(index)).trimmed();
             QVERIFY(line.startsWith(QByteArray::number(index).rightJustified(5, '0') + '='));
             const QByteArray record = line.mid(6, line.lastIndexOf('#') - 6);
             QCOMPARE(line.mid(line.lastIndexOf('#') + 1).toInt(nullptr, 16),
@@ -274,20 +266,20 @@ private slots:
         }
     }
 
-    void knowsTheChecksumOfRecords()
+    void calculatesTheChecksumOfRecords()
     {
         QCOMPARE(int(recordChecksum("")), 0);
-        // The check value of this CRC in the catalogues.
+        // The published check value of this CRC.
         QCOMPARE(int(recordChecksum("123456789")), 0xa2);
     }
 
     void erasesTheLog()
     {
-        DeviceDesk desk;
-        desk.answer("log --erase");
-        QCOMPARE(desk.answer("log --count"), QByteArray("count=0\r\n"));
-        QVERIFY(desk.answer("log --read=0").startsWith("00000=Time,"));
-        QCOMPARE(desk.answer("log --read=1"), QByteArray("log: No such entry!\r\n"));
+        DeviceHarness harness;
+        harness.answer("log --erase");
+        QCOMPARE(harness.answer("log --count"), QByteArray("count=0\r\n"));
+        QVERIFY(harness.answer("log --read=0").startsWith("00000=Time,"));
+        QCOMPARE(harness.answer("log --read=1"), QByteArray("log: No such entry!\r\n"));
     }
 
     void hasNoLogWithoutTheOption_data()
@@ -301,25 +293,23 @@ private slots:
     void hasNoLogWithoutTheOption()
     {
         QFETCH(QByteArray, command);
-        DeviceOptions options = DeviceDesk::fast();
-        options.logOption = false;
-        DeviceDesk desk(options);
-        QCOMPARE(desk.answer(command), QByteArray("No LOG option installed!\r\n"));
-        QVERIFY(desk.answer("show unit").contains("Options: none\r\n"));
+        DeviceHarness harness([](DeviceOptions &o) { o.logOption = false; });
+        QCOMPARE(harness.answer(command), QByteArray("No LOG option installed!\r\n"));
+        QVERIFY(harness.answer("show unit").contains("Options: none\r\n"));
     }
 
-    void takesItsTimeToStoreTheSettings()
+    void storesTheSettingsAfterADelay()
     {
-        DeviceDesk desk;
-        const QByteArray begun = desk.type("write --really");
+        DeviceHarness harness;
+        const QByteArray begun = harness.type("write --really");
         QCOMPARE(begun,
                  QByteArray("write --really\r\n"
                             "Writing current configuration to non-volatile memory..."));
-        desk.device.receive("show hwver\r\n");
-        QCOMPARE(desk.output, begun);
-        QTRY_VERIFY(desk.output.contains("hwver"));
-        const QByteArray settings = desk.device.state().memory().settingsText();
-        QCOMPARE(desk.output,
+        harness.device.receive("show hwver\r\n");
+        QCOMPARE(harness.output, begun);
+        QTRY_VERIFY(harness.output.contains("hwver"));
+        const QByteArray settings = harness.device.state().memory().settingsText();
+        QCOMPARE(harness.output,
                  begun + ' ' + QByteArray::number(settings.size() + 1)
                      + " bytes written!\r\nKVT $ show hwver\r\nshow: hwver=B\r\nKVT $ ");
         QVERIFY(settings.contains("altitude=120\n"));
@@ -327,15 +317,15 @@ private slots:
 
     void readsABlockOfMemory()
     {
-        DeviceDesk desk;
-        const QByteArray first = desk.answer("eeprom --read_block 0");
-        QCOMPARE(first, desk.device.state().memory().block(0).toHex() + "\r\nDone\r\n");
+        DeviceHarness harness;
+        const QByteArray first = harness.answer("eeprom --read_block 0");
+        QCOMPARE(first, harness.device.state().memory().block(0).toHex() + "\r\nDone\r\n");
         QVERIFY(QByteArray::fromHex(first.left(128)).startsWith("settings of KVT-100\nlocation="));
-        QCOMPARE(desk.answer("eeprom --read_block 1023"),
-                 desk.device.state().memory().block(1023).toHex() + "\r\nDone\r\n");
+        QCOMPARE(harness.answer("eeprom --read_block 1023"),
+                 harness.device.state().memory().block(1023).toHex() + "\r\nDone\r\n");
     }
 
-    void takesARawBlockOfAnyBytes_data()
+    void acceptsARawBlockOfAnyBytes_data()
     {
         QTest::addColumn<QByteArray>("lineEnd");
         QTest::addColumn<QByteArray>("block");
@@ -349,129 +339,121 @@ private slots:
         }
         QTest::addRow("line feeds") << QByteArray("\r\n") << QByteArray(64, '\n');
         QTest::addRow("carriage returns") << QByteArray("\r\n") << QByteArray(64, '\r');
-        QTest::addRow("behind a line feed alone") << QByteArray("\n") << QByteArray(64, '\n');
+        QTest::addRow("after a line feed alone") << QByteArray("\n") << QByteArray(64, '\n');
     }
 
-    void takesARawBlockOfAnyBytes()
+    void acceptsARawBlockOfAnyBytes()
     {
         QFETCH(QByteArray, lineEnd);
         QFETCH(QByteArray, block);
-        DeviceDesk desk;
-        desk.device.receive("eeprom --write_block 9" + lineEnd + block + "\r\n");
-        QCOMPARE(desk.output,
+        DeviceHarness harness;
+        harness.device.receive("eeprom --write_block 9" + lineEnd + block + "\r\n");
+        QCOMPARE(harness.output,
                  QByteArray("eeprom --write_block 9\r\nPlease input 64 bytes\r\n\r\nDone\r\nKVT $ "
                             "\r\nKVT $ "));
-        QCOMPARE(desk.device.state().memory().block(9), block);
+        QCOMPARE(harness.device.state().memory().block(9), block);
     }
 
-    void givesUpABlockThatStaysShort()
+    void timesOutWaitingForABlock()
     {
-        DeviceDesk desk;
-        const QByteArray before = desk.device.state().memory().block(9);
-        desk.device.receive("eeprom --write_block 9\r\nabc");
-        QTRY_VERIFY(desk.output.endsWith("\r\nTimed out, nothing written\r\nKVT $ "));
-        QCOMPARE(desk.device.state().memory().block(9), before);
-        QCOMPARE(desk.answer("show hwver"), QByteArray("show: hwver=B\r\n"));
+        DeviceHarness harness;
+        const QByteArray before = harness.device.state().memory().block(9);
+        harness.device.receive("eeprom --write_block 9\r\nabc");
+        QTRY_VERIFY(harness.output.endsWith("\r\nTimed out, nothing written\r\nKVT $ "));
+        QCOMPARE(harness.device.state().memory().block(9), before);
+        QCOMPARE(harness.answer("show hwver"), QByteArray("show: hwver=B\r\n"));
     }
 
-    void returnsToTheStoredSettingsWhenRestarted()
+    void loadsTheStoredSettingsWhenRestarted_data()
     {
-        DeviceDesk desk;
-        desk.type("set altitude=1");
-        desk.type("write --really");
-        QTRY_VERIFY(desk.output.endsWith("$ "));
-        desk.type("set altitude=2");
-        desk.type("reboot --really");
-        QTRY_VERIFY(desk.output.endsWith("\r\nKVT $ "));
-        QCOMPARE(desk.answer("show altitude"), QByteArray("show: altitude=1\r\n"));
+        QTest::addColumn<QByteArray>("command");
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("after");
+        QTest::addRow("a setting that is not stored")
+            << QByteArray("set altitude=2") << QByteArray("2") << QByteArray("1");
+        QTest::addRow("factory settings that are not stored")
+            << QByteArray("initconf --really") << QByteArray("120") << QByteArray("1");
+        QTest::addRow("factory settings for damaged memory") << "eeprom --write_block 0\r\n"
+                + QByteArray(64, 'x') << QByteArray("1") << QByteArray("120");
     }
 
-    void loadsFactorySettingsIntoForceOnly()
+    void loadsTheStoredSettingsWhenRestarted()
     {
-        DeviceDesk desk;
-        desk.type("set altitude=1");
-        desk.type("write --really");
-        QTRY_VERIFY(desk.output.endsWith("$ "));
-        desk.type("initconf --really");
-        QCOMPARE(desk.answer("show altitude"), QByteArray("show: altitude=120\r\n"));
-        desk.type("reboot --really");
-        QTRY_VERIFY(desk.output.endsWith("\r\nKVT $ "));
-        QCOMPARE(desk.answer("show altitude"), QByteArray("show: altitude=1\r\n"));
+        QFETCH(QByteArray, command);
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        DeviceHarness harness;
+        harness.type("set altitude=1");
+        harness.type("write --really");
+        QTRY_VERIFY(harness.output.endsWith("$ "));
+        harness.type(command);
+        QCOMPARE(harness.answer("show altitude"), "show: altitude=" + before + "\r\n");
+        harness.type("reboot --really");
+        QTRY_VERIFY(harness.output.endsWith("\r\nKVT $ "));
+        QCOMPARE(harness.answer("show altitude"), "show: altitude=" + after + "\r\n");
     }
 
-    void startsWithFactorySettingsFromSpoiltMemory()
-    {
-        DeviceDesk desk;
-        desk.type("set altitude=1");
-        desk.device.receive("eeprom --write_block 0\r\n" + QByteArray(64, 'x'));
-        desk.type("reboot --really");
-        QTRY_VERIFY(desk.output.endsWith("\r\nKVT $ "));
-        QCOMPARE(desk.answer("show altitude"), QByteArray("show: altitude=120\r\n"));
-    }
-
-    void keepsSettingsLogAndClockOverAPowerCut()
+    void keepsSettingsLogAndClockInTheStateFile()
     {
         QTemporaryDir folder;
-        DeviceOptions options = DeviceDesk::fast();
+        DeviceOptions options = DeviceHarness::fastOptions();
         options.stateFile = folder.filePath(QStringLiteral("state"));
         QByteArray image;
         {
-            DeviceDesk desk(options);
-            desk.type("set altitude=5");
-            desk.type("write --really");
-            QTRY_VERIFY(desk.output.endsWith("$ "));
-            desk.type("set altitude=6");
-            desk.device.receive("eeprom --write_block 700\r\n" + QByteArray(64, '7'));
-            desk.type("log --erase");
-            desk.type("date 2031-01-01T00:00:00");
-            image = desk.device.state().memory().image();
+            DeviceHarness harness(options);
+            harness.type("set altitude=5");
+            harness.type("write --really");
+            QTRY_VERIFY(harness.output.endsWith("$ "));
+            harness.type("set altitude=6");
+            harness.device.receive("eeprom --write_block 700\r\n" + QByteArray(64, '7'));
+            harness.type("log --erase");
+            harness.type("date 2031-01-01T00:00:00");
+            image = harness.device.state().memory().image();
         }
-        DeviceDesk again(options);
+        DeviceHarness again(options);
         QCOMPARE(again.device.state().memory().image(), image);
         QCOMPARE(again.answer("show altitude"), QByteArray("show: altitude=5\r\n"));
         QCOMPARE(again.answer("log --count"), QByteArray("count=0\r\n"));
         QVERIFY(again.answer("date").startsWith("2031-01-01T00:0"));
 
         options.model = "KVT-200";
-        DeviceDesk other(options);
+        DeviceHarness other(options);
         QCOMPARE(other.answer("show altitude"), QByteArray("show: altitude=120\r\n"));
     }
 
-    void announcesAResetAndThenTestsItself()
+    void announcesAResetAndRunsItsSelfTest()
     {
-        DeviceDesk desk;
-        desk.type("reboot --really");
-        QCOMPARE(desk.output, QByteArray("reboot --really\r\nReseting device in 5 seconds\r\n"));
-        desk.device.receive("show hwver\r\n");
-        QTRY_VERIFY(desk.output.endsWith("BOOT"));
-        QTRY_VERIFY(desk.output.endsWith("KVT $ "));
+        DeviceHarness harness;
+        harness.type("reboot --really");
+        QCOMPARE(harness.output, QByteArray("reboot --really\r\nReseting device in 5 seconds\r\n"));
+        harness.device.receive("show hwver\r\n");
+        QTRY_VERIFY(harness.output.endsWith("BOOT"));
+        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
         const QRegExp text(QStringLiteral(".*BOOT\r\nPerforming selftest\\.\\.\\.\r\n.*"
                                           "All tests passed\\.\r\n\r\nOrvanta KVT.*\r\n"
                                           "Compiled on .*\r\nCopyright .*\r\nKVT \\$ "));
-        QVERIFY2(text.exactMatch(QString::fromLatin1(desk.output)), desk.output.constData());
-        QVERIFY(!desk.output.contains("hwver"));
+        QVERIFY2(text.exactMatch(QString::fromLatin1(harness.output)), harness.output.constData());
+        QVERIFY(!harness.output.contains("hwver"));
     }
 
-    void takesItsPauseBeforeAReset()
+    void waitsBeforeAReset()
     {
-        DeviceOptions options = DeviceDesk::fast();
-        options.rebootMs = 150;
-        DeviceDesk desk(options);
+        DeviceHarness harness([](DeviceOptions &o) { o.rebootMs = 150; });
         QElapsedTimer timer;
         timer.start();
-        desk.type("reboot --really");
-        QTRY_VERIFY(desk.output.endsWith("BOOT"));
+        harness.type("reboot --really");
+        QTRY_VERIFY(harness.output.endsWith("BOOT"));
         QVERIFY(timer.elapsed() >= 140);
     }
 
-    void greetsFromTheBootloaderAfterAPowerCycle()
+    void startsTheBootloaderAfterAPowerCycle()
     {
-        DeviceDesk desk;
-        desk.device.powerCycle();
-        QVERIFY(desk.output.endsWith("BOOT"));
-        QCOMPARE(desk.device.mode(), Device::Mode::Bootloader);
-        QTRY_COMPARE(desk.device.mode(), Device::Mode::Console);
-        QVERIFY(desk.output.endsWith("KVT $ "));
+        DeviceHarness harness;
+        harness.device.powerCycle();
+        QVERIFY(harness.output.endsWith("BOOT"));
+        QCOMPARE(harness.device.mode(), Device::Mode::Bootloader);
+        QTRY_COMPARE(harness.device.mode(), Device::Mode::Console);
+        QVERIFY(harness.output.endsWith("KVT $ "));
     }
 };
 

@@ -31,8 +31,8 @@ class TestDeviceModel : public QObject
     Q_OBJECT
 
 private slots:
-    // The tables are a device's own; the sample description is written for these devices.
-    void knowsWhatTheSampleDescriptionSays()
+    // The sample describes the simulated models.
+    void agreesWithTheSampleDescription()
     {
         QFile file(testpaths::sourceFile("settings.xml"));
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -77,7 +77,7 @@ private slots:
         QVERIFY(findDeviceModel("") == nullptr);
     }
 
-    void movesPlausibly_data()
+    void measuresPlausibleValues_data()
     {
         QTest::addColumn<QByteArray>("model");
         for (const DeviceModel &model : deviceModels()) {
@@ -85,7 +85,7 @@ private slots:
         }
     }
 
-    void movesPlausibly()
+    void measuresPlausibleValues()
     {
         QFETCH(QByteArray, model);
         const DeviceModel &known = *findDeviceModel(model);
@@ -107,7 +107,7 @@ private slots:
         }
     }
 
-    void isDarkAtNight()
+    void measuresNoSunlightAtNight()
     {
         const DeviceModel &known = *findDeviceModel("KVT-300");
         const DeviceMeasurements measurements(known, 3, {});

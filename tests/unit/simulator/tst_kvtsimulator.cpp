@@ -2,6 +2,7 @@
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/text.h"
 #include "tests/unit/simulator/portclient.h"
 
 #include <QtCore/QFile>
@@ -18,7 +19,7 @@ QByteArray contentsOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QByteArray dialogue(PortClient &client, const QByteArray &command, const QByteArray &end = "$ ")
+QByteArray exchange(PortClient &client, const QByteArray &command, const QByteArray &end = "$ ")
 {
     client.take();
     client.write(command);
@@ -39,34 +40,33 @@ private slots:
         QVERIFY(simulator.start());
         PortClient client(simulator.port());
         QVERIFY(client.isOpen());
-        QCOMPARE(dialogue(client, "\r\n"), QByteArray("\r\nKVT $ "));
-        QCOMPARE(dialogue(client, "show swver\r\n"),
+        QCOMPARE(exchange(client, "\r\n"), QByteArray("\r\nKVT $ "));
+        QCOMPARE(exchange(client, "show swver\r\n"),
                  QByteArray("show swver\r\nshow: swver=2.4.1\r\nKVT $ "));
     }
 
-    void isTheModelThatIsAskedFor_data()
+    void simulatesTheRequestedModel_data()
     {
         QTest::addColumn<QString>("model");
         QTest::addColumn<QByteArray>("measurements");
-        QTest::addRow("KVT-100") << QStringLiteral("KVT-100") << QByteArray("W0 W1 W2 A2 A4 LUX");
-        QTest::addRow("KVT-200") << QStringLiteral("KVT-200")
-                                 << QByteArray("A3 A0 A1 P1 W0 W1 W2 FLOW");
-        QTest::addRow("KVT-300") << QStringLiteral("KVT-300")
+        QTest::addRow("KVT-100") << text("KVT-100") << QByteArray("W0 W1 W2 A2 A4 LUX");
+        QTest::addRow("KVT-200") << text("KVT-200") << QByteArray("A3 A0 A1 P1 W0 W1 W2 FLOW");
+        QTest::addRow("KVT-300") << text("KVT-300")
                                  << QByteArray("W0 W1 W2 A0 A1 P0 P1 W3 W4 W5 SR BATT");
     }
 
-    void isTheModelThatIsAskedFor()
+    void simulatesTheRequestedModel()
     {
         QFETCH(QString, model);
         QFETCH(QByteArray, measurements);
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--model"), model}));
+        QVERIFY(simulator.start({text("--model"), model}));
         PortClient client(simulator.port());
-        QVERIFY(dialogue(client, "show unit\r\n").contains("Model: " + model.toLatin1() + "\r\n"));
-        const QByteArray told = dialogue(client, "show meas\r\n");
+        QVERIFY(exchange(client, "show unit\r\n").contains("Model: " + model.toLatin1() + "\r\n"));
+        const QByteArray answer = exchange(client, "show meas\r\n");
         QList<QByteArray> names;
         for (const QByteArray &pair : simulator.measurements()) {
-            QVERIFY(told.contains(pair));
+            QVERIFY(answer.contains(pair));
             names += pair.left(pair.indexOf('='));
         }
         QCOMPARE(names.join(' '), measurements);
@@ -99,47 +99,52 @@ private slots:
         QCOMPARE(process.readAllStandardOutput(), QByteArray());
     }
 
-    void explainsItself()
+    void printsItsHelp()
     {
         QProcess process;
-        process.start(testpaths::buildFile("kvt-simulator"), {QStringLiteral("--help")});
+        process.start(testpaths::buildFile("kvt-simulator"), {text("--help")});
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), 0);
         const QByteArray help = process.readAllStandardOutput();
         QVERIFY(help.contains("boot-with-line-end") && help.contains("--image-size"));
     }
 
-    void obeysItsOptions()
+    void appliesItsOptions()
     {
         SimulatorProcess simulator;
-        QVERIFY(simulator.start(
-            QString::fromLatin1("--serial S-17 --health 135% --log-rows 4 --warmup 600000 "
-                                "--unavailable W1 --debug --clock-offset -86400 --rate 0")
-                .split(QLatin1Char(' '))));
+        QVERIFY(simulator.start(text("--serial S-17 --health 135% --log-rows 4 --warmup 600000 "
+                                     "--unavailable W1 --debug --clock-offset -86400 --rate 0")
+                                    .split(QLatin1Char(' '))));
         PortClient client(simulator.port());
-        QVERIFY(dialogue(client, "show serial\r\n").contains("serial=S-17\r\n"));
-        QVERIFY(dialogue(client, "show health\r\n").contains("health=135%\r\n"));
-        QVERIFY(dialogue(client, "log --count\r\n").contains("\r\ncount=4\r\n"));
-        QVERIFY(dialogue(client, "show meas_state\r\n").contains("meas_state=0\r\n"));
-        QVERIFY(dialogue(client, "show meas\r\n").contains(";W1=N;"));
-        QVERIFY(dialogue(client, "show debug\r\n").contains("debug=1\r\n"));
         const QDate yesterday = QDateTime::currentDateTimeUtc().addDays(-1).date();
-        QVERIFY(dialogue(client, "date\r\n").contains(yesterday.toString(Qt::ISODate).toLatin1()));
+        const QList<QPair<QByteArray, QByteArray>> expected = {
+            {"show serial", "serial=S-17\r\n"},
+            {"show health", "health=135%\r\n"},
+            {"log --count", "\r\ncount=4\r\n"},
+            {"show meas_state", "meas_state=0\r\n"},
+            {"show meas", ";W1=N;"},
+            {"show debug", "debug=1\r\n"},
+            {"date", yesterday.toString(Qt::ISODate).toLatin1()},
+        };
+        for (const auto &pair : expected) {
+            const QByteArray answer = exchange(client, pair.first + "\r\n");
+            QVERIFY2(answer.contains(pair.second), answer.constData());
+        }
     }
 
-    void endsAsTheSystemAsksItTo()
+    void endsOnATerminationSignal()
     {
         QTemporaryDir folder;
-        const QString link = folder.filePath(QStringLiteral("port"));
+        const QString link = folder.filePath(text("port"));
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--link"), link}));
+        QVERIFY(simulator.start({text("--link"), link}));
         QCOMPARE(QFile::symLinkTarget(link), simulator.port());
         QVERIFY(simulator.terminate());
         QCOMPARE(simulator.exitCode(), 0);
         QVERIFY(!QFileInfo(link).isSymLink());
     }
 
-    void endsWithItsInput()
+    void endsWhenItsInputCloses()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());
@@ -150,44 +155,42 @@ private slots:
     void keepsStoredSettingsOverARestart()
     {
         QTemporaryDir folder;
-        const QStringList options = {QStringLiteral("--state"),
-                                     folder.filePath(QStringLiteral("state")),
-                                     QStringLiteral("--write-ms"), QStringLiteral("50")};
+        const QStringList options = {text("--state"), folder.filePath(text("state")),
+                                     text("--write-ms"), text("50")};
         {
             SimulatorProcess simulator;
             QVERIFY(simulator.start(options));
             PortClient client(simulator.port());
-            dialogue(client, "set altitude=321\r\n");
-            QVERIFY(dialogue(client, "write --really\r\n").contains("bytes written!\r\n"));
-            dialogue(client, "set altitude=322\r\n");
+            exchange(client, "set altitude=321\r\n");
+            QVERIFY(exchange(client, "write --really\r\n").contains("bytes written!\r\n"));
+            exchange(client, "set altitude=322\r\n");
             QCOMPARE(simulator.setting("altitude"), QByteArray("322"));
             QVERIFY(simulator.stop());
         }
         SimulatorProcess again;
         QVERIFY(again.start(options));
         PortClient client(again.port());
-        QVERIFY(dialogue(client, "show altitude\r\n").contains("altitude=321\r\n"));
+        QVERIFY(exchange(client, "show altitude\r\n").contains("altitude=321\r\n"));
     }
 
-    void takesAnImageByteForByte()
+    void receivesAnImageByteForByte()
     {
         QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("image.bin"));
+        const QString file = folder.filePath(text("image.bin"));
         QByteArray image;
         for (int index = 0; index < 1000; ++index) {
             image += static_cast<char>((index * 37) & 0xff);
         }
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--image"), file, QStringLiteral("--image-size"),
-                                 QStringLiteral("1000"), QStringLiteral("--reboot-ms"),
-                                 QStringLiteral("50")}));
+        QVERIFY(simulator.start({text("--image"), file, text("--image-size"), text("1000"),
+                                 text("--reboot-ms"), text("50")}));
         PortClient client(simulator.port());
-        QVERIFY(dialogue(client, "reboot --really\r\n", "BOOT")
+        QVERIFY(exchange(client, "reboot --really\r\n", "BOOT")
                     .contains("Reseting device in 5 seconds"));
         client.write("b");
         for (int offset = 0; offset < image.size(); offset += 16) {
             const bool last = offset + 16 >= image.size();
-            const QByteArray answer = dialogue(client, image.mid(offset, 16), last ? "." : "*");
+            const QByteArray answer = exchange(client, image.mid(offset, 16), last ? "." : "*");
             QCOMPARE(answer.left(1), QByteArray(last ? "." : "*"));
         }
         QVERIFY(client.waitForEnd("$ "));
@@ -196,10 +199,10 @@ private slots:
         QCOMPARE(simulator.control("image"), QList<QByteArray>{"1000 bytes"});
     }
 
-    void answersItsControlDesk()
+    void executesControlCommands()
     {
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--log-rows"), QStringLiteral("2")}));
+        QVERIFY(simulator.start({text("--log-rows"), text("2")}));
         PortClient client(simulator.port());
 
         QCOMPARE(simulator.state("mode"), QByteArray("console"));
@@ -209,24 +212,24 @@ private slots:
         QCOMPARE(simulator.state("log"), QByteArray("2"));
         QCOMPARE(simulator.control("settings").size(), 8);
         QCOMPARE(simulator.control("set altitude=99999"), QList<QByteArray>{"altitude=9000"});
-        QVERIFY(dialogue(client, "show altitude\r\n").contains("altitude=9000\r\n"));
+        QVERIFY(exchange(client, "show altitude\r\n").contains("altitude=9000\r\n"));
         QCOMPARE(simulator.state("exchanges"), QByteArray("1"));
 
         const QList<QByteArray> log = simulator.control("log");
         QCOMPARE(log.size(), 3);
         for (int row = 0; row < log.size(); ++row) {
             const QByteArray number = QByteArray::number(row);
-            QVERIFY(dialogue(client, "log --read=" + number + "\r\n").contains(log.at(row)));
+            QVERIFY(exchange(client, "log --read=" + number + "\r\n").contains(log.at(row)));
         }
         QCOMPARE(simulator.control("memory").size(), 1024);
-        QVERIFY(dialogue(client, "eeprom --read_block 7\r\n")
+        QVERIFY(exchange(client, "eeprom --read_block 7\r\n")
                     .contains(simulator.control("memory 7").value(0)));
-        dialogue(client, "date 2030-01-02T03:04:05\r\n");
+        exchange(client, "date 2030-01-02T03:04:05\r\n");
         QVERIFY(simulator.control("clock").value(0).startsWith("2030-01-02T03:04:"));
         simulator.control("health 12%");
-        QVERIFY(dialogue(client, "show health\r\n").contains("health=12%\r\n"));
+        QVERIFY(exchange(client, "show health\r\n").contains("health=12%\r\n"));
         simulator.control("meas-state 4");
-        QVERIFY(dialogue(client, "show meas_state\r\n").contains("meas_state=4\r\n"));
+        QVERIFY(exchange(client, "show meas_state\r\n").contains("meas_state=4\r\n"));
 
         for (const char *wrong :
              {"nonsense", "", "fault thunder", "setting nonsense", "memory 1024", "image-size x",
@@ -239,34 +242,33 @@ private slots:
         QVERIFY(simulator.succeeded());
         QVERIFY(client.waitForEnd("BOOT"));
         QCOMPARE(simulator.state("mode"), QByteArray("bootloader"));
-        QCOMPARE(dialogue(client, "b12345", ".").left(1), QByteArray("."));
+        QCOMPARE(exchange(client, "b12345", ".").left(1), QByteArray("."));
     }
 
-    void takesFaultsWhileItRuns()
+    void acceptsFaultsWhileItRuns()
     {
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--fault"), QStringLiteral("lost-byte@1:1")}));
+        QVERIFY(simulator.start({text("--fault"), text("lost-byte@1:1")}));
         PortClient client(simulator.port());
-        QVERIFY(dialogue(client, "show hwver\r\n").contains("\r\nhow: hwver"));
+        QVERIFY(exchange(client, "show hwver\r\n").contains("\r\nhow: hwver"));
         QVERIFY(simulator.fault("unknown-model@next"));
-        QVERIFY(dialogue(client, "show model\r\n").contains("KVT-900"));
+        QVERIFY(exchange(client, "show model\r\n").contains("KVT-900"));
         QVERIFY(simulator.fault("silence"));
         client.write("show hwver\r\n");
         QVERIFY(!client.waitForEnd("$ ", 300));
         simulator.control("fault clear");
-        QVERIFY(dialogue(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
+        QVERIFY(exchange(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
     }
 
-    void hangsUpAndComesBack()
+    void hangsUpAndResumes()
     {
         QTemporaryDir folder;
-        const QString link = folder.filePath(QStringLiteral("port"));
+        const QString link = folder.filePath(text("port"));
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--link"), link, QStringLiteral("--fault"),
-                                 QStringLiteral("hangup@2:6")}));
+        QVERIFY(simulator.start({text("--link"), link, text("--fault"), text("hangup@2:6")}));
         {
             PortClient client(simulator.port());
-            dialogue(client, "show hwver\r\n");
+            exchange(client, "show hwver\r\n");
             client.write("show hwver\r\n");
             QVERIFY(client.waitForHangUp());
             QCOMPARE(client.received(), QByteArray("show hwver\r\nshow: "));
@@ -275,12 +277,12 @@ private slots:
         QVERIFY(simulator.resume());
         QCOMPARE(QFile::symLinkTarget(link), simulator.port());
         PortClient client(link);
-        QVERIFY(dialogue(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
+        QVERIFY(exchange(client, "show hwver\r\n").contains("show: hwver=B\r\n"));
         simulator.hangUp();
         QVERIFY(client.waitForHangUp());
     }
 
-    void keepsTheNumberOfADeadLine()
+    void reservesTheNumberOfADeadLine()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());
@@ -294,33 +296,32 @@ private slots:
         QVERIFY(!PortClient(dead).isOpen());
     }
 
-    void freesThePortOfAKilledClient()
+    void releasesThePortOfAKilledClient()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());
-        const PortClient witness(simulator.port());
+        const PortClient observer(simulator.port());
         {
             const PortClient client(simulator.port());
             QCOMPARE(ioctl(client.descriptor(), TIOCEXCL), 0);
         }
         int exclusive = 0;
-        QCOMPARE(ioctl(witness.descriptor(), TIOCGEXCL, &exclusive), 0);
+        QCOMPARE(ioctl(observer.descriptor(), TIOCGEXCL, &exclusive), 0);
         QCOMPARE(exclusive, 1);
         QVERIFY(simulator.release());
-        QCOMPARE(ioctl(witness.descriptor(), TIOCGEXCL, &exclusive), 0);
+        QCOMPARE(ioctl(observer.descriptor(), TIOCGEXCL, &exclusive), 0);
         QCOMPARE(exclusive, 0);
     }
 
-    void keepsAJournal()
+    void writesAnEventLog()
     {
         QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("journal"));
+        const QString file = folder.filePath(text("journal"));
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--journal"), file, QStringLiteral("--fault"),
-                                 QStringLiteral("nul@2")}));
+        QVERIFY(simulator.start({text("--journal"), file, text("--fault"), text("nul@2")}));
         PortClient client(simulator.port());
-        dialogue(client, "\r\nshow hwver\r\n", "B\r\nKVT $ ");
-        dialogue(client, "eeprom --write_block 3\r\n" + QByteArray(64, 'x'), "Done\r\nKVT $ ");
+        exchange(client, "\r\nshow hwver\r\n", "B\r\nKVT $ ");
+        exchange(client, "eeprom --write_block 3\r\n" + QByteArray(64, 'x'), "Done\r\nKVT $ ");
         simulator.hangUp();
         QCOMPARE(contentsOf(file),
                  "port " + simulator.port().toLatin1()
@@ -328,14 +329,14 @@ private slots:
                        "raw 64 bytes for block 3\nhangup\n");
     }
 
-    void sendsAsFastAsTheWire()
+    void sendsAtTheLinesRate()
     {
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--rate"), QStringLiteral("9600")}));
+        QVERIFY(simulator.start({text("--rate"), text("9600")}));
         PortClient client(simulator.port());
         QElapsedTimer timer;
         timer.start();
-        const QByteArray answer = dialogue(client, "eeprom --read_block 0\r\n");
+        const QByteArray answer = exchange(client, "eeprom --read_block 0\r\n");
         QVERIFY(answer.size() > 150);
         QVERIFY(timer.elapsed() >= answer.size() * 10 * 1000 / 9600);
     }
@@ -343,8 +344,7 @@ private slots:
     void survivesNoiseOnTheLine()
     {
         SimulatorProcess simulator;
-        QVERIFY(simulator.start({QStringLiteral("--rate"), QStringLiteral("0"),
-                                 QStringLiteral("--reboot-ms"), QStringLiteral("10")}));
+        QVERIFY(simulator.start({text("--rate"), text("0"), text("--reboot-ms"), text("10")}));
         PortClient client(simulator.port());
         quint32 state = 12345;
         for (int part = 0; part < 200; ++part) {
@@ -355,7 +355,7 @@ private slots:
             }
             QVERIFY(client.writeAll(noise));
         }
-        QVERIFY(dialogue(client, "\r\nshow hwver\r\n", "show: hwver=B\r\nKVT $ ")
+        QVERIFY(exchange(client, "\r\nshow hwver\r\n", "show: hwver=B\r\nKVT $ ")
                     .contains("show: hwver=B\r\n"));
     }
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/wire.h"
+#include "simulator/serialline.h"
 
 namespace Simulator {
 
@@ -8,16 +8,16 @@ namespace {
 constexpr qint64 nsPerMs = 1000000;
 constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
-constexpr qint64 burstNs = 2 * nsPerMs; ///< bytes are passed on in bursts about this long
+constexpr qint64 burstNs = 2 * nsPerMs; ///< length of a burst of bytes
 constexpr qint64 retryNs = 5 * nsPerMs;
 constexpr qint64 lossNs = nsPerSecond;
-constexpr int inputLimit = 16384; ///< bytes; more than this waits in the terminal
+constexpr int inputLimit = 16384; ///< bytes; further ones wait in the terminal
 constexpr int lastBytesMs =
-    100; ///< for the client to take the last bytes before the line goes dead
+    100; ///< for the client to read the last bytes before the line goes dead
 
 } // namespace
 
-Wire::Wire(int rate, QObject *parent)
+SerialLine::SerialLine(int rate, QObject *parent)
     : QObject(parent)
     , m_byteNs(rate > 0 ? bitsPerByte * nsPerSecond / rate + 1 : 0)
 {
@@ -26,24 +26,24 @@ Wire::Wire(int rate, QObject *parent)
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
     }
-    connect(&m_outTimer, &QTimer::timeout, this, &Wire::deliverOutput);
-    connect(&m_inTimer, &QTimer::timeout, this, &Wire::deliverInput);
-    connect(&m_hangUpTimer, &QTimer::timeout, this, &Wire::hangUp);
-    connect(&m_terminal, &PseudoTerminal::received, this, &Wire::onReceived);
+    connect(&m_outTimer, &QTimer::timeout, this, &SerialLine::deliverOutput);
+    connect(&m_inTimer, &QTimer::timeout, this, &SerialLine::deliverInput);
+    connect(&m_hangUpTimer, &QTimer::timeout, this, &SerialLine::hangUp);
+    connect(&m_terminal, &PseudoTerminal::received, this, &SerialLine::onReceived);
 }
 
-bool Wire::open(QString &error)
+bool SerialLine::open(QString &error)
 {
     return m_terminal.open(error);
 }
 
-void Wire::send(const QByteArray &bytes, Delivery delivery, int gapMs)
+void SerialLine::send(const QByteArray &bytes, Delivery delivery, int gapMs)
 {
     if (!m_terminal.isOpen() || m_hangUpWhenSent || bytes.isEmpty()) {
         return;
     }
     if (m_out.isEmpty()) {
-        // An answer begins when what it answers was in, not when a timer got round to it.
+        // An answer begins when the command had arrived, not when its timer was handled.
         const qint64 begin = m_answeringSinceNs >= 0 ? m_answeringSinceNs : m_clock.nsecsElapsed();
         m_outFreeNs = qMax(m_outFreeNs, begin);
     }
@@ -53,7 +53,7 @@ void Wire::send(const QByteArray &bytes, Delivery delivery, int gapMs)
     }
 }
 
-void Wire::hangUp()
+void SerialLine::hangUp()
 {
     m_outTimer.stop();
     m_inTimer.stop();
@@ -68,7 +68,7 @@ void Wire::hangUp()
     }
 }
 
-void Wire::hangUpWhenSent()
+void SerialLine::hangUpWhenSent()
 {
     m_hangUpWhenSent = true;
     if (m_out.isEmpty()) {
@@ -76,7 +76,7 @@ void Wire::hangUpWhenSent()
     }
 }
 
-void Wire::onReceived(const QByteArray &bytes)
+void SerialLine::onReceived(const QByteArray &bytes)
 {
     if (m_in.isEmpty()) {
         m_inFreeNs = qMax(m_inFreeNs, m_clock.nsecsElapsed());
@@ -88,7 +88,7 @@ void Wire::onReceived(const QByteArray &bytes)
     }
 }
 
-void Wire::deliverOutput()
+void SerialLine::deliverOutput()
 {
     const qint64 now = m_clock.nsecsElapsed();
     while (!m_out.isEmpty() && deliverFront(now)) { }
@@ -112,8 +112,8 @@ void Wire::deliverOutput()
     schedule(m_outTimer, m_outFreeNs + wanted, now);
 }
 
-/// Passes on what is due of the front segment; false when there is nothing more to do now.
-bool Wire::deliverFront(qint64 now)
+/// Writes the bytes of the first segment that are due; false when nothing more is due.
+bool SerialLine::deliverFront(qint64 now)
 {
     Segment &front = m_out.first();
     const bool single = front.delivery == Delivery::SingleBytes;
@@ -125,7 +125,7 @@ bool Wire::deliverFront(qint64 now)
     front.bytes.remove(0, written);
     m_outFreeNs += written * m_byteNs;
     if (single) {
-        // From now and not from when it was due: a late byte keeps its distance too.
+        // From now, so that a late byte keeps its distance too.
         m_outFreeNs = now + front.gapMs * nsPerMs;
     }
     if (front.bytes.isEmpty()) {
@@ -139,7 +139,7 @@ bool Wire::deliverFront(qint64 now)
     return true;
 }
 
-void Wire::onBlocked(qint64 now)
+void SerialLine::onBlocked(qint64 now)
 {
     if (m_blockedSinceNs < 0) {
         m_blockedSinceNs = now;
@@ -156,7 +156,7 @@ void Wire::onBlocked(qint64 now)
     emit lost(bytes);
 }
 
-void Wire::deliverInput()
+void SerialLine::deliverInput()
 {
     const qint64 now = m_clock.nsecsElapsed();
     const int due = bytesDue(m_inFreeNs, now, m_in.size());
@@ -175,7 +175,7 @@ void Wire::deliverInput()
     }
 }
 
-int Wire::bytesDue(qint64 since, qint64 now, int wanted) const
+int SerialLine::bytesDue(qint64 since, qint64 now, int wanted) const
 {
     if (m_byteNs == 0) {
         return since <= now ? wanted : 0;
@@ -183,7 +183,7 @@ int Wire::bytesDue(qint64 since, qint64 now, int wanted) const
     return static_cast<int>(qBound<qint64>(0, (now - since) / m_byteNs, wanted));
 }
 
-void Wire::schedule(QTimer &timer, qint64 dueNs, qint64 now) const
+void SerialLine::schedule(QTimer &timer, qint64 dueNs, qint64 now) const
 {
     timer.start(static_cast<int>(qMax<qint64>(0, (dueNs - now + nsPerMs - 1) / nsPerMs)));
 }

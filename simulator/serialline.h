@@ -12,18 +12,18 @@
 
 namespace Simulator {
 
-/// The serial line between a client and the device: a pseudo-terminal whose bytes take, in each
-/// direction, the ten bit times that a start bit, eight data bits and a stop bit take.
+/// The serial line between a client and the device: a pseudo-terminal whose bytes take ten bit
+/// times each (start bit, eight data bits, stop bit), in both directions.
 ///
-/// A byte is never early. The clock of a direction runs on while bytes are waiting, so lateness of
-/// a timer doesn't add up. What no client takes away for a second is lost, as on a wire.
-class Wire : public QObject
+/// A byte is never early. The times of waiting bytes follow from the first one's, so the lateness
+/// of timers doesn't add up. Bytes that no client reads within a second are lost.
+class SerialLine : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @p rate in bits a second; 0 for as fast as it can.
-    explicit Wire(int rate, QObject *parent = nullptr);
+    /// @p rate in bits per second; 0 for no delay.
+    explicit SerialLine(int rate, QObject *parent = nullptr);
 
     /// Opens a new line; false with the reason in @p error.
     bool open(QString &error);
@@ -35,13 +35,13 @@ public:
     /// See PseudoTerminal.
     void release() { m_terminal.release(); }
 
-    /// Sends behind all that waits already.
+    /// Appends @p bytes to the output.
     void send(const QByteArray &bytes, Delivery delivery, int gapMs);
 
-    /// Goes dead at once; what waits is lost.
+    /// Goes dead at once; bytes that have not been sent are lost.
     void hangUp();
 
-    /// Goes dead once all that waits is out.
+    /// Goes dead once all bytes have been sent.
     void hangUpWhenSent();
 
 signals:

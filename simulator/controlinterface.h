@@ -1,29 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/station.h"
+#include "simulator/simulatedtransmitter.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 
 namespace Simulator {
 
-/// The desk from which a running station is controlled and looked at: takes a line, gives lines.
+/// Controls and inspects a running transmitter: takes a command line and returns the reply's lines.
 ///
 /// Every reply ends with the line "ok" or, when nothing was done, "error: " and the reason. Values
 /// come in the bytes that the device holds.
-class ControlDesk
+class ControlInterface
 {
 public:
-    /// @p station must outlive this.
-    explicit ControlDesk(Station &station);
+    /// @p transmitter must outlive this.
+    explicit ControlInterface(SimulatedTransmitter &transmitter);
 
     /// Does what @p line asks for and returns the lines of the reply.
     QList<QByteArray> run(const QByteArray &line);
 
 private:
     using Lines = QList<QByteArray>;
-    using Handler = bool (ControlDesk::*)(const QByteArray &argument, Lines &reply);
+    using Handler = bool (ControlInterface::*)(const QByteArray &argument, Lines &reply);
     struct Command
     {
         const char *word;
@@ -49,7 +49,7 @@ private:
     bool resume(const QByteArray &argument, Lines &reply);
     bool restart(const QByteArray &argument, Lines &reply);
 
-    Station &m_station;
+    SimulatedTransmitter &m_transmitter;
 };
 
 } // namespace Simulator

@@ -6,14 +6,15 @@
 
 namespace Simulator {
 
-/// What happened, a line each, in a file that can be read while it grows. Silent without a file.
-class Journal
+/// What eventOccurred, a line each, in a file that can be read while it grows. Silent without a
+/// file.
+class EventLog
 {
 public:
-    /// Begins @p fileName anew; false when it can't be written.
+    /// Creates or truncates @p fileName; false when it can't be written.
     bool open(const QString &fileName);
 
-    /// Writes a line with the time and @p event.
+    /// Writes the line @p event.
     void add(const QByteArray &event);
 
 private:

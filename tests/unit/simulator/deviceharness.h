@@ -6,12 +6,20 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtTest/QtTest>
+#include <functional>
 
-/// A device without a line: what it sends is gathered here.
-class DeviceDesk
+/// A device without a line, with short delays; records what it sends.
+class DeviceHarness
 {
 public:
-    explicit DeviceDesk(const Simulator::DeviceOptions &options = fast())
+    using Change = std::function<void(Simulator::DeviceOptions &)>;
+
+    /// @p change adapts the options.
+    explicit DeviceHarness(const Change &change = nullptr)
+        : DeviceHarness(fastOptions(change))
+    {
+    }
+    explicit DeviceHarness(const Simulator::DeviceOptions &options)
         : device(options)
     {
         QObject::connect(&device, &Simulator::Device::transmit, &device,
@@ -20,12 +28,11 @@ public:
                              pieces += {bytes, delivery, gapMs};
                          });
         QObject::connect(&device, &Simulator::Device::hangUp, &device, [this] { ++hangUps; });
-        QObject::connect(&device, &Simulator::Device::happened, &device,
+        QObject::connect(&device, &Simulator::Device::eventOccurred, &device,
                          [this](const QByteArray &event) { events += event; });
     }
 
-    /// A device that wastes no time and has a clock as any other.
-    static Simulator::DeviceOptions fast()
+    static Simulator::DeviceOptions fastOptions(const Change &change = nullptr)
     {
         Simulator::DeviceOptions options;
         options.writeMs = 20;
@@ -33,6 +40,9 @@ public:
         options.rebootMs = 20;
         options.bootWaitMs = 60;
         options.imageIdleMs = 40;
+        if (change) {
+            change(options);
+        }
         return options;
     }
 
@@ -42,7 +52,7 @@ public:
         return device.addFault(text, error);
     }
 
-    /// Types @p command and Enter and returns all that comes at once.
+    /// Sends @p command with its line end and returns the immediate output.
     QByteArray type(const QByteArray &command)
     {
         output.clear();
@@ -50,14 +60,14 @@ public:
         return output;
     }
 
-    /// The answer to @p command without the echo in front and the prompt behind.
+    /// The answer to @p command without the echo before and the prompt after it.
     QByteArray answer(const QByteArray &command)
     {
         QByteArray text = type(command);
         const QByteArray echo = command + "\r\n";
         const QByteArray prompt = "KVT $ ";
         if (!text.startsWith(echo) || !text.endsWith(prompt)) {
-            return "not framed: " + text;
+            return "without echo or prompt: " + text;
         }
         text.remove(0, echo.size());
         text.chop(prompt.size());

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/serialline.h"
+#include "tests/kit/testmain.h"
+#include "tests/unit/simulator/portclient.h"
+
+#include <QtCore/QSocketNotifier>
+#include <QtTest/QtTest>
+#include <functional>
+
+using namespace Simulator;
+
+namespace {
+
+/// A client that reads as soon as bytes arrive.
+class PromptClient : public PortClient
+{
+public:
+    explicit PromptClient(const QString &path)
+        : PortClient(path)
+        , m_notifier(descriptor(), QSocketNotifier::Read)
+    {
+        QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier,
+                         [this] { m_notifier.setEnabled(read()); });
+    }
+
+    bool isDead() const { return !m_notifier.isEnabled(); }
+
+private:
+    QSocketNotifier m_notifier;
+};
+
+/// Runs the event loop until @p reached: QTRY_VERIFY checks too rarely for measuring a time.
+void runUntil(const std::function<bool()> &reached)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!reached() && timer.elapsed() < 10000) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+}
+
+} // namespace
+
+class TestSerialLine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_arrived.clear(); }
+
+    void isRawInBothDirections()
+    {
+        QByteArray all;
+        for (int value = 0; value < 256; ++value) {
+            all += static_cast<char>(value);
+        }
+        SerialLine line(0);
+        QVERIFY(open(line));
+        PromptClient client(line.path());
+        QVERIFY(client.isOpen());
+        QVERIFY(client.write(all));
+        QTRY_COMPARE(m_arrived, all);
+        line.send(all, Delivery::Streamed, 0);
+        QTRY_VERIFY(client.received() == all);
+    }
+
+    void transfersBytesAtItsRate_data()
+    {
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<int>("bytes");
+        QTest::addRow("115200") << 115200 << 2304;
+        QTest::addRow("9600") << 9600 << 192;
+        QTest::addRow("300") << 300 << 6;
+    }
+
+    void transfersBytesAtItsRate()
+    {
+        QFETCH(int, rate);
+        QFETCH(int, bytes);
+        const int leastMs = bytes * 10 * 1000 / rate;
+        SerialLine line(rate);
+        QVERIFY(open(line));
+        PromptClient client(line.path());
+
+        QElapsedTimer timer;
+        timer.start();
+        line.send(QByteArray(bytes / 2, 'x'), Delivery::Streamed, 0);
+        line.send(QByteArray(bytes - bytes / 2, 'y'), Delivery::Streamed, 0);
+        runUntil([&client, bytes] { return client.received().size() == bytes; });
+        QVERIFY2(timer.elapsed() >= leastMs, QByteArray::number(timer.elapsed()).constData());
+        QCOMPARE(client.received().size(), bytes);
+
+        timer.start();
+        QVERIFY(client.write(QByteArray(bytes, 'z')));
+        runUntil([this, bytes] { return m_arrived.size() == bytes; });
+        QVERIFY2(timer.elapsed() >= leastMs, QByteArray::number(timer.elapsed()).constData());
+        QCOMPARE(m_arrived.size(), bytes);
+    }
+
+    void deliversStreamedBytesInBursts()
+    {
+        SerialLine line(9600);
+        QVERIFY(open(line));
+        PromptClient client(line.path());
+        line.send(QByteArray(96, 'x'), Delivery::Streamed, 0);
+        QTRY_VERIFY(client.received().size() == 96);
+        QVERIFY(client.chunks() > 3);
+    }
+
+    void deliversOneChunkWhole()
+    {
+        SerialLine line(9600);
+        QVERIFY(open(line));
+        PromptClient client(line.path());
+        line.send("BOOT\r\n and much more", Delivery::OneChunk, 0);
+        QTRY_VERIFY(!client.received().isEmpty());
+        QCOMPARE(client.received(), QByteArray("BOOT\r\n and much more"));
+        QCOMPARE(client.chunks(), 1);
+    }
+
+    void deliversSingleBytesWithGaps()
+    {
+        SerialLine line(0);
+        QVERIFY(open(line));
+        PromptClient client(line.path());
+        QElapsedTimer timer;
+        timer.start();
+        line.send("0123456789", Delivery::SingleBytes, 10);
+        line.send("!", Delivery::Streamed, 0);
+        QTRY_VERIFY(client.received() == "0123456789!");
+        QVERIFY(timer.elapsed() >= 95);
+        QVERIFY(client.chunks() > 5);
+    }
+
+    void dropsBytesThatNobodyReads()
+    {
+        SerialLine line(0);
+        QVERIFY(open(line));
+        QSignalSpy lost(&line, &SerialLine::lost);
+        line.send(QByteArray(1000000, 'x'), Delivery::Streamed, 0);
+        QVERIFY(lost.wait(5000));
+        QVERIFY(lost.first().first().toInt() > 0);
+    }
+
+    void limitsTheInputFromAClient()
+    {
+        SerialLine line(115200);
+        QVERIFY(open(line));
+        PromptClient client(line.path());
+        int taken = 0;
+        while (taken < 1000000 && client.write(QByteArray(1000, 'x'))) {
+            taken += 1000;
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(taken < 1000000);
+    }
+
+    void servesOneClientAfterAnother()
+    {
+        SerialLine line(0);
+        QVERIFY(open(line));
+        for (int round = 1; round <= 3; ++round) {
+            PromptClient client(line.path());
+            QVERIFY(client.write("x"));
+            QTRY_COMPARE(m_arrived.size(), round);
+            line.send("y", Delivery::Streamed, 0);
+            QTRY_VERIFY(client.received() == "y");
+        }
+    }
+
+    void hangsUpAfterSendingEverything()
+    {
+        SerialLine line(115200);
+        QVERIFY(open(line));
+        QSignalSpy hungUp(&line, &SerialLine::hungUp);
+        PromptClient client(line.path());
+        line.send("last bytes", Delivery::Streamed, 0);
+        line.hangUpWhenSent();
+        QTRY_VERIFY(client.isDead());
+        QCOMPARE(client.received(), QByteArray("last bytes"));
+        QCOMPARE(hungUp.size(), 1);
+        QVERIFY(!line.isOpen());
+        QVERIFY(open(line));
+        PromptClient again(line.path());
+        line.send("back", Delivery::Streamed, 0);
+        QTRY_VERIFY(again.received() == "back");
+    }
+
+private:
+    bool open(SerialLine &line)
+    {
+        connect(&line, &SerialLine::received, this, &TestSerialLine::onReceived,
+                Qt::UniqueConnection);
+        QString error;
+        return line.open(error);
+    }
+    void onReceived(const QByteArray &bytes) { m_arrived += bytes; }
+
+    QByteArray m_arrived; ///< at the device
+};
+
+KV_TEST_CORE_MAIN(TestSerialLine)
+
+#include "tst_serialline.moc"
