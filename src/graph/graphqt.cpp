@@ -13,7 +13,9 @@
 namespace {
 
 constexpr int timeAxisTicks = 10;
+constexpr int timeLabelsAngle = -90;
 constexpr int linePixels = 3;
+constexpr int chartMargin = 6;
 
 // More than a legend has room for. Its time to elide a name grows with the square of the length.
 constexpr int maximumLegendCharacters = 200;
@@ -43,6 +45,8 @@ GraphQt::GraphQt(QWidget *parent)
     : QtCharts::QChartView(parent)
 {
     setRenderHint(QPainter::Antialiasing);
+    // A picture that no key works on is no stop of the Tab key.
+    setFocusPolicy(Qt::NoFocus);
 }
 
 GraphQt::~GraphQt()
@@ -69,9 +73,12 @@ void GraphQt::clear()
     // At first this is the chart that the view was born with, which setChart() lets go of as well.
     QtCharts::QChart *oldChart = chart();
     m_chart = new QtCharts::QChart;
+    m_chart->layout()->setContentsMargins(0, 0, 0, 0);
+    m_chart->setMargins(QMargins(chartMargin, chartMargin, chartMargin, chartMargin));
 
     m_timeAxis = new QtCharts::QDateTimeAxis;
     m_timeAxis->setTickCount(timeAxisTicks);
+    m_timeAxis->setLabelsAngle(timeLabelsAngle);
     m_timeAxis->setFormat(QStringLiteral("dd.MM.yyyy hh:mm"));
     m_timeAxis->setTitleText(tr("Date"));
     m_chart->addAxis(m_timeAxis, Qt::AlignBottom);

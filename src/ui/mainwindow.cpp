@@ -9,6 +9,7 @@
 #include <QtSerialPort/QSerialPortInfo>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QHeaderView>
+#include <QtWidgets/QScrollBar>
 #include <algorithm>
 
 namespace {
@@ -28,6 +29,33 @@ QString portLabel(const QString &name, const QString &description)
     return QStringLiteral("%1 - %2").arg(name, description);
 }
 
+/// One line of text to a row. A form can only give a number of pixels.
+void setRowHeight(const QTableWidget *table)
+{
+    constexpr double rowLines = 1.4;
+    table->verticalHeader()->setDefaultSectionSize(
+        qRound(rowLines * table->fontMetrics().height()));
+}
+
+/// Fits the columns of names to their contents: none wider than half of the view, all together two
+/// thirds at most. The last column takes the rest. The user can drag them afterwards.
+void fitNameColumns(QTableWidget *table)
+{
+    table->resizeColumnsToContents();
+    QSize view = table->maximumViewportSize();
+    // The scroll bar appears only with the next layout.
+    if (table->verticalHeader()->length() > view.height()) {
+        view.rwidth() -= table->verticalScrollBar()->sizeHint().width();
+    }
+    int room = view.width() * 2 / 3;
+    for (int column = table->columnCount() - 2; column >= 0; --column) {
+        const int width =
+            std::min({table->columnWidth(column), view.width() / 2, room / (column + 1)});
+        table->setColumnWidth(column, width);
+        room -= width;
+    }
+}
+
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent)
@@ -39,7 +67,12 @@ MainWindow::MainWindow(QWidget *parent)
     // Listeners connect by name, and a queued one needs the name of the type too.
     qRegisterMetaType<WaitDialogReason>("WaitDialogReason");
     m_ui->setupUi(this);
-    showNamesInFull();
+    for (QDialog *dialog :
+         {static_cast<QDialog *>(&m_waitDialog), static_cast<QDialog *>(&m_graph)}) {
+        dialog->setWindowIcon(windowIcon());
+    }
+    setRowHeight(m_ui->configuration);
+    setRowHeight(m_ui->measurements);
     connectWidgets();
     // Wired, but out of the user's reach for now.
     m_ui->backupEepromButton->hide();
@@ -50,17 +83,6 @@ MainWindow::MainWindow(QWidget *parent)
 }
 
 MainWindow::~MainWindow() = default;
-
-void MainWindow::showNamesInFull()
-{
-    // The form has no word for it. The values take what the names leave.
-    const auto fit = [](QTableWidget *table, int column) {
-        table->horizontalHeader()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
-    };
-    fit(m_ui->configuration, 0);
-    fit(m_ui->configuration, 1);
-    fit(m_ui->measurements, 0);
-}
 
 void MainWindow::connectWidgets()
 {
@@ -266,11 +288,13 @@ QVector<MainWindow::Port> MainWindow::availablePorts()
 void MainWindow::setConfiguration(const DeviceConfiguration &configuration)
 {
     m_ui->configuration->setConfiguration(configuration);
+    fitNameColumns(m_ui->configuration);
 }
 
 void MainWindow::setMeasurementItems(const QVector<MeasurementItem> &items)
 {
     m_ui->measurements->setMeasurementItems(items);
+    fitNameColumns(m_ui->measurements);
 }
 
 void MainWindow::setPollutantUnitIndex(int index)

@@ -143,7 +143,6 @@ private slots:
     void onWaitDialogCancelled();
 
 private:
-    void showNamesInFull();
     void connectWidgets();
     int execMessageBox(QMessageBox::Icon icon, const QString &title, const QString &text,
                        QMessageBox::StandardButtons buttons);

@@ -6,6 +6,7 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QHash>
+#include <QtWidgets/QScrollBar>
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
@@ -17,6 +18,9 @@ constexpr int serialNumberRole = Qt::UserRole + 3;
 constexpr int nameRole = Qt::UserRole + 2;
 
 constexpr int valueDecimals = 3;
+
+// In letters; longer names scroll rather than take room from the chart.
+constexpr int longestFullName = 30;
 
 // The range of the axis goes this much beyond the values. Kept for negative values too, where the
 // factors pull the bounds inward.
@@ -262,6 +266,15 @@ void MeasurementGraph::fillList()
     for (const QString &name : names) {
         addItem(name);
     }
+    fitListWidth();
+}
+
+void MeasurementGraph::fitListWidth()
+{
+    QListWidget *list = m_ui->list;
+    const int widest = longestFullName * list->fontMetrics().averageCharWidth();
+    const int around = list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth();
+    list->setMinimumWidth(qMin(list->sizeHintForColumn(0), widest) + around);
 }
 
 void MeasurementGraph::addItem(const QString &name)

@@ -102,6 +102,7 @@ private:
     void connectWidgets();
     void loadMeasurements();
     void fillList();
+    void fitListWidth();
     void addItem(const QString &name);
     QString itemText(const QString &name) const;
     QStringList measurementNames() const;

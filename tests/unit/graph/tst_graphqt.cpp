@@ -4,6 +4,7 @@
 
 #include <QtCharts/QLineSeries>
 #include <QtCore/QPointer>
+#include <QtWidgets/QGraphicsLayout>
 #include <QtWidgets/QGraphicsScene>
 #include <limits>
 
@@ -49,8 +50,11 @@ QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<Grap
     QtCharts::QChartView view;
     view.setRenderHint(QPainter::Antialiasing);
     auto *chart = new QChart;
+    chart->layout()->setContentsMargins(0, 0, 0, 0);
+    chart->setMargins(QMargins(6, 6, 6, 6));
     auto *time = new QDateTimeAxis;
     time->setTickCount(10);
+    time->setLabelsAngle(-90);
     time->setFormat(QStringLiteral("dd.MM.yyyy hh:mm"));
     time->setTitleText(QStringLiteral("Date"));
     time->setRange(from, to);
@@ -130,6 +134,7 @@ void TestGraphQt::buildsATimeAxisAndAValueAxis()
     QVERIFY(timeAxis(graph) != nullptr);
     QCOMPARE(timeAxis(graph)->alignment(), Qt::AlignBottom);
     QCOMPARE(timeAxis(graph)->tickCount(), 10);
+    QCOMPARE(timeAxis(graph)->labelsAngle(), -90);
     QCOMPARE(timeAxis(graph)->format(), QStringLiteral("dd.MM.yyyy hh:mm"));
     QCOMPARE(timeAxis(graph)->titleText(), QStringLiteral("Date"));
     QCOMPARE(timeAxis(graph)->min(), from);
