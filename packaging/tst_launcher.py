@@ -15,6 +15,7 @@ PROGRAM = """#!/bin/sh
 pwd -P
 echo "data home: ${XDG_DATA_HOME-none}"
 echo "program: ${0##*/}"
+echo "scaling: ${QT_AUTO_SCREEN_SCALE_FACTOR-none}"
 printf 'argument: %s\\n' "$@"
 exit 7
 """
@@ -101,6 +102,15 @@ class Launcher(unittest.TestCase):
         self.assertEqual(run.stdout.splitlines()[0], str(self.sample.parent))
         self.assertEqual(run.returncode, 7)
         self.assertNotEqual(run.stderr, "")
+
+    def test_scales_with_the_screen_unless_the_user_has_chosen(self):
+        self.assertIn("scaling: 1", self.launch().stdout.splitlines())
+        for choice in ("QT_ENABLE_HIGHDPI_SCALING", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"):
+            for value in ("1", ""):
+                self.assertIn("scaling: none", self.launch(**{choice: value}).stdout.splitlines())
+        for value in ("0", ""):
+            run = self.launch(QT_AUTO_SCREEN_SCALE_FACTOR=value)
+            self.assertIn(f"scaling: {value}", run.stdout.splitlines())
 
     def test_finds_program_and_sample_when_started_through_a_link(self):
         link = self.root / "link"
