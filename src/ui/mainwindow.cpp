@@ -29,12 +29,14 @@ QString portLabel(const QString &name, const QString &description)
     return QStringLiteral("%1 - %2").arg(name, description);
 }
 
-/// One line of text to a row. A form can only give a number of pixels.
-void setRowHeight(const QTableWidget *table)
+/// One line of text to a row, and room for the headers. A form can only give numbers of pixels.
+void sizeByFont(QTableWidget *table)
 {
     constexpr double rowLines = 1.4;
-    table->verticalHeader()->setDefaultSectionSize(
-        qRound(rowLines * table->fontMetrics().height()));
+    constexpr int widthLines = 18;
+    const int line = table->fontMetrics().height();
+    table->verticalHeader()->setDefaultSectionSize(qRound(rowLines * line));
+    table->setMinimumWidth(widthLines * line);
 }
 
 /// Fits the columns of names to their contents: none wider than half of the view, all together two
@@ -71,8 +73,8 @@ MainWindow::MainWindow(QWidget *parent)
          {static_cast<QDialog *>(&m_waitDialog), static_cast<QDialog *>(&m_graph)}) {
         dialog->setWindowIcon(windowIcon());
     }
-    setRowHeight(m_ui->configuration);
-    setRowHeight(m_ui->measurements);
+    sizeByFont(m_ui->configuration);
+    sizeByFont(m_ui->measurements);
     connectWidgets();
     // Wired, but out of the user's reach for now.
     m_ui->backupEepromButton->hide();

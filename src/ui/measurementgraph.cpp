@@ -22,6 +22,9 @@ constexpr int valueDecimals = 3;
 // In letters; longer names scroll rather than take room from the chart.
 constexpr int longestFullName = 30;
 
+// In heights of a line: the ten upright labels of the time axis, and a legend of two names.
+constexpr int leastChartWidth = 27;
+
 // The range of the axis goes this much beyond the values. Kept for negative values too, where the
 // factors pull the bounds inward.
 constexpr double minimumFactor = 0.99;
@@ -92,6 +95,7 @@ MeasurementGraph::MeasurementGraph(QWidget *parent)
     m_ui->setupUi(this);
     setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint);
     m_ui->list->setEnabled(false);
+    m_ui->chart->setMinimumWidth(leastChartWidth * fontMetrics().height());
     for (QDoubleSpinBox *box : {m_ui->graphMinimumSpinBox, m_ui->graphMaximumSpinBox}) {
         box->setDecimals(valueDecimals);
         box->setRange(std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max());

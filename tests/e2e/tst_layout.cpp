@@ -195,6 +195,8 @@ private:
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window));
+        // A window that is smaller than its contents grows.
+        QCoreApplication::processEvents();
     }
 
     FakeLocalStorage m_storage;

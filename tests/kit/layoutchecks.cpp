@@ -132,9 +132,10 @@ QStringList narrowSections(const QTableWidget *table, bool headers)
     QStringList cut;
     const QHeaderView *const header = table->horizontalHeader();
     const int last = table->columnCount() - 1;
-    // Names are shortened where values would get less than a third of the view.
-    const bool isShared =
-        last > 1 && 3 * table->columnWidth(last) <= table->viewport()->width() + 9;
+    // Names are shortened where the values would get less than a third of the view, or less than
+    // half beside one column of names.
+    const int share = table->viewport()->width() / (last > 1 ? 3 : 2);
+    const bool isShared = last > 0 && table->columnWidth(last) <= share + 3;
     for (int column = 0; column <= (isShared && !headers ? -1 : last); ++column) {
         // Public in the base class alone.
         const QAbstractItemView *const view = table;
