@@ -35,7 +35,7 @@ private slots:
     void samePortNameUsesTheSameTransport();
     void connectedAsksForEverythingInOrder();
     void failedConnectLeavesTheRememberedPort();
-    void knownModelTakesOver();
+    void knownModelBecomesTheModelInForce();
     void modelInAnotherCaseIsNotSupported();
     void identityGoesToTheWindowAndTheStore();
     void otherNamesAreSettings();
@@ -62,7 +62,7 @@ private slots:
     void measurementBeforeTheDeviceIsKnownIsShownOnly();
 
     // Disconnecting.
-    void disconnectHasItsOrderAndItsPause();
+    void disconnectKeepsItsOrderAndDelay();
     void disconnectDuringTheReadsLeavesSynchronizingOn();
     void disconnectLeavesTheAvailabilityTimerRunning();
 
@@ -125,7 +125,7 @@ void TestMainWindowController::failedConnectLeavesTheRememberedPort()
     QVERIFY(f.settings.writes.isEmpty());
 }
 
-void TestMainWindowController::knownModelTakesOver()
+void TestMainWindowController::knownModelBecomesTheModelInForce()
 {
     ControllerFixture f;
     f.start();
@@ -441,7 +441,7 @@ void TestMainWindowController::measurementBeforeTheDeviceIsKnownIsShownOnly()
     QVERIFY(f.storage.calls.isEmpty());
 }
 
-void TestMainWindowController::disconnectHasItsOrderAndItsPause()
+void TestMainWindowController::disconnectKeepsItsOrderAndDelay()
 {
     ControllerFixture f;
     f.connectDevice();

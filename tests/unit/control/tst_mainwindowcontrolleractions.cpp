@@ -23,15 +23,15 @@ class TestMainWindowControllerActions : public QObject
 
 private slots:
     void errorIsShown();
-    void finishedActionsDoWhatTheyShould_data();
-    void finishedActionsDoWhatTheyShould();
+    void finishedActionsHaveTheirEffect_data();
+    void finishedActionsHaveTheirEffect();
     void firmwareTransmittedEndsInADisconnect();
     void failedActionsCloseTheDialogAndWarn_data();
     void failedActionsCloseTheDialogAndWarn();
     void cancelOfTheWaitDialogFollowsItsReason_data();
     void cancelOfTheWaitDialogFollowsItsReason();
-    void boxesAndLogLinesKeepTheirOrder();
-    void nestedEventsDuringABoxAreServed();
+    void messageBoxesAndLogLinesKeepTheirOrder();
+    void eventsDuringAMessageBoxAreHandled();
 };
 
 void TestMainWindowControllerActions::errorIsShown()
@@ -48,7 +48,7 @@ void TestMainWindowControllerActions::errorIsShown()
     QVERIFY(f.handler.calls.isEmpty());
 }
 
-void TestMainWindowControllerActions::finishedActionsDoWhatTheyShould_data()
+void TestMainWindowControllerActions::finishedActionsHaveTheirEffect_data()
 {
     QTest::addColumn<int>("action");
     QTest::addColumn<QVariant>("result");
@@ -83,7 +83,7 @@ void TestMainWindowControllerActions::finishedActionsDoWhatTheyShould_data()
         {text("setWaitDialogProgress 51")}, none, "");
 }
 
-void TestMainWindowControllerActions::finishedActionsDoWhatTheyShould()
+void TestMainWindowControllerActions::finishedActionsHaveTheirEffect()
 {
     QFETCH(int, action);
     QFETCH(QVariant, result);
@@ -190,7 +190,7 @@ void TestMainWindowControllerActions::cancelOfTheWaitDialogFollowsItsReason()
     QCOMPARE(f.handler.calls, calls);
 }
 
-void TestMainWindowControllerActions::boxesAndLogLinesKeepTheirOrder()
+void TestMainWindowControllerActions::messageBoxesAndLogLinesKeepTheirOrder()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -212,7 +212,7 @@ void TestMainWindowControllerActions::boxesAndLogLinesKeepTheirOrder()
                   text("Warning Unable to reboot device to begin firmware update")}));
 }
 
-void TestMainWindowControllerActions::nestedEventsDuringABoxAreServed()
+void TestMainWindowControllerActions::eventsDuringAMessageBoxAreHandled()
 {
     ControllerFixture f;
     f.connectDevice();

@@ -47,10 +47,10 @@ class TestMainWindowControllerExport : public QObject
 private slots:
     void init();
 
-    void logReadingHasItsOrder();
+    void logReadingKeepsItsOrder();
     void logProgressMovesTheBar();
-    void emptyLogIsSaid();
-    void logIsWrittenWhereTheUserSays();
+    void emptyLogShowsAMessage();
+    void logIsWrittenToTheChosenFile();
     void logFileNameIsProposedAndRemembered();
     void cancelledLogDialogKeepsTheFileName();
     void logIsClearedAfterAYesOnly();
@@ -65,8 +65,8 @@ private slots:
     void everyTitleGoesThroughTheDisplayNames();
     void exportKeepsValuesStoredAsNotValid();
     void exportFileNameIsProposedAndRemembered();
-    void exportThatCantBeSavedIsSaid();
-    void fileNamesWithPlaceMarkersStandAsTheyAre();
+    void exportThatCantBeSavedShowsAMessage();
+    void fileNamesWithPlaceholdersAreShownUnchanged();
 
 private:
     QTemporaryDir m_folder;
@@ -79,7 +79,7 @@ void TestMainWindowControllerExport::init()
     QFile::remove(m_path);
 }
 
-void TestMainWindowControllerExport::logReadingHasItsOrder()
+void TestMainWindowControllerExport::logReadingKeepsItsOrder()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -98,7 +98,7 @@ void TestMainWindowControllerExport::logProgressMovesTheBar()
     QCOMPARE(f.window.calls, texts({"setWaitDialogProgress 37"}));
 }
 
-void TestMainWindowControllerExport::emptyLogIsSaid()
+void TestMainWindowControllerExport::emptyLogShowsAMessage()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -107,7 +107,7 @@ void TestMainWindowControllerExport::emptyLogIsSaid()
              texts({"closeWaitDialog", "setReadLogEnabled 1", "Information Log is empty"}));
 }
 
-void TestMainWindowControllerExport::logIsWrittenWhereTheUserSays()
+void TestMainWindowControllerExport::logIsWrittenToTheChosenFile()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -315,7 +315,7 @@ void TestMainWindowControllerExport::exportFileNameIsProposedAndRemembered()
     QCOMPARE(f.window.calls.last(), caption.arg(m_path));
 }
 
-void TestMainWindowControllerExport::exportThatCantBeSavedIsSaid()
+void TestMainWindowControllerExport::exportThatCantBeSavedShowsAMessage()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -330,7 +330,7 @@ void TestMainWindowControllerExport::exportThatCantBeSavedIsSaid()
     QCOMPARE(f.window.calls.last(), text("Critical ") + message);
 }
 
-void TestMainWindowControllerExport::fileNamesWithPlaceMarkersStandAsTheyAre()
+void TestMainWindowControllerExport::fileNamesWithPlaceholdersAreShownUnchanged()
 {
     ControllerFixture f;
     f.connectDevice();

@@ -29,13 +29,13 @@ private slots:
     void fileIsReadThroughTheDialog_data();
     void fileIsReadThroughTheDialog();
     void emptyFirmwareFileIsRememberedAndStopsTheUpdate();
-    void missingFirmwareFileIsSaid();
+    void missingFirmwareFileShowsAMessage();
 
     void backupAsksForItsFileThenReads();
     void cancelledBackupDialogEmptiesTheFileName();
     void backupIsWrittenWithItsLengthInFront();
-    void backupThatCantBeWrittenIsSilent();
-    void restoreSendsTheFileAsItStands();
+    void backupThatCantBeWrittenShowsNoMessage();
+    void restoreSendsTheFileUnchanged();
     void restoreWithoutAFileDoesNothing();
     void restoreNamesItsFileFirmware();
 
@@ -186,7 +186,7 @@ void TestMainWindowControllerFirmware::emptyFirmwareFileIsRememberedAndStopsTheU
     QCOMPARE(f.timerIntervals(), QList<int>({60000}));
 }
 
-void TestMainWindowControllerFirmware::missingFirmwareFileIsSaid()
+void TestMainWindowControllerFirmware::missingFirmwareFileShowsAMessage()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -258,7 +258,7 @@ void TestMainWindowControllerFirmware::backupIsWrittenWithItsLengthInFront()
     QCOMPARE(file.mid(4), image);
 }
 
-void TestMainWindowControllerFirmware::backupThatCantBeWrittenIsSilent()
+void TestMainWindowControllerFirmware::backupThatCantBeWrittenShowsNoMessage()
 {
     ControllerFixture f;
     f.connectDevice();
@@ -269,7 +269,7 @@ void TestMainWindowControllerFirmware::backupThatCantBeWrittenIsSilent()
     QCOMPARE(f.window.calls, texts({"closeWaitDialog"}));
 }
 
-void TestMainWindowControllerFirmware::restoreSendsTheFileAsItStands()
+void TestMainWindowControllerFirmware::restoreSendsTheFileUnchanged()
 {
     ControllerFixture f;
     f.connectDevice();

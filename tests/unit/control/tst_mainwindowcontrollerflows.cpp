@@ -17,8 +17,8 @@ private slots:
     void unitsFollowTheirIndex_data();
     void unitsFollowTheirIndex();
     void graphOpensWithDefaultsAtFirst();
-    void graphOpensWithWhatWasKept();
-    void graphKeepsItsSevenKeysInOrder();
+    void graphOpensWithTheStoredSettings();
+    void graphWritesItsSevenKeysInOrder();
 };
 
 void TestMainWindowControllerFlows::changedValueIsIgnoredUntilTheFirstReadsEnd()
@@ -186,7 +186,7 @@ void TestMainWindowControllerFlows::graphOpensWithDefaultsAtFirst()
     QVERIFY(f.settings.writes.isEmpty());
 }
 
-void TestMainWindowControllerFlows::graphOpensWithWhatWasKept()
+void TestMainWindowControllerFlows::graphOpensWithTheStoredSettings()
 {
     ControllerFixture f;
     const QDateTime from(QDate(2026, 1, 2), QTime(3, 4), Qt::UTC);
@@ -210,7 +210,7 @@ void TestMainWindowControllerFlows::graphOpensWithWhatWasKept()
     QVERIFY(!graph.showLatest);
 }
 
-void TestMainWindowControllerFlows::graphKeepsItsSevenKeysInOrder()
+void TestMainWindowControllerFlows::graphWritesItsSevenKeysInOrder()
 {
     ControllerFixture f;
     f.start();

@@ -35,7 +35,7 @@ private slots:
     void eachLoadForgetsTheModelsBefore();
     void modelsReadBeforeAFailureStillActivate();
     void rememberedFolderGoesFirst();
-    void rememberedFolderThatDoesNotOpenIsPassedOverInSilence();
+    void rememberedFolderThatDoesNotOpenIsSkippedWithoutAMessage();
     void foldersAreTriedInOrder();
     void theUserIsAskedUntilAFolderOpens();
     void noFolderEndsTheStart();
@@ -154,7 +154,7 @@ void TestMainWindowControllerStart::rememberedFolderGoesFirst()
     QCOMPARE(f.settings.values[text("local storage path")].toString(), text("/data//here/"));
 }
 
-void TestMainWindowControllerStart::rememberedFolderThatDoesNotOpenIsPassedOverInSilence()
+void TestMainWindowControllerStart::rememberedFolderThatDoesNotOpenIsSkippedWithoutAMessage()
 {
     ControllerFixture f;
     f.settings.values[text("local storage path")] = text("/gone");

@@ -13,7 +13,21 @@
 #include <QtSql/QSqlQuery>
 #include <QtSql/QSqlRecord>
 
-/// A store in a folder of its own, and a second connection that looks into its file from outside.
+inline MeasurementValue valid(const char *name, double value)
+{
+    return {QString::fromUtf8(name), true, value};
+}
+
+inline QStringList texts(std::initializer_list<const char *> words)
+{
+    QStringList result;
+    for (const char *word : words) {
+        result << QString::fromUtf8(word);
+    }
+    return result;
+}
+
+/// A store in a folder of its own, and a second connection that reads its file.
 class SqliteStoreFixture
 {
 public:
@@ -36,10 +50,10 @@ public:
 
     bool open() { return m_store->open(path()); }
 
-    /// Ends the store for good.
+    /// Destroys the store.
     void end() { m_store.reset(); }
 
-    /// Ends the store and begins with a new one, as the next start of the program does.
+    /// Replaces the store by a new one, as the next start of the program does.
     void restart()
     {
         m_store.reset();
@@ -47,7 +61,8 @@ public:
         m_store.reset(new LocalStorageSqlite);
     }
 
-    /// Runs @p sql on the file @p file from outside; the rows, with "|" between their columns.
+    /// Runs @p sql on the file @p file through the second connection and returns the rows, with "|"
+    /// between their columns.
     static QStringList rowsOf(const QString &file, const QString &sql)
     {
         const QString name = QStringLiteral("outside");
@@ -74,7 +89,7 @@ public:
 
     QStringList rows(const char *sql) const { return rowsOf(path(), QString::fromUtf8(sql)); }
 
-    /// Runs @p sql on the store's own connection, for what only that can see or do.
+    /// Runs @p sql on the store's own connection.
     static bool runInside(const char *sql)
     {
         QSqlQuery query(QSqlDatabase::database());

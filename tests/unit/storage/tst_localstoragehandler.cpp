@@ -43,7 +43,7 @@ class TestLocalStorageHandler : public QObject
 private slots:
     void opensTheStore_data();
     void opensTheStore();
-    void passesMeasurementsOn();
+    void forwardsMeasurements();
     void registersTheDevice();
     void dropsAMeasurementBeforeTheDeviceIsKnown();
     void storesAMeasurementUnderTheDevice();
@@ -72,7 +72,7 @@ void TestLocalStorageHandler::opensTheStore()
     QCOMPARE(store.calls, QStringList{QStringLiteral("open")});
 }
 
-void TestLocalStorageHandler::passesMeasurementsOn()
+void TestLocalStorageHandler::forwardsMeasurements()
 {
     FakeLocalStorage store;
     store.measurementsResult.resize(2);

@@ -24,11 +24,6 @@ QDateTime at(qint64 milliseconds)
     return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
 }
 
-MeasurementValue valid(const char *name, double value)
-{
-    return {QString::fromUtf8(name), true, value};
-}
-
 MeasurementValue notAvailable(const char *name)
 {
     return {QString::fromUtf8(name), false, 0.0};
@@ -54,15 +49,6 @@ QStringList textOf(const QVector<StoredMeasurement> &measurements)
                 + textOf(measurement.values);
     }
     return texts;
-}
-
-QStringList texts(std::initializer_list<const char *> words)
-{
-    QStringList result;
-    for (const char *word : words) {
-        result << QString::fromUtf8(word);
-    }
-    return result;
 }
 
 QStringList caughtDebugLines;
@@ -107,7 +93,7 @@ private slots:
     void addsATypeEachTimeItIsAsked();
     void storesValidValuesInOrder();
     void storesNothingForWhatIsNotAvailable();
-    void tellsNamesApartByCase();
+    void distinguishesNamesByCase();
     void storesValuesUnrounded_data();
     void storesValuesUnrounded();
     void commitsEachStatement();
@@ -118,15 +104,15 @@ private slots:
     void ignoresRangesOfUnknownDevices();
 
     void readsTheMetadataOfADevice();
-    void takesAnUnknownStateForWarmingUp_data();
-    void takesAnUnknownStateForWarmingUp();
+    void treatsAnUnknownStateAsWarmingUp_data();
+    void treatsAnUnknownStateAsWarmingUp();
     void readsTheTypesOfADevice();
 
     void includesBothEndsOfTheRange_data();
     void includesBothEndsOfTheRange();
     void comparesTimesInUtc_data();
     void comparesTimesInUtc();
-    void tellsTheRepeatedHourApart();
+    void distinguishesTheRepeatedHour();
     void returnsMeasurementsInTheOrderOfStoring();
     void returnsOnlyTheDeviceAskedFor();
     void keepsMeasurementsWithMissingValues();
@@ -324,7 +310,7 @@ void TestLocalStorageSqlite::storesNothingForWhatIsNotAvailable()
     QCOMPARE(textOf(store().measurements(at(5), at(5), 1)), texts({"5: "}));
 }
 
-void TestLocalStorageSqlite::tellsNamesApartByCase()
+void TestLocalStorageSqlite::distinguishesNamesByCase()
 {
     addMeasurement(0, {valid("no2", 1.0), valid("NO2", 2.0), valid("no2", 3.0)});
     QCOMPARE(m_fixture->rows("select id, name from measurement_type order by id"),
@@ -440,7 +426,7 @@ void TestLocalStorageSqlite::readsTheMetadataOfADevice()
     QVERIFY(store().measurementMetadata(3).isEmpty());
 }
 
-void TestLocalStorageSqlite::takesAnUnknownStateForWarmingUp_data()
+void TestLocalStorageSqlite::treatsAnUnknownStateAsWarmingUp_data()
 {
     QTest::addColumn<int>("number");
     QTest::addRow("5") << 5;
@@ -448,7 +434,7 @@ void TestLocalStorageSqlite::takesAnUnknownStateForWarmingUp_data()
     QTest::addRow("large") << 1000000;
 }
 
-void TestLocalStorageSqlite::takesAnUnknownStateForWarmingUp()
+void TestLocalStorageSqlite::treatsAnUnknownStateAsWarmingUp()
 {
     QFETCH(int, number);
     addMeasurement(0, {});
@@ -525,7 +511,7 @@ void TestLocalStorageSqlite::comparesTimesInUtc()
     }
 }
 
-void TestLocalStorageSqlite::tellsTheRepeatedHourApart()
+void TestLocalStorageSqlite::distinguishesTheRepeatedHour()
 {
     const TimeZoneScope scope("Europe/Helsinki");
     const QDateTime first(QDate(2023, 10, 29), QTime(0, 30), Qt::UTC);

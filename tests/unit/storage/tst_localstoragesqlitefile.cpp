@@ -44,11 +44,6 @@ bool writeFile(const QString &path, const QByteArray &bytes)
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
-MeasurementValue valid(const char *name, double value)
-{
-    return {QString::fromUtf8(name), true, value};
-}
-
 /// A store that never gets a new measurement type.
 class StoreWithoutNewTypes : public LocalStorageSqlite
 {
@@ -76,7 +71,7 @@ private slots:
     void closesTheDatabaseWhenItEnds();
     void createsTheFourTables();
     void startsEmpty();
-    void takesAnExistingFileAsItIs();
+    void doesNotCheckAnExistingFile();
     void knowsTheTypesOfAnExistingFile();
     void opensTheSameFileTwice();
     void refusesAFileThatIsNoStore_data();
@@ -105,8 +100,8 @@ private slots:
     void returnsMeasurementsWithoutTheirValues();
     void reportsALockedFile();
 
-    void sendsEachStatementToTheLetter_data();
-    void sendsEachStatementToTheLetter();
+    void sendsEachStatementExactly_data();
+    void sendsEachStatementExactly();
 
 private:
     LocalStorageSqlite &store() { return m_fixture->store(); }
@@ -149,7 +144,7 @@ void TestLocalStorageSqliteFile::createsTheFourTables()
     // Neither index, view nor version.
     QCOMPARE(m_fixture->rows("select name from sqlite_master where type <> 'table'"),
              QStringList());
-    QCOMPARE(m_fixture->rows("pragma user_version"), QStringList{QStringLiteral("0")});
+    QCOMPARE(m_fixture->rows("pragma user_version"), texts({"0"}));
 }
 
 void TestLocalStorageSqliteFile::startsEmpty()
@@ -158,7 +153,7 @@ void TestLocalStorageSqliteFile::startsEmpty()
     for (const char *table :
          {"device", "measurement_type", "measurement_metadata", "measurement_value"}) {
         const QByteArray sql = QByteArray("select count(*) from ") + table;
-        QCOMPARE(m_fixture->rows(sql.constData()), QStringList{QStringLiteral("0")});
+        QCOMPARE(m_fixture->rows(sql.constData()), texts({"0"}));
     }
     QVERIFY(store().devices().isEmpty());
     QVERIFY(store().measurementMetadata(1).isEmpty());
@@ -167,7 +162,7 @@ void TestLocalStorageSqliteFile::startsEmpty()
     QVERIFY(store().measurements(QDateTime::fromSecsSinceEpoch(0), now, 1).isEmpty());
 }
 
-void TestLocalStorageSqliteFile::takesAnExistingFileAsItIs()
+void TestLocalStorageSqliteFile::doesNotCheckAnExistingFile()
 {
     QVERIFY(m_fixture->open());
     unsigned id = 0;
@@ -178,7 +173,7 @@ void TestLocalStorageSqliteFile::takesAnExistingFileAsItIs()
     QVERIFY(m_fixture->open());
     QCOMPARE(store().devices().size(), 1);
     QCOMPARE(m_fixture->rows("select count(*) from sqlite_master where name='measurement_value'"),
-             QStringList{QStringLiteral("0")});
+             texts({"0"}));
 }
 
 void TestLocalStorageSqliteFile::knowsTheTypesOfAnExistingFile()
@@ -189,9 +184,9 @@ void TestLocalStorageSqliteFile::knowsTheTypesOfAnExistingFile()
     QVERIFY(m_fixture->open());
     store().addMeasurementValues(2, {valid("H", 3.0)});
     QCOMPARE(m_fixture->rows("select id, name from measurement_type order by id"),
-             (QStringList{QStringLiteral("1|T"), QStringLiteral("2|H")}));
+             texts({"1|T", "2|H"}));
     QCOMPARE(m_fixture->rows("select measurement_type_id from measurement_value order by id"),
-             (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("2")}));
+             texts({"1", "2", "2"}));
 }
 
 void TestLocalStorageSqliteFile::opensTheSameFileTwice()
@@ -200,10 +195,8 @@ void TestLocalStorageSqliteFile::opensTheSameFileTwice()
     store().addMeasurementValues(1, {valid("T", 1.0)});
     QVERIFY(m_fixture->open());
     store().addMeasurementValues(1, {valid("T", 2.0)});
-    QCOMPARE(m_fixture->rows("select name from measurement_type"),
-             QStringList{QStringLiteral("T")});
-    QCOMPARE(m_fixture->rows("select value from measurement_value order by id"),
-             (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
+    QCOMPARE(m_fixture->rows("select name from measurement_type"), texts({"T"}));
+    QCOMPARE(m_fixture->rows("select value from measurement_value order by id"), texts({"1", "2"}));
 }
 
 void TestLocalStorageSqliteFile::refusesAFileThatIsNoStore_data()
@@ -283,7 +276,7 @@ void TestLocalStorageSqliteFile::opensAnotherFileAfterAFailure()
     QVERIFY(m_fixture->open());
     unsigned id = 0;
     QVERIFY(store().addDevice({{}, {}, QStringLiteral("S1"), {}}, id));
-    QCOMPARE(m_fixture->rows("select serial from device"), QStringList{QStringLiteral("S1")});
+    QCOMPARE(m_fixture->rows("select serial from device"), texts({"S1"}));
     QCOMPARE(QFileInfo(empty).size(), 0);
 }
 
@@ -298,10 +291,10 @@ void TestLocalStorageSqliteFile::keepsTheTypesOfTheFileBefore()
     QCOMPARE(SqliteStoreFixture::rowsOf(other,
                                         QStringLiteral("select id, name "
                                                        "from measurement_type")),
-             QStringList{QStringLiteral("1|H")});
+             texts({"1|H"}));
     QCOMPARE(SqliteStoreFixture::rowsOf(
                  other, QStringLiteral("select measurement_type_id, value from measurement_value")),
-             (QStringList{QStringLiteral("1|2"), QStringLiteral("1|3")}));
+             texts({"1|2", "1|3"}));
 }
 
 void TestLocalStorageSqliteFile::reportsASchemaThatCannotBeCreated()
@@ -396,8 +389,7 @@ void TestLocalStorageSqliteFile::opensAgainAfterClose()
     store().close();
     store().close();
     QVERIFY(m_fixture->open());
-    QCOMPARE(m_fixture->rows("select count(*) from measurement_value"),
-             QStringList{QStringLiteral("1")});
+    QCOMPARE(m_fixture->rows("select count(*) from measurement_value"), texts({"1"}));
 }
 
 void TestLocalStorageSqliteFile::reportsThatAddingFails_data()
@@ -447,14 +439,12 @@ void TestLocalStorageSqliteFile::goesOnAfterATypeThatCannotBeAdded()
     }
     store().addMeasurementValues(
         1, {valid("H", 1.0), valid("T", 2.0), valid("P", 3.0), valid("T", 4.0)});
-    QCOMPARE(m_fixture->rows("select value from measurement_value order by id"),
-             (QStringList{QStringLiteral("2"), QStringLiteral("4")}));
+    QCOMPARE(m_fixture->rows("select value from measurement_value order by id"), texts({"2", "4"}));
 
     // A name that failed is not remembered.
     m_fixture->rows("drop trigger no_types");
     store().addMeasurementValues(1, {valid("H", 5.0)});
-    QCOMPARE(m_fixture->rows("select name from measurement_type order by id"),
-             (QStringList{QStringLiteral("T"), QStringLiteral("H")}));
+    QCOMPARE(m_fixture->rows("select name from measurement_type order by id"), texts({"T", "H"}));
 }
 
 void TestLocalStorageSqliteFile::asksForNewTypesThroughTheInterface()
@@ -465,7 +455,7 @@ void TestLocalStorageSqliteFile::asksForNewTypesThroughTheInterface()
         QVERIFY(store.open(QStringLiteral(":memory:")));
         QTest::ignoreMessage(QtWarningMsg, "Failed to resolve measurement type T");
         store.addMeasurementValues(1, {valid("T", 1.0), {QStringLiteral("H"), false, 0.0}});
-        QCOMPARE(store.asked, QStringList{QStringLiteral("T")});
+        QCOMPARE(store.asked, texts({"T"}));
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
 }
@@ -477,8 +467,7 @@ void TestLocalStorageSqliteFile::goesOnAfterAValueThatCannotBeAdded()
                     "when new.value = 2 begin select raise(abort, 'no twos'); end");
     expectFailure("adding measurement values", "no twos");
     store().addMeasurementValues(1, {valid("T", 1.0), valid("H", 2.0), valid("P", 3.0)});
-    QCOMPARE(m_fixture->rows("select value from measurement_value order by id"),
-             (QStringList{QStringLiteral("1"), QStringLiteral("3")}));
+    QCOMPARE(m_fixture->rows("select value from measurement_value order by id"), texts({"1", "3"}));
 }
 
 void TestLocalStorageSqliteFile::keepsTheMeasurementWhoseValuesFailed()
@@ -581,7 +570,7 @@ void TestLocalStorageSqliteFile::reportsALockedFile()
     QCOMPARE(id, 1U);
 }
 
-void TestLocalStorageSqliteFile::sendsEachStatementToTheLetter_data()
+void TestLocalStorageSqliteFile::sendsEachStatementExactly_data()
 {
     QTest::addColumn<int>("index");
     QTest::addColumn<QString>("bound");
@@ -625,7 +614,7 @@ void TestLocalStorageSqliteFile::sendsEachStatementToTheLetter_data()
         ":device_id uint, :timestamp_from qlonglong, :timestamp_to qlonglong");
 }
 
-void TestLocalStorageSqliteFile::sendsEachStatementToTheLetter()
+void TestLocalStorageSqliteFile::sendsEachStatementExactly()
 {
     QFETCH(int, index);
     QFETCH(QString, bound);
