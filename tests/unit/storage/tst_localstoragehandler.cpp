@@ -153,6 +153,10 @@ void TestLocalStorageHandler::storesAMeasurementUnderTheDevice()
     QVERIFY(values.values.at(0).valid);
     QCOMPARE(values.values.at(1).name, QStringLiteral("H"));
     QVERIFY(!values.values.at(1).valid);
+
+    handler.addMeasurements(metadataAt(2), {});
+    QCOMPARE(store.addedMeasurements.size(), 2);
+    QVERIFY(store.addedValues.at(1).values.isEmpty());
 }
 
 void TestLocalStorageHandler::storesNoValuesWithoutTheirMeasurement()
