@@ -7,7 +7,7 @@
 #include <QtCore/QDateTime>
 #include <QtWidgets/QWidget>
 
-/// The chart widget that a form places: forwards everything to the chart behind it.
+/// The chart widget for forms; forwards everything to its GraphQt.
 class Graph : public QWidget
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ class Graph : public QWidget
 public:
     explicit Graph(QWidget *parent = nullptr);
 
-    /// Begins a series of changes. Nothing needs it yet; another chart behind this one may.
+    /// Begins a series of changes. Has no effect with GraphQt; another back end may need it.
     void beginUpdate();
 
     /// Stores the bounds of the time axis for the next clear().

@@ -2,9 +2,11 @@
 #include "graph/graphqt.h"
 
 #include <QtCharts/QChart>
+#include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QLegend>
 #include <QtCharts/QLegendMarker>
 #include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
 #include <QtCore/QPointF>
 #include <QtGui/QPainter>
 #include <QtGui/QPen>
@@ -70,7 +72,7 @@ void GraphQt::setValueRange(double minimum, double maximum)
 
 void GraphQt::clear()
 {
-    // At first this is the chart that the view was born with, which setChart() lets go of as well.
+    // The first one is the chart that the view was constructed with; setChart() releases it too.
     QtCharts::QChart *oldChart = chart();
     m_chart = new QtCharts::QChart;
     m_chart->layout()->setContentsMargins(0, 0, 0, 0);
@@ -102,8 +104,8 @@ void GraphQt::addSeries(const GraphSeries &series)
     pen.setWidth(linePixels);
     line->setPen(pen);
 
-    // Each step below strokes a filled line anew, so the points come last. Only where an axis has
-    // no range they come first: such an axis takes its range from the line that is attached.
+    // Each step below draws a filled line again, so the points come last. Only an axis that, by its
+    // own test, has no range needs them first: it takes its range from the line.
     const bool pointsLast = axesHaveRange();
     if (!pointsLast) {
         line->replace(chartPoints(series.points));
@@ -116,8 +118,8 @@ void GraphQt::addSeries(const GraphSeries &series)
     line->attachAxis(m_valueAxis);
     if (pointsLast) {
         if (m_chart->series().size() == 1) {
-            // With a name in the legend the plot takes the place that it keeps; when it took it
-            // later, all lines would be stroked once more.
+            // The first name in the legend moves the plot. Afterwards, that would draw every line
+            // again.
             m_chart->layout()->activate();
         }
         line->replace(chartPoints(series.points));

@@ -4,14 +4,17 @@
 #include "graph/graphseries.h"
 
 #include <QtCharts/QChartView>
-#include <QtCharts/QDateTimeAxis>
-#include <QtCharts/QValueAxis>
 #include <QtCore/QDateTime>
 
-/// Lines over time, drawn by Qt's charts.
+namespace QtCharts {
+class QDateTimeAxis;
+class QValueAxis;
+} // namespace QtCharts
+
+/// Lines over time, drawn by Qt Charts.
 ///
-/// Each clear() builds a whole new chart, so that nobody keeps books of the series; the chart, its
-/// axes and its series belong to this view.
+/// Each clear() builds a new chart, so that no series need to be tracked. The view owns the chart,
+/// its axes and its series.
 class GraphQt : public QtCharts::QChartView
 {
     Q_OBJECT
@@ -26,14 +29,15 @@ public:
     /// Stores the bounds of the time axis; they take effect at the next clear().
     void setTimeRange(const QDateTime &from, const QDateTime &to);
 
-    /// Stores the bounds of the value axis; they take effect at the next clear(). What becomes of
-    /// equal or crossed bounds is left to the axis.
+    /// Stores the bounds of the value axis; they take effect at the next clear(). The axis decides
+    /// what equal or crossed bounds mean.
     void setValueRange(double minimum, double maximum);
 
-    /// Puts a new chart with the stored ranges in place of the present one, which is destroyed.
+    /// Replaces the chart by a new one with the stored ranges and destroys the old one.
     void clear();
 
-    /// Draws @p series in the present chart; to be called after the first clear().
+    /// Draws @p series in the present chart, with its name shown literally in the legend. Requires
+    /// a clear() before.
     void addSeries(const GraphSeries &series);
 
     /// Nothing to do for this back end.

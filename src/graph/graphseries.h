@@ -9,15 +9,14 @@
 /// One point of a line in the chart.
 struct GraphPoint
 {
-    /// In which moment which value, in the unit of the value axis.
-    QDateTime time;
-    double value = 0.0;
+    QDateTime time; ///< position on the time axis
+    double value = 0.0; ///< in the unit of the value axis
 };
 
-/// One line in the chart, with its points in the order in which they are joined.
+/// One line in the chart; its points are joined in their order.
 struct GraphSeries
 {
-    QString name; ///< what the legend calls it
-    QColor color; ///< of the line
+    QString name; ///< shown in the legend; not escaped
+    QColor color; ///< colour of the line
     QVector<GraphPoint> points; ///< may be empty
 };

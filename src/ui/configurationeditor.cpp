@@ -10,8 +10,8 @@ namespace {
 
 enum Column { NameColumn, AliasColumn, ValueColumn, ColumnCount };
 
-// One past the last column, so that the delegate is never asked: values stay free text, and what
-// the user types reaches the device unchecked.
+// Quirk: one past the last column, so that no cell gets the editor of its type. Values are free
+// text, and the device judges what the user types.
 constexpr int delegateColumn = 3;
 
 QTableWidgetItem *createReadOnlyItem(const QString &text)
@@ -41,7 +41,7 @@ ConfigurationEditor::ConfigurationEditor(QWidget *parent)
 
 void ConfigurationEditor::setConfiguration(const DeviceConfiguration &configuration)
 {
-    // Qt reports each cell that is put in, and moves a row that is only half filled while it sorts.
+    // Qt reports each new cell, and a sorted table moves a row before all its cells are set.
     const QSignalBlocker blocker(this);
     const bool sorted = isSortingEnabled();
     setSortingEnabled(false);
@@ -59,8 +59,8 @@ void ConfigurationEditor::setConfiguration(const DeviceConfiguration &configurat
 
 void ConfigurationEditor::setConfigurationValue(const QString &name, const QString &value)
 {
-    // All cells are found before the first is written, since a write can move its row under the
-    // sort, and a listener may rebuild the table.
+    // All cells are found before the first is written: a write can move its row in a sorted table,
+    // and a slot connected to valueChanged() may rebuild the table.
     QVector<QPersistentModelIndex> cells;
     for (int row = 0; row < rowCount(); ++row) {
         const QTableWidgetItem *aliasItem = item(row, AliasColumn);
@@ -101,7 +101,7 @@ void ConfigurationEditor::setupColumns()
     setColumnCount(ColumnCount);
     setHorizontalHeaderLabels(
         {QStringLiteral("Name"), QStringLiteral("Alias"), QStringLiteral("Value")});
-    // Kept: the view owns no delegate, so each call leaves one behind.
+    // Quirk: no view owns a delegate and nothing deletes it, so each model adds one.
     setItemDelegateForColumn(delegateColumn, new ConfigurationItemDelegate(nullptr));
 }
 

@@ -9,7 +9,7 @@
 
 /// The settings of the model, one row each; the only place where their current values live.
 ///
-/// A row is known by its alias, the device's variable. Values are free text without limits: the
+/// The key of a row is its alias, the device's variable. Values are free text without limits: the
 /// device judges them.
 class ConfigurationEditor : public QTableWidget
 {
@@ -19,11 +19,11 @@ public:
     explicit ConfigurationEditor(QWidget *parent);
 
     /// Rebuilds the rows from the settings of @p configuration, with empty values and without a
-    /// report. A table that sorts goes on sorting; its rows then stand in the order of the sort.
+    /// signal. Sorting stays as it is.
     void setConfiguration(const DeviceConfiguration &configuration);
 
-    /// Shows @p value in every row with the alias @p name; reported like a user's edit while the
-    /// editor is enabled. A name without a row is ignored.
+    /// Shows @p value in every row with the alias @p name. Emits valueChanged() like a user's edit
+    /// while the editor is enabled. A name without a row is ignored.
     void setConfigurationValue(const QString &name, const QString &value);
 
     /// The aliases, from the top.

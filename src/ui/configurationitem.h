@@ -13,14 +13,11 @@ enum class ConfigurationItemType {
 /// One setting of a model.
 struct ConfigurationItem
 {
-    QString group; ///< the group that it stands in; not shown
+    QString group; ///< the group in settings.xml; not shown
     QString name; ///< label
     QString alias; ///< the device's variable, the key by which the program speaks of the setting
 
-    /// The range of a number; for a text max is its greatest length.
-    float min = 0.0F;
-    float max = 0.0F;
-
-    /// What the editor of the value is made for.
-    ConfigurationItemType type = ConfigurationItemType::Text;
+    float min = 0.0F; ///< smallest number; not used for a text
+    float max = 0.0F; ///< largest number; the greatest length of a text, when above 0
+    ConfigurationItemType type = ConfigurationItemType::Text; ///< kind of the value
 };

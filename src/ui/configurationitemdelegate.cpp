@@ -12,7 +12,7 @@
 
 namespace {
 
-// Toward zero; a bound that no int can hold becomes the nearest one.
+// Rounds toward zero. A bound outside the range of int becomes the nearest int.
 int toInt(float value)
 {
     using Limits = std::numeric_limits<int>;

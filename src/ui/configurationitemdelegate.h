@@ -3,14 +3,14 @@
 
 #include <QtWidgets/QItemDelegate>
 
-/// What rides on the value cell of a setting.
+/// Item data of the value cell of a setting.
 namespace ConfigurationRole {
 constexpr int type = Qt::UserRole + 1; ///< ConfigurationItemType as int
 constexpr int min = Qt::UserRole + 2; ///< float
 constexpr int max = Qt::UserRole + 3; ///< float; for a text its greatest length, when above 0
 } // namespace ConfigurationRole
 
-/// Makes the editor that fits the type and the range of a setting.
+/// Creates the editor that fits the type and the range of a setting.
 class ConfigurationItemDelegate : public QItemDelegate
 {
     Q_OBJECT

@@ -31,7 +31,8 @@ bool ConfigurationLoader::readDevices(QMap<QString, DeviceConfiguration> &device
             return false;
         }
     }
-    // A stranger or a nameless device ends the list in silence; the models behind it are not read.
+    // Quirk: an unknown element or a device without a name ends parsing without an error; the
+    // models after it are not read.
     const QString deviceElement = QStringLiteral("Device");
     const QString nameAttribute = QStringLiteral("name");
     while (m_reader.readNextStartElement() && isElement(deviceElement)
@@ -46,8 +47,8 @@ bool ConfigurationLoader::readDevices(QMap<QString, DeviceConfiguration> &device
     return true;
 }
 
-// A stranger is neither read nor skipped here and in a configuration: its children count as
-// children of the element around it, and its end ends the list.
+// Quirk: an unknown element is neither read nor skipped here and in readConfiguration(). Its
+// children count as children of the enclosing element, and its end tag ends that element's list.
 bool ConfigurationLoader::readDevice(DeviceConfiguration &device)
 {
     while (m_reader.readNextStartElement()) {
@@ -122,7 +123,7 @@ bool ConfigurationLoader::readMeasurements(DeviceConfiguration &device)
 
 bool ConfigurationLoader::readMeasurement(DeviceConfiguration &device)
 {
-    // The message speaks of "MeasurementItem", not of the element's own name: kept.
+    // Quirk: the message says "MeasurementItem" instead of the element's name, "Measurement".
     if (!hasAttributes(SettingsSpellings::requiredOfMeasurement(),
                        QStringLiteral("MeasurementItem"))) {
         return false;
@@ -134,17 +135,21 @@ bool ConfigurationLoader::readMeasurement(DeviceConfiguration &device)
         item.displayName = item.name;
     }
     const QString type = attributeText(QStringLiteral("type")).toLower();
-    if (!SettingsSpellings::measurementTypes().contains(type)) {
+    const auto &types = SettingsSpellings::measurementTypes();
+    const auto knownType = types.constFind(type);
+    if (knownType == types.constEnd()) {
         qWarning() << "Unable to parse measurement type" << type;
         return false;
     }
-    item.type = SettingsSpellings::measurementTypes().value(type);
+    item.type = *knownType;
     const QString unit = attributeText(QStringLiteral("unit")).toLower();
-    if (!SettingsSpellings::measurementUnits().contains(unit)) {
+    const auto &units = SettingsSpellings::measurementUnits();
+    const auto knownUnit = units.constFind(unit);
+    if (knownUnit == units.constEnd()) {
         qWarning() << "Unable to parse unit" << unit;
         return false;
     }
-    item.unit = SettingsSpellings::measurementUnits().value(unit);
+    item.unit = *knownUnit;
     const QXmlStreamAttributes attributes = m_reader.attributes();
     const QStringRef multiplier = attributes.value(QStringLiteral("conversionMultiplier"));
     item.conversionMultiplier = multiplier.isNull() ? 1.0 : multiplier.toDouble();

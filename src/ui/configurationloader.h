@@ -10,8 +10,8 @@
 
 /// Reads settings.xml, the description of the models. Lives for one load.
 ///
-/// Malformed XML is not a failure of its own: it reads like the end of the current element, so that
-/// a file that is cut off gives what stood in it up to there.
+/// Malformed XML is not an error of its own: it counts as the end of the current element, so a
+/// truncated file gives everything up to that point.
 class ConfigurationLoader
 {
 public:

@@ -6,10 +6,9 @@
 
 #include <QtCore/QVector>
 
-/// What a model has: its settings and its measurements, each in the order of the file.
+/// The settings and the measurements of a model, each in the order of the file.
 struct DeviceConfiguration
 {
-    /// In the order of the file.
-    QVector<ConfigurationItem> configurationItems;
-    QVector<MeasurementItem> measurementItems;
+    QVector<ConfigurationItem> configurationItems; ///< shown in the configuration editor
+    QVector<MeasurementItem> measurementItems; ///< shown in the table, the graph and exports
 };

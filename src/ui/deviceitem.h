@@ -7,7 +7,7 @@
 /// A device's identity as properties, ready to be bound to a view. Nothing creates one yet: the
 /// identity travels in DeviceDetails.
 ///
-/// Each setter assigns and reports, also where the value stays the same.
+/// Each setter emits its signal, also when the value stays the same.
 class DeviceItem : public QObject
 {
     Q_OBJECT
@@ -21,23 +21,29 @@ public:
     explicit DeviceItem(QObject *parent = nullptr);
 
     /// The identity as it was last set; empty before.
+    /// @{
     QString serialNumber() const { return m_serialNumber; }
     QString modelNumber() const { return m_modelNumber; }
     QString swVersion() const { return m_swVersion; }
     QString hwVersion() const { return m_hwVersion; }
+    /// @}
 
-    /// Takes the new value and reports it.
+    /// Sets the value and emits its signal.
+    /// @{
     void setSerialNumber(const QString &newValue);
     void setModelNumber(const QString &newValue);
     void setSwVersion(const QString &newValue);
     void setHwVersion(const QString &newValue);
+    /// @}
 
 signals:
-    /// The value was set, to the same or another.
+    /// The value was set, possibly to the same.
+    /// @{
     void serialNumberChanged(QString newValue);
     void modelNumberChanged(QString newValue);
     void swVersionChanged(QString newValue);
     void hwVersionChanged(QString newValue);
+    /// @}
 
 private:
     QString m_serialNumber;

@@ -17,19 +17,19 @@ namespace Ui {
 class ExportMeasurementsToCsvDialog;
 }
 
-/// Asks which stored measurements to export: a device, a period and a set of types. It only asks
-/// and validates nothing.
+/// Lets the user choose which stored measurements to export: a device, a period and a set of types.
+/// Validates nothing.
 class ExportMeasurementsToCsvDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// @p localStorage is not owned and must not be null. The period is the present moment at
-    /// first.
+    /// @p localStorage is not owned and must not be null. Both ends of the period start at the
+    /// present moment.
     ExportMeasurementsToCsvDialog(LocalStorage *localStorage, QWidget *parent);
     ~ExportMeasurementsToCsvDialog() override;
 
-    /// Sets where the names to show come from; takes effect with the next list of types.
+    /// Sets the measurements with their display names, for the next list of types.
     void setMeasurementItems(const QVector<MeasurementItem> &items);
 
     /// Adds the devices of the store and lists the types of the first one, all checked.
@@ -45,15 +45,19 @@ public:
     QMap<unsigned, QString> selectedMeasurementTypes();
 
     /// Bounds of the period, in UTC and not compared.
+    /// @{
     QDateTime fromDate();
     QDateTime toDate();
+    /// @}
 
     /// Serial numbers of all devices listed.
     QStringList deviceSerialNumbers();
 
-    /// Where the export is to go. Nothing uses it yet.
+    /// The file to export to. Nothing uses it yet.
+    /// @{
     void setFileName(const QString &fileName);
     QString fileName();
+    /// @}
 
 private slots:
     void onDeviceChanged(int index);

@@ -8,9 +8,8 @@
 /// What the user chose to export. Times are in UTC.
 struct ExportSelection
 {
-    /// The period, both ends included, and the store's number for the device.
-    QDateTime from;
-    QDateTime to;
-    unsigned deviceId = 0;
+    QDateTime from; ///< start of the period, included
+    QDateTime to; ///< end of the period, included
+    unsigned deviceId = 0; ///< the store's id of the device
     QMap<unsigned, QString> measurementTypes; ///< type id to raw name
 };

@@ -7,16 +7,11 @@
 /// What the graph dialog opens with and gives back when it closes. Times are in UTC.
 struct GraphSettings
 {
-    /// The period.
-    QDateTime from;
-    QDateTime to;
+    QDateTime from; ///< start of the period
+    QDateTime to; ///< end of the period
     QStringList measurementTypes; ///< raw names of the ticked measurements
-
-    /// Whether the bounds below are in force, and whether the period ends at the present moment.
-    bool manualRange = false;
-    bool showLatest = true;
-
-    /// The bounds of the value axis, in the unit shown.
-    double minimum = 0.0;
-    double maximum = 0.0;
+    bool manualRange = false; ///< whether minimum and maximum apply
+    bool showLatest = true; ///< whether the period ends at the present moment
+    double minimum = 0.0; ///< lower bound of the value axis, in the unit shown
+    double maximum = 0.0; ///< upper bound of the value axis, in the unit shown
 };

@@ -66,7 +66,7 @@ MainWindow::MainWindow(QWidget *parent)
     , m_waitDialog(nullptr)
     , m_graph(nullptr)
 {
-    // Listeners connect by name, and a queued one needs the name of the type too.
+    // The controller connects by name, and a queued connection needs the name of the type.
     qRegisterMetaType<WaitDialogReason>("WaitDialogReason");
     m_ui->setupUi(this);
     for (QDialog *dialog :
@@ -76,7 +76,8 @@ MainWindow::MainWindow(QWidget *parent)
     sizeByFont(m_ui->configuration);
     sizeByFont(m_ui->measurements);
     connectWidgets();
-    // Wired, but out of the user's reach for now.
+    // Quirk: backup and restore are complete but not offered, as a restore does not invert a
+    // backup.
     m_ui->backupEepromButton->hide();
     m_ui->restoreEepromButton->hide();
     m_ui->eepromLabel->hide();
@@ -95,7 +96,8 @@ void MainWindow::connectWidgets()
 
     onClick(m_ui->writeToEepromButton, &MainWindow::writeToEepromClicked);
     onClick(m_ui->connectButton, &MainWindow::onConnectClicked);
-    // Before the clock: setting it reads the device anew first, and the order matters.
+    // Quirk: "Set to UTC" reads the device first. The reply to that reading closes the wait dialog,
+    // so this connection precedes the one to synchronizeClockClicked().
     onClick(m_ui->syncClockButton, &MainWindow::synchronizeClicked);
     onClick(m_ui->disconnectButton, &MainWindow::disconnectClicked);
     onClick(m_ui->syncClockButton, &MainWindow::synchronizeClockClicked);
@@ -241,6 +243,7 @@ void MainWindow::setMeasurementState(MeasurementState state)
         {MeasurementState::NotStabilized, tr("Device has not stabilized yet")},
         {MeasurementState::HardwareError, tr("Device has hardware error")},
     };
+    // Quirk: black or red on the background of any theme, also a dark one.
     const bool ready = state == MeasurementState::Ready;
     m_ui->statusBar->setStyleSheet(ready ? QStringLiteral("QStatusBar { color : green; }")
                                          : QStringLiteral("QStatusBar { color : red; }"));
@@ -262,13 +265,14 @@ void MainWindow::selectPortIndex(int index)
 void MainWindow::refreshPorts(const QString &preferredPort)
 {
     QVector<Port> ports = availablePorts();
-    // By code units, so that COM10 stands before COM2.
+    // Quirk: by code units, so COM10 comes before COM2.
     std::sort(ports.begin(), ports.end(),
               [](const Port &left, const Port &right) { return left.name < right.name; });
     int selected = 0;
     int index = 0;
     for (const Port &port : qAsConst(ports)) {
         addPort(portLabel(port.name, port.description), port.location);
+        // Quirk: a name that occurs anywhere in the stored text matches, and the last match wins.
         if (preferredPort.indexOf(port.name) != -1) {
             selected = index;
         }
@@ -301,6 +305,7 @@ void MainWindow::setMeasurementItems(const QVector<MeasurementItem> &items)
 
 void MainWindow::setPollutantUnitIndex(int index)
 {
+    // Quirk: emitted twice for a new index, first through the combo box.
     m_ui->unit->setCurrentIndex(index);
     emit pollutantUnitIndexChanged(index);
 }
@@ -431,7 +436,7 @@ QString MainWindow::selectedPort()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    // The dialogs have no parent that would take them along.
+    // The dialogs have no parent that would close them.
     m_graph.close();
     m_waitDialog.close();
     QWidget::closeEvent(event);

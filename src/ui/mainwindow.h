@@ -16,10 +16,10 @@ namespace Ui {
 class MainWindow;
 }
 
-/// The one top-level window. It decides nothing: each button says by a signal what the user wants,
-/// and each change on screen comes through an operation of MainWindowInterface.
+/// The top-level window. It makes no decisions: each button emits a signal, and each change on
+/// screen is made by an operation of MainWindowInterface.
 ///
-/// The wait dialog and the graph dialog are windows of their own that live as long as this one.
+/// Owns the wait dialog and the graph dialog, which are windows without a parent.
 class MainWindow : public QMainWindow, public MainWindowInterface
 {
     Q_OBJECT
@@ -81,47 +81,44 @@ public:
     QString selectedPort() override;
 
 signals:
-    /// A button was clicked; the name tells which.
-    void synchronizeClicked();
+    void synchronizeClicked(); ///< "Synchronize" or, first, "Set to UTC" was clicked
 
-    /// @p portName is the location of the port chosen in the list, or empty without one.
+    /// "Connect" was clicked. @p portName is the location of the selected port, empty without one.
     void connectClicked(QString portName);
 
-    /// A button was clicked; the name tells which.
-    void disconnectClicked();
+    void disconnectClicked(); ///< "Disconnect" was clicked
 
     /// The value of the setting @p name is now @p newValue in the configuration editor.
     void valueChanged(QString name, QString newValue);
 
-    /// A button was clicked; the name tells which.
-    void startReadingLogClicked();
-    void showGraphClicked();
+    void startReadingLogClicked(); ///< "Read" was clicked
+    void showGraphClicked(); ///< "Show graph" was clicked
 
     /// The wait dialog was cancelled or closed; @p reason is the one last shown.
     void waitDialogCancelled(WaitDialogReason reason);
 
-    /// A button was clicked; the name tells which.
-    void eraseLogClicked();
-    void writeToEepromClicked();
-    void loadSettingsClicked();
-    void exportLocalMeasurementsToCsvClicked();
-    void synchronizeClockClicked();
+    void eraseLogClicked(); ///< "Clear" was clicked
+    void writeToEepromClicked(); ///< "Write to eeprom" was clicked
+    void loadSettingsClicked(); ///< "Load settings" was clicked
+    void exportLocalMeasurementsToCsvClicked(); ///< "Export to csv" was clicked
+    void synchronizeClockClicked(); ///< "Set to UTC" was clicked, after synchronizeClicked()
 
-    /// @p index is the unit selector's when the user or the operation changed it, and then once
-    /// more what the operation asked for, whether or not the selector knows such an index.
+    /// @p index is the index now selected, by the user or by the operation. The operation then
+    /// emits once more the index it was called with, even if the selector has no such index.
+    /// @{
     void pollutantUnitIndexChanged(int index);
     void temperatureUnitIndexChanged(int index);
+    /// @}
 
-    /// The graph dialog has closed; graphSettings() still tells its choices.
+    /// The graph dialog has closed; graphSettings() still returns its settings.
     void graphDialogClosed();
 
-    /// A button was clicked; the name tells which.
-    void updateFirmwareClicked();
-    void backupEepromClicked();
-    void restoreEepromFromBackupClicked();
+    void updateFirmwareClicked(); ///< "Update firmware" was clicked
+    void backupEepromClicked(); ///< "Backup" was clicked
+    void restoreEepromFromBackupClicked(); ///< "Restore" was clicked
 
 protected:
-    /// What the port list shows of a serial port.
+    /// A serial port as the port list shows it.
     struct Port
     {
         QString name; ///< the short name, as "ttyUSB0" or "COM2"
@@ -129,10 +126,10 @@ protected:
         QString location; ///< what the port is opened by
     };
 
-    /// The ports of this machine, in any order. Tests have others.
+    /// The ports of this machine, in any order; tests override it.
     virtual QVector<Port> availablePorts();
 
-    /// Takes the dialogs along.
+    /// Closes the dialogs too.
     void closeEvent(QCloseEvent *event) override;
 
 private slots:

@@ -19,8 +19,8 @@
 
 /// The controller's whole view of the user interface.
 ///
-/// The object behind it is also a QObject with the signals that MainWindow lists; the controller
-/// connects to them by name. Dialogs and message boxes run a nested event loop: such a call returns
+/// The object is also a QObject with the signals of MainWindow; the controller connects to them by
+/// name. Dialogs and message boxes run a nested event loop: such a call returns
 /// only when the user or a signal has ended the dialog.
 class MainWindowInterface
 {
@@ -33,21 +33,26 @@ public:
     /// Enables the button that reads the log.
     virtual void setReadLogEnabled(bool enabled) = 0;
 
-    /// Shows an Information, Warning or Critical box; any other icon shows nothing.
+    /// Shows @p text literally in an Information, Warning or Critical box; any other icon shows
+    /// nothing.
     virtual void showMessageBox(QMessageBox::Icon icon, const QString &text) = 0;
 
-    /// File and folder dialogs; each returns the choice, or the empty text when cancelled.
+    /// File and folder dialogs; each returns the chosen path, empty when cancelled.
+    /// @{
     virtual QString selectSaveFile(const QString &caption, const QString &path,
                                    const QString &filter) = 0;
     virtual QString selectOpenFile(const QString &caption, const QString &path,
                                    const QString &filter) = 0;
     virtual QString selectDirectory(const QString &caption, const QString &path) = 0;
+    /// @}
 
     /// Shows a part of the device's identity; empty without a device.
+    /// @{
     virtual void setHwVersion(const QString &version) = 0;
     virtual void setSwVersion(const QString &version) = 0;
     virtual void setSerialNumber(const QString &serialNumber) = 0;
     virtual void setModelNumber(const QString &modelNumber) = 0;
+    /// @}
 
     /// Shows the health, 0 to 100 percent; a negative one as not available.
     virtual void setHealth(int percentage) = 0;
@@ -71,10 +76,10 @@ public:
     /// Enables what needs a device, and shows Disconnect in place of Connect.
     virtual void setConnected(bool connected) = 0;
 
-    /// Says in words, and in colour, how far the measurements can be trusted.
+    /// Shows the state as text and as the colour of the measurements.
     virtual void setMeasurementState(MeasurementState state) = 0;
 
-    /// Appends a port to the list: what is shown, and where the port is.
+    /// Appends a port to the list. @p location is what the port is opened by.
     virtual void addPort(const QString &label, const QString &location) = 0;
 
     /// Selects the port at @p index of the list, from 0 up.
@@ -83,26 +88,28 @@ public:
     /// Appends the machine's ports; the last one whose name occurs in @p preferredPort is selected.
     virtual void refreshPorts(const QString &preferredPort) = 0;
 
-    /// Gives the configuration editor the settings of a model, without values.
+    /// Fills the configuration editor with the settings of a model, without values.
     virtual void setConfiguration(const DeviceConfiguration &configuration) = 0;
 
-    /// Gives the table the measurements of a model, without readings.
+    /// Fills the table with the measurements of a model, without readings.
     virtual void setMeasurementItems(const QVector<MeasurementItem> &items) = 0;
 
-    /// Puts a unit selector to @p index and reports the index, also when it has not changed.
+    /// Selects the unit at @p index and emits the index, also when it has not changed.
+    /// @{
     virtual void setPollutantUnitIndex(int index) = 0;
     virtual void setTemperatureUnitIndex(int index) = 0;
+    /// @}
 
     /// Enables the button that connects.
     virtual void setConnectEnabled(bool enabled) = 0;
 
-    /// Shows the wait dialog with a bar from 0 to 100, or turns an open one into that.
+    /// Shows the wait dialog with a bar from 0 to 100, or changes an open one accordingly.
     virtual void showProgressWaitDialog(WaitDialogReason reason, const QString &text) = 0;
 
-    /// Shows the wait dialog with a running bar, or turns an open one into that.
+    /// Shows the wait dialog with a running bar, or changes an open one accordingly.
     virtual void showWaitDialog(WaitDialogReason reason, const QString &text) = 0;
 
-    /// Asks a question with Yes and No; true for Yes alone.
+    /// Asks a question with Yes and No, shown literally; true only for Yes.
     virtual bool askQuestion(const QString &title, const QString &text) = 0;
 
     /// Moves the wait dialog's bar, 0 to 100 percent.
@@ -125,9 +132,9 @@ public:
     /// Fills @p settings from the graph dialog.
     virtual void graphSettings(GraphSettings &settings) = 0;
 
-    /// Shows table and graph in these units from now on.
+    /// Sets the units of the table and the graph.
     virtual void setDisplayOptions(const MeasurementDisplayOptions &options) = 0;
 
-    /// Where the port chosen in the list is; the empty text when the list is empty.
+    /// The location of the port selected in the list; empty when the list is empty.
     virtual QString selectedPort() = 0;
 };

@@ -19,14 +19,14 @@ constexpr int nameRole = Qt::UserRole + 2;
 
 constexpr int valueDecimals = 3;
 
-// In letters; longer names scroll rather than take room from the chart.
+// In characters; longer names scroll instead of narrowing the chart.
 constexpr int longestFullName = 30;
 
-// In heights of a line: the ten upright labels of the time axis, and a legend of two names.
+// In line heights: the ten upright labels of the time axis, and a legend of two names.
 constexpr int leastChartWidth = 27;
 
-// The range of the axis goes this much beyond the values. Kept for negative values too, where the
-// factors pull the bounds inward.
+// The range of the axis exceeds the values by one percent.
+// Quirk: the same factors apply to negative values, where they pull the bounds inward.
 constexpr double minimumFactor = 0.99;
 constexpr double maximumFactor = 1.01;
 
@@ -36,8 +36,8 @@ int randomPastelChannel()
     return (std::rand() % white + white) / 2;
 }
 
-/// The colour of a measurement's line. A name without one gets a random pastel, for the whole run;
-/// the generator is not seeded, so the colours are the same in each run.
+/// The colour of a measurement's line. An unknown name gets a random pastel colour for the whole
+/// run. Quirk: the generator is not seeded, so those colours are the same in each run.
 QColor measurementColor(const QString &name)
 {
     static QHash<QString, QColor> colors{
@@ -60,7 +60,7 @@ QColor measurementColor(const QString &name)
     return colors.insert(name, QColor(red, green, blue)).value();
 }
 
-/// The conversion of one measurement's values, with its item looked up once for all of them.
+/// Converts the values of one measurement to the display unit; looks its item up only once.
 class Converter
 {
 public:
@@ -223,7 +223,7 @@ void MeasurementGraph::endLoading()
 
 void MeasurementGraph::applySelection(const QStringList &measurementTypes)
 {
-    // One drawing for all boxes: a long period takes its time for each line.
+    // The chart is drawn once for all boxes, since each line of a year takes about half a second.
     const QStringList selectedBefore = m_selectedMeasurements;
     m_applyingSelection = true;
     for (int row = 0; row < m_ui->list->count(); ++row) {
@@ -257,7 +257,8 @@ void MeasurementGraph::loadMeasurements()
         return;
     } // GCOVR_EXCL_STOP
     const unsigned deviceId = m_ui->deviceComboBox->currentData(deviceIdRole).toUInt();
-    // The old rows go before the new ones come, so that a long period is never held twice.
+    // Frees the old rows before the new ones are read, so that a long period is in memory only
+    // once.
     m_measurements = {};
     m_measurements = m_localStorage->measurements(fromDate(), toDate(), deviceId);
 }
@@ -283,7 +284,7 @@ void MeasurementGraph::fitListWidth()
 
 void MeasurementGraph::addItem(const QString &name)
 {
-    // Complete before it stands in the list: there each change would count as the user's.
+    // Complete before it is added: a change of an item in the list counts as the user's.
     auto item = std::make_unique<QListWidgetItem>(itemText(name));
     item->setForeground(measurementColor(name));
     item->setData(nameRole, name);
@@ -365,7 +366,7 @@ void MeasurementGraph::reloadGraph()
     chart->beginUpdate();
     updateValueRange();
     chart->setTimeRange(fromDate(), toDate());
-    // The ranges take effect with a new chart only.
+    // The ranges take effect with the next chart.
     chart->clear();
     const QStringList names = measurementNames();
     for (const QString &name : names) {
@@ -394,7 +395,7 @@ bool MeasurementGraph::findValueRange(double &minimum, double &maximum) const
     }
     bool found = false;
     minimum = std::numeric_limits<double>::max();
-    // Kept: the smallest positive number, so that the upper bound never goes below 0.
+    // Quirk: the smallest positive number, so the upper bound is never below 0.
     maximum = std::numeric_limits<double>::min();
     for (const StoredMeasurement &measurement : m_measurements) {
         for (const MeasurementValue &value : measurement.values) {
@@ -454,7 +455,8 @@ void MeasurementGraph::itemChanged(QListWidgetItem *item)
     if (!m_applyingSelection) {
         reloadGraph();
     } else if (m_localStorage != nullptr && item->checkState() == Qt::Unchecked) {
-        // Where nothing stays ticked, the axis keeps the range of the last lines that there were.
+        // With nothing ticked at the end, the axis keeps the range of the lines that were ticked
+        // last.
         updateValueRange();
     }
 }

@@ -21,9 +21,9 @@ class MeasurementGraph;
 
 /// Draws stored measurements over time: a device of the store, a period, the measurements ticked.
 ///
-/// All data comes from the store, which must outlive the dialog's use; a device need not be
-/// connected. The dialog is inert until the first endLoading(). Nothing here fails aloud: without
-/// rows the axes stand alone.
+/// All data comes from the store, which must outlive the use of the dialog; no device needs to be
+/// connected. The dialog does not react to its widgets until the first endLoading(). It reports no
+/// errors: without rows only the axes are drawn.
 class MeasurementGraph : public QDialog
 {
     Q_OBJECT
@@ -32,36 +32,41 @@ public:
     explicit MeasurementGraph(QWidget *parent);
     ~MeasurementGraph() override;
 
-    /// Takes over the units of @p options and redraws.
+    /// Sets the units and redraws.
     void setDisplayOptions(const MeasurementDisplayOptions &options);
 
     /// Sets the bounds of the period; shown in local time.
+    /// @{
     void setFromDate(const QDateTime &date);
     void setToDate(const QDateTime &date);
+    /// @}
 
     /// Sets the bounds of the manual value range, in the unit shown.
+    /// @{
     void setMinimumValue(double value);
     void setMaximumValue(double value);
+    /// @}
 
-    /// Chooses between the bounds of the manual range and those of the values.
+    /// Sets whether the value axis has the manual range or that of the values.
     void setManualRange(bool manual);
 
-    /// Chooses whether the period ends at the present moment.
+    /// Sets whether the period ends at the present moment.
     void setShowLatest(bool latest);
 
     /// Sets the store to read from; not owned.
     void setLocalStorage(LocalStorage *localStorage);
 
-    /// Sets what is known of the measurements: their names and units.
+    /// Sets the measurements with their display names and units.
     void setMeasurementItems(const QVector<MeasurementItem> &items);
 
-    /// Makes the dialog inert until endLoading() and fills the device list from the store.
+    /// Suspends reactions to the widgets until endLoading() and fills the device list from the
+    /// store.
     void beginLoading();
 
     /// Selects the device with the serial number of @p device, without one the first device.
     void selectDevice(const DeviceDetails &device);
 
-    /// Ends what beginLoading() began and draws.
+    /// Resumes reactions to the widgets and draws.
     void endLoading();
 
     /// Ticks exactly the measurements with the raw names @p measurementTypes. A name without an
@@ -72,21 +77,25 @@ public:
     void refresh();
 
     /// Bounds of the period, in UTC; the upper one is the present moment while the latest is shown.
+    /// @{
     QDateTime fromDate();
     QDateTime toDate();
+    /// @}
 
     /// Raw names of the ticked measurements.
     QStringList selectedMeasurements();
 
-    /// The manual value range in the unit shown, and what the two boxes say.
+    /// The manual value range in the unit shown, and the states of the two check boxes.
+    /// @{
     double minimumValue();
     double maximumValue();
     bool manualRange();
     bool showLatest();
+    /// @}
 
 public slots:
-    /// Reads and draws the device that stands in the device list. @p index only has to be in range
-    /// of that list, otherwise nothing happens.
+    /// Reads and draws the current device of the device list, whatever the valid index @p index is.
+    /// An index outside the list changes nothing.
     void selectDevice(int index);
 
 private slots:

@@ -63,7 +63,8 @@ void MeasurementTable::updateMeasurements(const QVector<MeasurementValue> &value
             continue;
         }
         if (!value.valid) {
-            // The row stays away, also when a later reading is valid, until the model is set again.
+            // Quirk: the row does not come back with a later valid reading, only with the next
+            // model.
             removeRow(row(valueItem));
             continue;
         }
@@ -130,7 +131,7 @@ QString MeasurementTable::formatValue(const QString &value, int type, int unit, 
     if (text == notAvailable || text.isEmpty()) {
         return text;
     }
-    // By type and options alone, and without hiding: a value of the extra unit ends in a blank.
+    // Quirk: the unit depends on type and options only; a value of the extra unit ends in a blank.
     const QString unitText = MeasurementTypeUtils::measurementUnitToString(
         MeasurementTypeUtils::displayUnitOf(measurementType, m_displayOptions));
     return QStringLiteral("%1 %2").arg(text, unitText);

@@ -11,7 +11,7 @@
 
 /// The latest reading of each measurement of the model, in the units that the user has chosen.
 ///
-/// The raw reading rides on the row, so that a change of unit needs no new reading.
+/// Each row stores its raw reading, so a change of units needs no new reading.
 class MeasurementTable : public QTableWidget
 {
     Q_OBJECT
@@ -22,9 +22,8 @@ public:
     /// Rebuilds all rows, in the order of @p items and without readings.
     void setMeasurementItems(const QVector<MeasurementItem> &items);
 
-    /// Takes in one reply of the device. Unknown names are dropped; a value that is not valid
-    /// removes its row until the next setMeasurementItems(); rows without a value keep their last
-    /// reading.
+    /// Shows one reply of the device. Unknown names are ignored; a value that is not valid removes
+    /// its row until the next setMeasurementItems(); rows without a value keep their last reading.
     void updateMeasurements(const QVector<MeasurementValue> &values);
 
     /// Redraws every row in the units of @p options.

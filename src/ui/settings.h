@@ -5,9 +5,9 @@
 
 #include <QtCore/QSettings>
 
-/// The user's choices in the place that Qt gives them on each system.
+/// The user's choices, stored by QSettings.
 ///
-/// Writes reach the file when QSettings sees fit, at the latest with the end of the object.
+/// Writes reach the file when QSettings synchronizes, at the latest in the destructor.
 class Settings : public SettingsInterface
 {
 public:

@@ -4,18 +4,18 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/// The user's choices that last from run to run, by key. Reports nothing.
+/// The user's persistent choices, by key. Has no signals.
 class SettingsInterface
 {
 public:
     virtual ~SettingsInterface() = default;
 
-    /// The value under @p key, or @p defaultValue where none was ever written.
+    /// The value of @p key, or @p defaultValue if none was ever written.
     virtual QVariant value(const QString &key, const QVariant &defaultValue) const = 0;
 
-    /// The value under @p key, or an invalid one where none was ever written.
+    /// The value of @p key, or an invalid one if none was ever written.
     virtual QVariant value(const QString &key) const { return value(key, QVariant()); }
 
-    /// Keeps @p value under @p key for this run and the next.
+    /// Stores @p value for @p key.
     virtual void setValue(const QString &key, const QVariant &value) = 0;
 };

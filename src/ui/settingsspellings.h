@@ -17,7 +17,8 @@ const QMap<QString, MeasurementType> &measurementTypes();
 /// The units of measurements, in lower case; a file may use any case.
 const QMap<QString, MeasurementUnit> &measurementUnits();
 
-/// The type that @p text means. Case-sensitive, unlike the above: "Float" means a text.
+/// The type that @p text means.
+/// Quirk: case-sensitive, unlike types and units of measurements, so "Float" means a text.
 ConfigurationItemType configurationItemType(const QString &text);
 
 /// The attributes that a setting must have, in the order in which they are looked for.

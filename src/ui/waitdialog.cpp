@@ -43,7 +43,7 @@ void WaitDialog::finished()
 
 void WaitDialog::closeEvent(QCloseEvent *)
 {
-    // Every close is a cancel, the one at the normal end of an operation too: nothing tells them
-    // apart. The event stays accepted, and the base class stays out, so that the dialog closes.
+    // Quirk: every close counts as a cancel, also at the normal end of an operation. The base class
+    // is not called; the event stays accepted, so the dialog closes.
     emit cancelClicked();
 }

@@ -8,8 +8,8 @@ namespace Ui {
 class WaitDialog;
 }
 
-/// The modal dialog behind every long operation: a progress bar and a cancel button, with the
-/// message in the title. One instance is shown again and again; it doesn't know why it is up.
+/// The modal dialog of every long operation: a progress bar and a cancel button, with the message
+/// in the title. One instance is shown repeatedly; it doesn't know the reason.
 class WaitDialog : public QDialog
 {
     Q_OBJECT
@@ -30,11 +30,11 @@ public slots:
     void finished();
 
 signals:
-    /// The cancel button was clicked, or the dialog got a close event, whichever way that came.
+    /// The cancel button was clicked, or the dialog got a close event from whatever source.
     void cancelClicked();
 
 protected:
-    /// Every close is a cancel.
+    /// Emits cancelClicked().
     void closeEvent(QCloseEvent *event) override;
 
 private:

@@ -3,7 +3,7 @@
 
 #include <QtCore/QMetaType>
 
-/// The operation that the wait dialog stands for.
+/// The operation for which the wait dialog is shown.
 enum class WaitDialogReason {
     ReadingLog = 0,
     UpdatingFirmware = 1,

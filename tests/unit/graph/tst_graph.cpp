@@ -2,7 +2,9 @@
 #include "graph/graph.h"
 #include "tests/kit/testmain.h"
 
+#include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
 #include <QtWidgets/QHBoxLayout>
 
 namespace {

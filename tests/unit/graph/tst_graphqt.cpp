@@ -2,7 +2,9 @@
 #include "graph/graphqt.h"
 #include "tests/kit/testmain.h"
 
+#include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
 #include <QtCore/QPointer>
 #include <QtWidgets/QGraphicsLayout>
 #include <QtWidgets/QGraphicsScene>

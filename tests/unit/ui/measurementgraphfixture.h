@@ -7,7 +7,9 @@
 #include "ui/graphsettings.h"
 #include "ui/measurementgraph.h"
 
+#include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
