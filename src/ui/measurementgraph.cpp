@@ -37,7 +37,7 @@ int randomPastelChannel()
 }
 
 /// The colour of a measurement's line. An unknown name gets a random pastel colour for the whole
-/// run. Quirk: the generator is not seeded, so those colours are the same in each run.
+/// run.
 QColor measurementColor(const QString &name)
 {
     static QHash<QString, QColor> colors{
@@ -54,6 +54,7 @@ QColor measurementColor(const QString &name)
     if (known != colors.constEnd()) {
         return known.value();
     }
+    // Quirk: the generator is not seeded, so the colours are the same in each run.
     const int blue = randomPastelChannel();
     const int green = randomPastelChannel();
     const int red = randomPastelChannel();
@@ -305,6 +306,7 @@ QStringList MeasurementGraph::measurementNames() const
     if (m_measurements.isEmpty()) {
         return names;
     }
+    // Quirk: a measurement that is only in later rows has neither an item nor a line.
     for (const MeasurementValue &value : m_measurements.first().values) {
         names.append(value.name);
     }
