@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graphqt.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 
 #include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QLineSeries>
@@ -57,12 +58,12 @@ QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<Grap
     auto *time = new QDateTimeAxis;
     time->setTickCount(10);
     time->setLabelsAngle(-90);
-    time->setFormat(QStringLiteral("dd.MM.yyyy hh:mm"));
-    time->setTitleText(QStringLiteral("Date"));
+    time->setFormat(text("dd.MM.yyyy hh:mm"));
+    time->setTitleText(text("Date"));
     time->setRange(from, to);
     chart->addAxis(time, Qt::AlignBottom);
     auto *value = new QValueAxis;
-    value->setTitleText(QStringLiteral("Value"));
+    value->setTitleText(text("Value"));
     value->setRange(minimum, maximum);
     chart->addAxis(value, Qt::AlignLeft);
     QChart *first = view.chart();
@@ -93,344 +94,288 @@ class TestGraphQt : public QObject
     Q_OBJECT
 
 private slots:
-    void drawsWithAntialiasing();
-    void hasNoAxesBeforeTheFirstClear();
-    void buildsATimeAxisAndAValueAxis();
-    void rangesTakeEffectAtTheNextClearOnly();
-    void rangesLastFromClearToClear();
-    void linesCarryNameColourAndPoints();
-    void linesAreAttachedToBothAxes();
-    void clearLeavesNoLines();
-    void clearDestroysTheOldChartWithAxesAndLines();
-    void clearDestroysTheChartThatTheViewWasBornWith();
-    void destructionTakesChartAxesAndLinesAlong();
-    void aThousandClearsLeaveOneChart();
-    void thePictureIsThatOfLinesFilledFirst_data();
-    void thePictureIsThatOfLinesFilledFirst();
-    void thePictureInAShownWindowIsThatOfLinesFilledFirst_data();
-    void thePictureInAShownWindowIsThatOfLinesFilledFirst();
-    void aRangeRefusedByTheAxisIsNoMatter_data();
-    void aRangeRefusedByTheAxisIsNoMatter();
-    void aYearOfPointsKeepsEveryPoint();
-};
+    void drawsWithAntialiasing()
+    {
+        QVERIFY(GraphQt().renderHints().testFlag(QPainter::Antialiasing));
+    }
 
-void TestGraphQt::drawsWithAntialiasing()
-{
-    QVERIFY(GraphQt().renderHints().testFlag(QPainter::Antialiasing));
-}
+    void hasNoAxesBeforeTheFirstClear()
+    {
+        GraphQt graph;
+        QVERIFY(graph.chart()->axes().isEmpty());
+    }
 
-void TestGraphQt::hasNoAxesBeforeTheFirstClear()
-{
-    GraphQt graph;
-    QVERIFY(graph.chart()->axes().isEmpty());
-}
+    void buildsATimeAxisAndAValueAxis()
+    {
+        GraphQt graph;
+        graph.setTimeRange(from, to);
+        graph.setValueRange(9.9, 20.2);
+        graph.clear();
 
-void TestGraphQt::buildsATimeAxisAndAValueAxis()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(9.9, 20.2);
-    graph.clear();
+        QCOMPARE(graph.chart()->axes().size(), 2);
+        QVERIFY(timeAxis(graph) != nullptr);
+        QCOMPARE(timeAxis(graph)->alignment(), Qt::AlignBottom);
+        QCOMPARE(timeAxis(graph)->tickCount(), 10);
+        QCOMPARE(timeAxis(graph)->format(), text("dd.MM.yyyy hh:mm"));
+        QCOMPARE(timeAxis(graph)->labelsAngle(), -90);
+        QCOMPARE(timeAxis(graph)->titleText(), text("Date"));
+        QCOMPARE(timeAxis(graph)->min(), from);
+        QCOMPARE(timeAxis(graph)->max(), to);
+        QVERIFY(valueAxis(graph) != nullptr);
+        QCOMPARE(valueAxis(graph)->alignment(), Qt::AlignLeft);
+        QCOMPARE(valueAxis(graph)->titleText(), text("Value"));
+        QCOMPARE(valueAxis(graph)->min(), 9.9);
+        QCOMPARE(valueAxis(graph)->max(), 20.2);
+    }
 
-    QCOMPARE(graph.chart()->axes().size(), 2);
-    QVERIFY(timeAxis(graph) != nullptr);
-    QCOMPARE(timeAxis(graph)->alignment(), Qt::AlignBottom);
-    QCOMPARE(timeAxis(graph)->tickCount(), 10);
-    QCOMPARE(timeAxis(graph)->labelsAngle(), -90);
-    QCOMPARE(timeAxis(graph)->format(), QStringLiteral("dd.MM.yyyy hh:mm"));
-    QCOMPARE(timeAxis(graph)->titleText(), QStringLiteral("Date"));
-    QCOMPARE(timeAxis(graph)->min(), from);
-    QCOMPARE(timeAxis(graph)->max(), to);
-    QVERIFY(valueAxis(graph) != nullptr);
-    QCOMPARE(valueAxis(graph)->alignment(), Qt::AlignLeft);
-    QCOMPARE(valueAxis(graph)->titleText(), QStringLiteral("Value"));
-    QCOMPARE(valueAxis(graph)->min(), 9.9);
-    QCOMPARE(valueAxis(graph)->max(), 20.2);
-}
+    void rangesTakeEffectAtTheNextClearOnly()
+    {
+        GraphQt graph;
+        graph.setTimeRange(from, to);
+        graph.setValueRange(1.0, 2.0);
+        graph.clear();
 
-void TestGraphQt::rangesTakeEffectAtTheNextClearOnly()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(1.0, 2.0);
-    graph.clear();
+        graph.setTimeRange(from.addDays(1), to.addDays(1));
+        graph.setValueRange(3.0, 4.0);
+        QCOMPARE(timeAxis(graph)->min(), from);
+        QCOMPARE(valueAxis(graph)->max(), 2.0);
 
-    graph.setTimeRange(from.addDays(1), to.addDays(1));
-    graph.setValueRange(3.0, 4.0);
-    QCOMPARE(timeAxis(graph)->min(), from);
-    QCOMPARE(valueAxis(graph)->max(), 2.0);
+        graph.clear();
+        QCOMPARE(timeAxis(graph)->min(), from.addDays(1));
+        QCOMPARE(timeAxis(graph)->max(), to.addDays(1));
+        QCOMPARE(valueAxis(graph)->min(), 3.0);
+        QCOMPARE(valueAxis(graph)->max(), 4.0);
+        graph.clear();
+        QCOMPARE(timeAxis(graph)->max(), to.addDays(1));
+        QCOMPARE(valueAxis(graph)->max(), 4.0);
+    }
 
-    graph.clear();
-    QCOMPARE(timeAxis(graph)->min(), from.addDays(1));
-    QCOMPARE(timeAxis(graph)->max(), to.addDays(1));
-    QCOMPARE(valueAxis(graph)->min(), 3.0);
-    QCOMPARE(valueAxis(graph)->max(), 4.0);
-}
+    void linesHaveNameColourPointsAndAxes()
+    {
+        GraphQt graph;
+        graph.setTimeRange(from, to);
+        graph.setValueRange(0.0, 10.0);
+        graph.clear();
+        graph.addSeries({text("first"), orange, {{from, 1.5}, {to, -2.5}}});
+        graph.addSeries({text("second"), QColor(Qt::black), {{to, 7.0}}});
+        graph.addSeries({text("third"), QColor(Qt::red), {}});
 
-void TestGraphQt::rangesLastFromClearToClear()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(1.0, 2.0);
-    graph.clear();
-    graph.clear();
+        QCOMPARE(graph.chart()->series().size(), 3);
+        const QLineSeries *line = lineAt(graph, 0);
+        QVERIFY(line != nullptr);
+        QCOMPARE(line->name(), text("first"));
+        QCOMPARE(line->pen().color(), orange);
+        QCOMPARE(line->pen().width(), 3);
+        const QVector<QPointF> expected{{static_cast<double>(from.toMSecsSinceEpoch()), 1.5},
+                                        {static_cast<double>(to.toMSecsSinceEpoch()), -2.5}};
+        QCOMPARE(line->pointsVector(), expected);
+        QCOMPARE(lineAt(graph, 1)->name(), text("second"));
+        QCOMPARE(lineAt(graph, 1)->count(), 1);
+        QCOMPARE(lineAt(graph, 2)->count(), 0);
+        QVERIFY(lineAt(graph, 0)->attachedAxes().contains(timeAxis(graph)));
+        QVERIFY(lineAt(graph, 0)->attachedAxes().contains(valueAxis(graph)));
+    }
 
-    QCOMPARE(timeAxis(graph)->max(), to);
-    QCOMPARE(valueAxis(graph)->max(), 2.0);
-}
-
-void TestGraphQt::linesCarryNameColourAndPoints()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(0.0, 10.0);
-    graph.clear();
-    graph.addSeries({QStringLiteral("first"), orange, {{from, 1.5}, {to, -2.5}}});
-    graph.addSeries({QStringLiteral("second"), QColor(Qt::black), {{to, 7.0}}});
-    graph.addSeries({QStringLiteral("third"), QColor(Qt::red), {}});
-
-    QCOMPARE(graph.chart()->series().size(), 3);
-    const QLineSeries *line = lineAt(graph, 0);
-    QVERIFY(line != nullptr);
-    QCOMPARE(line->name(), QStringLiteral("first"));
-    QCOMPARE(line->pen().color(), orange);
-    QCOMPARE(line->pen().width(), 3);
-    const QVector<QPointF> expected{{static_cast<double>(from.toMSecsSinceEpoch()), 1.5},
-                                    {static_cast<double>(to.toMSecsSinceEpoch()), -2.5}};
-    QCOMPARE(line->pointsVector(), expected);
-    QCOMPARE(lineAt(graph, 1)->name(), QStringLiteral("second"));
-    QCOMPARE(lineAt(graph, 1)->count(), 1);
-    QCOMPARE(lineAt(graph, 2)->count(), 0);
-}
-
-void TestGraphQt::linesAreAttachedToBothAxes()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(0.0, 10.0);
-    graph.clear();
-    graph.addSeries(wave(QStringLiteral("line"), 1.0));
-
-    const auto axes = lineAt(graph, 0)->attachedAxes();
-    QCOMPARE(axes.size(), 2);
-    QVERIFY(axes.contains(timeAxis(graph)));
-    QVERIFY(axes.contains(valueAxis(graph)));
-}
-
-void TestGraphQt::clearLeavesNoLines()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(0.0, 10.0);
-    graph.clear();
-    graph.addSeries(wave(QStringLiteral("line"), 1.0));
-    graph.clear();
-
-    QVERIFY(graph.chart()->series().isEmpty());
-}
-
-void TestGraphQt::clearDestroysTheOldChartWithAxesAndLines()
-{
-    GraphQt graph;
-    graph.clear();
-    graph.addSeries(wave(QStringLiteral("line"), 1.0));
-    const QPointer<QObject> chart = graph.chart();
-    const QPointer<QObject> time = timeAxis(graph);
-    const QPointer<QObject> value = valueAxis(graph);
-    const QPointer<QObject> line = lineAt(graph, 0);
-
-    graph.clear();
-
-    QVERIFY(chart.isNull());
-    QVERIFY(time.isNull());
-    QVERIFY(value.isNull());
-    QVERIFY(line.isNull());
-}
-
-void TestGraphQt::clearDestroysTheChartThatTheViewWasBornWith()
-{
-    GraphQt graph;
-    const QPointer<QObject> chart = graph.chart();
-    graph.clear();
-    QVERIFY(chart.isNull());
-}
-
-void TestGraphQt::destructionTakesChartAxesAndLinesAlong()
-{
-    QVector<QPointer<QObject>> parts;
+    void clearDestroysTheOldChartWithAxesAndLines()
     {
         GraphQt graph;
         graph.clear();
-        graph.addSeries(wave(QStringLiteral("line"), 1.0));
-        parts << graph.chart() << timeAxis(graph) << valueAxis(graph) << lineAt(graph, 0);
-    }
-    for (const QPointer<QObject> &part : qAsConst(parts)) {
-        QVERIFY(part.isNull());
-    }
-}
+        graph.addSeries(wave(text("line"), 1.0));
+        const QPointer<QObject> chart = graph.chart();
+        const QPointer<QObject> time = timeAxis(graph);
+        const QPointer<QObject> value = valueAxis(graph);
+        const QPointer<QObject> line = lineAt(graph, 0);
 
-void TestGraphQt::aThousandClearsLeaveOneChart()
-{
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(0.0, 10.0);
-    graph.clear();
-    graph.addSeries(wave(QStringLiteral("line"), 1.0));
-    const int items = graph.scene()->items().size();
-    const int objects = graph.findChildren<QObject *>().size();
-
-    for (int i = 0; i < 1000; ++i) {
         graph.clear();
-        graph.addSeries(wave(QStringLiteral("line"), 1.0));
+
+        QVERIFY(chart.isNull());
+        QVERIFY(time.isNull());
+        QVERIFY(value.isNull());
+        QVERIFY(line.isNull());
+        QVERIFY(graph.chart()->series().isEmpty());
     }
 
-    QCOMPARE(graph.scene()->items().size(), items);
-    QCOMPARE(graph.findChildren<QObject *>().size(), objects);
-    int charts = 0;
-    const auto all = graph.scene()->items();
-    for (QGraphicsItem *item : all) {
-        charts += dynamic_cast<QChart *>(item) != nullptr ? 1 : 0;
-    }
-    QCOMPARE(charts, 1);
-}
-
-void TestGraphQt::thePictureIsThatOfLinesFilledFirst_data()
-{
-    QTest::addColumn<double>("minimum");
-    QTest::addColumn<double>("maximum");
-
-    QTest::addRow("lines inside") << 0.0 << 20.0;
-    QTest::addRow("lines reach out") << 3.0 << 9.0;
-    QTest::addRow("lines far away") << 1000.0 << 2000.0;
-    QTest::addRow("no range") << 0.0 << 0.0;
-    QTest::addRow("equal bounds") << 5.0 << 5.0;
-    QTest::addRow("crossed bounds") << 9.0 << 3.0;
-    QTest::addRow("practically nothing above") << -4.95 << std::numeric_limits<double>::min();
-}
-
-void TestGraphQt::thePictureIsThatOfLinesFilledFirst()
-{
-    QFETCH(double, minimum);
-    QFETCH(double, maximum);
-    const QVector<GraphSeries> lines{wave(QStringLiteral("low"), 1.0),
-                                     wave(QStringLiteral("high"), 8.0)};
-
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(minimum, maximum);
-    graph.clear();
-    for (const GraphSeries &series : lines) {
-        graph.addSeries(series);
-    }
-    graph.resize(700, 400);
-
-    const QImage picture = graph.grab().toImage();
-    QCOMPARE(picture, pictureWithPointsFirst(minimum, maximum, lines));
-}
-
-void TestGraphQt::thePictureInAShownWindowIsThatOfLinesFilledFirst_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<QStringList>("names");
-
-    const QStringList short12(QVector<QString>(12, QStringLiteral("A0 ppm")).toList());
-    QTest::addRow("one line") << QSize(700, 400) << QStringList{QStringLiteral("low")};
-    QTest::addRow("a name of nothing") << QSize(700, 400) << QStringList{QString(), QString()};
-    QTest::addRow("twelve lines") << QSize(467, 640) << short12;
-    QTest::addRow("wide") << QSize(1600, 200) << short12;
-    QTest::addRow("hardly room") << QSize(240, 200) << short12;
-    QTest::addRow("a long name behind")
-        << QSize(467, 640) << QStringList{QStringLiteral("low"), QString(300, QLatin1Char('w'))};
-    // The legend grows, and takes from the plot's place.
-    QTest::addRow("a tall name behind")
-        << QSize(467, 640)
-        << QStringList{QStringLiteral("low"), QStringLiteral("two<br>lines<br>or three")};
-    QTest::addRow("a tall name before")
-        << QSize(467, 640)
-        << QStringList{QStringLiteral("two<br>lines<br>or three"), QStringLiteral("low")};
-}
-
-void TestGraphQt::thePictureInAShownWindowIsThatOfLinesFilledFirst()
-{
-    QFETCH(QSize, size);
-    QFETCH(QStringList, names);
-    QVector<GraphSeries> lines;
-    for (const QString &name : names) {
-        lines.append(wave(name, lines.size()));
-    }
-
-    GraphQt graph;
-    graph.setTimeRange(from, to);
-    graph.setValueRange(0.0, 20.0);
-    graph.resize(size);
-    graph.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&graph));
-    // As at a reload: the chart before had lines and room of its own.
-    for (int reload = 0; reload < 2; ++reload) {
+    void clearDestroysTheInitialChart()
+    {
+        GraphQt graph;
+        const QPointer<QObject> chart = graph.chart();
         graph.clear();
-        for (const GraphSeries &series : qAsConst(lines)) {
+        QVERIFY(chart.isNull());
+    }
+
+    void destructorDestroysChartAxesAndLines()
+    {
+        QVector<QPointer<QObject>> parts;
+        {
+            GraphQt graph;
+            graph.clear();
+            graph.addSeries(wave(text("line"), 1.0));
+            parts << graph.chart() << timeAxis(graph) << valueAxis(graph) << lineAt(graph, 0);
+        }
+        for (const QPointer<QObject> &part : qAsConst(parts)) {
+            QVERIFY(part.isNull());
+        }
+    }
+
+    void manyClearsLeaveOneChart()
+    {
+        GraphQt graph;
+        graph.setTimeRange(from, to);
+        graph.setValueRange(0.0, 10.0);
+        graph.clear();
+        graph.addSeries(wave(text("line"), 1.0));
+        const int items = graph.scene()->items().size();
+        const int objects = graph.findChildren<QObject *>().size();
+
+        for (int i = 0; i < 100; ++i) {
+            graph.clear();
+            graph.addSeries(wave(text("line"), 1.0));
+        }
+
+        QCOMPARE(graph.scene()->items().size(), items);
+        QCOMPARE(graph.findChildren<QObject *>().size(), objects);
+        int charts = 0;
+        const auto all = graph.scene()->items();
+        for (QGraphicsItem *item : all) {
+            charts += dynamic_cast<QChart *>(item) != nullptr ? 1 : 0;
+        }
+        QCOMPARE(charts, 1);
+    }
+
+    void pictureDoesNotDependOnTheOrderOfFilling_data()
+    {
+        QTest::addColumn<double>("minimum");
+        QTest::addColumn<double>("maximum");
+
+        QTest::addRow("lines inside") << 0.0 << 20.0;
+        QTest::addRow("lines partly outside") << 3.0 << 9.0;
+        QTest::addRow("lines outside") << 1000.0 << 2000.0;
+        QTest::addRow("no range") << 0.0 << 0.0;
+        QTest::addRow("equal bounds") << 5.0 << 5.0;
+        QTest::addRow("crossed bounds") << 9.0 << 3.0;
+        QTest::addRow("practically nothing above") << -4.95 << std::numeric_limits<double>::min();
+    }
+
+    void pictureDoesNotDependOnTheOrderOfFilling()
+    {
+        QFETCH(double, minimum);
+        QFETCH(double, maximum);
+        const QVector<GraphSeries> lines{wave(text("low"), 1.0), wave(text("high"), 8.0)};
+
+        GraphQt graph;
+        graph.setTimeRange(from, to);
+        graph.setValueRange(minimum, maximum);
+        graph.clear();
+        for (const GraphSeries &series : lines) {
             graph.addSeries(series);
         }
-        QCoreApplication::processEvents();
+        graph.resize(700, 400);
+
+        const QImage picture = graph.grab().toImage();
+        QCOMPARE(picture, pictureWithPointsFirst(minimum, maximum, lines));
     }
 
-    QCOMPARE(graph.grab().toImage(), pictureWithPointsFirst(0.0, 20.0, lines, size));
-}
+    void pictureInAShownWindowDoesNotDependOnTheOrderOfFilling_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QStringList>("names");
 
-void TestGraphQt::aRangeRefusedByTheAxisIsNoMatter_data()
-{
-    QTest::addColumn<QDateTime>("start");
-    QTest::addColumn<QDateTime>("end");
-    QTest::addColumn<double>("minimum");
-    QTest::addColumn<double>("maximum");
-    const double highest = std::numeric_limits<double>::max();
-
-    QTest::addRow("no times") << QDateTime() << QDateTime() << 0.0 << 1.0;
-    QTest::addRow("crossed times") << to << from << 0.0 << 1.0;
-    QTest::addRow("equal times") << from << from << 0.0 << 1.0;
-    QTest::addRow("crossed values") << from << to << 2.0 << 1.0;
-    QTest::addRow("smallest normal double")
-        << from << to << 0.0 << std::numeric_limits<double>::min();
-    QTest::addRow("widest") << from << to << -highest << highest;
-}
-
-void TestGraphQt::aRangeRefusedByTheAxisIsNoMatter()
-{
-    QFETCH(QDateTime, start);
-    QFETCH(QDateTime, end);
-    QFETCH(double, minimum);
-    QFETCH(double, maximum);
-
-    GraphQt graph;
-    graph.setTimeRange(start, end);
-    graph.setValueRange(minimum, maximum);
-    graph.clear();
-    graph.addSeries(wave(QStringLiteral("line"), 1.0));
-    graph.clear();
-    graph.addSeries(wave(QStringLiteral("line"), 1.0));
-
-    QCOMPARE(graph.chart()->series().size(), 1);
-}
-
-void TestGraphQt::aYearOfPointsKeepsEveryPoint()
-{
-    constexpr int minutesOfYear = 365 * 24 * 60;
-    GraphSeries series{QStringLiteral("year"), orange, {}};
-    series.points.reserve(minutesOfYear);
-    for (int minute = 0; minute < minutesOfYear; ++minute) {
-        series.points.append({from.addSecs(minute * 60), minute % 50 + 0.25});
+        const QStringList short12(QVector<QString>(12, text("A0 ppm")).toList());
+        QTest::addRow("one line") << QSize(700, 400) << texts("low");
+        QTest::addRow("empty names") << QSize(700, 400) << texts("|");
+        QTest::addRow("twelve lines") << QSize(467, 640) << short12;
+        QTest::addRow("wide") << QSize(1600, 200) << short12;
+        QTest::addRow("small") << QSize(240, 200) << short12;
+        QTest::addRow("a long name last")
+            << QSize(467, 640) << QStringList{text("low"), QString(300, QLatin1Char('w'))};
+        QTest::addRow("HTML in the last name")
+            << QSize(467, 640) << texts("low|two<br>lines<br>or three");
+        QTest::addRow("HTML in the first name")
+            << QSize(467, 640) << texts("two<br>lines<br>or three|low");
     }
-    GraphQt graph;
-    graph.setTimeRange(from, from.addDays(365));
-    graph.setValueRange(0.0, 60.0);
-    graph.clear();
-    graph.addSeries(series);
 
-    QCOMPARE(lineAt(graph, 0)->count(), minutesOfYear);
-    QCOMPARE(lineAt(graph, 0)->at(minutesOfYear - 1),
-             QPointF(static_cast<double>(series.points.last().time.toMSecsSinceEpoch()),
-                     series.points.last().value));
-}
+    void pictureInAShownWindowDoesNotDependOnTheOrderOfFilling()
+    {
+        QFETCH(QSize, size);
+        QFETCH(QStringList, names);
+        QVector<GraphSeries> lines;
+        for (const QString &name : names) {
+            lines.append(wave(name, lines.size()));
+        }
+
+        GraphQt graph;
+        graph.setTimeRange(from, to);
+        graph.setValueRange(0.0, 20.0);
+        graph.resize(size);
+        graph.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&graph));
+        // Twice, as at a reload.
+        for (int reload = 0; reload < 2; ++reload) {
+            graph.clear();
+            for (const GraphSeries &series : qAsConst(lines)) {
+                graph.addSeries(series);
+            }
+            QCoreApplication::processEvents();
+        }
+
+        QCOMPARE(graph.grab().toImage(), pictureWithPointsFirst(0.0, 20.0, lines, size));
+    }
+
+    void toleratesARangeThatTheAxisRejects_data()
+    {
+        QTest::addColumn<QDateTime>("start");
+        QTest::addColumn<QDateTime>("end");
+        QTest::addColumn<double>("minimum");
+        QTest::addColumn<double>("maximum");
+        const double highest = std::numeric_limits<double>::max();
+
+        QTest::addRow("no times") << QDateTime() << QDateTime() << 0.0 << 1.0;
+        QTest::addRow("crossed times") << to << from << 0.0 << 1.0;
+        QTest::addRow("equal times") << from << from << 0.0 << 1.0;
+        QTest::addRow("crossed values") << from << to << 2.0 << 1.0;
+        QTest::addRow("smallest normal double")
+            << from << to << 0.0 << std::numeric_limits<double>::min();
+        QTest::addRow("widest") << from << to << -highest << highest;
+    }
+
+    void toleratesARangeThatTheAxisRejects()
+    {
+        QFETCH(QDateTime, start);
+        QFETCH(QDateTime, end);
+        QFETCH(double, minimum);
+        QFETCH(double, maximum);
+
+        GraphQt graph;
+        graph.setTimeRange(start, end);
+        graph.setValueRange(minimum, maximum);
+        graph.clear();
+        graph.addSeries(wave(text("line"), 1.0));
+        graph.clear();
+        graph.addSeries(wave(text("line"), 1.0));
+
+        QCOMPARE(graph.chart()->series().size(), 1);
+    }
+
+    void aYearOfPointsKeepsEveryPoint()
+    {
+        constexpr int minutesOfYear = 365 * 24 * 60;
+        GraphSeries series{text("year"), orange, {}};
+        series.points.reserve(minutesOfYear);
+        for (int minute = 0; minute < minutesOfYear; ++minute) {
+            series.points.append({from.addSecs(minute * 60), minute % 50 + 0.25});
+        }
+        GraphQt graph;
+        graph.setTimeRange(from, from.addDays(365));
+        graph.setValueRange(0.0, 60.0);
+        graph.clear();
+        graph.addSeries(series);
+
+        QCOMPARE(lineAt(graph, 0)->count(), minutesOfYear);
+        QCOMPARE(lineAt(graph, 0)->at(minutesOfYear - 1),
+                 QPointF(static_cast<double>(series.points.last().time.toMSecsSinceEpoch()),
+                         series.points.last().value));
+    }
+};
 
 KV_TEST_MAIN(TestGraphQt)
 #include "tst_graphqt.moc"

@@ -3,6 +3,7 @@
 
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/text.h"
 #include "tests/kit/timezonescope.h"
 #include "ui/graphsettings.h"
 #include "ui/measurementgraph.h"
@@ -23,8 +24,6 @@ class MeasurementGraphFixture : public QObject
 public:
     const QDateTime start = QDateTime(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
     const QDateTime end = QDateTime(QDate(2024, 3, 2), QTime(12, 0), Qt::UTC);
-
-    static QString text(const char *latin1) { return QString::fromLatin1(latin1); }
 
     /// A measurement so many minutes after the start.
     StoredMeasurement row(int minute, const QVector<QPair<QString, double>> &values) const
@@ -130,7 +129,7 @@ public:
     }
 
     /// How often the store was read.
-    int reads() { return m_store->count(QStringLiteral("measurements")); }
+    int reads() { return m_store->count(text("measurements")); }
 
     /// Not that of UTC, so that a forgotten conversion shows.
     const TimeZoneScope m_zone{easternEurope};

@@ -2,6 +2,7 @@
 #include "graph/graphqt.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 
@@ -20,11 +21,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 QString longWord(int size)
 {
@@ -68,313 +64,291 @@ class TestLiteralText : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_store = FakeLocalStorage();
+        m_window.reset();
+        m_window.reset(new MainWindow(nullptr));
+        m_graph = nullptr;
+        const auto widgets = QApplication::topLevelWidgets();
+        for (QWidget *widget : widgets) {
+            if (auto *graph = qobject_cast<MeasurementGraph *>(widget)) {
+                m_graph = graph;
+            }
+        }
+    }
 
     void messageBoxIsLiteral_data() { payloads(); }
-    void messageBoxIsLiteral();
+    void messageBoxIsLiteral()
+    {
+        QFETCH(QString, payload);
+        for (const auto icon :
+             {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}) {
+            inNextBox([&](QMessageBox *box) {
+                QTRY_COMPARE_WITH_TIMEOUT(
+                    visibleText(box->findChild<QLabel *>(text("qt_msgbox_label"))), payload, 1000);
+                QCOMPARE(box->text(), payload);
+                QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
+                QVERIFY(box->detailedText().isEmpty());
+            });
+            m_window->showMessageBox(icon, payload);
+        }
+    }
+
     void questionIsLiteral_data() { payloads(); }
-    void questionIsLiteral();
-    void longMessageGoesToTheDetails_data();
-    void longMessageGoesToTheDetails();
+    void questionIsLiteral()
+    {
+        QFETCH(QString, payload);
+        inNextBox([&](QMessageBox *box) {
+            QTRY_COMPARE_WITH_TIMEOUT(
+                visibleText(box->findChild<QLabel *>(text("qt_msgbox_label"))), payload, 1000);
+            QCOMPARE(box->text(), payload);
+            QCOMPARE(box->windowTitle(), payload);
+        });
+        m_window->askQuestion(payload, payload);
+    }
+
+    void longMessageGoesToTheDetails_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("details");
+        QTest::addRow("a word that fits") << longWord(600) << false;
+        QTest::addRow("lines that fit") << text("line\n").repeated(24) + text("line") << false;
+        QTest::addRow("one character more") << longWord(601) << true;
+        QTest::addRow("one line more") << text("line\n").repeated(25) + text("line") << true;
+        QTest::addRow("a long word") << longWord(20000) << true;
+        QTest::addRow("many lines") << text("line\n").repeated(20000) << true;
+        QTest::addRow("many words") << text("<b>word</b> ").repeated(20000) << true;
+    }
+
+    void longMessageGoesToTheDetails()
+    {
+        QFETCH(QString, message);
+        QFETCH(bool, details);
+        inNextBox([&](QMessageBox *box) {
+            const QSize screen = box->screen()->availableSize();
+            QVERIFY2(box->width() <= screen.width(), qPrintable(QString::number(box->width())));
+            QVERIFY2(box->height() <= screen.height(), qPrintable(QString::number(box->height())));
+            QCOMPARE(!box->detailedText().isEmpty(), details);
+            if (details) {
+                QVERIFY(box->text().endsWith(QChar(0x2026)));
+                QVERIFY(message.startsWith(box->text().chopped(1)));
+                QCOMPARE(box->findChild<QTextEdit *>()->toPlainText(), message);
+            } else {
+                QCOMPARE(box->text(), message);
+            }
+        });
+        m_window->showMessageBox(QMessageBox::Warning, message);
+    }
+
     void fieldsAndTablesAreLiteral_data() { payloads(); }
-    void fieldsAndTablesAreLiteral();
+    void fieldsAndTablesAreLiteral()
+    {
+        QFETCH(QString, payload);
+        m_window->setHwVersion(payload);
+        m_window->setSwVersion(payload);
+        m_window->setSerialNumber(payload);
+        m_window->setModelNumber(payload);
+        DeviceConfiguration configuration;
+        configuration.configurationItems = {
+            {payload, payload, payload, 0.0F, 0.0F, ConfigurationItemType::Text}};
+        m_window->setConfiguration(configuration);
+        m_window->setConfigurationValue(payload, payload);
+        m_window->setMeasurementItems(
+            {{payload, payload, MeasurementUnit::Celsius, MeasurementType::AirTemperature, 1.0}});
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.data()));
+
+        for (const char *field : {"hwVersion", "swVersion", "serialNumber", "modelNumber"}) {
+            QTRY_COMPARE_WITH_TIMEOUT(m_window->findChild<QLineEdit *>(text(field))->displayText(),
+                                      payload, 1000);
+        }
+        const auto *settings = m_window->findChild<QTableWidget *>(text("configuration"));
+        for (int column = 0; column < 3; ++column) {
+            QCOMPARE(settings->item(0, column)->text(), payload);
+        }
+        QCOMPARE(m_window->findChild<QTableWidget *>(text("measurements"))->item(0, 0)->text(),
+                 payload);
+    }
+
     void portListIsLiteral_data() { payloads(); }
-    void portListIsLiteral();
+    void portListIsLiteral()
+    {
+        QFETCH(QString, payload);
+        m_window->addPort(payload, text("/dev/first"));
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.data()));
+        checkComboBox(m_window->findChild<QComboBox *>(text("serialPorts")), payload);
+    }
+
     void graphDialogIsLiteral_data() { payloads(); }
-    void graphDialogIsLiteral();
+    void graphDialogIsLiteral()
+    {
+        QFETCH(QString, payload);
+        setNames(payload);
+        showGraph();
+        QVERIFY(QTest::qWaitForWindowExposed(m_graph));
+        m_graph->resize(1500, 700);
+        const QString shown = payload + QLatin1Char(' ');
+        const auto *chart = m_graph->findChild<GraphQt *>()->chart();
+        QCOMPARE(chart->series().constFirst()->name(), shown);
+        // A name that is too long for the legend ends in three dots there.
+        QString legend;
+        QTRY_VERIFY_WITH_TIMEOUT(!(legend = legendTexts().value(0).trimmed()).isEmpty(), 1000);
+        legend.remove(text("..."));
+        QCOMPARE(legend, payload.left(legend.size()));
+        QVERIFY(legend.size() == payload.size() || legend.size() > 30);
+        const auto *list = m_graph->findChild<QListWidget *>();
+        QCOMPARE(list->item(0)->text(), shown);
+        QCOMPARE(list->item(0)->toolTip(), QString());
+        checkComboBox(m_graph->findChild<QComboBox *>(), text("KV - ") + payload);
+    }
+
     void exportDialogIsLiteral_data() { payloads(); }
-    void exportDialogIsLiteral();
-    void longTextsKeepTheSizeOfTheWindows_data();
-    void longTextsKeepTheSizeOfTheWindows();
-    void comboBoxElidesItsText();
-    void toolTipFollowsTheCurrentItem();
+    void exportDialogIsLiteral()
+    {
+        QFETCH(QString, payload);
+        setNames(payload);
+        ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
+        dialog.loadDevices();
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QCOMPARE(dialog.findChild<QListWidget *>()->item(0)->text(), payload);
+        checkComboBox(dialog.findChild<QComboBox *>(), text("KV - ") + payload);
+    }
+
+    void longTextsKeepTheSizeOfTheWindows_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addRow("500") << 500;
+        QTest::addRow("20000") << 20000;
+    }
+
+    void longTextsKeepTheSizeOfTheWindows()
+    {
+        QFETCH(int, size);
+        const QString word = longWord(size);
+        setNames(word);
+        m_window->addPort(word, text("/dev/first"));
+        m_window->show();
+        showGraph();
+        ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
+        dialog.loadDevices();
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+
+        const QWidget *widgets[] = {m_window.data(), m_graph, &dialog};
+        for (const QWidget *widget : widgets) {
+            QTRY_VERIFY_WITH_TIMEOUT(widget->isVisible(), 1000);
+            QVERIFY2(widget->width() <= 800, qPrintable(QString::number(widget->width())));
+            QVERIFY(widget->minimumSizeHint().width() <= 800);
+            auto *comboBox = widget->findChild<QComboBox *>();
+            comboBox->showPopup();
+            QVERIFY(comboBox->view()->window()->width()
+                    <= widget->screen()->availableSize().width());
+            comboBox->hidePopup();
+            const QString toolTip = comboBox->toolTip();
+            QVERIFY(visibleToolTip(toolTip).contains(longWord(qMin(size, 1900))));
+            QVERIFY(toolTip.size() < 3000);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(legendTexts().value(0).startsWith(text("www")), 1000);
+    }
+
+    void comboBoxElidesItsText()
+    {
+        constexpr int width = 200;
+        const auto picture = [](const QString &label) {
+            MainWindow window(nullptr);
+            window.addPort(label, QString());
+            auto *comboBox = window.findChild<QComboBox *>(text("serialPorts"));
+            comboBox->resize(width, 30);
+            return comboBox->grab().toImage();
+        };
+        const QImage elided = picture(longWord(100));
+        const QFontMetrics metrics = QApplication::fontMetrics();
+        int fitting = 1;
+        while (picture(longWord(fitting) + QChar(0x2026)) != elided) {
+            QVERIFY(metrics.horizontalAdvance(longWord(++fitting)) < width);
+        }
+    }
+
+    void toolTipFollowsTheCurrentItem()
+    {
+        m_window->addPort(text("first"), QString());
+        m_window->addPort(text("second"), QString());
+        const auto *comboBox = m_window->findChild<QComboBox *>(text("serialPorts"));
+        QCOMPARE(visibleToolTip(comboBox->toolTip()), text("first"));
+        m_window->selectPortIndex(1);
+        QCOMPARE(visibleToolTip(comboBox->toolTip()), text("second"));
+        QCOMPARE(visibleToolTip(comboBox->itemData(1, Qt::ToolTipRole).toString()), text("second"));
+    }
 
 private:
-    void payloads();
-    void setNames(const QString &name);
-    void showGraph();
-    QStringList legendTexts() const;
-    void checkComboBox(const QComboBox *comboBox, const QString &expected) const;
+    void payloads()
+    {
+        const QString fifo = QDir::currentPath() + text("/fifo");
+        mkfifo(fifo.toLocal8Bit().constData(), S_IRUSR | S_IWUSR);
+        QTest::addColumn<QString>("payload");
+        QTest::addRow("nested tables") << text("<table><tr><td>").repeated(16);
+        QTest::addRow("endless image") << text("<img src=\"/dev/zero\">");
+        QTest::addRow("image that blocks") << text("<img src=\"%1\">").arg(fifo);
+        QTest::addRow("heading") << text("<h1>Heading</h1>");
+        QTest::addRow("less than") << text("PM<2.5");
+        QTest::addRow("entity") << text("&amp; &lt;");
+        QTest::addRow("mnemonic") << text("NO && O&3");
+        QTest::addRow("place markers") << text("%1 %2 %n 100%");
+        QTest::addRow("blanks") << text("two  three   four");
+        QTest::addRow("quotes") << text("\"a\" 'b'");
+    }
+
+    void setNames(const QString &name)
+    {
+        m_store.devicesResult.resize(1);
+        m_store.devicesResult[0].id = 7;
+        m_store.devicesResult[0].details.modelNumber = text("KV");
+        m_store.devicesResult[0].details.serialNumber = name;
+        m_store.measurementTypesResult = {{2, name}};
+        StoredMeasurement measurement;
+        measurement.timestamp = QDateTime(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+        measurement.values = {{name, true, 10.0}};
+        m_store.measurementsResult = {measurement};
+    }
+
+    void showGraph()
+    {
+        GraphSettings settings;
+        settings.measurementTypes = QStringList{m_store.measurementTypesResult.value(2)};
+        settings.to = QDateTime::currentDateTimeUtc();
+        m_window->showGraph(DeviceDetails(), &m_store, {}, MeasurementDisplayOptions(), settings);
+    }
+
+    QStringList legendTexts() const
+    {
+        QStringList texts;
+        const auto items = m_graph->findChild<GraphQt *>()->scene()->items();
+        for (QGraphicsItem *item : items) {
+            auto *textItem = qgraphicsitem_cast<QGraphicsTextItem *>(item);
+            const QGraphicsItem *parent = item->parentItem();
+            const bool inLegend = parent != nullptr && parent->parentItem() != nullptr
+                && parent->parentItem()->parentItem() != nullptr;
+            if (textItem != nullptr && inLegend) {
+                texts << textItem->toPlainText().replace(QChar::Nbsp, QLatin1Char(' '));
+            }
+        }
+        return texts;
+    }
+
+    void checkComboBox(const QComboBox *comboBox, const QString &expected) const
+    {
+        QCOMPARE(comboBox->currentText(), expected);
+        QCOMPARE(visibleToolTip(comboBox->toolTip()), expected);
+        QCOMPARE(visibleToolTip(comboBox->itemData(0, Qt::ToolTipRole).toString()), expected);
+    }
 
     FakeLocalStorage m_store;
     QScopedPointer<MainWindow> m_window;
     MeasurementGraph *m_graph = nullptr;
 };
-
-void TestLiteralText::init()
-{
-    m_store = FakeLocalStorage();
-    m_window.reset();
-    m_window.reset(new MainWindow(nullptr));
-    m_graph = nullptr;
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets) {
-        if (auto *graph = qobject_cast<MeasurementGraph *>(widget)) {
-            m_graph = graph;
-        }
-    }
-}
-
-void TestLiteralText::payloads()
-{
-    const QString fifo = QDir::currentPath() + text("/fifo");
-    mkfifo(fifo.toLocal8Bit().constData(), S_IRUSR | S_IWUSR);
-    QTest::addColumn<QString>("payload");
-    QTest::addRow("nested tables") << text("<table><tr><td>").repeated(16);
-    QTest::addRow("endless image") << text("<img src=\"/dev/zero\">");
-    QTest::addRow("image that blocks") << text("<img src=\"%1\">").arg(fifo);
-    QTest::addRow("heading") << text("<h1>Heading</h1>");
-    QTest::addRow("less than") << text("PM<2.5");
-    QTest::addRow("entity") << text("&amp; &lt;");
-    QTest::addRow("mnemonic") << text("NO && O&3");
-    QTest::addRow("place markers") << text("%1 %2 %n 100%");
-    QTest::addRow("blanks") << text("two  three   four");
-    QTest::addRow("quotes") << text("\"a\" 'b'");
-}
-
-/// Gives the device and its one measurement this name everywhere.
-void TestLiteralText::setNames(const QString &name)
-{
-    m_store.devicesResult.resize(1);
-    m_store.devicesResult[0].id = 7;
-    m_store.devicesResult[0].details.modelNumber = text("KV");
-    m_store.devicesResult[0].details.serialNumber = name;
-    m_store.measurementTypesResult = {{2, name}};
-    StoredMeasurement measurement;
-    measurement.timestamp = QDateTime(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
-    measurement.values = {{name, true, 10.0}};
-    m_store.measurementsResult = {measurement};
-}
-
-void TestLiteralText::showGraph()
-{
-    GraphSettings settings;
-    settings.measurementTypes = QStringList{m_store.measurementTypesResult.value(2)};
-    settings.to = QDateTime::currentDateTimeUtc();
-    m_window->showGraph(DeviceDetails(), &m_store, {}, MeasurementDisplayOptions(), settings);
-}
-
-/// What the user reads in the legend of the graph.
-QStringList TestLiteralText::legendTexts() const
-{
-    QStringList texts;
-    const auto items = m_graph->findChild<GraphQt *>()->scene()->items();
-    for (QGraphicsItem *item : items) {
-        auto *textItem = qgraphicsitem_cast<QGraphicsTextItem *>(item);
-        const QGraphicsItem *parent = item->parentItem();
-        const bool inLegend = parent != nullptr && parent->parentItem() != nullptr
-            && parent->parentItem()->parentItem() != nullptr;
-        if (textItem != nullptr && inLegend) {
-            texts << textItem->toPlainText().replace(QChar::Nbsp, QLatin1Char(' '));
-        }
-    }
-    return texts;
-}
-
-void TestLiteralText::checkComboBox(const QComboBox *comboBox, const QString &expected) const
-{
-    QCOMPARE(comboBox->currentText(), expected);
-    QCOMPARE(visibleToolTip(comboBox->toolTip()), expected);
-    QCOMPARE(visibleToolTip(comboBox->itemData(0, Qt::ToolTipRole).toString()), expected);
-}
-
-void TestLiteralText::messageBoxIsLiteral()
-{
-    QFETCH(QString, payload);
-    for (const auto icon :
-         {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}) {
-        inNextBox([&](QMessageBox *box) {
-            QTRY_COMPARE_WITH_TIMEOUT(
-                visibleText(box->findChild<QLabel *>(text("qt_msgbox_label"))), payload, 1000);
-            QCOMPARE(box->text(), payload);
-            QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
-            QVERIFY(box->detailedText().isEmpty());
-        });
-        m_window->showMessageBox(icon, payload);
-    }
-}
-
-void TestLiteralText::questionIsLiteral()
-{
-    QFETCH(QString, payload);
-    inNextBox([&](QMessageBox *box) {
-        QTRY_COMPARE_WITH_TIMEOUT(visibleText(box->findChild<QLabel *>(text("qt_msgbox_label"))),
-                                  payload, 1000);
-        QCOMPARE(box->text(), payload);
-        QCOMPARE(box->windowTitle(), payload);
-    });
-    m_window->askQuestion(payload, payload);
-}
-
-void TestLiteralText::longMessageGoesToTheDetails_data()
-{
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<bool>("details");
-    QTest::addRow("a word that fits") << longWord(600) << false;
-    QTest::addRow("lines that fit") << text("line\n").repeated(24) + text("line") << false;
-    QTest::addRow("one character more") << longWord(601) << true;
-    QTest::addRow("one line more") << text("line\n").repeated(25) + text("line") << true;
-    QTest::addRow("a long word") << longWord(20000) << true;
-    QTest::addRow("many lines") << text("line\n").repeated(20000) << true;
-    QTest::addRow("many words") << text("<b>word</b> ").repeated(20000) << true;
-}
-
-void TestLiteralText::longMessageGoesToTheDetails()
-{
-    QFETCH(QString, message);
-    QFETCH(bool, details);
-    inNextBox([&](QMessageBox *box) {
-        const QSize screen = box->screen()->availableSize();
-        QVERIFY2(box->width() <= screen.width(), qPrintable(QString::number(box->width())));
-        QVERIFY2(box->height() <= screen.height(), qPrintable(QString::number(box->height())));
-        QCOMPARE(!box->detailedText().isEmpty(), details);
-        if (details) {
-            QVERIFY(box->text().endsWith(QChar(0x2026)));
-            QVERIFY(message.startsWith(box->text().chopped(1)));
-            QCOMPARE(box->findChild<QTextEdit *>()->toPlainText(), message);
-        } else {
-            QCOMPARE(box->text(), message);
-        }
-    });
-    m_window->showMessageBox(QMessageBox::Warning, message);
-}
-
-void TestLiteralText::fieldsAndTablesAreLiteral()
-{
-    QFETCH(QString, payload);
-    m_window->setHwVersion(payload);
-    m_window->setSwVersion(payload);
-    m_window->setSerialNumber(payload);
-    m_window->setModelNumber(payload);
-    DeviceConfiguration configuration;
-    configuration.configurationItems = {
-        {payload, payload, payload, 0.0F, 0.0F, ConfigurationItemType::Text}};
-    m_window->setConfiguration(configuration);
-    m_window->setConfigurationValue(payload, payload);
-    m_window->setMeasurementItems(
-        {{payload, payload, MeasurementUnit::Celsius, MeasurementType::AirTemperature, 1.0}});
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window.data()));
-
-    for (const char *field : {"hwVersion", "swVersion", "serialNumber", "modelNumber"}) {
-        QTRY_COMPARE_WITH_TIMEOUT(m_window->findChild<QLineEdit *>(text(field))->displayText(),
-                                  payload, 1000);
-    }
-    const auto *settings = m_window->findChild<QTableWidget *>(text("configuration"));
-    for (int column = 0; column < 3; ++column) {
-        QCOMPARE(settings->item(0, column)->text(), payload);
-    }
-    QCOMPARE(m_window->findChild<QTableWidget *>(text("measurements"))->item(0, 0)->text(),
-             payload);
-}
-
-void TestLiteralText::portListIsLiteral()
-{
-    QFETCH(QString, payload);
-    m_window->addPort(payload, text("/dev/first"));
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window.data()));
-    checkComboBox(m_window->findChild<QComboBox *>(text("serialPorts")), payload);
-}
-
-void TestLiteralText::graphDialogIsLiteral()
-{
-    QFETCH(QString, payload);
-    setNames(payload);
-    showGraph();
-    QVERIFY(QTest::qWaitForWindowExposed(m_graph));
-    m_graph->resize(1500, 700);
-    const QString shown = payload + QLatin1Char(' ');
-    const auto *chart = m_graph->findChild<GraphQt *>()->chart();
-    QCOMPARE(chart->series().constFirst()->name(), shown);
-    // A name that is too long for the legend ends in three dots there.
-    QString legend;
-    QTRY_VERIFY_WITH_TIMEOUT(!(legend = legendTexts().value(0).trimmed()).isEmpty(), 1000);
-    legend.remove(text("..."));
-    QCOMPARE(legend, payload.left(legend.size()));
-    QVERIFY(legend.size() == payload.size() || legend.size() > 30);
-    const auto *list = m_graph->findChild<QListWidget *>();
-    QCOMPARE(list->item(0)->text(), shown);
-    QCOMPARE(list->item(0)->toolTip(), QString());
-    checkComboBox(m_graph->findChild<QComboBox *>(), text("KV - ") + payload);
-}
-
-void TestLiteralText::exportDialogIsLiteral()
-{
-    QFETCH(QString, payload);
-    setNames(payload);
-    ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
-    dialog.loadDevices();
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    QCOMPARE(dialog.findChild<QListWidget *>()->item(0)->text(), payload);
-    checkComboBox(dialog.findChild<QComboBox *>(), text("KV - ") + payload);
-}
-
-void TestLiteralText::longTextsKeepTheSizeOfTheWindows_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::addRow("500") << 500;
-    QTest::addRow("20000") << 20000;
-}
-
-void TestLiteralText::longTextsKeepTheSizeOfTheWindows()
-{
-    QFETCH(int, size);
-    const QString word = longWord(size);
-    setNames(word);
-    m_window->addPort(word, text("/dev/first"));
-    m_window->show();
-    showGraph();
-    ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
-    dialog.loadDevices();
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-
-    const QWidget *widgets[] = {m_window.data(), m_graph, &dialog};
-    for (const QWidget *widget : widgets) {
-        QTRY_VERIFY_WITH_TIMEOUT(widget->isVisible(), 1000);
-        QVERIFY2(widget->width() <= 800, qPrintable(QString::number(widget->width())));
-        QVERIFY(widget->minimumSizeHint().width() <= 800);
-        auto *comboBox = widget->findChild<QComboBox *>();
-        comboBox->showPopup();
-        QVERIFY(comboBox->view()->window()->width() <= widget->screen()->availableSize().width());
-        comboBox->hidePopup();
-        const QString toolTip = comboBox->toolTip();
-        QVERIFY(visibleToolTip(toolTip).contains(longWord(qMin(size, 1900))));
-        QVERIFY(toolTip.size() < 3000);
-    }
-    QTRY_VERIFY_WITH_TIMEOUT(legendTexts().value(0).startsWith(text("www")), 1000);
-}
-
-void TestLiteralText::comboBoxElidesItsText()
-{
-    constexpr int width = 200;
-    const auto picture = [](const QString &label) {
-        MainWindow window(nullptr);
-        window.addPort(label, QString());
-        auto *comboBox = window.findChild<QComboBox *>(text("serialPorts"));
-        comboBox->resize(width, 30);
-        return comboBox->grab().toImage();
-    };
-    const QImage elided = picture(longWord(100));
-    const QFontMetrics metrics = QApplication::fontMetrics();
-    int fitting = 1;
-    while (picture(longWord(fitting) + QChar(0x2026)) != elided) {
-        QVERIFY(metrics.horizontalAdvance(longWord(++fitting)) < width);
-    }
-}
-
-void TestLiteralText::toolTipFollowsTheCurrentItem()
-{
-    m_window->addPort(text("first"), QString());
-    m_window->addPort(text("second"), QString());
-    const auto *comboBox = m_window->findChild<QComboBox *>(text("serialPorts"));
-    QCOMPARE(visibleToolTip(comboBox->toolTip()), text("first"));
-    m_window->selectPortIndex(1);
-    QCOMPARE(visibleToolTip(comboBox->toolTip()), text("second"));
-    QCOMPARE(visibleToolTip(comboBox->itemData(1, Qt::ToolTipRole).toString()), text("second"));
-}
 
 KV_TEST_MAIN(TestLiteralText)
 #include "tst_literaltext.moc"

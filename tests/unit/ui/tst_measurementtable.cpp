@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/prefixingtranslator.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 #include "ui/measurementtable.h"
 
 #include <QtCore/QLocale>
@@ -21,7 +22,7 @@ MeasurementItem measurement(const char *name, MeasurementType type, MeasurementU
                             double multiplier = 1.0)
 {
     const QString key = QString::fromUtf8(name);
-    return {key, QStringLiteral("Shown ") + key, unit, type, multiplier};
+    return {key, text("Shown ") + key, unit, type, multiplier};
 }
 
 const MeasurementItem temperature =
@@ -57,376 +58,288 @@ class TestMeasurementTable : public QObject
     Q_OBJECT
 
 private slots:
-    void startsWithTwoHeadersAndNoRows();
-    void translatesItsHeaders();
-    void hasARowForEachMeasurementInTheirOrder();
-    void keepsItsDataOnTheItems();
-    void keepsItsHeadersAcrossARebuild();
-    void replacesTheRowsOfAnEarlierModel();
-    void showsAReadingInTheUnitOfItsType_data();
-    void showsAReadingInTheUnitOfItsType();
-    void showsSixSignificantDigitsWithADecimalPoint_data();
-    void showsSixSignificantDigitsWithADecimalPoint();
-    void ignoresTheLocale();
-    void storesTheRawReadingAsANumber();
-    void keepsReadingsThatAReplyDoesNotMention();
-    void dropsAReadingOfAnUnknownMeasurement();
-    void findsRowsByNameAndNotByWhatIsShown();
-    void removesTheRowOfAnInvalidValueUntilTheModelIsSetAgain();
-    void goesOnBehindARemovedRow();
-    void emptyValuesStayEmptyInAnyUnit();
-    void redrawsInAnotherUnitWithoutANewReading();
-    void keepsTheChosenUnitsForLaterReadingsAndModels();
-    void showsZeroAsAReading();
-    void givesReadingsToTheFirstOfTwoEqualNames();
-    void showsNotAvailableWithoutAUnit();
-    void takesARawTextThatIsNoNumberForZero();
-    void showsTheRawTextAsItIsForAnUndefinedType();
-    void bearsMissingItems();
-    void bearsAnEmptyModelAndAnEmptyReply();
-};
-
-void TestMeasurementTable::startsWithTwoHeadersAndNoRows()
-{
-    const MeasurementTable table(nullptr);
-    QCOMPARE(table.rowCount(), 0);
-    QCOMPARE(table.columnCount(), 2);
-    QCOMPARE(table.horizontalHeaderItem(0)->text(), QStringLiteral("Name"));
-    QCOMPARE(table.horizontalHeaderItem(1)->text(), QStringLiteral("Value"));
-    QVERIFY(!table.isSortingEnabled());
-}
-
-void TestMeasurementTable::translatesItsHeaders()
-{
-    const PrefixingTranslator language("translated ", "MeasurementTable");
-    MeasurementTable table(nullptr);
-    for (int round = 0; round < 2; ++round) {
-        QCOMPARE(table.horizontalHeaderItem(0)->text(), QStringLiteral("translated Name"));
-        QCOMPARE(table.horizontalHeaderItem(1)->text(), QStringLiteral("translated Value"));
-        table.setMeasurementItems({temperature});
-    }
-}
-
-void TestMeasurementTable::hasARowForEachMeasurementInTheirOrder()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, ozone, humidity});
-    QCOMPARE(column(table, 0),
-             QStringList({QStringLiteral("Shown T"), QStringLiteral("Shown O3"),
-                          QStringLiteral("Shown RH")}));
-    QCOMPARE(column(table, 1), QStringList({QString(), QString(), QString()}));
-}
-
-void TestMeasurementTable::keepsItsDataOnTheItems()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({ozone});
-    const QTableWidgetItem *name = table.item(0, 0);
-    QCOMPARE(name->data(Qt::DisplayRole), QVariant(QStringLiteral("Shown O3")));
-    QCOMPARE(name->data(nameRole), QVariant(QStringLiteral("O3")));
-
-    const QTableWidgetItem *value = table.item(0, 1);
-    QCOMPARE(value->data(Qt::DisplayRole), QVariant(QString()));
-    QCOMPARE(value->data(typeRole).userType(), int(QMetaType::Int));
-    QCOMPARE(value->data(typeRole).toInt(), 2);
-    QCOMPARE(value->data(unitRole).userType(), int(QMetaType::Int));
-    QCOMPARE(value->data(unitRole).toInt(), 4);
-    QCOMPARE(value->data(rawRole), QVariant(QString()));
-    QCOMPARE(value->data(multiplierRole), QVariant(2.5));
-}
-
-void TestMeasurementTable::keepsItsHeadersAcrossARebuild()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature});
-    table.setMeasurementItems({});
-    QCOMPARE(table.rowCount(), 0);
-    QCOMPARE(table.columnCount(), 2);
-    QCOMPARE(table.horizontalHeaderItem(0)->text(), QStringLiteral("Name"));
-    QCOMPARE(table.horizontalHeaderItem(1)->text(), QStringLiteral("Value"));
-}
-
-void TestMeasurementTable::replacesTheRowsOfAnEarlierModel()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, ozone});
-    table.updateMeasurements({reading("T", 20), reading("O3", 1)});
-    table.setMeasurementItems({humidity, temperature});
-    QCOMPARE(column(table, 0),
-             QStringList({QStringLiteral("Shown RH"), QStringLiteral("Shown T")}));
-    QCOMPARE(column(table, 1), QStringList({QString(), QString()}));
-}
-
-void TestMeasurementTable::showsAReadingInTheUnitOfItsType_data()
-{
-    QTest::addColumn<MeasurementType>("type");
-    QTest::addColumn<MeasurementUnit>("unit");
-    QTest::addColumn<QString>("first");
-    QTest::addColumn<QString>("second");
-
-    using Type = MeasurementType;
-    using Unit = MeasurementUnit;
-    // first: °C and ppm; second: °F and µg/m³. The reading is 20, the factor 2.5.
-    const struct
+    void showsTwoHeadersAlsoWithoutRows()
     {
-        const char *name;
-        Type type;
-        Unit unit;
-        const char *first;
-        const char *second;
-    } rows[] = {
-        {"undefined", Type::Undefined, Unit::Celsius, "20 Undefined", "20 Undefined"},
-        {"celsius", Type::AirTemperature, Unit::Celsius, "20 °C", "68 °F"},
-        {"fahrenheit", Type::AirTemperature, Unit::Fahrenheit, "-6.66667 °C", "20 °F"},
-        {"temperature in ppm", Type::AirTemperature, Unit::Ppm, "-6.66667 °C", "68 °F"},
-        {"ppm", Type::Pollutant, Unit::Ppm, "20 ppm", "50 µg/m³"},
-        {"ug/m3", Type::Pollutant, Unit::MicrogramsPerCubicMetre, "50 ppm", "20 µg/m³"},
-        {"ppb", Type::Pollutant, Unit::Ppb, "50 ppm", "50 µg/m³"},
-        {"humidity", Type::AirHumidity, Unit::RelativeHumidity, "20 %RH", "20 %RH"},
-        {"pressure", Type::AirPressure, Unit::Millibar, "20 mbar", "20 mbar"},
-        {"particles", Type::ParticulateMatter, Unit::MicrogramsPerCubicMetre, "20 µg/m³",
-         "20 µg/m³"},
-        {"wind direction", Type::WindDirection, Unit::Degree, "20 °", "20 °"},
-        {"wind speed", Type::WindSpeed, Unit::MetresPerSecond, "20 m/s", "20 m/s"},
-        {"rain", Type::Rain, Unit::MillimetresPerHour, "20 mm/h", "20 mm/h"},
-        {"radiation", Type::SolarRadiation, Unit::WattsPerSquareMetre, "20 W/m2", "20 W/m2"},
-        {"extra ends in a blank", Type::Extra, Unit::ExtraUnit, "20 ", "20 "},
-        {"unit of the type, not of the item", Type::AirPressure, Unit::Degree, "20 mbar",
-         "20 mbar"},
-    };
-    for (const auto &row : rows) {
-        QTest::addRow("%s", row.name) << row.type << row.unit << QString::fromUtf8(row.first)
-                                      << QString::fromUtf8(row.second);
+        MeasurementTable table(nullptr);
+        for (int round = 0; round < 2; ++round) {
+            QCOMPARE(table.rowCount(), 0);
+            QCOMPARE(table.columnCount(), 2);
+            QCOMPARE(table.horizontalHeaderItem(0)->text(), text("Name"));
+            QCOMPARE(table.horizontalHeaderItem(1)->text(), text("Value"));
+            QVERIFY(!table.isSortingEnabled());
+            table.updateMeasurements({reading("T", 20), noReading("T")});
+            table.setMeasurementItems({temperature});
+            table.updateMeasurements({});
+            QCOMPARE(column(table, 1), QStringList(QString()));
+            table.setMeasurementItems({});
+        }
     }
-}
 
-void TestMeasurementTable::showsAReadingInTheUnitOfItsType()
-{
-    QFETCH(MeasurementType, type);
-    QFETCH(MeasurementUnit, unit);
-    QFETCH(QString, first);
-    QFETCH(QString, second);
+    void translatesItsHeaders()
+    {
+        const PrefixingTranslator language("translated ", "MeasurementTable");
+        MeasurementTable table(nullptr);
+        for (int round = 0; round < 2; ++round) {
+            QCOMPARE(table.horizontalHeaderItem(0)->text(), text("translated Name"));
+            QCOMPARE(table.horizontalHeaderItem(1)->text(), text("translated Value"));
+            table.setMeasurementItems({temperature});
+        }
+    }
 
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({measurement("M", type, unit, 2.5)});
-    table.updateMeasurements({reading("M", 20)});
-    QCOMPARE(table.item(0, 1)->text(), first);
+    void storesItsDataInTheItems()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({ozone});
+        const QTableWidgetItem *name = table.item(0, 0);
+        QCOMPARE(name->data(Qt::DisplayRole), QVariant(text("Shown O3")));
+        QCOMPARE(name->data(nameRole), QVariant(text("O3")));
 
-    table.setDisplayOptions({false, false, true});
-    QCOMPARE(table.item(0, 1)->text(), second);
+        const QTableWidgetItem *value = table.item(0, 1);
+        QCOMPARE(value->data(Qt::DisplayRole), QVariant(QString()));
+        QCOMPARE(value->data(typeRole).userType(), int(QMetaType::Int));
+        QCOMPARE(value->data(typeRole).toInt(), 2);
+        QCOMPARE(value->data(unitRole).userType(), int(QMetaType::Int));
+        QCOMPARE(value->data(unitRole).toInt(), 4);
+        QCOMPARE(value->data(rawRole), QVariant(QString()));
+        QCOMPARE(value->data(multiplierRole), QVariant(2.5));
+    }
 
-    table.setDisplayOptions({true, true, true});
-    QCOMPARE(table.item(0, 1)->text(), first);
-}
+    void replacesTheRowsOfAnEarlierModel()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, ozone});
+        table.updateMeasurements({reading("T", 20), reading("O3", 1)});
+        table.setMeasurementItems({humidity, temperature});
+        QCOMPARE(column(table, 0), texts("Shown RH|Shown T"));
+        // No unit without a reading.
+        table.setDisplayOptions({false, false, true});
+        QCOMPARE(column(table, 1), texts("|"));
+    }
 
-void TestMeasurementTable::showsSixSignificantDigitsWithADecimalPoint_data()
-{
-    QTest::addColumn<double>("value");
-    QTest::addColumn<QString>("text");
+    void showsAReadingInTheUnitOfItsType_data()
+    {
+        QTest::addColumn<MeasurementType>("type");
+        QTest::addColumn<MeasurementUnit>("unit");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
 
-    QTest::addRow("fraction") << 0.1 << QStringLiteral("0.1 %RH");
-    QTest::addRow("rounded") << 1.23456789 << QStringLiteral("1.23457 %RH");
-    QTest::addRow("negative") << -40.25 << QStringLiteral("-40.25 %RH");
-    QTest::addRow("large") << 1234567.0 << QStringLiteral("1.23457e+06 %RH");
-    QTest::addRow("small") << 0.00000123 << QStringLiteral("1.23e-06 %RH");
-    QTest::addRow("whole") << 100.0 << QStringLiteral("100 %RH");
-}
+        using Type = MeasurementType;
+        using Unit = MeasurementUnit;
+        // first: °C and ppm; second: °F and µg/m³. The reading is 20, the factor 2.5.
+        const struct
+        {
+            const char *name;
+            Type type;
+            Unit unit;
+            const char *first;
+            const char *second;
+        } rows[] = {
+            {"undefined", Type::Undefined, Unit::Celsius, "20 Undefined", "20 Undefined"},
+            {"celsius", Type::AirTemperature, Unit::Celsius, "20 °C", "68 °F"},
+            {"fahrenheit", Type::AirTemperature, Unit::Fahrenheit, "-6.66667 °C", "20 °F"},
+            {"temperature in ppm", Type::AirTemperature, Unit::Ppm, "-6.66667 °C", "68 °F"},
+            {"ppm", Type::Pollutant, Unit::Ppm, "20 ppm", "50 µg/m³"},
+            {"ug/m3", Type::Pollutant, Unit::MicrogramsPerCubicMetre, "50 ppm", "20 µg/m³"},
+            {"ppb", Type::Pollutant, Unit::Ppb, "50 ppm", "50 µg/m³"},
+            {"humidity", Type::AirHumidity, Unit::RelativeHumidity, "20 %RH", "20 %RH"},
+            {"pressure", Type::AirPressure, Unit::Millibar, "20 mbar", "20 mbar"},
+            {"particles", Type::ParticulateMatter, Unit::MicrogramsPerCubicMetre, "20 µg/m³",
+             "20 µg/m³"},
+            {"wind direction", Type::WindDirection, Unit::Degree, "20 °", "20 °"},
+            {"wind speed", Type::WindSpeed, Unit::MetresPerSecond, "20 m/s", "20 m/s"},
+            {"rain", Type::Rain, Unit::MillimetresPerHour, "20 mm/h", "20 mm/h"},
+            {"radiation", Type::SolarRadiation, Unit::WattsPerSquareMetre, "20 W/m2", "20 W/m2"},
+            {"extra ends in a blank", Type::Extra, Unit::ExtraUnit, "20 ", "20 "},
+            {"unit of the type, not of the item", Type::AirPressure, Unit::Degree, "20 mbar",
+             "20 mbar"},
+        };
+        for (const auto &row : rows) {
+            QTest::addRow("%s", row.name) << row.type << row.unit << QString::fromUtf8(row.first)
+                                          << QString::fromUtf8(row.second);
+        }
+    }
 
-void TestMeasurementTable::showsSixSignificantDigitsWithADecimalPoint()
-{
-    QFETCH(double, value);
-    QFETCH(QString, text);
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({humidity});
-    table.updateMeasurements({reading("RH", value)});
-    QCOMPARE(table.item(0, 1)->text(), text);
-}
+    void showsAReadingInTheUnitOfItsType()
+    {
+        QFETCH(MeasurementType, type);
+        QFETCH(MeasurementUnit, unit);
+        QFETCH(QString, first);
+        QFETCH(QString, second);
 
-void TestMeasurementTable::ignoresTheLocale()
-{
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({humidity});
-    table.updateMeasurements({reading("RH", 12345.5)});
-    QLocale::setDefault(QLocale::c());
-    QCOMPARE(table.item(0, 1)->text(), QStringLiteral("12345.5 %RH"));
-}
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({measurement("M", type, unit, 2.5), humidity});
+        table.updateMeasurements({reading("M", 20)});
+        QCOMPARE(column(table, 1), QStringList({first, QString()}));
+        table.setDisplayOptions({false, false, true});
+        QCOMPARE(column(table, 1), QStringList({second, QString()}));
+        table.updateMeasurements({reading("M", 20)});
+        QCOMPARE(table.item(0, 1)->text(), second);
+        table.setDisplayOptions({true, true, true});
+        QCOMPARE(table.item(0, 1)->text(), first);
+    }
 
-void TestMeasurementTable::storesTheRawReadingAsANumber()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature});
-    table.setDisplayOptions({false, true, true});
-    table.updateMeasurements({reading("T", 1.23456789012)});
-    QCOMPARE(table.item(0, 1)->data(rawRole).userType(), int(QMetaType::Double));
-    QCOMPARE(table.item(0, 1)->data(rawRole).toDouble(), 1.23456789012);
-}
+    void showsSixSignificantDigitsWithADecimalPoint_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("shown");
 
-void TestMeasurementTable::keepsReadingsThatAReplyDoesNotMention()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, humidity});
-    table.updateMeasurements({reading("T", 20), reading("RH", 50)});
-    table.updateMeasurements({reading("RH", 51)});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("20 °C"), QStringLiteral("51 %RH")}));
-}
+        QTest::addRow("fraction") << 0.1 << text("0.1 %RH");
+        QTest::addRow("rounded") << 1.23456789 << text("1.23457 %RH");
+        QTest::addRow("negative") << -40.25 << text("-40.25 %RH");
+        QTest::addRow("large") << 1234567.0 << text("1.23457e+06 %RH");
+        QTest::addRow("small") << 0.00000123 << text("1.23e-06 %RH");
+        QTest::addRow("whole") << 100.0 << text("100 %RH");
+    }
 
-void TestMeasurementTable::dropsAReadingOfAnUnknownMeasurement()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature});
-    table.updateMeasurements(
-        {reading("CO", 1), reading("t", 2), noReading("NO2"), reading("", 3), reading("T", 4)});
-    QCOMPARE(column(table, 0), QStringList(QStringLiteral("Shown T")));
-    QCOMPARE(column(table, 1), QStringList(QStringLiteral("4 °C")));
-}
+    void showsSixSignificantDigitsWithADecimalPoint()
+    {
+        QFETCH(double, value);
+        QFETCH(QString, shown);
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({humidity});
+        table.updateMeasurements({reading("RH", value)});
+        QCOMPARE(table.item(0, 1)->text(), shown);
+    }
 
-void TestMeasurementTable::findsRowsByNameAndNotByWhatIsShown()
-{
-    MeasurementTable table(nullptr);
-    MeasurementItem first = temperature;
-    first.displayName = QStringLiteral("RH");
-    table.setMeasurementItems({first, humidity});
-    table.updateMeasurements({reading("RH", 50), reading("Shown RH", 60)});
-    QCOMPARE(column(table, 1), QStringList({QString(), QStringLiteral("50 %RH")}));
-}
+    void ignoresTheLocale()
+    {
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({humidity});
+        table.updateMeasurements({reading("RH", 12345.5)});
+        QLocale::setDefault(QLocale::c());
+        QCOMPARE(table.item(0, 1)->text(), text("12345.5 %RH"));
+    }
 
-void TestMeasurementTable::removesTheRowOfAnInvalidValueUntilTheModelIsSetAgain()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, humidity, ozone});
-    table.updateMeasurements({reading("T", 20), reading("RH", 50), reading("O3", 1)});
-    table.updateMeasurements({noReading("RH")});
-    QCOMPARE(column(table, 0),
-             QStringList({QStringLiteral("Shown T"), QStringLiteral("Shown O3")}));
+    void storesTheRawReadingAsANumber()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature});
+        table.setDisplayOptions({false, true, true});
+        table.updateMeasurements({reading("T", 1.23456789012)});
+        QCOMPARE(table.item(0, 1)->data(rawRole).userType(), int(QMetaType::Double));
+        QCOMPARE(table.item(0, 1)->data(rawRole).toDouble(), 1.23456789012);
+    }
 
-    table.updateMeasurements({reading("RH", 51)});
-    QCOMPARE(column(table, 0),
-             QStringList({QStringLiteral("Shown T"), QStringLiteral("Shown O3")}));
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("20 °C"), QStringLiteral("1 ppm")}));
+    void keepsReadingsThatAReplyDoesNotMention()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, humidity});
+        table.updateMeasurements({reading("T", 20), reading("RH", 50)});
+        table.updateMeasurements({reading("RH", 51)});
+        QCOMPARE(column(table, 1), texts("20 °C|51 %RH"));
+    }
 
-    table.setMeasurementItems({temperature, humidity, ozone});
-    table.updateMeasurements({reading("RH", 52)});
-    QCOMPARE(column(table, 1), QStringList({QString(), QStringLiteral("52 %RH"), QString()}));
-}
+    void ignoresAReadingOfAnUnknownMeasurement()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature});
+        table.updateMeasurements(
+            {reading("CO", 1), reading("t", 2), noReading("NO2"), reading("", 3), reading("T", 4)});
+        QCOMPARE(column(table, 0), texts("Shown T"));
+        QCOMPARE(column(table, 1), texts("4 °C"));
+    }
 
-void TestMeasurementTable::goesOnBehindARemovedRow()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, humidity, ozone});
-    table.updateMeasurements(
-        {noReading("T"), reading("RH", 50), noReading("T"), reading("T", 1), reading("O3", 2)});
-    QCOMPARE(column(table, 0),
-             QStringList({QStringLiteral("Shown RH"), QStringLiteral("Shown O3")}));
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("50 %RH"), QStringLiteral("2 ppm")}));
-}
+    void findsRowsByNameAndNotByWhatIsShown()
+    {
+        MeasurementTable table(nullptr);
+        MeasurementItem first = temperature;
+        first.displayName = text("RH");
+        table.setMeasurementItems({first, humidity});
+        table.updateMeasurements({reading("RH", 50), reading("Shown RH", 60)});
+        QCOMPARE(column(table, 1), texts("|50 %RH"));
+    }
 
-void TestMeasurementTable::emptyValuesStayEmptyInAnyUnit()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems(
-        {temperature, ozone,
-         measurement("X", MeasurementType::Undefined, MeasurementUnit::Undefined)});
-    table.setDisplayOptions({false, false, true});
-    QCOMPARE(column(table, 1), QStringList({QString(), QString(), QString()}));
-}
+    void removesTheRowOfAnInvalidValueUntilTheModelIsSetAgain()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, humidity, ozone});
+        table.updateMeasurements({reading("T", 20), reading("RH", 50), reading("O3", 1)});
+        table.updateMeasurements({noReading("RH")});
+        QCOMPARE(column(table, 0), texts("Shown T|Shown O3"));
 
-void TestMeasurementTable::redrawsInAnotherUnitWithoutANewReading()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, ozone});
-    table.updateMeasurements({reading("T", 20), reading("O3", 4)});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("20 °C"), QStringLiteral("4 ppm")}));
+        table.updateMeasurements({reading("RH", 51)});
+        QCOMPARE(column(table, 0), texts("Shown T|Shown O3"));
+        QCOMPARE(column(table, 1), texts("20 °C|1 ppm"));
 
-    table.setDisplayOptions({false, true, true});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("68 °F"), QStringLiteral("4 ppm")}));
+        table.setMeasurementItems({temperature, humidity, ozone});
+        table.updateMeasurements({reading("RH", 52)});
+        QCOMPARE(column(table, 1), texts("|52 %RH|"));
+    }
 
-    table.setDisplayOptions({true, false, true});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("20 °C"), QStringLiteral("10 µg/m³")}));
-}
+    void continuesAfterARemovedRow()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, humidity, ozone});
+        table.updateMeasurements(
+            {noReading("T"), reading("RH", 50), noReading("T"), reading("T", 1), reading("O3", 2)});
+        QCOMPARE(column(table, 0), texts("Shown RH|Shown O3"));
+        QCOMPARE(column(table, 1), texts("50 %RH|2 ppm"));
+    }
 
-void TestMeasurementTable::keepsTheChosenUnitsForLaterReadingsAndModels()
-{
-    MeasurementTable table(nullptr);
-    table.setDisplayOptions({false, false, true});
-    table.setMeasurementItems({temperature});
-    table.updateMeasurements({reading("T", 20)});
-    QCOMPARE(column(table, 1), QStringList(QStringLiteral("68 °F")));
-}
+    void showsZeroAsAReading()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, ozone});
+        table.updateMeasurements({reading("T", 0.0), reading("O3", 0.0)});
+        QCOMPARE(column(table, 1), texts("0 °C|0 ppm"));
+    }
 
-void TestMeasurementTable::showsZeroAsAReading()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, ozone});
-    table.updateMeasurements({reading("T", 0.0), reading("O3", 0.0)});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("0 °C"), QStringLiteral("0 ppm")}));
-}
+    void showsReadingsInTheFirstOfTwoEqualNames()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, temperature});
+        table.updateMeasurements({reading("T", 20)});
+        QCOMPARE(column(table, 1), texts("20 °C|"));
+    }
 
-void TestMeasurementTable::givesReadingsToTheFirstOfTwoEqualNames()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, temperature});
-    table.updateMeasurements({reading("T", 20)});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("20 °C"), QString()}));
-}
+    void showsNotAvailableWithoutAUnit()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature});
+        table.item(0, 1)->setData(rawRole, text("NA"));
+        table.setDisplayOptions({false, true, true});
+        QCOMPARE(column(table, 1), texts("NA"));
+    }
 
-void TestMeasurementTable::showsNotAvailableWithoutAUnit()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature});
-    table.item(0, 1)->setData(rawRole, QStringLiteral("NA"));
-    table.setDisplayOptions({false, true, true});
-    QCOMPARE(column(table, 1), QStringList(QStringLiteral("NA")));
-}
+    void readsARawTextThatIsNoNumberAsZero()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, humidity});
+        table.item(0, 1)->setData(rawRole, text("n/a"));
+        table.item(1, 1)->setData(rawRole, text("na"));
+        table.setDisplayOptions({false, true, true});
+        QCOMPARE(column(table, 1), texts("32 °F|0 %RH"));
+    }
 
-void TestMeasurementTable::takesARawTextThatIsNoNumberForZero()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, humidity});
-    table.item(0, 1)->setData(rawRole, QStringLiteral("n/a"));
-    table.item(1, 1)->setData(rawRole, QStringLiteral("na"));
-    table.setDisplayOptions({false, true, true});
-    QCOMPARE(column(table, 1), QStringList({QStringLiteral("32 °F"), QStringLiteral("0 %RH")}));
-}
+    void showsTheRawTextAsItIsForAnUndefinedType()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems(
+            {measurement("X", MeasurementType::Undefined, MeasurementUnit::Millibar, 3.0)});
+        table.updateMeasurements({reading("X", 1234567.5)});
+        QCOMPARE(column(table, 1), texts("1234567.5 Undefined"));
 
-void TestMeasurementTable::showsTheRawTextAsItIsForAnUndefinedType()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems(
-        {measurement("X", MeasurementType::Undefined, MeasurementUnit::Millibar, 3.0)});
-    table.updateMeasurements({reading("X", 1234567.5)});
-    QCOMPARE(column(table, 1), QStringList(QStringLiteral("1234567.5 Undefined")));
+        table.item(0, 1)->setData(rawRole, text("%2 of %1"));
+        table.setDisplayOptions({true, true, true});
+        QCOMPARE(column(table, 1), texts("%2 of %1 Undefined"));
+    }
 
-    table.item(0, 1)->setData(rawRole, QStringLiteral("%2 of %1"));
-    table.setDisplayOptions({true, true, true});
-    QCOMPARE(column(table, 1), QStringList(QStringLiteral("%2 of %1 Undefined")));
-}
-
-void TestMeasurementTable::bearsMissingItems()
-{
-    MeasurementTable table(nullptr);
-    table.setMeasurementItems({temperature, humidity, ozone});
-    delete table.takeItem(0, 0);
-    delete table.takeItem(1, 1);
-    table.updateMeasurements({reading("T", 20), reading("RH", 50), noReading("RH")});
-    table.updateMeasurements({reading("O3", 4)});
-    table.setDisplayOptions({false, false, true});
-    QCOMPARE(table.rowCount(), 3);
-    QCOMPARE(table.item(0, 1)->text(), QString());
-    QVERIFY(!table.item(1, 1));
-    QCOMPARE(table.item(2, 1)->text(), QStringLiteral("10 µg/m³"));
-}
-
-void TestMeasurementTable::bearsAnEmptyModelAndAnEmptyReply()
-{
-    MeasurementTable table(nullptr);
-    table.updateMeasurements({reading("T", 20), noReading("T")});
-    table.setDisplayOptions({false, false, false});
-    QCOMPARE(table.rowCount(), 0);
-    table.setMeasurementItems({temperature});
-    table.updateMeasurements({});
-    QCOMPARE(column(table, 1), QStringList(QString()));
-}
+    void toleratesMissingItems()
+    {
+        MeasurementTable table(nullptr);
+        table.setMeasurementItems({temperature, humidity, ozone});
+        delete table.takeItem(0, 0);
+        delete table.takeItem(1, 1);
+        table.updateMeasurements({reading("T", 20), reading("RH", 50), noReading("RH")});
+        table.updateMeasurements({reading("O3", 4)});
+        table.setDisplayOptions({false, false, true});
+        QCOMPARE(table.rowCount(), 3);
+        QCOMPARE(table.item(0, 1)->text(), QString());
+        QVERIFY(!table.item(1, 1));
+        QCOMPARE(table.item(2, 1)->text(), text("10 µg/m³"));
+    }
+};
 
 KV_TEST_MAIN(TestMeasurementTable)
 
