@@ -84,9 +84,10 @@ private slots:
         QFETCH(int, size);
         QFETCH(QByteArray, answers);
         QTemporaryDir folder;
-        DeviceHarness harness([=](DeviceOptions &o) {
+        QFile file(folder.filePath(QStringLiteral("image.bin")));
+        DeviceHarness harness([&](DeviceOptions &o) {
             o.imageSize = size;
-            o.imageFile = folder.filePath(QStringLiteral("image.bin"));
+            o.imageFile = file.fileName();
         });
         startTransfer(harness);
         const QByteArray image = imageOf(size);
@@ -95,7 +96,6 @@ private slots:
             QCOMPARE(harness.output.size(), offset / 16 + 1);
         }
         QCOMPARE(harness.output, answers);
-        QFile file(options.imageFile);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), image);
         QCOMPARE(harness.device.bootloader().image(), image);
