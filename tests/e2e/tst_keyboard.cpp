@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/toolfixture.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/toolfixture.h"
 
 #include <QtCharts/QChart>
 #include <QtCharts/QChartView>
@@ -21,10 +21,6 @@ class TestKeyboard : public ToolFixture
     Q_OBJECT
 
 private slots:
-    void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
-
     void mainJobIsDoneByKeys();
 
 private:

@@ -3,6 +3,7 @@
 #include "tests/kit/fakelocalstorage.h"
 #include "tests/kit/layoutchecks.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 #include "ui/measurementgraph.h"
@@ -28,11 +29,6 @@
 using namespace LayoutChecks;
 
 namespace {
-
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// What the windows show.
 struct Content
