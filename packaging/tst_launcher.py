@@ -122,14 +122,15 @@ class Launcher(unittest.TestCase):
         data = self.home / ".local/share/kvtool-demo"
         run = self.launch("--demo", "-style", "fusion")
         self.assertEqual(run.stdout.splitlines(), [
-            str(data), "data home: none", "program: kvtool-demo", "argument: --output", f"argument: {data}",
-            "argument: -style", "argument: fusion"])
+            str(data), "data home: none", "program: kvtool-demo", "scaling: 1", "argument: --output",
+            f"argument: {data}", "argument: -style", "argument: fusion"])
         self.assertEqual(os.listdir(data), ["settings.xml"])
         self.assertFalse(self.data.exists())
 
     def test_shows_the_manual_in_the_browser(self):
         self.assertEqual(self.launch("--manual").stdout.splitlines()[2:],
-                         ["program: xdg-open", f"argument: {self.prefix}/share/doc/kvtool/manual/index.html"])
+                         ["program: xdg-open", "scaling: none",
+                          f"argument: {self.prefix}/share/doc/kvtool/manual/index.html"])
 
     def test_prints_version_and_help_and_starts_nothing(self):
         self.assertEqual(self.launch("--version").stdout, f"KV Tool {VERSION}\n")
