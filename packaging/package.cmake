@@ -49,9 +49,12 @@ set(CPACK_RPM_PACKAGE_RELEASE ${revision})
 set(CPACK_RPM_PACKAGE_LICENSE GPL-3.0-or-later)
 set(CPACK_RPM_PACKAGE_SUMMARY "Configure and monitor an air-quality transmitter")
 set(CPACK_RPM_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
-set(CPACK_RPM_SPEC_MORE_DEFINE "%define packager ${KV_MAINTAINER}")
+# The times and the host are fixed so that each build produces the same bytes.
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define packager ${KV_MAINTAINER}
+%define use_source_date_epoch_as_buildtime 1
+%define clamp_mtime_to_source_date_epoch 1
+%define _buildhost localhost")
 set(CPACK_RPM_PACKAGE_GROUP Applications/Engineering)
-set(CPACK_RPM_PACKAGE_SUGGESTS "sqlite, xdg-utils")
 set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/postinst)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
     /usr/lib/udev /usr/lib/udev/rules.d /usr/share/applications /usr/share/metainfo /usr/share/icons
