@@ -43,7 +43,6 @@ void sizeByFont(QTableWidget *table)
 /// thirds at most. The last column takes the rest. The user can drag them afterwards.
 void fitNameColumns(QTableWidget *table)
 {
-    table->resizeColumnsToContents();
     QSize view = table->maximumViewportSize();
     // The scroll bar appears only with the next layout.
     if (table->verticalHeader()->length() > view.height()) {
@@ -51,6 +50,7 @@ void fitNameColumns(QTableWidget *table)
     }
     int room = view.width() * 2 / 3;
     for (int column = table->columnCount() - 2; column >= 0; --column) {
+        table->resizeColumnToContents(column);
         const int width =
             std::min({table->columnWidth(column), view.width() / 2, room / (column + 1)});
         table->setColumnWidth(column, width);
