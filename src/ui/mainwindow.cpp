@@ -49,13 +49,17 @@ void fitNameColumns(QTableWidget *table)
         view.rwidth() -= table->verticalScrollBar()->sizeHint().width();
     }
     int room = view.width() * 2 / 3;
+    int rest = view.width();
     for (int column = table->columnCount() - 2; column >= 0; --column) {
         table->resizeColumnToContents(column);
         const int width =
             std::min({table->columnWidth(column), view.width() / 2, room / (column + 1)});
         table->setColumnWidth(column, width);
         room -= width;
+        rest -= width;
     }
+    // The stretched column keeps its width until the next resize of the view.
+    table->setColumnWidth(table->columnCount() - 1, rest);
 }
 
 } // namespace

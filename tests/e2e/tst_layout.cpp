@@ -170,7 +170,13 @@ public:
             m_window->setWindowTitle(text("Updating firmware, please wait."));
             show(m_window.get());
         }
-        // What was filled in may have asked for another layout.
+        // A scroll bar that the content needs narrows the last column with the next layout.
+        const QList<QTableWidget *> tables = m_window->findChildren<QTableWidget *>();
+        for (const QTableWidget *table : tables) {
+            QTest::qWaitFor([table] {
+                return table->horizontalHeader()->length() == table->viewport()->width();
+            });
+        }
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
     }

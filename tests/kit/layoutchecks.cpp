@@ -135,7 +135,7 @@ QStringList narrowSections(const QTableWidget *table, bool headers)
     // Names are shortened where the values would get less than a third of the view, or less than
     // half beside one column of names.
     const int share = table->viewport()->width() / (last > 1 ? 3 : 2);
-    const bool isShared = last > 0 && table->columnWidth(last) <= share + share / 5;
+    const bool isShared = last > 0 && table->columnWidth(last) <= share + 3;
     for (int column = 0; column <= (isShared && !headers ? -1 : last); ++column) {
         // Public in the base class alone.
         const QAbstractItemView *const view = table;
