@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int secondsPerMinute = 60;
+constexpr qint64 secondsPerMinute = 60;
 constexpr int minutesPerDay = 24 * 60;
 constexpr int gapBegin = 300;
 constexpr int gapEnd = 360;

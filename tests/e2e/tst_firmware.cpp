@@ -316,7 +316,8 @@ void TestFirmware::memoryIsBackedUpIntoAFile()
     QCOMPARE(commandCount("eeprom --read_block"), 1024);
     QCOMPARE(contents(path).left(4), QByteArray("\x00\x00\xff\xff", 4));
 
-    // Each block is stored at the offset of its number, over all but the first byte of the one before.
+    // Each block is stored at the offset of its number, over all but the first byte of the one
+    // before.
     const QByteArray memory = deviceMemory();
     QByteArray image(memoryBytes, '\0');
     for (int block = 0; block < 1024; ++block) {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Random input to the whole tool: its real window, a real port with the simulated transmitter, a
 // real store and real files. The same seed draws the same actions; what they meet depends on time.
-#include "tests/kit/toolfixture.h"
 #include "tests/endurance/actiontrace.h"
 #include "tests/endurance/inputsimulator.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/toolfixture.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QThread>

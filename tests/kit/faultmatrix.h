@@ -69,8 +69,8 @@ public:
     /// Records what was seen of a pair, for saveTables().
     void record(FaultKind fault, int operation, const QByteArray &seen);
 
-    /// Fails the running test unless there are @p pairCount pairs, each with an expectation, and the
-    /// selection covers what it has to.
+    /// Fails the running test unless there are @p pairCount pairs, each with an expectation, and
+    /// the selection covers what it has to.
     void verify(int pairCount) const;
 
     /// Saves the table of each part whose applicable pairs have all been recorded.
