@@ -11,12 +11,11 @@ namespace Simulator {
 /// What the command line asks for.
 struct CommandLine
 {
-    /// The device with its line, and its faults as they were written.
-    TransmitterOptions transmitter;
-    QList<QByteArray> faults;
+    TransmitterOptions transmitter; ///< the device and its line
+    QList<QByteArray> faults; ///< as written, see Faults::add()
     bool control = false; ///< take control commands from standard input
     bool exitWithInput = false; ///< end when standard input closes
-    bool helpWanted = false;
+    bool helpWanted = false; ///< print the help and end
     QString help; ///< the help text
 };
 

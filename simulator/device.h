@@ -41,13 +41,17 @@ public:
     void lineRestored();
 
     /// The running program; isBusy() during a lasting command.
+    /// @{
     Mode mode() const { return m_mode; }
     bool isBusy() const { return m_console.isBusy(); }
+    /// @}
 
     /// Parts of the device, valid as long as this object.
+    /// @{
     DeviceState &state() { return m_state; }
     Faults &faults() { return m_faults; }
     Bootloader &bootloader() { return m_bootloader; }
+    /// @}
 
 signals:
     /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.

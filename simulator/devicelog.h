@@ -24,9 +24,11 @@ public:
     void fill(int count, const QDateTime &end, int intervalS);
 
     /// Rows, time of the last row, and seconds between two.
+    /// @{
     int count() const;
     QDateTime end() const;
     int intervalS() const;
+    /// @}
 
     /// Forgets all rows; the titles stay.
     void erase();

@@ -30,27 +30,35 @@ public:
     void boot();
 
     /// Identity, and parts that are valid as long as this object.
+    /// @{
     const DeviceModel &model() const { return m_model; }
     QByteArray serial() const;
     DeviceSettings &settings() { return m_settings; }
     DeviceMemory &memory() { return m_memory; }
     DeviceLog &log() { return m_log; }
     bool hasLogOption() const { return m_options.logOption; }
+    /// @}
 
     /// The device's clock, UTC, running.
+    /// @{
     QDateTime now() const;
     void setClock(const QDateTime &time);
+    /// @}
 
     /// Whether the warm-up is over.
     bool isWarm() const;
 
     /// Whether debug output is on.
+    /// @{
     bool debug() const { return m_debug; }
     void setDebug(bool on) { m_debug = on; }
+    /// @}
 
     /// The values of "health" and, once warm, of "meas_state" from now on.
+    /// @{
     void setHealth(const QByteArray &text) { m_options.health = text; }
     void setMeasurementState(int state) { m_options.measurementState = state; }
+    /// @}
 
     /// The value of a variable or setting; false for an unknown @p name.
     bool value(const QByteArray &name, QByteArray &value) const;

@@ -71,6 +71,7 @@ class Faults : public QObject
     Q_OBJECT
 
 public:
+    /// No fault is set.
     explicit Faults(QObject *parent = nullptr);
 
     /// Adds the fault that @p text describes; false with the reason in @p error.

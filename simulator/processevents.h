@@ -14,6 +14,7 @@ class ProcessEvents : public QObject
     Q_OBJECT
 
 public:
+    /// Reports nothing before one of the functions below is called.
     explicit ProcessEvents(QObject *parent = nullptr);
 
     /// Turns SIGTERM and SIGINT into terminated().

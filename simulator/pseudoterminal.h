@@ -16,6 +16,7 @@ class PseudoTerminal : public QObject
     Q_OBJECT
 
 public:
+    /// Closed until open().
     explicit PseudoTerminal(QObject *parent = nullptr);
     ~PseudoTerminal() override;
 

@@ -29,8 +29,10 @@ public:
     bool open(QString &error);
 
     /// See PseudoTerminal.
+    /// @{
     QString path() const { return m_terminal.path(); }
     bool isOpen() const { return m_terminal.isOpen(); }
+    /// @}
 
     /// See PseudoTerminal.
     void release() { m_terminal.release(); }

@@ -42,8 +42,10 @@ public:
     void release() { m_line.release(); }
 
     /// Whether the line is open, and its path for clients.
+    /// @{
     bool isConnected() const { return m_line.isOpen(); }
     QString path() const { return m_line.path(); }
+    /// @}
 
     /// The device; valid as long as this object.
     Device &device() { return m_device; }

@@ -14,10 +14,10 @@ constexpr QLatin1String variable(const char (&name)[Size])
     return QLatin1String(name, Size - 1);
 }
 
-constexpr QLatin1String hwVersion = variable("hwver");
-constexpr QLatin1String swVersion = variable("swver");
-constexpr QLatin1String serialNumber = variable("serial");
-constexpr QLatin1String modelNumber = variable("model");
+constexpr QLatin1String hwVersion = variable("hwver"); ///< version of the hardware
+constexpr QLatin1String swVersion = variable("swver"); ///< version of the firmware
+constexpr QLatin1String serialNumber = variable("serial"); ///< identifies a device in the store
+constexpr QLatin1String modelNumber = variable("model"); ///< as shown in the window and stored
 constexpr QLatin1String measurementState = variable("meas_state"); ///< see MeasurementState
 constexpr QLatin1String health = variable("health"); ///< negative: not available
 constexpr QLatin1String debug = variable("debug"); ///< 0 switches the console's debug output off

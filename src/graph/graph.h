@@ -13,6 +13,7 @@ class Graph : public QWidget
     Q_OBJECT
 
 public:
+    /// The GraphQt fills the whole widget.
     explicit Graph(QWidget *parent = nullptr);
 
     /// Begins a series of changes. Has no effect with GraphQt; another back end may need it.

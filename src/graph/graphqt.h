@@ -20,6 +20,7 @@ class GraphQt : public QtCharts::QChartView
     Q_OBJECT
 
 public:
+    /// Shows Qt's empty chart until the first clear().
     explicit GraphQt(QWidget *parent = nullptr);
     ~GraphQt() override;
 

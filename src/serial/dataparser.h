@@ -19,7 +19,7 @@ enum class DataParserResult {
 /// One entry of a list variable.
 struct ListItem
 {
-    QString value;
+    QString value; ///< the text after the equals sign
     int index = 0; ///< the number in the variable's name, as in "list3"
 };
 

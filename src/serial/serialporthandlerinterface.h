@@ -22,6 +22,7 @@ class SerialPortHandlerInterface : public QObject
     Q_OBJECT
 
 public:
+    /// A handler that is not connected.
     explicit SerialPortHandlerInterface(QObject *parent = nullptr)
         : QObject(parent)
     {

@@ -11,6 +11,7 @@ class SerialPortInterface : public QObject
     Q_OBJECT
 
 public:
+    /// A closed port.
     explicit SerialPortInterface(QObject *parent = nullptr)
         : QObject(parent)
     {

@@ -11,6 +11,7 @@ class SerialPortJobConnect : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "show swver".
     explicit SerialPortJobConnect(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

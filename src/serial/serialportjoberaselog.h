@@ -10,6 +10,7 @@ class SerialPortJobEraseLog : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "log --erase", without an empty line before it.
     explicit SerialPortJobEraseLog(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

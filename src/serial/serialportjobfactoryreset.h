@@ -10,6 +10,7 @@ class SerialPortJobFactoryReset : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "initconf --really". The device gets up to 60 s for it.
     explicit SerialPortJobFactoryReset(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

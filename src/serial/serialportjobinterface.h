@@ -19,6 +19,7 @@ class SerialPortJobInterface : public QObject
     Q_OBJECT
 
 public:
+    /// A job that has not started.
     explicit SerialPortJobInterface(QObject *parent = nullptr)
         : QObject(parent)
     {

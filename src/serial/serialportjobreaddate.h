@@ -9,6 +9,7 @@ class SerialPortJobReadDate : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "date".
     explicit SerialPortJobReadDate(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

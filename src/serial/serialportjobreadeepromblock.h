@@ -10,6 +10,7 @@ class SerialPortJobReadEepromBlock : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "eeprom --read_block" with @p blockIndex, which is not checked.
     SerialPortJobReadEepromBlock(SerialPortInterface *port, quint16 blockIndex, int progress,
                                  QObject *parent = nullptr);
 

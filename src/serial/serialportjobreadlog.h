@@ -10,6 +10,7 @@ class SerialPortJobReadLog : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "log --count".
     explicit SerialPortJobReadLog(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

@@ -10,6 +10,7 @@ class SerialPortJobReadLogValue : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "log --read=" with @p index: 0 for the titles, from 1 on for the rows.
     SerialPortJobReadLogValue(SerialPortInterface *port, int index, QObject *parent = nullptr);
 
 protected:

@@ -11,6 +11,7 @@ class SerialPortJobReadMeasurements : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "show meas".
     explicit SerialPortJobReadMeasurements(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

@@ -9,6 +9,7 @@ class SerialPortJobReadModel : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "show unit".
     explicit SerialPortJobReadModel(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

@@ -12,6 +12,7 @@ class SerialPortJobReadValue : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "show" with @p name, the variable's name on the console.
     SerialPortJobReadValue(SerialPortInterface *port, const QString &name,
                            QObject *parent = nullptr);
 

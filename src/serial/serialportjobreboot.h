@@ -15,6 +15,7 @@ class SerialPortJobReboot : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "reboot --really". The time-out of 30 s includes the self test.
     SerialPortJobReboot(SerialPortInterface *port, RebootMode mode, QObject *parent = nullptr);
 
 protected:

@@ -16,6 +16,7 @@ class SerialPortJobSetDate : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "date" with @p date.
     SerialPortJobSetDate(SerialPortInterface *port, const QDateTime &date,
                          QObject *parent = nullptr);
 

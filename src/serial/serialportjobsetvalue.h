@@ -12,6 +12,7 @@ class SerialPortJobSetValue : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "set" with @p name and @p value, both unchanged.
     SerialPortJobSetValue(SerialPortInterface *port, const QString &name, const QString &value,
                           QObject *parent = nullptr);
 

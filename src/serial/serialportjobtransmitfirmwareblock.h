@@ -15,6 +15,7 @@ class SerialPortJobTransmitFirmwareBlock : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Sends the bytes of @p block unchanged and waits up to 2 s for the bootloader's reply.
     SerialPortJobTransmitFirmwareBlock(SerialPortInterface *port, const QByteArray &block,
                                        double progress, QObject *parent = nullptr);
 

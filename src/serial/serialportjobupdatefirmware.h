@@ -10,6 +10,7 @@ class SerialPortJobUpdateFirmware : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Sends nothing until the bootloader's prompt arrives, and waits 15 minutes for it.
     explicit SerialPortJobUpdateFirmware(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

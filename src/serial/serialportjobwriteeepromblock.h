@@ -13,6 +13,7 @@ class SerialPortJobWriteEepromBlock : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "eeprom --write_block" with @p blockIndex, then @p data. The time-out is 5 s.
     SerialPortJobWriteEepromBlock(SerialPortInterface *port, quint16 blockIndex,
                                   const QByteArray &data, int progress, QObject *parent = nullptr);
 

@@ -10,6 +10,7 @@ class SerialPortJobWriteToEeprom : public SerialPortJob
     Q_OBJECT
 
 public:
+    /// Command: "write --really", with a time-out of 3 minutes.
     explicit SerialPortJobWriteToEeprom(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

@@ -16,6 +16,7 @@ class SerialPortQueue : public SerialPortQueueInterface
     Q_OBJECT
 
 public:
+    /// Without a transport: set one before the first open() or addJob().
     explicit SerialPortQueue(QObject *parent = nullptr);
     ~SerialPortQueue() override;
 

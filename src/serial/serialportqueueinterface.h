@@ -13,6 +13,7 @@ class SerialPortQueueInterface : public QObject
     Q_OBJECT
 
 public:
+    /// An empty queue without a transport.
     explicit SerialPortQueueInterface(QObject *parent = nullptr)
         : QObject(parent)
     {

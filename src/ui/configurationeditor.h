@@ -16,6 +16,7 @@ class ConfigurationEditor : public QTableWidget
     Q_OBJECT
 
 public:
+    /// A table with its column titles and without rows.
     explicit ConfigurationEditor(QWidget *parent);
 
     /// Rebuilds the rows from the settings of @p configuration, with empty values and without a

@@ -16,6 +16,7 @@ class ConfigurationItemDelegate : public QItemDelegate
     Q_OBJECT
 
 public:
+    /// Views do not own their delegates; only @p parent, if any, deletes this one.
     explicit ConfigurationItemDelegate(QObject *parent);
 
     /// A spin box, a spin box with decimals or a line edit, owned by @p parent. Null, so that the

@@ -18,6 +18,7 @@ class DeviceItem : public QObject
     Q_PROPERTY(QString hwVersion READ hwVersion WRITE setHwVersion NOTIFY hwVersionChanged)
 
 public:
+    /// All texts are empty.
     explicit DeviceItem(QObject *parent = nullptr);
 
     /// The identity as it was last set; empty before.

@@ -10,9 +10,11 @@
 class ElidedComboBox : public QComboBox
 {
 public:
+    /// An empty combo box.
     explicit ElidedComboBox(QWidget *parent = nullptr);
 
 protected:
+    /// Draws the box in its style, with the current text elided at its end.
     void paintEvent(QPaintEvent *event) override;
 
 private:

@@ -25,6 +25,7 @@ class MainWindow : public QMainWindow, public MainWindowInterface
     Q_OBJECT
 
 public:
+    /// Shows no device and no ports yet, and is hidden until show().
     explicit MainWindow(QWidget *parent);
     ~MainWindow() override;
 

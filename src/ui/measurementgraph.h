@@ -29,6 +29,7 @@ class MeasurementGraph : public QDialog
     Q_OBJECT
 
 public:
+    /// A hidden dialog without a store, whose list is disabled.
     explicit MeasurementGraph(QWidget *parent);
     ~MeasurementGraph() override;
 

@@ -17,6 +17,7 @@ class MeasurementTable : public QTableWidget
     Q_OBJECT
 
 public:
+    /// Has its columns but no rows before setMeasurementItems().
     explicit MeasurementTable(QWidget *parent);
 
     /// Rebuilds all rows, in the order of @p items and without readings.

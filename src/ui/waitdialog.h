@@ -15,6 +15,7 @@ class WaitDialog : public QDialog
     Q_OBJECT
 
 public:
+    /// Hidden until showDialog().
     explicit WaitDialog(QWidget *parent);
     ~WaitDialog() override;
 
