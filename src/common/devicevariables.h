@@ -7,7 +7,7 @@
 /// settings are not among them: they come from the description of the model.
 namespace DeviceVariables {
 
-/// The characters of a literal, without its closing zero.
+/// The characters of a literal, without its terminating NUL.
 template <int Size>
 constexpr QLatin1String variable(const char (&name)[Size])
 {

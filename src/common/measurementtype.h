@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// What a measurement measures. The numbers are part of the data that rides on table items.
+/// The quantity that is measured. The numbers are stored as data of table items.
 enum class MeasurementType {
     Undefined = 0,
     AirTemperature = 1,

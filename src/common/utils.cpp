@@ -29,7 +29,7 @@ constexpr std::array<quint8, 256> makeCrcTable()
 
 constexpr std::array<quint8, 256> crcTable = makeCrcTable();
 
-/// Writes what @p stream itself makes of @p number, in a quarter of the time.
+/// Writes @p number in the format of @p stream, in a quarter of the time.
 void writeNumber(QTextStream &stream, double number)
 {
     // A number halfway between two texts of six digits, which the stream rounds up and to_chars to
@@ -46,8 +46,8 @@ void writeNumber(QTextStream &stream, double number)
     stream << QLatin1String(text.data(), static_cast<int>(end - text.data()));
 }
 
-/// The texts of times in local time. Qt asks the system for the zone at each time; here an hour
-/// without a change of the clocks is asked for once.
+/// Formats times as local time. Qt queries the time zone for each time; this class queries it once
+/// for each hour without a change of the offset.
 class LocalTimeFormatter
 {
 public:
@@ -72,10 +72,10 @@ public:
 
 private:
     static constexpr qint64 msPerHour = 3600000;
-    static constexpr qint64 year10000Ms = 253402300800000; // has no ISO form
+    static constexpr qint64 year10000Ms = 253402300800000; // the ISO format ends at year 9999
 
-    // offsetFromUtc() is no help: it asks which instant the wall clock shows, and in an hour that
-    // occurs twice there are two.
+    // Not by offsetFromUtc(): it starts from the local time, which is ambiguous in an hour that
+    // occurs twice.
     static qint64 offsetAt(qint64 ms)
     {
         const QDateTime local = QDateTime::fromMSecsSinceEpoch(ms, Qt::LocalTime);

@@ -7,7 +7,7 @@
 /// the user's value.
 namespace SettingsKeys {
 
-/// The characters of a literal, without its closing zero.
+/// The characters of a literal, without its terminating NUL.
 template <int Size>
 constexpr QLatin1String key(const char (&text)[Size])
 {

@@ -19,7 +19,7 @@ constexpr int timeLabelsAngle = -90;
 constexpr int linePixels = 3;
 constexpr int chartMargin = 6;
 
-// More than a legend has room for. Its time to elide a name grows with the square of the length.
+// More than fit into a legend, which needs quadratic time to elide a name.
 constexpr int maximumLegendCharacters = 200;
 
 QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
@@ -32,7 +32,7 @@ QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
     return result;
 }
 
-// What the legend has to get in order to show @p name character by character.
+// The text with which the legend shows @p name literally.
 QString legendText(const QString &name)
 {
     const QString shown = name.size() > maximumLegendCharacters
@@ -47,7 +47,7 @@ GraphQt::GraphQt(QWidget *parent)
     : QtCharts::QChartView(parent)
 {
     setRenderHint(QPainter::Antialiasing);
-    // A picture that no key works on is no stop of the Tab key.
+    // The chart handles no keys, so the Tab key skips it.
     setFocusPolicy(Qt::NoFocus);
 }
 
@@ -104,14 +104,14 @@ void GraphQt::addSeries(const GraphSeries &series)
     pen.setWidth(linePixels);
     line->setPen(pen);
 
-    // Each step below draws a filled line again, so the points come last. Only an axis that, by its
-    // own test, has no range needs them first: it takes its range from the line.
+    // Each step below redraws a line that has points, so the points are added last. Only an axis
+    // without a range needs them first: it takes its range from the line.
     const bool pointsLast = axesHaveRange();
     if (!pointsLast) {
         line->replace(chartPoints(series.points));
     }
     m_chart->addSeries(line);
-    // The legend takes each name for HTML, so its text is set before the line has a name.
+    // The legend interprets a name as HTML, so its text is set before the line has a name.
     m_chart->legend()->markers(line).constFirst()->setLabel(legendText(series.name));
     line->setName(series.name);
     line->attachAxis(m_timeAxis);

@@ -17,7 +17,7 @@ enum ExitCode { FileIsWhole = 0, FileIsNotWhole = 1, WrongUsage = 2, InternalErr
 
 constexpr int longestList = 20;
 
-/// What the loader says on its way.
+/// The lines that the loader logs.
 QStringList &loggedLines()
 {
     static QStringList lines;
@@ -148,7 +148,7 @@ void printRemarks(const char *title, const QVector<SettingsRemark> &remarks, int
     }
 }
 
-/// Whether the walk has found exactly what the loader has.
+/// Whether @p walk has found the same models as the loader.
 bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsWalk &walk)
 {
     return models.keys() == walk.models().keys()
@@ -162,7 +162,7 @@ bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsWalk 
 ExitCode check(const QString &path)
 {
     QFile file(path);
-    // The tool waits at a pipe and reads a device without end; this program refuses both.
+    // The tool blocks on a pipe and never stops reading an endless device; both are refused here.
     const bool isSpecial = QFileInfo::exists(path) && !QFileInfo(path).isFile();
     if (isSpecial || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         out() << "The tool would refuse this file: \"Failed to load configuration from file "

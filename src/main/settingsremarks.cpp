@@ -16,7 +16,7 @@ bool isShownIn(MeasurementType type, MeasurementUnit unit)
         || MeasurementTypeUtils::displayUnitOf(type, {false, false, true}) == unit;
 }
 
-/// Remarks on values that the tool accepts and that hardly do what their author wants.
+/// Remarks on values that the tool accepts although they are probably mistakes.
 class ValueCheck
 {
 public:
@@ -97,7 +97,7 @@ private:
     {
         static const QRegularExpression unfit(
             QStringLiteral(R"([\s=.*+?()\[\]{}^$|\\]|[^\x00-\x7f])"));
-        // The device uses these words itself.
+        // Names of the console's own commands and variables.
         static const QStringList deviceWords{
             QStringLiteral("date"),   QStringLiteral("hwver"),      QStringLiteral("health"),
             QStringLiteral("meas"),   QStringLiteral("meas_state"), QStringLiteral("model"),

@@ -7,8 +7,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Remarks on what the tool reads in a settings file and what its author hardly means, in the order
-/// of the file.
+/// Remarks on elements of a settings file that the tool reads but that are probably mistakes, in
+/// the order of the file.
 QVector<SettingsRemark> settingsRemarks(const SettingsWalk &walk);
 
 /// The text of @p unit; words for a unit without a text.

@@ -81,7 +81,7 @@ void SettingsWalk::readTags(QIODevice *file)
     }
 }
 
-/// Like QXmlStreamReader::readNextStartElement(): an end tag and the end of the file give none.
+/// Like QXmlStreamReader::readNextStartElement(): null at an end tag and at the end of the file.
 SettingsTag *SettingsWalk::nextStartTag()
 {
     m_position = qMin(m_position + 1, m_tags.size());
@@ -168,7 +168,7 @@ bool SettingsWalk::readChildren(const Rule &parent, SettingsModelTags &model)
     return true;
 }
 
-/// Marks @p tag as read; false when the loader gives the file up at it.
+/// Marks @p tag as read; false when the loader stops reading at it.
 bool SettingsWalk::take(SettingsTag &tag, const Rule &rule)
 {
     tag.isRead = true;

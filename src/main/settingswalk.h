@@ -37,17 +37,17 @@ struct SettingsModelTags
     QVector<const SettingsTag *> measurements; ///< one for each measurement
 };
 
-/// Follows a settings file in the way of ConfigurationLoader, which keeps no places, and records
-/// which tags are read and why the others are not. The spellings are the loader's own.
+/// Reads a settings file by the rules of ConfigurationLoader, which does not record line numbers,
+/// and records which tags are read and why the others are not. Both use the same spellings.
 class SettingsWalk
 {
 public:
     /// Reads @p file, which must be open, to its end.
     explicit SettingsWalk(QIODevice *file);
 
-    /// Whether the walk came to the end of the list of models.
+    /// Whether the end of the list of models was reached.
     bool isComplete() const { return m_isComplete; }
-    /// Why it did not, where known.
+    /// Why it was not reached, if known.
     const SettingsRemark &refusal() const { return m_refusal; }
     /// The XML error at which the file ends for the reader; its text is empty without one.
     const SettingsRemark &xmlError() const { return m_xmlError; }
@@ -55,7 +55,7 @@ public:
     const QMap<QString, SettingsModelTags> &models() const { return m_models; }
     /// The tags that are not read, each with the reason.
     QVector<SettingsRemark> passedOver() const;
-    /// What is read but hardly meant: attributes without effect, a model replaced.
+    /// Probable mistakes in what is read: attributes without effect, a model that is replaced.
     const QVector<SettingsRemark> &remarks() const { return m_remarks; }
     /// All tags of the file up to its first XML error.
     const QVector<SettingsTag> &tags() const { return m_tags; }

@@ -112,7 +112,7 @@ bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &it
 
 // Whether @p text contains @p literal, the last one of a pattern. Much faster than the pattern,
 // which is matched against the whole of a long boot text at each chunk. The literals have no "i":
-// the engine compares lower case and takes U+0130 for one, this function compares folded case.
+// QRegExp compares lower case and treats U+0130 as an "i", contains() compares folded case.
 bool mayMatch(const QString &text, const char *literal)
 {
     return text.contains(QLatin1String(literal), Qt::CaseInsensitive);
@@ -242,7 +242,7 @@ DataParserResult DataParser::parseLogValue(const QString &text, int index, QDate
     if (!matches(text, logValueReply, index, rx) || !intEquals(rx.cap(1), index)) {
         return DataParserResult::NoMatch;
     }
-    // Quirk: the record is judged before the checksum, so a malformed record is an incomplete reply
+    // Quirk: the record is parsed before the checksum, so a malformed record is an incomplete reply
     // and times out, and only a well-formed one with a wrong checksum is read again at once.
     unsigned checksum = 0;
     if (!parseLogRecord(rx.cap(2), time, values) || !parseHex(rx.cap(3), checksum)) {

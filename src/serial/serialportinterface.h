@@ -5,7 +5,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
-/// A serial port: text and bytes out, text in. Nothing here blocks.
+/// A serial port: sends text and bytes, receives text. No function blocks.
 class SerialPortInterface : public QObject
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ public:
     /// Closes the port.
     virtual void close() = 0;
 
-    /// Hands as many of the buffered bytes to the system as it accepts.
+    /// Passes as many of the buffered bytes to the system as it accepts.
     virtual void flush() = 0;
 
     /// The name of the port, without its folder.
@@ -42,6 +42,6 @@ signals:
     /// The port could not be opened.
     void error(QString description);
 
-    /// Text has arrived, in the order of the line and in chunks of any size.
+    /// Text has been received, in chunks of any size.
     void dataReady(QString text);
 };

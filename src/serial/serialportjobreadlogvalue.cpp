@@ -33,7 +33,7 @@ void SerialPortJobReadLogValue::parseData(QString buffer)
         emit finished();
         break;
     case DataParserResult::ChecksumMismatch:
-        // Quirk: the buffer keeps the damaged line, so the resent line is judged together with it.
+        // Quirk: the buffer keeps the damaged line, so it is parsed together with the resent line.
         restart();
         break;
     case DataParserResult::NoMatch:

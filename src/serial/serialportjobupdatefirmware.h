@@ -4,7 +4,8 @@
 #include "serial/serialportjob.h"
 
 /// Waits for the bootloader and takes it into receive mode: actionFinished() with
-/// ActionBootloaderEntered. The time-out leaves room for a device that is restarted by hand.
+/// ActionBootloaderEntered. The time-out is long enough for the user to restart
+/// the device.
 class SerialPortJobUpdateFirmware : public SerialPortJob
 {
     Q_OBJECT

@@ -36,7 +36,7 @@ void SerialPortQueue::clear()
 void SerialPortQueue::close()
 {
     stopCurrentJob();
-    // Qualified: the destructor comes here too.
+    // Qualified, because the destructor calls this function too.
     SerialPortQueue::clear();
     if (m_port) {
         m_port->close();

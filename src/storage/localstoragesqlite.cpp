@@ -151,11 +151,11 @@ void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
                     QVector<StoredMeasurement> &measurements)
 {
     QSet<QString> names; // A year has millions of values: equal names share their characters.
-    int valueCount = 0; // of the measurement before: usually that of the next one as well
+    int valueCount = 0; // of the previous measurement; the next one usually has as many
     auto row = rows.cbegin();
     while (query.next()) {
         const unsigned id = query.value(0).toUInt();
-        // Most values belong to the measurement of the value before.
+        // Most values belong to the same measurement as the previous one.
         if (row == rows.cend() || row->id != id) {
             row = std::lower_bound(rows.cbegin(), rows.cend(), id, hasSmallerId);
         }

@@ -11,7 +11,7 @@ namespace {
 enum Column { NameColumn, AliasColumn, ValueColumn, ColumnCount };
 
 // Quirk: one past the last column, so that no cell gets the editor of its type. Values are free
-// text, and the device judges what the user types.
+// text, and the device checks what the user types.
 constexpr int delegateColumn = 3;
 
 QTableWidgetItem *createReadOnlyItem(const QString &text)

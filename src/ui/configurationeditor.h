@@ -7,10 +7,10 @@
 #include <QtCore/QStringList>
 #include <QtWidgets/QTableWidget>
 
-/// The settings of the model, one row each; the only place where their current values live.
+/// The settings of the model, one row each. Their current values are stored only here.
 ///
-/// The key of a row is its alias, the device's variable. Values are free text without limits: the
-/// device judges them.
+/// The key of a row is its alias, the device's variable. Values are free text without limits; the
+/// device checks them.
 class ConfigurationEditor : public QTableWidget
 {
     Q_OBJECT

@@ -15,7 +15,7 @@ struct ConfigurationItem
 {
     QString group; ///< the group in settings.xml; not shown
     QString name; ///< label
-    QString alias; ///< the device's variable, the key by which the program speaks of the setting
+    QString alias; ///< the device's variable, identifies the setting in the program
 
     float min = 0.0F; ///< smallest number; not used for a text
     float max = 0.0F; ///< largest number; the greatest length of a text, when above 0

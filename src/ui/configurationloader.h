@@ -8,7 +8,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QXmlStreamReader>
 
-/// Reads settings.xml, the description of the models. Lives for one load.
+/// Reads settings.xml, the description of the models. An object is used for one load.
 ///
 /// Malformed XML is not an error of its own: it counts as the end of the current element, so a
 /// truncated file gives everything up to that point.

@@ -4,8 +4,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
-/// A device's identity as properties, ready to be bound to a view. Nothing creates one yet: the
-/// identity travels in DeviceDetails.
+/// A device's identity as properties, ready to be bound to a view. Not used yet: the identity
+/// is passed as DeviceDetails.
 ///
 /// Each setter emits its signal, also when the value stays the same.
 class DeviceItem : public QObject

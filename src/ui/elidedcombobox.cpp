@@ -10,7 +10,7 @@ namespace {
 constexpr int maximumToolTipCharacters = 2000;
 constexpr int toolTipColumns = 80;
 
-// Qt takes a tool tip that looks like HTML for HTML, and breaks no word of any length.
+// Qt interprets a tool tip that looks like HTML as HTML, and does not wrap long words.
 QString toolTipText(const QString &text)
 {
     QString lines = text.left(maximumToolTipCharacters);

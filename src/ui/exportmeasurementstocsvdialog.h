@@ -53,7 +53,7 @@ public:
     /// Serial numbers of all devices listed.
     QStringList deviceSerialNumbers();
 
-    /// The file to export to. Nothing uses it yet.
+    /// The file to export to. Not used yet.
     /// @{
     void setFileName(const QString &fileName);
     QString fileName();

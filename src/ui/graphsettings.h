@@ -4,7 +4,8 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QStringList>
 
-/// What the graph dialog opens with and gives back when it closes. Times are in UTC.
+/// The settings that the graph dialog gets when it opens and returns when it closes. Times are in
+/// UTC.
 struct GraphSettings
 {
     QDateTime from; ///< start of the period

@@ -29,7 +29,8 @@ QString portLabel(const QString &name, const QString &description)
     return QStringLiteral("%1 - %2").arg(name, description);
 }
 
-/// One line of text to a row, and room for the headers. A form can only give numbers of pixels.
+/// Makes a row one line of text high, and the table wide enough for its headers. Not in the form,
+/// where sizes are in pixels.
 void sizeByFont(QTableWidget *table)
 {
     constexpr double rowLines = 1.4;
@@ -347,15 +348,15 @@ int MainWindow::execMessageBox(QMessageBox::Icon icon, const QString &title, con
                                QMessageBox::StandardButtons buttons)
 {
     QMessageBox box(icon, title, QString(), buttons, this);
-    // The text may come from a device or a file. By default a box takes for HTML what looks so,
-    // hence the format comes before the text.
+    // The text may come from a device or a file. By default a box interprets text that looks
+    // like HTML as HTML, hence the format is set before the text.
     box.setTextFormat(Qt::PlainText);
     const QString shown =
         text.section(QLatin1Char('\n'), 0, maximumBoxLines - 1).left(maximumBoxCharacters);
     if (shown == text) {
         box.setText(text);
     } else {
-        // A box grows with its text, its details scroll.
+        // A box grows with its text; the detailed text scrolls.
         box.setText(shown + QChar(0x2026));
         box.setDetailedText(text);
     }

@@ -20,8 +20,8 @@
 /// The controller's whole view of the user interface.
 ///
 /// The object is also a QObject with the signals of MainWindow; the controller connects to them by
-/// name. Dialogs and message boxes run a nested event loop: such a call returns
-/// only when the user or a signal has ended the dialog.
+/// name. Dialogs and message boxes run a nested event loop: such a call returns only when
+/// the user or a signal has ended the dialog.
 class MainWindowInterface
 {
 public:

@@ -26,7 +26,7 @@ constexpr int longestFullName = 30;
 constexpr int leastChartWidth = 27;
 
 // The range of the axis exceeds the values by one percent.
-// Quirk: the same factors apply to negative values, where they pull the bounds inward.
+// Quirk: the same factors apply to negative values, where they narrow the range.
 constexpr double minimumFactor = 0.99;
 constexpr double maximumFactor = 1.01;
 

@@ -8,7 +8,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The words of settings.xml, for the loader and for the program that checks such a file.
+/// The keywords of settings.xml, for the loader and for the program that checks such a file.
 namespace SettingsSpellings {
 
 /// The types of measurements, in lower case; a file may use any case.

@@ -20,7 +20,7 @@ public:
     ~WaitDialog() override;
 
     /// Shows @p text as the title and a bar from 0 to 100, or a running bar without @p
-    /// showProgress. Returns when the dialog has closed, or at once where it was already visible.
+    /// showProgress. Returns when the dialog has closed, or at once if it was already visible.
     void showDialog(const QString &text, bool showProgress);
 
 public slots:
