@@ -83,7 +83,7 @@ need_packages() {
     local as_root=()
     if [[ $(id -u) -ne 0 ]]; then
         command -v sudo >/dev/null \
-            || die "Run as root, or install these packages by hand, then run again: ${missing[*]}"
+            || die "Run as root, or install these packages yourself, then run again: ${missing[*]}"
         as_root=(sudo)
     fi
     echo "Reading the package lists (apt-get update)"
