@@ -73,7 +73,7 @@ void Bootloader::feed(char byte)
         if (complete || m_incoming.size() % blockSize == 0) {
             endBlock();
         }
-        // Last, because the line may go dead, and the block is to be complete before that.
+        // Last, because a slot may hang up the line, and the block must be complete before that.
         emit rawBytesTaken(1);
         break;
     }
@@ -132,7 +132,7 @@ void Bootloader::endBlock()
 
 void Bootloader::answerLastBlock(bool acknowledged)
 {
-    // Before the answer, so that the image exists when a client has read it.
+    // Before the answer, so that the image exists when a client has read the answer.
     m_image = m_incoming;
     emit imageTaken(m_image);
     if (m_faults.triggersAt(FaultKind::FinalStar, m_blocks)) {

@@ -11,7 +11,7 @@
 
 namespace Simulator {
 
-/// The bootloader: sends its greeting, and takes an image when the start byte comes in time.
+/// The bootloader: sends its greeting, and receives an image when the start byte arrives in time.
 ///
 /// An image comes in blocks of 16 bytes, each answered "*"; "." answers the block that completes
 /// it. With a known image size that is the block which reaches the size. Otherwise a pause ends the

@@ -53,7 +53,7 @@ bool parseNumbers(const QCommandLineParser &parser, const QList<NumberOption> &o
         bool ok = false;
         const int value = parser.value(name).toInt(&ok);
         if (!ok || value < option.minimum || value > option.maximum) {
-            error = text("--%1 wants a number from %2 to %3")
+            error = text("--%1 needs a number from %2 to %3")
                         .arg(name)
                         .arg(option.minimum)
                         .arg(option.maximum);
@@ -138,7 +138,7 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
         device.model = parser.value(text("model")).toLatin1();
     }
     if (findDeviceModel(device.model) == nullptr) {
-        error = text("--model wants one of ") + modelNames();
+        error = text("--model must be one of ") + modelNames();
         return false;
     }
     device.serial = parser.value(text("serial")).toLatin1();

@@ -11,14 +11,14 @@ namespace Simulator {
 /// Controls and inspects a running transmitter: takes a command line and returns the reply's lines.
 ///
 /// Every reply ends with the line "ok" or, when nothing was done, "error: " and the reason. Values
-/// come in the bytes that the device holds.
+/// are the bytes that the device stores.
 class ControlInterface
 {
 public:
     /// @p transmitter must outlive this.
     explicit ControlInterface(SimulatedTransmitter &transmitter);
 
-    /// Does what @p line asks for and returns the lines of the reply.
+    /// Executes the command @p line and returns the lines of the reply.
     QList<QByteArray> run(const QByteArray &line);
 
 private:

@@ -5,7 +5,7 @@
 
 namespace Simulator {
 
-/// How bytes leave for the line.
+/// How bytes are sent to the line.
 enum class Delivery {
     Streamed, ///< as a serial line carries them, a few at a time
     OneChunk, ///< all at once, when the last of them would have arrived

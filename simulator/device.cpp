@@ -99,7 +99,7 @@ void Device::process()
             m_bootloader.feed(byte);
         }
     }
-    // What was sent after a hang-up doesn't arrive.
+    // Input after a hang-up is discarded.
     m_input.remove(0, m_lineDead ? m_input.size() : next);
     m_processing = false;
 }

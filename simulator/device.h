@@ -15,7 +15,7 @@
 namespace Simulator {
 
 /// The whole device: passes the bytes from the line to the console or the bootloader, whichever
-/// runs, and their answers to the line. Has no notion of ports or of the line's speed.
+/// runs, and their answers to the line. Does not depend on the port or on the line's speed.
 class Device : public QObject
 {
     Q_OBJECT
@@ -31,13 +31,13 @@ public:
     /// lost.
     void receive(const QByteArray &bytes);
 
-    /// Power off and on: the bootloader greets, then the firmware starts.
+    /// Power off and on: the bootloader starts, then the firmware.
     void powerCycle();
 
     /// Adds a fault, see Faults::add(), and resets the count of raw bytes.
     bool addFault(const QByteArray &text, QByteArray &error);
 
-    /// A new line has taken the place of one that went dead.
+    /// A new line has replaced one that was hung up.
     void lineRestored();
 
     /// The running program; isBusy() during a lasting command.
@@ -56,7 +56,7 @@ public:
 signals:
     /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void transmit(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
-    /// The line is to go dead once everything transmitted has been sent.
+    /// The line must hang up once everything transmitted has been sent.
     void hangUp();
     /// An event for the event log.
     void eventOccurred(const QByteArray &event);
@@ -82,7 +82,7 @@ private:
     QByteArray m_input;
     bool m_processing = false;
     bool m_lineDead = false;
-    int m_bytesToHangUp = -1; ///< bytes to the line until it goes dead, -1 for never
+    int m_bytesToHangUp = -1; ///< bytes to the line until it hangs up, -1 for never
     int m_rawBytes = 0; ///< raw bytes taken since a fault was added
     quint64 m_chatterCount = 0;
 };

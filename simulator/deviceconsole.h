@@ -27,7 +27,7 @@ public:
     /// The firmware starts: self-test, banner, prompt.
     void boot();
 
-    /// Drops all input and the running command, as a reset of the processor does.
+    /// Discards all input and the running command, as a reset of the processor does.
     void reset();
 
     /// True during a lasting command; bytes must wait until idle().
@@ -48,7 +48,7 @@ signals:
     void resetting();
     /// @p bytes raw bytes have been taken, one at a time.
     void rawBytesTaken(int bytes);
-    /// The line is to go dead after @p bytes more from the device.
+    /// The line must hang up after @p bytes more from the device.
     void hangUpAfter(int bytes);
     /// An event for the event log.
     void eventOccurred(const QByteArray &event);

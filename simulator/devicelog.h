@@ -20,7 +20,7 @@ public:
     /// @p model and @p measurements must outlive this.
     DeviceLog(const DeviceModel &model, const DeviceMeasurements &measurements);
 
-    /// Holds @p count rows, the last of @p end, @p intervalS seconds apart.
+    /// Replaces the rows by @p count rows, the last one of @p end, @p intervalS seconds apart.
     void fill(int count, const QDateTime &end, int intervalS);
 
     /// Rows, time of the last row, and seconds between two.
@@ -30,7 +30,7 @@ public:
     int intervalS() const;
     /// @}
 
-    /// Forgets all rows; the titles stay.
+    /// Removes all rows; the titles remain.
     void erase();
 
     /// The text before the checksum: the titles for 0, the record of row @p index from 1 on;

@@ -15,7 +15,7 @@ constexpr double slowPeriodS = 6.0 * 3600.0;
 constexpr double fastPeriodS = 420.0;
 constexpr double dayS = 86400.0;
 constexpr double fullTurnDeg = 360.0;
-// Shares of the swing: together they never pass it.
+// Shares of the swing; their sum never exceeds it.
 constexpr double slowShare = 0.7;
 constexpr double fastShare = 0.2;
 constexpr double jitterShare = 0.1;

@@ -13,26 +13,26 @@ enum class SettingType { Integer, Real, Text };
 struct SettingInfo
 {
     const char *name; ///< as the console spells it
-    SettingType type; ///< decides which of the fields below count
+    SettingType type; ///< determines which of the fields below are used
     double minimum; ///< unused for a text
     double maximum; ///< for a text its greatest length in bytes, 0 for any
     const char *initial; ///< factory value
 };
 
-/// How a measurement moves.
+/// How a measurement changes over time.
 enum class Curve {
     Wave, ///< up and down around the middle
     Daylight, ///< nothing at night, the swing at noon (UTC)
     Showers, ///< nothing most of the time
-    Bearing ///< turns around, 0 to 360
+    Bearing ///< a direction, 0 to 360
 };
 
 /// A measurement as the firmware delivers it, in the unit in which it delivers.
 struct MeasurementInfo
 {
     const char *name; ///< as the console spells it
-    Curve curve; ///< how it moves
-    double middle; ///< value that it moves around
+    Curve curve; ///< how it changes over time
+    double middle; ///< value around which it changes
     double swing; ///< greatest distance from the middle
     double minimum; ///< never below
     int decimals; ///< digits after the decimal point
@@ -49,7 +49,7 @@ struct DeviceModel
     QVector<MeasurementInfo> measurements; ///< all that can be measured
 };
 
-/// All models that the simulator can be.
+/// All models that can be simulated.
 const QVector<DeviceModel> &deviceModels();
 
 /// The model called @p name; null when there is none.

@@ -7,7 +7,7 @@
 
 namespace Simulator {
 
-/// Options of the device. The defaults make one that answers as fast as a real one.
+/// Options of the device. With the defaults it answers as fast as a real one.
 struct DeviceOptions
 {
     QByteArray model = QByteArrayLiteral("KVT-100"); ///< one of deviceModels()

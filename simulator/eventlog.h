@@ -6,8 +6,8 @@
 
 namespace Simulator {
 
-/// What eventOccurred, a line each, in a file that can be read while it grows. Silent without a
-/// file.
+/// Writes a line for each event to a file that can be read at the same time. Without a file it does
+/// nothing.
 class EventLog
 {
 public:

@@ -77,7 +77,7 @@ public:
     /// Adds the fault that @p text describes; false with the reason in @p error.
     bool add(const QByteArray &text, QByteArray &error);
 
-    /// Forgets all faults; the count of exchanges goes on.
+    /// Removes all faults; the count of exchanges continues.
     void clear();
 
     /// Exchanges so far: command lines that were not empty.

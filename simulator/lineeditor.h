@@ -8,7 +8,7 @@ namespace Simulator {
 /// The console's line editor: turns typed bytes into an echo and complete lines.
 ///
 /// A line ends with CR, LF or CR LF; an LF right after a CR belongs to it, whatever is
-/// expected by then. Backspace and delete take the last byte back, other control bytes are ignored.
+/// expected by then. Backspace and delete remove the last byte, other control bytes are ignored.
 class LineEditor
 {
 public:
@@ -21,13 +21,13 @@ public:
     /// Takes a byte and returns what to echo. When the line is complete isComplete() is true.
     QByteArray type(char byte);
 
-    /// Whether takeLine() has a line to give.
+    /// Whether takeLine() has a complete line.
     bool isComplete() const { return m_complete; }
 
     /// The complete line; the next begins empty.
     QByteArray takeLine();
 
-    /// Forgets what was typed.
+    /// Discards the incomplete line.
     void clear() { *this = LineEditor(); }
 
 private:

@@ -8,7 +8,7 @@ namespace Simulator {
 
 namespace {
 
-// A signal handler can do little more than write a byte, which the event loop reads.
+// A signal handler may call few functions; write() is one, and the event loop reads the byte.
 int signalPipe[2] = {-1, -1};
 
 extern "C" void onSignal(int)

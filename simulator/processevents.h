@@ -24,7 +24,7 @@ public:
     void watchInput();
 
 signals:
-    /// SIGTERM or SIGINT has come.
+    /// SIGTERM or SIGINT was received.
     void terminated();
 
     /// A whole line, without its end.

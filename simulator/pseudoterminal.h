@@ -10,7 +10,8 @@
 
 namespace Simulator {
 
-/// A raw pseudo-terminal. Holds the client's end open itself, so that it outlives its clients.
+/// A raw pseudo-terminal. Keeps the client's end open too, so that it remains when clients close
+/// it.
 class PseudoTerminal : public QObject
 {
     Q_OBJECT
@@ -45,7 +46,8 @@ public:
     QByteArray read();
 
     /// Ends a client's exclusive use, as the system does after the last client has closed. Here it
-    /// doesn't, because this object holds the client's end open too; a killed client's claim stays.
+    /// doesn't, because this object keeps the client's end open too, and a killed client's use
+    /// remains exclusive.
     void release();
 
     /// Switches received() off and on. Meanwhile the bytes stay in the terminal.

@@ -11,9 +11,8 @@ constexpr qint64 bitsPerByte = 10;
 constexpr qint64 burstNs = 2 * nsPerMs; ///< length of a burst of bytes
 constexpr qint64 retryNs = 5 * nsPerMs;
 constexpr qint64 lossNs = nsPerSecond;
-constexpr int inputLimit = 16384; ///< bytes; further ones wait in the terminal
-constexpr int lastBytesMs =
-    100; ///< for the client to read the last bytes before the line goes dead
+constexpr int inputLimit = 16384; ///< bytes; further ones remain in the terminal
+constexpr int lastBytesMs = 100; ///< for the client to read the last bytes before the hang-up
 
 } // namespace
 
@@ -125,7 +124,7 @@ bool SerialLine::deliverFront(qint64 now)
     front.bytes.remove(0, written);
     m_outFreeNs += written * m_byteNs;
     if (single) {
-        // From now, so that a late byte keeps its distance too.
+        // Counted from now, so that the pause after a late byte is not shortened.
         m_outFreeNs = now + front.gapMs * nsPerMs;
     }
     if (front.bytes.isEmpty()) {

@@ -40,17 +40,17 @@ public:
     /// Appends @p bytes to the output.
     void send(const QByteArray &bytes, Delivery delivery, int gapMs);
 
-    /// Goes dead at once; bytes that have not been sent are lost.
+    /// Hangs up at once; bytes that have not been sent are lost.
     void hangUp();
 
-    /// Goes dead once all bytes have been sent.
+    /// Hangs up once all bytes have been sent.
     void hangUpWhenSent();
 
 signals:
     /// Bytes from the client have arrived at the device.
     void received(const QByteArray &bytes);
 
-    /// The line has gone dead.
+    /// The line was hung up.
     void hungUp();
     /// @p bytes bytes were lost because no client took them.
     void lost(int bytes);
@@ -79,8 +79,8 @@ private:
     QTimer m_hangUpTimer;
     QList<Segment> m_out;
     QByteArray m_in;
-    qint64 m_outFreeNs = 0; ///< when the last byte sent was out
-    qint64 m_inFreeNs = 0; ///< when the last byte received was in
+    qint64 m_outFreeNs = 0; ///< time at which the last byte sent was complete
+    qint64 m_inFreeNs = 0; ///< time at which the last byte received was complete
     qint64 m_answeringSinceNs = -1; ///< arrival of the bytes being taken now, -1 for none
     qint64 m_blockedSinceNs = -1;
     bool m_hangUpWhenSent = false;

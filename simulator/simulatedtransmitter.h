@@ -35,7 +35,7 @@ public:
     /// line after a hang-up.
     bool open(QString &error);
 
-    /// The line goes dead at once.
+    /// Hangs up the line at once.
     void hangUp();
 
     /// See PseudoTerminal.
