@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
-/// Keeps every core from halting for as long as this lives, by a thread of idle priority each,
-/// which gives way to any other at once. Waking a halted core of a virtual machine takes longer
-/// than what the tool adds to an exchange, and is added to each client's alike.
+/// Keeps every core from halting while this object exists, by one thread of idle priority for each,
+/// which any other thread preempts. Waking a halted core of a virtual machine takes longer than the
+/// tool's own part of an exchange, whichever client is measured.
 class AwakeCores
 {
 public:

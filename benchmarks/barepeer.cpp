@@ -84,7 +84,7 @@ void writeAll(int descriptor, const char *bytes, std::size_t size)
     }
 }
 
-/// A command stands between two line ends.
+/// A command has a line end before and after it.
 [[noreturn]] void serve(int master, const Console &console)
 {
     std::string request;

@@ -5,8 +5,8 @@
 #include <QtCore/QString>
 #include <atomic>
 
-/// The least that can stand at the two ends of a pseudo-terminal: a process of one poll loop that
-/// answers as the device's console does, and a client of one poll loop.
+/// Minimal programs at the two ends of a pseudo-terminal: a process of one poll loop that answers
+/// like the device's console, and a client of one poll loop.
 class BarePeer
 {
 public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// CSV: rows per second of the tool's writer, beside the least that a program can do and beside
-// Python's csv module, which is fed by csv_peer.py.
+// CSV: rows per second of the tool's writer, compared with the conversions alone and with Python's
+// csv module, which csv_peer.py calls.
 #include "benchmarks/interleaved.h"
 #include "benchmarks/rows.h"
 #include "common/utils.h"
@@ -20,7 +20,7 @@ namespace {
 constexpr int typeCount = 12;
 constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
 constexpr qint64 minuteMs = 60000;
-constexpr int bytesOfRow = 256; // and more than any row has
+constexpr int bytesOfRow = 256; // more than any row needs
 
 [[noreturn]] void fail(const char *reason)
 {
@@ -61,7 +61,7 @@ char *writeTwoDigits(char *to, int number, char behind)
     return to;
 }
 
-/// The same rows with nothing but the conversions, into a buffer. The end of the text.
+/// Writes the same rows into a buffer, by the conversions alone; returns the end of the text.
 char *writeByHand(char *to, const QVector<LogValue> &rows)
 {
     for (const LogValue &row : rows) {
@@ -90,7 +90,7 @@ QByteArray bytesOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Where Python finds the times in seconds and the values, and where it puts its file.
+/// The files with the times in seconds and the values for Python, and the file that it writes.
 struct PythonFiles
 {
     explicit PythonFiles(const QTemporaryDir &folder)
@@ -170,7 +170,7 @@ int main(int argc, char *argv[])
 
     const QByteArray written = bytesOf(path);
     compare(written, heading + QByteArray(buffer.constData(), int(end - buffer.constData())),
-            "The tool's file and the one written by hand differ.");
+            "The tool's file and that of the plain conversions differ.");
     compare(written, bytesOf(python.output), "The tool's file and Python's differ.");
     const auto rate = [&](std::size_t number) { return count / seconds[number]; };
     const std::string measured = withUnit(rate(0) / 1e3, 0, "k rows/s");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What the tool itself takes for an exchange: over a pseudo-terminal without a pace beside a bare
-// poll loop, in a log of growing length, and for a device that talks much.
+// The tool's own time for an exchange: over a pseudo-terminal without a limited rate, compared with
+// a poll loop; in logs of different lengths; and for a device that sends much text.
 #include "benchmarks/barepeer.h"
 #include "benchmarks/rows.h"
 #include "serial/dataparser.h"
@@ -25,7 +25,7 @@ using Handler = SerialPortHandlerInterface;
 constexpr int longestMs = 300000;
 constexpr double usPerSecond = 1e6;
 
-/// The tool from the handler down, connected to the bare peer.
+/// Handler, queue and transport, connected to the BarePeer.
 class Link : public QObject
 {
 public:
@@ -45,7 +45,7 @@ public:
         run();
     }
 
-    /// Reads a value @p count times; false when one did not come.
+    /// Reads a value @p count times; false when a reply is missing.
     bool readValues(int count)
     {
         QStringList names;
@@ -62,7 +62,7 @@ public:
     /// Reads the whole log; false when it has not @p count rows.
     bool readLog(int count)
     {
-        // The rows' jobs follow when the count's own job is done already.
+        // The jobs of the rows are added after the job of the count has ended.
         m_signalsToCome = 3;
         m_count = 0;
         m_handler.readLog();
@@ -176,7 +176,7 @@ bool scale(const Rows &rows, BarePeer &peer)
     return true;
 }
 
-/// What a talkative device says when it starts: about @p size characters.
+/// The text of a start of the device, about @p size characters.
 QString bootText(int size)
 {
     QString text = QStringLiteral("Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\n");
@@ -201,7 +201,7 @@ QStringList chunksOf(const QString &text)
     return chunks;
 }
 
-/// The chunk with which the job is done, -1 for none.
+/// The index of the chunk with which the job ends, -1 for none.
 int chunkOfJob(const QStringList &chunks)
 {
     FakeSerialPort port;
@@ -268,7 +268,7 @@ bool chatty(const Rows &rows, BarePeer &)
 
 int main(int argc, char *argv[])
 {
-    // Before the peer's process starts, which is to be on the same core.
+    // Before the peer's process starts, so that it runs on the same core.
     BarePeer::pinToOneCore();
     BarePeer peer;
     const QCoreApplication application(argc, argv);

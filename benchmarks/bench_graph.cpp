@@ -44,10 +44,10 @@ QDateTime timeOf(qint64 minute)
     return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());
 }
 
-/// How the values of a history move.
+/// How the values of a history change over time.
 enum class Course {
-    Device, ///< waves of hours and of minutes, and jitter, as the simulated transmitter's
-    Smooth ///< a wave of hours alone: hardly anything to fill, so that the lines' own cost shows
+    Device, ///< waves of hours and of minutes with noise, like the simulated transmitter's
+    Smooth ///< waves of hours only: few pixels to fill, so that the cost of the lines dominates
 };
 
 double valueOf(int minute, int type, Course course)
@@ -77,7 +77,7 @@ QVector<StoredMeasurement> history(int minutes, int types, Course course)
     return rows;
 }
 
-/// Lets events run until @p widget has been painted by one of them.
+/// Runs the event loop until @p widget has been painted.
 class FirstPaint : public QObject
 {
 public:
@@ -111,7 +111,7 @@ struct Dialog
         list = graph.findChild<QListWidget *>();
     }
 
-    /// What the main window does to open it, with @p ticked boxes.
+    /// Opens it as the main window does, with @p ticked boxes checked.
     void open(const QStringList &ticked)
     {
         graph.setDisplayOptions({});
@@ -185,10 +185,10 @@ private:
 
     const QVector<StoredMeasurement> &m_rows;
     QwtPlot m_plot;
-    QVector<QwtPlotCurve *> m_curves; // the plot's
+    QVector<QwtPlotCurve *> m_curves; // owned by the plot
 };
 
-/// From the tick of the last of the boxes until its line, and the others anew, are on the screen.
+/// Seconds from the check of the last box until all lines have been painted.
 double secondsToTick(const Dialog &dialog)
 {
     QListWidgetItem *last = dialog.list->item(dialog.list->count() - 1);
@@ -214,8 +214,8 @@ void tick(const char *name, int points, Course course, int runs, const char *bou
                 withUnit(seconds[1] * 1e3, 1, "ms") + ", Qwt", seconds[0] / seconds[1], bound);
 }
 
-/// The chart as it is written without a thought for the time: points one by one, then the line is
-/// attached, and everything anew for each box.
+/// The chart without optimisation: points are appended one by one before the line is attached, and
+/// everything is drawn again for each box.
 class PlainGraph : public GraphQt
 {
 public:

@@ -19,7 +19,7 @@ namespace {
     std::exit(1);
 }
 
-/// A display of its own for as long as this lives.
+/// A virtual display of its own while this object exists.
 class Display
 {
 public:
@@ -49,7 +49,7 @@ private:
     QProcess m_server;
 };
 
-/// What the probe tells of a start.
+/// What the probe reports of a start.
 struct Start
 {
     double seconds = 0.0;
@@ -98,7 +98,7 @@ int main(int argc, char *argv[])
 
     const QString tool = binaries + QStringLiteral("/kvtool");
     const QString empty = binaries + QStringLiteral("/empty-window");
-    // The first start makes the store, and brings the libraries into memory.
+    // The first start creates the store and loads the libraries into memory.
     start(tool);
     start(empty);
     std::vector<double> toolMemory;

@@ -25,7 +25,7 @@ long syncCount = 0;
 
 } // namespace
 
-// The program's own stand before the library's, for SQLite too.
+// Symbols of the program take precedence over those of a library, for SQLite too.
 extern "C" int fsync(int file)
 {
     ++syncCount;
@@ -60,7 +60,7 @@ class Reader
 {
 public:
     Reader(int stored, int asked)
-        : m_file(path(stored)) // makes the store before this has one
+        : m_file(path(stored)) // creates the store before this object opens it
         , m_asked(asked)
         , m_from(timeOf(stored - asked))
         , m_to(timeOf(stored - 1))
@@ -95,12 +95,12 @@ public:
             read = readByHand(m_database, m_from.toMSecsSinceEpoch(), m_to.toMSecsSinceEpoch());
         });
         if (read.rows != m_asked || read.values != qint64(m_asked) * typeCount) {
-            fail("Not all rows were read by hand.");
+            fail("The C interface did not return all rows.");
         }
         return seconds;
     }
 
-    /// Steps through the same rows with QtSql, and looks at none.
+    /// Steps through the same rows with QtSql, without reading a column.
     double secondsOfBareQueries()
     {
         int rows = 0;
@@ -202,7 +202,7 @@ QVector<MeasurementValue> measurement(int number)
     return values;
 }
 
-/// A measurement's 13 statements through QtSql as anybody would write them.
+/// A measurement's 13 statements in plain calls of QtSql.
 void storePlainly(const QDateTime &time, const QVector<MeasurementValue> &values,
                   const QMap<QString, unsigned> &typeIds)
 {
@@ -237,7 +237,7 @@ void store(const Rows &rows)
     if (!storage.open(toolPath) || !storage.addDevice({}, device)) {
         fail("No store could be made.");
     }
-    // Names and tables are there in both from here on.
+    // From here on both stores have their tables and types.
     storage.addMeasurementValues(0, measurement(0));
     storage.close();
     if (!QFile::copy(toolPath, plainPath) || !storage.open(toolPath)) {

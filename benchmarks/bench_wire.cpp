@@ -91,7 +91,7 @@ private:
                                + QLatin1String("/paced-peer")};
 };
 
-/// The tool from the handler down.
+/// Handler, queue and transport.
 class Link
 {
 public:
@@ -150,7 +150,7 @@ public:
             == bytes.size();
     }
 
-    /// Reads until @p last and @p more bytes after it have come.
+    /// Reads until @p last and @p more bytes after it have been received.
     bool await(char last, int more = 0) const
     {
         pollfd wanted = {m_port, POLLIN, 0};
@@ -288,7 +288,7 @@ bool eeprom(const Rows &rows)
         return false;
     }
     Handler &handler = link.handler();
-    // The number of blocks is the tool's own; a small run gives up after a few.
+    // The tool always transfers all blocks; a small run stops after a few.
     const auto reading = rows.isSmall() ? SerialPortActionType::ActionEepromBlockRead
                                         : SerialPortActionType::ActionEepromRead;
     const auto writing = rows.isSmall() ? SerialPortActionType::ActionEepromBlockWritten
@@ -346,7 +346,7 @@ bool connectOnce(Peer &peer, double &seconds)
     int settings = 0;
     QObject context;
     QObject::connect(&tool.handler, &Handler::dataRead, &context, [&settings] { ++settings; });
-    // Before the controller stores the reading, which is the disk's time.
+    // Before the controller stores the reading, whose time depends on the disk.
     QElapsedTimer clock;
     QObject::connect(tool.queue.data(), &SerialPortQueueInterface::measurementsRead, &context, [&] {
         seconds = static_cast<double>(clock.nsecsElapsed()) / nsPerSecond;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The least that a program with a main window can be, linked to the same libraries as the tool.
+// A minimal program with a main window, linked to the same libraries as the tool.
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMainWindow>
 

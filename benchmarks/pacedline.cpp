@@ -12,7 +12,7 @@ namespace {
 
 constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
-constexpr int burst = 16; ///< bytes handed on at once, as the buffer of a serial chip does
+constexpr int burst = 16; ///< bytes passed on together, as by the buffer of a serial chip
 constexpr qint64 spinNs = 120000; ///< longer than a sleep may overrun
 constexpr qint64 idleWaitNs = 5000000;
 
@@ -63,7 +63,7 @@ void PacedLine::serve()
                 sleepUntilReadable(m_terminal.descriptor(), due - now - spinNs);
             }
         } else {
-            // Not spinning: what carries the client's bytes may want this very core.
+            // Without spinning: the kernel may need this core to carry the client's bytes.
             open = waitIdle();
         }
     }
@@ -128,7 +128,7 @@ qint64 PacedLine::nextDue() const
     return out < 0 ? in : in < 0 ? out : qMin(in, out);
 }
 
-/// Counts the time once for which both directions are in use.
+/// Adds to the time in use; time for which both directions are in use is counted once.
 void PacedLine::use(qint64 fromNs, int bytes)
 {
     const qint64 untilNs = fromNs + bytes * m_byteNs;

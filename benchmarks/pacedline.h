@@ -7,11 +7,10 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
 
-/// A device behind a pseudo-terminal whose bytes take their ten bit times to the microsecond, each
-/// direction on its own clock: it sleeps up to shortly before a byte is due and then watches the
-/// clock.
+/// A device on a pseudo-terminal whose bytes take their ten bit times to the microsecond, each
+/// direction separately: it sleeps until shortly before a byte is due and then polls the clock.
 ///
-/// The device's own latency is 0: an answer begins when the last byte of what it answers was in.
+/// The device's own latency is 0: an answer begins when the last byte of its command has arrived.
 /// Half a command is never answered, so that the two directions take turns as at a console.
 class PacedLine : public QObject
 {
@@ -25,7 +24,7 @@ public:
     QByteArray open();
 
     /// Serves the line until standard input ends. Lines on it: "reset" sets the counters to 0,
-    /// "counters" tells bytes in, bytes out and the ns for which the line was in use, "power"
+    /// "counters" prints bytes in, bytes out and the ns for which the line was in use, "power"
     /// switches the device off and on.
     void serve();
 
@@ -46,9 +45,9 @@ private:
     QByteArray m_in;
     QByteArray m_out;
     QByteArray m_typed;
-    qint64 m_inDueNs = 0; // when the last byte read is in
-    qint64 m_outFreeNs = 0; // when the last byte written was out
-    qint64 m_answeringNs = -1; // when the bytes now taken were in
+    qint64 m_inDueNs = 0; // when the last byte read has arrived
+    qint64 m_outFreeNs = 0; // when the last byte written has been sent
+    qint64 m_answeringNs = -1; // when the bytes being processed arrived
     qint64 m_bytesIn = 0;
     qint64 m_bytesOut = 0;
     qint64 m_usedNs = 0;

@@ -5,8 +5,8 @@
 #include <QtCore/QCoreApplication>
 #include <cstdio>
 
-/// The simulated transmitter on an exact line. Takes the simulator's options and tells its port as
-/// that does.
+/// The simulated transmitter on an exact line. Takes the simulator's options and prints its port as
+/// the simulator does.
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-/// What a benchmark program was asked for by its command line, and the lines that it prints for
-/// scripts/bench.
+/// The command line of a benchmark program, and the lines that it prints for scripts/bench.
 class Rows
 {
 public:
@@ -36,7 +35,7 @@ public:
         return m_names.empty() || std::find(m_names.begin(), m_names.end(), name) != m_names.end();
     }
 
-    /// Prints a row. @p ratio is to be what @p bound says, such as "<= 1.06".
+    /// Prints a row. @p ratio should fulfil @p bound, such as "<= 1.06".
     static void print(const char *name, const std::string &measured, const std::string &limit,
                       double ratio, const char *bound)
     {
@@ -58,7 +57,7 @@ inline std::string withUnit(double number, int decimals, const char *unit)
     return text;
 }
 
-/// The one in the middle; 0 of none.
+/// The median; 0 without values.
 inline double median(std::vector<double> values)
 {
     if (values.empty()) {

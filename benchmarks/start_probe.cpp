@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Loaded before a program: tells on standard output the moment, in seconds of the monotonic clock,
+// Preloaded into a program: prints on standard output the time, in seconds of the monotonic clock,
 // at which its main window has been drawn for the first time, and the memory in kB that the process
 // has then to itself and its share of what it shares; then ends it.
 #include <QtCore/QCoreApplication>
@@ -39,7 +39,7 @@ public:
     {
         if (event->type() == QEvent::Paint && !m_seen && watched->inherits("QMainWindow")) {
             m_seen = true;
-            // The whole window has been drawn and handed over when the loop goes on.
+            // The whole window has been drawn and sent to the display at the next event.
             QTimer::singleShot(0, qApp, tellAndEnd);
         }
         return false;
