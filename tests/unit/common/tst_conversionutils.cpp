@@ -60,7 +60,7 @@ void TestConversionUtils::convertsFahrenheitBySubtractingMultiplyingDividing_dat
     QTest::addRow("boiling") << 212.0 << 100.0;
     QTest::addRow("freezing") << 32.0 << 0.0;
     QTest::addRow("equal on both scales") << -40.0 << -40.0;
-    // With the division first, or by one factor, the last bit differs.
+    // With the division first, or with a single factor, the last bit differs.
     QTest::addRow("multiplied before divided") << 111.9 << 44.388888888888886;
 }
 

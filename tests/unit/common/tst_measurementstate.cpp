@@ -11,8 +11,8 @@ class TestMeasurementState : public QObject
 private slots:
     void numbersAreThoseOfTheDevice_data();
     void numbersAreThoseOfTheDevice();
-    void takesAnyOtherNumberForWarmingUp_data();
-    void takesAnyOtherNumberForWarmingUp();
+    void treatsAnyOtherNumberAsWarmingUp_data();
+    void treatsAnyOtherNumberAsWarmingUp();
 };
 
 void TestMeasurementState::numbersAreThoseOfTheDevice_data()
@@ -34,7 +34,7 @@ void TestMeasurementState::numbersAreThoseOfTheDevice()
     QCOMPARE(static_cast<int>(measurementStateFromInt(number)), state);
 }
 
-void TestMeasurementState::takesAnyOtherNumberForWarmingUp_data()
+void TestMeasurementState::treatsAnyOtherNumberAsWarmingUp_data()
 {
     QTest::addColumn<unsigned>("number");
     QTest::addRow("5") << 5U;
@@ -44,7 +44,7 @@ void TestMeasurementState::takesAnyOtherNumberForWarmingUp_data()
     QTest::addRow("-2 seen as unsigned") << static_cast<unsigned>(-2);
 }
 
-void TestMeasurementState::takesAnyOtherNumberForWarmingUp()
+void TestMeasurementState::treatsAnyOtherNumberAsWarmingUp()
 {
     QFETCH(unsigned, number);
     QCOMPARE(measurementStateFromInt(number), MeasurementState::WarmingUp);

@@ -45,8 +45,8 @@ private slots:
     void findsByExactName_data();
     void findsByExactName();
     void takesTheFirstOfEqualNames();
-    void leavesAnUnknownNameAlone_data();
-    void leavesAnUnknownNameAlone();
+    void leavesAnUnknownNameUnchanged_data();
+    void leavesAnUnknownNameUnchanged();
     void convertsTemperatures_data();
     void convertsTemperatures();
     void returnsTemperaturesInTheChosenUnitBitForBit();
@@ -138,14 +138,14 @@ void TestMeasurementTypeUtils::takesTheFirstOfEqualNames()
     QCOMPARE(Utils::convertToDisplayUnit(10.0, name, options, items), 20.0);
 }
 
-void TestMeasurementTypeUtils::leavesAnUnknownNameAlone_data()
+void TestMeasurementTypeUtils::leavesAnUnknownNameUnchanged_data()
 {
     QTest::addColumn<bool>("noItems");
     QTest::addRow("not among the items") << false;
     QTest::addRow("no items at all") << true;
 }
 
-void TestMeasurementTypeUtils::leavesAnUnknownNameAlone()
+void TestMeasurementTypeUtils::leavesAnUnknownNameUnchanged()
 {
     QFETCH(bool, noItems);
     const QVector<MeasurementItem> items =
@@ -325,7 +325,7 @@ void TestMeasurementTypeUtils::showsTheUnitOfTheType()
     if (type == Type::Undefined) {
         return;
     }
-    // The unit in which the item is delivered plays no part.
+    // The unit in which the item is delivered has no effect.
     for (int delivered = 0; delivered <= 12; ++delivered) {
         QCOMPARE(Utils::displayUnitOf(QStringLiteral("x"),
                                       oneItem(type, static_cast<Unit>(delivered)), options),
@@ -438,7 +438,7 @@ void TestMeasurementTypeUtils::putsTheUnitInBrackets()
 
 void TestMeasurementTypeUtils::keepsThePlaceMarkerOfAUnitText()
 {
-    // "%RH" must come through the pattern of the caption as it is.
+    // "%RH" must remain unchanged in the caption, whose pattern has place markers.
     QCOMPARE(Utils::displayUnitCaption(QStringLiteral("x"),
                                        oneItem(Type::AirHumidity, Unit::RelativeHumidity),
                                        MeasurementDisplayOptions()),

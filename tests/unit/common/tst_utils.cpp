@@ -78,7 +78,7 @@ private slots:
     void leavesTheTimeEmptyWhenInvalid();
     void writesTextInTheCodecOfTheLocale_data();
     void writesTextInTheCodecOfTheLocale();
-    void leavesTheErrorAloneOnSuccess();
+    void leavesTheErrorUnchangedOnSuccess();
     void doesNotNoticeADiskThatIsFull();
     void reportsAFileThatCannotBeOpened_data();
     void reportsAFileThatCannotBeOpened();
@@ -278,7 +278,7 @@ void TestUtils::writesTextInTheCodecOfTheLocale()
     QCOMPARE(written, csv);
 }
 
-void TestUtils::leavesTheErrorAloneOnSuccess()
+void TestUtils::leavesTheErrorUnchangedOnSuccess()
 {
     QString error = QStringLiteral("before");
     QVERIFY(saveToCsv(path("a.csv"), {}, {}, error));
@@ -287,7 +287,7 @@ void TestUtils::leavesTheErrorAloneOnSuccess()
 
 void TestUtils::doesNotNoticeADiskThatIsFull()
 {
-    // More than any buffer contains, and less.
+    // More and less than the size of a buffer.
     for (const int rows : {100000, 1}) {
         QString error = QStringLiteral("before");
         QVERIFY(saveToCsv(QStringLiteral("/dev/full"), {QStringLiteral("a")},
@@ -327,7 +327,7 @@ void TestUtils::agreesWithKnownChecksums_data()
     QTest::addRow("one NUL") << QByteArray(1, '\0') << 0;
     QTest::addRow("one 1") << QByteArray(1, '\1') << 0x31;
     QTest::addRow("one 2") << QByteArray(1, '\2') << 0x62;
-    // The check value that catalogues give for this polynomial from 0, unreflected.
+    // The published check value for this polynomial with initial value 0, not reflected.
     QTest::addRow("check value") << QByteArray("123456789") << 0xA2;
 }
 
@@ -357,7 +357,7 @@ void TestUtils::takesTextAndBytesAlike()
     QCOMPARE(crc8(QString::fromLatin1(record)),
              crc8(record.constData(), static_cast<unsigned>(record.size())));
     QCOMPARE(crc8(QString()), 0);
-    // What Latin-1 does not have becomes a question mark.
+    // A character outside Latin-1 becomes a question mark.
     QCOMPARE(crc8(QStringLiteral(u"\u20AC")), crc8(QStringLiteral("?")));
 }
 

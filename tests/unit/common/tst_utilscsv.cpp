@@ -350,7 +350,7 @@ void TestUtilsCsv::writesTextsAsATextStreamDoes()
     const QStringList titles{
         QStringLiteral(u"\u0412\u0440\u0435\u043C\u044F"), QStringLiteral(u"\u6642\u523B"),
         QStringLiteral(u"NO2 (\u00B5g/m\u00B3)"), QStringLiteral(u"\U0001F32B, \"a\"\n"),
-        // Longer than what a text stream hands over at once, with pairs across every border.
+        // Longer than the buffer of a text stream, with surrogate pairs at every limit of a buffer.
         QString(QStringLiteral(u"\U0001F32B")).repeated(40000) + QLatin1Char('x'),
         QString(QStringLiteral(u"\U0001F32B")).repeated(40000)};
     compare(titles, rowsOf(QVector<double>(2000, 1234.5)));

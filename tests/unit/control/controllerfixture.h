@@ -23,7 +23,7 @@ inline QStringList texts(std::initializer_list<const char *> words)
     return result;
 }
 
-/// A controller with fakes around it, in a working folder with a settings.xml of two models.
+/// A controller with fake collaborators, in a working folder with a settings.xml of two models.
 struct ControllerFixture
 {
     ControllerFixture()

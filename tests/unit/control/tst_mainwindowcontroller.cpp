@@ -8,7 +8,7 @@ using Value = SerialPortValueType;
 
 namespace {
 
-/// Whether a single shot of this kind waits in the event dispatcher.
+/// Whether such a single-shot timer is registered in the event dispatcher.
 bool singleShotIsPending(int intervalMs, Qt::TimerType type)
 {
     auto *const dispatcher = QAbstractEventDispatcher::instance();
@@ -35,7 +35,7 @@ private slots:
     void samePortNameUsesTheSameTransport();
     void connectedAsksForEverythingInOrder();
     void failedConnectLeavesTheRememberedPort();
-    void knownModelBecomesTheModelInForce();
+    void knownModelBecomesTheCurrentModel();
     void modelInAnotherCaseIsNotSupported();
     void identityGoesToTheWindowAndTheStore();
     void otherNamesAreSettings();
@@ -45,12 +45,12 @@ private slots:
     void stateGoesToTheWindow();
     void availabilityIsPolledWhileTheDeviceIsNotReady();
     void eachNotReadyReplyStartsTheWaitAnew();
-    void readyLeavesTheMeasurementTimerAlone();
+    void readyDoesNotChangeTheMeasurementTimer();
     void clockReplyStartsTheClockAndClosesTheDialog();
     void missingLogOptionClosesTheDialogAndWarns();
     void presentLogOptionAndLogCountDoNothing();
     void endOfTheFirstReadsStartsPolling();
-    void editsCountFromTheMomentTheWindowIsConnected();
+    void editsAreSentOnceTheWindowIsConnected();
     void laterEndsOfJobsAreIgnored();
 
     // Measuring.
@@ -125,7 +125,7 @@ void TestMainWindowController::failedConnectLeavesTheRememberedPort()
     QVERIFY(f.settings.writes.isEmpty());
 }
 
-void TestMainWindowController::knownModelBecomesTheModelInForce()
+void TestMainWindowController::knownModelBecomesTheCurrentModel()
 {
     ControllerFixture f;
     f.start();
@@ -262,7 +262,7 @@ void TestMainWindowController::eachNotReadyReplyStartsTheWaitAnew()
     QVERIFY(timer->remainingTime() > 9500);
 }
 
-void TestMainWindowController::readyLeavesTheMeasurementTimerAlone()
+void TestMainWindowController::readyDoesNotChangeTheMeasurementTimer()
 {
     ControllerFixture f;
     QVERIFY(f.timerIntervals().isEmpty());
@@ -324,12 +324,12 @@ void TestMainWindowController::endOfTheFirstReadsStartsPolling()
     QObject::connect(&f.controller, &MainWindowController::measurementPollStarted,
                      [&] { order = f.window.calls + f.handler.calls + f.storage.calls; });
     emit f.handler.allJobsDone();
-    // At the moment of the first poll the window is connected and the store not yet asked.
+    // At the first poll the window is connected and the store has not been called.
     QCOMPARE(order, texts({"setConnected 1", "readMeasurements"}));
     QCOMPARE(f.storage.calls, texts({"addDevice"}));
 }
 
-void TestMainWindowController::editsCountFromTheMomentTheWindowIsConnected()
+void TestMainWindowController::editsAreSentOnceTheWindowIsConnected()
 {
     ControllerFixture f;
     f.start();
@@ -462,7 +462,7 @@ void TestMainWindowController::disconnectKeepsItsOrderAndDelay()
     QTRY_COMPARE(f.handler.calls, texts({"setConnectEnabled 1", "disconnectFromDevice"}));
     QVERIFY(polls.isEmpty());
 
-    // The identity has gone with the connection.
+    // The identity was cleared with the connection.
     emit f.window.showGraphClicked();
     QVERIFY(f.window.device.serialNumber.isEmpty());
 }

@@ -16,7 +16,7 @@ void appendToCalls(QtMsgType, const QMessageLogContext &, const QString &message
 
 } // namespace
 
-/// What the controller makes of the handler's reports and of a cancelled wait dialog.
+/// The controller's reactions to the handler's reports and to a cancelled wait dialog.
 class TestMainWindowControllerActions : public QObject
 {
     Q_OBJECT
@@ -184,7 +184,7 @@ void TestMainWindowControllerActions::cancelOfTheWaitDialogFollowsItsReason()
     QFETCH(QStringList, calls);
     ControllerFixture f;
     f.start();
-    // One list for both, so that the order between window and handler is seen.
+    // One list for both, so that the order between window and handler is recorded.
     f.window.interleaved = &f.handler.calls;
     emit f.window.waitDialogCancelled(static_cast<Reason>(reason));
     QCOMPARE(f.handler.calls, calls);

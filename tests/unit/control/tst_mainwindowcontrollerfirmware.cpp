@@ -33,7 +33,7 @@ private slots:
 
     void backupAsksForItsFileThenReads();
     void cancelledBackupDialogEmptiesTheFileName();
-    void backupIsWrittenWithItsLengthInFront();
+    void backupBeginsWithItsLength();
     void backupThatCantBeWrittenShowsNoMessage();
     void restoreSendsTheFileUnchanged();
     void restoreWithoutAFileDoesNothing();
@@ -97,7 +97,7 @@ void TestMainWindowControllerFirmware::updateStopsPollingAndItStaysStopped()
     emit f.handler.actionFailed(SerialPortActionType::ActionFirmwareBlockTransmitted);
     QVERIFY(f.timerIntervals().isEmpty());
 
-    // A disconnect and a new connect bring it back.
+    // Polling starts again after a disconnect and a new connect.
     emit f.window.disconnectClicked();
     emit f.handler.connected();
     emit f.handler.allJobsDone();
@@ -214,7 +214,7 @@ void TestMainWindowControllerFirmware::backupAsksForItsFileThenReads()
                     "showProgressWaitDialog 5 | Waiting for eeprom backup to be "
                     "created from the device"}));
     QCOMPARE(f.settings.values[text("eeprom filename")].toString(), f.window.saveFile);
-    // Polling goes on behind it.
+    // Polling continues during the dialog.
     QCOMPARE(f.timerIntervals(), QList<int>({60000}));
 }
 
@@ -231,13 +231,13 @@ void TestMainWindowControllerFirmware::cancelledBackupDialogEmptiesTheFileName()
     QVERIFY(f.handler.calls.isEmpty());
     QVERIFY(f.settings.writes.isEmpty());
     QCOMPARE(f.window.calls.size(), 1);
-    // With the name gone, an image that arrives all the same is written nowhere.
+    // The name is empty now, so an image that still arrives is not written.
     QTest::ignoreMessage(QtWarningMsg, "QFSFileEngine::open: No file name specified");
     emit f.handler.actionFinished(SerialPortActionType::ActionEepromRead, QByteArray("x"));
     QVERIFY(!QFile::exists(path));
 }
 
-void TestMainWindowControllerFirmware::backupIsWrittenWithItsLengthInFront()
+void TestMainWindowControllerFirmware::backupBeginsWithItsLength()
 {
     ControllerFixture f;
     f.connectDevice();

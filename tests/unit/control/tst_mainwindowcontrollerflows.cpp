@@ -139,7 +139,7 @@ void TestMainWindowControllerFlows::unitsFollowTheirIndex()
     QCOMPARE(f.settings.writes, texts({"pollutant unit", "temperature unit"}));
     QVERIFY(f.handler.calls.isEmpty());
 
-    // The choice is kept before it is shown.
+    // The choice is stored before it is shown.
     f.forget();
     f.settings.interleaved = &f.window.calls;
     emit f.window.pollutantUnitIndexChanged(index);
@@ -156,7 +156,7 @@ void TestMainWindowControllerFlows::graphOpensWithDefaultsAtFirst()
     f.settings.values.remove(text("graph from"));
     emit f.window.temperatureUnitIndexChanged(1);
     f.forget();
-    // Each end of the period is a moment of its own.
+    // Each end of the period reads the current time separately.
     f.settings.onRead = [] {
         const QDateTime now = QDateTime::currentDateTimeUtc();
         QTRY_VERIFY(QDateTime::currentDateTimeUtc() > now);

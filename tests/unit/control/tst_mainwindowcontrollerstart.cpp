@@ -29,12 +29,12 @@ private slots:
     void startGoesFromPortsToModelsToUnitsToTheStore();
     void startRestoresTheRememberedPortAndUnits();
     void firstRunFallsBackToDefaults();
-    void firstModelInNameOrderIsInForceAtStart();
+    void firstModelByNameIsCurrentAtStart();
     void failedLoadShowsItsFileAndGoesOn_data();
     void failedLoadShowsItsFileAndGoesOn();
-    void eachLoadForgetsTheModelsBefore();
+    void eachLoadReplacesTheEarlierModels();
     void modelsReadBeforeAFailureStillActivate();
-    void rememberedFolderGoesFirst();
+    void rememberedFolderIsTriedFirst();
     void rememberedFolderThatDoesNotOpenIsSkippedWithoutAMessage();
     void foldersAreTriedInOrder();
     void theUserIsAskedUntilAFolderOpens();
@@ -82,7 +82,7 @@ void TestMainWindowControllerStart::firstRunFallsBackToDefaults()
              QStringList(storeIn(location(QStandardPaths::AppDataLocation))));
 }
 
-void TestMainWindowControllerStart::firstModelInNameOrderIsInForceAtStart()
+void TestMainWindowControllerStart::firstModelByNameIsCurrentAtStart()
 {
     ControllerFixture f;
     f.start();
@@ -121,7 +121,7 @@ void TestMainWindowControllerStart::failedLoadShowsItsFileAndGoesOn()
     QCOMPARE(f.storage.openedPaths.size(), 1);
 }
 
-void TestMainWindowControllerStart::eachLoadForgetsTheModelsBefore()
+void TestMainWindowControllerStart::eachLoadReplacesTheEarlierModels()
 {
     ControllerFixture f;
     f.start();
@@ -145,7 +145,7 @@ void TestMainWindowControllerStart::modelsReadBeforeAFailureStillActivate()
     QCOMPARE(f.window.calls, texts({"setMeasurementItems", "setConfiguration"}));
 }
 
-void TestMainWindowControllerStart::rememberedFolderGoesFirst()
+void TestMainWindowControllerStart::rememberedFolderIsTriedFirst()
 {
     ControllerFixture f;
     f.settings.values[text("local storage path")] = text("/data//here/");

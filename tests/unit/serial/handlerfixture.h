@@ -9,13 +9,13 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSharedPointer>
 
-/// Delivers what waits for the event loop.
+/// Delivers the posted events.
 inline void turnEventLoop()
 {
     QCoreApplication::sendPostedEvents();
 }
 
-/// A handler over a queue that only records, with a port on which its jobs can be run.
+/// A handler with a fake queue, and a port on which the jobs of that queue can be run.
 struct HandlerFixture
 {
     HandlerFixture() { queue->port = port; }

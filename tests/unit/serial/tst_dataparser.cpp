@@ -95,8 +95,8 @@ Reader eepromReader(quint16 index)
     };
 }
 
-// One row of the grammar: the reply up to the character that completes it, what a device goes on
-// to say, and what is read from it.
+// One row of the grammar: the reply up to the character that completes it, the text that a device
+// sends after it, and the result.
 struct Row
 {
     const char *name;
@@ -187,20 +187,20 @@ class TestDataParser : public QObject
 private slots:
     void recognisesTheWholeReply_data() { addGrammarRows(); }
     void recognisesTheWholeReply();
-    void answersNoForEveryPrefix_data() { addGrammarRows(); }
-    void answersNoForEveryPrefix();
-    void needsNothingBehindTheCompletingCharacter_data() { addGrammarRows(); }
-    void needsNothingBehindTheCompletingCharacter();
+    void rejectsEveryPrefix_data() { addGrammarRows(); }
+    void rejectsEveryPrefix();
+    void needsNothingAfterTheCompletingCharacter_data() { addGrammarRows(); }
+    void needsNothingAfterTheCompletingCharacter();
     void ignoresCase_data() { addGrammarRows(); }
     void ignoresCase();
-    void passesOverStaleTextInFront_data() { addGrammarRows(); }
-    void passesOverStaleTextInFront();
-    void refusesStaleTextInFrontOfAnAcknowledgement_data() { addGrammarRows(); }
-    void refusesStaleTextInFrontOfAnAcknowledgement();
-    void leavesTheRepliesOfOthersAlone();
+    void skipsEarlierText_data() { addGrammarRows(); }
+    void skipsEarlierText();
+    void refusesEarlierTextBeforeAnAcknowledgement_data() { addGrammarRows(); }
+    void refusesEarlierTextBeforeAnAcknowledgement();
+    void ignoresTheRepliesToOtherCommands();
 
-    void matcherWantsTheWholeText();
-    void matcherWantsTheDeclaredCaptures();
+    void matcherRequiresTheWholeText();
+    void matcherRequiresTheDeclaredCaptures();
 
     void picksItsCapture_data();
     void picksItsCapture();
@@ -247,7 +247,7 @@ void TestDataParser::recognisesTheWholeReply()
     QCOMPARE(reply.read(reply.complete + reply.rest), reply.expected);
 }
 
-void TestDataParser::answersNoForEveryPrefix()
+void TestDataParser::rejectsEveryPrefix()
 {
     const Row reply = row();
     for (int size = 0; size < reply.complete.size(); ++size) {
@@ -259,7 +259,7 @@ void TestDataParser::answersNoForEveryPrefix()
     }
 }
 
-void TestDataParser::needsNothingBehindTheCompletingCharacter()
+void TestDataParser::needsNothingAfterTheCompletingCharacter()
 {
     const Row reply = row();
     QCOMPARE(reply.read(reply.complete), reply.expected);
@@ -276,7 +276,7 @@ void TestDataParser::ignoresCase()
     }
 }
 
-void TestDataParser::passesOverStaleTextInFront()
+void TestDataParser::skipsEarlierText()
 {
     const Row reply = row();
     if (reply.takesStaleText) {
@@ -284,7 +284,7 @@ void TestDataParser::passesOverStaleTextInFront()
     }
 }
 
-void TestDataParser::refusesStaleTextInFrontOfAnAcknowledgement()
+void TestDataParser::refusesEarlierTextBeforeAnAcknowledgement()
 {
     const Row reply = row();
     if (!reply.takesStaleText) {
@@ -293,7 +293,7 @@ void TestDataParser::refusesStaleTextInFrontOfAnAcknowledgement()
     }
 }
 
-void TestDataParser::leavesTheRepliesOfOthersAlone()
+void TestDataParser::ignoresTheRepliesToOtherCommands()
 {
     const QVector<Row> rows = grammar();
     for (const Row &reader : rows) {
@@ -301,7 +301,8 @@ void TestDataParser::leavesTheRepliesOfOthersAlone()
             if (&reader == &reply) {
                 continue;
             }
-            // Any set echo has a value, and a confirmed date is a date once the prompt follows.
+            // The echo of a set has a value, and a confirmed date is a date when the prompt
+            // follows.
             const QByteArray pair = QByteArray(reader.name) + '/' + reply.name;
             if (pair == "parseSetValue/parseSetList" || pair == "parseDate/parseDateUpdated") {
                 continue;
@@ -311,7 +312,7 @@ void TestDataParser::leavesTheRepliesOfOthersAlone()
     }
 }
 
-void TestDataParser::matcherWantsTheWholeText()
+void TestDataParser::matcherRequiresTheWholeText()
 {
     QRegExp rx;
     QVERIFY(DataParser::matchReply(latin1("a\r\nB"), latin1("A..b"), 0, rx));
@@ -320,7 +321,7 @@ void TestDataParser::matcherWantsTheWholeText()
     QVERIFY(DataParser::matchReply(latin1("xa\r\nbx"), latin1(".*a..b.*"), 0, rx));
 }
 
-void TestDataParser::matcherWantsTheDeclaredCaptures()
+void TestDataParser::matcherRequiresTheDeclaredCaptures()
 {
     QRegExp rx;
     QVERIFY(DataParser::matchReply(latin1("a1b2"), latin1("a(.)b(.)"), 2, rx));

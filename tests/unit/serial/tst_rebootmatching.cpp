@@ -21,7 +21,7 @@ bool plainlyMatches(const QString &pattern, const QString &text)
     return DataParser::matchReply(text, pattern, 0, rx);
 }
 
-// What a boot text is made of, in the order in which it makes a complete one.
+// The parts of a boot text, in the order in which they form a complete one.
 const QStringList &parts()
 {
     static const QStringList list = {
@@ -72,7 +72,7 @@ QString withOtherLetters(QString text, QRandomGenerator &random)
     return text;
 }
 
-// Mostly the parts in their order, now and then with one missing, doubled, broken or misplaced.
+// Mostly the parts in their order, sometimes with one missing, doubled, damaged or misplaced.
 QString randomBootText(QRandomGenerator &random)
 {
     QString text;

@@ -25,7 +25,7 @@ void expectOpening(const QString &name, const char *outcome)
     QTest::ignoreMessage(QtDebugMsg, outcome);
 }
 
-// All the text that has come out of a port so far.
+// All the text that a port has emitted so far.
 QString received(const QSignalSpy &spy)
 {
     QString all;

@@ -22,19 +22,19 @@ private slots:
     void waitsForTheBannersLastLine();
     void waitsInEachModeForItsOwnText();
     void ignoresAnUnknownMode();
-    void seesTheBootloaderAtTheEndOfAChunk_data();
-    void seesTheBootloaderAtTheEndOfAChunk();
-    void missesTheBootloaderWithTextBehindIt_data();
-    void missesTheBootloaderWithTextBehindIt();
-    void seesTheBootloaderOnceMoreAfterATimeOut();
+    void recognisesTheBootloaderAtTheEndOfAChunk_data();
+    void recognisesTheBootloaderAtTheEndOfAChunk();
+    void missesTheBootloaderWithTextAfterIt_data();
+    void missesTheBootloaderWithTextAfterIt();
+    void recognisesTheBootloaderAgainAfterATimeOut();
     void sendsAWholeImage();
-    void ignoresTheEndBehindAnAcceptedFinalBlock();
+    void ignoresTheEndAfterAnAcceptedFinalBlock();
     void takesNoOtherAnswerToABlock_data();
     void takesNoOtherAnswerToABlock();
     void failsOnceOnARefusedBlock();
     void failsOnceOnASilentBlock();
-    void sendsNoBlockBehindAFailedOne_data();
-    void sendsNoBlockBehindAFailedOne();
+    void sendsNoBlockAfterAFailedOne_data();
+    void sendsNoBlockAfterAFailedOne();
 
 private:
     void addBlock(const QByteArray &block, double progress);
@@ -103,16 +103,16 @@ void TestSerialPortFirmwareJobs::ignoresAnUnknownMode()
     QCOMPARE(m_port->sent, QByteArrayList({"reboot --really\r\n"}));
 }
 
-void TestSerialPortFirmwareJobs::seesTheBootloaderAtTheEndOfAChunk_data()
+void TestSerialPortFirmwareJobs::recognisesTheBootloaderAtTheEndOfAChunk_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addRow("upper case") << latin1("\r\nBOOT");
     QTest::addRow("lower case") << latin1("\r\nboot");
     QTest::addRow("alone") << latin1("BOOT");
-    QTest::addRow("behind one that was missed") << latin1("BOOT\r\nBOOT");
+    QTest::addRow("after one that was missed") << latin1("BOOT\r\nBOOT");
 }
 
-void TestSerialPortFirmwareJobs::seesTheBootloaderAtTheEndOfAChunk()
+void TestSerialPortFirmwareJobs::recognisesTheBootloaderAtTheEndOfAChunk()
 {
     QFETCH(QString, text);
     SerialPortJobUpdateFirmware job(m_port.data());
@@ -125,7 +125,7 @@ void TestSerialPortFirmwareJobs::seesTheBootloaderAtTheEndOfAChunk()
     QCOMPARE(m_port->kinds.first(), FakeSerialPort::Kind::Text);
 }
 
-void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextBehindIt_data()
+void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextAfterIt_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addRow("a line end") << latin1("\r\nBOOT\r\n");
@@ -133,7 +133,7 @@ void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextBehindIt_data()
     QTest::addRow("a word") << latin1("BOOTLOADER");
 }
 
-void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextBehindIt()
+void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextAfterIt()
 {
     QFETCH(QString, text);
     SerialPortJobUpdateFirmware job(m_port.data());
@@ -145,7 +145,7 @@ void TestSerialPortFirmwareJobs::missesTheBootloaderWithTextBehindIt()
     QVERIFY(job.isRunning());
 }
 
-void TestSerialPortFirmwareJobs::seesTheBootloaderOnceMoreAfterATimeOut()
+void TestSerialPortFirmwareJobs::recognisesTheBootloaderAgainAfterATimeOut()
 {
     m_queue->addJob(JobPointer(new SerialPortJobUpdateFirmware(m_port.data())));
     m_port->receive(latin1("BO"));
@@ -176,7 +176,7 @@ void TestSerialPortFirmwareJobs::sendsAWholeImage()
     QCOMPARE(m_port->sent.size(), 2);
 }
 
-void TestSerialPortFirmwareJobs::ignoresTheEndBehindAnAcceptedFinalBlock()
+void TestSerialPortFirmwareJobs::ignoresTheEndAfterAnAcceptedFinalBlock()
 {
     addBlock("x", 100.0);
     m_port->receive(latin1("*"));
@@ -237,14 +237,14 @@ void TestSerialPortFirmwareJobs::failsOnceOnASilentBlock()
     QCOMPARE(m_port->sent, QByteArrayList({"x"}));
 }
 
-void TestSerialPortFirmwareJobs::sendsNoBlockBehindAFailedOne_data()
+void TestSerialPortFirmwareJobs::sendsNoBlockAfterAFailedOne_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addRow("refused") << true;
     QTest::addRow("silent") << false;
 }
 
-void TestSerialPortFirmwareJobs::sendsNoBlockBehindAFailedOne()
+void TestSerialPortFirmwareJobs::sendsNoBlockAfterAFailedOne()
 {
     QFETCH(bool, refused);
     addBlock("1", 25.0);

@@ -10,7 +10,7 @@ constexpr int blockCount = 1024;
 constexpr int blockSize = 64;
 constexpr int imageSize = 65535;
 
-// 64 bytes that tell block and place.
+// 64 bytes that depend on the block and on their position.
 QByteArray blockData(int block)
 {
     QByteArray data;
@@ -30,7 +30,7 @@ QString writeReply()
     return latin1("\r\nPlease input 64 bytes\r\n\r\nDone\r\n");
 }
 
-// A connected handler and the ends that it reports.
+// A connected handler and the results that it reports.
 struct EepromFixture : HandlerFixture
 {
     EepromFixture()
@@ -79,7 +79,7 @@ private slots:
     void imageGrowsToTheOffset_data();
     void imageGrowsToTheOffset();
     void offsetWrapsAround();
-    void handedOverImageStaysAsItWas();
+    void reportedImageDoesNotChange();
 
     void readEndsWhenNoBlockWaits();
     void writeEndsWhenNoBlockWaits();
@@ -255,7 +255,7 @@ void TestSerialPortHandlerEeprom::offsetWrapsAround()
     QCOMPARE(f.image().at(65535), 'a');
 }
 
-void TestSerialPortHandlerEeprom::handedOverImageStaysAsItWas()
+void TestSerialPortHandlerEeprom::reportedImageDoesNotChange()
 {
     EepromFixture f;
     f.handler.readEeprom();

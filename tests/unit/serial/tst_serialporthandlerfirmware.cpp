@@ -9,11 +9,11 @@ class TestSerialPortHandlerFirmware : public QObject
     Q_OBJECT
 
 private slots:
-    void laysOutTheWholeTransferAtOnce_data();
-    void laysOutTheWholeTransferAtOnce();
-    void eachBlockCarriesThePercentageAfterIt_data() { laysOutTheWholeTransferAtOnce_data(); }
+    void queuesTheWholeTransferAtOnce_data();
+    void queuesTheWholeTransferAtOnce();
+    void eachBlockCarriesThePercentageAfterIt_data() { queuesTheWholeTransferAtOnce_data(); }
     void eachBlockCarriesThePercentageAfterIt();
-    void seventeenBytesGoOutInTwoBlocks();
+    void sendsSeventeenBytesInTwoBlocks();
     void bytesOfAnAcknowledgementAreSentAsTheyAre();
     void firstJobWaitsForTheBootloader();
     void relaysTheReportsUnchanged();
@@ -21,7 +21,7 @@ private slots:
     void cancelRaisesNoSignal();
 };
 
-void TestSerialPortHandlerFirmware::laysOutTheWholeTransferAtOnce_data()
+void TestSerialPortHandlerFirmware::queuesTheWholeTransferAtOnce_data()
 {
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("blocks");
@@ -43,7 +43,7 @@ static QByteArray firmwareOf(int size)
     return firmware;
 }
 
-void TestSerialPortHandlerFirmware::laysOutTheWholeTransferAtOnce()
+void TestSerialPortHandlerFirmware::queuesTheWholeTransferAtOnce()
 {
     QFETCH(int, size);
     QFETCH(int, blocks);
@@ -79,7 +79,7 @@ void TestSerialPortHandlerFirmware::eachBlockCarriesThePercentageAfterIt()
     }
 }
 
-void TestSerialPortHandlerFirmware::seventeenBytesGoOutInTwoBlocks()
+void TestSerialPortHandlerFirmware::sendsSeventeenBytesInTwoBlocks()
 {
     HandlerFixture f;
     f.handler.updateFirmware("0123456789abcdefX");

@@ -81,14 +81,14 @@ private slots:
     void queuesTitlesAndEveryRowAtOnce();
     void takesTheCountWithoutAConnectionButQueuesNothing();
     void doesNotRelayTheCount();
-    void handsOverTitlesAndRows();
+    void reportsTitlesAndRows();
     void keepsTheOrderOfArrival();
     void emptyLogEndsAtItsTitles();
     void singleRowEndsTheReadWithoutFault();
     void showsProgressOneRowEarly_data();
     void showsProgressOneRowEarly();
-    void survivesCountsThatMakeNoSense_data();
-    void survivesCountsThatMakeNoSense();
+    void survivesInvalidCounts_data();
+    void survivesInvalidCounts();
     void survivesMoreRowsThanCounted();
 
     void logsWhatItReads();
@@ -96,14 +96,14 @@ private slots:
     void titlesAfterTheRowsEndTheRead();
     void laterTitlesReplaceEarlierOnes();
 
-    void refusesASecondReadWhileRowsAreComing();
-    void takesASecondReadWhileCounting();
+    void refusesASecondReadWhileRowsArrive();
+    void acceptsASecondReadWhileCounting();
     void takesASecondReadOfAnEmptyLog();
-    void takesANewReadOnceTheLastIsHandedOver();
+    void acceptsANewReadOnceTheLastIsReported();
     void relaysThatThereIsNoLog();
 
     void cancelClearsTheQueueAndAllowsANewRead();
-    void cancelForgetsTitlesAndRows();
+    void cancelDiscardsTitlesAndRows();
     void takesARowInFlightThroughACancel();
     void emitsNoLogForTitlesInFlightThroughACancel();
     void allowsACancelInsideLogRead();
@@ -156,7 +156,7 @@ void TestSerialPortHandlerLog::doesNotRelayTheCount()
     QCOMPARE(valueRead.count(), 0);
 }
 
-void TestSerialPortHandlerLog::handsOverTitlesAndRows()
+void TestSerialPortHandlerLog::reportsTitlesAndRows()
 {
     LogFixture f;
     f.reportCount(3);
@@ -235,7 +235,7 @@ void TestSerialPortHandlerLog::showsProgressOneRowEarly()
     QCOMPARE(f.reads, 1);
 }
 
-void TestSerialPortHandlerLog::survivesCountsThatMakeNoSense_data()
+void TestSerialPortHandlerLog::survivesInvalidCounts_data()
 {
     QTest::addColumn<QVariant>("count");
     QTest::newRow("minus one") << QVariant(-1);
@@ -244,7 +244,7 @@ void TestSerialPortHandlerLog::survivesCountsThatMakeNoSense_data()
     QTest::newRow("nothing") << QVariant();
 }
 
-void TestSerialPortHandlerLog::survivesCountsThatMakeNoSense()
+void TestSerialPortHandlerLog::survivesInvalidCounts()
 {
     QFETCH(QVariant, count);
     LogFixture f;
@@ -320,7 +320,7 @@ void TestSerialPortHandlerLog::laterTitlesReplaceEarlierOnes()
     QCOMPARE(f.readTitles, someTitles);
 }
 
-void TestSerialPortHandlerLog::refusesASecondReadWhileRowsAreComing()
+void TestSerialPortHandlerLog::refusesASecondReadWhileRowsArrive()
 {
     LogFixture f;
     f.reportCount(1);
@@ -331,7 +331,7 @@ void TestSerialPortHandlerLog::refusesASecondReadWhileRowsAreComing()
     QVERIFY(!f.takesRequest());
 }
 
-void TestSerialPortHandlerLog::takesASecondReadWhileCounting()
+void TestSerialPortHandlerLog::acceptsASecondReadWhileCounting()
 {
     LogFixture f;
     QVERIFY(f.takesRequest());
@@ -345,7 +345,7 @@ void TestSerialPortHandlerLog::takesASecondReadOfAnEmptyLog()
     QVERIFY(f.takesRequest());
 }
 
-void TestSerialPortHandlerLog::takesANewReadOnceTheLastIsHandedOver()
+void TestSerialPortHandlerLog::acceptsANewReadOnceTheLastIsReported()
 {
     LogFixture f;
     f.reportCount(2);
@@ -386,7 +386,7 @@ void TestSerialPortHandlerLog::cancelClearsTheQueueAndAllowsANewRead()
     QVERIFY(f.takesRequest());
 }
 
-void TestSerialPortHandlerLog::cancelForgetsTitlesAndRows()
+void TestSerialPortHandlerLog::cancelDiscardsTitlesAndRows()
 {
     LogFixture f;
     f.reportCount(3);

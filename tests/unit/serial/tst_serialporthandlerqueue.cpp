@@ -14,7 +14,7 @@ constexpr int shortTimeoutMs = 5;
 
 const char blockWritten[] = "\r\nPlease input 64 bytes\r\n\r\nDone\r\n";
 
-// A connected handler over the real queue; the test plays the device.
+// A connected handler with the real queue; the test answers in place of the device.
 struct Conversation
 {
     Conversation()
@@ -249,7 +249,7 @@ void TestSerialPortHandlerQueue::refusedFirmwareBlockStopsTheTransfer()
              QVector<SerialPortActionType>({SerialPortActionType::ActionFirmwareBlockTransmitted}));
     QCOMPARE(c.finished,
              QVector<SerialPortActionType>({SerialPortActionType::ActionBootloaderEntered}));
-    // The removal of the rest empties the queue, and the queue says so.
+    // The removal of the rest empties the queue, which reports it.
     QCOMPARE(c.allJobsDone, 1);
     c.port->receive(latin1("*"));
     Conversation::turn();

@@ -266,7 +266,7 @@ void TestSerialPortJob::countsTheTimeoutFromTheSecondStart()
     sinceSecond.start();
     job.start();
     QVERIFY(timedOut.count() == 1 || timedOut.wait(10 * timeoutMs));
-    // A coarse timer may be early by a twentieth.
+    // A coarse timer may be early by 5 %.
     QVERIFY(sinceSecond.elapsed() >= timeoutMs * 9 / 10);
     QCOMPARE(timedOut.count(), 1);
 }
@@ -346,13 +346,13 @@ void TestSerialPortJob::countsEveryRestartWhateverItsCause()
     job.onTimeOut();
     QVERIFY(job.restart());
     port.receive(text("done"));
-    QVERIFY(job.restart()); // a success gives nothing back
+    QVERIFY(job.restart()); // a success does not increase the number left
     job.stop();
     job.start();
-    QVERIFY(job.restart()); // nor does a start
+    QVERIFY(job.restart()); // neither does a start
     expectRefusal();
     QVERIFY(!job.restart());
-    // The refusal takes nothing away either: the job goes on with what it has.
+    // The refusal discards nothing: the job continues with the received text.
     QVERIFY(job.isRunning());
     QCOMPARE(port.connections(), 1);
 }

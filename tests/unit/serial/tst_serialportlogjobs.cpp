@@ -45,8 +45,8 @@ private slots:
     void sendsAgainOnAWrongChecksum_data();
     void sendsAgainOnAWrongChecksum();
     void keepsTheBadRowUntilTheTimeOut();
-    void judgesABadRowAgainWithEachChunk();
-    void badTitlesSpoilTheGoodOnesBehindThem();
+    void parsesABadRowAgainWithEachChunk();
+    void badTitlesInvalidateTheGoodOnesAfterThem();
     void countsChecksumsAndTimeOutsTogether();
     void endsByItsOwnTimeOutWhenNoRestartIsLeft();
 
@@ -167,7 +167,7 @@ void TestSerialPortLogJobs::keepsTheBadRowUntilTheTimeOut()
     start(1);
     m_port->receive(spoiled(goodRow()));
     QCOMPARE(m_port->sent.size(), 2);
-    // Both rows make one record, which is none.
+    // The two rows together are not a valid record.
     m_port->receive(goodRow());
     QVERIFY(m_recorder.log.isEmpty());
     QCOMPARE(m_port->sent.size(), 2);
@@ -182,7 +182,7 @@ void TestSerialPortLogJobs::keepsTheBadRowUntilTheTimeOut()
     QCOMPARE(m_port->sent, QByteArrayList({rowCommand, rowCommand, rowCommand}));
 }
 
-void TestSerialPortLogJobs::judgesABadRowAgainWithEachChunk()
+void TestSerialPortLogJobs::parsesABadRowAgainWithEachChunk()
 {
     start(1);
     m_port->receive(spoiled(goodRow()));
@@ -192,7 +192,7 @@ void TestSerialPortLogJobs::judgesABadRowAgainWithEachChunk()
     QVERIFY(m_recorder.log.isEmpty());
 }
 
-void TestSerialPortLogJobs::badTitlesSpoilTheGoodOnesBehindThem()
+void TestSerialPortLogJobs::badTitlesInvalidateTheGoodOnesAfterThem()
 {
     start(0);
     const QString good = titlesReply(latin1("TIME,CO2"));

@@ -47,8 +47,8 @@ private slots:
     void init() { renew(); }
     void cleanup() { drop(); }
 
-    void canBeFreedAfterARefusedRestart_data();
-    void canBeFreedAfterARefusedRestart();
+    void canBeClearedAfterARefusedRestart_data();
+    void canBeClearedAfterARefusedRestart();
     void failsAJobThatCannotBeRestarted();
     void logsTheTypeOfATimedOutJob_data();
     void logsTheTypeOfATimedOutJob();
@@ -68,7 +68,7 @@ private slots:
     void keepsJobsAddedInsideASignal();
 };
 
-void TestSerialPortQueueEnds::canBeFreedAfterARefusedRestart_data()
+void TestSerialPortQueueEnds::canBeClearedAfterARefusedRestart_data()
 {
     QTest::addColumn<QString>("by");
     QTest::addColumn<bool>("goesOn");
@@ -79,7 +79,7 @@ void TestSerialPortQueueEnds::canBeFreedAfterARefusedRestart_data()
     QTest::addRow("removal of another type") << latin1("other") << false;
 }
 
-void TestSerialPortQueueEnds::canBeFreedAfterARefusedRestart()
+void TestSerialPortQueueEnds::canBeClearedAfterARefusedRestart()
 {
     QFETCH(QString, by);
     QFETCH(bool, goesOn);
@@ -214,7 +214,7 @@ void TestSerialPortQueueEnds::allowsARemovalBeforeTheNextJobStarts()
     connect(m_queue.data(), &SerialPortQueue::jobFailed, this,
             [this](Type type) { m_queue->removeJobs(type); });
     emit a->failed(Type::JobTransmitFirmwareBlock);
-    // The job that the removal has started goes on.
+    // The job that the removal has started continues.
     QCOMPARE(m_queue->currentJob(), JobPointer(c));
     const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start")};
     QCOMPARE(m_callLog, calls);

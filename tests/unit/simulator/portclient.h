@@ -52,7 +52,7 @@ public:
         return left.isEmpty();
     }
 
-    /// Appends the available bytes to received(); false once the line is dead. Doesn't wait.
+    /// Appends the available bytes to received(); false after a hang-up. Does not wait.
     bool read()
     {
         char chunk[4096];
@@ -67,7 +67,7 @@ public:
         }
     }
 
-    /// Waits until received() ends with @p end; false after some seconds or on a dead line.
+    /// Waits until received() ends with @p end; false after some seconds or a hang-up.
     bool waitForEnd(const QByteArray &end, int timeoutMs = 10000)
     {
         QElapsedTimer timer;
@@ -79,7 +79,7 @@ public:
         return m_received.endsWith(end);
     }
 
-    /// Waits until the line is dead.
+    /// Waits for the hang-up.
     bool waitForHangUp(int timeoutMs = 10000)
     {
         QElapsedTimer timer;

@@ -221,7 +221,7 @@ private slots:
         QCOMPARE(harness.answer("show swver"), answer);
     }
 
-    void chattersAlthoughSwitchedOff()
+    void printsDebugOutputAlthoughSwitchedOff()
     {
         DeviceHarness harness;
         QVERIFY(harness.fault("chatter@1:20"));
@@ -232,7 +232,7 @@ private slots:
         QTRY_VERIFY(harness.output.count("# adc0 ") > 3);
     }
 
-    void holdsChatterBackDuringAnAnswer()
+    void delaysDebugOutputDuringAnAnswer()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.writeMs = 300; });
         QVERIFY(harness.fault("chatter:20"));

@@ -282,7 +282,7 @@ private slots:
         QVERIFY(client.waitForHangUp());
     }
 
-    void reservesTheNumberOfADeadLine()
+    void reservesTheNumberOfAClosedLine()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());

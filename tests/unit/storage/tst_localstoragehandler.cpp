@@ -81,7 +81,7 @@ void TestLocalStorageHandler::forwardsMeasurements()
     const QDateTime from = QDateTime::fromSecsSinceEpoch(10, Qt::UTC);
     const QDateTime to = QDateTime::fromSecsSinceEpoch(20, Qt::UTC);
 
-    // Any device may be asked for, also before one is connected.
+    // Measurements of any device can be read, also before one is connected.
     const QVector<StoredMeasurement> found = handler.measurements(from, to, 7);
 
     QCOMPARE(found.size(), 2);
@@ -146,7 +146,7 @@ void TestLocalStorageHandler::storesAMeasurementUnderTheDevice()
     QCOMPARE(added.idBefore, noId);
     const auto &values = store.addedValues.at(0);
     QCOMPARE(values.measurementId, 44U);
-    // What is not available goes on as it came: the store decides.
+    // Values that are not available are passed unchanged; the store skips them.
     QCOMPARE(values.values.size(), 2);
     QCOMPARE(values.values.at(0).name, QStringLiteral("T"));
     QCOMPARE(values.values.at(0).value, 1.5);
@@ -169,7 +169,7 @@ void TestLocalStorageHandler::storesNoValuesWithoutTheirMeasurement()
     for (int reply = 1; reply <= 2; ++reply) {
         expectWarning("Failed to add measurements to local database");
         handler.addMeasurements(metadataAt(reply), {{QStringLiteral("T"), true, 1.0}});
-        // The next reply is tried all the same.
+        // The next reply is stored nevertheless.
         QCOMPARE(store.count(QStringLiteral("addMeasurement")), reply);
     }
     QCOMPARE(store.count(QStringLiteral("addMeasurementValues")), 0);
@@ -233,7 +233,7 @@ void TestLocalStorageHandler::startsEachRegistrationFromNoId()
     LocalStorageHandler handler(&store);
     expectDevice(1, "S1");
     handler.setDevice(device("S1"));
-    // A store that succeeds without an id leaves none from the device before.
+    // A store that succeeds without an id does not keep that of the previous device.
     store.addDeviceWritesId = false;
     expectDevice(noId, "S2");
     handler.setDevice(device("S2"));

@@ -170,7 +170,7 @@ void TestLocalStorageSqlite::knowsADeviceByItsExactSerial_data()
     QTest::addColumn<bool>("known");
     QTest::addRow("same") << QByteArray("Ab1") << true;
     QTest::addRow("other case") << QByteArray("aB1") << false;
-    QTest::addRow("space behind") << QByteArray("Ab1 ") << false;
+    QTest::addRow("trailing space") << QByteArray("Ab1 ") << false;
     QTest::addRow("beginning") << QByteArray("Ab") << false;
     QTest::addRow("pattern") << QByteArray("Ab%") << false;
     QTest::addRow("empty") << QByteArray("") << false;
@@ -340,7 +340,7 @@ void TestLocalStorageSqlite::storesValuesUnrounded()
 
 void TestLocalStorageSqlite::commitsEachStatement()
 {
-    // Seen from outside at once: nothing waits for the end of a transaction.
+    // Visible to other connections at once: there is no open transaction.
     unsigned id = largestId;
     QVERIFY(store().addMeasurement(1, {MeasurementState::Ready, at(0)}, id));
     QCOMPARE(m_fixture->rows("select count(*) from measurement_metadata"), texts({"1"}));
@@ -398,7 +398,7 @@ void TestLocalStorageSqlite::sortsDevicesByTheirNewestMeasurement()
     for (const StoredDevice &found : store().devices()) {
         serials << found.details.serialNumber;
     }
-    // One without measurements stands where operator< puts an invalid time: at the epoch.
+    // One without measurements is sorted as operator< sorts an invalid time: at the epoch.
     QCOMPARE(serials, texts({"newest", "new", "old", "none"}));
 }
 
@@ -516,7 +516,7 @@ void TestLocalStorageSqlite::distinguishesTheRepeatedHour()
     const TimeZoneScope scope("Europe/Helsinki");
     const QDateTime first(QDate(2023, 10, 29), QTime(0, 30), Qt::UTC);
     const QDateTime second = first.addSecs(3600);
-    // The same hour on the clock on the wall.
+    // The same local time.
     QCOMPARE(first.toLocalTime().time(), second.toLocalTime().time());
     unsigned id = 0;
     QVERIFY(store().addMeasurement(1, {MeasurementState::Ready, first.toLocalTime()}, id));
@@ -611,8 +611,8 @@ void TestLocalStorageSqlite::sharesEqualNames()
 
 void TestLocalStorageSqlite::dropsValuesOfAMeasurementThatWasNotThere()
 {
-    // A table that shows other rows at each look stands in for rows that arrive between the two. In
-    // so many readings also the last rows are among them.
+    // A view with different rows in each query simulates rows that arrive between the two queries.
+    // With so many readings the last rows are among them.
     constexpr int count = 20;
     constexpr int readings = 100;
     for (int index = 1; index <= count; ++index) {

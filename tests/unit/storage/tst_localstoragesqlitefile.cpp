@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned untouched = 4711;
 
-// What QtSql says of a statement that the engine did not accept: the reason is gone by then.
+// QtSql's text for a statement that the engine did not accept: the reason is no longer available.
 constexpr const char *noQuery = "No query Unable to fetch row";
 
 const char *const schema[] = {
@@ -23,7 +23,7 @@ const char *const schema[] = {
     "measurement_type_id integer, value real)",
 };
 
-/// Expects the one warning of a failed statement; @p error is the beginning of the engine's words.
+/// Expects the one warning of a failed statement; @p error is the beginning of the engine's text.
 void expectFailure(const char *context, const char *error = ".")
 {
     const QString pattern = QStringLiteral("^Query failed when %1 : %2")
@@ -216,7 +216,7 @@ void TestLocalStorageSqliteFile::refusesAFileThatIsNoStore()
     expectFailure("reading measurement types", noQuery);
     QVERIFY(!m_fixture->open());
     m_fixture->restart();
-    // Not a byte of it was touched.
+    // The file was not changed.
     QFile file(m_fixture->path());
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), bytes);
@@ -287,7 +287,7 @@ void TestLocalStorageSqliteFile::keepsTheTypesOfTheFileBefore()
     const QString other = m_fixture->path(QStringLiteral("other.db"));
     QVERIFY(store().open(other));
     store().addMeasurementValues(1, {valid("T", 2.0), valid("H", 3.0)});
-    // "T" goes by the id of the first file, which this one gives to "H".
+    // "T" is stored under its id of the first file, which is that of "H" in this one.
     QCOMPARE(SqliteStoreFixture::rowsOf(other,
                                         QStringLiteral("select id, name "
                                                        "from measurement_type")),
@@ -299,7 +299,7 @@ void TestLocalStorageSqliteFile::keepsTheTypesOfTheFileBefore()
 
 void TestLocalStorageSqliteFile::reportsASchemaThatCannotBeCreated()
 {
-    // The engine can make the file, but not the journal that a change needs.
+    // The engine can create the file, but not the journal that a change needs.
     const QString journal = m_fixture->path() + QStringLiteral("-journal");
     QVERIFY(QDir().mkdir(journal));
     expectFailure("creating device table", "unable to open database file");
@@ -338,8 +338,8 @@ void TestLocalStorageSqliteFile::stopsCreatingAtTheFirstFailure()
     QFETCH(QString, inTheWay);
     QFETCH(QByteArray, context);
     QFETCH(QStringList, tables);
-    // A file that the engine finds and Qt does not: Qt takes a path with a leading colon for one of
-    // its resources.
+    // A file that the engine finds and Qt does not: Qt interprets a path with a leading colon as
+    // one of its resources.
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(m_fixture->folder()));
     QVERIFY(std::filesystem::create_directory(":"));
@@ -542,7 +542,7 @@ void TestLocalStorageSqliteFile::returnsMeasurementsWithoutTheirValues()
 void TestLocalStorageSqliteFile::reportsALockedFile()
 {
     QVERIFY(m_fixture->open());
-    // The engine would wait for five seconds; here it need not.
+    // The engine would wait for five seconds; the test shortens that.
     QVERIFY(SqliteStoreFixture::runInside("pragma busy_timeout = 1"));
     const QString name = QStringLiteral("locker");
     {

@@ -18,7 +18,7 @@
 #include <QtWidgets/QListWidget>
 #include <QtWidgets/QPushButton>
 
-/// The graph dialog on a recording store with two devices, and what a test asks of it.
+/// The graph dialog with a fake store of two devices, and queries for tests.
 class MeasurementGraphFixture : public QObject
 {
 public:
@@ -45,7 +45,7 @@ public:
         return result;
     }
 
-    /// Makes everything new.
+    /// Creates all objects anew.
     void reset()
     {
         m_store.reset(new FakeLocalStorage);
@@ -131,7 +131,7 @@ public:
     /// How often the store was read.
     int reads() { return m_store->count(text("measurements")); }
 
-    /// Not that of UTC, so that a forgotten conversion shows.
+    /// Not UTC, so that a missing conversion fails the test.
     const TimeZoneScope m_zone{easternEurope};
     static constexpr int nameRole = Qt::UserRole + 2;
     QScopedPointer<FakeLocalStorage> m_store;

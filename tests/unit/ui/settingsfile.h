@@ -6,7 +6,7 @@
 #include <QtCore/QFile>
 #include <QtTest/QtTest>
 
-/// Files of models for tests, built from their parts, and what came of loading them.
+/// Settings files for tests, built from their parts, and the result of loading them.
 namespace SettingsFile {
 
 using Devices = QMap<QString, DeviceConfiguration>;
@@ -16,7 +16,7 @@ inline const QByteArray goodItem =
 inline const QByteArray goodMeasurement =
     R"(<Measurement name="T" type="air temperature" unit="c"/>)";
 
-// Collects what is logged while it lives, in place of printing it.
+// Collects the log lines during its lifetime instead of printing them.
 class LogRecorder
 {
 public:

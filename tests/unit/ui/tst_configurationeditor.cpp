@@ -88,7 +88,7 @@ int rowOf(const ConfigurationEditor &editor, const char *alias)
     return columnTexts(editor, Alias).indexOf(QString::fromUtf8(alias));
 }
 
-// The first key opens the cell's editor, the others go into it, Return ends it.
+// The first key opens the cell's editor, the others are typed into it, Return closes it.
 void typeInto(FormEditor &editor, int row, const QString &typed)
 {
     editor.setCurrentCell(row, Value);

@@ -289,8 +289,8 @@ private slots:
 
     void toleratesBytesThatAreNoText()
     {
-        // The reader decodes ahead, so how much of the text before the fault counts is its own
-        // matter.
+        // The reader decodes ahead, so the amount of text that it reads before the fault is not
+        // tested.
         const LogRecorder log;
         Devices devices;
         loadText(file(device("A", configuration(item("a"))) + "\xff\xfe\xff" + device("B", "")),
@@ -349,7 +349,7 @@ private slots:
         ConfigurationLoader loader;
         loader.load(devices, text("settings.xml"));
         QCOMPARE(openFiles(), QStringList());
-        // The loader can be used again, although the file object of the first call is gone.
+        // The loader can be used again, although the file object of the first call was destroyed.
         writeFile(file(device("B", "")));
         QVERIFY(loader.load(devices, text("settings.xml")));
         QVERIFY(devices.contains(text("B")));

@@ -82,7 +82,7 @@ private slots:
         QTest::addRow("text") << QByteArray("text") << ConfigurationItemType::Text;
         QTest::addRow("Float") << QByteArray("Float") << ConfigurationItemType::Text;
         QTest::addRow("INT") << QByteArray("INT") << ConfigurationItemType::Text;
-        QTest::addRow("blank in front") << QByteArray(" int") << ConfigurationItemType::Text;
+        QTest::addRow("leading blank") << QByteArray(" int") << ConfigurationItemType::Text;
         QTest::addRow("empty") << QByteArray("") << ConfigurationItemType::Text;
     }
 

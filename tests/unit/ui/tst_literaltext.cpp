@@ -38,7 +38,7 @@ void inNextBox(const std::function<void(QMessageBox *)> &steps)
     });
 }
 
-/// What the user reads on @p label.
+/// The text that @p label shows.
 QString visibleText(const QLabel *label)
 {
     const bool html = label->textFormat() == Qt::RichText
@@ -46,7 +46,7 @@ QString visibleText(const QLabel *label)
     return html ? QTextDocumentFragment::fromHtml(label->text()).toPlainText() : label->text();
 }
 
-/// What the user reads in a tool tip, without its line breaks.
+/// The text that a tool tip shows, without its line breaks.
 QString visibleToolTip(const QString &toolTip)
 {
     QString result = Qt::mightBeRichText(toolTip)

@@ -196,7 +196,7 @@ private slots:
         QTest::addColumn<int>("shown");
         QTest::addRow("new index") << 1 << QVector<int>{1, 1} << 1;
         QTest::addRow("present index") << 0 << QVector<int>{0} << 0;
-        // The selector then has no current item and emits -1; the operation emits what it got.
+        // The selector then has no current item and emits -1; the operation emits its argument.
         QTest::addRow("index beyond the list") << 2 << QVector<int>{-1, 2} << -1;
         QTest::addRow("no index") << -1 << QVector<int>{-1, -1} << -1;
     }
@@ -285,7 +285,7 @@ private slots:
         QCOMPARE(shown.timeSpec(), Qt::LocalTime);
     }
 
-    void clockTicksBySeconds()
+    void clockAdvancesBySeconds()
     {
         // Across the start of summer time.
         m_window->setDeviceClock(QDateTime(QDate(2024, 3, 31), QTime(0, 59, 59), Qt::UTC));
@@ -451,7 +451,7 @@ private slots:
 
         QTest::addRow("by code units") << two << text("COM2") << sorted << 1;
         QTest::addRow("nothing remembered") << two << QString() << sorted << 0;
-        QTest::addRow("remembered port is gone") << two << text("COM7") << sorted << 0;
+        QTest::addRow("remembered port does not exist") << two << text("COM7") << sorted << 0;
         QTest::addRow("name within a location") << two << text("at COM2 there") << sorted << 1;
         QTest::addRow("by case") << two << text("com2") << sorted << 0;
         QTest::addRow("last match wins")

@@ -52,7 +52,7 @@ public:
     std::function<void()> onRead;
 };
 
-/// Collects the lines that are logged during its lifetime, in place of printing them.
+/// Collects the log lines during its lifetime instead of printing them.
 class LineRecorder
 {
 public:
@@ -410,7 +410,7 @@ private slots:
         QCOMPARE(m_store.calls, texts("devices|measurementTypes|measurementTypes"));
     }
 
-    void graphTakesItsSettingsAndGivesThemBack()
+    void graphGetsItsSettingsAndReturnsThem()
     {
         m_settings.measurementTypes = texts("A1|A0");
         m_settings.manualRange = true;

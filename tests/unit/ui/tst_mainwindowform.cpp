@@ -33,7 +33,7 @@ private slots:
         QVERIFY(m_window.findChildren<QMenuBar *>().isEmpty());
     }
 
-    void exitActionIsPlacedNowhere()
+    void exitActionIsInNoMenu()
     {
         auto *action = child<QAction>(text("actionE_xit"));
         QVERIFY(action != nullptr);
@@ -50,7 +50,7 @@ private slots:
         QCOMPARE(shown, QImage(text(":/images/banner.png")).convertToFormat(shown.format()));
     }
 
-    void layoutsHoldTheirWidgetsInOrder_data()
+    void layoutsContainTheirWidgetsInOrder_data()
     {
         QTest::addColumn<QString>("contents");
         QTest::addRow("verticalLayout") << text("label_10 horizontalLayout groupBox_3");
@@ -75,7 +75,7 @@ private slots:
             << text("eepromLabel backupEepromButton restoreEepromButton spacer");
     }
 
-    void layoutsHoldTheirWidgetsInOrder()
+    void layoutsContainTheirWidgetsInOrder()
     {
         QFETCH(QString, contents);
         const auto *layout = tagged<QBoxLayout>();

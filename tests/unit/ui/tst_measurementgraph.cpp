@@ -16,7 +16,7 @@ private slots:
 
     void unknownNamesHaveTheSameColoursInEachRun()
     {
-        // Must run first: the generator is not seeded, which means seeded with 1.
+        // Must run first: the generator is not seeded, which is the same as seeded with 1.
         m_store->measurementsResult = {row(0, {{text("U0"), 1.0}})};
         open();
         std::srand(1);
@@ -333,7 +333,7 @@ private slots:
         const QVector<QPointF> expected{{x(5), 20.0}, {x(2), 22.0}, {x(9), 1.0}, {x(9), 2.0}};
         QCOMPARE(line(0)->pointsVector(), expected);
         QCOMPARE(line(0)->pen().width(), 3);
-        // The flag "valid" is not looked at: stored rows are valid.
+        // The flag "valid" is not checked: stored rows are valid.
         QCOMPARE(valueAxis()->max(), 22.0 * 1.01);
     }
 

@@ -47,7 +47,7 @@ private slots:
         QCOMPARE(group->layout()->objectName(), layout);
     }
 
-    void layoutsHoldTheirWidgetsInOrder_data()
+    void layoutsContainTheirWidgetsInOrder_data()
     {
         QTest::addColumn<QString>("contents");
         QTest::addRow("horizontalLayout") << text("verticalLayout_4 chart");
@@ -62,7 +62,7 @@ private slots:
                               "enableSettingsMinMaxForGraphcheckBox");
     }
 
-    void layoutsHoldTheirWidgetsInOrder()
+    void layoutsContainTheirWidgetsInOrder()
     {
         QFETCH(QString, contents);
         const QString name = QString::fromLatin1(QTest::currentDataTag());
