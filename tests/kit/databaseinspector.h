@@ -13,7 +13,7 @@
 /// The contents of a measurement database, read over a connection of its own.
 ///
 /// A database that was left in the middle of a commit is to be copied first with copy(): reading
-/// rolls the commit back, which the tool's next start has to do.
+/// would roll the commit back, which is the task of the tool's next start.
 class DatabaseInspector
 {
 public:
@@ -46,7 +46,7 @@ public:
 
     Q_DISABLE_COPY(DatabaseInspector)
 
-    /// Copies the store @p path and the journal beside it into @p folder, over what is there.
+    /// Copies the store @p path and its journal into @p folder, replacing existing files.
     static QString copy(const QString &path, const QString &folder)
     {
         const QString target = folder + QStringLiteral("/copy.db");

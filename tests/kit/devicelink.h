@@ -62,18 +62,18 @@ public:
     /// Reads the variable @p name and compares; the device must answer.
     bool canRead(const char *name, const char *value);
 
-    /// Whether the current job has used up its sends, so that the queue has stopped.
+    /// Whether the current job has been sent five times, so that the queue has stopped.
     bool isStalled() const;
     bool waitForStall();
     bool isIdle() const { return !queue->currentJob(); }
 
-    /// Gives all present jobs, and the log jobs to come, a time-out of @p ms; 0 keeps their own.
+    /// Sets the time-out of all present jobs, and of later log jobs, to @p ms; 0 keeps their own.
     void setTimeouts(int ms);
 
     /// How often @p command, without its line ends, has been sent.
     int sends(const QString &command) const;
 
-    /// Whether what was read last is the device's own.
+    /// Whether the last result read is the device's own.
     bool hasDevicesMeasurements();
     bool hasDevicesLog();
 

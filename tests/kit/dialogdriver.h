@@ -19,7 +19,7 @@ class DialogDriver : public QObject
     Q_OBJECT
 
 public:
-    /// What is done with a dialog; it must close it in the end.
+    /// Acts on a dialog; must close it in the end.
     using Action = std::function<void(QDialog *)>;
 
     explicit DialogDriver(QObject *parent = nullptr);

@@ -8,8 +8,8 @@
 #include <linux/capability.h>
 #include <sys/resource.h>
 
-/// Takes the privileges of this thread away while it exists, so that permissions and exclusive
-/// ports count even where the tests run as root. Nothing changes for an ordinary user.
+/// Drops the privileges of this thread while it exists, so that permissions and exclusive ports
+/// apply even when the tests run as root. Has no effect for an ordinary user.
 class DropPrivilegesScope
 {
 public:
@@ -35,7 +35,7 @@ private:
     void (*m_signalBefore)(int) = nullptr;
 };
 
-/// Holds the port @c path exclusively while it exists, as another program does.
+/// Keeps the port @c path open exclusively while it exists, as another program does.
 class PortInUseScope
 {
 public:
@@ -51,7 +51,7 @@ private:
     bool m_isActive = false;
 };
 
-/// Holds an exclusive lock on the database @c path while it exists, in another process.
+/// Keeps an exclusive lock on the database @c path while it exists, in another process.
 class LockedDatabaseScope
 {
 public:
@@ -59,7 +59,7 @@ public:
     ~LockedDatabaseScope();
     Q_DISABLE_COPY(LockedDatabaseScope)
 
-    /// False when the lock could not be taken.
+    /// False when the lock could not be acquired.
     bool isActive() const { return m_isActive; }
 
 private:

@@ -42,7 +42,8 @@ public:
 
     // Answers.
     bool openResult = true;
-    std::function<bool(const QString &path)> openPredicate; ///< decides instead, when set
+    std::function<bool(const QString &path)>
+        openPredicate; ///< determines the result instead, when set
     bool addDeviceResult = true;
     bool addDeviceWritesId = true; ///< false: the id is left as the caller had it
     unsigned addDeviceId = 1;
@@ -53,7 +54,8 @@ public:
     QVector<StoredDevice> devicesResult;
     QMap<unsigned, MeasurementMetadata> measurementMetadataResult;
     QMap<unsigned, QString> measurementTypesResult;
-    QMap<unsigned, QMap<unsigned, QString>> measurementTypesByDevice; ///< goes before the one above
+    QMap<unsigned, QMap<unsigned, QString>>
+        measurementTypesByDevice; ///< takes precedence over the one above
     QVector<StoredMeasurement> measurementsResult;
 
     /// How often the operation @p call was called.

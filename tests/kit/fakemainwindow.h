@@ -152,7 +152,8 @@ public:
     QString selectedPort() override { return port; }
 
     QStringList calls;
-    QStringList *interleaved = nullptr; ///< takes the calls instead, for an order between fakes
+    QStringList *interleaved =
+        nullptr; ///< records the calls instead, for their order between fakes
 
     // What the test prepares.
     bool answer = false;
@@ -164,7 +165,7 @@ public:
     ExportSelection exportSelection;
     std::function<void(const QString &call)> onCall; ///< runs during each call
 
-    // What the controller handed over last.
+    // The last arguments from the controller.
     MeasurementMetadata metadata;
     QVector<MeasurementValue> values;
     DeviceConfiguration configuration;

@@ -5,8 +5,8 @@
 
 #include <functional>
 
-/// A handler that writes each request down as one text ("readValue health") and reports what the
-/// test makes it report.
+/// A handler that records each request as one text ("readValue health"); the test raises its
+/// signals.
 class FakeSerialPortHandler : public SerialPortHandlerInterface
 {
     Q_OBJECT

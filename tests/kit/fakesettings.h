@@ -34,5 +34,5 @@ public:
     mutable QStringList reads;
     QStringList writes;
     std::function<void()> onRead; ///< runs during each read
-    QStringList *interleaved = nullptr; ///< takes the writes too, for an order between fakes
+    QStringList *interleaved = nullptr; ///< records the writes too, for their order between fakes
 };

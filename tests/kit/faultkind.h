@@ -59,7 +59,7 @@ struct FaultInfo
     FaultLevels levels;
     const char *name;
     /// For the simulator's control command "fault", where %c is the console command that the fault
-    /// hits and %p the byte of its answer. Empty when the test causes the fault itself.
+    /// affects and %p the byte of its answer. Empty when the test causes the fault itself.
     const char *simulatorFault;
 
     QByteArray simulatorFaultFor(const QByteArray &command, const QByteArray &damagedByte) const;

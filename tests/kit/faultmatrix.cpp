@@ -22,7 +22,7 @@ public:
     {
     }
 
-    /// How many of the goals the pair brings closer.
+    /// The gain of the pair: how many of the unmet goals it contributes to.
     int gain(const FaultMatrix::Pair &pair) const
     {
         return (m_faults.value(pair.first) < runsOfEach ? 1 : 0)
@@ -87,7 +87,7 @@ QVector<FaultMatrix::Pair> FaultMatrix::applicablePairs() const
     return pairs;
 }
 
-/// Takes the pair with the greatest gain, again and again, until nothing is left to gain.
+/// Repeatedly chooses the pair with the greatest gain, until no pair has any.
 QVector<FaultMatrix::Pair> FaultMatrix::coveringSelection() const
 {
     QVector<Pair> remaining = applicablePairs();

@@ -14,11 +14,11 @@ struct FaultOperation
 {
     const char *part; ///< the test function and table that it belongs to
     const char *name;
-    const char *command; ///< the console command that the faults hit; empty for none
+    const char *command; ///< the console command that the faults affect; empty for none
     const char *damagedByte; ///< of the command's answer, counted from 1
 };
 
-/// What must come of an operation under a fault, or why the two don't apply to each other.
+/// The expected outcome of an operation under a fault, or why the two don't apply to each other.
 struct Expectation
 {
     constexpr Expectation(const char *words = "", bool isApplicable = true)

@@ -37,7 +37,7 @@ QList<QWidget *> shownWidgets(const QWidget *window)
     return shown;
 }
 
-/// The name of a part is one of Qt's own; the field's says more.
+/// Qt names the parts of a field; the name of the field itself is clearer.
 QString nameOf(const QWidget *widget)
 {
     const bool isPart = qobject_cast<const QAbstractSpinBox *>(widget->parentWidget());
@@ -182,7 +182,7 @@ bool isInput(const QWidget *widget)
             || qobject_cast<const QProgressBar *>(widget) || isChart(widget));
 }
 
-/// The text that a screen reader says before the content of @p input. On this platform Qt gives a
+/// The text that a screen reader reads before the content of @p input. On this platform Qt gives a
 /// combo box its content as a name, and leaves the name to the label that leads to it.
 QString accessibleName(QWidget *input)
 {
@@ -264,8 +264,8 @@ QVector<Text> cellsOf(const QTableWidget *table)
     return texts;
 }
 
-/// The texts that @p widget paints itself. The entries of a list with colours of their own are no
-/// matter of the palette.
+/// The texts that @p widget paints itself. The entries of a list with colours of their own do
+/// not depend on the palette.
 QVector<Text> textsOf(const QWidget *widget)
 {
     const QString name = nameOf(widget);
@@ -360,7 +360,7 @@ QList<QWidget *> LayoutChecks::stops(QWidget *window, Qt::Key key)
     QList<QWidget *> found;
     for (int press = 0; press < enough; ++press) {
         QWidget *const focus = QApplication::focusWidget();
-        // A date has several stops in a row.
+        // A date field has several sections.
         if (focus && (found.isEmpty() || found.last() != focus)) {
             if (!found.isEmpty() && found.first() == focus) {
                 break;

@@ -6,7 +6,8 @@
 
 class QWidget;
 
-/// What a user can't read, reach or hear of a shown window. Each function returns one line for each
+/// Checks that a user can read each text of a shown window, reach each control by keys, and that a
+/// screen reader has a name for it. Each function returns one line for each
 /// fault, beginning with the object's name, and an empty list when there is none.
 namespace LayoutChecks {
 

@@ -4,11 +4,11 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTranslator>
 
-/// A language that puts a prefix in front of every text, as long as the object lives.
+/// A translator that puts a prefix in front of every text while the object exists.
 class PrefixingTranslator : public QTranslator
 {
 public:
-    /// Speaks in @p context only, or in every one without it.
+    /// Translates in @p context only, or in every one without it.
     explicit PrefixingTranslator(const char *prefix, const char *context = nullptr)
         : m_prefix(QString::fromLatin1(prefix))
         , m_context(context)

@@ -15,7 +15,7 @@ public:
         QString error;
         if (m_terminal.open(error)) {
             m_terminal.setReading(false);
-            // As far from what the tool sets as a terminal can be.
+            // Every setting differs from the one that the tool sets.
             termios settings = lineSettings();
             settings.c_iflag |= IXON | IXOFF | ICRNL;
             settings.c_lflag |= ICANON;

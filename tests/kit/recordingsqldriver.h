@@ -8,11 +8,11 @@
 #include <QtSql/QSqlDriver>
 #include <QtSql/QSqlResult>
 
-/// One statement on its way to the engine: its text to the letter, and what was bound to it.
+/// One statement for the engine: its exact text, and the values bound to it.
 struct RecordedStatement
 {
     QString text;
-    QStringList bound; ///< "name type" for each place, with "not in" behind when it gives back
+    QStringList bound; ///< "name type" for each place, then "not in" unless it is input only
 };
 
 /// The query of a RecordingSqlDriver: every statement succeeds and has no rows.
@@ -62,7 +62,7 @@ private:
     QString m_text;
 };
 
-/// A database engine that records statements and keeps nothing.
+/// A database driver that records statements and stores nothing.
 class RecordingSqlDriver : public QSqlDriver
 {
 public:
@@ -85,7 +85,7 @@ private:
     QVector<RecordedStatement> *m_statements;
 };
 
-/// Stands in for the SQLite engine in all connections that are made within the scope.
+/// Replaces the SQLite driver in all connections that are made within the scope.
 class RecordingSqlScope
 {
 public:

@@ -13,7 +13,7 @@ inline QString latin1(const char *text)
     return QString::fromLatin1(text);
 }
 
-// The rule itself, bit by bit: independent of any table.
+// By the definition, bit by bit: independent of a table.
 inline QString checksumOf(const QString &record)
 {
     unsigned crc = 0;

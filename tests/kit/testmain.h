@@ -6,8 +6,8 @@
 #include <QtTest/QtTest>
 #include <QtWidgets/QApplication>
 
-/// Suppresses the messages in which the offscreen platform says what it can't do for a window or a
-/// popup; they say nothing about the program. All others go on to the test log, which must be
+/// Suppresses the messages of the offscreen platform about features that it does not support; they
+/// do not concern the program. All others are passed to the test log, which must be
 /// installed before.
 class PlatformMessageFilter
 {

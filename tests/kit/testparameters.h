@@ -4,7 +4,7 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QtGlobal>
 
-/// How long an endurance test runs: short by default, longer as the environment says.
+/// How long an endurance test runs: short by default, longer if set in the environment.
 namespace TestParameters {
 
 /// The positive number in the environment's @p variable, otherwise @p otherwise.

@@ -27,7 +27,7 @@
 #include <functional>
 #include <memory>
 
-/// The whole tool with its real windows on a real pseudo-terminal, at whose other end the simulated
+/// The whole tool with its real windows on a real pseudo-terminal, on whose other end the simulated
 /// transmitter runs as a process of its own. Each test case has its own settings, store and files.
 /// A test that needs more at a test case's begin or end declares the slot again.
 ///

@@ -16,7 +16,7 @@ namespace {
 constexpr const char *pathVariable = "KV_UI_COVERAGE";
 constexpr const char *scenarioVariable = "KV_SCENARIO";
 
-/// Whatever a user can act on takes the focus, except for a table's header.
+/// Each control accepts the focus, except for a table's header.
 bool isControl(const QWidget *widget)
 {
     const auto *const header = qobject_cast<const QHeaderView *>(widget);

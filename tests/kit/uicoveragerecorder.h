@@ -29,7 +29,7 @@ public:
     /// The running test function, or the value of KV_SCENARIO in a process that a test has started.
     static QString scenario();
 
-    /// The object name of @p window, or its class where that says more.
+    /// The object name of @p window, or its class where that is clearer.
     static QString nameOf(const QWidget *window);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
