@@ -16,7 +16,7 @@ struct DialogRow
     const char *command;
 };
 
-/// The wait dialogs that a long job fills.
+/// The wait dialogs of long jobs.
 inline constexpr DialogRow waitDialogRows[] = {
     {"log", "readLogButton", "Reading log, please wait", "log --read="},
     {"write", "writeToEepromButton", "Writing data to eeprom, please wait", "write --really"},

@@ -50,7 +50,7 @@ bool FaultInjectionTest::writeHistory()
     return written;
 }
 
-/// Overwrites, cuts or replaces the store's file under whoever has it open.
+/// Overwrites, truncates or replaces the store's file while it is open.
 bool FaultInjectionTest::damageStore()
 {
     constexpr int headerBytes = 24; // followed by the counter of changes
@@ -159,7 +159,7 @@ QByteArray FaultInjectionTest::startUnderDiskFault()
     if (m_fault == FaultKind::FullDisk) {
         dialogs().answerDialog(text("Choose where to store measurements"), [&](QDialog *dialog) {
             asked = true;
-            m_fullDisk.reset(); // the chosen one has room
+            m_fullDisk.reset(); // the chosen disk has space
             QDir().mkpath(chosen);
             dialog->findChild<QLineEdit *>(text("fileNameEdit"))->setText(chosen);
             dialog->done(QDialog::Accepted);
@@ -217,7 +217,7 @@ QByteArray FaultInjectionTest::saveUnderDiskFault()
     return fileOutcome(file(m_action == ReadLog ? text("log.csv") : text("backup.dat")));
 }
 
-/// Takes a reading that the store can't accept, by a connect or by a poll.
+/// Causes a reading that the store can't accept, by a connect or by a poll.
 QByteArray FaultInjectionTest::storeUnderDiskFault()
 {
     const bool connected = m_action == Poll;

@@ -196,7 +196,7 @@ Expectation lineRule(FaultKind fault, UserAction action)
         return usesDevice(action) ? portIsOpen : opensNoPort;
     }
     if (!usesDevice(action)) {
-        // The dead port stays open during graph and export.
+        // The port stays open after the hang-up, during graph and export.
         return action == StartProgram ? opensNoPort
             : fault == F::HangUpAfter ? done
             : isHangUp(fault)         ? doneOnDeadLine

@@ -130,7 +130,7 @@ QByteArray FaultInjectionTest::runLineFault()
     return seen + "; later hang-up not reported" + recovery();
 }
 
-/// What came of the action, without the recovery.
+/// The outcome of the action, without the recovery.
 QByteArray FaultInjectionTest::lineOutcome()
 {
     QByteArrayList words;
@@ -150,8 +150,8 @@ QByteArray FaultInjectionTest::lineOutcome()
     return words.join("; ") + logSuffix();
 }
 
-/// Removes the fault and returns what it takes until the tool works again; nothing when the action
-/// ended well and the tool works.
+/// Removes the fault and returns the steps after which the tool works again; none when the action
+/// succeeded and the tool works.
 QByteArray FaultInjectionTest::recovery()
 {
     const bool wasStalled = isStalled();
@@ -214,7 +214,7 @@ bool FaultInjectionTest::prepareDevice()
         && (m_fault == FaultKind::LostByte || m_fault == FaultKind::FlippedBit
             || m_fault == FaultKind::NulByte);
     if (damagedGreeting) {
-        // The simulator has no fault for it: the test plays the device.
+        // The simulator has no such fault, so the test answers in place of the device.
         m_terminal = std::make_unique<PseudoTerminal>();
         if (!startTools()) {
             return false;
@@ -314,8 +314,8 @@ bool FaultInjectionTest::injectLineFault()
     return fault.isEmpty() || device().fault(fault);
 }
 
-/// Lets all pieces of an answer arrive before the tool reads on: after a wrong checksum each piece
-/// would cost a send.
+/// Lets all pieces of an answer arrive before the tool continues to read: after a wrong checksum
+/// each piece would use up a send.
 void FaultInjectionTest::gatherChunks()
 {
     constexpr unsigned long gatherMs = 30;
@@ -329,7 +329,7 @@ void FaultInjectionTest::gatherChunks()
 }
 
 /// The time-out of a job of @p type: short where it decides the outcome, long where it doesn't, so
-/// that a slow machine isn't taken for a silent device.
+/// that a slow machine has no effect.
 int FaultInjectionTest::timeoutMs(SerialPortJobType type) const
 {
     constexpr int silentMs = 200;

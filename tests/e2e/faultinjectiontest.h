@@ -86,7 +86,7 @@ private:
     QByteArray logSuffix() const;
 
     FaultMatrix m_matrix = userFaultMatrix();
-    QTimer m_watch; ///< looks after time-outs and dialogs, in whatever event loop runs
+    QTimer m_watch; ///< handles time-outs and dialogs in any event loop
 
     // Of the pair that is being run.
     FaultKind m_fault = {};

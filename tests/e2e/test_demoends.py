@@ -13,7 +13,7 @@ import unittest
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 TIMEOUT_S = 60
-# In the order of Shift+Tab without a device. In the other direction each part of the clock is a stop.
+# In the order of Shift+Tab without a device. In the other direction each section of the clock takes a Tab.
 STOPS = ["serialPorts", "updateFirmwareButton", "buttonShowGraph", "unitTemperature", "unit",
          "exportLocalMeasurementsButton", "connectButton"]
 
@@ -131,7 +131,7 @@ class DemoEnds(unittest.TestCase):
         os.killpg(self.demo.pid, signal.SIGINT)
         self.check_clean_end()
 
-    def test_a_signal_for_the_tool_alone_takes_the_simulator_along(self):
+    def test_a_signal_for_the_tool_alone_ends_the_simulator_too(self):
         self.connect()
         self.demo.send_signal(signal.SIGTERM)
         self.check_clean_end()

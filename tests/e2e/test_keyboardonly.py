@@ -54,7 +54,7 @@ class KeyboardOnly(unittest.TestCase):
         return {"".join(xdotool("getwindowname", number)): number for number in found}
 
     def press(self, title, key):
-        """Presses a key in the window with this title, and waits until it has gone."""
+        """Presses a key in the window with this title, and waits until it has closed."""
         number = self.wait_for(lambda: self.windows().get(title), title)
         xdotool("windowactivate", "--sync", number)
         xdotool("key", key)

@@ -3,8 +3,8 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/toolfixture.h"
 
-/// The main window is closed during every kind of activity: the program ends with 0, leaves a sound
-/// store and connects to the device again at its next start.
+/// The main window is closed during every kind of activity: the program ends with 0, leaves an
+/// intact store and connects to the device again at its next start.
 class TestClosing : public ToolFixture
 {
     Q_OBJECT
@@ -39,7 +39,7 @@ void TestClosing::closeMainWindow()
     QVERIFY(!window().isVisible());
 }
 
-/// Checks what the end of the program leaves.
+/// Checks the state after the end of the program.
 void TestClosing::checkState()
 {
     QVERIFY(!window().isVisible());
@@ -51,7 +51,7 @@ void TestClosing::checkState()
     QCOMPARE(sqlite(text("pragma integrity_check")), QStringList(text("ok")));
 }
 
-/// Checks what the end of the program leaves, and another start with the same files and device.
+/// Checks the state after the end of the program, and another start with the same files and device.
 void TestClosing::checkRestart()
 {
     checkState();
@@ -139,7 +139,7 @@ void TestClosing::closesWhileACellIsEdited()
     });
     QCOMPARE(code, 0);
     checkRestart();
-    // The cell loses the focus with its window, so its value is sent if time allows.
+    // The cell loses the focus with its window, so its value may be sent.
     for (const QString &command : commands().filter(text("set altitude"))) {
         QCOMPARE(command, text("set altitude=77"));
     }

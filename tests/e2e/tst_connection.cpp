@@ -276,7 +276,7 @@ void TestConnection::stateIsRequestedAlsoAfterADisconnect()
     QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
     tool().controller.setMeasurementAvailabilityInterval(5);
     QTRY_VERIFY(queue().currentJob());
-    // So that it is not sent again during the checks.
+    // Longer, so that the command is not sent again during the checks.
     auto *const job = qobject_cast<SerialPortJob *>(queue().currentJob().data());
     QVERIFY(job != nullptr);
     job->setTimeout(waitMs);
@@ -358,7 +358,7 @@ void TestConnection::chosenUnitIsShownAndRemembered()
     QCOMPARE(pollutant.size(), 4);
     QTRY_COMPARE(lines("pollutant%20unit"), QStringList(text("pollutant%20unit=0")));
     QVERIFY(shownValues().value(text("A2")).endsWith(text("ppm")));
-    // Units change the display alone.
+    // Units change only the display.
     QCOMPARE(commands(), QStringList());
 }
 

@@ -12,7 +12,7 @@ const QLatin1String manualTitle("Please reboot the device manually");
 const QLatin1String transferTitle("Updating firmware, please wait.");
 const QLatin1String failure("Firmware update failed due to unknown reason");
 
-/// Options of a device that takes an image of @p size bytes, whose reset and wait for the
+/// Options of a device that receives an image of @p size bytes, whose reset and wait for the
 /// image are longer than the delays of a busy machine.
 QStringList forImage(int size)
 {
@@ -36,7 +36,7 @@ private slots:
     void withoutAPortNothingIsOpened();
     void failedBlockEndsTheUpdate_data();
     void failedBlockEndsTheUpdate();
-    void starAfterTheLastBlockLeavesTheDialog();
+    void starAfterTheLastBlockKeepsTheDialogOpen();
     void cancelledWaitForTheBootloaderEndsTheUpdate();
     void cancelledTransferEndsTheUpdate();
     void pollingStopsUntilTheNextConnect_data();
@@ -46,7 +46,7 @@ private slots:
 
     void memoryIsBackedUpIntoAFile();
     void cancelledBackupLeavesNoFile();
-    void fileIsRestoredWithItsLengthInFront();
+    void fileIsRestoredIncludingItsLength();
     void cancelledRestoreStopsHalfWay();
 
 private:
@@ -186,7 +186,7 @@ void TestFirmware::failedBlockEndsTheUpdate()
     QVERIFY(isConnected());
 }
 
-void TestFirmware::starAfterTheLastBlockLeavesTheDialog()
+void TestFirmware::starAfterTheLastBlockKeepsTheDialogOpen()
 {
     constexpr int size = 160;
     QVERIFY(startConnected(forImage(size)
@@ -344,7 +344,7 @@ void TestFirmware::cancelledBackupLeavesNoFile()
     QVERIFY(commandCount("eeprom --read_block") < 1024);
 }
 
-void TestFirmware::fileIsRestoredWithItsLengthInFront()
+void TestFirmware::fileIsRestoredIncludingItsLength()
 {
     QVERIFY(startConnected());
     const QString path = file(text("backup.dat"));

@@ -32,7 +32,7 @@ private:
     void answerFileDialogByKeys(const QString &caption, const QString &path);
     static bool beginAYearEarlier(const QDateTimeEdit *from);
     void changeSetting(const char *alias, const QString &value);
-    void lookAtTheGraph();
+    void checkTheGraph();
     void exportTheYear(const QString &path);
     void updateFirmware(const QString &image);
 };
@@ -117,7 +117,7 @@ void TestKeyboard::changeSetting(const char *alias, const QString &value)
     key(Qt::Key_Return);
 }
 
-void TestKeyboard::lookAtTheGraph()
+void TestKeyboard::checkTheGraph()
 {
     QVERIFY(pressInWindow("buttonShowGraph"));
     QWidget *const graph = topLevel("MeasurementGraph");
@@ -175,7 +175,7 @@ void TestKeyboard::mainJobIsDoneByKeys()
     QVERIFY(pressInWindow("readLogButton"));
     QTRY_VERIFY(QFile::exists(log));
 
-    lookAtTheGraph();
+    checkTheGraph();
     exportTheYear(file(text("measurements.csv")));
     QVERIFY(!QTest::currentTestFailed());
 

@@ -142,7 +142,7 @@ void fill(MeasurementGraph &graph, FakeLocalStorage &storage, const Content &con
     graph.applySelection(names.mid(0, content.longNames ? names.size() : 2));
 }
 
-/// A window of the tool on screen, and the store behind it.
+/// A shown window of the tool, and its store.
 class Shown
 {
 public:
@@ -197,7 +197,8 @@ private:
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window));
-        // A window that is smaller than its contents grows, and so does a style's idea of them.
+        // A window smaller than its contents grows; their size is known only after the style's
+        // layout.
         QTRY_VERIFY(window->width() >= window->minimumSizeHint().width());
         for (int pass = 0; pass < 3; ++pass) {
             QCoreApplication::processEvents();
@@ -227,7 +228,7 @@ QPalette darkPalette()
     return palette;
 }
 
-/// For the folder that the environment names; without it, no picture.
+/// Saves a picture in the folder that the environment names; without one, does nothing.
 void takePicture(QWidget *window, const QString &name)
 {
     const QString folder = qEnvironmentVariable("KV_LAYOUT_PICTURES");
@@ -243,7 +244,8 @@ using Maker = std::function<std::unique_ptr<QWidget>()>;
 
 Q_DECLARE_METATYPE(Maker)
 
-/// Each window: what of it can be read, reached by keys and heard, in each style of this machine.
+/// Each window in each style of this machine: texts can be read, controls can be reached by keys,
+/// and screen readers get names.
 /// The environment decides the resolution.
 class TestLayout : public QObject
 {
@@ -278,7 +280,7 @@ private slots:
 
 void TestLayout::init()
 {
-    // As a desktop's: the platform of the tests has a larger one.
+    // The usual size on a desktop; the font of the test platform is larger.
     QApplication::setFont(QFont(text("Sans Serif"), 9));
     QApplication::setStyle(text("Fusion"));
     QApplication::setPalette(QApplication::style()->standardPalette());
@@ -320,7 +322,7 @@ void TestLayout::everythingCanBeReadAndReached()
     QCOMPARE(isLong ? QString() : cutContents(window.get()).join(text("; ")), QString());
     QCOMPARE(unreachableControls(window.get()).join(text("; ")), QString());
     QCOMPARE(badlyNamedControls(window.get()).join(text("; ")), QString());
-    // The colours of a selection are the desktop's.
+    // The desktop determines the colours of a selection.
     QApplication::focusWidget()->clearFocus();
     QCOMPARE(faintTexts(window.get()).join(text("; ")), QString());
 
@@ -349,7 +351,7 @@ void TestLayout::tabGoesDownAColumnBeforeTheNext()
     const Shown window(form, contents.value(text("usual")));
     const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
     QVERIFY(!order.isEmpty());
-    // The first stop is where the focus was.
+    // The first is the widget that had the focus.
     for (int i = 1; i < order.size(); ++i) {
         const QRect before = rectIn(window.get(), order.at(i - 1));
         const QRect after = rectIn(window.get(), order.at(i));

@@ -117,7 +117,7 @@ void TestMainWindowControls::keysAloneConnectAndDisconnect()
     QVERIFY(moveFocus(Qt::Key_Tab, "connectButton"));
     QTest::keyClick(child<QPushButton>("connectButton"), Qt::Key_Space);
     QTRY_COMPARE(storedReadings(), 1);
-    // The button that had the focus is gone, and the next one has it.
+    // The button that had the focus is hidden, and the next one has the focus.
     QVERIFY(moveFocus(Qt::Key_Backtab, "disconnectButton"));
     QTest::keyClick(child<QPushButton>("disconnectButton"), Qt::Key_Space);
     QTRY_VERIFY(!queue().serialPort()->isOpen());

@@ -11,8 +11,8 @@ const QLatin1String portError("Error occurred with serial port communication: ")
 
 } // namespace
 
-/// Every modal dialog runs an event loop of its own, in which timers and device traffic go on while
-/// the code that opened the dialog is blocked.
+/// Every modal dialog runs an event loop of its own, in which timers and device traffic continue
+/// while the code that opened the dialog is blocked.
 class TestNestedLoops : public ToolFixture
 {
     Q_OBJECT
@@ -99,7 +99,7 @@ void TestNestedLoops::twoErrorsAreShownAboveEachOther()
     emit tool().queue->error(text("two"));
     QVERIFY(waitForAnswers());
     QCOMPARE(highest, 4);
-    // The last one is on top.
+    // The last one is in front.
     QCOMPARE(answered,
              QStringList({portError + text("two"), portError + text("two"), portError + text("one"),
                           portError + text("one")}));
@@ -153,7 +153,7 @@ void TestNestedLoops::replyAfterTheDisconnectAsksTheClosedPort()
 {
     QVERIFY(startPolling());
     QVERIFY(disconnectByClick());
-    // The handler's connections last for its life: a count that arrives late asks for the rows.
+    // The handler stays connected: a count that arrives late makes it request the rows.
     QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QSerialPort): device not open");
     emit queue().valueRead(SerialPortValueType::ValueLogCount, 3);
     QCoreApplication::sendPostedEvents();

@@ -24,7 +24,7 @@ const QString folderDialog = QStringLiteral("folder Choose where to store measur
 
 } // namespace
 
-/// The program from its start to its end, as a process with folders of its own.
+/// The whole program, as a process with its own folders.
 class TestProgram : public QObject
 {
     Q_OBJECT

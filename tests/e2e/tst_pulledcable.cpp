@@ -9,7 +9,7 @@
 namespace {
 
 constexpr int watchMs = 1500;
-constexpr int unacceptableMs = 1000; // a window that doesn't react for longer seems to hang
+constexpr int unacceptableMs = 1000; // longer than this, a window appears to hang
 
 } // namespace
 
@@ -116,7 +116,7 @@ bool TestPulledCable::reconnect(bool samePath)
         || queue().serialPort()->isOpen()) {
         return false;
     }
-    // The path is free once the tool has closed it.
+    // The path can be used again once the tool has closed it.
     if (samePath && !device().resume()) {
         return false;
     }
@@ -161,7 +161,7 @@ void TestPulledCable::windowReactsAndConnectsAgain()
         QVERIFY(device().fault(fault));
         start(work);
     }
-    // A plain event loop: the test library's waits pause between its turns.
+    // A plain event loop, because the test library's waits pause between its iterations.
     QEventLoop loop;
     QTimer::singleShot(watchMs, &loop, &QEventLoop::quit);
     loop.exec();

@@ -37,8 +37,8 @@ QString listed(const QSet<QString> &names)
 
 } // namespace
 
-/// Checks the records of UiCoverageRecorder that the end-to-end tests have left: together they show
-/// and use every window, control and text of the tool.
+/// Checks the records that UiCoverageRecorder made in the end-to-end tests: together they show and
+/// use every window, control and text of the tool.
 class TestUiCoverage : public QObject
 {
     Q_OBJECT

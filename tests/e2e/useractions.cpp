@@ -123,7 +123,7 @@ void FaultInjectionTest::updateFirmware()
     click("updateFirmwareButton");
 }
 
-/// Restarts the device by hand, as the dialog asks the user to.
+/// Switches the device off and on, as the dialog asks the user to.
 void FaultInjectionTest::restartForUpdate()
 {
     constexpr int longerThanATimeoutMs = 500;
@@ -256,7 +256,7 @@ QStringList FaultInjectionTest::deviceValues()
     return values;
 }
 
-/// What has become of the last reading, in table and store.
+/// The outcome of the last reading, in table and store.
 QByteArray FaultInjectionTest::readingOutcome()
 {
     const bool shown = table()->rowCount() > 0 && !table()->item(0, 1)->text().isEmpty();
@@ -264,7 +264,7 @@ QByteArray FaultInjectionTest::readingOutcome()
     if (!shown || !stored) {
         return shown ? "shown, not stored" : "nothing new";
     }
-    // Of two answers in one piece the first one counts.
+    // Of two answers in one chunk the first one is used.
     const QStringList given = m_firstValues.isEmpty() ? deviceValues() : m_firstValues;
     return storedValues() == given ? "done" : "damaged value shown and stored";
 }
@@ -356,7 +356,8 @@ bool FaultInjectionTest::isDevicesLog()
 
 bool FaultInjectionTest::isDevicesMemory()
 {
-    // Each block goes where its number says, over all but the first byte of the one before.
+    // Each block is stored at the offset of its number, over all but the first byte of the previous
+    // one.
     const QByteArray memory = QByteArray::fromHex(device().control("memory").join());
     QByteArray image(imageBytes, '\0');
     for (int block = 0; block < memoryBytes / blockBytes; ++block) {
