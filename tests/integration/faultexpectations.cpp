@@ -31,7 +31,7 @@ QVector<FaultMatrix::Exception> exceptions()
 
         {F::LostByte, SetValue, "passed on: 21, 1 send"},
         {F::LostByte, SetClock, "passed on: 0200-01-02T03:04:05Z, 1 send"},
-        {F::LostByte, ReadLog, sentTwiceAgain}, // a wrong checksum, see there
+        {F::LostByte, ReadLog, sentTwiceAgain}, // a wrong checksum, see below
         {F::LostByte, ReadMemory, "passed on: 63 bytes, 1 send"}, // an odd digit is dropped
         {F::LostByte, Reboot, done},
         {F::FlippedBit, SetValue, "passed on: 221, 1 send"},

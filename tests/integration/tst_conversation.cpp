@@ -12,8 +12,8 @@ namespace {
 const QStringList identity = {text("swver"), text("hwver"),      text("serial"),
                               text("model"), text("meas_state"), text("health")};
 
-// An empty value arrives as a null text, as an unknown one does: the engine of the pattern makes no
-// difference.
+// An empty value arrives as a null text, as an unknown one does: QRegExp does not
+// distinguish them.
 QString readEvent(const QString &name, const QString &value)
 {
     return text("read %1=%2").arg(name, value.isEmpty() ? text("(null)") : value);
@@ -43,20 +43,20 @@ private slots:
     void reportsTheValueThatTheDeviceEchoes();
     void setsFromATextOfPairs();
     void sendsTheSixLettersInTheDevicesCharacterSet();
-    void takesAnUnknownParameterForAnAnswer();
+    void treatsAnUnknownParameterAsAnAnswer();
     void readsUnavailableMeasurementsAsN();
     void readsAndSetsTheClock();
     void reportsAnInvalidDateTwiceAndContinues();
     void keepsStoredSettingsOverARestart();
     void loadsTheFactoryValues();
-    void takesTwoLateAnswersInOneChunkForOne();
-    void stopsAfterFiveSendsUntilItIsFreed_data();
-    void stopsAfterFiveSendsUntilItIsFreed();
+    void treatsTwoLateAnswersInOneChunkAsOne();
+    void stopsAfterFiveSendsUntilItIsCleared_data();
+    void stopsAfterFiveSendsUntilItIsCleared();
     void connectsAgainOnTheOpenPort();
     void connectsOnAnotherTransport();
     void reportsAPortThatCannotBeOpened();
     void disconnectsAndConnectsAgain();
-    void ignoresChatterThatCannotBeSwitchedOff();
+    void ignoresDebugOutputThatCannotBeSwitchedOff();
 
 private:
     SerialPortHandler &handler() { return m_link->handler; }
@@ -209,7 +209,7 @@ void TestConversation::sendsTheSixLettersInTheDevicesCharacterSet()
              text("written location=") + QString(6, QChar(QChar::ReplacementCharacter)));
 }
 
-void TestConversation::takesAnUnknownParameterForAnAnswer()
+void TestConversation::treatsAnUnknownParameterAsAnAnswer()
 {
     QVERIFY(m_link->startConnected());
     handler().readValue(text("nonsense"));
@@ -295,7 +295,7 @@ void TestConversation::loadsTheFactoryValues()
     QCOMPARE(events(), text("written altitude=321; read altitude=120; allJobsDone"));
 }
 
-void TestConversation::takesTwoLateAnswersInOneChunkForOne()
+void TestConversation::treatsTwoLateAnswersInOneChunkAsOne()
 {
     constexpr unsigned long untilBothHaveArrivedMs = 800;
     QVERIFY(m_link->startConnected());
@@ -313,7 +313,7 @@ void TestConversation::takesTwoLateAnswersInOneChunkForOne()
     QCOMPARE(m_link->sends(text("show altitude")), 2);
 }
 
-void TestConversation::stopsAfterFiveSendsUntilItIsFreed_data()
+void TestConversation::stopsAfterFiveSendsUntilItIsCleared_data()
 {
     QTest::addColumn<QString>("call");
     for (const char *call :
@@ -322,7 +322,7 @@ void TestConversation::stopsAfterFiveSendsUntilItIsFreed_data()
     }
 }
 
-void TestConversation::stopsAfterFiveSendsUntilItIsFreed()
+void TestConversation::stopsAfterFiveSendsUntilItIsCleared()
 {
     QFETCH(QString, call);
     QVERIFY(m_link->startConnected());
@@ -336,7 +336,7 @@ void TestConversation::stopsAfterFiveSendsUntilItIsFreed()
     QCOMPARE(simulator().state("exchanges"), QByteArray("6"));
     QCOMPARE(events(), QString());
 
-    // Jobs that are added wait too.
+    // Jobs that are added later wait too.
     simulator().control("fault clear");
     handler().readValue(text("serial"));
     QTest::qWait(600);
@@ -415,7 +415,7 @@ void TestConversation::disconnectsAndConnectsAgain()
     QVERIFY(m_link->canRead("altitude", "120"));
 }
 
-void TestConversation::ignoresChatterThatCannotBeSwitchedOff()
+void TestConversation::ignoresDebugOutputThatCannotBeSwitchedOff()
 {
     QVERIFY(m_link->startConnected(text("--fault chatter:1")));
     QStringList expected;

@@ -36,7 +36,7 @@ private slots:
     void init();
     void transmitsTheImageByteForByte_data();
     void transmitsTheImageByteForByte();
-    void transmitsToADeviceThatIsRestartedByHand();
+    void transmitsToADeviceThatTheUserRestarts();
     void waitsForTheSelfTestAfterARestart();
     void canBeCancelledHalfway();
     void canBeCancelledWhileItWaitsForTheBootloader();
@@ -122,7 +122,7 @@ void TestDeviceFirmware::transmitsTheImageByteForByte()
     QVERIFY(m_link->canRead("hwver", "B"));
 }
 
-void TestDeviceFirmware::transmitsToADeviceThatIsRestartedByHand()
+void TestDeviceFirmware::transmitsToADeviceThatTheUserRestarts()
 {
     const QByteArray image = imageOf(100);
     QVERIFY(m_link->start(text("--image %1 --image-size 100").arg(m_imageFile)));

@@ -230,7 +230,7 @@ void TestDeviceLog::stopsAtTitlesThatWereWrongOnce()
 {
     QVERIFY(m_link->startConnected(text("--log-rows 3 --fault bad-checksum@0")));
     m_link->handler.readLog();
-    // Quirk: good text after bad text has a wrong checksum again, each time.
+    // Quirk: correct text after damaged text has a wrong checksum, each time.
     QVERIFY(m_link->waitForStall());
     QCOMPARE(m_link->sends(text("log --read=0")), 5);
     QVERIFY(readAgain());

@@ -110,7 +110,7 @@ void TestDeviceMemory::sendsOnlyTheContentsOfAShortFile()
     const QByteArray data = pattern(100);
     m_link->handler.writeEeprom(data);
     QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
-    // The device times out after 36 bytes; its message is no answer to the job.
+    // The device times out after 36 bytes; its message does not match the reply.
     m_link->setTimeouts(250);
     QVERIFY(m_link->waitForStall());
     QCOMPARE(m_link->sends(text("eeprom --write_block 0")), 1);

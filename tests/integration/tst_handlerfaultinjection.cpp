@@ -169,7 +169,7 @@ bool TestHandlerFaultInjection::prepare()
     }
     const bool damagesLine = m_fault == FaultKind::WrongChecksum || m_fault == FaultKind::LostByte
         || m_fault == FaultKind::FlippedBit;
-    // Otherwise each piece of the line after a bad checksum costs another send.
+    // Otherwise each piece of the line after a wrong checksum uses up another send.
     m_link->gatherMs = damagesLine && m_operation == ReadLog ? 30 : 0;
     return true;
 }
@@ -326,7 +326,7 @@ QByteArray TestHandlerFaultInjection::stallOutcome()
     return "queue stopped after " + sends + recovery();
 }
 
-/// Removes the fault and calls what is meant to start the queue again.
+/// Removes the fault and calls the function that should start the queue again.
 QByteArray TestHandlerFaultInjection::recovery()
 {
     SerialPortHandler &handler = m_link->handler;
@@ -372,7 +372,7 @@ QByteArray TestHandlerFaultInjection::outcomeAfterHangUp()
         + (worksAgain() ? "works after close" : "doesn't work after close");
 }
 
-/// Whether the device can be connected and read, on a new line where the old one is dead.
+/// Whether the device can be connected and read, on a new line if the old one was hung up.
 bool TestHandlerFaultInjection::worksAgain()
 {
     m_link->setTimeouts(0);

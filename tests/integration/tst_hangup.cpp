@@ -5,7 +5,7 @@
 
 #include <QtTest/QtTest>
 
-// The line goes dead while the port is open. The port's errors are not evaluated: jobs time out,
+// The line hangs up while the port is open. The port's errors are not evaluated: jobs time out,
 // until the port is closed.
 class TestHangUp : public QObject
 {
@@ -16,7 +16,7 @@ private slots:
     void keepsTheEventLoopRunning_data();
     void keepsTheEventLoopRunning();
     void treatsTheEndOfTheSimulatorAsAHangUp();
-    void canBeDestroyedWithADeadPortOpen();
+    void canBeDestroyedWithAHungUpPortOpen();
 
 private:
     QScopedPointer<DeviceLink> m_link;
@@ -96,7 +96,7 @@ void TestHangUp::treatsTheEndOfTheSimulatorAsAHangUp()
     QVERIFY(m_link->startConnected());
 }
 
-void TestHangUp::canBeDestroyedWithADeadPortOpen()
+void TestHangUp::canBeDestroyedWithAHungUpPortOpen()
 {
     const EventLoopLatencyMonitor monitor;
     QVERIFY(m_link->startConnected());

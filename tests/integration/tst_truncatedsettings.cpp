@@ -57,7 +57,7 @@ class TestTruncatedSettings : public QObject
 
 private slots:
     void initTestCase();
-    void startsWithEveryBeginning();
+    void loadsTheCompletePartOfEveryTruncatedFile();
     void cleanupTestCase();
 
 private:
@@ -111,7 +111,7 @@ LoadResult TestTruncatedSettings::start(const QByteArray &beginning)
     return seen;
 }
 
-void TestTruncatedSettings::startsWithEveryBeginning()
+void TestTruncatedSettings::loadsTheCompletePartOfEveryTruncatedFile()
 {
     const LoadResult complete = expected(m_sample);
     for (int size = 0; size <= m_sample.size(); ++size) {
