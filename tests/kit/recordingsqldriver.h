@@ -43,7 +43,7 @@ protected:
         setActive(true);
         return true;
     }
-    /// Ends here what comes past prepare().
+    /// Records a statement that is executed without prepare(), and fails.
     bool reset(const QString &query) override
     {
         m_statements->append({QStringLiteral("not prepared: ") + query, {}});
