@@ -169,7 +169,7 @@ EventLoopWatchdog::EventLoopWatchdog(int limitMs)
         if (!m_ended) {
             std::fprintf(stderr, "The event loop has not run for %d ms\n", m_limitMs);
             ActionTrace::print();
-            // The sanitizer prints the watched thread's stack.
+            // The sanitizer prints the stack of the monitored thread.
             pthread_kill(watched, SIGABRT);
         }
     });

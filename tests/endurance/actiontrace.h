@@ -12,13 +12,13 @@
 namespace ActionTrace {
 
 /// Installs the handlers of log lines and crashes. @p command repeats the run and is printed with
-/// every failure. A warning that the tool isn't expected to give ends the process.
+/// every failure. An unexpected warning ends the process.
 void begin(const QByteArray &command);
 
-/// Notes that action @p number begins; @p kind names it.
+/// Records that action @p number begins; @p kind names it.
 void note(int number, const char *kind);
 
-/// Notes a detail of the action, for example the name of the control that was clicked.
+/// Records a detail of the action, for example the name of the control that was clicked.
 void detail(const QString &text);
 
 /// Prints the last actions and log lines, and the command.
@@ -34,7 +34,7 @@ void printWarnings();
 
 /// Aborts the process, with the trace, when the event loop doesn't run for too long.
 ///
-/// To be made in the thread that it watches.
+/// To be constructed in the thread whose event loop it monitors.
 class EventLoopWatchdog
 {
 public:
@@ -64,11 +64,11 @@ class MemoryTrend
 {
 public:
     /// Takes a sample after @p actions, for a moment in which the tool has just ended. Free memory
-    /// goes back to the system first.
+    /// is returned to the system first.
     void sample(int actions);
 
     /// Prints the trend. False when the resident set or the heap grows by 20 bytes an action or
-    /// more; not meaningful under a sanitizer, whose quarantine grows by design.
+    /// more; not meaningful under a sanitizer, whose quarantine always grows.
     bool isFlat() const;
 
 private:

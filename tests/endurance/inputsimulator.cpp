@@ -65,7 +65,7 @@ bool findPoint(const QWidget *widget, RandomSource *random, QPoint &point)
     return true;
 }
 
-/// The press may delete the window.
+/// Handling the press may delete the window.
 void pressAndRelease(QWindow *window, Qt::Key key, Qt::KeyboardModifiers modifiers,
                      const QString &text)
 {

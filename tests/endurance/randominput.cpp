@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Random input to the whole tool: its real window, a real port with the simulated transmitter, a
-// real store and real files. The same seed draws the same actions; what they meet depends on time.
+// real store and real files. The same seed gives the same actions; their effect also depends on
+// time.
 #include "tests/endurance/actiontrace.h"
 #include "tests/endurance/inputsimulator.h"
 #include "tests/kit/testmain.h"
@@ -51,7 +52,7 @@ QByteArray randomState(RandomSource &random)
     return random.pick(lines);
 }
 
-/// The simulated transmitter with random faults, which are repaired after a while. Its port keeps
+/// The simulated transmitter with random faults, which are removed after a while. Its port keeps
 /// one path, as that of a device that is unplugged and plugged in again.
 class RandomDevice
 {
@@ -157,11 +158,11 @@ private:
     bool m_killed = true;
 };
 
-/// The files that are offered to file dialogs, and those that the tool shall write.
+/// The files to choose in file dialogs, and those that the tool should write.
 class RandomFiles
 {
 public:
-    /// Makes images and backups of unusual sizes in @p folder.
+    /// Creates images and backups of unusual sizes in @p folder.
     explicit RandomFiles(const QString &folder)
         : m_folder(folder)
     {
@@ -296,7 +297,7 @@ public:
         connect(&m_next, &QTimer::timeout, this, [this] { step(); });
     }
 
-    /// Runs the program as often as needed. What fails at once ends the process.
+    /// Runs the program as often as needed. A failure ends the process at once.
     void run();
 
     /// Prints the statistics; false when memory grows or too few states were visited.
@@ -372,7 +373,7 @@ private:
     QPointer<QWidget> m_dialog;
     QString m_dialogTitle;
     int m_dialogAge = 0; ///< in actions
-    int m_dialogLimit = 0; ///< age at which the dialog is answered or left
+    int m_dialogLimit = 0; ///< age at which the dialog is answered or rejected
 };
 
 void RandomInput::run()
@@ -472,7 +473,7 @@ void RandomInput::step()
         return;
     }
     if (m_dialog && !m_dialog->isVisible()) {
-        // No user acts in the turn of the event loop that closes a dialog.
+        // A user can't act in the iteration of the event loop that closes a dialog.
         m_dialog = nullptr;
         m_next.start(0);
         return;
@@ -564,7 +565,7 @@ void RandomInput::wait(int atMostMs)
     m_next.start(m_random.between(1, atMostMs));
 }
 
-/// Draws one of @p choices by its weight. One without a kind notes its own.
+/// Chooses one of @p choices at random by its weight. One without a kind records its own.
 void RandomInput::choose(const std::vector<Choice> &choices)
 {
     int draw = m_random.below(
@@ -784,8 +785,8 @@ void RandomInput::closeByFrame(QWidget *window)
     }
 }
 
-/// Resets the age when another dialog is on top. The wait dialog serves all operations, so that its
-/// title tells them apart.
+/// Resets the age when another dialog is in front. The wait dialog is the same for all operations,
+/// so its title distinguishes them.
 void RandomInput::updateDialogAge(QWidget *modal)
 {
     constexpr int tooOld = 2000;

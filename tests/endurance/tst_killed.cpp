@@ -52,7 +52,7 @@ public:
         return canReadLine();
     }
 
-    /// The number of readings that it reported as stored, to be asked after the kill.
+    /// The number of readings that it reported as stored, to be called after the kill.
     int reportedReadings() { return readAllStandardOutput().count("reading\n"); }
 
     /// False when it had ended before.
@@ -207,7 +207,7 @@ void TestKilled::killWhilePolling()
     QElapsedTimer time;
     time.start();
     QVERIFY(startTool(process));
-    // On the files that the last kill left.
+    // With the files as the last kill left them.
     QVERIFY2(process.waitForReading(), qPrintable(process.warnings().join(text("\n"))));
     m_startUs = m_startUs == 0 ? time.nsecsElapsed() / 1000 : m_startUs;
     m_longestStartMs = qMax(m_longestStartMs, time.elapsed());

@@ -119,7 +119,7 @@ void TestSoak::openGraph()
     QCOMPARE(drawnPoints(), valuesPerReading);
 }
 
-/// Starts the graph's period again, as a user does each morning.
+/// Sets the start of the graph's period to the new day, as a user does each morning.
 void TestSoak::beginDay()
 {
     m_reported.clear();

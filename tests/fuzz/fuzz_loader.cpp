@@ -26,7 +26,7 @@ void checkMeasurement(const MeasurementItem &item, const QVector<MeasurementItem
     FUZZ_ASSERT(item.unit > MeasurementUnit::Undefined
                 && item.unit <= MeasurementUnit::WattsPerSquareMetre);
     FUZZ_ASSERT(item.name.isEmpty() || !item.displayName.isEmpty());
-    // As the table, the graph and the export use it: the first item of a name counts.
+    // As the table, the graph and the export do: the first item with a name is used.
     const QString caption = MeasurementTypeUtils::displayUnitCaption(item.name, items, {});
     FUZZ_ASSERT(caption.isEmpty() || (caption.size() > 2 && caption.startsWith(QLatin1Char('('))));
     FUZZ_ASSERT(MeasurementTypeUtils::conversionMultiplier(item.name, items) != 0.0);

@@ -5,7 +5,7 @@
 #include <array>
 #include <bitset>
 
-// The matcher's own branches would hide those of the code under test.
+// Coverage of the matcher itself would distract the fuzzer from the code under test.
 #define KV_UNINSTRUMENTED __attribute__((no_sanitize("coverage", "address", "undefined")))
 
 /// The form of a reply, matched independently of the product: by the set of positions in the form
@@ -13,7 +13,7 @@
 ///
 /// * any text, + decimal digits, ~ a white space, . any character, % the text of a quoted list with
 /// or without its quotes; \\ makes the next character literal. Letters match in either case. The
-/// position reached also guides the fuzzer, which can't see into QRegExp.
+/// position reached also guides the fuzzer, which has no coverage of QRegExp.
 class ReplyForm
 {
 public:

@@ -1,4 +1,4 @@
-"""What kvtool-check-settings reports of a file of models, and what the schema accepts.
+"""What kvtool-check-settings reports about a file of models, and what the schema accepts.
 Usage: test_check_settings.py PROGRAM"""
 
 import concurrent.futures
@@ -51,7 +51,7 @@ A = setting(alias="a")
 M = measurement(name="M")
 GOOD = device(configuration(A) + measurements(M))
 
-# name: (file, whether the schema takes it, words that the script says besides the comparison)
+# name: (file, whether the schema accepts it, words that the script prints besides the comparison)
 CASES = {
     "sample": (SAMPLE, True, "take this file: 3 models"),
     "a small one": (file(GOOD), True, "take this file: 1 model."),
@@ -222,7 +222,7 @@ class CheckSettings(unittest.TestCase):
                 self.assertEqual(result.returncode, 0 if whole else 1)
 
     def test_follows_the_loader_through_damaged_files(self):
-        """The program compares its own walk with the loader's result."""
+        """The program compares its own parsing with the loader's result."""
         paths = [self.written(f"m{index}", text) for index, text in enumerate(mutations(150))]
         with concurrent.futures.ThreadPoolExecutor(4) as pool:
             results = list(pool.map(self.check, paths))
