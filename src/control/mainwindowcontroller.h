@@ -27,8 +27,8 @@ class MainWindowInterface;
 class SerialPortHandlerInterface;
 class SettingsInterface;
 
-/// Decides what every event means. The window reports what the user asks for, the handler talks to
-/// the device and the store keeps the measurements; only this class connects them.
+/// Decides how the program reacts to each event. The window reports what the user asks for, the
+/// handler talks to the device and the store keeps the measurements; only this class connects them.
 ///
 /// Owns none of its four collaborators; each must outlive it. Wait dialogs, message boxes and file
 /// dialogs run a nested event loop, so any slot may run while another one waits for the user.
@@ -65,10 +65,10 @@ public:
     void clearDeviceDetails() { m_deviceDetails.clear(); }
 
 signals:
-    /// The state of a device that is not ready has been asked for.
+    /// The state of a device that is not ready has been requested.
     void measurementAvailabilityPollStarted();
 
-    /// The measurements have been asked for.
+    /// The measurements have been requested.
     void measurementPollStarted();
 
 private slots:

@@ -6,7 +6,7 @@
 #include <QtCore/QString>
 
 /// Sets one variable of the device: dataWritten() with the value that the device echoes, which may
-/// differ from the one asked for.
+/// differ from the one sent.
 class SerialPortJobSetValue : public SerialPortJob
 {
     Q_OBJECT

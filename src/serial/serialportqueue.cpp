@@ -155,7 +155,7 @@ void SerialPortQueue::onJobFailed(SerialPortJobType type)
     }
 }
 
-// By value: the job lives until its start() returns, even if a slot removes it.
+// By value: the job exists until its start() returns, even if a slot removes it.
 void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 {
     if (!job || (m_current && m_current->isRunning())) {

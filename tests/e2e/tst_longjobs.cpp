@@ -277,7 +277,7 @@ void TestLongJobs::clockIsSetInItsOrder()
     QVERIFY(waitUntilQuiet());
     QVERIFY(isRight());
 
-    // Everything is read anew first; then the clock is written, kept, and read back.
+    // Everything is read again first; then the clock is written, stored, and read back.
     QStringList order = commands();
     QCOMPARE(order.size(), 6 + 8 + 1 + 3);
     QCOMPARE(order.first(), text("show hwver"));

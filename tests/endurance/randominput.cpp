@@ -530,7 +530,7 @@ QSet<QString> RandomInput::states()
     const auto job = queue().currentJob();
     const bool open = queue().serialPort() && queue().serialPort()->isOpen();
     insertIf(isConnected() && open, "connected");
-    insertIf(isConnected() && open && m_device.isHungUp(), "connected to a dead line");
+    insertIf(isConnected() && open && m_device.isHungUp(), "connected to a hung-up line");
     insertIf(job && !job->isRunning(), "queue stopped");
     QWidget *const graph = topLevel("MeasurementGraph");
     const auto *const list = graph->findChild<QListWidget *>();
@@ -957,7 +957,7 @@ bool RandomInput::requireVisits() const
     // doesn't fail by chance.
     const QMap<QString, int> required{
         {text("connected"), 1000},
-        {text("connected to a dead line"), 6000},
+        {text("connected to a hung-up line"), 6000},
         {text("queue stopped"), 4000},
         {text("several dialogs"), 3000},
         {text("box: Are you sure you want to clear the log?"), 1500},
