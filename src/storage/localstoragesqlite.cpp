@@ -155,7 +155,10 @@ void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
     auto row = rows.cbegin();
     while (query.next()) {
         const unsigned id = query.value(0).toUInt();
-        // Most values belong to the same measurement as the previous one.
+        // Nearly every value belongs to the same measurement as the previous one, or to the next.
+        if (row != rows.cend() && row->id < id) {
+            ++row;
+        }
         if (row == rows.cend() || row->id != id) {
             row = std::lower_bound(rows.cbegin(), rows.cend(), id, hasSmallerId);
         }
