@@ -70,7 +70,12 @@ public:
         : m_statements(statements)
     {
     }
-    bool hasFeature(DriverFeature) const override { return false; }
+    bool hasFeature(DriverFeature feature) const override { return feature == Transactions; }
+    bool beginTransaction() override
+    {
+        m_statements->append({QStringLiteral("begin"), {}});
+        return true;
+    }
     bool open(const QString &, const QString &, const QString &, const QString &, int,
               const QString &) override
     {
