@@ -33,6 +33,9 @@ private slots:
         QVERIFY(layout != nullptr);
         QCOMPARE(layout->count(), 1);
         QCOMPARE(layout->itemAt(0)->widget(), chartOf(graph));
+        QCOMPARE(layout->contentsMargins(), QMargins());
+        // The keyboard passes over a chart, which nothing can be typed into.
+        QCOMPARE(chartOf(graph)->focusPolicy(), Qt::NoFocus);
     }
 
     void forwardsTheRangesWithTheNextClear()

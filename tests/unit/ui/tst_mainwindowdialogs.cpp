@@ -416,6 +416,9 @@ private slots:
         m_settings.manualRange = true;
         m_settings.minimum = -1.5;
         m_settings.maximum = 30.25;
+        // Shown only once it is complete.
+        connect(graph()->findChild<QListWidget *>(text("list")), &QListWidget::itemChanged, this,
+                [this] { QVERIFY(!graph()->isVisible()); });
         showGraph();
         QVERIFY(graph()->findChild<QDoubleSpinBox *>(text("graphMinimumSpinBox"))->isEnabled());
 
