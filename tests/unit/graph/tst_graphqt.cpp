@@ -4,6 +4,7 @@
 #include "tests/kit/text.h"
 
 #include <QtCharts/QDateTimeAxis>
+#include <QtCharts/QLegendMarker>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 #include <QtCore/QPointer>
@@ -174,6 +175,19 @@ private slots:
         QCOMPARE(lineAt(graph, 2)->count(), 0);
         QVERIFY(lineAt(graph, 0)->attachedAxes().contains(timeAxis(graph)));
         QVERIFY(lineAt(graph, 0)->attachedAxes().contains(valueAxis(graph)));
+    }
+
+    void legendShortensNamesOfMoreThan200Characters()
+    {
+        GraphQt graph;
+        graph.clear();
+        const QString longest(200, QLatin1Char('n'));
+        for (const QString &name : {longest, longest + QLatin1Char('n')}) {
+            graph.addSeries({name, orange, {}});
+        }
+        const QList<QtCharts::QLegendMarker *> markers = graph.chart()->legend()->markers();
+        QCOMPARE(markers.at(0)->label(), longest);
+        QCOMPARE(markers.at(1)->label(), longest + QChar(0x2026));
     }
 
     void clearDestroysTheOldChartWithAxesAndLines()

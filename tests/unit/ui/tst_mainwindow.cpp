@@ -297,6 +297,18 @@ private slots:
         QCOMPARE(clock->time(), QTime(4, 0, 1));
     }
 
+    void clockDoesNotRunAtFirst()
+    {
+        const ClockTimerFinder finder;
+        QTimer later;
+        later.setTimerType(Qt::PreciseTimer);
+        QSignalSpy timeouts(&later, &QTimer::timeout);
+        // More than the second of the clock's timer and the 5 % by which that may be late.
+        later.start(1100);
+        QTRY_VERIFY(!timeouts.isEmpty());
+        QVERIFY(finder.timer == nullptr);
+    }
+
     void clockRunsOnlyWhileSwitchedOn()
     {
         const ClockTimerFinder finder;
