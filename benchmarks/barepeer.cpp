@@ -147,7 +147,7 @@ void BarePeer::exchange(const QByteArray &command)
     const QByteArray request = "\r\n" + command + "\r\n";
     writeAll(m_client, request.constData(), static_cast<std::size_t>(request.size()));
     char bytes[512];
-    // One prompt answers the first line end, the other one ends the answer.
+    // The first prompt answers the line end before the command, the second one ends the reply.
     for (std::ptrdiff_t prompts = 0; prompts < 2;) {
         waitReadable(m_client);
         const ssize_t count = read(m_client, bytes, sizeof bytes);

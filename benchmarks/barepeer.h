@@ -5,12 +5,12 @@
 #include <QtCore/QString>
 #include <atomic>
 
-/// Minimal programs at the two ends of a pseudo-terminal: a process of one poll loop that answers
-/// like the device's console, and a client of one poll loop.
+/// The two ends of a pseudo-terminal with nothing but system calls: a process with one poll loop
+/// that answers as the device's console does, and a client with one poll loop.
 class BarePeer
 {
 public:
-    /// Starts the process; to be called before there is an application object.
+    /// Starts the process; to be constructed before the application object.
     BarePeer();
     ~BarePeer();
 
@@ -25,7 +25,7 @@ public:
     /// Sends @p command with the line ends of a reading job and waits for the whole answer.
     void exchange(const QByteArray &command);
 
-    /// Keeps this process, and those that it starts, on one core.
+    /// Restricts this process, and those that it starts, to one core.
     static void pinToOneCore();
 
 private:

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// CSV: rows per second of the tool's writer, compared with the conversions alone and with Python's
-// csv module, which csv_peer.py calls.
-#include "benchmarks/interleaved.h"
+// CSV: rows per second of the tool's writer, compared with the bare conversions and with
+// Python's csv module, which csv_peer.py uses.
 #include "benchmarks/rows.h"
 #include "common/utils.h"
 #include "tests/kit/testpaths.h"
@@ -20,13 +19,7 @@ namespace {
 constexpr int typeCount = 12;
 constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
 constexpr qint64 minuteMs = 60000;
-constexpr int bytesOfRow = 256; // more than any row needs
-
-[[noreturn]] void fail(const char *reason)
-{
-    std::fprintf(stderr, "%s\n", reason);
-    std::exit(1);
-}
+constexpr int bytesOfRow = 256; // more than any row has
 
 QStringList titles()
 {
@@ -53,16 +46,17 @@ QVector<LogValue> measurements(int count)
     return rows;
 }
 
-char *writeTwoDigits(char *to, int number, char behind)
+char *writeTwoDigits(char *to, int number, char separator)
 {
     *to++ = static_cast<char>('0' + number / 10);
     *to++ = static_cast<char>('0' + number % 10);
-    *to++ = behind;
+    *to++ = separator;
     return to;
 }
 
-/// Writes the same rows into a buffer, by the conversions alone; returns the end of the text.
-char *writeByHand(char *to, const QVector<LogValue> &rows)
+/// Writes the same rows with nothing but the conversions, into a buffer; returns the end of the
+/// text.
+char *writeWithToChars(char *to, const QVector<LogValue> &rows)
 {
     for (const LogValue &row : rows) {
         const auto seconds = static_cast<std::time_t>(row.time.toMSecsSinceEpoch() / 1000);
@@ -90,7 +84,8 @@ QByteArray bytesOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The files with the times in seconds and the values for Python, and the file that it writes.
+/// The file from which Python reads the times in seconds and the values, and the one that it
+/// writes.
 struct PythonFiles
 {
     explicit PythonFiles(const QTemporaryDir &folder)
@@ -159,26 +154,26 @@ int main(int argc, char *argv[])
     QByteArray buffer(count * bytesOfRow, '\0');
     char *end = nullptr;
 
-    const std::vector<double> seconds =
-        mediansOf(asked.size(9, 1),
-                  {[&] {
-                       QString error;
-                       return secondsOf([&] { saveToCsv(path, titles(), rows, error); });
-                   },
-                   [&] { return secondsOf([&] { end = writeByHand(buffer.data(), rows); }); },
-                   [&] { return python.seconds(); }});
+    const std::vector<Samples> seconds = interleaved(
+        asked.size(9, 1),
+        {[&] {
+             QString error;
+             return secondsOf([&] { saveToCsv(path, titles(), rows, error); });
+         },
+         [&] { return secondsOf([&] { end = writeWithToChars(buffer.data(), rows); }); },
+         [&] { return python.seconds(); }});
 
     const QByteArray written = bytesOf(path);
     compare(written, heading + QByteArray(buffer.constData(), int(end - buffer.constData())),
-            "The tool's file and that of the plain conversions differ.");
+            "The tool's file and the one of std::to_chars differ.");
     compare(written, bytesOf(python.output), "The tool's file and Python's differ.");
-    const auto rate = [&](std::size_t number) { return count / seconds[number]; };
+    const auto rate = [&](std::size_t number) { return count / median(seconds[number]); };
     const std::string measured = withUnit(rate(0) / 1e3, 0, "k rows/s");
     Rows::print("CSV", measured,
                 withUnit(rate(1) / 1e3, 0, "k rows/s") + ", std::to_chars and localtime_r",
-                rate(0) / rate(1), ">= 0.33");
+                ratiosOf(seconds[1], seconds[0]), ">= 0.33");
     Rows::print("CSV and Python", measured,
-                withUnit(rate(2) / 1e3, 0, "k rows/s") + ", Python's csv", rate(0) / rate(2),
-                ">= 1");
+                withUnit(rate(2) / 1e3, 0, "k rows/s") + ", Python's csv",
+                ratiosOf(seconds[2], seconds[0]), ">= 1");
     return 0;
 }

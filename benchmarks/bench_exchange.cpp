@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The tool's own time for an exchange: over a pseudo-terminal without a limited rate, compared with
-// a poll loop; in logs of different lengths; and for a device that sends much text.
+// The tool's own time for an exchange: over a pseudo-terminal without a limited rate compared with
+// a bare poll loop, in a log of growing length, and for a device with a long boot text.
 #include "benchmarks/barepeer.h"
 #include "benchmarks/rows.h"
 #include "serial/dataparser.h"
@@ -11,7 +11,6 @@
 #include "tests/kit/fakeserialport.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDebug>
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 #include <cmath>
@@ -25,7 +24,7 @@ using Handler = SerialPortHandlerInterface;
 constexpr int longestMs = 300000;
 constexpr double usPerSecond = 1e6;
 
-/// Handler, queue and transport, connected to the BarePeer.
+/// The tool's handler, queue and transport, connected to the bare peer.
 class Link : public QObject
 {
 public:
@@ -45,8 +44,8 @@ public:
         run();
     }
 
-    /// Reads a value @p count times; false when a reply is missing.
-    bool readValues(int count)
+    /// Reads a value @p count times.
+    void readValues(int count)
     {
         QStringList names;
         for (int i = 0; i < count; ++i) {
@@ -56,18 +55,22 @@ public:
         m_count = 0;
         m_handler.readValues(names);
         run();
-        return m_count == count;
+        if (m_count != count) {
+            fail("The device was not read completely.");
+        }
     }
 
-    /// Reads the whole log; false when it has not @p count rows.
-    bool readLog(int count)
+    /// Reads the whole log of @p count rows.
+    void readLog(int count)
     {
-        // The jobs of the rows are added after the job of the count has ended.
+        // The rows' jobs are added after the count's own job is done.
         m_signalsToCome = 3;
         m_count = 0;
         m_handler.readLog();
         run();
-        return m_count == count;
+        if (m_count != count) {
+            fail("The device was not read completely.");
+        }
     }
 
 private:
@@ -92,43 +95,39 @@ private:
     int m_count = 0;
 };
 
-void printExchange(const char *name, const std::vector<double> &tool,
-                   const std::vector<double> &bare, int trips, const char *bound)
+void printExchange(const char *name, const Samples &tool, const Samples &bare, int trips,
+                   const char *bound)
 {
-    const double toolUs = median(tool) / trips * usPerSecond;
-    const double bareUs = median(bare) / trips * usPerSecond;
-    Rows::print(name, withUnit(toolUs, 1, "us"), withUnit(bareUs, 1, "us in a poll loop"),
-                toolUs / bareUs, bound);
+    Rows::print(name, withUnit(median(tool) / trips * usPerSecond, 1, "us"),
+                withUnit(median(bare) / trips * usPerSecond, 1, "us in a poll loop"),
+                ratiosOf(tool, bare), bound);
 }
 
-bool exchange(const Rows &rows, BarePeer &peer)
+void exchange(const Rows &rows, BarePeer &peer)
 {
-    const int rounds = rows.size(11, 1);
     const int trips = rows.size(1000, 20);
     Link link(peer.port());
     peer.setLogRows(trips);
-    std::vector<double> values;
-    std::vector<double> bareValues;
-    std::vector<double> logs;
-    std::vector<double> bareLogs;
-    bool complete = true;
-    for (int round = 0; round < rounds && complete; ++round) {
-        values.push_back(secondsOf([&] { complete = complete && link.readValues(trips); }));
-        bareValues.push_back(secondsOf([&] {
-            for (int i = 0; i < trips; ++i) {
-                peer.exchange("show altitude");
-            }
-        }));
-        logs.push_back(secondsOf([&] { complete = complete && link.readLog(trips); }));
-        bareLogs.push_back(secondsOf([&] {
-            for (int i = 0; i <= trips; ++i) {
-                peer.exchange("log --read=" + QByteArray::number(i));
-            }
-        }));
-    }
-    printExchange("EXCH value", values, bareValues, trips, "<= 3");
-    printExchange("EXCH log row", logs, bareLogs, trips, "<= 4.5");
-    return complete;
+    const std::vector<Samples> seconds =
+        interleaved(rows.size(11, 1),
+                    {[&] { return secondsOf([&] { link.readValues(trips); }); },
+                     [&] {
+                         return secondsOf([&] {
+                             for (int i = 0; i < trips; ++i) {
+                                 peer.exchange("show altitude");
+                             }
+                         });
+                     },
+                     [&] { return secondsOf([&] { link.readLog(trips); }); },
+                     [&] {
+                         return secondsOf([&] {
+                             for (int i = 0; i <= trips; ++i) {
+                                 peer.exchange("log --read=" + QByteArray::number(i));
+                             }
+                         });
+                     }});
+    printExchange("EXCH value", seconds[0], seconds[1], trips, "<= 3");
+    printExchange("EXCH log row", seconds[2], seconds[3], trips, "<= 4.5");
 }
 
 /// The slope of the straight line through the logarithms, by least squares.
@@ -150,33 +149,36 @@ double exponent(const std::vector<double> &sizes, const std::vector<double> &sec
     return (count * xy - x * y) / (count * xx - x * x);
 }
 
-bool scale(const Rows &rows, BarePeer &peer)
+void scale(const Rows &rows, BarePeer &peer)
 {
     Link link(peer.port());
     const std::vector<double> sizes =
         rows.isSmall() ? std::vector<double>{10, 20} : std::vector<double>{1000, 10000, 100000};
-    std::vector<double> seconds;
-    std::string measured;
+    std::vector<std::function<double()>> works;
     for (const double size : sizes) {
-        const int count = static_cast<int>(size);
-        peer.setLogRows(count);
-        std::vector<double> runs;
-        for (int run = 0; run < (count > 10000 ? 1 : rows.size(5, 1)); ++run) {
-            bool complete = false;
-            runs.push_back(secondsOf([&] { complete = link.readLog(count); }));
-            if (!complete) {
-                return false;
-            }
-        }
-        seconds.push_back(median(runs));
-        measured += (measured.empty() ? "" : ", ") + withUnit(seconds.back(), 2, "s");
+        works.emplace_back([&link, &peer, count = static_cast<int>(size)] {
+            peer.setLogRows(count);
+            return secondsOf([&] { link.readLog(count); });
+        });
     }
-    Rows::print("SCALE log", measured, "1,000, 10,000, 100,000 rows", exponent(sizes, seconds),
-                "<= 1.05");
-    return true;
+    const int runs = rows.size(3, 1);
+    const std::vector<Samples> seconds = interleaved(runs, works);
+    std::string measured;
+    for (const Samples &samples : seconds) {
+        measured += (measured.empty() ? "" : ", ") + withUnit(median(samples), 2, "s");
+    }
+    Samples exponents;
+    for (std::size_t run = 0; run < static_cast<std::size_t>(runs); ++run) {
+        std::vector<double> ofRun;
+        for (const Samples &samples : seconds) {
+            ofRun.push_back(samples[run]);
+        }
+        exponents.push_back(exponent(sizes, ofRun));
+    }
+    Rows::print("SCALE log", measured, "1,000, 10,000, 100,000 rows", exponents, "<= 1.05");
 }
 
-/// The text of a start of the device, about @p size characters.
+/// A long text of a device that starts: about @p size characters.
 QString bootText(int size)
 {
     QString text = QStringLiteral("Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\n");
@@ -201,7 +203,7 @@ QStringList chunksOf(const QString &text)
     return chunks;
 }
 
-/// The index of the chunk with which the job ends, -1 for none.
+/// The index of the chunk with which the job is done; -1 if it isn't.
 int chunkOfJob(const QStringList &chunks)
 {
     FakeSerialPort port;
@@ -243,25 +245,21 @@ double cpuSecondsOf(const std::function<void()> &work)
     return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
-bool chatty(const Rows &rows, BarePeer &)
+void chatty(const Rows &rows, BarePeer &)
 {
     const QStringList chunks = chunksOf(bootText(rows.size(20000, 500)));
-    std::vector<double> tool;
-    std::vector<double> plain;
-    for (int round = 0; round < rows.size(5, 1); ++round) {
-        int toolChunk = -1;
-        int plainChunk = -1;
-        tool.push_back(cpuSecondsOf([&] { toolChunk = chunkOfJob(chunks); }));
-        plain.push_back(cpuSecondsOf([&] { plainChunk = chunkOfPlainMatcher(chunks); }));
-        if (toolChunk < 0 || toolChunk != plainChunk) {
-            return false;
-        }
+    int toolChunk = -1;
+    int plainChunk = -1;
+    const std::vector<Samples> seconds = interleaved(
+        rows.size(5, 1),
+        {[&] { return cpuSecondsOf([&] { toolChunk = chunkOfJob(chunks); }); },
+         [&] { return cpuSecondsOf([&] { plainChunk = chunkOfPlainMatcher(chunks); }); }});
+    if (toolChunk < 0 || toolChunk != plainChunk) {
+        fail("CHATTY: the job and the plain matcher finish with different chunks.");
     }
-    const double toolMs = median(tool) * 1000;
-    const double plainMs = median(plain) * 1000;
-    Rows::print("CHATTY", withUnit(toolMs, 1, "ms"), withUnit(plainMs, 1, "ms, plain matcher"),
-                toolMs / plainMs, "<= 0.15");
-    return true;
+    Rows::print("CHATTY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
+                withUnit(median(seconds[1]) * 1e3, 1, "ms, plain matcher"),
+                ratiosOf(seconds[0], seconds[1]), "<= 0.15");
 }
 
 } // namespace
@@ -276,12 +274,11 @@ int main(int argc, char *argv[])
     const struct
     {
         const char *name;
-        bool (*run)(const Rows &, BarePeer &);
+        void (*run)(const Rows &, BarePeer &);
     } benchmarks[] = {{"EXCH", exchange}, {"CHATTY", chatty}, {"SCALE", scale}};
     for (const auto &benchmark : benchmarks) {
-        if (rows.wants(benchmark.name) && !benchmark.run(rows, peer)) {
-            qWarning() << benchmark.name << "failed";
-            return 1;
+        if (rows.wants(benchmark.name)) {
+            benchmark.run(rows, peer);
         }
     }
     return 0;

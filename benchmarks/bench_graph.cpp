@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // GRAPH and GRAPH-OPEN: the graph dialog, with a store that answers from memory.
-#include "benchmarks/interleaved.h"
 #include "benchmarks/rows.h"
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
@@ -23,12 +22,6 @@ constexpr qint64 minuteMs = 60000;
 constexpr int minutesPerMonth = 30 * 1440;
 constexpr int linePixels = 3;
 
-[[noreturn]] void fail(const char *reason)
-{
-    std::fprintf(stderr, "%s\n", reason);
-    std::exit(1);
-}
-
 /// Names that have colours of their own in the graph.
 QStringList names(int count)
 {
@@ -46,8 +39,8 @@ QDateTime timeOf(qint64 minute)
 
 /// How the values of a history change over time.
 enum class Course {
-    Device, ///< waves of hours and of minutes with noise, like the simulated transmitter's
-    Smooth ///< waves of hours only: few pixels to fill, so that the cost of the lines dominates
+    Device, ///< waves of hours and of minutes, and jitter, as the simulated transmitter's
+    Smooth ///< a wave of hours alone: little area to fill, so that the cost of the lines dominates
 };
 
 double valueOf(int minute, int type, Course course)
@@ -188,8 +181,8 @@ private:
     QVector<QwtPlotCurve *> m_curves; // owned by the plot
 };
 
-/// Seconds from the check of the last box until all lines have been painted.
-double secondsToTick(const Dialog &dialog)
+/// From checking the last box until all lines have been painted.
+double secondsToCheck(const Dialog &dialog)
 {
     QListWidgetItem *last = dialog.list->item(dialog.list->count() - 1);
     last->setCheckState(Qt::Unchecked);
@@ -208,14 +201,15 @@ void tick(const char *name, int points, Course course, int runs, const char *bou
     dialog.open(names(lines));
     FirstPaint(dialog.viewport()).await();
     QwtPeer peer(dialog.storage.measurementsResult, dialog);
-    const std::vector<double> seconds = mediansOf(
-        runs, {[&] { return secondsToTick(dialog); }, [&] { return peer.secondsToDraw(); }});
-    Rows::print(name, withUnit(seconds[0] * 1e3, 1, "ms"),
-                withUnit(seconds[1] * 1e3, 1, "ms") + ", Qwt", seconds[0] / seconds[1], bound);
+    const std::vector<Samples> seconds = interleaved(
+        runs, {[&] { return secondsToCheck(dialog); }, [&] { return peer.secondsToDraw(); }});
+    Rows::print(name, withUnit(median(seconds[0]) * 1e3, 1, "ms"),
+                withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", Qwt",
+                ratiosOf(seconds[0], seconds[1]), bound);
 }
 
-/// The chart without optimisation: points are appended one by one before the line is attached, and
-/// everything is drawn again for each box.
+/// The chart in its plainest form: points are appended one by one, then the line is attached, and
+/// everything is drawn anew for each box.
 class PlainGraph : public GraphQt
 {
 public:
@@ -309,15 +303,15 @@ void open(const Rows &rows)
             paint.await();
         });
     };
-    const std::vector<double> seconds =
-        mediansOf(rows.size(5, 1), {openDialog, [&] { return plain.secondsToOpen(); }});
+    const std::vector<Samples> seconds =
+        interleaved(rows.size(5, 1), {openDialog, [&] { return plain.secondsToOpen(); }});
     const QImage picture = pictureOf(*dialog.chart->findChild<GraphQt *>());
     if (picture != pictureOf(plain)) {
         fail("The dialog's chart and the plain one differ.");
     }
-    Rows::print("GRAPH-OPEN", withUnit(seconds[0], 3, "s"),
-                withUnit(seconds[1], 3, "s") + ", drawn anew for each box", seconds[0] / seconds[1],
-                "<= 0.3");
+    Rows::print("GRAPH-OPEN", withUnit(median(seconds[0]), 3, "s"),
+                withUnit(median(seconds[1]), 3, "s") + ", drawn anew for each box",
+                ratiosOf(seconds[0], seconds[1]), "<= 0.3");
 }
 
 } // namespace

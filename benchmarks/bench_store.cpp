@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // READ-DAY, READ-YEAR, STORE and the store's part of SCALE.
-#include "benchmarks/interleaved.h"
 #include "benchmarks/rows.h"
 #include "benchmarks/storefile.h"
 #include "storage/localstoragesqlite.h"
@@ -25,7 +24,7 @@ long syncCount = 0;
 
 } // namespace
 
-// Symbols of the program take precedence over those of a library, for SQLite too.
+// These replace the C library's, also for SQLite.
 extern "C" int fsync(int file)
 {
     ++syncCount;
@@ -44,23 +43,17 @@ const char *const peakOption = "--peak-of";
 const char *const plainConnection = "plain";
 constexpr double peakLimitMb = 260.0;
 
-[[noreturn]] void fail(const char *reason)
-{
-    std::fprintf(stderr, "%s\n", reason);
-    std::exit(1);
-}
-
 QDateTime timeOf(qint64 minute)
 {
     return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, Qt::UTC);
 }
 
-/// Reads the last @p asked minutes of a store of @p stored ones, with the tool and without it.
+/// Reads the last @p asked minutes of a store of @p stored ones, with the tool and without.
 class Reader
 {
 public:
     Reader(int stored, int asked)
-        : m_file(path(stored)) // creates the store before this object opens it
+        : m_file(path(stored)) // creates the store before m_store is constructed
         , m_asked(asked)
         , m_from(timeOf(stored - asked))
         , m_to(timeOf(stored - 1))
@@ -88,19 +81,19 @@ public:
         return seconds;
     }
 
-    double secondsByHand()
+    double secondsBySqlite()
     {
         Read read;
         const double seconds = secondsOf([&] {
-            read = readByHand(m_database, m_from.toMSecsSinceEpoch(), m_to.toMSecsSinceEpoch());
+            read = readWithSqlite(m_database, m_from.toMSecsSinceEpoch(), m_to.toMSecsSinceEpoch());
         });
         if (read.rows != m_asked || read.values != qint64(m_asked) * typeCount) {
-            fail("The C interface did not return all rows.");
+            fail("SQLite did not read all rows.");
         }
         return seconds;
     }
 
-    /// Steps through the same rows with QtSql, without reading a column.
+    /// Steps through the same rows with QtSql without reading a column.
     double secondsOfBareQueries()
     {
         int rows = 0;
@@ -136,13 +129,13 @@ private:
 void readDay(const Rows &rows)
 {
     Reader reader(rows.size(minutesPerYear, 2 * minutesPerDay), minutesPerDay);
-    reader.secondsByHand();
-    const std::vector<double> seconds =
-        mediansOf(rows.size(9, 1),
-                  {[&] { return reader.secondsByTool(); }, [&] { return reader.secondsByHand(); }});
-    Rows::print("READ-DAY", withUnit(seconds[0] * 1e3, 1, "ms"),
-                withUnit(seconds[1] * 1e3, 1, "ms") + ", SQLite's C interface",
-                seconds[0] / seconds[1], "<= 1.05");
+    reader.secondsBySqlite();
+    const std::vector<Samples> seconds = interleaved(
+        rows.size(9, 1),
+        {[&] { return reader.secondsByTool(); }, [&] { return reader.secondsBySqlite(); }});
+    Rows::print("READ-DAY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
+                withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", SQLite's C interface",
+                ratiosOf(seconds[0], seconds[1]), "<= 1.05");
 }
 
 /// Peak memory in MB of a process that reads a whole store once.
@@ -175,19 +168,20 @@ int printPeakOfReading(int minutes)
 void readYear(const Rows &rows)
 {
     const int minutes = rows.size(minutesPerYear, minutesPerDay);
-    std::vector<double> seconds;
+    std::vector<Samples> seconds;
     {
         Reader reader(minutes, minutes);
-        reader.secondsByHand();
-        seconds = mediansOf(rows.size(5, 1),
-                            {[&] { return reader.secondsByTool(); },
-                             [&] { return reader.secondsByHand(); },
-                             [&] { return reader.secondsOfBareQueries(); }});
+        reader.secondsBySqlite();
+        seconds = interleaved(rows.size(5, 1),
+                              {[&] { return reader.secondsByTool(); },
+                               [&] { return reader.secondsBySqlite(); },
+                               [&] { return reader.secondsOfBareQueries(); }});
     }
-    Rows::print("READ-YEAR time", withUnit(seconds[0], 3, "s"),
-                withUnit(seconds[1], 3, "s") + ", SQLite's C interface (bare QSqlQuery::next "
-                    + withUnit(seconds[2] / seconds[1], 2, "x") + ")",
-                seconds[0] / seconds[1], "<= 2.9");
+    Rows::print("READ-YEAR time", withUnit(median(seconds[0]), 3, "s"),
+                withUnit(median(seconds[1]), 3, "s")
+                    + ", SQLite's C interface (bare QSqlQuery::next "
+                    + withUnit(median(ratiosOf(seconds[2], seconds[1])), 2, "x") + ")",
+                ratiosOf(seconds[0], seconds[1]), "<= 2.2");
     const double peak = peakOfReading(minutes);
     Rows::print("READ-YEAR memory", withUnit(peak, 0, "MB"), withUnit(peakLimitMb, 0, "MB"),
                 peak / peakLimitMb, "<= 1");
@@ -202,7 +196,7 @@ QVector<MeasurementValue> measurement(int number)
     return values;
 }
 
-/// A measurement's 13 statements in plain calls of QtSql.
+/// A measurement's 13 statements through QtSql in the plainest form.
 void storePlainly(const QDateTime &time, const QVector<MeasurementValue> &values,
                   const QMap<QString, unsigned> &typeIds)
 {
@@ -237,7 +231,7 @@ void store(const Rows &rows)
     if (!storage.open(toolPath) || !storage.addDevice({}, device)) {
         fail("No store could be made.");
     }
-    // From here on both stores have their tables and types.
+    // From here on both have the tables and the names.
     storage.addMeasurementValues(0, measurement(0));
     storage.close();
     if (!QFile::copy(toolPath, plainPath) || !storage.open(toolPath)) {
@@ -259,35 +253,39 @@ void store(const Rows &rows)
     long toolSyncs = 0;
     long peerSyncs = 0;
     int number = 0;
-    const auto storeOne = [&](long &syncs, const auto &work) {
-        const QDateTime time = timeOf(++number);
-        const QVector<MeasurementValue> values = measurement(number);
+    // Several measurements for each run: the time of a single sync varies much.
+    const int batch = rows.size(20, 3);
+    const int runs = rows.size(11, 1);
+    const auto storeBatch = [&](long &syncs, const auto &work) {
         const long before = syncCount;
-        const double seconds = secondsOf([&] { work(time, values); });
+        double seconds = 0;
+        for (int i = 0; i < batch; ++i) {
+            const QDateTime time = timeOf(++number);
+            const QVector<MeasurementValue> values = measurement(number);
+            seconds += secondsOf([&] { work(time, values); });
+        }
         syncs += syncCount - before;
-        return seconds;
+        return seconds / batch;
     };
-    const int measurements = rows.size(200, 3);
-    const std::vector<double> seconds =
-        mediansOf(measurements,
-                  {[&] {
-                       return storeOne(toolSyncs, [&](const QDateTime &time, const auto &values) {
-                           unsigned id = 0;
-                           storage.addMeasurement(device, {MeasurementState::Ready, time}, id);
-                           storage.addMeasurementValues(id, values);
-                       });
-                   },
-                   [&] {
-                       return storeOne(peerSyncs, [&](const QDateTime &time, const auto &values) {
-                           storePlainly(time, values, typeIds);
-                       });
-                   }});
+    const auto storeWithTool = [&](const QDateTime &time, const auto &values) {
+        unsigned id = 0;
+        storage.addMeasurement(device, {MeasurementState::Ready, time}, id);
+        storage.addMeasurementValues(id, values);
+    };
+    const auto storeWithQtSql = [&](const QDateTime &time, const auto &values) {
+        storePlainly(time, values, typeIds);
+    };
+    const std::vector<Samples> seconds =
+        interleaved(runs,
+                    {[&] { return storeBatch(toolSyncs, storeWithTool); },
+                     [&] { return storeBatch(peerSyncs, storeWithQtSql); }});
     if (peerSyncs == 0) {
-        fail("No sync was seen.");
+        fail("No sync was counted.");
     }
-    Rows::print("STORE time", withUnit(seconds[0] * 1e3, 2, "ms"),
-                withUnit(seconds[1] * 1e3, 2, "ms") + ", 13 statements through QtSql",
-                seconds[0] / seconds[1], "<= 1.05");
+    Rows::print("STORE time", withUnit(median(seconds[0]) * 1e3, 2, "ms"),
+                withUnit(median(seconds[1]) * 1e3, 2, "ms") + ", 13 statements through QtSql",
+                ratiosOf(seconds[0], seconds[1]), "<= 1.05");
+    const int measurements = runs * batch;
     Rows::print("STORE syncs", withUnit(double(toolSyncs) / measurements, 1, "a measurement"),
                 withUnit(double(peerSyncs) / measurements, 1, "a measurement"),
                 double(toolSyncs) / double(peerSyncs), "<= 1");
@@ -298,19 +296,25 @@ void scale(const Rows &rows)
 {
     const std::vector<int> sizes{minutesPerDay, rows.size(minutesPerMonth, 2 * minutesPerDay),
                                  rows.size(minutesPerYear, 3 * minutesPerDay)};
-    std::vector<double> seconds;
+    std::vector<std::function<double()>> works;
     for (const int minutes : sizes) {
-        Reader reader(minutes, minutes);
-        reader.secondsByTool();
-        seconds.push_back(
-            mediansOf(rows.size(5, 1), {[&] { return reader.secondsByTool(); }}).at(0));
+        works.emplace_back([minutes] {
+            Reader reader(minutes, minutes);
+            reader.secondsByTool(); // fills SQLite's cache
+            return reader.secondsByTool();
+        });
     }
-    const double exponent = std::log(seconds.back() / seconds.front())
-        / std::log(double(sizes.back()) / double(sizes.front()));
+    const std::vector<Samples> seconds = interleaved(rows.size(3, 1), works);
+    Samples exponents;
+    for (const double growth : ratiosOf(seconds.back(), seconds.front())) {
+        exponents.push_back(std::log(growth)
+                            / std::log(double(sizes.back()) / double(sizes.front())));
+    }
     Rows::print("SCALE store",
-                withUnit(seconds[0] * 1e3, 2, "ms a day, ") + withUnit(seconds[1], 3, "s a month, ")
-                    + withUnit(seconds[2], 2, "s a year"),
-                "linear", exponent, "<= 1.05");
+                withUnit(median(seconds[0]) * 1e3, 2, "ms a day, ")
+                    + withUnit(median(seconds[1]), 3, "s a month, ")
+                    + withUnit(median(seconds[2]), 2, "s a year"),
+                "linear", exponents, "<= 1.05");
 }
 
 } // namespace

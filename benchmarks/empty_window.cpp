@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A minimal program with a main window, linked to the same libraries as the tool.
+// The smallest program with a main window, linked to the same libraries as the tool.
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMainWindow>
 

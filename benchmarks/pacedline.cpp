@@ -12,7 +12,7 @@ namespace {
 
 constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
-constexpr int burst = 16; ///< bytes passed on together, as by the buffer of a serial chip
+constexpr int burst = 16; ///< bytes written at once, as from the FIFO of a UART
 constexpr qint64 spinNs = 120000; ///< longer than a sleep may overrun
 constexpr qint64 idleWaitNs = 5000000;
 
@@ -50,7 +50,7 @@ QByteArray PacedLine::open()
 
 void PacedLine::serve()
 {
-    // Otherwise each sleep may last 50 us longer than asked.
+    // The default slack makes each sleep up to 50 us longer.
     prctl(PR_SET_TIMERSLACK, 1);
     for (bool open = true; open;) {
         readInput();
@@ -63,7 +63,7 @@ void PacedLine::serve()
                 sleepUntilReadable(m_terminal.descriptor(), due - now - spinNs);
             }
         } else {
-            // Without spinning: the kernel may need this core to carry the client's bytes.
+            // Without polling: the kernel's worker for the client's bytes may need this core.
             open = waitIdle();
         }
     }
@@ -128,7 +128,7 @@ qint64 PacedLine::nextDue() const
     return out < 0 ? in : in < 0 ? out : qMin(in, out);
 }
 
-/// Adds to the time in use; time for which both directions are in use is counted once.
+/// Time for which both directions are in use counts once.
 void PacedLine::use(qint64 fromNs, int bytes)
 {
     const qint64 untilNs = fromNs + bytes * m_byteNs;
@@ -142,20 +142,20 @@ bool PacedLine::waitIdle()
     const timespec time = {0, idleWaitNs};
     ppoll(wanted, 2, &time, nullptr);
     QCoreApplication::processEvents();
-    return (wanted[1].revents & (POLLIN | POLLHUP)) == 0 || answerDesk();
+    return (wanted[1].revents & (POLLIN | POLLHUP)) == 0 || executeCommands();
 }
 
-bool PacedLine::answerDesk()
+bool PacedLine::executeCommands()
 {
     char bytes[256];
     const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
     if (count <= 0) {
         return false;
     }
-    m_typed.append(bytes, static_cast<int>(count));
-    for (int end = m_typed.indexOf('\n'); end >= 0; end = m_typed.indexOf('\n')) {
-        const QByteArray line = m_typed.left(end);
-        m_typed.remove(0, end + 1);
+    m_commands.append(bytes, static_cast<int>(count));
+    for (int end = m_commands.indexOf('\n'); end >= 0; end = m_commands.indexOf('\n')) {
+        const QByteArray line = m_commands.left(end);
+        m_commands.remove(0, end + 1);
         if (line == "reset") {
             m_bytesIn = m_bytesOut = m_usedNs = 0;
         } else if (line == "power") {

@@ -1,14 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "benchmarks/interleaved.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
-/// The command line of a benchmark program, and the lines that it prints for scripts/bench.
+/// @p number with @p decimals and @p unit, such as "1.25 s".
+inline std::string withUnit(double number, int decimals, const char *unit)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f %s", decimals, number, unit);
+    return text;
+}
+
+/// The rows that the command line asks for, and the lines that scripts/bench reads.
 class Rows
 {
 public:
@@ -35,13 +46,25 @@ public:
         return m_names.empty() || std::find(m_names.begin(), m_names.end(), name) != m_names.end();
     }
 
-    /// Prints a row. @p ratio should fulfil @p bound, such as "<= 1.06".
+    /// Prints a row. The median of @p ratios, one of each run, is to be what @p bound says, such as
+    /// "<= 1.06"; their spread is from the smallest to the largest.
+    static void print(const char *name, const std::string &measured, const std::string &limit,
+                      const Samples &ratios, const char *bound)
+    {
+        const auto [least, most] = std::minmax_element(ratios.cbegin(), ratios.cend());
+        const std::string spread = ratios.size() == 1 ? "measured once"
+                                                      : withUnit(*least, 3, "to ")
+                + withUnit(*most, 3, "in ") + withUnit(double(ratios.size()), 0, "runs");
+        std::printf("ROW\t%s\t%s\t%s\t%.3f\t%s\t%s\n", name, measured.c_str(), limit.c_str(),
+                    median(ratios), spread.c_str(), bound);
+        std::fflush(stdout);
+    }
+
+    /// Prints a row that is measured once.
     static void print(const char *name, const std::string &measured, const std::string &limit,
                       double ratio, const char *bound)
     {
-        std::printf("ROW\t%s\t%s\t%s\t%.3f\t%s\n", name, measured.c_str(), limit.c_str(), ratio,
-                    bound);
-        std::fflush(stdout);
+        print(name, measured, limit, Samples{ratio}, bound);
     }
 
 private:
@@ -49,23 +72,11 @@ private:
     std::vector<std::string> m_names;
 };
 
-/// @p number with @p decimals and @p unit, such as "1.25 s".
-inline std::string withUnit(double number, int decimals, const char *unit)
+/// Ends the program after a benchmark that can't be run or whose results are wrong.
+[[noreturn]] inline void fail(const std::string &reason)
 {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f %s", decimals, number, unit);
-    return text;
-}
-
-/// The median; 0 without values.
-inline double median(std::vector<double> values)
-{
-    if (values.empty()) {
-        return 0.0;
-    }
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    std::fprintf(stderr, "%s\n", reason.c_str());
+    std::exit(1);
 }
 
 /// Wall time of @p work in seconds.

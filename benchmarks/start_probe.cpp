@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Preloaded into a program: prints on standard output the time, in seconds of the monotonic clock,
-// at which its main window has been drawn for the first time, and the memory in kB that the process
-// has then to itself and its share of what it shares; then ends it.
+// Preloaded into a program: prints the time, in seconds of the monotonic clock, at which its main
+// window has been drawn for the first time, and the process's proportional share of memory (PSS) in
+// kB; then ends the process.
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
@@ -23,7 +23,7 @@ double proportionalKilobytes()
     return size.left(size.indexOf(' ')).toDouble();
 }
 
-[[noreturn]] void tellAndEnd()
+[[noreturn]] void printAndExit()
 {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -37,22 +37,22 @@ class Probe : public QObject
 public:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint && !m_seen && watched->inherits("QMainWindow")) {
-            m_seen = true;
-            // The whole window has been drawn and sent to the display at the next event.
-            QTimer::singleShot(0, qApp, tellAndEnd);
+        if (event->type() == QEvent::Paint && !m_painted && watched->inherits("QMainWindow")) {
+            m_painted = true;
+            // When the event loop continues, the whole window has been drawn and flushed.
+            QTimer::singleShot(0, qApp, printAndExit);
         }
         return false;
     }
 
 private:
-    bool m_seen = false;
+    bool m_painted = false;
 };
 
-void beginLooking()
+void installProbe()
 {
     qApp->installEventFilter(new Probe);
 }
-Q_COREAPP_STARTUP_FUNCTION(beginLooking)
+Q_COREAPP_STARTUP_FUNCTION(installProbe)
 
 } // namespace

@@ -89,7 +89,7 @@ QString StoreFile::path(int minutes)
                                                                                    : QString();
 }
 
-StoreFile::Read StoreFile::readByHand(sqlite3 *database, qint64 fromMs, qint64 toMs)
+StoreFile::Read StoreFile::readWithSqlite(sqlite3 *database, qint64 fromMs, qint64 toMs)
 {
     Read read;
     sqlite3_stmt *metadata = prepared(database, selectMetadata, fromMs, toMs);

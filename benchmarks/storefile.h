@@ -17,22 +17,22 @@ constexpr qint64 minuteMs = 60000;
 /// The folder beside the program where stores are kept for the next run; ends in a slash.
 QString folder();
 
-/// The path of the store with @p minutes measurements, which is created by the tool and filled in
-/// one transaction at its first use. Empty, with the reason on standard error, when that fails.
+/// The path of the store with @p minutes measurements, which the tool creates and one transaction
+/// fills at the first use. Empty, with the reason on standard error, when that fails.
 QString path(int minutes);
 
-/// What was read through SQLite's C interface.
+/// What was read by SQLite's C interface.
 struct Read
 {
     qint64 rows = 0;
     qint64 values = 0;
-    double sum = 0.0; ///< of all values read, so that none is optimised away
+    double sum = 0.0; ///< of all columns, so that the compiler leaves none out
 };
 
-/// Executes the two statements that read from @p fromMs to @p toMs and reads each column.
-Read readByHand(sqlite3 *database, qint64 fromMs, qint64 toMs);
+/// Executes the two statements of a reading from @p fromMs to @p toMs and reads each column.
+Read readWithSqlite(sqlite3 *database, qint64 fromMs, qint64 toMs);
 
-/// The texts of the tool's statements for a reading.
+/// The tool's statements for a reading.
 extern const char *const selectMetadata;
 extern const char *const selectValues;
 

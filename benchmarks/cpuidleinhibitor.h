@@ -7,13 +7,13 @@
 #include <thread>
 #include <vector>
 
-/// Keeps every core from halting while this object exists, by one thread of idle priority for each,
-/// which any other thread preempts. Waking a halted core of a virtual machine takes longer than the
-/// tool's own part of an exchange, whichever client is measured.
-class AwakeCores
+/// Prevents every core from halting during this object's lifetime, by one thread for each core with
+/// the scheduling policy SCHED_IDLE. Waking a halted core of a virtual machine takes longer than
+/// the tool's own part of an exchange, and would be added to every client's time.
+class CpuIdleInhibitor
 {
 public:
-    AwakeCores()
+    CpuIdleInhibitor()
     {
         for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core) {
             m_threads.emplace_back([this] {
@@ -24,7 +24,7 @@ public:
         }
     }
 
-    ~AwakeCores()
+    ~CpuIdleInhibitor()
     {
         m_done = true;
         for (std::thread &thread : m_threads) {
@@ -32,8 +32,8 @@ public:
         }
     }
 
-    AwakeCores(const AwakeCores &) = delete;
-    AwakeCores &operator=(const AwakeCores &) = delete;
+    CpuIdleInhibitor(const CpuIdleInhibitor &) = delete;
+    CpuIdleInhibitor &operator=(const CpuIdleInhibitor &) = delete;
 
 private:
     std::atomic<bool> m_done{false};

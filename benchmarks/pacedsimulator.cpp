@@ -5,8 +5,8 @@
 #include <QtCore/QCoreApplication>
 #include <cstdio>
 
-/// The simulated transmitter on an exact line. Takes the simulator's options and prints its port as
-/// the simulator does.
+/// The simulated transmitter on a line with an exact bit rate. Its options and the line with its
+/// port are those of the simulator.
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
