@@ -170,13 +170,7 @@ public:
             m_window->setWindowTitle(text("Updating firmware, please wait."));
             show(m_window.get());
         }
-        // A scroll bar that the content needs narrows the last column with the next layout.
-        const QList<QTableWidget *> tables = m_window->findChildren<QTableWidget *>();
-        for (const QTableWidget *table : tables) {
-            QTest::qWaitFor([table] {
-                return table->horizontalHeader()->length() == table->viewport()->width();
-            });
-        }
+        // The content may need a new layout.
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
     }
