@@ -372,9 +372,9 @@ void TestLayout::buttonsAndBannerAreDescribed()
     QFETCH(QString, description);
     const Shown window(form, contents.value(text("usual")));
     QWidget *const widget = window.child<QWidget>(QTest::currentDataTag());
-    const auto *const spoken = QAccessible::queryAccessibleInterface(widget);
-    QCOMPARE(spoken->text(QAccessible::Description), description);
-    QVERIFY(!spoken->text(QAccessible::Name).isEmpty());
+    const auto *const accessible = QAccessible::queryAccessibleInterface(widget);
+    QCOMPARE(accessible->text(QAccessible::Description), description);
+    QVERIFY(!accessible->text(QAccessible::Name).isEmpty());
 }
 
 void TestLayout::graphIsMostlyChart()

@@ -64,7 +64,7 @@ QVector<LogValue> rowsOf(const QVector<QDateTime> &times)
     return rows;
 }
 
-/// An instant in each time specification of QDateTime.
+/// An instant with each Qt::TimeSpec.
 QVector<QDateTime> formsOf(qint64 ms)
 {
     return {QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC),
