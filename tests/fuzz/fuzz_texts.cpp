@@ -12,7 +12,6 @@
 #include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QListWidget>
-#include <memory>
 
 namespace {
 
@@ -32,7 +31,8 @@ void checkBox(MainWindow &window, const QString &text)
 void checkGraph(MainWindow &window, const QString &text)
 {
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(60000, Qt::UTC);
-    FakeLocalStorage storage;
+    static FakeLocalStorage storage; // the graph keeps it
+    storage.calls.clear();
     DeviceDetails device;
     device.modelNumber = text;
     device.serialNumber = text;
@@ -67,14 +67,16 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     Fuzzing::disableLog();
-    static QApplication application(*argc, *argv);
+    // Never deleted: Qt's own static objects are destroyed before it otherwise.
+    static auto *const application = new QApplication(*argc, *argv);
+    Q_UNUSED(application)
     QApplication::setQuitOnLastWindowClosed(false);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const auto window = std::make_unique<MainWindow>(nullptr);
+    static auto *const window = new MainWindow(nullptr);
     const QString text = Fuzzing::asReceived(Fuzzing::bytesOf(data, size));
     window->setModelNumber(text);
     window->setSerialNumber(text);
