@@ -35,9 +35,71 @@ class TestDemoHistory : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void everyValueIsExportedUnderItsOwnTitle();
-    void firstLiveReadingContinuesTheHistory();
+    void initTestCase()
+    {
+        const auto stored = [this] {
+            const QDateTime now = QDateTime::currentDateTimeUtc();
+            return m_tool->storage.measurements(now.addSecs(-2 * secondsPerDay), now, 1);
+        };
+        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
+        m_tool.reset(new Tool);
+        QVERIFY(startDemo(*m_tool, m_device, m_folder.path()));
+        const int history = stored().size();
+        QCOMPARE(history, 23 * 60);
+        m_tool->window.findChild<QPushButton *>(text("connectButton"))->click();
+        QTRY_COMPARE_WITH_TIMEOUT((m_measurements = stored()).size(), history + 1, 60000);
+        m_device.stop();
+    }
+
+    void everyValueIsExportedUnderItsOwnTitle()
+    {
+        FakeMainWindow window;
+        FakeSerialPortHandler handler;
+        FakeSettings settings;
+        MainWindowController controller(&window, &handler, &settings, &m_tool->storage, nullptr);
+        window.answer = true;
+        window.saveFile = m_folder.filePath(text("day.csv"));
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        window.exportSelection = {now.addSecs(-2 * secondsPerDay), now, 1,
+                                  m_tool->storage.measurementTypes(1)};
+        emit window.exportLocalMeasurementsToCsvClicked();
+
+        QFile file(window.saveFile);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList lines =
+            QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        const QStringList titles = lines.first().split(QLatin1Char(','));
+        QCOMPARE(titles.size(), 7);
+        QCOMPARE(lines.size(), m_measurements.size() + 1);
+        for (int row = 1; row < lines.size(); ++row) {
+            const QStringList cells = lines.at(row).split(QLatin1Char(','));
+            QCOMPARE(cells.size(), 1 + m_measurements.at(row - 1).values.size());
+            for (int column = 1; column < cells.size(); ++column) {
+                QCOMPARE(cells.at(column).toDouble(),
+                         valueOf(m_measurements.at(row - 1), titles.at(column)));
+            }
+        }
+    }
+
+    void firstLiveReadingContinuesTheHistory()
+    {
+        const int live = m_measurements.size() - 1;
+        for (const MeasurementValue &value : m_measurements.at(live).values) {
+            double largestStep = 0.0;
+            for (int index = 1; index < live; ++index) {
+                // Not across the hours without values, where the comparison with NaN is false.
+                const double step = qAbs(valueOf(m_measurements.at(index), value.name)
+                                         - valueOf(m_measurements.at(index - 1), value.name));
+                const bool neighbours = m_measurements.at(index - 1).timestamp.secsTo(
+                                            m_measurements.at(index).timestamp)
+                    == 60;
+                largestStep = neighbours && step > largestStep ? step : largestStep;
+            }
+            const double step =
+                qAbs(value.value - valueOf(m_measurements.at(live - 1), value.name));
+            QVERIFY2(step <= 1.5 * largestStep, qPrintable(value.name));
+        }
+    }
 
 private:
     QTemporaryDir m_folder;
@@ -45,71 +107,6 @@ private:
     SimulatorProcess m_device;
     QVector<StoredMeasurement> m_measurements; ///< the last one is of the device itself
 };
-
-void TestDemoHistory::initTestCase()
-{
-    const auto stored = [this] {
-        const QDateTime now = QDateTime::currentDateTimeUtc();
-        return m_tool->storage.measurements(now.addSecs(-2 * secondsPerDay), now, 1);
-    };
-    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
-    m_tool.reset(new Tool);
-    QVERIFY(startDemo(*m_tool, m_device, m_folder.path()));
-    const int history = stored().size();
-    QCOMPARE(history, 23 * 60);
-    m_tool->window.findChild<QPushButton *>(text("connectButton"))->click();
-    QTRY_COMPARE_WITH_TIMEOUT((m_measurements = stored()).size(), history + 1, 60000);
-    m_device.stop();
-}
-
-void TestDemoHistory::everyValueIsExportedUnderItsOwnTitle()
-{
-    FakeMainWindow window;
-    FakeSerialPortHandler handler;
-    FakeSettings settings;
-    MainWindowController controller(&window, &handler, &settings, &m_tool->storage, nullptr);
-    window.answer = true;
-    window.saveFile = m_folder.filePath(text("day.csv"));
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    window.exportSelection = {now.addSecs(-2 * secondsPerDay), now, 1,
-                              m_tool->storage.measurementTypes(1)};
-    emit window.exportLocalMeasurementsToCsvClicked();
-
-    QFile file(window.saveFile);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QStringList lines =
-        QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    const QStringList titles = lines.first().split(QLatin1Char(','));
-    QCOMPARE(titles.size(), 7);
-    QCOMPARE(lines.size(), m_measurements.size() + 1);
-    for (int row = 1; row < lines.size(); ++row) {
-        const QStringList cells = lines.at(row).split(QLatin1Char(','));
-        QCOMPARE(cells.size(), 1 + m_measurements.at(row - 1).values.size());
-        for (int column = 1; column < cells.size(); ++column) {
-            QCOMPARE(cells.at(column).toDouble(),
-                     valueOf(m_measurements.at(row - 1), titles.at(column)));
-        }
-    }
-}
-
-void TestDemoHistory::firstLiveReadingContinuesTheHistory()
-{
-    const int live = m_measurements.size() - 1;
-    for (const MeasurementValue &value : m_measurements.at(live).values) {
-        double largestStep = 0.0;
-        for (int index = 1; index < live; ++index) {
-            // Not across the hours without values, where the comparison with NaN is false.
-            const double step = qAbs(valueOf(m_measurements.at(index), value.name)
-                                     - valueOf(m_measurements.at(index - 1), value.name));
-            const bool neighbours =
-                m_measurements.at(index - 1).timestamp.secsTo(m_measurements.at(index).timestamp)
-                == 60;
-            largestStep = neighbours && step > largestStep ? step : largestStep;
-        }
-        const double step = qAbs(value.value - valueOf(m_measurements.at(live - 1), value.name));
-        QVERIFY2(step <= 1.5 * largestStep, qPrintable(value.name));
-    }
-}
 
 KV_TEST_MAIN(TestDemoHistory)
 #include "tst_demohistory.moc"

@@ -246,380 +246,363 @@ class TestLayout : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void everythingCanBeReadAndReached_data();
-    void everythingCanBeReadAndReached();
-    void tabGoesDownAColumnBeforeTheNext_data();
-    void tabGoesDownAColumnBeforeTheNext();
-    void buttonsAndBannerAreDescribed_data();
-    void buttonsAndBannerAreDescribed();
+    void init()
+    {
+        // The usual size on a desktop; the font of the test platform is larger.
+        QApplication::setFont(QFont(text("Sans Serif"), 9));
+        QApplication::setStyle(text("Fusion"));
+        QApplication::setPalette(QApplication::style()->standardPalette());
+    }
 
-    void graphIsMostlyChart();
-    void graphListGrowsFirst();
-    void timeLabelsAreWhole();
-    void mainWindowShowsSixMeasurements();
-    void captionsAreNearestToTheirControls_data();
-    void captionsAreNearestToTheirControls();
-    void valuesKeepTheirShareOfTheView_data();
-    void valuesKeepTheirShareOfTheView();
-    void nameColumnsCanBeDragged();
-    void tabLeavesTheTables();
-
-    void cutTextIsFound_data();
-    void cutTextIsFound();
-    void unreachableControlIsFound();
-    void missingNameIsFound();
-    void faintTextIsFound();
-};
-
-void TestLayout::init()
-{
-    // The usual size on a desktop; the font of the test platform is larger.
-    QApplication::setFont(QFont(text("Sans Serif"), 9));
-    QApplication::setStyle(text("Fusion"));
-    QApplication::setPalette(QApplication::style()->standardPalette());
-}
-
-void TestLayout::everythingCanBeReadAndReached_data()
-{
-    QTest::addColumn<QString>("style");
-    QTest::addColumn<bool>("dark");
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("content");
-    const QStringList styles = QStyleFactory::keys();
-    for (const QString &style : styles) {
-        for (const bool dark : {false, true}) {
-            for (const char *form : {"main window", "graph", "export", "wait dialog"}) {
-                for (auto content = contents.begin(); content != contents.end(); ++content) {
-                    QTest::addRow("%s %s %s %s", qPrintable(style), dark ? "dark" : "light", form,
-                                  qPrintable(content.key()))
-                        << style << dark << text(form) << content.key();
+    void everythingCanBeReadAndReached_data()
+    {
+        QTest::addColumn<QString>("style");
+        QTest::addColumn<bool>("dark");
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QString>("content");
+        const QStringList styles = QStyleFactory::keys();
+        for (const QString &style : styles) {
+            for (const bool dark : {false, true}) {
+                for (const char *form : {"main window", "graph", "export", "wait dialog"}) {
+                    for (auto content = contents.begin(); content != contents.end(); ++content) {
+                        QTest::addRow("%s %s %s %s", qPrintable(style), dark ? "dark" : "light",
+                                      form, qPrintable(content.key()))
+                            << style << dark << text(form) << content.key();
+                    }
                 }
             }
         }
     }
-}
 
-void TestLayout::everythingCanBeReadAndReached()
-{
-    QFETCH(QString, style);
-    QFETCH(bool, dark);
-    QFETCH(QString, form);
-    QFETCH(QString, content);
-    QApplication::setStyle(style);
-    QApplication::setPalette(dark ? darkPalette() : QApplication::style()->standardPalette());
-    const Shown window(form, contents.value(content));
-    const bool isLong = contents.value(content).longNames;
+    void everythingCanBeReadAndReached()
+    {
+        QFETCH(QString, style);
+        QFETCH(bool, dark);
+        QFETCH(QString, form);
+        QFETCH(QString, content);
+        QApplication::setStyle(style);
+        QApplication::setPalette(dark ? darkPalette() : QApplication::style()->standardPalette());
+        const Shown window(form, contents.value(content));
+        const bool isLong = contents.value(content).longNames;
 
-    takePicture(window.get(), text(QTest::currentDataTag()));
-    QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
-    QCOMPARE(isLong ? QString() : cutContents(window.get()).join(text("; ")), QString());
-    QCOMPARE(unreachableControls(window.get()).join(text("; ")), QString());
-    QCOMPARE(badlyNamedControls(window.get()).join(text("; ")), QString());
-    // The desktop determines the colours of a selection, and a style may fade them out.
-    QApplication::focusWidget()->clearFocus();
-    QTRY_COMPARE(faintTexts(window.get()).join(text("; ")), QString());
+        takePicture(window.get(), text(QTest::currentDataTag()));
+        QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
+        QCOMPARE(isLong ? QString() : cutContents(window.get()).join(text("; ")), QString());
+        QCOMPARE(unreachableControls(window.get()).join(text("; ")), QString());
+        QCOMPARE(badlyNamedControls(window.get()).join(text("; ")), QString());
+        // The desktop determines the colours of a selection, and a style may fade them out.
+        QApplication::focusWidget()->clearFocus();
+        QTRY_COMPARE(faintTexts(window.get()).join(text("; ")), QString());
 
-    const QSize own = window->size();
-    const QSize least = window->minimumSizeHint().expandedTo(window->minimumSize());
-    window->resize(least);
-    QTRY_COMPARE(window->size(), least);
-    takePicture(window.get(), text(QTest::currentDataTag()) + text(" small"));
-    QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
-    window->resize(2 * own);
-    QTRY_COMPARE(window->size(), 2 * own);
-    QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
-}
-
-void TestLayout::tabGoesDownAColumnBeforeTheNext_data()
-{
-    QTest::addColumn<QString>("form");
-    for (const char *form : {"main window", "graph", "export", "wait dialog"}) {
-        QTest::addRow("%s", form) << text(form);
+        const QSize own = window->size();
+        const QSize least = window->minimumSizeHint().expandedTo(window->minimumSize());
+        window->resize(least);
+        QTRY_COMPARE(window->size(), least);
+        takePicture(window.get(), text(QTest::currentDataTag()) + text(" small"));
+        QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
+        window->resize(2 * own);
+        QTRY_COMPARE(window->size(), 2 * own);
+        QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
     }
-}
 
-void TestLayout::tabGoesDownAColumnBeforeTheNext()
-{
-    QFETCH(QString, form);
-    const Shown window(form, contents.value(text("usual")));
-    const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
-    QVERIFY(!order.isEmpty());
-    // The first is the widget that had the focus.
-    for (int i = 1; i < order.size(); ++i) {
-        const QRect before = rectIn(window.get(), order.at(i - 1));
-        const QRect after = rectIn(window.get(), order.at(i));
-        // Back to the left only where the next row of groups begins below.
-        QVERIFY2(
-            after.top() > before.top() || after.left() > before.left(),
-            qPrintable(order.at(i - 1)->objectName() + text(" then ") + order.at(i)->objectName()));
-    }
-}
-
-void TestLayout::buttonsAndBannerAreDescribed_data()
-{
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("description");
-    QTest::addRow("eraseLogButton") << text("main window") << text("Clears the device's log");
-    QTest::addRow("label_10") << text("main window")
-                              << text("Banner: KV Tool, air-quality transmitters");
-    QTest::addRow("buttonClear") << text("graph") << text("Unticks all measurements");
-}
-
-void TestLayout::buttonsAndBannerAreDescribed()
-{
-    QFETCH(QString, form);
-    QFETCH(QString, description);
-    const Shown window(form, contents.value(text("usual")));
-    QWidget *const widget = window.child<QWidget>(QTest::currentDataTag());
-    const auto *const accessible = QAccessible::queryAccessibleInterface(widget);
-    QCOMPARE(accessible->text(QAccessible::Description), description);
-    QVERIFY(!accessible->text(QAccessible::Name).isEmpty());
-}
-
-void TestLayout::graphIsMostlyChart()
-{
-    const Shown graph(text("graph"), contents.value(text("usual")));
-    QCOMPARE(graph->size(), QSize(775, 606));
-    auto *const list = graph.child<QListWidget>("list");
-    const int rowHeight = list->visualItemRect(list->item(0)).height();
-    QVERIFY2(list->viewport()->height() >= 5 * rowHeight,
-             qPrintable(text("%1 of %2").arg(list->viewport()->height()).arg(rowHeight)));
-    auto *const view = graph->findChild<GraphQt *>();
-    QVERIFY2(view->width() >= 0.65 * graph->width(), qPrintable(QString::number(view->width())));
-    const double plot = view->chart()->plotArea().width();
-    QVERIFY2(plot >= 0.55 * graph->width(), qPrintable(QString::number(plot)));
-    // No wider than the widest of a name beside a scroll bar and the other fields.
-    const int widest = list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width()
-        + 2 * list->frameWidth();
-    const int fields = std::max({graph.child<QWidget>("deviceComboBox")->sizeHint().width(),
-                                 graph.child<QWidget>("fromDateTimeEdit")->sizeHint().width(),
-                                 graph.child<QWidget>("showLatestCheckBox")->sizeHint().width()});
-    QCOMPARE(list->width(), std::max(widest, fields));
-}
-
-void TestLayout::graphListGrowsFirst()
-{
-    const Shown graph(text("graph"), contents.value(text("large")));
-    const int list = graph.child<QWidget>("list")->height();
-    const int dates = graph.child<QWidget>("groupBox_3")->height();
-    graph->resize(graph->size() + QSize(0, 100));
-    QTRY_COMPARE(graph.child<QWidget>("list")->height(), list + 100);
-    QCOMPARE(graph.child<QWidget>("groupBox_3")->height(), dates);
-}
-
-void TestLayout::timeLabelsAreWhole()
-{
-    const Shown graph(text("graph"), contents.value(text("usual")));
-    const auto *const view = graph->findChild<GraphQt *>();
-    int whole = 0;
-    const QList<QGraphicsItem *> items = view->scene()->items();
-    for (const QGraphicsItem *item : items) {
-        const auto *const label = dynamic_cast<const QGraphicsTextItem *>(item);
-        const bool isTime = label
-            && QDateTime::fromString(label->toPlainText(), text("dd.MM.yyyy hh:mm")).isValid();
-        whole += isTime && label->isVisible() && label->rotation() == -90.0 ? 1 : 0;
-    }
-    QCOMPARE(whole, 10);
-}
-
-void TestLayout::mainWindowShowsSixMeasurements()
-{
-    const Shown window(text("main window"), contents.value(text("usual")));
-    QCOMPARE(window->size(), QSize(711, 689));
-    const auto *const table = window.child<QTableWidget>("measurements");
-    const int rowHeight = table->rowHeight(0);
-    QVERIFY2(rowHeight >= 22 && rowHeight <= 26, qPrintable(QString::number(rowHeight)));
-    QVERIFY(table->viewport()->height() >= 6 * rowHeight);
-    const auto *const button = window.child<QPushButton>("exportLocalMeasurementsButton");
-    QCOMPARE(button->width(), button->sizeHint().width());
-}
-
-void TestLayout::captionsAreNearestToTheirControls_data()
-{
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("above");
-    QTest::addRow("label_7") << text("main window") << text("unit");
-    QTest::addRow("label_13") << text("main window") << text("buttonShowGraph");
-    QTest::addRow("label_12") << text("main window") << text("eraseLogButton");
-    QTest::addRow("label_2") << text("graph") << text("showLatestCheckBox");
-    QTest::addRow("label_4") << text("graph") << text("graphMinimumSpinBox");
-}
-
-void TestLayout::captionsAreNearestToTheirControls()
-{
-    QFETCH(QString, form);
-    QFETCH(QString, above);
-    const Shown window(form, contents.value(text("usual")));
-    const auto *const caption = window.child<QLabel>(QTest::currentDataTag());
-    const QRect rect = rectIn(window.get(), caption);
-    const int textTop = rect.bottom() - caption->fontMetrics().height();
-    const int gapAbove =
-        textTop - rectIn(window.get(), window->findChild<QWidget *>(above)).bottom();
-    const int gapBelow = rectIn(window.get(), caption->buddy()).top() - rect.bottom();
-    QVERIFY2(gapAbove > gapBelow, qPrintable(text("%1, %2").arg(gapAbove).arg(gapBelow)));
-}
-
-void TestLayout::valuesKeepTheirShareOfTheView_data()
-{
-    QTest::addColumn<QString>("table");
-    QTest::addColumn<double>("share");
-    QTest::addColumn<QString>("content");
-    for (const char *content : {"usual", "large", "long names"}) {
-        QTest::addRow("settings, %s", content) << text("configuration") << 1.0 / 3 << text(content);
-        QTest::addRow("measurements, %s", content) << text("measurements") << 0.5 << text(content);
-    }
-}
-
-void TestLayout::valuesKeepTheirShareOfTheView()
-{
-    QFETCH(QString, table);
-    QFETCH(double, share);
-    QFETCH(QString, content);
-    const Shown window(text("main window"), contents.value(content));
-    auto *const shown = window->findChild<QTableWidget *>(table);
-    const int view = shown->viewport()->width();
-    const int names = shown->columnCount() - 1;
-    const int value = shown->columnWidth(names);
-    QVERIFY2(value >= std::floor(share * view), qPrintable(text("%1 of %2").arg(value).arg(view)));
-    QVERIFY(shown->columnWidth(0) <= view / 2);
-    for (int column = 0; column < names && content == text("usual"); ++column) {
-        const QAbstractItemView *const cells = shown;
-        QVERIFY(shown->columnWidth(column) >= cells->sizeHintForColumn(column));
-    }
-    QVERIFY(shown->horizontalHeader()->stretchLastSection());
-}
-
-void TestLayout::nameColumnsCanBeDragged()
-{
-    const Shown window(text("main window"), contents.value(text("long names")));
-    for (const char *name : {"configuration", "measurements"}) {
-        auto *const table = window.child<QTableWidget>(name);
-        QHeaderView *const header = table->horizontalHeader();
-        const int edge = header->sectionViewportPosition(1);
-        const int narrower = table->columnWidth(0) - 40;
-        const QPoint from = header->viewport()->mapTo(window.get(), QPoint(edge, 5));
-        const QPoint to = from - QPoint(40, 0);
-        QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, from);
-        QTest::mouseMove(window->windowHandle(), to);
-        QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, to);
-        QCOMPARE(table->columnWidth(0), narrower);
-        window.mainWindow().addMeasurement({}, measurementValues(contents.value(text("large"))));
-        window.mainWindow().setConfigurationValue(text("alias_2"), text("5"));
-        QCOMPARE(table->columnWidth(0), narrower);
-    }
-}
-
-void TestLayout::tabLeavesTheTables()
-{
-    const Shown window(text("main window"), contents.value(text("usual")));
-    for (const char *name : {"configuration", "measurements"}) {
-        auto *const table = window.child<QTableWidget>(name);
-        for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
-            table->setFocus();
-            QTest::keyClick(window->windowHandle(), key);
-            QVERIFY(QApplication::focusWidget() != table);
+    void tabGoesDownAColumnBeforeTheNext_data()
+    {
+        QTest::addColumn<QString>("form");
+        for (const char *form : {"main window", "graph", "export", "wait dialog"}) {
+            QTest::addRow("%s", form) << text(form);
         }
     }
-}
 
-void TestLayout::cutTextIsFound_data()
-{
-    QTest::addColumn<Maker>("make");
-    const QString longText(40, QLatin1Char('w'));
-    const auto row = [](const char *name, const Maker &make) { QTest::addRow("%s", name) << make; };
-    row("line", [longText] { return std::make_unique<QLineEdit>(longText); });
-    row("button", [longText] { return std::make_unique<QPushButton>(longText); });
-    row("label", [longText] { return std::make_unique<QLabel>(longText); });
-    row("combo box", [longText] {
-        auto box = std::make_unique<QComboBox>();
-        box->addItem(longText);
-        return box;
-    });
-    row("column", [longText] {
-        auto table = std::make_unique<QTableWidget>(1, 1);
-        table->setItem(0, 0, new QTableWidgetItem(longText));
-        return table;
-    });
-    row("header", [longText] {
-        auto table = std::make_unique<QTableWidget>(1, 1);
-        table->setHorizontalHeaderLabels({longText});
-        return table;
-    });
-    row("list", [longText] {
-        auto list = std::make_unique<QListWidget>();
-        list->addItem(longText);
-        return list;
-    });
-    row("spin box", [] {
-        auto box = std::make_unique<QDoubleSpinBox>();
-        box->setMaximum(1e300);
-        box->setValue(1e300);
-        return box;
-    });
-}
-
-void TestLayout::cutTextIsFound()
-{
-    QFETCH(Maker, make);
-    QWidget window;
-    QWidget *const widget = make().release(); // the window's
-    widget->setParent(&window);
-    widget->setObjectName(text("narrow"));
-    widget->setGeometry(0, 0, 60, 60);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    const QStringList cut = cutTexts(&window) + cutContents(&window);
-    QCOMPARE(cut.size(), 1);
-    QVERIFY2(cut.first().startsWith(text("narrow: ")), qPrintable(cut.first()));
-    widget->resize(100000, 60);
-    if (auto *const table = qobject_cast<QTableWidget *>(widget)) {
-        table->resizeColumnsToContents();
+    void tabGoesDownAColumnBeforeTheNext()
+    {
+        QFETCH(QString, form);
+        const Shown window(form, contents.value(text("usual")));
+        const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
+        QVERIFY(!order.isEmpty());
+        // The first is the widget that had the focus.
+        for (int i = 1; i < order.size(); ++i) {
+            const QRect before = rectIn(window.get(), order.at(i - 1));
+            const QRect after = rectIn(window.get(), order.at(i));
+            // Back to the left only where the next row of groups begins below.
+            QVERIFY2(after.top() > before.top() || after.left() > before.left(),
+                     qPrintable(order.at(i - 1)->objectName() + text(" then ")
+                                + order.at(i)->objectName()));
+        }
     }
-    QTRY_COMPARE(cutTexts(&window) + cutContents(&window), QStringList());
-}
 
-void TestLayout::unreachableControlIsFound()
-{
-    QWidget window;
-    QLineEdit first(&window);
-    QPushButton second(&window);
-    second.setObjectName(text("second"));
-    second.setFocusPolicy(Qt::ClickFocus);
-    window.show();
-    window.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QCOMPARE(unreachableControls(&window), QStringList(text("second: not reached by Tab")));
-    second.setFocusPolicy(Qt::StrongFocus);
-    QCOMPARE(unreachableControls(&window), QStringList());
-}
+    void buttonsAndBannerAreDescribed_data()
+    {
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QString>("description");
+        QTest::addRow("eraseLogButton") << text("main window") << text("Clears the device's log");
+        QTest::addRow("label_10") << text("main window")
+                                  << text("Banner: KV Tool, air-quality transmitters");
+        QTest::addRow("buttonClear") << text("graph") << text("Unticks all measurements");
+    }
 
-void TestLayout::missingNameIsFound()
-{
-    QWidget window;
-    QLineEdit first(&window);
-    QLineEdit second(&window);
-    first.setAccessibleName(text("First"));
-    window.show();
-    QCOMPARE(badlyNamedControls(&window).size(), 1);
-    second.setAccessibleName(text("First"));
-    QCOMPARE(badlyNamedControls(&window).size(), 1);
-    second.setAccessibleName(text("Second"));
-    QCOMPARE(badlyNamedControls(&window), QStringList());
-}
+    void buttonsAndBannerAreDescribed()
+    {
+        QFETCH(QString, form);
+        QFETCH(QString, description);
+        const Shown window(form, contents.value(text("usual")));
+        QWidget *const widget = window.child<QWidget>(QTest::currentDataTag());
+        const auto *const accessible = QAccessible::queryAccessibleInterface(widget);
+        QCOMPARE(accessible->text(QAccessible::Description), description);
+        QVERIFY(!accessible->text(QAccessible::Name).isEmpty());
+    }
 
-void TestLayout::faintTextIsFound()
-{
-    QWidget window;
-    QLabel label(text("Hardly to be seen"), &window);
-    label.setObjectName(text("faint"));
-    label.setStyleSheet(text("background: white; color: #808080"));
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(faintTexts(&window).size(), 1);
-    label.setStyleSheet(text("background: white; color: #707070"));
-    QCOMPARE(faintTexts(&window), QStringList());
-}
+    void graphIsMostlyChart()
+    {
+        const Shown graph(text("graph"), contents.value(text("usual")));
+        QCOMPARE(graph->size(), QSize(775, 606));
+        auto *const list = graph.child<QListWidget>("list");
+        const int rowHeight = list->visualItemRect(list->item(0)).height();
+        QVERIFY2(list->viewport()->height() >= 5 * rowHeight,
+                 qPrintable(text("%1 of %2").arg(list->viewport()->height()).arg(rowHeight)));
+        auto *const view = graph->findChild<GraphQt *>();
+        QVERIFY2(view->width() >= 0.65 * graph->width(),
+                 qPrintable(QString::number(view->width())));
+        const double plot = view->chart()->plotArea().width();
+        QVERIFY2(plot >= 0.55 * graph->width(), qPrintable(QString::number(plot)));
+        // No wider than the widest of a name beside a scroll bar and the other fields.
+        const int widest = list->sizeHintForColumn(0)
+            + list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth();
+        const int fields =
+            std::max({graph.child<QWidget>("deviceComboBox")->sizeHint().width(),
+                      graph.child<QWidget>("fromDateTimeEdit")->sizeHint().width(),
+                      graph.child<QWidget>("showLatestCheckBox")->sizeHint().width()});
+        QCOMPARE(list->width(), std::max(widest, fields));
+    }
+
+    void graphListGrowsFirst()
+    {
+        const Shown graph(text("graph"), contents.value(text("large")));
+        const int list = graph.child<QWidget>("list")->height();
+        const int dates = graph.child<QWidget>("groupBox_3")->height();
+        graph->resize(graph->size() + QSize(0, 100));
+        QTRY_COMPARE(graph.child<QWidget>("list")->height(), list + 100);
+        QCOMPARE(graph.child<QWidget>("groupBox_3")->height(), dates);
+    }
+
+    void timeLabelsAreWhole()
+    {
+        const Shown graph(text("graph"), contents.value(text("usual")));
+        const auto *const view = graph->findChild<GraphQt *>();
+        int whole = 0;
+        const QList<QGraphicsItem *> items = view->scene()->items();
+        for (const QGraphicsItem *item : items) {
+            const auto *const label = dynamic_cast<const QGraphicsTextItem *>(item);
+            const bool isTime = label
+                && QDateTime::fromString(label->toPlainText(), text("dd.MM.yyyy hh:mm")).isValid();
+            whole += isTime && label->isVisible() && label->rotation() == -90.0 ? 1 : 0;
+        }
+        QCOMPARE(whole, 10);
+    }
+
+    void mainWindowShowsSixMeasurements()
+    {
+        const Shown window(text("main window"), contents.value(text("usual")));
+        QCOMPARE(window->size(), QSize(711, 689));
+        const auto *const table = window.child<QTableWidget>("measurements");
+        const int rowHeight = table->rowHeight(0);
+        QVERIFY2(rowHeight >= 22 && rowHeight <= 26, qPrintable(QString::number(rowHeight)));
+        QVERIFY(table->viewport()->height() >= 6 * rowHeight);
+        const auto *const button = window.child<QPushButton>("exportLocalMeasurementsButton");
+        QCOMPARE(button->width(), button->sizeHint().width());
+    }
+
+    void captionsAreNearestToTheirControls_data()
+    {
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QString>("above");
+        QTest::addRow("label_7") << text("main window") << text("unit");
+        QTest::addRow("label_13") << text("main window") << text("buttonShowGraph");
+        QTest::addRow("label_12") << text("main window") << text("eraseLogButton");
+        QTest::addRow("label_2") << text("graph") << text("showLatestCheckBox");
+        QTest::addRow("label_4") << text("graph") << text("graphMinimumSpinBox");
+    }
+
+    void captionsAreNearestToTheirControls()
+    {
+        QFETCH(QString, form);
+        QFETCH(QString, above);
+        const Shown window(form, contents.value(text("usual")));
+        const auto *const caption = window.child<QLabel>(QTest::currentDataTag());
+        const QRect rect = rectIn(window.get(), caption);
+        const int textTop = rect.bottom() - caption->fontMetrics().height();
+        const int gapAbove =
+            textTop - rectIn(window.get(), window->findChild<QWidget *>(above)).bottom();
+        const int gapBelow = rectIn(window.get(), caption->buddy()).top() - rect.bottom();
+        QVERIFY2(gapAbove > gapBelow, qPrintable(text("%1, %2").arg(gapAbove).arg(gapBelow)));
+    }
+
+    void valuesKeepTheirShareOfTheView_data()
+    {
+        QTest::addColumn<QString>("table");
+        QTest::addColumn<double>("share");
+        QTest::addColumn<QString>("content");
+        for (const char *content : {"usual", "large", "long names"}) {
+            QTest::addRow("settings, %s", content)
+                << text("configuration") << 1.0 / 3 << text(content);
+            QTest::addRow("measurements, %s", content)
+                << text("measurements") << 0.5 << text(content);
+        }
+    }
+
+    void valuesKeepTheirShareOfTheView()
+    {
+        QFETCH(QString, table);
+        QFETCH(double, share);
+        QFETCH(QString, content);
+        const Shown window(text("main window"), contents.value(content));
+        auto *const shown = window->findChild<QTableWidget *>(table);
+        const int view = shown->viewport()->width();
+        const int names = shown->columnCount() - 1;
+        const int value = shown->columnWidth(names);
+        QVERIFY2(value >= std::floor(share * view),
+                 qPrintable(text("%1 of %2").arg(value).arg(view)));
+        QVERIFY(shown->columnWidth(0) <= view / 2);
+        for (int column = 0; column < names && content == text("usual"); ++column) {
+            const QAbstractItemView *const cells = shown;
+            QVERIFY(shown->columnWidth(column) >= cells->sizeHintForColumn(column));
+        }
+        QVERIFY(shown->horizontalHeader()->stretchLastSection());
+    }
+
+    void nameColumnsCanBeDragged()
+    {
+        const Shown window(text("main window"), contents.value(text("long names")));
+        for (const char *name : {"configuration", "measurements"}) {
+            auto *const table = window.child<QTableWidget>(name);
+            QHeaderView *const header = table->horizontalHeader();
+            const int edge = header->sectionViewportPosition(1);
+            const int narrower = table->columnWidth(0) - 40;
+            const QPoint from = header->viewport()->mapTo(window.get(), QPoint(edge, 5));
+            const QPoint to = from - QPoint(40, 0);
+            QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, from);
+            QTest::mouseMove(window->windowHandle(), to);
+            QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, to);
+            QCOMPARE(table->columnWidth(0), narrower);
+            window.mainWindow().addMeasurement({},
+                                               measurementValues(contents.value(text("large"))));
+            window.mainWindow().setConfigurationValue(text("alias_2"), text("5"));
+            QCOMPARE(table->columnWidth(0), narrower);
+        }
+    }
+
+    void tabLeavesTheTables()
+    {
+        const Shown window(text("main window"), contents.value(text("usual")));
+        for (const char *name : {"configuration", "measurements"}) {
+            auto *const table = window.child<QTableWidget>(name);
+            for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
+                table->setFocus();
+                QTest::keyClick(window->windowHandle(), key);
+                QVERIFY(QApplication::focusWidget() != table);
+            }
+        }
+    }
+
+    void cutTextIsFound_data()
+    {
+        QTest::addColumn<Maker>("make");
+        const QString longText(40, QLatin1Char('w'));
+        const auto row = [](const char *name, const Maker &make) {
+            QTest::addRow("%s", name) << make;
+        };
+        row("line", [longText] { return std::make_unique<QLineEdit>(longText); });
+        row("button", [longText] { return std::make_unique<QPushButton>(longText); });
+        row("label", [longText] { return std::make_unique<QLabel>(longText); });
+        row("combo box", [longText] {
+            auto box = std::make_unique<QComboBox>();
+            box->addItem(longText);
+            return box;
+        });
+        row("column", [longText] {
+            auto table = std::make_unique<QTableWidget>(1, 1);
+            table->setItem(0, 0, new QTableWidgetItem(longText));
+            return table;
+        });
+        row("header", [longText] {
+            auto table = std::make_unique<QTableWidget>(1, 1);
+            table->setHorizontalHeaderLabels({longText});
+            return table;
+        });
+        row("list", [longText] {
+            auto list = std::make_unique<QListWidget>();
+            list->addItem(longText);
+            return list;
+        });
+        row("spin box", [] {
+            auto box = std::make_unique<QDoubleSpinBox>();
+            box->setMaximum(1e300);
+            box->setValue(1e300);
+            return box;
+        });
+    }
+
+    void cutTextIsFound()
+    {
+        QFETCH(Maker, make);
+        QWidget window;
+        QWidget *const widget = make().release(); // the window's
+        widget->setParent(&window);
+        widget->setObjectName(text("narrow"));
+        widget->setGeometry(0, 0, 60, 60);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QStringList cut = cutTexts(&window) + cutContents(&window);
+        QCOMPARE(cut.size(), 1);
+        QVERIFY2(cut.first().startsWith(text("narrow: ")), qPrintable(cut.first()));
+        widget->resize(100000, 60);
+        if (auto *const table = qobject_cast<QTableWidget *>(widget)) {
+            table->resizeColumnsToContents();
+        }
+        QTRY_COMPARE(cutTexts(&window) + cutContents(&window), QStringList());
+    }
+
+    void unreachableControlIsFound()
+    {
+        QWidget window;
+        QLineEdit first(&window);
+        QPushButton second(&window);
+        second.setObjectName(text("second"));
+        second.setFocusPolicy(Qt::ClickFocus);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCOMPARE(unreachableControls(&window), QStringList(text("second: not reached by Tab")));
+        second.setFocusPolicy(Qt::StrongFocus);
+        QCOMPARE(unreachableControls(&window), QStringList());
+    }
+
+    void missingNameIsFound()
+    {
+        QWidget window;
+        QLineEdit first(&window);
+        QLineEdit second(&window);
+        first.setAccessibleName(text("First"));
+        window.show();
+        QCOMPARE(badlyNamedControls(&window).size(), 1);
+        second.setAccessibleName(text("First"));
+        QCOMPARE(badlyNamedControls(&window).size(), 1);
+        second.setAccessibleName(text("Second"));
+        QCOMPARE(badlyNamedControls(&window), QStringList());
+    }
+
+    void faintTextIsFound()
+    {
+        QWidget window;
+        QLabel label(text("Hardly to be seen"), &window);
+        label.setObjectName(text("faint"));
+        label.setStyleSheet(text("background: white; color: #808080"));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(faintTexts(&window).size(), 1);
+        label.setStyleSheet(text("background: white; color: #707070"));
+        QCOMPARE(faintTexts(&window), QStringList());
+    }
+};
 
 KV_TEST_MAIN(TestLayout)
 #include "tst_layout.moc"

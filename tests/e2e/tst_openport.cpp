@@ -82,21 +82,19 @@ class TestOpenPort : public QObject
     Q_OBJECT
 
 private slots:
-    void closingTheWindowEndsTheProgramAndClosesThePort();
+    void closingTheWindowEndsTheProgramAndClosesThePort()
+    {
+        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), QStringLiteral("settings.xml")));
+        QSettings(QStringLiteral("Orvanta"), QStringLiteral("Kv tool"))
+            .setValue(QStringLiteral("local storage path"), QDir::currentPath());
+        const PlatformMessageFilter filter;
+        char name[] = "kvtool";
+        char *arguments[] = {name, nullptr};
+        QCOMPARE(toolMain(1, arguments), 0);
+        QVERIFY(portWasOpen);
+        QVERIFY(!isOpen(port));
+    }
 };
-
-void TestOpenPort::closingTheWindowEndsTheProgramAndClosesThePort()
-{
-    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), QStringLiteral("settings.xml")));
-    QSettings(QStringLiteral("Orvanta"), QStringLiteral("Kv tool"))
-        .setValue(QStringLiteral("local storage path"), QDir::currentPath());
-    const PlatformMessageFilter filter;
-    char name[] = "kvtool";
-    char *arguments[] = {name, nullptr};
-    QCOMPARE(toolMain(1, arguments), 0);
-    QVERIFY(portWasOpen);
-    QVERIFY(!isOpen(port));
-}
 
 int main(int argc, char *argv[])
 {

@@ -31,205 +31,190 @@ class TestProgram : public QObject
 
 private slots:
     void initTestCase() { UiCoverageRecorder::reset(); }
-    void init();
 
-    void startsAndEndsWithItsWindow();
-    void builtProgramReachesItsEventLoop();
-    void badModelFileIsReportedAndIgnored_data();
-    void badModelFileIsReportedAndIgnored();
-    void truncatedModelFileIsReadUpToItsEnd();
-    void folderInPlaceOfTheModelFileIsReported();
-    void storeGoesToTheFirstFolderThatOpens();
-    void rememberedFolderComesFirst();
-    void cancelledFolderDialogEndsWithoutAWindow();
-    void badModelFileIsReportedBeforeTheFolderDialog();
-    void chosenFolderIsUsedAndRemembered();
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        for (const char *name : {"home", "config", "data", "cache", "runtime", "work"}) {
+            QVERIFY(QDir().mkpath(path(name)));
+        }
+        QFile::setPermissions(path("runtime"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        m_home = path("home");
+        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), path("work/settings.xml")));
+        m_exitCode = -1;
+    }
+
+    void startsAndEndsWithItsWindow()
+    {
+        QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
+        QCOMPARE(m_exitCode, 0);
+    }
+
+    void builtProgramReachesItsEventLoop()
+    {
+        QProcess program;
+        program.setProcessEnvironment(environment());
+        program.setWorkingDirectory(path("work"));
+        program.start(testpaths::buildFile("kvtool"), QStringList());
+        QVERIFY(program.waitForStarted(waitMs));
+        // The store is opened last before the window; the event loop writes the settings.
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path("config/Orvanta/Kv tool.conf")), waitMs);
+        QCOMPARE(program.state(), QProcess::Running);
+        QVERIFY(QFile::exists(path("home/measurements.db")));
+        program.terminate();
+        QVERIFY(program.waitForFinished(waitMs));
+        QCOMPARE(program.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(program.exitCode(), SIGTERM);
+        QVERIFY(!program.readAllStandardError().contains("Sanitizer"));
+    }
+
+    void badModelFileIsReportedAndIgnored_data()
+    {
+        QTest::addColumn<QByteArray>("contents");
+        const QByteArray all = files::contents(testpaths::sourceFile("settings.xml"));
+        QTest::addRow("missing") << QByteArray();
+        QTest::addRow("truncated before the first model") << all.left(all.indexOf("<Devices>"));
+        QTest::addRow("not XML") << QByteArray("Transmitters:\n  - KVT-100\n");
+        QTest::addRow("without models") << QByteArray("<KVTConfig><Devices></Devices></KVTConfig>");
+    }
+
+    void badModelFileIsReportedAndIgnored()
+    {
+        QFETCH(QByteArray, contents);
+        QVERIFY(QFile::remove(path("work/settings.xml")));
+        QVERIFY(contents.isNull() || files::write(path("work/settings.xml"), contents));
+        QCOMPARE(run(text("close")),
+                 QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
+        QCOMPARE(m_exitCode, 0);
+    }
+
+    void truncatedModelFileIsReadUpToItsEnd()
+    {
+        const QByteArray all = files::contents(path("work/settings.xml"));
+        QVERIFY(files::write(path("work/settings.xml"),
+                             all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
+        QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
+    }
+
+    void folderInPlaceOfTheModelFileIsReported()
+    {
+        // It exists, and even root can't read it.
+        QVERIFY(QFile::remove(path("work/settings.xml")));
+        QVERIFY(QDir().mkdir(path("work/settings.xml")));
+        QCOMPARE(run(text("close")),
+                 QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
+    }
+
+    void storeGoesToTheFirstFolderThatOpens()
+    {
+        // The data folder does not exist, and the program makes none: the home folder is next.
+        QCOMPARE(run(text("close")).last(), text("end 0"));
+        QVERIFY(QFile::exists(path("home/measurements.db")));
+        QCOMPARE(rememberedFolder(), path("home"));
+    }
+
+    void rememberedFolderComesFirst()
+    {
+        {
+            QSettings settings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat);
+            settings.setValue(text("local storage path"), path("data"));
+        }
+        QCOMPARE(run(text("close")).last(), text("end 0"));
+        QVERIFY(QFile::exists(path("data/measurements.db")));
+        QVERIFY(!QFile::exists(path("home/measurements.db")));
+    }
+
+    void cancelledFolderDialogEndsWithoutAWindow()
+    {
+        makeUnwritable();
+        const QStringList lines = run(text("cancel"));
+        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines.mid(0, 2), QStringList({folderWanted, folderDialog}));
+        QVERIFY2(
+            lines.at(2).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
+                                        "write to default location: ")
+                                   + m_home),
+            qPrintable(lines.at(2)));
+        QVERIFY(lines.at(2).endsWith(text(" and no replacement directory was chosen. Exiting!")));
+        QCOMPARE(lines.at(3), text("end 0"));
+        QCOMPARE(m_exitCode, 0);
+        QVERIFY(!lines.contains(text("window")));
+    }
+
+    void badModelFileIsReportedBeforeTheFolderDialog()
+    {
+        makeUnwritable();
+        QVERIFY(QFile::remove(path("work/settings.xml")));
+        const QStringList lines = run(text("cancel"));
+        QCOMPARE(lines.mid(0, 3), QStringList({failedLoad, folderWanted, folderDialog}));
+        QCOMPARE(m_exitCode, 0);
+    }
+
+    void chosenFolderIsUsedAndRemembered()
+    {
+        makeUnwritable();
+        QCOMPARE(run(path("data")),
+                 QStringList({folderWanted, folderDialog,
+                              text("box 3 Unable to write measures to /proc. Please choose another "
+                                   "directory."),
+                              folderDialog, text("window"), text("closing"), text("end 0")}));
+        QVERIFY(QFile::exists(path("data/measurements.db")));
+        QCOMPARE(rememberedFolder(), path("data"));
+    }
 
 private:
-    QProcessEnvironment environment() const;
-    void makeUnwritable();
-    QStringList run(const QString &word);
-    QString rememberedFolder() const;
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(text("HOME"), m_home);
+        environment.insert(text("XDG_CONFIG_HOME"), path("config"));
+        environment.insert(text("XDG_DATA_HOME"), m_home + text("/data"));
+        environment.insert(text("XDG_CACHE_HOME"), path("cache"));
+        environment.insert(text("XDG_RUNTIME_DIR"), path("runtime"));
+        environment.insert(text("KV_SCENARIO"),
+                           text("tst_program::") + QLatin1String(QTest::currentTestFunction()));
+        environment.insert(text("LSAN_OPTIONS"),
+                           text("suppressions=") + testpaths::sourceFile("tests/kit/lsan.supp"));
+        return environment;
+    }
+
+    /// Puts the standard folders inside a file, where even root can't create them.
+    void makeUnwritable()
+    {
+        QVERIFY(files::write(path("file"), QByteArray()));
+        m_home = path("file/home");
+    }
+
+    /// Runs the probe; the lines that it prints.
+    QStringList run(const QString &word)
+    {
+        QProcess program;
+        program.setProcessEnvironment(environment());
+        program.setWorkingDirectory(path("work"));
+        program.setStandardErrorFile(path("log"));
+        program.start(testpaths::buildFile("tests/e2e/programprobe"), {word});
+        if (!program.waitForFinished(waitMs)) {
+            return {text("did not end")};
+        }
+        m_exitCode = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
+        return QString::fromLocal8Bit(program.readAllStandardOutput())
+            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    QString rememberedFolder() const
+    {
+        return QSettings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat)
+            .value(text("local storage path"))
+            .toString();
+    }
+
     QString path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_home;
     int m_exitCode = -1;
 };
-
-void TestProgram::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    for (const char *name : {"home", "config", "data", "cache", "runtime", "work"}) {
-        QVERIFY(QDir().mkpath(path(name)));
-    }
-    QFile::setPermissions(path("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    m_home = path("home");
-    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), path("work/settings.xml")));
-    m_exitCode = -1;
-}
-
-QProcessEnvironment TestProgram::environment() const
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(text("HOME"), m_home);
-    environment.insert(text("XDG_CONFIG_HOME"), path("config"));
-    environment.insert(text("XDG_DATA_HOME"), m_home + text("/data"));
-    environment.insert(text("XDG_CACHE_HOME"), path("cache"));
-    environment.insert(text("XDG_RUNTIME_DIR"), path("runtime"));
-    environment.insert(text("KV_SCENARIO"),
-                       text("tst_program::") + QLatin1String(QTest::currentTestFunction()));
-    environment.insert(text("LSAN_OPTIONS"),
-                       text("suppressions=") + testpaths::sourceFile("tests/kit/lsan.supp"));
-    return environment;
-}
-
-/// Puts the standard folders inside a file, where even root can't create them.
-void TestProgram::makeUnwritable()
-{
-    QVERIFY(files::write(path("file"), QByteArray()));
-    m_home = path("file/home");
-}
-
-QString TestProgram::rememberedFolder() const
-{
-    return QSettings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat)
-        .value(text("local storage path"))
-        .toString();
-}
-
-/// Runs the probe; the lines that it prints.
-QStringList TestProgram::run(const QString &word)
-{
-    QProcess program;
-    program.setProcessEnvironment(environment());
-    program.setWorkingDirectory(path("work"));
-    program.setStandardErrorFile(path("log"));
-    program.start(testpaths::buildFile("tests/e2e/programprobe"), {word});
-    if (!program.waitForFinished(waitMs)) {
-        return {text("did not end")};
-    }
-    m_exitCode = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
-    return QString::fromLocal8Bit(program.readAllStandardOutput())
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
-void TestProgram::startsAndEndsWithItsWindow()
-{
-    QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
-    QCOMPARE(m_exitCode, 0);
-}
-
-void TestProgram::builtProgramReachesItsEventLoop()
-{
-    QProcess program;
-    program.setProcessEnvironment(environment());
-    program.setWorkingDirectory(path("work"));
-    program.start(testpaths::buildFile("kvtool"), QStringList());
-    QVERIFY(program.waitForStarted(waitMs));
-    // The store is opened last before the window; the event loop writes the settings.
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path("config/Orvanta/Kv tool.conf")), waitMs);
-    QCOMPARE(program.state(), QProcess::Running);
-    QVERIFY(QFile::exists(path("home/measurements.db")));
-    program.terminate();
-    QVERIFY(program.waitForFinished(waitMs));
-    QCOMPARE(program.exitStatus(), QProcess::CrashExit);
-    QCOMPARE(program.exitCode(), SIGTERM);
-    QVERIFY(!program.readAllStandardError().contains("Sanitizer"));
-}
-
-void TestProgram::badModelFileIsReportedAndIgnored_data()
-{
-    QTest::addColumn<QByteArray>("contents");
-    const QByteArray all = files::contents(testpaths::sourceFile("settings.xml"));
-    QTest::addRow("missing") << QByteArray();
-    QTest::addRow("truncated before the first model") << all.left(all.indexOf("<Devices>"));
-    QTest::addRow("not XML") << QByteArray("Transmitters:\n  - KVT-100\n");
-    QTest::addRow("without models") << QByteArray("<KVTConfig><Devices></Devices></KVTConfig>");
-}
-
-void TestProgram::badModelFileIsReportedAndIgnored()
-{
-    QFETCH(QByteArray, contents);
-    QVERIFY(QFile::remove(path("work/settings.xml")));
-    QVERIFY(contents.isNull() || files::write(path("work/settings.xml"), contents));
-    QCOMPARE(run(text("close")),
-             QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
-    QCOMPARE(m_exitCode, 0);
-}
-
-void TestProgram::truncatedModelFileIsReadUpToItsEnd()
-{
-    const QByteArray all = files::contents(path("work/settings.xml"));
-    QVERIFY(files::write(path("work/settings.xml"),
-                         all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
-    QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
-}
-
-void TestProgram::folderInPlaceOfTheModelFileIsReported()
-{
-    // It exists, and even root can't read it.
-    QVERIFY(QFile::remove(path("work/settings.xml")));
-    QVERIFY(QDir().mkdir(path("work/settings.xml")));
-    QCOMPARE(run(text("close")),
-             QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
-}
-
-void TestProgram::storeGoesToTheFirstFolderThatOpens()
-{
-    // The data folder does not exist, and the program makes none: the home folder is next.
-    QCOMPARE(run(text("close")).last(), text("end 0"));
-    QVERIFY(QFile::exists(path("home/measurements.db")));
-    QCOMPARE(rememberedFolder(), path("home"));
-}
-
-void TestProgram::rememberedFolderComesFirst()
-{
-    {
-        QSettings settings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat);
-        settings.setValue(text("local storage path"), path("data"));
-    }
-    QCOMPARE(run(text("close")).last(), text("end 0"));
-    QVERIFY(QFile::exists(path("data/measurements.db")));
-    QVERIFY(!QFile::exists(path("home/measurements.db")));
-}
-
-void TestProgram::cancelledFolderDialogEndsWithoutAWindow()
-{
-    makeUnwritable();
-    const QStringList lines = run(text("cancel"));
-    QCOMPARE(lines.size(), 4);
-    QCOMPARE(lines.mid(0, 2), QStringList({folderWanted, folderDialog}));
-    QVERIFY2(lines.at(2).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
-                                         "write to default location: ")
-                                    + m_home),
-             qPrintable(lines.at(2)));
-    QVERIFY(lines.at(2).endsWith(text(" and no replacement directory was chosen. Exiting!")));
-    QCOMPARE(lines.at(3), text("end 0"));
-    QCOMPARE(m_exitCode, 0);
-    QVERIFY(!lines.contains(text("window")));
-}
-
-void TestProgram::badModelFileIsReportedBeforeTheFolderDialog()
-{
-    makeUnwritable();
-    QVERIFY(QFile::remove(path("work/settings.xml")));
-    const QStringList lines = run(text("cancel"));
-    QCOMPARE(lines.mid(0, 3), QStringList({failedLoad, folderWanted, folderDialog}));
-    QCOMPARE(m_exitCode, 0);
-}
-
-void TestProgram::chosenFolderIsUsedAndRemembered()
-{
-    makeUnwritable();
-    QCOMPARE(run(path("data")),
-             QStringList({folderWanted, folderDialog,
-                          text("box 3 Unable to write measures to /proc. Please choose another "
-                               "directory."),
-                          folderDialog, text("window"), text("closing"), text("end 0")}));
-    QVERIFY(QFile::exists(path("data/measurements.db")));
-    QCOMPARE(rememberedFolder(), path("data"));
-}
 
 KV_TEST_CORE_MAIN(TestProgram)
 #include "tst_program.moc"

@@ -44,188 +44,169 @@ class TestUiCoverage : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        const QStringList scenarios = text(KV_SCENARIOS).split(QLatin1Char(','));
+        for (const QString &scenario : scenarios) {
+            const QString records = contents(text(KV_RECORDS_FOLDER "/") + scenario + text(".txt"));
+            QVERIFY2(!records.isEmpty(), qPrintable(scenario));
+            const QStringList lines = records.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+            for (const QString &line : lines) {
+                const QStringList fields = line.split(QLatin1Char('\t'));
+                QCOMPARE(fields.size(), 3);
+                m_records[fields.at(0)][fields.at(1)].append(fields.at(2));
+            }
+        }
+        QFile inventory(text(KV_RECORDS_FOLDER "/inventory.txt"));
+        QVERIFY(inventory.open(QIODevice::WriteOnly));
+        for (auto event = m_records.constBegin(); event != m_records.constEnd(); ++event) {
+            for (auto record = event->constBegin(); record != event->constEnd(); ++record) {
+                const QString scenario = record->size() == 1
+                    ? record->first()
+                    : text("%1 and %2 more").arg(record->first()).arg(record->size() - 1);
+                inventory.write(
+                    text("%1\t%2\t%3\n").arg(event.key(), record.key(), scenario).toUtf8());
+            }
+        }
+    }
 
-    void everyFormIsShown();
-    void everyControlIsPressed();
-    void hiddenButtonsAreClicked();
-    void everyWindowIsClosedByItsFrame();
-    void everyDialogGetsTheEscapeKey();
-    void everyTextIsShown();
-    void everyQuestionIsAnsweredBothWays();
-    void everyFileDialogIsAcceptedAndCancelled();
+    void everyFormIsShown()
+    {
+        const QDir sources(testpaths::sourceFile("src/ui"));
+        const QStringList forms = sources.entryList({text("*.ui")}, QDir::Files);
+        QVERIFY(!forms.isEmpty());
+        QSet<QString> missing;
+        for (const QString &form : forms) {
+            const QRegularExpression name(text("<class>(\\w+)</class>"));
+            missing.insert(name.match(contents(sources.filePath(form))).captured(1));
+        }
+        QCOMPARE(listed(missing - subjects("shown")), QString());
+    }
+
+    void everyControlIsPressed()
+    {
+        const QSet<QString> offered = subjects("offered");
+        QVERIFY(offered.size() > 30);
+        const QSet<QString> hidden(hiddenButtons.begin(), hiddenButtons.end());
+        QCOMPARE(listed(offered - subjects("pressed")), listed(hidden));
+    }
+
+    void hiddenButtonsAreClicked()
+    {
+        for (const QString &button : hiddenButtons) {
+            QVERIFY2(subjects("clicked").contains(button), qPrintable(button));
+        }
+    }
+
+    void everyWindowIsClosedByItsFrame()
+    {
+        QCOMPARE(listed(subjects("shown") - subjects("closed")), QString());
+    }
+
+    void everyDialogGetsTheEscapeKey()
+    {
+        QCOMPARE(listed(subjects("shown") - subjects("escaped")), text("MainWindow"));
+    }
+
+    void everyTextIsShown()
+    {
+        const QStringList all = programTexts();
+        QVERIFY(all.size() > 40);
+        QStringList missing;
+        for (const QString &one : all) {
+            if (!notOnScreen.contains(one) && !isShown(one)) {
+                missing.append(one);
+            }
+        }
+        QCOMPARE(missing.join(text("; ")), neverShown.join(text("; ")));
+    }
+
+    void everyQuestionIsAnsweredBothWays()
+    {
+        const QSet<QString> ends = subjects("ended");
+        int questions = 0;
+        for (const QString &end : ends) {
+            const QString yes = text(" = Yes");
+            const QString no = text(" = No");
+            // The file dialog asks a question of its own.
+            if ((end.endsWith(yes) || end.endsWith(no)) && !end.contains(text("already exists"))) {
+                const QString question = end.left(end.lastIndexOf(text(" = ")));
+                QVERIFY2(ends.contains(question + yes), qPrintable(question));
+                QVERIFY2(ends.contains(question + no), qPrintable(question));
+                ++questions;
+            }
+        }
+        QCOMPARE(questions, 2 * 3);
+    }
+
+    void everyFileDialogIsAcceptedAndCancelled()
+    {
+        const QSet<QString> ends = subjects("ended");
+        const QStringList captions = programTexts().filter(
+            QRegularExpression(text("^(Select|Choose) (where|firmware|eeprom)")));
+        QCOMPARE(captions.size(), 6);
+        for (const QString &caption : captions) {
+            QVERIFY2(ends.contains(caption + text(" = accepted")), qPrintable(caption));
+            QVERIFY2(ends.contains(caption + text(" = rejected")), qPrintable(caption));
+        }
+    }
 
 private:
-    static QStringList programTexts(const char *folder, const char *call);
-    static QStringList programTexts();
-    static QStringList serialErrors();
-    bool isShown(const QString &programText);
-    QSet<QString> subjects(const char *event);
+    /// The texts for the user in the sources of @p folder as arguments of @p call, with their
+    /// placeholders.
+    static QStringList programTexts(const char *folder, const char *call)
+    {
+        const QRegularExpression literal(text(call)
+                                         + text("\\(\\s*((?:\"(?:[^\"\\\\]|\\\\.)*\"\\s*)+)"));
+        QStringList texts;
+        const QDir sources(testpaths::sourceFile("src/") + text(folder));
+        const QStringList names = sources.entryList({text("*.cpp")}, QDir::Files);
+        for (const QString &name : names) {
+            auto found = literal.globalMatch(contents(sources.filePath(name)));
+            while (found.hasNext()) {
+                QString literals = found.next().captured(1);
+                texts.append(literals.remove(QRegularExpression(text("\"\\s*\"")))
+                                 .simplified()
+                                 .remove(QLatin1Char('"')));
+            }
+        }
+        return texts;
+    }
+
+    /// Texts of the windows and the controller, and the errors of the serial layer, which a box
+    /// shows after a text of its own.
+    static QStringList programTexts()
+    {
+        return programTexts("control", "\\btr") + programTexts("ui", "\\btr") + serialErrors();
+    }
+
+    static QStringList serialErrors() { return programTexts("serial", "\\berror\\(tr"); }
+
+    bool isShown(const QString &programText)
+    {
+        const QStringList parts = programText.split(QRegularExpression(text("%[1-9]")));
+        QStringList patterns;
+        for (const QString &part : parts) {
+            patterns.append(QRegularExpression::escape(part.trimmed()));
+        }
+        if (serialErrors().contains(programText)) {
+            patterns.prepend(QString());
+        }
+        const QRegularExpression pattern(
+            QRegularExpression::anchoredPattern(patterns.join(text(".*"))));
+        const QStringList shown = m_records.value(text("text")).keys();
+        return std::any_of(shown.begin(), shown.end(),
+                           [&](const QString &one) { return pattern.match(one).hasMatch(); });
+    }
+
+    QSet<QString> subjects(const char *event)
+    {
+        const QStringList keys = m_records.value(QLatin1String(event)).keys();
+        return QSet<QString>(keys.begin(), keys.end());
+    }
 
     QMap<QString, QMap<QString, QStringList>> m_records;
 };
-
-void TestUiCoverage::initTestCase()
-{
-    const QStringList scenarios = text(KV_SCENARIOS).split(QLatin1Char(','));
-    for (const QString &scenario : scenarios) {
-        const QString records = contents(text(KV_RECORDS_FOLDER "/") + scenario + text(".txt"));
-        QVERIFY2(!records.isEmpty(), qPrintable(scenario));
-        const QStringList lines = records.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        for (const QString &line : lines) {
-            const QStringList fields = line.split(QLatin1Char('\t'));
-            QCOMPARE(fields.size(), 3);
-            m_records[fields.at(0)][fields.at(1)].append(fields.at(2));
-        }
-    }
-    QFile inventory(text(KV_RECORDS_FOLDER "/inventory.txt"));
-    QVERIFY(inventory.open(QIODevice::WriteOnly));
-    for (auto event = m_records.constBegin(); event != m_records.constEnd(); ++event) {
-        for (auto record = event->constBegin(); record != event->constEnd(); ++record) {
-            const QString scenario = record->size() == 1
-                ? record->first()
-                : text("%1 and %2 more").arg(record->first()).arg(record->size() - 1);
-            inventory.write(text("%1\t%2\t%3\n").arg(event.key(), record.key(), scenario).toUtf8());
-        }
-    }
-}
-
-QSet<QString> TestUiCoverage::subjects(const char *event)
-{
-    const QStringList keys = m_records.value(QLatin1String(event)).keys();
-    return QSet<QString>(keys.begin(), keys.end());
-}
-
-/// The texts for the user in the sources of @p folder as arguments of @p call, with their
-/// placeholders.
-QStringList TestUiCoverage::programTexts(const char *folder, const char *call)
-{
-    const QRegularExpression literal(text(call)
-                                     + text("\\(\\s*((?:\"(?:[^\"\\\\]|\\\\.)*\"\\s*)+)"));
-    QStringList texts;
-    const QDir sources(testpaths::sourceFile("src/") + text(folder));
-    const QStringList names = sources.entryList({text("*.cpp")}, QDir::Files);
-    for (const QString &name : names) {
-        auto found = literal.globalMatch(contents(sources.filePath(name)));
-        while (found.hasNext()) {
-            QString literals = found.next().captured(1);
-            texts.append(literals.remove(QRegularExpression(text("\"\\s*\"")))
-                             .simplified()
-                             .remove(QLatin1Char('"')));
-        }
-    }
-    return texts;
-}
-
-/// Texts of the windows and the controller, and the errors of the serial layer, which a box shows
-/// after a text of its own.
-QStringList TestUiCoverage::programTexts()
-{
-    return programTexts("control", "\\btr") + programTexts("ui", "\\btr") + serialErrors();
-}
-
-QStringList TestUiCoverage::serialErrors()
-{
-    return programTexts("serial", "\\berror\\(tr");
-}
-
-bool TestUiCoverage::isShown(const QString &programText)
-{
-    const QStringList parts = programText.split(QRegularExpression(text("%[1-9]")));
-    QStringList patterns;
-    for (const QString &part : parts) {
-        patterns.append(QRegularExpression::escape(part.trimmed()));
-    }
-    if (serialErrors().contains(programText)) {
-        patterns.prepend(QString());
-    }
-    const QRegularExpression pattern(
-        QRegularExpression::anchoredPattern(patterns.join(text(".*"))));
-    const QStringList shown = m_records.value(text("text")).keys();
-    return std::any_of(shown.begin(), shown.end(),
-                       [&](const QString &one) { return pattern.match(one).hasMatch(); });
-}
-
-void TestUiCoverage::everyFormIsShown()
-{
-    const QDir sources(testpaths::sourceFile("src/ui"));
-    const QStringList forms = sources.entryList({text("*.ui")}, QDir::Files);
-    QVERIFY(!forms.isEmpty());
-    QSet<QString> missing;
-    for (const QString &form : forms) {
-        const QRegularExpression name(text("<class>(\\w+)</class>"));
-        missing.insert(name.match(contents(sources.filePath(form))).captured(1));
-    }
-    QCOMPARE(listed(missing - subjects("shown")), QString());
-}
-
-void TestUiCoverage::everyControlIsPressed()
-{
-    const QSet<QString> offered = subjects("offered");
-    QVERIFY(offered.size() > 30);
-    const QSet<QString> hidden(hiddenButtons.begin(), hiddenButtons.end());
-    QCOMPARE(listed(offered - subjects("pressed")), listed(hidden));
-}
-
-void TestUiCoverage::hiddenButtonsAreClicked()
-{
-    for (const QString &button : hiddenButtons) {
-        QVERIFY2(subjects("clicked").contains(button), qPrintable(button));
-    }
-}
-
-void TestUiCoverage::everyWindowIsClosedByItsFrame()
-{
-    QCOMPARE(listed(subjects("shown") - subjects("closed")), QString());
-}
-
-void TestUiCoverage::everyDialogGetsTheEscapeKey()
-{
-    QCOMPARE(listed(subjects("shown") - subjects("escaped")), text("MainWindow"));
-}
-
-void TestUiCoverage::everyTextIsShown()
-{
-    const QStringList all = programTexts();
-    QVERIFY(all.size() > 40);
-    QStringList missing;
-    for (const QString &one : all) {
-        if (!notOnScreen.contains(one) && !isShown(one)) {
-            missing.append(one);
-        }
-    }
-    QCOMPARE(missing.join(text("; ")), neverShown.join(text("; ")));
-}
-
-void TestUiCoverage::everyQuestionIsAnsweredBothWays()
-{
-    const QSet<QString> ends = subjects("ended");
-    int questions = 0;
-    for (const QString &end : ends) {
-        const QString yes = text(" = Yes");
-        const QString no = text(" = No");
-        // The file dialog asks a question of its own.
-        if ((end.endsWith(yes) || end.endsWith(no)) && !end.contains(text("already exists"))) {
-            const QString question = end.left(end.lastIndexOf(text(" = ")));
-            QVERIFY2(ends.contains(question + yes), qPrintable(question));
-            QVERIFY2(ends.contains(question + no), qPrintable(question));
-            ++questions;
-        }
-    }
-    QCOMPARE(questions, 2 * 3);
-}
-
-void TestUiCoverage::everyFileDialogIsAcceptedAndCancelled()
-{
-    const QSet<QString> ends = subjects("ended");
-    const QStringList captions =
-        programTexts().filter(QRegularExpression(text("^(Select|Choose) (where|firmware|eeprom)")));
-    QCOMPARE(captions.size(), 6);
-    for (const QString &caption : captions) {
-        QVERIFY2(ends.contains(caption + text(" = accepted")), qPrintable(caption));
-        QVERIFY2(ends.contains(caption + text(" = rejected")), qPrintable(caption));
-    }
-}
 
 KV_TEST_CORE_MAIN(TestUiCoverage)
 #include "tst_uicoverage.moc"

@@ -56,85 +56,79 @@ class TestTruncatedSettings : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void loadsTheCompletePartOfEveryTruncatedFile();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        QFile sample(testpaths::sourceFile("settings.xml"));
+        QVERIFY(sample.open(QIODevice::ReadOnly));
+        m_sample = sample.readAll();
+        QVERIFY(m_sample.size() > 1000);
+    }
+
+    void loadsTheCompletePartOfEveryTruncatedFile()
+    {
+        const LoadResult complete = expected(m_sample);
+        for (int size = 0; size <= m_sample.size(); ++size) {
+            const QByteArray beginning = m_sample.left(size);
+            const LoadResult result = expected(beginning);
+            QVERIFY2(start(beginning) == result, QByteArray::number(size).constData());
+            ++(result.isReported ? m_reported : result == complete ? m_complete : m_partial);
+        }
+    }
+
+    void cleanupTestCase()
+    {
+        const auto row = [](int count, const char *words) {
+            return "| " + QByteArray::number(count) + " | " + words + " | the same |\n";
+        };
+        const QByteArray markdown = "| Beginnings | Expected | Seen |\n|---|---|---|\n"
+            + row(m_reported,
+                  "reports \"Failed to load configuration from file settings.xml\"; then starts")
+            + row(m_partial, "starts with the models, settings and measurements before the cut")
+            + row(m_complete, "starts with all of them");
+        QVERIFY(m_reported + m_partial + m_complete != m_sample.size() + 1
+                || ReliabilityTable::save(QStringLiteral("truncated-settings"), markdown));
+    }
 
 private:
-    static LoadResult start(const QByteArray &beginning);
+    static LoadResult start(const QByteArray &beginning)
+    {
+        const QString name = QStringLiteral("settings.xml");
+        QFile file(name);
+        if (!file.open(QIODevice::WriteOnly) || file.write(beginning) != beginning.size()) {
+            qFatal("Unable to write the test's file");
+        }
+        file.close();
+
+        FakeMainWindow window;
+        FakeSerialPortHandler handler;
+        FakeSettings settings;
+        FakeLocalStorage storage;
+        MainWindowController controller(&window, &handler, &settings, &storage, nullptr);
+        LoadResult seen;
+        if (!controller.start()) {
+            qFatal("The program did not start");
+        }
+        seen.isReported = window.calls.count(failure) == 1;
+        QMap<QString, DeviceConfiguration> models;
+        ConfigurationLoader().load(models, name);
+        seen.models = models.size();
+        for (const DeviceConfiguration &model : qAsConst(models)) {
+            seen.settings += model.configurationItems.size();
+            seen.measurements += model.measurementItems.size();
+        }
+        // The window has the first model, if there is one.
+        const int shown = window.configuration.configurationItems.size();
+        if (shown != (models.isEmpty() ? 0 : models.first().configurationItems.size())) {
+            seen.models = -1;
+        }
+        return seen;
+    }
 
     QByteArray m_sample;
     int m_reported = 0; ///< beginnings of each kind
     int m_partial = 0;
     int m_complete = 0;
 };
-
-void TestTruncatedSettings::initTestCase()
-{
-    QFile sample(testpaths::sourceFile("settings.xml"));
-    QVERIFY(sample.open(QIODevice::ReadOnly));
-    m_sample = sample.readAll();
-    QVERIFY(m_sample.size() > 1000);
-}
-
-LoadResult TestTruncatedSettings::start(const QByteArray &beginning)
-{
-    const QString name = QStringLiteral("settings.xml");
-    QFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(beginning) != beginning.size()) {
-        qFatal("Unable to write the test's file");
-    }
-    file.close();
-
-    FakeMainWindow window;
-    FakeSerialPortHandler handler;
-    FakeSettings settings;
-    FakeLocalStorage storage;
-    MainWindowController controller(&window, &handler, &settings, &storage, nullptr);
-    LoadResult seen;
-    if (!controller.start()) {
-        qFatal("The program did not start");
-    }
-    seen.isReported = window.calls.count(failure) == 1;
-    QMap<QString, DeviceConfiguration> models;
-    ConfigurationLoader().load(models, name);
-    seen.models = models.size();
-    for (const DeviceConfiguration &model : qAsConst(models)) {
-        seen.settings += model.configurationItems.size();
-        seen.measurements += model.measurementItems.size();
-    }
-    // The window has the first model, if there is one.
-    const int shown = window.configuration.configurationItems.size();
-    if (shown != (models.isEmpty() ? 0 : models.first().configurationItems.size())) {
-        seen.models = -1;
-    }
-    return seen;
-}
-
-void TestTruncatedSettings::loadsTheCompletePartOfEveryTruncatedFile()
-{
-    const LoadResult complete = expected(m_sample);
-    for (int size = 0; size <= m_sample.size(); ++size) {
-        const QByteArray beginning = m_sample.left(size);
-        const LoadResult result = expected(beginning);
-        QVERIFY2(start(beginning) == result, QByteArray::number(size).constData());
-        ++(result.isReported ? m_reported : result == complete ? m_complete : m_partial);
-    }
-}
-
-void TestTruncatedSettings::cleanupTestCase()
-{
-    const auto row = [](int count, const char *words) {
-        return "| " + QByteArray::number(count) + " | " + words + " | the same |\n";
-    };
-    const QByteArray markdown = "| Beginnings | Expected | Seen |\n|---|---|---|\n"
-        + row(m_reported,
-              "reports \"Failed to load configuration from file settings.xml\"; then starts")
-        + row(m_partial, "starts with the models, settings and measurements before the cut")
-        + row(m_complete, "starts with all of them");
-    QVERIFY(m_reported + m_partial + m_complete != m_sample.size() + 1
-            || ReliabilityTable::save(QStringLiteral("truncated-settings"), markdown));
-}
 
 KV_TEST_MAIN(TestTruncatedSettings)
 

@@ -142,85 +142,81 @@ class TestRebootMatching : public QObject
     Q_OBJECT
 
 private slots:
-    void agreesWithThePatternForEveryText();
-    void finishesWithTheChunkThatCompletesTheText();
-    void acceptsTheLettersThatThePatternAccepts();
-    void findsTheBootPromptAtTheEndOnly_data();
-    void findsTheBootPromptAtTheEndOnly();
+    void agreesWithThePatternForEveryText()
+    {
+        QRandomGenerator random(1);
+        int rebooted = 0;
+        int resetting = 0;
+        for (int i = 0; i < texts; ++i) {
+            const QString text = randomBootText(random);
+            const bool isRebooted = plainlyMatches(rebootedPattern, text);
+            const bool isResetting = plainlyMatches(resettingPattern, text);
+            QVERIFY2(DataParser::isRebooted(text) == isRebooted, qPrintable(text));
+            QVERIFY2(DataParser::isResetting(text) == isResetting, qPrintable(text));
+            rebooted += isRebooted ? 1 : 0;
+            resetting += isResetting ? 1 : 0;
+        }
+        // Both results must be frequent for their agreement to be meaningful.
+        QVERIFY(rebooted > texts / 5 && rebooted < texts * 4 / 5);
+        QVERIFY(resetting > texts / 5 && resetting < texts);
+    }
+
+    void finishesWithTheChunkThatCompletesTheText()
+    {
+        QRandomGenerator random(2);
+        for (int i = 0; i < texts / 4; ++i) {
+            const QStringList chunks = randomChunks(randomBootText(random), random);
+            QCOMPARE(finishingChunk(RebootMode::RebootAndWaitForSelftest, chunks),
+                     completingChunk(rebootedPattern, chunks));
+            QCOMPARE(finishingChunk(RebootMode::RebootForFirmwareUpdate, chunks),
+                     completingChunk(resettingPattern, chunks));
+        }
+    }
+
+    void acceptsTheLettersThatThePatternAccepts()
+    {
+        const QString whole = QStringLiteral("Reseting device in 5 seconds");
+        const QString shortest =
+            QStringLiteral("Performing selftest...All tests passed.Orvanta KVT\r\n"
+                           "Compiled on \r\nCopyright ");
+        const int letterS = whole.indexOf(QLatin1Char('s'));
+        const int letterI = whole.indexOf(QLatin1Char('i'));
+        const int letterK = shortest.indexOf(QLatin1Char('K'));
+        for (uint code = 0; code < 0x3000; ++code) {
+            QString text = whole;
+            text[letterS] = QChar(code);
+            QVERIFY2(DataParser::isResetting(text) == plainlyMatches(resettingPattern, text),
+                     qPrintable(text));
+            text = whole;
+            text[letterI] = QChar(code);
+            QVERIFY2(DataParser::isResetting(text) == plainlyMatches(resettingPattern, text),
+                     qPrintable(text));
+            text = shortest;
+            text[letterK] = QChar(code);
+            QVERIFY2(DataParser::isRebooted(text) == plainlyMatches(rebootedPattern, text),
+                     qPrintable(text));
+        }
+    }
+
+    void findsTheBootPromptAtTheEndOnly_data()
+    {
+        QTest::addColumn<QString>("text");
+        for (const QString &text :
+             {QString(), QStringLiteral("BOOT"), QStringLiteral("bOoT"), QStringLiteral("BOO"),
+              QStringLiteral("\r\nloader\r\nBOOT"), QStringLiteral("BOOTBOOT"),
+              QStringLiteral("OOT"), QStringLiteral("BOOT "), QStringLiteral("BOOT\r\n"),
+              QStringLiteral("BO\u00D6T"), QStringLiteral("\u0392OOT"),
+              QString(QChar(0)) + QStringLiteral("boot")}) {
+            QTest::addRow("%s", qPrintable(text)) << text;
+        }
+    }
+
+    void findsTheBootPromptAtTheEndOnly()
+    {
+        QFETCH(QString, text);
+        QCOMPARE(DataParser::isBootPrompt(text), plainlyMatches(QStringLiteral(".*BOOT"), text));
+    }
 };
-
-void TestRebootMatching::agreesWithThePatternForEveryText()
-{
-    QRandomGenerator random(1);
-    int rebooted = 0;
-    int resetting = 0;
-    for (int i = 0; i < texts; ++i) {
-        const QString text = randomBootText(random);
-        const bool isRebooted = plainlyMatches(rebootedPattern, text);
-        const bool isResetting = plainlyMatches(resettingPattern, text);
-        QVERIFY2(DataParser::isRebooted(text) == isRebooted, qPrintable(text));
-        QVERIFY2(DataParser::isResetting(text) == isResetting, qPrintable(text));
-        rebooted += isRebooted ? 1 : 0;
-        resetting += isResetting ? 1 : 0;
-    }
-    // Both results must be frequent for their agreement to be meaningful.
-    QVERIFY(rebooted > texts / 5 && rebooted < texts * 4 / 5);
-    QVERIFY(resetting > texts / 5 && resetting < texts);
-}
-
-void TestRebootMatching::finishesWithTheChunkThatCompletesTheText()
-{
-    QRandomGenerator random(2);
-    for (int i = 0; i < texts / 4; ++i) {
-        const QStringList chunks = randomChunks(randomBootText(random), random);
-        QCOMPARE(finishingChunk(RebootMode::RebootAndWaitForSelftest, chunks),
-                 completingChunk(rebootedPattern, chunks));
-        QCOMPARE(finishingChunk(RebootMode::RebootForFirmwareUpdate, chunks),
-                 completingChunk(resettingPattern, chunks));
-    }
-}
-
-void TestRebootMatching::acceptsTheLettersThatThePatternAccepts()
-{
-    const QString whole = QStringLiteral("Reseting device in 5 seconds");
-    const QString shortest = QStringLiteral("Performing selftest...All tests passed.Orvanta KVT\r\n"
-                                            "Compiled on \r\nCopyright ");
-    const int letterS = whole.indexOf(QLatin1Char('s'));
-    const int letterI = whole.indexOf(QLatin1Char('i'));
-    const int letterK = shortest.indexOf(QLatin1Char('K'));
-    for (uint code = 0; code < 0x3000; ++code) {
-        QString text = whole;
-        text[letterS] = QChar(code);
-        QVERIFY2(DataParser::isResetting(text) == plainlyMatches(resettingPattern, text),
-                 qPrintable(text));
-        text = whole;
-        text[letterI] = QChar(code);
-        QVERIFY2(DataParser::isResetting(text) == plainlyMatches(resettingPattern, text),
-                 qPrintable(text));
-        text = shortest;
-        text[letterK] = QChar(code);
-        QVERIFY2(DataParser::isRebooted(text) == plainlyMatches(rebootedPattern, text),
-                 qPrintable(text));
-    }
-}
-
-void TestRebootMatching::findsTheBootPromptAtTheEndOnly_data()
-{
-    QTest::addColumn<QString>("text");
-    for (const QString &text :
-         {QString(), QStringLiteral("BOOT"), QStringLiteral("bOoT"), QStringLiteral("BOO"),
-          QStringLiteral("\r\nloader\r\nBOOT"), QStringLiteral("BOOTBOOT"), QStringLiteral("OOT"),
-          QStringLiteral("BOOT "), QStringLiteral("BOOT\r\n"), QStringLiteral("BO\u00D6T"),
-          QStringLiteral("\u0392OOT"), QString(QChar(0)) + QStringLiteral("boot")}) {
-        QTest::addRow("%s", qPrintable(text)) << text;
-    }
-}
-
-void TestRebootMatching::findsTheBootPromptAtTheEndOnly()
-{
-    QFETCH(QString, text);
-    QCOMPARE(DataParser::isBootPrompt(text), plainlyMatches(QStringLiteral(".*BOOT"), text));
-}
 
 KV_TEST_CORE_MAIN(TestRebootMatching)
 #include "tst_rebootmatching.moc"

@@ -42,304 +42,281 @@ class TestSerialPort : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void isClosedUntilItIsOpened();
-    void returnsThePortNameWithoutItsFolder();
-    void setsTheLineTo115200Baud8N1WithoutFlowControl();
-    void reportsAPortThatCannotBeOpened();
-    void refusesASecondOpenAndClosesThePort();
-    void opensAgainAfterAClose();
-    void sendsFromTheEventLoop();
-    void sendsAtOnceOnAFlush();
-    void sendsText();
-    void sendsTheSixLettersInTheDevicesCharacterSet();
-    void sendsEveryByteUnchanged();
-    void emitsReceivedText_data();
-    void emitsReceivedText();
-    void emitsEachChunkSeparately();
-    void raisesNoSignalWhenTheDeviceHangsUp();
-    void raisesNoSignalWhenAWriteFails();
-    void restoresTheSixLetters();
-    void survivesItsReplacementInsideItsSignal_data();
-    void survivesItsReplacementInsideItsSignal();
+    void init()
+    {
+        m_received.clear();
+        m_device.reset(new PseudoTerminal);
+        QVERIFY(!m_device->path().isEmpty());
+        m_port.reset(new SerialPort(m_device->path(), nullptr));
+        expectOpening(m_port->portName(), "Port opened!");
+        QVERIFY(m_port->open());
+    }
+
+    void cleanup()
+    {
+        m_port.reset();
+        m_device.reset();
+    }
+
+    void isClosedUntilItIsOpened()
+    {
+        SerialPort port(m_device->path(), nullptr);
+        QVERIFY(!port.isOpen());
+        QVERIFY(m_port->isOpen());
+    }
+
+    void returnsThePortNameWithoutItsFolder()
+    {
+        SerialPort port(text("ttyUSB7"), this);
+        QCOMPARE(port.portName(), text("ttyUSB7"));
+        QCOMPARE(port.parent(), this);
+        // On Linux the location loses its folder.
+        QCOMPARE(SerialPort(text("/dev/ttyUSB7"), nullptr).portName(), text("ttyUSB7"));
+    }
+
+    void setsTheLineTo115200Baud8N1WithoutFlowControl()
+    {
+        const termios line = m_device->lineSettings();
+        QCOMPARE(cfgetospeed(&line), speed_t(B115200));
+        QCOMPARE(cfgetispeed(&line), speed_t(B115200));
+        QCOMPARE(line.c_cflag & tcflag_t(CSIZE), tcflag_t(CS8));
+        QCOMPARE(line.c_cflag & tcflag_t(PARENB), tcflag_t(0));
+        QCOMPARE(line.c_cflag & tcflag_t(CSTOPB), tcflag_t(0));
+        QCOMPARE(line.c_cflag & tcflag_t(CRTSCTS), tcflag_t(0));
+        QCOMPARE(line.c_iflag & tcflag_t(IXON | IXOFF), tcflag_t(0));
+    }
+
+    void reportsAPortThatCannotBeOpened()
+    {
+        const QString path = QDir::current().filePath(text("nothing"));
+        SerialPort port(path, nullptr);
+        QSignalSpy error(&port, &SerialPort::error);
+        expectOpening(path, "Port open failed!");
+        QVERIFY(!port.open());
+        QCOMPARE(error.count(), 1);
+        // Quirk: the text is that of the close() after the failed open().
+        QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is not open"));
+        QVERIFY(!port.isOpen());
+    }
+
+    void refusesASecondOpenAndClosesThePort()
+    {
+        QSignalSpy error(m_port.data(), &SerialPort::error);
+        expectOpening(m_port->portName(), "Port open failed!");
+        QVERIFY(!m_port->open());
+        QCOMPARE(error.count(), 1);
+        QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is already open"));
+        // What was open has been closed by the failure.
+        QVERIFY(!m_port->isOpen());
+    }
+
+    void opensAgainAfterAClose()
+    {
+        m_port->close();
+        QVERIFY(!m_port->isOpen());
+        expectOpening(m_port->portName(), "Port opened!");
+        QVERIFY(m_port->open());
+        QVERIFY(m_port->isOpen());
+        m_port->write(text("x"));
+        m_port->flush();
+        QCOMPARE(receivedByDevice(1), QByteArray("x"));
+    }
+
+    void sendsFromTheEventLoop()
+    {
+        m_port->write(text("text"));
+        m_port->write(QByteArray("bytes"));
+        QCOMPARE(m_device->read(), QByteArray());
+        QCOMPARE(receivedByDevice(9), QByteArray("textbytes"));
+    }
+
+    void sendsAtOnceOnAFlush()
+    {
+        m_port->write(text("text"));
+        m_port->flush();
+        QCOMPARE(m_device->read(), QByteArray("text"));
+    }
+
+    void sendsText()
+    {
+        m_port->write(text("\r\nshow swver\r\n"));
+        m_port->write(text("\u00e9"));
+        QCOMPARE(receivedByDevice(15), QByteArray("\r\nshow swver\r\n\xe9"));
+    }
+
+    void sendsTheSixLettersInTheDevicesCharacterSet()
+    {
+        m_port->write(sixLetters);
+        QCOMPARE(receivedByDevice(6), sixDeviceBytes);
+    }
+
+    void sendsEveryByteUnchanged()
+    {
+        QByteArray bytes;
+        for (int value = 0; value < 256; ++value) {
+            bytes.append(static_cast<char>(value));
+        }
+        m_port->write(bytes);
+        QCOMPARE(receivedByDevice(bytes.size()), bytes);
+    }
+
+    void emitsReceivedText_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("expected");
+
+        QTest::addRow("ASCII") << QByteArray("\r\n$ show") << text("\r\n$ show");
+        QTest::addRow("control characters") << QByteArray("a\rb\x11"
+                                                          "c\x13"
+                                                          "d\x03"
+                                                          "e\x7f")
+                                            << text("a\rb\x11"
+                                                    "c\x13"
+                                                    "d\x03"
+                                                    "e\x7f");
+        QTest::addRow("up to the first NUL") << QByteArray("abc\0def\0g", 9) << text("abc");
+        QTest::addRow("a NUL first") << QByteArray("\0abc", 4) << QString();
+        QTest::addRow("the six letters, in UTF-8")
+            << QByteArray("\xc2\x84\xc2\x94\xc2\x8e\xc2\x99\xc2\x86\xc2\x8f") << sixLetters;
+        QTest::addRow("UTF-8") << QByteArray("\xc2\xb5g/m\xc2\xb3") << text("\u00b5g/m\u00b3");
+        QTest::addRow("half a letter")
+            << QByteArray("<\xc2") << QStringLiteral("<%1>").arg(QChar(0xfffd)).chopped(1);
+        QTest::addRow("bytes that are no UTF-8")
+            << QByteArray("<\x84>")
+            << QStringLiteral("<%1>").arg(QChar(QChar::ReplacementCharacter));
+    }
+
+    void emitsReceivedText()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, expected);
+
+        QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
+        QVERIFY(m_device->write(bytes));
+        QTRY_COMPARE(dataReady.count(), 1);
+        QCOMPARE(dataReady.first().first().toString(), expected);
+    }
+
+    void emitsEachChunkSeparately()
+    {
+        QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
+        QVERIFY(m_device->write(QByteArray("lost\0tail", 9)));
+        QTRY_COMPARE(dataReady.count(), 1);
+        QVERIFY(m_device->write("next"));
+        QTRY_COMPARE(dataReady.count(), 2);
+        QCOMPARE(received(dataReady), text("lostnext"));
+    }
+
+    void raisesNoSignalWhenTheDeviceHangsUp()
+    {
+        QSignalSpy error(m_port.data(), &SerialPort::error);
+        QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
+        QVERIFY(m_device->write("last words"));
+        QTRY_COMPARE(received(dataReady), text("last words"));
+        m_device->hangUp();
+        QVERIFY(!error.wait(50));
+        QCOMPARE(received(dataReady), text("last words"));
+    }
+
+    void raisesNoSignalWhenAWriteFails()
+    {
+        SerialPort port(text("ttyNone"), nullptr);
+        QSignalSpy error(&port, &SerialPort::error);
+        const char *complaint = "QIODevice::write (QSerialPort): device not open";
+        QTest::ignoreMessage(QtWarningMsg, complaint);
+        port.write(text("x"));
+        QTest::ignoreMessage(QtWarningMsg, complaint);
+        port.write(QByteArray("x"));
+        QCOMPARE(error.count(), 0);
+    }
+
+    void restoresTheSixLetters()
+    {
+        const QString sentence = text("p\u00e4\u00f6\u00c4\u00d6\u00e5\u00c5\u00e9x");
+        QCOMPARE(DataParser::toDeviceText(sentence),
+                 text("p\u0084\u0094\u008e\u0099\u0086\u008f\u00e9x"));
+        QCOMPARE(DataParser::fromDeviceText(DataParser::toDeviceText(sentence)), sentence);
+    }
+
+    void survivesItsReplacementInsideItsSignal_data()
+    {
+        QTest::addColumn<bool>("inNestedLoop");
+        QTest::addRow("directly") << false;
+        QTest::addRow("in a nested event loop, as of a message box") << true;
+    }
+
+    // QSerialPort writes to its members after readyRead(), so it must outlive the transport.
+    void survivesItsReplacementInsideItsSignal()
+    {
+        QFETCH(bool, inNestedLoop);
+
+        // The notifier of the open port is the child of the transport's QSerialPort.
+        class NotifierFinder : public QObject
+        {
+        public:
+            QPointer<QObject> port;
+
+        protected:
+            bool eventFilter(QObject *object, QEvent *event) override
+            {
+                if (event->type() == QEvent::SockAct && object->inherits("QSocketNotifier")
+                    && qobject_cast<QSerialPort *>(object->parent())) {
+                    port = object->parent();
+                }
+                return false;
+            }
+        } finder;
+        QCoreApplication::instance()->installEventFilter(&finder);
+
+        SerialPortQueue queue;
+        queue.setSerialPort(QSharedPointer<SerialPortInterface>(m_port.take()));
+        bool wasReplaced = false;
+        bool outlivesTransport = false;
+        connect(&queue, &SerialPortQueue::jobFinished, &queue, [&] {
+            const auto replace = [&] {
+                const QWeakPointer<SerialPortInterface> replaced = queue.serialPort();
+                queue.setSerialPort(
+                    QSharedPointer<SerialPortInterface>(new SerialPort(m_device->path(), nullptr)));
+                wasReplaced = replaced.isNull();
+            };
+            if (inNestedLoop) {
+                QEventLoop loop;
+                QTimer::singleShot(0, &loop, [&] {
+                    replace();
+                    QTimer::singleShot(0, &loop, &QEventLoop::quit);
+                });
+                loop.exec();
+            } else {
+                replace();
+            }
+            outlivesTransport = !finder.port.isNull();
+        });
+        queue.addJob(QSharedPointer<SerialPortJobInterface>(
+            new SerialPortJobConnect(queue.serialPort().data())));
+        QVERIFY(m_device->write("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$ "));
+        QTRY_VERIFY(wasReplaced);
+        QVERIFY(outlivesTransport);
+        QTRY_VERIFY(finder.port.isNull());
+        expectOpening(queue.portName(), "Port opened!");
+        QVERIFY(queue.open());
+    }
 
 private:
     // What the device has received, once it is as long as expected.
-    QByteArray receivedByDevice(int length);
+    QByteArray receivedByDevice(int length)
+    {
+        const bool complete = QTest::qWaitFor([this, length] {
+            m_received += m_device->read();
+            return m_received.size() >= length;
+        });
+        Q_UNUSED(complete) // the caller compares the bytes
+        return m_received;
+    }
 
     QScopedPointer<PseudoTerminal> m_device;
     QScopedPointer<SerialPort> m_port;
     QByteArray m_received;
 };
-
-void TestSerialPort::init()
-{
-    m_received.clear();
-    m_device.reset(new PseudoTerminal);
-    QVERIFY(!m_device->path().isEmpty());
-    m_port.reset(new SerialPort(m_device->path(), nullptr));
-    expectOpening(m_port->portName(), "Port opened!");
-    QVERIFY(m_port->open());
-}
-
-void TestSerialPort::cleanup()
-{
-    m_port.reset();
-    m_device.reset();
-}
-
-QByteArray TestSerialPort::receivedByDevice(int length)
-{
-    const bool complete = QTest::qWaitFor([this, length] {
-        m_received += m_device->read();
-        return m_received.size() >= length;
-    });
-    Q_UNUSED(complete) // the caller compares the bytes
-    return m_received;
-}
-
-void TestSerialPort::isClosedUntilItIsOpened()
-{
-    SerialPort port(m_device->path(), nullptr);
-    QVERIFY(!port.isOpen());
-    QVERIFY(m_port->isOpen());
-}
-
-void TestSerialPort::returnsThePortNameWithoutItsFolder()
-{
-    SerialPort port(text("ttyUSB7"), this);
-    QCOMPARE(port.portName(), text("ttyUSB7"));
-    QCOMPARE(port.parent(), this);
-    // On Linux the location loses its folder.
-    QCOMPARE(SerialPort(text("/dev/ttyUSB7"), nullptr).portName(), text("ttyUSB7"));
-}
-
-void TestSerialPort::setsTheLineTo115200Baud8N1WithoutFlowControl()
-{
-    const termios line = m_device->lineSettings();
-    QCOMPARE(cfgetospeed(&line), speed_t(B115200));
-    QCOMPARE(cfgetispeed(&line), speed_t(B115200));
-    QCOMPARE(line.c_cflag & tcflag_t(CSIZE), tcflag_t(CS8));
-    QCOMPARE(line.c_cflag & tcflag_t(PARENB), tcflag_t(0));
-    QCOMPARE(line.c_cflag & tcflag_t(CSTOPB), tcflag_t(0));
-    QCOMPARE(line.c_cflag & tcflag_t(CRTSCTS), tcflag_t(0));
-    QCOMPARE(line.c_iflag & tcflag_t(IXON | IXOFF), tcflag_t(0));
-}
-
-void TestSerialPort::reportsAPortThatCannotBeOpened()
-{
-    const QString path = QDir::current().filePath(text("nothing"));
-    SerialPort port(path, nullptr);
-    QSignalSpy error(&port, &SerialPort::error);
-    expectOpening(path, "Port open failed!");
-    QVERIFY(!port.open());
-    QCOMPARE(error.count(), 1);
-    // Quirk: the text is that of the close() after the failed open().
-    QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is not open"));
-    QVERIFY(!port.isOpen());
-}
-
-void TestSerialPort::refusesASecondOpenAndClosesThePort()
-{
-    QSignalSpy error(m_port.data(), &SerialPort::error);
-    expectOpening(m_port->portName(), "Port open failed!");
-    QVERIFY(!m_port->open());
-    QCOMPARE(error.count(), 1);
-    QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is already open"));
-    // What was open has been closed by the failure.
-    QVERIFY(!m_port->isOpen());
-}
-
-void TestSerialPort::sendsFromTheEventLoop()
-{
-    m_port->write(text("text"));
-    m_port->write(QByteArray("bytes"));
-    QCOMPARE(m_device->read(), QByteArray());
-    QCOMPARE(receivedByDevice(9), QByteArray("textbytes"));
-}
-
-void TestSerialPort::sendsAtOnceOnAFlush()
-{
-    m_port->write(text("text"));
-    m_port->flush();
-    QCOMPARE(m_device->read(), QByteArray("text"));
-}
-
-void TestSerialPort::opensAgainAfterAClose()
-{
-    m_port->close();
-    QVERIFY(!m_port->isOpen());
-    expectOpening(m_port->portName(), "Port opened!");
-    QVERIFY(m_port->open());
-    QVERIFY(m_port->isOpen());
-    m_port->write(text("x"));
-    m_port->flush();
-    QCOMPARE(receivedByDevice(1), QByteArray("x"));
-}
-
-void TestSerialPort::sendsText()
-{
-    m_port->write(text("\r\nshow swver\r\n"));
-    m_port->write(text("\u00e9"));
-    QCOMPARE(receivedByDevice(15), QByteArray("\r\nshow swver\r\n\xe9"));
-}
-
-void TestSerialPort::sendsTheSixLettersInTheDevicesCharacterSet()
-{
-    m_port->write(sixLetters);
-    QCOMPARE(receivedByDevice(6), sixDeviceBytes);
-}
-
-void TestSerialPort::sendsEveryByteUnchanged()
-{
-    QByteArray bytes;
-    for (int value = 0; value < 256; ++value) {
-        bytes.append(static_cast<char>(value));
-    }
-    m_port->write(bytes);
-    QCOMPARE(receivedByDevice(bytes.size()), bytes);
-}
-
-void TestSerialPort::emitsReceivedText_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("expected");
-
-    QTest::addRow("ASCII") << QByteArray("\r\n$ show") << text("\r\n$ show");
-    QTest::addRow("control characters") << QByteArray("a\rb\x11"
-                                                      "c\x13"
-                                                      "d\x03"
-                                                      "e\x7f")
-                                        << text("a\rb\x11"
-                                                "c\x13"
-                                                "d\x03"
-                                                "e\x7f");
-    QTest::addRow("up to the first NUL") << QByteArray("abc\0def\0g", 9) << text("abc");
-    QTest::addRow("a NUL first") << QByteArray("\0abc", 4) << QString();
-    QTest::addRow("the six letters, in UTF-8")
-        << QByteArray("\xc2\x84\xc2\x94\xc2\x8e\xc2\x99\xc2\x86\xc2\x8f") << sixLetters;
-    QTest::addRow("UTF-8") << QByteArray("\xc2\xb5g/m\xc2\xb3") << text("\u00b5g/m\u00b3");
-    QTest::addRow("half a letter")
-        << QByteArray("<\xc2") << QStringLiteral("<%1>").arg(QChar(0xfffd)).chopped(1);
-    QTest::addRow("bytes that are no UTF-8")
-        << QByteArray("<\x84>") << QStringLiteral("<%1>").arg(QChar(QChar::ReplacementCharacter));
-}
-
-void TestSerialPort::emitsReceivedText()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, expected);
-
-    QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
-    QVERIFY(m_device->write(bytes));
-    QTRY_COMPARE(dataReady.count(), 1);
-    QCOMPARE(dataReady.first().first().toString(), expected);
-}
-
-void TestSerialPort::emitsEachChunkSeparately()
-{
-    QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
-    QVERIFY(m_device->write(QByteArray("lost\0tail", 9)));
-    QTRY_COMPARE(dataReady.count(), 1);
-    QVERIFY(m_device->write("next"));
-    QTRY_COMPARE(dataReady.count(), 2);
-    QCOMPARE(received(dataReady), text("lostnext"));
-}
-
-void TestSerialPort::raisesNoSignalWhenTheDeviceHangsUp()
-{
-    QSignalSpy error(m_port.data(), &SerialPort::error);
-    QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
-    QVERIFY(m_device->write("last words"));
-    QTRY_COMPARE(received(dataReady), text("last words"));
-    m_device->hangUp();
-    QVERIFY(!error.wait(50));
-    QCOMPARE(received(dataReady), text("last words"));
-}
-
-void TestSerialPort::raisesNoSignalWhenAWriteFails()
-{
-    SerialPort port(text("ttyNone"), nullptr);
-    QSignalSpy error(&port, &SerialPort::error);
-    const char *complaint = "QIODevice::write (QSerialPort): device not open";
-    QTest::ignoreMessage(QtWarningMsg, complaint);
-    port.write(text("x"));
-    QTest::ignoreMessage(QtWarningMsg, complaint);
-    port.write(QByteArray("x"));
-    QCOMPARE(error.count(), 0);
-}
-
-void TestSerialPort::restoresTheSixLetters()
-{
-    const QString sentence = text("p\u00e4\u00f6\u00c4\u00d6\u00e5\u00c5\u00e9x");
-    QCOMPARE(DataParser::toDeviceText(sentence),
-             text("p\u0084\u0094\u008e\u0099\u0086\u008f\u00e9x"));
-    QCOMPARE(DataParser::fromDeviceText(DataParser::toDeviceText(sentence)), sentence);
-}
-
-void TestSerialPort::survivesItsReplacementInsideItsSignal_data()
-{
-    QTest::addColumn<bool>("inNestedLoop");
-    QTest::addRow("directly") << false;
-    QTest::addRow("in a nested event loop, as of a message box") << true;
-}
-
-// QSerialPort writes to its members after readyRead(), so it must outlive the transport.
-void TestSerialPort::survivesItsReplacementInsideItsSignal()
-{
-    QFETCH(bool, inNestedLoop);
-
-    // The notifier of the open port is the child of the transport's QSerialPort.
-    class NotifierFinder : public QObject
-    {
-    public:
-        QPointer<QObject> port;
-
-    protected:
-        bool eventFilter(QObject *object, QEvent *event) override
-        {
-            if (event->type() == QEvent::SockAct && object->inherits("QSocketNotifier")
-                && qobject_cast<QSerialPort *>(object->parent())) {
-                port = object->parent();
-            }
-            return false;
-        }
-    } finder;
-    QCoreApplication::instance()->installEventFilter(&finder);
-
-    SerialPortQueue queue;
-    queue.setSerialPort(QSharedPointer<SerialPortInterface>(m_port.take()));
-    bool wasReplaced = false;
-    bool outlivesTransport = false;
-    connect(&queue, &SerialPortQueue::jobFinished, &queue, [&] {
-        const auto replace = [&] {
-            const QWeakPointer<SerialPortInterface> replaced = queue.serialPort();
-            queue.setSerialPort(
-                QSharedPointer<SerialPortInterface>(new SerialPort(m_device->path(), nullptr)));
-            wasReplaced = replaced.isNull();
-        };
-        if (inNestedLoop) {
-            QEventLoop loop;
-            QTimer::singleShot(0, &loop, [&] {
-                replace();
-                QTimer::singleShot(0, &loop, &QEventLoop::quit);
-            });
-            loop.exec();
-        } else {
-            replace();
-        }
-        outlivesTransport = !finder.port.isNull();
-    });
-    queue.addJob(QSharedPointer<SerialPortJobInterface>(
-        new SerialPortJobConnect(queue.serialPort().data())));
-    QVERIFY(m_device->write("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$ "));
-    QTRY_VERIFY(wasReplaced);
-    QVERIFY(outlivesTransport);
-    QTRY_VERIFY(finder.port.isNull());
-    expectOpening(queue.portName(), "Port opened!");
-    QVERIFY(queue.open());
-}
 
 KV_TEST_CORE_MAIN(TestSerialPort)
 #include "tst_serialport.moc"

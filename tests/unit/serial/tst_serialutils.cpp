@@ -11,35 +11,33 @@ class TestSerialUtils : public QObject
     Q_OBJECT
 
 private slots:
-    void registersEachTypeOnceAndInOrder();
+    void registersEachTypeOnceAndInOrder()
+    {
+        const QVector<const char *> names = {"SerialPortActionType", "SerialPortValueType",
+                                             "SerialPortJobType", "QVector<LogValue>"};
+        for (const char *name : names) {
+            QCOMPARE(QMetaType::type(name), int(QMetaType::UnknownType));
+        }
+
+        registerSerialMetaTypes();
+        QVector<int> ids;
+        for (const char *name : names) {
+            ids.append(QMetaType::type(name));
+            QVERIFY(QMetaType::isRegistered(ids.last()));
+        }
+        QVERIFY(ids.at(0) < ids.at(1));
+        QVERIFY(ids.at(1) < ids.at(2));
+        QCOMPARE(ids.at(3), qMetaTypeId<QVector<LogValue>>());
+        QCOMPARE(ids.at(0), qMetaTypeId<SerialPortActionType>());
+        QCOMPARE(ids.at(1), qMetaTypeId<SerialPortValueType>());
+        QCOMPARE(ids.at(2), qMetaTypeId<SerialPortJobType>());
+
+        registerSerialMetaTypes();
+        for (int index = 0; index < names.size(); ++index) {
+            QCOMPARE(QMetaType::type(names.at(index)), ids.at(index));
+        }
+    }
 };
-
-void TestSerialUtils::registersEachTypeOnceAndInOrder()
-{
-    const QVector<const char *> names = {"SerialPortActionType", "SerialPortValueType",
-                                         "SerialPortJobType", "QVector<LogValue>"};
-    for (const char *name : names) {
-        QCOMPARE(QMetaType::type(name), int(QMetaType::UnknownType));
-    }
-
-    registerSerialMetaTypes();
-    QVector<int> ids;
-    for (const char *name : names) {
-        ids.append(QMetaType::type(name));
-        QVERIFY(QMetaType::isRegistered(ids.last()));
-    }
-    QVERIFY(ids.at(0) < ids.at(1));
-    QVERIFY(ids.at(1) < ids.at(2));
-    QCOMPARE(ids.at(3), qMetaTypeId<QVector<LogValue>>());
-    QCOMPARE(ids.at(0), qMetaTypeId<SerialPortActionType>());
-    QCOMPARE(ids.at(1), qMetaTypeId<SerialPortValueType>());
-    QCOMPARE(ids.at(2), qMetaTypeId<SerialPortJobType>());
-
-    registerSerialMetaTypes();
-    for (int index = 0; index < names.size(); ++index) {
-        QCOMPARE(QMetaType::type(names.at(index)), ids.at(index));
-    }
-}
 
 KV_TEST_CORE_MAIN(TestSerialUtils)
 #include "tst_serialutils.moc"
