@@ -20,10 +20,7 @@ struct NumberOption
     int maximum;
 };
 
-QString text(const char *latin1)
-{
-    return QString::fromLatin1(latin1);
-}
+QString text(const char *latin1) { return QString::fromLatin1(latin1); }
 
 QString description()
 {

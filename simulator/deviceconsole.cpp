@@ -21,10 +21,7 @@ bool optionNumber(const QByteArray &arguments, const QByteArray &option, int &nu
     return ok;
 }
 
-QString dateText()
-{
-    return QString::fromLatin1(dateFormat);
-}
+QString dateText() { return QString::fromLatin1(dateFormat); }
 
 } // namespace
 

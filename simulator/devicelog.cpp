@@ -34,25 +34,13 @@ void DeviceLog::fill(int count, const QDateTime &end, int intervalS)
     m_intervalS = intervalS;
 }
 
-int DeviceLog::count() const
-{
-    return m_count;
-}
+int DeviceLog::count() const { return m_count; }
 
-QDateTime DeviceLog::end() const
-{
-    return m_end;
-}
+QDateTime DeviceLog::end() const { return m_end; }
 
-int DeviceLog::intervalS() const
-{
-    return m_intervalS;
-}
+int DeviceLog::intervalS() const { return m_intervalS; }
 
-void DeviceLog::erase()
-{
-    m_count = 0;
-}
+void DeviceLog::erase() { m_count = 0; }
 
 QByteArray DeviceLog::record(int index) const
 {

@@ -10,10 +10,7 @@ namespace {
 
 constexpr int realDecimals = 3;
 
-QByteArray header(const DeviceModel &model)
-{
-    return QByteArray("settings of ") + model.name;
-}
+QByteArray header(const DeviceModel &model) { return QByteArray("settings of ") + model.name; }
 
 QByteArray realText(double value)
 {
@@ -35,10 +32,7 @@ DeviceSettings::DeviceSettings(const DeviceModel &model)
     loadFactoryValues();
 }
 
-bool DeviceSettings::contains(const QByteArray &name) const
-{
-    return indexOf(name) >= 0;
-}
+bool DeviceSettings::contains(const QByteArray &name) const { return indexOf(name) >= 0; }
 
 QByteArray DeviceSettings::value(const QByteArray &name) const
 {

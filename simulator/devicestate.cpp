@@ -84,10 +84,7 @@ void DeviceState::setClock(const QDateTime &time)
     changed();
 }
 
-bool DeviceState::isWarm() const
-{
-    return m_sinceBoot.elapsed() >= m_options.warmUpMs;
-}
+bool DeviceState::isWarm() const { return m_sinceBoot.elapsed() >= m_options.warmUpMs; }
 
 bool DeviceState::value(const QByteArray &name, QByteArray &value) const
 {

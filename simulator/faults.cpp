@@ -121,10 +121,7 @@ bool Faults::add(const QByteArray &text, QByteArray &error)
     return true;
 }
 
-void Faults::clear()
-{
-    m_faults.clear();
-}
+void Faults::clear() { m_faults.clear(); }
 
 void Faults::beginExchange(const QByteArray &command)
 {

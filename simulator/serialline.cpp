@@ -31,10 +31,7 @@ SerialLine::SerialLine(int rate, QObject *parent)
     connect(&m_terminal, &PseudoTerminal::received, this, &SerialLine::onReceived);
 }
 
-bool SerialLine::open(QString &error)
-{
-    return m_terminal.open(error);
-}
+bool SerialLine::open(QString &error) { return m_terminal.open(error); }
 
 void SerialLine::send(const QByteArray &bytes, Delivery delivery, int gapMs)
 {

@@ -45,10 +45,7 @@ bool SimulatedTransmitter::open(QString &error)
     return m_options.link.isEmpty() || setLink(error);
 }
 
-void SimulatedTransmitter::hangUp()
-{
-    m_line.hangUp();
-}
+void SimulatedTransmitter::hangUp() { m_line.hangUp(); }
 
 bool SimulatedTransmitter::setLink(QString &error)
 {

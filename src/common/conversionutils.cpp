@@ -10,10 +10,7 @@ constexpr double fahrenheitAtZeroCelsius = 32.0;
 
 } // namespace
 
-double ConversionUtils::multiply(double value, double factor)
-{
-    return value * factor;
-}
+double ConversionUtils::multiply(double value, double factor) { return value * factor; }
 
 double ConversionUtils::celsiusToFahrenheit(double celsius)
 {

@@ -11,10 +11,7 @@ Graph::Graph(QWidget *parent)
     layout->addWidget(&m_graphQt);
 }
 
-void Graph::beginUpdate()
-{
-    m_graphQt.beginUpdate();
-}
+void Graph::beginUpdate() { m_graphQt.beginUpdate(); }
 
 void Graph::setTimeRange(const QDateTime &from, const QDateTime &to)
 {
@@ -26,17 +23,8 @@ void Graph::setValueRange(double minimum, double maximum)
     m_graphQt.setValueRange(minimum, maximum);
 }
 
-void Graph::clear()
-{
-    m_graphQt.clear();
-}
+void Graph::clear() { m_graphQt.clear(); }
 
-void Graph::addSeries(const GraphSeries &series)
-{
-    m_graphQt.addSeries(series);
-}
+void Graph::addSeries(const GraphSeries &series) { m_graphQt.addSeries(series); }
 
-void Graph::endUpdate()
-{
-    m_graphQt.endUpdate();
-}
+void Graph::endUpdate() { m_graphQt.endUpdate(); }

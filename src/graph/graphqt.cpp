@@ -51,10 +51,7 @@ GraphQt::GraphQt(QWidget *parent)
     setFocusPolicy(Qt::NoFocus);
 }
 
-GraphQt::~GraphQt()
-{
-    destroyChart(m_chart);
-}
+GraphQt::~GraphQt() { destroyChart(m_chart); }
 
 void GraphQt::beginUpdate() { }
 

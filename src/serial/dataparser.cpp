@@ -211,15 +211,9 @@ bool DataParser::parseLogCount(const QString &text, int &count)
     return matches(text, logCountReply, rx) && parseInt(rx.cap(1), count);
 }
 
-bool DataParser::isNoLogOption(const QString &text)
-{
-    return matches(text, noLogOptionReply);
-}
+bool DataParser::isNoLogOption(const QString &text) { return matches(text, noLogOptionReply); }
 
-bool DataParser::isLogErased(const QString &text)
-{
-    return matches(text, logErasedReply);
-}
+bool DataParser::isLogErased(const QString &text) { return matches(text, logErasedReply); }
 
 DataParserResult DataParser::parseLogTitles(const QString &text, QStringList &titles)
 {
@@ -313,10 +307,7 @@ bool DataParser::isFirmwareBlockRejected(const QString &text)
     return matches(text, firmwareBlockRejectedReply);
 }
 
-bool DataParser::isFirmwareDone(const QString &text)
-{
-    return matches(text, firmwareDoneReply);
-}
+bool DataParser::isFirmwareDone(const QString &text) { return matches(text, firmwareDoneReply); }
 
 bool DataParser::parseShowList(const QString &text, ListItem &item)
 {
@@ -437,10 +428,7 @@ bool DataParser::parseLogRecord(const QString &text, QDateTime &time, QVector<do
     return true;
 }
 
-QStringList DataParser::splitLogFields(const QString &text)
-{
-    return text.split(QLatin1Char(','));
-}
+QStringList DataParser::splitLogFields(const QString &text) { return text.split(QLatin1Char(',')); }
 
 bool DataParser::crcMatches(const QString &text, unsigned expected)
 {

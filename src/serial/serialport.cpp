@@ -27,15 +27,9 @@ SerialPort::~SerialPort()
     }
 }
 
-void SerialPort::write(QString text)
-{
-    m_port->write(DataParser::toDeviceText(text).toLatin1());
-}
+void SerialPort::write(QString text) { m_port->write(DataParser::toDeviceText(text).toLatin1()); }
 
-void SerialPort::write(QByteArray data)
-{
-    m_port->write(data);
-}
+void SerialPort::write(QByteArray data) { m_port->write(data); }
 
 bool SerialPort::open()
 {
@@ -50,25 +44,13 @@ bool SerialPort::open()
     return false;
 }
 
-void SerialPort::close()
-{
-    m_port->close();
-}
+void SerialPort::close() { m_port->close(); }
 
-void SerialPort::flush()
-{
-    m_port->flush();
-}
+void SerialPort::flush() { m_port->flush(); }
 
-QString SerialPort::portName()
-{
-    return m_port->portName();
-}
+QString SerialPort::portName() { return m_port->portName(); }
 
-bool SerialPort::isOpen()
-{
-    return m_port->isOpen();
-}
+bool SerialPort::isOpen() { return m_port->isOpen(); }
 
 void SerialPort::onReadyRead()
 {

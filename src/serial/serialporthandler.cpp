@@ -45,10 +45,7 @@ int truncateToInt(double value)
 }
 
 // Blocks 0 to 1023: the last one begins before the last byte.
-constexpr bool isEepromBlock(int block)
-{
-    return block * eepromBlockSize <= eepromLastByte;
-}
+constexpr bool isEepromBlock(int block) { return block * eepromBlockSize <= eepromLastByte; }
 
 } // namespace
 
@@ -127,10 +124,7 @@ void SerialPortHandler::readValues(const QStringList &names)
     }
 }
 
-void SerialPortHandler::readMeasurements()
-{
-    addJobIfConnected<SerialPortJobReadMeasurements>();
-}
+void SerialPortHandler::readMeasurements() { addJobIfConnected<SerialPortJobReadMeasurements>(); }
 
 void SerialPortHandler::setValue(const QString &name, const QString &value)
 {
@@ -158,20 +152,11 @@ void SerialPortHandler::setValues(const QString &text)
     setValues(lines.split(QLatin1Char('\n')));
 }
 
-void SerialPortHandler::clearJobs()
-{
-    m_queue->clear();
-}
+void SerialPortHandler::clearJobs() { m_queue->clear(); }
 
-void SerialPortHandler::disconnectFromDevice()
-{
-    m_queue->close();
-}
+void SerialPortHandler::disconnectFromDevice() { m_queue->close(); }
 
-QString SerialPortHandler::portName()
-{
-    return m_queue->portName();
-}
+QString SerialPortHandler::portName() { return m_queue->portName(); }
 
 void SerialPortHandler::readLog()
 {
@@ -183,10 +168,7 @@ void SerialPortHandler::readLog()
     addJobIfConnected<SerialPortJobReadLog>();
 }
 
-void SerialPortHandler::writeToEeprom()
-{
-    addJobIfConnected<SerialPortJobWriteToEeprom>();
-}
+void SerialPortHandler::writeToEeprom() { addJobIfConnected<SerialPortJobWriteToEeprom>(); }
 
 void SerialPortHandler::cancelLogRead()
 {
@@ -194,25 +176,16 @@ void SerialPortHandler::cancelLogRead()
     resetLogData();
 }
 
-void SerialPortHandler::eraseLog()
-{
-    addJobIfConnected<SerialPortJobEraseLog>();
-}
+void SerialPortHandler::eraseLog() { addJobIfConnected<SerialPortJobEraseLog>(); }
 
 void SerialPortHandler::setDate(const QDateTime &date)
 {
     addJobIfConnected<SerialPortJobSetDate>(date);
 }
 
-void SerialPortHandler::readDate()
-{
-    addJobIfConnected<SerialPortJobReadDate>();
-}
+void SerialPortHandler::readDate() { addJobIfConnected<SerialPortJobReadDate>(); }
 
-void SerialPortHandler::readModel()
-{
-    addJobIfConnected<SerialPortJobReadModel>();
-}
+void SerialPortHandler::readModel() { addJobIfConnected<SerialPortJobReadModel>(); }
 
 bool SerialPortHandler::openPort()
 {
@@ -224,15 +197,9 @@ bool SerialPortHandler::openPort()
     return false;
 }
 
-bool SerialPortHandler::isConnected()
-{
-    return m_connected;
-}
+bool SerialPortHandler::isConnected() { return m_connected; }
 
-void SerialPortHandler::factoryReset()
-{
-    addJobIfConnected<SerialPortJobFactoryReset>();
-}
+void SerialPortHandler::factoryReset() { addJobIfConnected<SerialPortJobFactoryReset>(); }
 
 void SerialPortHandler::reboot()
 {
@@ -335,10 +302,7 @@ void SerialPortHandler::onJobFinished(SerialPortJobType type)
     }
 }
 
-void SerialPortHandler::onWriteToEeprom()
-{
-    writeToEeprom();
-}
+void SerialPortHandler::onWriteToEeprom() { writeToEeprom(); }
 
 void SerialPortHandler::onJobFailed(SerialPortJobType type)
 {

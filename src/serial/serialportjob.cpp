@@ -21,10 +21,7 @@ SerialPortJob::SerialPortJob(SerialPortInterface *port, SerialPortJobType type, 
     connect(&m_timer, &QTimer::timeout, this, &SerialPortJob::onTimeOut);
 }
 
-SerialPortJob::~SerialPortJob()
-{
-    SerialPortJob::stop();
-}
+SerialPortJob::~SerialPortJob() { SerialPortJob::stop(); }
 
 void SerialPortJob::start()
 {
@@ -65,30 +62,15 @@ bool SerialPortJob::restart()
     return true;
 }
 
-SerialPortJobType SerialPortJob::type()
-{
-    return m_type;
-}
+SerialPortJobType SerialPortJob::type() { return m_type; }
 
-void SerialPortJob::setTimeout(int ms)
-{
-    m_timer.setInterval(ms);
-}
+void SerialPortJob::setTimeout(int ms) { m_timer.setInterval(ms); }
 
-int SerialPortJob::timeout()
-{
-    return m_timer.interval();
-}
+int SerialPortJob::timeout() { return m_timer.interval(); }
 
-bool SerialPortJob::isRunning()
-{
-    return m_running;
-}
+bool SerialPortJob::isRunning() { return m_running; }
 
-bool SerialPortJob::canRestart()
-{
-    return true;
-}
+bool SerialPortJob::canRestart() { return true; }
 
 void SerialPortJob::dataReady(QString data)
 {
@@ -110,10 +92,7 @@ void SerialPortJob::onTimeOut()
     emit timedOut();
 }
 
-void SerialPortJob::fail()
-{
-    emit failed(type());
-}
+void SerialPortJob::fail() { emit failed(type()); }
 
 void SerialPortJob::write(const QString &text)
 {

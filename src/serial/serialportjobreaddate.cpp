@@ -8,10 +8,7 @@ SerialPortJobReadDate::SerialPortJobReadDate(SerialPortInterface *port, QObject 
 {
 }
 
-void SerialPortJobReadDate::sendCommand()
-{
-    write(QStringLiteral("\r\ndate\r\n"));
-}
+void SerialPortJobReadDate::sendCommand() { write(QStringLiteral("\r\ndate\r\n")); }
 
 void SerialPortJobReadDate::parseData(QString buffer)
 {

@@ -8,10 +8,7 @@ SerialPortJobReadLog::SerialPortJobReadLog(SerialPortInterface *port, QObject *p
 {
 }
 
-void SerialPortJobReadLog::sendCommand()
-{
-    write(QStringLiteral("\r\nlog --count\r\n"));
-}
+void SerialPortJobReadLog::sendCommand() { write(QStringLiteral("\r\nlog --count\r\n")); }
 
 void SerialPortJobReadLog::parseData(QString buffer)
 {

@@ -9,10 +9,7 @@ SerialPortJobReadMeasurements::SerialPortJobReadMeasurements(SerialPortInterface
 {
 }
 
-void SerialPortJobReadMeasurements::sendCommand()
-{
-    write(QStringLiteral("\r\nshow meas\r\n"));
-}
+void SerialPortJobReadMeasurements::sendCommand() { write(QStringLiteral("\r\nshow meas\r\n")); }
 
 void SerialPortJobReadMeasurements::parseData(QString buffer)
 {

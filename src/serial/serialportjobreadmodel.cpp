@@ -8,10 +8,7 @@ SerialPortJobReadModel::SerialPortJobReadModel(SerialPortInterface *port, QObjec
 {
 }
 
-void SerialPortJobReadModel::sendCommand()
-{
-    write(QStringLiteral("\r\nshow unit\r\n"));
-}
+void SerialPortJobReadModel::sendCommand() { write(QStringLiteral("\r\nshow unit\r\n")); }
 
 void SerialPortJobReadModel::parseData(QString buffer)
 {

@@ -10,10 +10,7 @@ SerialPortJobReadValue::SerialPortJobReadValue(SerialPortInterface *port, const 
 {
 }
 
-void SerialPortJobReadValue::sendCommand()
-{
-    write(QStringLiteral("\r\nshow %1\r\n").arg(m_name));
-}
+void SerialPortJobReadValue::sendCommand() { write(QStringLiteral("\r\nshow %1\r\n").arg(m_name)); }
 
 void SerialPortJobReadValue::parseData(QString buffer)
 {

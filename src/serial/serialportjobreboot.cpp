@@ -17,10 +17,7 @@ SerialPortJobReboot::SerialPortJobReboot(SerialPortInterface *port, RebootMode m
     setTimeout(rebootTimeoutMs);
 }
 
-void SerialPortJobReboot::sendCommand()
-{
-    write(QStringLiteral("reboot --really\r\n"));
-}
+void SerialPortJobReboot::sendCommand() { write(QStringLiteral("reboot --really\r\n")); }
 
 void SerialPortJobReboot::parseData(QString buffer)
 {

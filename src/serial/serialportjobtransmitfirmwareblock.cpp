@@ -21,15 +21,9 @@ SerialPortJobTransmitFirmwareBlock::SerialPortJobTransmitFirmwareBlock(SerialPor
     setTimeout(blockTimeoutMs);
 }
 
-bool SerialPortJobTransmitFirmwareBlock::canRestart()
-{
-    return false;
-}
+bool SerialPortJobTransmitFirmwareBlock::canRestart() { return false; }
 
-void SerialPortJobTransmitFirmwareBlock::sendCommand()
-{
-    write(m_block);
-}
+void SerialPortJobTransmitFirmwareBlock::sendCommand() { write(m_block); }
 
 void SerialPortJobTransmitFirmwareBlock::parseData(QString buffer)
 {

@@ -43,15 +43,9 @@ void SerialPortQueue::close()
     }
 }
 
-bool SerialPortQueue::open()
-{
-    return m_port->isOpen() || m_port->open();
-}
+bool SerialPortQueue::open() { return m_port->isOpen() || m_port->open(); }
 
-QString SerialPortQueue::portName()
-{
-    return m_port ? m_port->portName() : QString();
-}
+QString SerialPortQueue::portName() { return m_port ? m_port->portName() : QString(); }
 
 void SerialPortQueue::addJob(QSharedPointer<SerialPortJobInterface> job)
 {
@@ -66,10 +60,7 @@ void SerialPortQueue::addJob(QSharedPointer<SerialPortJobInterface> job)
     m_queue.enqueue(job);
 }
 
-QSharedPointer<SerialPortInterface> SerialPortQueue::serialPort()
-{
-    return m_port;
-}
+QSharedPointer<SerialPortInterface> SerialPortQueue::serialPort() { return m_port; }
 
 bool SerialPortQueue::hasJob(SerialPortJobType type)
 {
@@ -87,10 +78,7 @@ void SerialPortQueue::removeJobs(SerialPortJobType type)
     }
 }
 
-QSharedPointer<SerialPortJobInterface> SerialPortQueue::currentJob()
-{
-    return m_current;
-}
+QSharedPointer<SerialPortJobInterface> SerialPortQueue::currentJob() { return m_current; }
 
 QVector<QSharedPointer<SerialPortJobInterface>> SerialPortQueue::jobs()
 {

@@ -16,10 +16,7 @@ LocalStorageHandler::LocalStorageHandler(LocalStorage *localStorage)
 {
 }
 
-bool LocalStorageHandler::open(const QString &path)
-{
-    return m_localStorage->open(path);
-}
+bool LocalStorageHandler::open(const QString &path) { return m_localStorage->open(path); }
 
 void LocalStorageHandler::setDevice(const DeviceDetails &details)
 {
@@ -47,10 +44,7 @@ void LocalStorageHandler::addMeasurements(const MeasurementMetadata &metadata,
     m_localStorage->addMeasurementValues(measurementId, values);
 }
 
-LocalStorage *LocalStorageHandler::localStorage()
-{
-    return m_localStorage;
-}
+LocalStorage *LocalStorageHandler::localStorage() { return m_localStorage; }
 
 QVector<StoredMeasurement> LocalStorageHandler::measurements(const QDateTime &from,
                                                              const QDateTime &to, unsigned deviceId)
@@ -58,7 +52,4 @@ QVector<StoredMeasurement> LocalStorageHandler::measurements(const QDateTime &fr
     return m_localStorage->measurements(from, to, deviceId);
 }
 
-bool LocalStorageHandler::hasDevice()
-{
-    return m_deviceId != noId;
-}
+bool LocalStorageHandler::hasDevice() { return m_deviceId != noId; }

@@ -97,15 +97,9 @@ struct MetadataRow
     MeasurementState state;
 };
 
-bool hasSmallerId(const MetadataRow &row, unsigned id)
-{
-    return row.id < id;
-}
+bool hasSmallerId(const MetadataRow &row, unsigned id) { return row.id < id; }
 
-qlonglong toStoredTime(const QDateTime &time)
-{
-    return time.toUTC().toMSecsSinceEpoch();
-}
+qlonglong toStoredTime(const QDateTime &time) { return time.toUTC().toMSecsSinceEpoch(); }
 
 QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement)
 {
@@ -129,10 +123,7 @@ bool execute(QSqlQuery &query, const Statement &statement)
     return execute(query, QString(QLatin1String(statement.context)));
 }
 
-unsigned insertedId(const QSqlQuery &query)
-{
-    return query.lastInsertId().toUInt();
-}
+unsigned insertedId(const QSqlQuery &query) { return query.lastInsertId().toUInt(); }
 
 QVector<MetadataRow> readMetadataRows(QSqlQuery &query)
 {
@@ -183,10 +174,7 @@ LocalStorageSqlite::LocalStorageSqlite()
 {
 }
 
-LocalStorageSqlite::~LocalStorageSqlite()
-{
-    m_database.close();
-}
+LocalStorageSqlite::~LocalStorageSqlite() { m_database.close(); }
 
 bool LocalStorageSqlite::open(const QString &path)
 {
@@ -204,10 +192,7 @@ bool LocalStorageSqlite::open(const QString &path)
     return readTypeIds();
 }
 
-void LocalStorageSqlite::close()
-{
-    m_database.close();
-}
+void LocalStorageSqlite::close() { m_database.close(); }
 
 bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
 {

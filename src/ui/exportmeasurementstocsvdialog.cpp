@@ -98,15 +98,9 @@ QStringList ExportMeasurementsToCsvDialog::deviceSerialNumbers()
     return serialNumbers;
 }
 
-void ExportMeasurementsToCsvDialog::setFileName(const QString &fileName)
-{
-    m_fileName = fileName;
-}
+void ExportMeasurementsToCsvDialog::setFileName(const QString &fileName) { m_fileName = fileName; }
 
-QString ExportMeasurementsToCsvDialog::fileName()
-{
-    return m_fileName;
-}
+QString ExportMeasurementsToCsvDialog::fileName() { return m_fileName; }
 
 void ExportMeasurementsToCsvDialog::onDeviceChanged(int)
 {

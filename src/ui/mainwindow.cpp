@@ -125,15 +125,9 @@ void MainWindow::connectWidgets()
     onClick(m_ui->backupEepromButton, &MainWindow::backupEepromClicked);
 }
 
-void MainWindow::closeWaitDialog()
-{
-    m_waitDialog.close();
-}
+void MainWindow::closeWaitDialog() { m_waitDialog.close(); }
 
-void MainWindow::setReadLogEnabled(bool enabled)
-{
-    m_ui->readLogButton->setEnabled(enabled);
-}
+void MainWindow::setReadLogEnabled(bool enabled) { m_ui->readLogButton->setEnabled(enabled); }
 
 void MainWindow::showMessageBox(QMessageBox::Icon icon, const QString &text)
 {
@@ -166,15 +160,9 @@ QString MainWindow::selectDirectory(const QString &caption, const QString &path)
     return QFileDialog::getExistingDirectory(this, caption, path, QFileDialog::DontUseNativeDialog);
 }
 
-void MainWindow::setHwVersion(const QString &version)
-{
-    m_ui->hwVersion->setText(version);
-}
+void MainWindow::setHwVersion(const QString &version) { m_ui->hwVersion->setText(version); }
 
-void MainWindow::setSwVersion(const QString &version)
-{
-    m_ui->swVersion->setText(version);
-}
+void MainWindow::setSwVersion(const QString &version) { m_ui->swVersion->setText(version); }
 
 void MainWindow::setSerialNumber(const QString &serialNumber)
 {
@@ -208,10 +196,7 @@ void MainWindow::addMeasurement(const MeasurementMetadata &,
     m_graph.refresh();
 }
 
-QStringList MainWindow::configurationNames()
-{
-    return m_ui->configuration->configurationNames();
-}
+QStringList MainWindow::configurationNames() { return m_ui->configuration->configurationNames(); }
 
 void MainWindow::closeAll()
 {
@@ -262,10 +247,7 @@ void MainWindow::addPort(const QString &label, const QString &location)
     m_ui->serialPorts->addItem(label, location);
 }
 
-void MainWindow::selectPortIndex(int index)
-{
-    m_ui->serialPorts->setCurrentIndex(index);
-}
+void MainWindow::selectPortIndex(int index) { m_ui->serialPorts->setCurrentIndex(index); }
 
 void MainWindow::refreshPorts(const QString &preferredPort)
 {
@@ -321,10 +303,7 @@ void MainWindow::setTemperatureUnitIndex(int index)
     emit temperatureUnitIndexChanged(index);
 }
 
-void MainWindow::setConnectEnabled(bool enabled)
-{
-    m_ui->connectButton->setDisabled(!enabled);
-}
+void MainWindow::setConnectEnabled(bool enabled) { m_ui->connectButton->setDisabled(!enabled); }
 
 void MainWindow::showProgressWaitDialog(WaitDialogReason reason, const QString &text)
 {
@@ -363,10 +342,7 @@ int MainWindow::execMessageBox(QMessageBox::Icon icon, const QString &title, con
     return box.exec();
 }
 
-void MainWindow::setWaitDialogProgress(int percentage)
-{
-    m_waitDialog.progress(percentage);
-}
+void MainWindow::setWaitDialogProgress(int percentage) { m_waitDialog.progress(percentage); }
 
 bool MainWindow::showExportDialog(const DeviceDetails &device, LocalStorage *storage,
                                   const QVector<MeasurementItem> &items, ExportSelection *selection)
@@ -447,20 +423,11 @@ void MainWindow::closeEvent(QCloseEvent *event)
     QWidget::closeEvent(event);
 }
 
-void MainWindow::onConnectClicked()
-{
-    emit connectClicked(selectedPort());
-}
+void MainWindow::onConnectClicked() { emit connectClicked(selectedPort()); }
 
-void MainWindow::onPollutantUnitChanged(int index)
-{
-    emit pollutantUnitIndexChanged(index);
-}
+void MainWindow::onPollutantUnitChanged(int index) { emit pollutantUnitIndexChanged(index); }
 
-void MainWindow::onTemperatureUnitChanged(int index)
-{
-    emit temperatureUnitIndexChanged(index);
-}
+void MainWindow::onTemperatureUnitChanged(int index) { emit temperatureUnitIndexChanged(index); }
 
 void MainWindow::onDeviceClockTimer()
 {
@@ -468,7 +435,4 @@ void MainWindow::onDeviceClockTimer()
     clock->setDateTime(clock->dateTime().addSecs(1));
 }
 
-void MainWindow::onWaitDialogCancelled()
-{
-    emit waitDialogCancelled(m_waitDialogReason);
-}
+void MainWindow::onWaitDialogCancelled() { emit waitDialogCancelled(m_waitDialogReason); }

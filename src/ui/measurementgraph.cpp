@@ -142,15 +142,9 @@ void MeasurementGraph::setToDate(const QDateTime &date)
     m_ui->toDateTimeEdit->setDateTime(date.toLocalTime());
 }
 
-void MeasurementGraph::setMinimumValue(double value)
-{
-    m_ui->graphMinimumSpinBox->setValue(value);
-}
+void MeasurementGraph::setMinimumValue(double value) { m_ui->graphMinimumSpinBox->setValue(value); }
 
-void MeasurementGraph::setMaximumValue(double value)
-{
-    m_ui->graphMaximumSpinBox->setValue(value);
-}
+void MeasurementGraph::setMaximumValue(double value) { m_ui->graphMaximumSpinBox->setValue(value); }
 
 void MeasurementGraph::setManualRange(bool manual)
 {
@@ -326,30 +320,18 @@ QDateTime MeasurementGraph::toDate()
     return m_ui->toDateTimeEdit->dateTime().toTimeSpec(Qt::UTC);
 }
 
-QStringList MeasurementGraph::selectedMeasurements()
-{
-    return m_selectedMeasurements;
-}
+QStringList MeasurementGraph::selectedMeasurements() { return m_selectedMeasurements; }
 
-double MeasurementGraph::minimumValue()
-{
-    return m_ui->graphMinimumSpinBox->value();
-}
+double MeasurementGraph::minimumValue() { return m_ui->graphMinimumSpinBox->value(); }
 
-double MeasurementGraph::maximumValue()
-{
-    return m_ui->graphMaximumSpinBox->value();
-}
+double MeasurementGraph::maximumValue() { return m_ui->graphMaximumSpinBox->value(); }
 
 bool MeasurementGraph::manualRange()
 {
     return m_ui->enableSettingsMinMaxForGraphcheckBox->isChecked();
 }
 
-bool MeasurementGraph::showLatest()
-{
-    return m_ui->showLatestCheckBox->isChecked();
-}
+bool MeasurementGraph::showLatest() { return m_ui->showLatestCheckBox->isChecked(); }
 
 void MeasurementGraph::onDateChanged()
 {

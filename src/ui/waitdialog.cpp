@@ -31,15 +31,9 @@ void WaitDialog::showDialog(const QString &text, bool showProgress)
     }
 }
 
-void WaitDialog::progress(int progress)
-{
-    m_ui->progressBar->setValue(progress);
-}
+void WaitDialog::progress(int progress) { m_ui->progressBar->setValue(progress); }
 
-void WaitDialog::finished()
-{
-    close();
-}
+void WaitDialog::finished() { close(); }
 
 void WaitDialog::closeEvent(QCloseEvent *)
 {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // kvtool-check-settings: reports what the tool makes of a settings.xml.
 #include "common/measurementtypeutils.h"
-#include "main/settingsremarks.h"
-#include "main/settingswalk.h"
+#include "tools/checksettings/settingsreader.h"
+#include "tools/checksettings/settingsremarks.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QCoreApplication>
@@ -86,13 +86,13 @@ QString measurementText(const MeasurementItem &item, const QString &type)
 }
 
 void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoaded,
-                  const SettingsWalk &walk, const QString &path)
+                  const SettingsReader &reader, const QString &path)
 {
     if (!isLoaded || models.isEmpty()) {
         out() << "The tool would refuse this file: \"Failed to load configuration from file "
               << QFileInfo(path).fileName() << "\".\n";
-        if (!walk.refusal().text.isEmpty()) {
-            out() << "  line " << walk.refusal().line << ": " << walk.refusal().text << '\n';
+        if (!reader.refusal().text.isEmpty()) {
+            out() << "  line " << reader.refusal().line << ": " << reader.refusal().text << '\n';
         } else if (models.isEmpty()) {
             out() << "  It contains no model.\n";
         }
@@ -110,10 +110,10 @@ void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoade
     for (const QString &line : loggedLines()) {
         out() << "  It logs: " << line << '\n';
     }
-    if (!walk.xmlError().text.isEmpty()) {
+    if (!reader.xmlError().text.isEmpty()) {
         out()
-            << "\nThe XML is broken at line " << walk.xmlError().line << ": "
-            << walk.xmlError().text
+            << "\nThe XML is broken at line " << reader.xmlError().line << ": "
+            << reader.xmlError().text
             << "\nThe tool reports nothing about it; for the tool, all open elements end there.\n";
     }
 }
@@ -148,11 +148,11 @@ void printRemarks(const char *title, const QVector<SettingsRemark> &remarks, int
     }
 }
 
-/// Whether @p walk has found the same models as the loader.
-bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsWalk &walk)
+/// Whether @p reader has found the same models as the loader.
+bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsReader &reader)
 {
-    return models.keys() == walk.models().keys()
-        && std::equal(models.begin(), models.end(), walk.models().begin(),
+    return models.keys() == reader.models().keys()
+        && std::equal(models.begin(), models.end(), reader.models().begin(),
                       [](const DeviceConfiguration &model, const SettingsModelTags &tags) {
                           return model.configurationItems.size() == tags.settings.size()
                               && model.measurementItems.size() == tags.measurements.size();
@@ -171,25 +171,25 @@ ExitCode check(const QString &path)
               << path << '\n';
         return FileIsNotWhole;
     }
-    const SettingsWalk walk(&file);
+    const SettingsReader reader(&file);
 
     QMap<QString, DeviceConfiguration> models;
     qInstallMessageHandler(recordLoggedLine);
     const bool isLoaded = ConfigurationLoader().load(models, path);
     qInstallMessageHandler(nullptr);
 
-    printVerdict(models, isLoaded, walk, path);
-    if (isLoaded != walk.isComplete() || !agree(models, walk)) {
+    printVerdict(models, isLoaded, reader, path);
+    if (isLoaded != reader.isComplete() || !agree(models, reader)) {
         out() << "This program does not follow the tool at this file; please report it.\n";
         return InternalError;
     }
     for (auto model = models.constBegin(); model != models.constEnd(); ++model) {
-        printModel(model.key(), model.value(), walk.models().value(model.key()));
+        printModel(model.key(), model.value(), reader.models().value(model.key()));
     }
-    printRemarks("Not read:", walk.passedOver(), longestList);
-    printRemarks("Remarks:", settingsRemarks(walk), -1);
-    const bool isWhole = isLoaded && !models.isEmpty() && walk.passedOver().isEmpty()
-        && walk.xmlError().text.isEmpty();
+    printRemarks("Not read:", reader.unreadTags(), longestList);
+    printRemarks("Remarks:", settingsRemarks(reader), -1);
+    const bool isWhole = isLoaded && !models.isEmpty() && reader.unreadTags().isEmpty()
+        && reader.xmlError().text.isEmpty();
     return isWhole ? FileIsWhole : FileIsNotWhole;
 }
 

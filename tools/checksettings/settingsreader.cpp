@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "main/settingswalk.h"
+#include "tools/checksettings/settingsreader.h"
 
 #include "ui/settingsspellings.h"
 
 /// An element that the loader reads.
-struct SettingsWalk::Rule
+struct SettingsReader::Rule
 {
     QString element;
     QString parent;
@@ -18,7 +18,7 @@ QString SettingsTag::attributeText(const QString &attribute) const
     return attributes.value(attribute).toString();
 }
 
-const QVector<SettingsWalk::Rule> &SettingsWalk::rules()
+const QVector<SettingsReader::Rule> &SettingsReader::rules()
 {
     const QString device = QStringLiteral("device");
     const QString configuration = QStringLiteral("configuration");
@@ -42,7 +42,7 @@ const QVector<SettingsWalk::Rule> &SettingsWalk::rules()
     return table;
 }
 
-const SettingsWalk::Rule *SettingsWalk::ruleFor(const QString &element, const QString &parent)
+const SettingsReader::Rule *SettingsReader::ruleFor(const QString &element, const QString &parent)
 {
     for (const Rule &rule : rules()) {
         if (rule.element == element && rule.parent == parent) {
@@ -52,13 +52,13 @@ const SettingsWalk::Rule *SettingsWalk::ruleFor(const QString &element, const QS
     return nullptr;
 }
 
-SettingsWalk::SettingsWalk(QIODevice *file)
+SettingsReader::SettingsReader(QIODevice *file)
 {
     readTags(file);
     m_isComplete = readDevices();
 }
 
-void SettingsWalk::readTags(QIODevice *file)
+void SettingsReader::readTags(QIODevice *file)
 {
     QXmlStreamReader reader(file);
     qint64 line = reader.lineNumber();
@@ -82,7 +82,7 @@ void SettingsWalk::readTags(QIODevice *file)
 }
 
 /// Like QXmlStreamReader::readNextStartElement(): null at an end tag and at the end of the file.
-SettingsTag *SettingsWalk::nextStartTag()
+SettingsTag *SettingsReader::nextStartTag()
 {
     m_position = qMin(m_position + 1, m_tags.size());
     if (m_position == m_tags.size() || m_tags.at(m_position).isEnd) {
@@ -91,7 +91,7 @@ SettingsTag *SettingsWalk::nextStartTag()
     return &m_tags[m_position];
 }
 
-void SettingsWalk::skipContents(const SettingsTag &tag)
+void SettingsReader::skipContents(const SettingsTag &tag)
 {
     for (int depth = 1; depth > 0 && m_position < m_tags.size();) {
         if (SettingsTag *inner = nextStartTag()) {
@@ -104,7 +104,7 @@ void SettingsWalk::skipContents(const SettingsTag &tag)
     }
 }
 
-bool SettingsWalk::readDevices()
+bool SettingsReader::readDevices()
 {
     for (const QString &expected : {QStringLiteral("KVTConfig"), QStringLiteral("Devices")}) {
         SettingsTag *tag = nextStartTag();
@@ -140,7 +140,7 @@ bool SettingsWalk::readDevices()
     return true;
 }
 
-bool SettingsWalk::readChildren(const Rule &parent, SettingsModelTags &model)
+bool SettingsReader::readChildren(const Rule &parent, SettingsModelTags &model)
 {
     const QString parentText = m_tags.at(m_position).text;
     while (SettingsTag *tag = nextStartTag()) {
@@ -169,7 +169,7 @@ bool SettingsWalk::readChildren(const Rule &parent, SettingsModelTags &model)
 }
 
 /// Marks @p tag as read; false when the loader stops reading at it.
-bool SettingsWalk::take(SettingsTag &tag, const Rule &rule)
+bool SettingsReader::take(SettingsTag &tag, const Rule &rule)
 {
     tag.isRead = true;
     for (const QXmlStreamAttribute &attribute : qAsConst(tag.attributes)) {
@@ -189,7 +189,7 @@ bool SettingsWalk::take(SettingsTag &tag, const Rule &rule)
     return tag.name != QLatin1String("measurement") || hasKnownSpellings(tag);
 }
 
-bool SettingsWalk::hasKnownSpellings(const SettingsTag &tag)
+bool SettingsReader::hasKnownSpellings(const SettingsTag &tag)
 {
     const QString unknown = QStringLiteral("%1 \"%2\" is unknown; known are %3");
     const QString type = tag.attributeText(QStringLiteral("type")).toLower();
@@ -209,13 +209,13 @@ bool SettingsWalk::hasKnownSpellings(const SettingsTag &tag)
     return true;
 }
 
-bool SettingsWalk::refuse(qint64 line, const QString &text)
+bool SettingsReader::refuse(qint64 line, const QString &text)
 {
     m_refusal = {line, text};
     return false;
 }
 
-QVector<SettingsRemark> SettingsWalk::passedOver() const
+QVector<SettingsRemark> SettingsReader::unreadTags() const
 {
     QVector<SettingsRemark> result;
     for (const SettingsTag &tag : m_tags) {

@@ -39,11 +39,11 @@ struct SettingsModelTags
 
 /// Reads a settings file by the rules of ConfigurationLoader, which does not record line numbers,
 /// and records which tags are read and why the others are not. Both use the same spellings.
-class SettingsWalk
+class SettingsReader
 {
 public:
     /// Reads @p file, which must be open, to its end.
-    explicit SettingsWalk(QIODevice *file);
+    explicit SettingsReader(QIODevice *file);
 
     /// Whether the end of the list of models was reached.
     bool isComplete() const { return m_isComplete; }
@@ -54,7 +54,7 @@ public:
     /// The models that were read, by name. The tags belong to this object.
     const QMap<QString, SettingsModelTags> &models() const { return m_models; }
     /// The tags that are not read, each with the reason.
-    QVector<SettingsRemark> passedOver() const;
+    QVector<SettingsRemark> unreadTags() const;
     /// Probable mistakes in what is read: attributes without effect, a model that is replaced.
     const QVector<SettingsRemark> &remarks() const { return m_remarks; }
     /// All tags of the file up to its first XML error.

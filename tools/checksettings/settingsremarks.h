@@ -2,14 +2,14 @@
 #pragma once
 
 #include "common/measurementitem.h"
-#include "main/settingswalk.h"
+#include "tools/checksettings/settingsreader.h"
 
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
 /// Remarks on elements of a settings file that the tool reads but that are probably mistakes, in
 /// the order of the file.
-QVector<SettingsRemark> settingsRemarks(const SettingsWalk &walk);
+QVector<SettingsRemark> settingsRemarks(const SettingsReader &reader);
 
 /// The text of @p unit; words for a unit without a text.
 QString unitText(MeasurementUnit unit);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "main/settingsremarks.h"
+#include "tools/checksettings/settingsremarks.h"
 
 #include "common/measurementtypeutils.h"
 #include "ui/settingsspellings.h"
@@ -20,17 +20,17 @@ bool isShownIn(MeasurementType type, MeasurementUnit unit)
 class ValueCheck
 {
 public:
-    explicit ValueCheck(const SettingsWalk &walk)
-        : m_remarks(walk.remarks())
+    explicit ValueCheck(const SettingsReader &reader)
+        : m_remarks(reader.remarks())
     {
-        for (const SettingsTag &tag : walk.tags()) {
+        for (const SettingsTag &tag : reader.tags()) {
             if (tag.isRead && tag.name == QLatin1String("configurationitem")) {
                 checkSetting(tag);
             } else if (tag.isRead && tag.name == QLatin1String("measurement")) {
                 checkMeasurement(tag);
             }
         }
-        for (const SettingsModelTags &model : walk.models()) {
+        for (const SettingsModelTags &model : reader.models()) {
             checkModel(model);
         }
         std::stable_sort(
@@ -189,9 +189,9 @@ private:
 
 } // namespace
 
-QVector<SettingsRemark> settingsRemarks(const SettingsWalk &walk)
+QVector<SettingsRemark> settingsRemarks(const SettingsReader &reader)
 {
-    return ValueCheck(walk).remarks();
+    return ValueCheck(reader).remarks();
 }
 
 QString unitText(MeasurementUnit unit)
