@@ -44,8 +44,7 @@ const ControlInterface::Command ControlInterface::commands[] = {
 
 ControlInterface::ControlInterface(SimulatedTransmitter &transmitter)
     : m_transmitter(transmitter)
-{
-}
+{ }
 
 QList<QByteArray> ControlInterface::run(const QByteArray &line)
 {

@@ -24,8 +24,7 @@ quint8 recordChecksum(const QByteArray &record)
 DeviceLog::DeviceLog(const DeviceModel &model, const DeviceMeasurements &measurements)
     : m_model(model)
     , m_measurements(measurements)
-{
-}
+{ }
 
 void DeviceLog::fill(int count, const QDateTime &end, int intervalS)
 {

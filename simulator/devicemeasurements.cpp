@@ -33,8 +33,7 @@ DeviceMeasurements::DeviceMeasurements(const DeviceModel &model, quint32 seed,
     : m_model(model)
     , m_seed(seed)
     , m_unavailable(std::move(unavailable))
-{
-}
+{ }
 
 QByteArray DeviceMeasurements::valueAt(const MeasurementInfo &info, const QDateTime &time) const
 {

@@ -63,8 +63,7 @@ const FaultKindInfo *findKind(const QByteArray &name)
 
 Faults::Faults(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 bool Faults::add(const QByteArray &text, QByteArray &error)
 {

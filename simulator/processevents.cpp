@@ -22,8 +22,7 @@ extern "C" void onSignal(int)
 
 ProcessEvents::ProcessEvents(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 void ProcessEvents::watchSignals()
 {

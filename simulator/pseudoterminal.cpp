@@ -31,8 +31,7 @@ void makeRaw(int descriptor)
 
 PseudoTerminal::PseudoTerminal(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 PseudoTerminal::~PseudoTerminal()
 {

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/conversionutils.h"
 
-namespace {
-
 // Quirk: single precision, 1.7999999523162842 as a double, so that exported values stay comparable
 // with earlier exports.
 constexpr double fahrenheitPerCelsius = static_cast<double>(1.8F);
 constexpr double fahrenheitAtZeroCelsius = 32.0;
-
-} // namespace
 
 double ConversionUtils::multiply(double value, double factor) { return value * factor; }
 

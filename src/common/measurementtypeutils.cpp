@@ -26,10 +26,9 @@ double MeasurementTypeUtils::convertToDisplayUnit(double value, const QString &n
                                                   const MeasurementDisplayOptions &options,
                                                   const QVector<MeasurementItem> &items)
 {
+    // Without an item the type stays undefined, and a value of that type is not converted.
     MeasurementItem item;
-    if (!findMeasurementItem(name, items, item)) {
-        return value;
-    }
+    findMeasurementItem(name, items, item);
     return convertToDisplayUnit(value, item.type, item.unit, item.conversionMultiplier, options);
 }
 
@@ -49,15 +48,11 @@ double MeasurementTypeUtils::convertToDisplayUnit(double value, MeasurementType 
 double MeasurementTypeUtils::convertPollutant(double value, MeasurementUnit unit, double multiplier,
                                               const MeasurementDisplayOptions &options)
 {
-    if (options.pollutantInPpm && unit == MeasurementUnit::Ppm) {
-        return value;
-    }
-    if (!options.pollutantInPpm && unit == MeasurementUnit::MicrogramsPerCubicMetre) {
-        return value;
-    }
     // Quirk: multiplied in either direction, never divided: a model gives the factor that its
     // device needs.
-    return ConversionUtils::multiply(value, multiplier);
+    return unit == displayUnitOf(MeasurementType::Pollutant, options)
+        ? value
+        : ConversionUtils::multiply(value, multiplier);
 }
 
 double MeasurementTypeUtils::convertTemperature(double value, MeasurementUnit unit,
@@ -74,40 +69,31 @@ double MeasurementTypeUtils::convertTemperature(double value, MeasurementUnit un
 bool MeasurementTypeUtils::isInDisplayTemperatureUnit(MeasurementUnit unit,
                                                       const MeasurementDisplayOptions &options)
 {
-    return unit
-        == (options.temperatureInCelsius ? MeasurementUnit::Celsius : MeasurementUnit::Fahrenheit);
+    return unit == displayUnitOf(MeasurementType::AirTemperature, options);
 }
 
 MeasurementUnit MeasurementTypeUtils::displayUnitOf(MeasurementType type,
                                                     const MeasurementDisplayOptions &options)
 {
-    switch (type) {
-    case MeasurementType::Undefined:
-        return MeasurementUnit::Undefined;
-    case MeasurementType::AirTemperature:
-        return options.temperatureInCelsius ? MeasurementUnit::Celsius
-                                            : MeasurementUnit::Fahrenheit;
-    case MeasurementType::Pollutant:
-        return options.pollutantInPpm ? MeasurementUnit::Ppm
-                                      : MeasurementUnit::MicrogramsPerCubicMetre;
-    case MeasurementType::AirHumidity:
-        return MeasurementUnit::RelativeHumidity;
-    case MeasurementType::AirPressure:
-        return MeasurementUnit::Millibar;
-    case MeasurementType::ParticulateMatter:
-        return MeasurementUnit::MicrogramsPerCubicMetre;
-    case MeasurementType::WindDirection:
-        return MeasurementUnit::Degree;
-    case MeasurementType::WindSpeed:
-        return MeasurementUnit::MetresPerSecond;
-    case MeasurementType::Rain:
-        return MeasurementUnit::MillimetresPerHour;
-    case MeasurementType::Extra:
-        return MeasurementUnit::ExtraUnit;
-    case MeasurementType::SolarRadiation:
-        return MeasurementUnit::WattsPerSquareMetre;
+    using Type = MeasurementType;
+    using Unit = MeasurementUnit;
+    static const QMap<Type, Unit> units{
+        {Type::AirHumidity, Unit::RelativeHumidity},
+        {Type::AirPressure, Unit::Millibar},
+        {Type::ParticulateMatter, Unit::MicrogramsPerCubicMetre},
+        {Type::WindDirection, Unit::Degree},
+        {Type::WindSpeed, Unit::MetresPerSecond},
+        {Type::Rain, Unit::MillimetresPerHour},
+        {Type::Extra, Unit::ExtraUnit},
+        {Type::SolarRadiation, Unit::WattsPerSquareMetre},
+    };
+    if (type == Type::AirTemperature) {
+        return options.temperatureInCelsius ? Unit::Celsius : Unit::Fahrenheit;
     }
-    return MeasurementUnit::Undefined;
+    if (type == Type::Pollutant) {
+        return options.pollutantInPpm ? Unit::Ppm : Unit::MicrogramsPerCubicMetre;
+    }
+    return units.value(type, Unit::Undefined);
 }
 
 MeasurementUnit MeasurementTypeUtils::displayUnitOf(const QString &name,
@@ -115,13 +101,8 @@ MeasurementUnit MeasurementTypeUtils::displayUnitOf(const QString &name,
                                                     const MeasurementDisplayOptions &options)
 {
     MeasurementItem item;
-    if (!findMeasurementItem(name, items, item)) {
-        return MeasurementUnit::Undefined;
-    }
-    if (item.type == MeasurementType::Undefined) {
-        return item.unit;
-    }
-    return displayUnitOf(item.type, options);
+    findMeasurementItem(name, items, item);
+    return item.type == MeasurementType::Undefined ? item.unit : displayUnitOf(item.type, options);
 }
 
 QString MeasurementTypeUtils::measurementUnitToString(MeasurementUnit unit)
@@ -181,8 +162,6 @@ double MeasurementTypeUtils::conversionMultiplier(const QString &name,
                                                   const QVector<MeasurementItem> &items)
 {
     MeasurementItem item;
-    if (!findMeasurementItem(name, items, item) || item.conversionMultiplier == 0.0) {
-        return 1.0;
-    }
-    return item.conversionMultiplier;
+    findMeasurementItem(name, items, item);
+    return item.conversionMultiplier == 0.0 ? 1.0 : item.conversionMultiplier;
 }

@@ -4,9 +4,6 @@
 #include "common/measurementdisplayoptions.h"
 #include "common/measurementitem.h"
 
-#include <QtCore/QString>
-#include <QtCore/QVector>
-
 /// Converts measurements to the units that the user chose, and gives the names of units and
 /// measurements.
 ///

@@ -5,7 +5,6 @@
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QVector>
 
 /// Writes @p titles and @p rows to the file @p fileName, replacing an existing one. The first
 /// column is the row's time, local, in ISO form; @p titles must contain its heading. Nothing is

@@ -10,8 +10,7 @@
 FileSelection::FileSelection(MainWindowInterface *window, SettingsInterface *settings)
     : m_window(window)
     , m_settings(settings)
-{
-}
+{ }
 
 QString FileSelection::selectSaveFileName(const QString &defaultName, const QString &settingsKey,
                                           const QString &caption, const QString &filter)

@@ -21,15 +21,11 @@
 #include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
 
-namespace {
-
 constexpr int measurementIntervalMs = 60000;
 constexpr int measurementAvailabilityIntervalMs = 300000;
 constexpr int disconnectDelayMs = 100;
 
 const QLatin1String storageFileName("measurements.db");
-
-} // namespace
 
 MainWindowController::MainWindowController(MainWindowInterface *window,
                                            SerialPortHandlerInterface *serialPortHandler,
@@ -177,10 +173,10 @@ bool MainWindowController::prepareSerialPort(const QString &portName)
     // ("ttyUSB0"), so on Linux each connect makes a new transport.
     if (portName == m_serialPortHandler->portName()) {
         qDebug() << "Port already opened, trying again to read sw version";
-        return true;
+    } else {
+        m_serialPortHandler->setSerialPort(
+            QSharedPointer<SerialPortInterface>(new SerialPort(portName, nullptr)));
     }
-    m_serialPortHandler->setSerialPort(
-        QSharedPointer<SerialPortInterface>(new SerialPort(portName, nullptr)));
     return true;
 }
 
@@ -400,10 +396,7 @@ void MainWindowController::onActionFailed(SerialPortActionType action)
     case SerialPortActionType::ActionEepromBlockWritten:
         showActionFailure(tr("Failed to write device firmware"));
         break;
-    case SerialPortActionType::ActionWriteToEeprom:
-    case SerialPortActionType::ActionSetDate:
-    case SerialPortActionType::ActionEraseLog:
-    case SerialPortActionType::ActionReboot:
+    default:
         break;
     }
 }

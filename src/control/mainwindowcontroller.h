@@ -12,15 +12,10 @@
 #include "ui/deviceconfiguration.h"
 #include "ui/waitdialogreason.h"
 
-#include <QtCore/QByteArray>
-#include <QtCore/QDateTime>
-#include <QtCore/QMap>
 #include <QtCore/QObject>
-#include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QTimer>
 #include <QtCore/QVariant>
-#include <QtCore/QVector>
 
 class LocalStorage;
 class MainWindowInterface;

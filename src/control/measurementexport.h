@@ -7,7 +7,6 @@
 #include "storage/storedmeasurement.h"
 
 #include <QtCore/QStringList>
-#include <QtCore/QVector>
 
 /// The columns and rows of an export of stored measurements.
 namespace MeasurementExport {

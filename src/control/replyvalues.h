@@ -4,7 +4,6 @@
 #include "storage/measurementvalue.h"
 
 #include <QtCore/QMap>
-#include <QtCore/QString>
 #include <QtCore/QVector>
 
 /// The values of a device's measurement reply, in the order of their names. The text "N" means that

@@ -7,31 +7,24 @@
 /// the user's value.
 namespace SettingsKeys {
 
-/// The characters of a literal, without its terminating NUL.
-template <int Size>
-constexpr QLatin1String key(const char (&text)[Size])
-{
-    return QLatin1String(text, Size - 1);
-}
-
 /// @name Keys
 /// The value is what the name says, unless a note says more.
 /// @{
-constexpr QLatin1String serialPort = key("serial port");
-constexpr QLatin1String pollutantUnit = key("pollutant unit"); ///< 0 ppm, otherwise µg/m³
-constexpr QLatin1String temperatureUnit = key("temperature unit"); ///< 0 °C, otherwise °F
-constexpr QLatin1String localStoragePath = key("local storage path"); ///< a folder
-constexpr QLatin1String graphFrom = key("graph from");
-constexpr QLatin1String graphTo = key("graph to");
-constexpr QLatin1String graphMeasurementTypes = key("graph measurement types");
-constexpr QLatin1String graphRangeManual = key("graph range manual");
-constexpr QLatin1String graphMaximumRange = key("graph maximum range");
-constexpr QLatin1String graphMinimumRange = key("graph minimum range");
-constexpr QLatin1String graphShowLatest = key("graph show latest measurements");
-constexpr QLatin1String measurementExportFileName = key("measurement export filename");
-constexpr QLatin1String logFileName = key("log filename");
-constexpr QLatin1String eepromFileName = key("eeprom filename"); ///< of backup and restore
-constexpr QLatin1String firmwarePath = key("firmware path");
+const QLatin1String serialPort("serial port");
+const QLatin1String pollutantUnit("pollutant unit"); ///< 0 ppm, otherwise µg/m³
+const QLatin1String temperatureUnit("temperature unit"); ///< 0 °C, otherwise °F
+const QLatin1String localStoragePath("local storage path"); ///< a folder
+const QLatin1String graphFrom("graph from");
+const QLatin1String graphTo("graph to");
+const QLatin1String graphMeasurementTypes("graph measurement types");
+const QLatin1String graphRangeManual("graph range manual");
+const QLatin1String graphMaximumRange("graph maximum range");
+const QLatin1String graphMinimumRange("graph minimum range");
+const QLatin1String graphShowLatest("graph show latest measurements");
+const QLatin1String measurementExportFileName("measurement export filename");
+const QLatin1String logFileName("log filename");
+const QLatin1String eepromFileName("eeprom filename"); ///< of backup and restore
+const QLatin1String firmwarePath("firmware path");
 /// @}
 
 } // namespace SettingsKeys

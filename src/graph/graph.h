@@ -4,7 +4,6 @@
 #include "graph/graphqt.h"
 #include "graph/graphseries.h"
 
-#include <QtCore/QDateTime>
 #include <QtWidgets/QWidget>
 
 /// The chart widget for forms; forwards everything to its GraphQt.

@@ -4,7 +4,6 @@
 #include "graph/graphseries.h"
 
 #include <QtCharts/QChartView>
-#include <QtCore/QDateTime>
 
 namespace QtCharts {
 class QDateTimeAxis;

@@ -6,7 +6,6 @@
 #include "ui/mainwindow.h"
 #include "ui/settings.h"
 
-#include <QtCore/QSharedPointer>
 #include <QtWidgets/QApplication>
 
 int main(int argc, char *argv[])

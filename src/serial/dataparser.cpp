@@ -67,31 +67,38 @@ constexpr ReplyPattern firmwareDoneReply = {"\\..*", Ending::Pattern, 0};
 constexpr ReplyPattern showListReply = {".*show\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
 constexpr ReplyPattern setListReply = {".*set\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
 
-QString patternText(const ReplyPattern &reply)
+// The argument, if any, takes the place of %1, unescaped.
+template <typename... Argument>
+bool matches(const QString &text, const ReplyPattern &reply, QRegExp &rx,
+             const Argument &...argument)
 {
-    QString text = QLatin1String(reply.pattern);
+    QString pattern = QLatin1String(reply.pattern);
     if (reply.ending == Ending::Prompt) {
-        text += QLatin1String(promptSuffix);
+        pattern += QLatin1String(promptSuffix);
     }
-    return text;
-}
-
-bool matches(const QString &text, const ReplyPattern &reply, QRegExp &rx)
-{
-    return DataParser::matchReply(text, patternText(reply), reply.minCaptures, rx);
-}
-
-// The argument takes the place of %1, unescaped.
-template <typename Argument>
-bool matches(const QString &text, const ReplyPattern &reply, const Argument &argument, QRegExp &rx)
-{
-    return DataParser::matchReply(text, patternText(reply).arg(argument), reply.minCaptures, rx);
+    if constexpr (sizeof...(argument) > 0) {
+        pattern = pattern.arg(argument...);
+    }
+    return DataParser::matchReply(text, pattern, reply.minCaptures, rx);
 }
 
 bool matches(const QString &text, const ReplyPattern &reply)
 {
     QRegExp rx;
     return matches(text, reply, rx);
+}
+
+/// The first capture of @p reply in @p value, which stays as it is without a match.
+template <typename... Argument>
+bool parseText(const QString &text, const ReplyPattern &reply, QString &value,
+               const Argument &...argument)
+{
+    QRegExp rx;
+    if (!matches(text, reply, rx, argument...)) {
+        return false;
+    }
+    value = rx.cap(1);
+    return true;
 }
 
 bool parseDateReply(const QString &text, const ReplyPattern &reply, QDateTime &time)
@@ -152,22 +159,12 @@ QString DataParser::fromDeviceText(const QString &text)
 
 bool DataParser::parseModel(const QString &text, QString &model)
 {
-    QRegExp rx;
-    if (!matches(text, modelReply, rx)) {
-        return false;
-    }
-    model = rx.cap(1);
-    return true;
+    return parseText(text, modelReply, model);
 }
 
 bool DataParser::parseValue(const QString &name, const QString &text, QString &value)
 {
-    QRegExp rx;
-    if (!matches(text, valueReply, name, rx)) {
-        return false;
-    }
-    value = rx.cap(1);
-    return true;
+    return parseText(text, valueReply, value, name);
 }
 
 bool DataParser::isUnknownParameter(const QString &text)
@@ -177,12 +174,7 @@ bool DataParser::isUnknownParameter(const QString &text)
 
 bool DataParser::parseSetValue(const QString &text, QString &value)
 {
-    QRegExp rx;
-    if (!matches(text, setValueReply, rx)) {
-        return false;
-    }
-    value = rx.cap(1);
-    return true;
+    return parseText(text, setValueReply, value);
 }
 
 bool DataParser::parseMeasurements(const QString &text, QMap<QString, QString> &values)
@@ -233,7 +225,7 @@ DataParserResult DataParser::parseLogValue(const QString &text, int index, QDate
                                            QVector<double> &values)
 {
     QRegExp rx;
-    if (!matches(text, logValueReply, index, rx) || !intEquals(rx.cap(1), index)) {
+    if (!matches(text, logValueReply, rx, index) || !intEquals(rx.cap(1), index)) {
         return DataParserResult::NoMatch;
     }
     // Quirk: the record is parsed before the checksum, so a malformed record is an incomplete reply
@@ -259,7 +251,7 @@ bool DataParser::isFactoryResetDone(const QString &text)
 bool DataParser::parseEepromBlock(const QString &text, quint16 index, QByteArray &data)
 {
     QRegExp rx;
-    if (!matches(text, eepromBlockReply, index, rx)) {
+    if (!matches(text, eepromBlockReply, rx, index)) {
         return false;
     }
     const QString digits = rx.cap(1);

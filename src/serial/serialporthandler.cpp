@@ -29,10 +29,9 @@ namespace {
 constexpr int noLogRead = -1;
 
 constexpr int eepromBlockSize = 64; // bytes
-constexpr int eepromLastByte = 65534;
+constexpr int eepromBlocks = 1024;
 // Quirk: one byte less than the blocks contain. A backup file has this size.
 constexpr int eepromImageSize = 65535;
-constexpr double eepromLastBlock = 1023.0;
 
 constexpr unsigned firmwareBlockSize = 16; // bytes
 
@@ -43,9 +42,6 @@ int truncateToInt(double value)
     constexpr double highest = std::numeric_limits<int>::max();
     return value >= lowest && value <= highest ? static_cast<int>(value) : 0;
 }
-
-// Blocks 0 to 1023: the last one begins before the last byte.
-constexpr bool isEepromBlock(int block) { return block * eepromBlockSize <= eepromLastByte; }
 
 } // namespace
 
@@ -147,9 +143,7 @@ void SerialPortHandler::setValues(const QStringList &keyValuePairs)
 
 void SerialPortHandler::setValues(const QString &text)
 {
-    QString lines = text.trimmed();
-    lines.remove(QLatin1Char('\r'));
-    setValues(lines.split(QLatin1Char('\n')));
+    setValues(text.trimmed().remove(QLatin1Char('\r')).split(QLatin1Char('\n')));
 }
 
 void SerialPortHandler::clearJobs() { m_queue->clear(); }
@@ -243,7 +237,7 @@ void SerialPortHandler::readEeprom()
 {
     m_eepromData.clear();
     m_eepromData.fill(0, eepromImageSize);
-    for (int block = 0; isEepromBlock(block); ++block) {
+    for (int block = 0; block < eepromBlocks; ++block) {
         addJobIfConnected<SerialPortJobReadEepromBlock>(static_cast<quint16>(block),
                                                         eepromPercentage(block));
     }
@@ -251,7 +245,7 @@ void SerialPortHandler::readEeprom()
 
 void SerialPortHandler::writeEeprom(const QByteArray &data)
 {
-    for (int block = 0; isEepromBlock(block); ++block) {
+    for (int block = 0; block < eepromBlocks; ++block) {
         addJobIfConnected<SerialPortJobWriteEepromBlock>(
             static_cast<quint16>(block), data.mid(block * eepromBlockSize, eepromBlockSize),
             eepromPercentage(block));
@@ -268,15 +262,10 @@ void SerialPortHandler::connectToDevice()
 
 void SerialPortHandler::onValueRead(SerialPortValueType type, QVariant value)
 {
-    switch (type) {
-    case SerialPortValueType::ValueLogCount:
+    if (type == SerialPortValueType::ValueLogCount) {
         onLogCountRead(value.toInt());
-        break;
-    case SerialPortValueType::ValueDeviceDate:
-    case SerialPortValueType::ValueLogOption:
-    case SerialPortValueType::ValueDeviceModel:
+    } else {
         emit valueRead(type, value);
-        break;
     }
 }
 
@@ -352,9 +341,8 @@ void SerialPortHandler::onEepromBlockRead(quint16 blockIndex, QByteArray data)
     }
 }
 
-void SerialPortHandler::onEepromBlockWritten(quint16 blockIndex)
+void SerialPortHandler::onEepromBlockWritten(quint16)
 {
-    Q_UNUSED(blockIndex)
     if (!m_queue->hasJob(SerialPortJobType::JobWriteEepromBlock)) {
         emit actionFinished(SerialPortActionType::ActionEepromWritten, QVariant());
     }
@@ -403,7 +391,7 @@ int SerialPortHandler::logReadPercentage() const
 
 int SerialPortHandler::eepromPercentage(int blockIndex)
 {
-    return static_cast<int>(blockIndex / eepromLastBlock * 100);
+    return static_cast<int>(blockIndex / (eepromBlocks - 1.0) * 100);
 }
 
 double SerialPortHandler::firmwarePercentage(unsigned offset, unsigned blockSize, unsigned total)

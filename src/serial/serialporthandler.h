@@ -5,14 +5,6 @@
 #include "serial/serialporthandlerinterface.h"
 #include "serial/serialportqueueinterface.h"
 
-#include <QtCore/QByteArray>
-#include <QtCore/QDateTime>
-#include <QtCore/QSharedPointer>
-#include <QtCore/QString>
-#include <QtCore/QStringList>
-#include <QtCore/QVariant>
-#include <QtCore/QVector>
-
 /// Turns each request into jobs for the queue, and what the queue reports into its own signals.
 ///
 /// Shares the queue; a transport has to be set before the first request. Most signals of the queue

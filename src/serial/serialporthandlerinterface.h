@@ -5,15 +5,10 @@
 #include "serial/serialportinterface.h"
 #include "serial/serialporttypes.h"
 
-#include <QtCore/QByteArray>
-#include <QtCore/QDateTime>
 #include <QtCore/QMap>
-#include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
-#include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
-#include <QtCore/QVector>
 
 /// The operations that a device offers. Each request is queued and answered by signal. A request
 /// that needs a device is ignored until the first device has been connected.
@@ -25,8 +20,7 @@ public:
     /// A handler that is not connected.
     explicit SerialPortHandlerInterface(QObject *parent = nullptr)
         : QObject(parent)
-    {
-    }
+    { }
 
     /// Drops all jobs and takes @p port in place of the present one, which is closed.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;

@@ -14,8 +14,7 @@ public:
     /// A closed port.
     explicit SerialPortInterface(QObject *parent = nullptr)
         : QObject(parent)
-    {
-    }
+    { }
 
     /// Sends text, in the device's character set.
     virtual void write(QString text) = 0;

@@ -3,13 +3,9 @@
 
 #include <QtCore/QDebug>
 
-namespace {
-
 constexpr int defaultTimeoutMs = 500;
 constexpr int maxRestarts = 5;
 constexpr const char *restartSignature = "virtual bool SerialPortJob::restart()";
-
-} // namespace
 
 SerialPortJob::SerialPortJob(SerialPortInterface *port, SerialPortJobType type, QObject *parent)
     : SerialPortJobInterface(parent)

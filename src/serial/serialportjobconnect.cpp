@@ -6,8 +6,7 @@
 
 SerialPortJobConnect::SerialPortJobConnect(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobConnect, parent)
-{
-}
+{ }
 
 void SerialPortJobConnect::sendCommand()
 {
@@ -16,7 +15,8 @@ void SerialPortJobConnect::sendCommand()
 
 void SerialPortJobConnect::parseData(QString buffer)
 {
-    if (DataParser::parseValue(DeviceVariables::swVersion, buffer, m_softwareVersion)) {
+    QString version; // any value shows that a device answers
+    if (DataParser::parseValue(DeviceVariables::swVersion, buffer, version)) {
         stop();
         emit finished();
     }

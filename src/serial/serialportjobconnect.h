@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QString>
-
 /// Asks for the software version, to learn whether a console answers at all.
 class SerialPortJobConnect : public SerialPortJob
 {
@@ -17,7 +15,4 @@ public:
 protected:
     void sendCommand() override;
     void parseData(QString buffer) override;
-
-private:
-    QString m_softwareVersion; // not used: any value shows that a device answers
 };

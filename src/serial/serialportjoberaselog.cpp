@@ -5,8 +5,7 @@
 
 SerialPortJobEraseLog::SerialPortJobEraseLog(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobEraseLog, parent)
-{
-}
+{ }
 
 void SerialPortJobEraseLog::sendCommand()
 {

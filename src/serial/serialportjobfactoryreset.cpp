@@ -3,15 +3,10 @@
 
 #include "serial/dataparser.h"
 
-namespace {
-
-constexpr int resetTimeoutMs = 60000;
-
-} // namespace
-
 SerialPortJobFactoryReset::SerialPortJobFactoryReset(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobFactoryReset, parent)
 {
+    constexpr int resetTimeoutMs = 60000;
     setTimeout(resetTimeoutMs);
 }
 

@@ -22,8 +22,7 @@ public:
     /// A job that has not started.
     explicit SerialPortJobInterface(QObject *parent = nullptr)
         : QObject(parent)
-    {
-    }
+    { }
 
     /// Connects to the port, starts the timer and sends the command.
     virtual void start() = 0;

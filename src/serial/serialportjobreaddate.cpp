@@ -5,8 +5,7 @@
 
 SerialPortJobReadDate::SerialPortJobReadDate(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReadDate, parent)
-{
-}
+{ }
 
 void SerialPortJobReadDate::sendCommand() { write(QStringLiteral("\r\ndate\r\n")); }
 

@@ -9,8 +9,7 @@ SerialPortJobReadEepromBlock::SerialPortJobReadEepromBlock(SerialPortInterface *
     : SerialPortJob(port, SerialPortJobType::JobReadEepromBlock, parent)
     , m_blockIndex(blockIndex)
     , m_progress(progress)
-{
-}
+{ }
 
 void SerialPortJobReadEepromBlock::sendCommand()
 {

@@ -5,8 +5,7 @@
 
 SerialPortJobReadLog::SerialPortJobReadLog(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReadLog, parent)
-{
-}
+{ }
 
 void SerialPortJobReadLog::sendCommand() { write(QStringLiteral("\r\nlog --count\r\n")); }
 

@@ -7,8 +7,7 @@ SerialPortJobReadLogValue::SerialPortJobReadLogValue(SerialPortInterface *port, 
                                                      QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReadLogValue, parent)
     , m_index(index)
-{
-}
+{ }
 
 void SerialPortJobReadLogValue::sendCommand()
 {

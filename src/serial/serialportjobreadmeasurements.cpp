@@ -6,8 +6,7 @@
 SerialPortJobReadMeasurements::SerialPortJobReadMeasurements(SerialPortInterface *port,
                                                              QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReadMeasurements, parent)
-{
-}
+{ }
 
 void SerialPortJobReadMeasurements::sendCommand() { write(QStringLiteral("\r\nshow meas\r\n")); }
 

@@ -5,8 +5,7 @@
 
 SerialPortJobReadModel::SerialPortJobReadModel(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReadModel, parent)
-{
-}
+{ }
 
 void SerialPortJobReadModel::sendCommand() { write(QStringLiteral("\r\nshow unit\r\n")); }
 

@@ -7,21 +7,17 @@ SerialPortJobReadValue::SerialPortJobReadValue(SerialPortInterface *port, const 
                                                QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReadValue, parent)
     , m_name(name)
-{
-}
+{ }
 
 void SerialPortJobReadValue::sendCommand() { write(QStringLiteral("\r\nshow %1\r\n").arg(m_name)); }
 
 void SerialPortJobReadValue::parseData(QString buffer)
 {
     QString value;
-    if (DataParser::parseValue(m_name, buffer, value)) {
+    // The value of an unknown parameter is empty.
+    if (DataParser::parseValue(m_name, buffer, value) || DataParser::isUnknownParameter(buffer)) {
         stop();
         emit dataRead(m_name, value);
-        emit finished();
-    } else if (DataParser::isUnknownParameter(buffer)) {
-        stop();
-        emit dataRead(m_name, QString());
         emit finished();
     }
 }

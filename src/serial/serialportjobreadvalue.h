@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QString>
-
 /// Reads one variable of the device: dataRead(). A variable that the device does not know has a
 /// null value; that is an answer, not a failure.
 class SerialPortJobReadValue : public SerialPortJob

@@ -3,17 +3,12 @@
 
 #include "serial/dataparser.h"
 
-namespace {
-
-constexpr int rebootTimeoutMs = 30000;
-
-} // namespace
-
 SerialPortJobReboot::SerialPortJobReboot(SerialPortInterface *port, RebootMode mode,
                                          QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobReboot, parent)
     , m_mode(mode)
 {
+    constexpr int rebootTimeoutMs = 30000;
     setTimeout(rebootTimeoutMs);
 }
 
@@ -21,13 +16,12 @@ void SerialPortJobReboot::sendCommand() { write(QStringLiteral("reboot --really\
 
 void SerialPortJobReboot::parseData(QString buffer)
 {
-    if (m_mode == RebootMode::RebootAndWaitForSelftest && DataParser::isRebooted(buffer)) {
+    const bool forUpdate = m_mode == RebootMode::RebootForFirmwareUpdate;
+    if (forUpdate ? DataParser::isResetting(buffer) : DataParser::isRebooted(buffer)) {
         stop();
-        emit actionFinished(SerialPortActionType::ActionReboot, QVariant());
-        emit finished();
-    } else if (m_mode == RebootMode::RebootForFirmwareUpdate && DataParser::isResetting(buffer)) {
-        stop();
-        emit actionFinished(SerialPortActionType::ActionRebootForFirmware, QVariant());
+        emit actionFinished(forUpdate ? SerialPortActionType::ActionRebootForFirmware
+                                      : SerialPortActionType::ActionReboot,
+                            QVariant());
         emit finished();
     }
 }

@@ -7,8 +7,7 @@ SerialPortJobSetDate::SerialPortJobSetDate(SerialPortInterface *port, const QDat
                                            QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobSetDate, parent)
     , m_date(date)
-{
-}
+{ }
 
 void SerialPortJobSetDate::sendCommand()
 {

@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QDateTime>
-
 /// Sets the device's clock: actionFinished() with ActionSetDate and the date that the device
 /// confirms.
 ///

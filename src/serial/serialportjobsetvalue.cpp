@@ -8,8 +8,7 @@ SerialPortJobSetValue::SerialPortJobSetValue(SerialPortInterface *port, const QS
     : SerialPortJob(port, SerialPortJobType::JobSetValue, parent)
     , m_name(name)
     , m_value(value)
-{
-}
+{ }
 
 void SerialPortJobSetValue::sendCommand()
 {

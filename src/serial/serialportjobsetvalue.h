@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QString>
-
 /// Sets one variable of the device: dataWritten() with the value that the device echoes, which may
 /// differ from the one sent.
 class SerialPortJobSetValue : public SerialPortJob

@@ -3,13 +3,6 @@
 
 #include "serial/dataparser.h"
 
-namespace {
-
-constexpr int blockTimeoutMs = 2000;
-constexpr int wholeImagePercent = 100;
-
-} // namespace
-
 SerialPortJobTransmitFirmwareBlock::SerialPortJobTransmitFirmwareBlock(SerialPortInterface *port,
                                                                        const QByteArray &block,
                                                                        double progress,
@@ -18,6 +11,7 @@ SerialPortJobTransmitFirmwareBlock::SerialPortJobTransmitFirmwareBlock(SerialPor
     , m_block(block)
     , m_progress(progress)
 {
+    constexpr int blockTimeoutMs = 2000;
     setTimeout(blockTimeoutMs);
 }
 
@@ -36,6 +30,7 @@ void SerialPortJobTransmitFirmwareBlock::parseData(QString buffer)
         fail();
     } else if (DataParser::isFirmwareDone(buffer)) {
         stop();
+        constexpr int wholeImagePercent = 100;
         emit actionFinished(SerialPortActionType::ActionFirmwareTransmitted, wholeImagePercent);
         emit finished();
     }

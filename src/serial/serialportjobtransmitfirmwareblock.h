@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QByteArray>
-
 /// Sends one block (up to 16 bytes) of a firmware image to the bootloader: actionFinished() with
 /// ActionFirmwareBlockTransmitted and @p progress in percent, or with ActionFirmwareTransmitted
 /// when the bootloader has the whole image; failed() when it refuses.

@@ -3,15 +3,10 @@
 
 #include "serial/dataparser.h"
 
-namespace {
-
-constexpr int bootloaderTimeoutMs = 900000;
-
-} // namespace
-
 SerialPortJobUpdateFirmware::SerialPortJobUpdateFirmware(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobUpdateFirmware, parent)
 {
+    constexpr int bootloaderTimeoutMs = 900000;
     setTimeout(bootloaderTimeoutMs);
 }
 

@@ -3,12 +3,6 @@
 
 #include "serial/dataparser.h"
 
-namespace {
-
-constexpr int writeTimeoutMs = 5000;
-
-} // namespace
-
 SerialPortJobWriteEepromBlock::SerialPortJobWriteEepromBlock(SerialPortInterface *port,
                                                              quint16 blockIndex,
                                                              const QByteArray &data, int progress,
@@ -18,6 +12,7 @@ SerialPortJobWriteEepromBlock::SerialPortJobWriteEepromBlock(SerialPortInterface
     , m_data(data)
     , m_progress(progress)
 {
+    constexpr int writeTimeoutMs = 5000;
     setTimeout(writeTimeoutMs);
 }
 

@@ -3,8 +3,6 @@
 
 #include "serial/serialportjob.h"
 
-#include <QtCore/QByteArray>
-
 /// Writes @p data to block @p blockIndex (0 to 1023, 64 bytes each) of the memory:
 /// eepromBlockWritten(), then actionFinished() with ActionEepromBlockWritten and @p progress in
 /// percent. Data of another length is sent unchanged.

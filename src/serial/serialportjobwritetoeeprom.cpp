@@ -3,15 +3,10 @@
 
 #include "serial/dataparser.h"
 
-namespace {
-
-constexpr int writeTimeoutMs = 180000;
-
-} // namespace
-
 SerialPortJobWriteToEeprom::SerialPortJobWriteToEeprom(SerialPortInterface *port, QObject *parent)
     : SerialPortJob(port, SerialPortJobType::JobWriteToEeprom, parent)
 {
+    constexpr int writeTimeoutMs = 180000;
     setTimeout(writeTimeoutMs);
 }
 

@@ -2,13 +2,11 @@
 #include "serial/serialportqueue.h"
 
 #include <QtCore/QDebug>
-#include <QtCore/QMap>
 #include <algorithm>
 
 SerialPortQueue::SerialPortQueue(QObject *parent)
     : SerialPortQueueInterface(parent)
-{
-}
+{ }
 
 SerialPortQueue::~SerialPortQueue()
 {
@@ -53,11 +51,11 @@ void SerialPortQueue::addJob(QSharedPointer<SerialPortJobInterface> job)
         qDebug() << "Trying to add null job";
         return;
     }
-    if (!m_current) {
+    if (m_current) {
+        m_queue.enqueue(job);
+    } else {
         startJob(job);
-        return;
     }
-    m_queue.enqueue(job);
 }
 
 QSharedPointer<SerialPortInterface> SerialPortQueue::serialPort() { return m_port; }

@@ -4,7 +4,6 @@
 #include "serial/serialportqueueinterface.h"
 
 #include <QtCore/QQueue>
-#include <QtCore/QVector>
 
 /// Runs the jobs of one device conversation, one at a time and in the order of their arrival.
 ///

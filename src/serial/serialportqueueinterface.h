@@ -16,8 +16,7 @@ public:
     /// An empty queue without a transport.
     explicit SerialPortQueueInterface(QObject *parent = nullptr)
         : QObject(parent)
-    {
-    }
+    { }
 
     /// Removes all jobs, closes and releases the present transport, and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;

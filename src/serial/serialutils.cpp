@@ -4,8 +4,6 @@
 #include "common/logvalue.h"
 #include "serial/serialporttypes.h"
 
-#include <QtCore/QMetaType>
-
 namespace {
 
 template <typename T>

@@ -7,10 +7,7 @@
 #include "storage/storeddevice.h"
 #include "storage/storedmeasurement.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QMap>
-#include <QtCore/QString>
-#include <QtCore/QVector>
 
 /// The store of devices and their measurements. Values are raw: in the device's units and under its
 /// own names. A failure is reported by false or an empty result, and in the log.

@@ -4,17 +4,12 @@
 #include <QtCore/QDebug>
 #include <limits>
 
-namespace {
-
 constexpr unsigned noId = std::numeric_limits<unsigned>::max();
-
-} // namespace
 
 LocalStorageHandler::LocalStorageHandler(LocalStorage *localStorage)
     : m_localStorage(localStorage)
     , m_deviceId(noId)
-{
-}
+{ }
 
 bool LocalStorageHandler::open(const QString &path) { return m_localStorage->open(path); }
 

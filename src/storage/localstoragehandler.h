@@ -3,10 +3,6 @@
 
 #include "storage/localstorage.h"
 
-#include <QtCore/QDateTime>
-#include <QtCore/QString>
-#include <QtCore/QVector>
-
 /// Stores the measurements of the connected device, whose row in the store it remembers.
 ///
 /// A failure of the store is only logged.

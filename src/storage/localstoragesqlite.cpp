@@ -33,52 +33,38 @@ constexpr Statement createStatements[] = {
      "creating measurement value table"},
 };
 
-constexpr Statement insertDevice = {
-    "INSERT INTO device (model, serial, sw_version, hw_version) "
-    "VALUES (:model, :serial, :sw_version, :hw_version)",
-    "adding device to local database",
-};
+constexpr Statement insertDevice = {"INSERT INTO device (model, serial, sw_version, hw_version) "
+                                    "VALUES (:model, :serial, :sw_version, :hw_version)",
+                                    "adding device to local database"};
 constexpr Statement insertMetadata = {
     "INSERT INTO measurement_metadata (timestamp, meas_state, device_id) "
     "VALUES (:timestamp, :meas_state, :device_id)",
-    "adding measurement to local database",
-};
-constexpr Statement insertType = {
-    "INSERT INTO measurement_type (name) VALUES (:name)",
-    "adding measurement type %1 to local database",
-};
+    "adding measurement to local database"};
+constexpr Statement insertType = {"INSERT INTO measurement_type (name) VALUES (:name)",
+                                  "adding measurement type %1 to local database"};
 constexpr Statement insertValue = {
     "INSERT INTO measurement_value (measurement_id, measurement_type_id, value) "
     "VALUES (:measurement_id, :measurement_type_id, :value)",
-    "adding measurement values",
-};
-constexpr Statement selectDevices = {
-    "SELECT id,model, serial, sw_version, hw_version from device",
-    "loading device details",
-};
+    "adding measurement values"};
+constexpr Statement selectDevices = {"SELECT id,model, serial, sw_version, hw_version from device",
+                                     "loading device details"};
 constexpr Statement selectDeviceRanges = {
     "select device_id, min(timestamp), max(timestamp) from measurement_metadata group by device_id",
-    "loading device measurement range",
-};
-constexpr Statement selectTypes = {
-    "select id, name from measurement_type",
-    "reading measurement types",
-};
+    "loading device measurement range"};
+constexpr Statement selectTypes = {"select id, name from measurement_type",
+                                   "reading measurement types"};
 constexpr Statement selectDeviceTypes = {
     "select id, name from measurement_type where id in "
     "(select measurement_type_id from measurement_value where measurement_id in "
     "(select id from measurement_metadata where device_id = :device_id))",
-    "loading measurement types",
-};
+    "loading measurement types"};
 constexpr Statement selectDeviceMetadata = {
     "select id, timestamp, meas_state from measurement_metadata where device_id = :device_id",
-    "loading measurement metadatas",
-};
+    "loading measurement metadatas"};
 constexpr Statement selectMetadataInRange = {
     "select id, timestamp, meas_state from measurement_metadata where device_id = :device_id "
     "and timestamp between :from and :to",
-    "loading measurement metadatas",
-};
+    "loading measurement metadatas"};
 constexpr Statement selectValuesInRange = {
     "select measurement_metadata.id, measurement_value.value, measurement_type.name "
     "from measurement_value, measurement_type, measurement_metadata "
@@ -86,8 +72,7 @@ constexpr Statement selectValuesInRange = {
     "and measurement_type.id = measurement_value.measurement_type_id "
     "and measurement_metadata.device_id = :device_id "
     "and measurement_metadata.timestamp between :timestamp_from and :timestamp_to",
-    "loading measurement values",
-};
+    "loading measurement values"};
 
 /// A row of measurement_metadata, small enough for a year of them in memory.
 struct MetadataRow
@@ -101,11 +86,23 @@ bool hasSmallerId(const MetadataRow &row, unsigned id) { return row.id < id; }
 
 qlonglong toStoredTime(const QDateTime &time) { return time.toUTC().toMSecsSinceEpoch(); }
 
-QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement)
+QDateTime fromStoredTime(const QVariant &milliseconds)
+{
+    static const QTimeZone utc = QTimeZone::utc();
+    return QDateTime::fromMSecsSinceEpoch(milliseconds.toLongLong(), utc);
+}
+
+using Placeholders = QVector<QPair<const char *, QVariant>>;
+
+QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement,
+                   const Placeholders &values = {})
 {
     QSqlQuery query(database);
     query.setForwardOnly(true);
     query.prepare(QLatin1String(statement.text));
+    for (const auto &value : values) {
+        query.bindValue(QLatin1String(value.first), value.second);
+    }
     return query;
 }
 
@@ -171,8 +168,7 @@ void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
 LocalStorageSqlite::LocalStorageSqlite()
     : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"),
                                            QLatin1String(QSqlDatabase::defaultConnection)))
-{
-}
+{ }
 
 LocalStorageSqlite::~LocalStorageSqlite() { m_database.close(); }
 
@@ -207,11 +203,11 @@ bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
         return true;
     }
 
-    QSqlQuery query = prepared(m_database, insertDevice);
-    query.bindValue(QStringLiteral(":model"), details.modelNumber);
-    query.bindValue(QStringLiteral(":serial"), details.serialNumber);
-    query.bindValue(QStringLiteral(":sw_version"), details.swVersion);
-    query.bindValue(QStringLiteral(":hw_version"), details.hwVersion);
+    QSqlQuery query = prepared(m_database, insertDevice,
+                               {{":model", details.modelNumber},
+                                {":serial", details.serialNumber},
+                                {":sw_version", details.swVersion},
+                                {":hw_version", details.hwVersion}});
     if (!execute(query, insertDevice)) {
         return false;
     }
@@ -222,10 +218,10 @@ bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
 bool LocalStorageSqlite::addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                                         unsigned &measurementId)
 {
-    QSqlQuery query = prepared(m_database, insertMetadata);
-    query.bindValue(QStringLiteral(":timestamp"), toStoredTime(metadata.timestamp));
-    query.bindValue(QStringLiteral(":meas_state"), static_cast<int>(metadata.state));
-    query.bindValue(QStringLiteral(":device_id"), deviceId);
+    QSqlQuery query = prepared(m_database, insertMetadata,
+                               {{":timestamp", toStoredTime(metadata.timestamp)},
+                                {":meas_state", static_cast<int>(metadata.state)},
+                                {":device_id", deviceId}});
     if (!execute(query, insertMetadata)) {
         return false;
     }
@@ -235,8 +231,7 @@ bool LocalStorageSqlite::addMeasurement(unsigned deviceId, const MeasurementMeta
 
 bool LocalStorageSqlite::addMeasurementType(const QString &name, unsigned &typeId)
 {
-    QSqlQuery query = prepared(m_database, insertType);
-    query.bindValue(QStringLiteral(":name"), name);
+    QSqlQuery query = prepared(m_database, insertType, {{":name", name}});
     if (!execute(query, QString(QLatin1String(insertType.context)).arg(name))) {
         return false;
     }
@@ -261,10 +256,10 @@ void LocalStorageSqlite::addMeasurementValues(unsigned measurementId,
             qWarning().noquote() << "Failed to resolve measurement type" << value.name;
             continue;
         }
-        QSqlQuery query = prepared(m_database, insertValue);
-        query.bindValue(QStringLiteral(":measurement_id"), measurementId);
-        query.bindValue(QStringLiteral(":measurement_type_id"), typeId);
-        query.bindValue(QStringLiteral(":value"), value.value);
+        QSqlQuery query = prepared(m_database, insertValue,
+                                   {{":measurement_id", measurementId},
+                                    {":measurement_type_id", typeId},
+                                    {":value", value.value}});
         execute(query, insertValue);
     }
 }
@@ -284,7 +279,6 @@ QVector<StoredDevice> LocalStorageSqlite::devices()
         result.append(device);
     }
 
-    const QTimeZone utc = QTimeZone::utc();
     QSqlQuery rangeQuery = prepared(m_database, selectDeviceRanges);
     execute(rangeQuery, selectDeviceRanges);
     while (rangeQuery.next()) {
@@ -293,10 +287,8 @@ QVector<StoredDevice> LocalStorageSqlite::devices()
             std::find_if(result.begin(), result.end(),
                          [id](const StoredDevice &candidate) { return candidate.id == id; });
         if (device != result.end()) {
-            device->firstMeasurement =
-                QDateTime::fromMSecsSinceEpoch(rangeQuery.value(1).toLongLong(), utc);
-            device->lastMeasurement =
-                QDateTime::fromMSecsSinceEpoch(rangeQuery.value(2).toLongLong(), utc);
+            device->firstMeasurement = fromStoredTime(rangeQuery.value(1));
+            device->lastMeasurement = fromStoredTime(rangeQuery.value(2));
         }
     }
 
@@ -308,25 +300,22 @@ QVector<StoredDevice> LocalStorageSqlite::devices()
 
 QMap<unsigned, MeasurementMetadata> LocalStorageSqlite::measurementMetadata(unsigned deviceId)
 {
-    QSqlQuery query = prepared(m_database, selectDeviceMetadata);
-    query.bindValue(QStringLiteral(":device_id"), deviceId);
+    QSqlQuery query = prepared(m_database, selectDeviceMetadata, {{":device_id", deviceId}});
     if (!execute(query, selectDeviceMetadata)) {
         return {};
     }
     QMap<unsigned, MeasurementMetadata> result;
-    const QTimeZone utc = QTimeZone::utc();
     while (query.next()) {
-        result.insert(query.value(0).toUInt(),
-                      {measurementStateFromInt(query.value(2).toUInt()),
-                       QDateTime::fromMSecsSinceEpoch(query.value(1).toLongLong(), utc)});
+        result.insert(
+            query.value(0).toUInt(),
+            {measurementStateFromInt(query.value(2).toUInt()), fromStoredTime(query.value(1))});
     }
     return result;
 }
 
 QMap<unsigned, QString> LocalStorageSqlite::measurementTypes(unsigned deviceId)
 {
-    QSqlQuery query = prepared(m_database, selectDeviceTypes);
-    query.bindValue(QStringLiteral(":device_id"), deviceId);
+    QSqlQuery query = prepared(m_database, selectDeviceTypes, {{":device_id", deviceId}});
     execute(query, selectDeviceTypes);
     QMap<unsigned, QString> result;
     while (query.next()) {
@@ -341,28 +330,24 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
     const qlonglong first = toStoredTime(from);
     const qlonglong last = toStoredTime(to);
 
-    QSqlQuery metadataQuery = prepared(m_database, selectMetadataInRange);
-    metadataQuery.bindValue(QStringLiteral(":device_id"), deviceId);
-    metadataQuery.bindValue(QStringLiteral(":from"), first);
-    metadataQuery.bindValue(QStringLiteral(":to"), last);
+    QSqlQuery metadataQuery = prepared(m_database, selectMetadataInRange,
+                                       {{":device_id", deviceId}, {":from", first}, {":to", last}});
     execute(metadataQuery, selectMetadataInRange);
     const QVector<MetadataRow> rows = readMetadataRows(metadataQuery);
 
     QVector<StoredMeasurement> result;
     result.reserve(rows.size());
-    const QTimeZone utc = QTimeZone::utc();
     for (const MetadataRow &row : rows) {
         StoredMeasurement measurement;
         measurement.state = row.state;
-        measurement.timestamp = QDateTime::fromMSecsSinceEpoch(row.timestamp, utc);
+        measurement.timestamp = fromStoredTime(row.timestamp);
         result.append(measurement);
     }
 
     // A separate query: a single join would lose the measurements without values.
-    QSqlQuery valueQuery = prepared(m_database, selectValuesInRange);
-    valueQuery.bindValue(QStringLiteral(":device_id"), deviceId);
-    valueQuery.bindValue(QStringLiteral(":timestamp_from"), first);
-    valueQuery.bindValue(QStringLiteral(":timestamp_to"), last);
+    QSqlQuery valueQuery =
+        prepared(m_database, selectValuesInRange,
+                 {{":device_id", deviceId}, {":timestamp_from", first}, {":timestamp_to", last}});
     execute(valueQuery, selectValuesInRange);
     assembleValues(valueQuery, rows, result);
     return result;
@@ -370,13 +355,11 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
 
 bool LocalStorageSqlite::createTables()
 {
-    for (const Statement &statement : createStatements) {
-        QSqlQuery query = prepared(m_database, statement);
-        if (!execute(query, statement)) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(std::begin(createStatements), std::end(createStatements),
+                       [this](const Statement &statement) {
+                           QSqlQuery query = prepared(m_database, statement);
+                           return execute(query, statement);
+                       });
 }
 
 bool LocalStorageSqlite::readTypeIds()

@@ -3,7 +3,6 @@
 
 #include "storage/localstorage.h"
 
-#include <QtCore/QMap>
 #include <QtSql/QSqlDatabase>
 
 /// The store as an SQLite file, on the default connection of QtSql, so a program has one at a time.

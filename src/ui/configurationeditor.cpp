@@ -79,8 +79,7 @@ QStringList ConfigurationEditor::configurationNames()
 {
     QStringList names;
     for (int row = 0; row < rowCount(); ++row) {
-        const QTableWidgetItem *aliasItem = item(row, AliasColumn);
-        names.append(aliasItem ? aliasItem->text() : QString());
+        names.append(aliasAt(row));
     }
     return names;
 }
@@ -91,9 +90,13 @@ void ConfigurationEditor::onItemChanged(QTableWidgetItem *item)
         return;
     }
     const QString newValue = item->data(Qt::DisplayRole).toString();
-    const QTableWidgetItem *aliasItem = QTableWidget::item(row(item), AliasColumn);
-    const QString name = aliasItem ? aliasItem->text() : QString();
-    emit valueChanged(name, newValue);
+    emit valueChanged(aliasAt(row(item)), newValue);
+}
+
+QString ConfigurationEditor::aliasAt(int row) const
+{
+    const QTableWidgetItem *aliasItem = item(row, AliasColumn);
+    return aliasItem ? aliasItem->text() : QString();
 }
 
 void ConfigurationEditor::setupColumns()

@@ -3,7 +3,6 @@
 
 #include "ui/deviceconfiguration.h"
 
-#include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtWidgets/QTableWidget>
 
@@ -38,6 +37,7 @@ private slots:
     void onItemChanged(QTableWidgetItem *item);
 
 private:
+    QString aliasAt(int row) const;
     void setupColumns();
     void addConfigurationItem(int row, const ConfigurationItem &configurationItem);
 };

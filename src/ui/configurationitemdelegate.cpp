@@ -27,8 +27,7 @@ int toInt(float value)
 
 ConfigurationItemDelegate::ConfigurationItemDelegate(QObject *parent)
     : QItemDelegate(parent)
-{
-}
+{ }
 
 QWidget *ConfigurationItemDelegate::createEditor(QWidget *parent,
                                                  const QStyleOptionViewItem &option,

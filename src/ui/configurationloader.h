@@ -4,7 +4,6 @@
 #include "ui/deviceconfiguration.h"
 
 #include <QtCore/QMap>
-#include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QXmlStreamReader>
 

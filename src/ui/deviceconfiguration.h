@@ -4,8 +4,6 @@
 #include "common/measurementitem.h"
 #include "ui/configurationitem.h"
 
-#include <QtCore/QVector>
-
 /// The settings and the measurements of a model, each in the order of the file.
 struct DeviceConfiguration
 {

@@ -3,8 +3,7 @@
 
 DeviceItem::DeviceItem(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 void DeviceItem::setSerialNumber(const QString &newValue)
 {

@@ -4,14 +4,10 @@
 #include "common/measurementtypeutils.h"
 #include "ui_exportmeasurementstocsvdialog.h"
 
-namespace {
-
 constexpr int serialNumberRole = Qt::UserRole + 1;
 constexpr int deviceIdRole = Qt::UserRole + 2;
 constexpr int typeIdRole = Qt::UserRole + 3;
 constexpr int nameRole = Qt::UserRole + 4;
-
-} // namespace
 
 ExportMeasurementsToCsvDialog::ExportMeasurementsToCsvDialog(LocalStorage *localStorage,
                                                              QWidget *parent)
@@ -53,12 +49,9 @@ void ExportMeasurementsToCsvDialog::loadDevices()
 
 void ExportMeasurementsToCsvDialog::selectDevice(const DeviceDetails &device)
 {
-    for (int index = 0; index < m_ui->deviceComboBox->count(); ++index) {
-        if (m_ui->deviceComboBox->itemData(index, serialNumberRole).toString()
-            == device.serialNumber) {
-            m_ui->deviceComboBox->setCurrentIndex(index);
-            return;
-        }
+    const int index = m_ui->deviceComboBox->findData(device.serialNumber, serialNumberRole);
+    if (index >= 0) {
+        m_ui->deviceComboBox->setCurrentIndex(index);
     }
 }
 

@@ -5,11 +5,7 @@
 #include "common/measurementitem.h"
 #include "storage/localstorage.h"
 
-#include <QtCore/QDateTime>
-#include <QtCore/QMap>
-#include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QVector>
 #include <QtWidgets/QDialog>
 #include <memory>
 

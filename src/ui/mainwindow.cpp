@@ -5,7 +5,6 @@
 #include "ui_mainwindow.h"
 
 #include <QtCore/QDebug>
-#include <QtCore/QMap>
 #include <QtSerialPort/QSerialPortInfo>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QHeaderView>

@@ -5,12 +5,8 @@
 #include "ui/measurementgraph.h"
 #include "ui/waitdialog.h"
 
-#include <QtCore/QString>
-#include <QtCore/QStringList>
 #include <QtCore/QTimer>
-#include <QtCore/QVector>
 #include <QtWidgets/QMainWindow>
-#include <memory>
 
 namespace Ui {
 class MainWindow;

@@ -11,10 +11,6 @@
 #include "ui/graphsettings.h"
 #include "ui/waitdialogreason.h"
 
-#include <QtCore/QDateTime>
-#include <QtCore/QString>
-#include <QtCore/QStringList>
-#include <QtCore/QVector>
 #include <QtWidgets/QMessageBox>
 
 /// The controller's whole view of the user interface.

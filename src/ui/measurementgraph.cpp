@@ -61,32 +61,6 @@ QColor measurementColor(const QString &name)
     return colors.insert(name, QColor(red, green, blue)).value();
 }
 
-/// Converts the values of one measurement to the display unit; looks its item up only once.
-class Converter
-{
-public:
-    Converter(const QString &name, const MeasurementDisplayOptions &options,
-              const QVector<MeasurementItem> &items)
-        : m_options(options)
-        , m_known(MeasurementTypeUtils::findMeasurementItem(name, items, m_item))
-    {
-    }
-
-    double operator()(double value) const
-    {
-        if (!m_known) {
-            return value;
-        }
-        return MeasurementTypeUtils::convertToDisplayUnit(value, m_item.type, m_item.unit,
-                                                          m_item.conversionMultiplier, m_options);
-    }
-
-private:
-    MeasurementDisplayOptions m_options;
-    MeasurementItem m_item;
-    bool m_known;
-};
-
 } // namespace
 
 MeasurementGraph::MeasurementGraph(QWidget *parent)
@@ -108,22 +82,20 @@ MeasurementGraph::~MeasurementGraph() = default;
 
 void MeasurementGraph::connectWidgets()
 {
-    connect(m_ui->buttonClear, &QPushButton::clicked, this, &MeasurementGraph::onClearClicked);
-    connect(m_ui->list, &QListWidget::itemChanged, this, &MeasurementGraph::itemChanged);
+    using Dialog = MeasurementGraph;
+    connect(m_ui->buttonClear, &QPushButton::clicked, this, &Dialog::onClearClicked);
+    connect(m_ui->list, &QListWidget::itemChanged, this, &Dialog::itemChanged);
     connect(m_ui->deviceComboBox, qOverload<int>(&QComboBox::currentIndexChanged), this,
-            qOverload<int>(&MeasurementGraph::selectDevice));
-    connect(m_ui->fromDateTimeEdit, &QDateTimeEdit::dateTimeChanged, this,
-            &MeasurementGraph::onDateChanged);
-    connect(m_ui->toDateTimeEdit, &QDateTimeEdit::dateTimeChanged, this,
-            &MeasurementGraph::onDateChanged);
+            qOverload<int>(&Dialog::selectDevice));
+    connect(m_ui->fromDateTimeEdit, &QDateTimeEdit::dateTimeChanged, this, &Dialog::onDateChanged);
+    connect(m_ui->toDateTimeEdit, &QDateTimeEdit::dateTimeChanged, this, &Dialog::onDateChanged);
     connect(m_ui->enableSettingsMinMaxForGraphcheckBox, &QCheckBox::clicked, this,
-            &MeasurementGraph::onGraphManualRangeToggled);
+            &Dialog::onGraphManualRangeToggled);
     connect(m_ui->graphMaximumSpinBox, qOverload<double>(&QDoubleSpinBox::valueChanged), this,
-            &MeasurementGraph::onGraphManualRangeChanged);
+            &Dialog::onGraphManualRangeChanged);
     connect(m_ui->graphMinimumSpinBox, qOverload<double>(&QDoubleSpinBox::valueChanged), this,
-            &MeasurementGraph::onGraphManualRangeChanged);
-    connect(m_ui->showLatestCheckBox, &QCheckBox::stateChanged, this,
-            &MeasurementGraph::onShowLatestToggled);
+            &Dialog::onGraphManualRangeChanged);
+    connect(m_ui->showLatestCheckBox, &QCheckBox::stateChanged, this, &Dialog::onShowLatestToggled);
 }
 
 void MeasurementGraph::setDisplayOptions(const MeasurementDisplayOptions &options)
@@ -189,18 +161,12 @@ void MeasurementGraph::beginLoading()
 
 void MeasurementGraph::selectDevice(const DeviceDetails &device)
 {
-    if (device.serialNumber.isEmpty()) {
+    const int index = m_ui->deviceComboBox->findData(device.serialNumber, serialNumberRole);
+    if (index < 0 || device.serialNumber.isEmpty()) {
         selectDevice(0);
-        return;
+    } else {
+        m_ui->deviceComboBox->setCurrentIndex(index);
     }
-    for (int index = 0; index < m_ui->deviceComboBox->count(); ++index) {
-        if (m_ui->deviceComboBox->itemData(index, serialNumberRole).toString()
-            == device.serialNumber) {
-            m_ui->deviceComboBox->setCurrentIndex(index);
-            return;
-        }
-    }
-    selectDevice(0);
 }
 
 void MeasurementGraph::selectDevice(int index)
@@ -297,11 +263,9 @@ QString MeasurementGraph::itemText(const QString &name) const
 QStringList MeasurementGraph::measurementNames() const
 {
     QStringList names;
-    if (m_measurements.isEmpty()) {
-        return names;
-    }
     // Quirk: a measurement that is only in later rows has neither an item nor a line.
-    for (const MeasurementValue &value : m_measurements.first().values) {
+    const StoredMeasurement first = m_measurements.value(0);
+    for (const MeasurementValue &value : first.values) {
         names.append(value.name);
     }
     return names;
@@ -333,12 +297,7 @@ bool MeasurementGraph::manualRange()
 
 bool MeasurementGraph::showLatest() { return m_ui->showLatestCheckBox->isChecked(); }
 
-void MeasurementGraph::onDateChanged()
-{
-    if (!m_updating) {
-        refresh();
-    }
-}
+void MeasurementGraph::onDateChanged() { refresh(); }
 
 void MeasurementGraph::reloadGraph()
 {
@@ -373,9 +332,9 @@ void MeasurementGraph::updateValueRange()
 
 bool MeasurementGraph::findValueRange(double &minimum, double &maximum) const
 {
-    QHash<QString, Converter> converters;
+    QHash<QString, MeasurementItem> items;
     for (const QString &name : m_selectedMeasurements) {
-        converters.insert(name, Converter(name, m_displayOptions, m_measurementItems));
+        MeasurementTypeUtils::findMeasurementItem(name, m_measurementItems, items[name]);
     }
     bool found = false;
     minimum = std::numeric_limits<double>::max();
@@ -383,28 +342,36 @@ bool MeasurementGraph::findValueRange(double &minimum, double &maximum) const
     maximum = std::numeric_limits<double>::min();
     for (const StoredMeasurement &measurement : m_measurements) {
         for (const MeasurementValue &value : measurement.values) {
-            const auto converter = converters.constFind(value.name);
-            if (converter == converters.constEnd()) {
-                continue;
+            const auto item = items.constFind(value.name);
+            if (item != items.constEnd()) {
+                const double converted = displayValue(value, *item);
+                minimum = std::min(minimum, converted);
+                maximum = std::max(maximum, converted);
+                found = true;
             }
-            const double converted = converter.value()(value.value);
-            minimum = std::min(minimum, converted);
-            maximum = std::max(maximum, converted);
-            found = true;
         }
     }
     return found;
 }
 
+double MeasurementGraph::displayValue(const MeasurementValue &value,
+                                      const MeasurementItem &item) const
+{
+    // The item of an unknown name has no type, with which the value stays as it is.
+    return MeasurementTypeUtils::convertToDisplayUnit(value.value, item.type, item.unit,
+                                                      item.conversionMultiplier, m_displayOptions);
+}
+
 GraphSeries MeasurementGraph::buildSeries(const QString &name) const
 {
-    const Converter converter(name, m_displayOptions, m_measurementItems);
+    MeasurementItem item;
+    MeasurementTypeUtils::findMeasurementItem(name, m_measurementItems, item);
     GraphSeries series{itemText(name), measurementColor(name), {}};
     series.points.reserve(m_measurements.size());
     for (const StoredMeasurement &measurement : m_measurements) {
         for (const MeasurementValue &value : measurement.values) {
             if (value.name == name) {
-                series.points.append({measurement.timestamp, converter(value.value)});
+                series.points.append({measurement.timestamp, displayValue(value, item)});
             }
         }
     }
@@ -447,7 +414,7 @@ void MeasurementGraph::itemChanged(QListWidgetItem *item)
 
 void MeasurementGraph::onGraphManualRangeChanged()
 {
-    if (!m_updating && manualRange()) {
+    if (manualRange()) {
         reloadGraph();
     }
 }

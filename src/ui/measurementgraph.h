@@ -7,9 +7,7 @@
 #include "graph/graphseries.h"
 #include "storage/localstorage.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QStringList>
-#include <QtCore/QVector>
 #include <QtWidgets/QDialog>
 #include <memory>
 
@@ -118,6 +116,7 @@ private:
     QStringList measurementNames() const;
     void updateValueRange();
     bool findValueRange(double &minimum, double &maximum) const;
+    double displayValue(const MeasurementValue &value, const MeasurementItem &item) const;
     GraphSeries buildSeries(const QString &name) const;
 
     std::unique_ptr<Ui::MeasurementGraph> m_ui;

@@ -54,11 +54,7 @@ void MeasurementTable::setMeasurementItems(const QVector<MeasurementItem> &items
 void MeasurementTable::updateMeasurements(const QVector<MeasurementValue> &values)
 {
     for (const MeasurementValue &value : values) {
-        const int foundRow = findRow(value.name);
-        if (foundRow < 0) {
-            continue;
-        }
-        QTableWidgetItem *valueItem = item(foundRow, ValueColumn);
+        QTableWidgetItem *valueItem = item(findRow(value.name), ValueColumn);
         if (!valueItem) {
             continue;
         }

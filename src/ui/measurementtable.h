@@ -5,8 +5,6 @@
 #include "common/measurementitem.h"
 #include "storage/measurementvalue.h"
 
-#include <QtCore/QString>
-#include <QtCore/QVector>
 #include <QtWidgets/QTableWidget>
 
 /// The latest reading of each measurement of the model, in the units that the user has chosen.

@@ -3,8 +3,7 @@
 
 Settings::Settings()
     : m_settings(QStringLiteral("Orvanta"), QStringLiteral("Kv tool"), nullptr)
-{
-}
+{ }
 
 QVariant Settings::value(const QString &key, const QVariant &defaultValue) const
 {

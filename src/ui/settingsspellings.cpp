@@ -49,19 +49,15 @@ ConfigurationItemType configurationItemType(const QString &text)
     return ConfigurationItemType::Text;
 }
 
-const QStringList &requiredOfConfigurationItem()
+QStringList requiredOfConfigurationItem()
 {
-    static const QStringList attributes{QStringLiteral("type"), QStringLiteral("min"),
-                                        QStringLiteral("max"), QStringLiteral("name"),
-                                        QStringLiteral("alias")};
-    return attributes;
+    return {QStringLiteral("type"), QStringLiteral("min"), QStringLiteral("max"),
+            QStringLiteral("name"), QStringLiteral("alias")};
 }
 
-const QStringList &requiredOfMeasurement()
+QStringList requiredOfMeasurement()
 {
-    static const QStringList attributes{QStringLiteral("name"), QStringLiteral("type"),
-                                        QStringLiteral("unit")};
-    return attributes;
+    return {QStringLiteral("name"), QStringLiteral("type"), QStringLiteral("unit")};
 }
 
 } // namespace SettingsSpellings

@@ -5,7 +5,6 @@
 #include "ui/configurationitem.h"
 
 #include <QtCore/QMap>
-#include <QtCore/QString>
 #include <QtCore/QStringList>
 
 /// The keywords of settings.xml, for the loader and for the program that checks such a file.
@@ -22,9 +21,9 @@ const QMap<QString, MeasurementUnit> &measurementUnits();
 ConfigurationItemType configurationItemType(const QString &text);
 
 /// The attributes that a setting must have, in the order in which they are looked for.
-const QStringList &requiredOfConfigurationItem();
+QStringList requiredOfConfigurationItem();
 
 /// The attributes that a measurement must have, in the order in which they are looked for.
-const QStringList &requiredOfMeasurement();
+QStringList requiredOfMeasurement();
 
 } // namespace SettingsSpellings
