@@ -262,10 +262,15 @@ void SerialPortHandler::connectToDevice()
 
 void SerialPortHandler::onValueRead(SerialPortValueType type, QVariant value)
 {
-    if (type == SerialPortValueType::ValueLogCount) {
+    switch (type) {
+    case SerialPortValueType::ValueLogCount:
         onLogCountRead(value.toInt());
-    } else {
+        break;
+    case SerialPortValueType::ValueDeviceDate:
+    case SerialPortValueType::ValueLogOption:
+    case SerialPortValueType::ValueDeviceModel:
         emit valueRead(type, value);
+        break;
     }
 }
 

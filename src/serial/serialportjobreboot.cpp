@@ -16,12 +16,13 @@ void SerialPortJobReboot::sendCommand() { write(QStringLiteral("reboot --really\
 
 void SerialPortJobReboot::parseData(QString buffer)
 {
-    const bool forUpdate = m_mode == RebootMode::RebootForFirmwareUpdate;
-    if (forUpdate ? DataParser::isResetting(buffer) : DataParser::isRebooted(buffer)) {
+    if (m_mode == RebootMode::RebootAndWaitForSelftest && DataParser::isRebooted(buffer)) {
         stop();
-        emit actionFinished(forUpdate ? SerialPortActionType::ActionRebootForFirmware
-                                      : SerialPortActionType::ActionReboot,
-                            QVariant());
+        emit actionFinished(SerialPortActionType::ActionReboot, QVariant());
+        emit finished();
+    } else if (m_mode == RebootMode::RebootForFirmwareUpdate && DataParser::isResetting(buffer)) {
+        stop();
+        emit actionFinished(SerialPortActionType::ActionRebootForFirmware, QVariant());
         emit finished();
     }
 }
