@@ -25,7 +25,7 @@ endif()
 # kv_library(<folder> SOURCES ... LINKS ...): the folder's library, called kv_<folder>.
 function(kv_library folder)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
-    add_library(kv_${folder} STATIC ${ARG_SOURCES})
+    add_library(kv_${folder} ${ARG_SOURCES}) # static, unless BUILD_SHARED_LIBS is set
     cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH parent)
     target_include_directories(kv_${folder} PUBLIC ${parent})
     target_link_libraries(kv_${folder} PUBLIC ${ARG_LINKS} PRIVATE kv_options)
