@@ -24,11 +24,112 @@ namespace {
 
 using Type = SerialPortJobType;
 
-template <typename Job, typename... Arguments>
-JobDialogue::Maker makerOf(const Arguments &...arguments)
+// The console repeats a command line, after a prompt if it begins with a line end. Blocks are not
+// lines.
+QByteArray echoOf(const QByteArray &command)
 {
-    return
-        [=](SerialPortInterface *port) { return JobPointer(new Job(port, arguments..., nullptr)); };
+    if (!command.endsWith("\r\n")) {
+        return QByteArray();
+    }
+    return command.startsWith("\r\n") ? "\r\n$ " + command.mid(2) : command;
+}
+
+// What the job @p Job and the device exchange; the reply without the echo.
+template <typename Job, typename... Arguments>
+JobDialogue dialogue(const char *name, Type type, int timeoutMs, const QByteArrayList &command,
+                     const QByteArray &reply, const char *rest, const QByteArrayList &report,
+                     const Arguments &...arguments)
+{
+    const auto make = [=](SerialPortInterface *port) {
+        return JobPointer(new Job(port, arguments..., nullptr));
+    };
+    const QString wholeReply = QString::fromLatin1(echoOf(command.value(0)) + reply);
+    const QStringList texts = QString::fromLatin1(report.join('\n')).split(QLatin1Char('\n'));
+    return {name, type, timeoutMs, make, command, wholeReply, latin1(rest), texts};
+}
+
+QVector<JobDialogue> logDialogues()
+{
+    const char noLog[] = "No LOG option installed!\r\n$";
+    const QString titles = logLine(latin1("00000"), latin1("TIME,CO2,,T"));
+    const QString row = logLine(latin1("00012"), latin1("2017-11-13T10:20:30+02:00,400.5,-2"));
+    return {
+        dialogue<SerialPortJobReadLog>(
+            "read log", Type::JobReadLog, 500, {"\r\nlog --count\r\n"}, "count=1234\r\n$", " ",
+            {"valueRead 1 bool true", "valueRead 2 int 1234", "finished"}),
+        dialogue<SerialPortJobReadLog>("read log, none", Type::JobReadLog, 500,
+                                       {"\r\nlog --count\r\n"}, noLog, " ",
+                                       {"valueRead 1 bool false", "finished"}),
+        dialogue<SerialPortJobReadLogValue>("read log titles", Type::JobReadLogValue, 500,
+                                            {"\r\nlog --read=0\r\n"}, titles.toLatin1(), "\r\n$ ",
+                                            {"logTitlesRead TIME|CO2||T", "finished"}, 0),
+        dialogue<SerialPortJobReadLogValue>(
+            "read log row", Type::JobReadLogValue, 500, {"\r\nlog --read=12\r\n"}, row.toLatin1(),
+            "\r\n$ ", {"logValueRead 12 400.5|-2 2017-11-13T10:20:30Z", "finished"}, 12),
+        dialogue<SerialPortJobEraseLog>("erase log", Type::JobEraseLog, 500, {"log --erase\r\n"},
+                                        "Log erased!\r\n$", " ",
+                                        {"actionFinished 2 nothing, running", "finished"}),
+        dialogue<SerialPortJobEraseLog>("erase log, none", Type::JobEraseLog, 500,
+                                        {"log --erase\r\n"}, noLog, " ",
+                                        {"valueRead 1 bool false, running", "finished"}),
+    };
+}
+
+QVector<JobDialogue> eepromDialogues()
+{
+    const QByteArray block = consecutiveBytes(0); // 0x00, 0x0D, 0x11 and 0x13 among them
+    return {
+        dialogue<SerialPortJobWriteToEeprom>(
+            "write to eeprom", Type::JobWriteToEeprom, 180000, {"write --really\r\n"},
+            "Writing current configuration to non-volatile memory... 512 bytes written!\r\n$", " ",
+            {"actionFinished 0 nothing, running", "finished"}),
+        dialogue<SerialPortJobFactoryReset>(
+            "factory reset", Type::JobFactoryReset, 60000, {"\r\ninitconf --really\r\n"},
+            "Loading default configuration... OK!\r\n"
+            "Write the default configuration to non-volatile memory by using write command",
+            ".\r\n$ ", {"finished"}),
+        dialogue<SerialPortJobReadEepromBlock>(
+            "read eeprom block", Type::JobReadEepromBlock, 500,
+            {"\r\neeprom --read_block 1023\r\n"}, block.toHex() + "\r\nDone\r\n", "$ ",
+            {"eepromBlockRead 1023 " + block.toHex(), "actionFinished 10 int 42", "finished"},
+            quint16(1023), 42),
+        dialogue<SerialPortJobWriteEepromBlock>(
+            "write eeprom block", Type::JobWriteEepromBlock, 5000,
+            {"\r\neeprom --write_block 1023\r\n", block}, "Please input 64 bytes\r\n\r\nDone\r\n",
+            "$ ", {"eepromBlockWritten 1023", "actionFinished 11 int 100", "finished"},
+            quint16(1023), block, 100),
+    };
+}
+
+QVector<JobDialogue> firmwareDialogues()
+{
+    const QByteArray block("*!.\0\r\n\x11\x13\xff*!.BOOT", 16);
+    JobDialogue bootloader = dialogue<SerialPortJobUpdateFirmware>(
+        "enter bootloader", Type::JobUpdateFirmware, 900000, {}, "...\r\nloader 1.0\r\nBoot", "",
+        {"actionFinished 6 nothing", "finished"});
+    bootloader.answer = QByteArrayList{"b"};
+    return {
+        dialogue<SerialPortJobReboot>(
+            "restart", Type::JobReboot, 30000, {"reboot --really\r\n"},
+            "Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\nRAM OK\r\n"
+            "All tests passed.\r\n\r\nOrvanta KVT 3\r\nCompiled on Nov 13 2017\r\nCopyright ",
+            "2017\r\n$ ", {"actionFinished 3 nothing", "finished"},
+            RebootMode::RebootAndWaitForSelftest),
+        dialogue<SerialPortJobReboot>("restart for firmware", Type::JobReboot, 30000,
+                                      {"reboot --really\r\n"}, "Reseting device in 5 seconds",
+                                      "...\r\n", {"actionFinished 4 nothing", "finished"},
+                                      RebootMode::RebootForFirmwareUpdate),
+        bootloader,
+        dialogue<SerialPortJobTransmitFirmwareBlock>(
+            "block accepted", Type::JobTransmitFirmwareBlock, 2000, {block}, "*", "",
+            {"actionFinished 5 double 94.125", "finished"}, block, 94.125),
+        dialogue<SerialPortJobTransmitFirmwareBlock>("block refused",
+                                                     Type::JobTransmitFirmwareBlock, 2000, {block},
+                                                     "!", "", {"failed 14"}, block, 94.125),
+        dialogue<SerialPortJobTransmitFirmwareBlock>(
+            "image taken", Type::JobTransmitFirmwareBlock, 2000, {block}, ".", "\r\ndone *",
+            {"actionFinished 7 int 100", "finished"}, block, 94.125),
+    };
 }
 
 } // namespace
@@ -37,130 +138,39 @@ QVector<JobDialogue> valueDialogues()
 {
     const QDateTime utc(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
     return {
-        {"connect",
-         Type::JobConnect,
-         500,
-         makerOf<SerialPortJobConnect>(),
-         {"\r\nshow swver\r\n"},
-         latin1("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$"),
-         latin1(" "),
-         {latin1("finished")}},
-        {"read model",
-         Type::JobReadModel,
-         500,
-         makerOf<SerialPortJobReadModel>(),
-         {"\r\nshow unit\r\n"},
-         latin1("\r\n$ show unit\r\nUnit\r\nModel: KVT 301\r\nSerial:"),
-         latin1(" 1234\r\n$ "),
-         {latin1("valueRead 3 QString KVT 301"), latin1("finished")}},
-        {"read value",
-         Type::JobReadValue,
-         500,
-         makerOf<SerialPortJobReadValue>(latin1("p")),
-         {"\r\nshow p\r\n"},
-         latin1("\r\n$ show p\r\nshow: p=990 hPa\r\n$"),
-         latin1(" "),
-         {latin1("dataRead p=990 hPa"), latin1("finished")}},
-        {"read value, unknown",
-         Type::JobReadValue,
-         500,
-         makerOf<SerialPortJobReadValue>(latin1("nope")),
-         {"\r\nshow nope\r\n"},
-         latin1("\r\n$ show nope\r\nshow: Unknown parameter!"),
-         latin1("\r\n$ "),
-         {latin1("dataRead nope=null"), latin1("finished")}},
-        {"set value",
-         Type::JobSetValue,
-         500,
-         makerOf<SerialPortJobSetValue>(latin1("p"), latin1("2000")),
-         {"\r\nset p=2000\r\n"},
-         latin1("\r\n$ set p=2000\r\nset: p=1300\r\n$"),
-         latin1(" "),
-         {latin1("dataWritten p=1300"), latin1("finished")}},
-        {"read measurements",
-         Type::JobReadMeasurements,
-         500,
-         makerOf<SerialPortJobReadMeasurements>(),
-         {"\r\nshow meas\r\n"},
-         latin1("\r\n$ show meas\r\nshow: meas=\"co2=400.5;t=N\"\r\n$"),
-         latin1(" "),
-         {latin1("measurementsRead co2=400.5|t=N, running"), latin1("finished, running")},
-         {},
-         0,
-         true,
-         false},
-        {"read date",
-         Type::JobReadDate,
-         500,
-         makerOf<SerialPortJobReadDate>(),
-         {"\r\ndate\r\n"},
-         latin1("\r\n$ date\r\n2017-11-13T10:20:30\r\n$"),
-         latin1(" "),
-         {latin1("valueRead 0 QDateTime 2017-11-13T10:20:30Z"), latin1("finished")}},
-        {"set date",
-         Type::JobSetDate,
-         500,
-         makerOf<SerialPortJobSetDate>(utc),
-         {"\r\ndate 2017-11-13T10:20:30\r\n"},
-         latin1("\r\n$ date 2017-11-13T10:20:30\r\nDate updated to 2017-11-13T10:20:31\r\n"),
-         latin1("$ "),
-         {latin1("actionFinished 1 QDateTime 2017-11-13T10:20:31Z"), latin1("finished")}},
+        dialogue<SerialPortJobConnect>("connect", Type::JobConnect, 500, {"\r\nshow swver\r\n"},
+                                       "show: swver=1.2.3\r\n$", " ", {"finished"}),
+        dialogue<SerialPortJobReadModel>("read model", Type::JobReadModel, 500,
+                                         {"\r\nshow unit\r\n"},
+                                         "Unit\r\nModel: KVT 301\r\nSerial:", " 1234\r\n$ ",
+                                         {"valueRead 3 QString KVT 301", "finished"}),
+        dialogue<SerialPortJobReadValue>("read value", Type::JobReadValue, 500, {"\r\nshow p\r\n"},
+                                         "show: p=990 hPa\r\n$", " ",
+                                         {"dataRead p=990 hPa", "finished"}, latin1("p")),
+        dialogue<SerialPortJobReadValue>("read value, unknown", Type::JobReadValue, 500,
+                                         {"\r\nshow nope\r\n"}, "show: Unknown parameter!",
+                                         "\r\n$ ", {"dataRead nope=null", "finished"},
+                                         latin1("nope")),
+        dialogue<SerialPortJobSetValue>("set value", Type::JobSetValue, 500, {"\r\nset p=2000\r\n"},
+                                        "set: p=1300\r\n$", " ", {"dataWritten p=1300", "finished"},
+                                        latin1("p"), latin1("2000")),
+        dialogue<SerialPortJobReadMeasurements>(
+            "read measurements", Type::JobReadMeasurements, 500, {"\r\nshow meas\r\n"},
+            "show: meas=\"co2=400.5;t=N\"\r\n$", " ",
+            {"measurementsRead co2=400.5|t=N, running", "finished, running"}),
+        dialogue<SerialPortJobReadDate>("read date", Type::JobReadDate, 500, {"\r\ndate\r\n"},
+                                        "2017-11-13T10:20:30\r\n$", " ",
+                                        {"valueRead 0 QDateTime 2017-11-13T10:20:30Z", "finished"}),
+        dialogue<SerialPortJobSetDate>(
+            "set date", Type::JobSetDate, 500, {"\r\ndate 2017-11-13T10:20:30\r\n"},
+            "Date updated to 2017-11-13T10:20:31\r\n", "$ ",
+            {"actionFinished 1 QDateTime 2017-11-13T10:20:31Z", "finished"}, utc),
     };
 }
 
-QVector<JobDialogue> logDialogues()
+QVector<JobDialogue> allDialogues()
 {
-    const QString noLog = latin1("No LOG option installed!\r\n$");
-    return {
-        {"read log",
-         Type::JobReadLog,
-         500,
-         makerOf<SerialPortJobReadLog>(),
-         {"\r\nlog --count\r\n"},
-         latin1("\r\n$ log --count\r\ncount=1234\r\n$"),
-         latin1(" "),
-         {latin1("valueRead 1 bool true"), latin1("valueRead 2 int 1234"), latin1("finished")}},
-        {"read log, none",
-         Type::JobReadLog,
-         500,
-         makerOf<SerialPortJobReadLog>(),
-         {"\r\nlog --count\r\n"},
-         latin1("\r\n$ log --count\r\n") + noLog,
-         latin1(" "),
-         {latin1("valueRead 1 bool false"), latin1("finished")}},
-        {"read log titles",
-         Type::JobReadLogValue,
-         500,
-         makerOf<SerialPortJobReadLogValue>(0),
-         {"\r\nlog --read=0\r\n"},
-         titlesReply(latin1("TIME,CO2,,T")),
-         latin1("\r\n$ "),
-         {latin1("logTitlesRead TIME|CO2||T"), latin1("finished")}},
-        {"read log row",
-         Type::JobReadLogValue,
-         500,
-         makerOf<SerialPortJobReadLogValue>(12),
-         {"\r\nlog --read=12\r\n"},
-         rowReply(12, latin1("00012"), latin1("2017-11-13T10:20:30+02:00,400.5,-2")),
-         latin1("\r\n$ "),
-         {latin1("logValueRead 12 400.5|-2 2017-11-13T10:20:30Z"), latin1("finished")}},
-        {"erase log",
-         Type::JobEraseLog,
-         500,
-         makerOf<SerialPortJobEraseLog>(),
-         {"log --erase\r\n"},
-         latin1("log --erase\r\nLog erased!\r\n$"),
-         latin1(" "),
-         {latin1("actionFinished 2 nothing, running"), latin1("finished")}},
-        {"erase log, none",
-         Type::JobEraseLog,
-         500,
-         makerOf<SerialPortJobEraseLog>(),
-         {"log --erase\r\n"},
-         latin1("log --erase\r\n") + noLog,
-         latin1(" "),
-         {latin1("valueRead 1 bool false, running"), latin1("finished")}},
-    };
+    return valueDialogues() + logDialogues() + eepromDialogues() + firmwareDialogues();
 }
 
 QByteArray consecutiveBytes(int first)
@@ -170,122 +180,4 @@ QByteArray consecutiveBytes(int first)
         bytes.append(static_cast<char>(value));
     }
     return bytes;
-}
-
-QVector<JobDialogue> eepromDialogues()
-{
-    const QByteArray block = consecutiveBytes(0); // 0x00, 0x0D, 0x11 and 0x13 among them
-    return {
-        {"write to eeprom",
-         Type::JobWriteToEeprom,
-         180000,
-         makerOf<SerialPortJobWriteToEeprom>(),
-         {"write --really\r\n"},
-         latin1("write --really\r\nWriting current configuration to non-volatile memory... "
-                "512 bytes written!\r\n$"),
-         latin1(" "),
-         {latin1("actionFinished 0 nothing, running"), latin1("finished")}},
-        {"factory reset",
-         Type::JobFactoryReset,
-         60000,
-         makerOf<SerialPortJobFactoryReset>(),
-         {"\r\ninitconf --really\r\n"},
-         latin1("\r\n$ initconf --really\r\nLoading default configuration... OK!\r\n"
-                "Write the default configuration to non-volatile memory by using write command"),
-         latin1(".\r\n$ "),
-         {latin1("finished")}},
-        {"read eeprom block",
-         Type::JobReadEepromBlock,
-         500,
-         makerOf<SerialPortJobReadEepromBlock>(quint16(7), 42),
-         {"\r\neeprom --read_block 7\r\n"},
-         eepromReply(7, latin1(block.toHex().constData())),
-         latin1("$ "),
-         {latin1("eepromBlockRead 7 ") + latin1(block.toHex().constData()),
-          latin1("actionFinished 10 int 42"), latin1("finished")}},
-        {"write eeprom block",
-         Type::JobWriteEepromBlock,
-         5000,
-         makerOf<SerialPortJobWriteEepromBlock>(quint16(1023), block, 100),
-         {"\r\neeprom --write_block 1023\r\n", block},
-         latin1("\r\n$ eeprom --write_block 1023\r\nPlease input 64 bytes\r\n\r\nDone\r\n"),
-         latin1("$ "),
-         {latin1("eepromBlockWritten 1023"), latin1("actionFinished 11 int 100"),
-          latin1("finished")},
-         {},
-         1},
-    };
-}
-
-QVector<JobDialogue> firmwareDialogues()
-{
-    const QByteArray block = QByteArray("*!.\0\r\n\x11\x13\xff*!.BOOT", 16);
-    const auto blockMaker = makerOf<SerialPortJobTransmitFirmwareBlock>(block, 94.125);
-    return {
-        {"restart",
-         Type::JobReboot,
-         30000,
-         makerOf<SerialPortJobReboot>(RebootMode::RebootAndWaitForSelftest),
-         {"reboot --really\r\n"},
-         latin1("reboot --really\r\nReseting device in 5 seconds\r\n\r\nPerforming selftest...\r\n"
-                "RAM OK\r\nAll tests passed.\r\n\r\nOrvanta KVT 3\r\nCompiled on Nov 13 2017\r\n"
-                "Copyright "),
-         latin1("2017\r\n$ "),
-         {latin1("actionFinished 3 nothing"), latin1("finished")}},
-        {"restart for firmware",
-         Type::JobReboot,
-         30000,
-         makerOf<SerialPortJobReboot>(RebootMode::RebootForFirmwareUpdate),
-         {"reboot --really\r\n"},
-         latin1("reboot --really\r\nReseting device in 5 seconds"),
-         latin1("...\r\n"),
-         {latin1("actionFinished 4 nothing"), latin1("finished")}},
-        {"enter bootloader",
-         Type::JobUpdateFirmware,
-         900000,
-         makerOf<SerialPortJobUpdateFirmware>(),
-         {},
-         latin1("...\r\nloader 1.0\r\nBoot"),
-         QString(),
-         {latin1("actionFinished 6 nothing"), latin1("finished")},
-         {"b"}},
-        {"block accepted",
-         Type::JobTransmitFirmwareBlock,
-         2000,
-         blockMaker,
-         {block},
-         latin1("*"),
-         QString(),
-         {latin1("actionFinished 5 double 94.125"), latin1("finished")},
-         {},
-         1,
-         false},
-        {"block refused",
-         Type::JobTransmitFirmwareBlock,
-         2000,
-         blockMaker,
-         {block},
-         latin1("!"),
-         QString(),
-         {latin1("failed 14")},
-         {},
-         1,
-         false},
-        {"image taken",
-         Type::JobTransmitFirmwareBlock,
-         2000,
-         blockMaker,
-         {block},
-         latin1("."),
-         latin1("\r\ndone *"),
-         {latin1("actionFinished 7 int 100"), latin1("finished")},
-         {},
-         1,
-         false},
-    };
-}
-
-QVector<JobDialogue> allDialogues()
-{
-    return valueDialogues() + logDialogues() + eepromDialogues() + firmwareDialogues();
 }

@@ -25,17 +25,13 @@ struct JobDialogue
     QString rest; ///< what the device sends afterwards
     QStringList report; ///< the job's signals, as SignalRecorder logs them
     QByteArrayList answer = {}; ///< what the job sends in response to the reply
-    int rawWrites = 0; ///< how many writes at the end of the command are bytes, not text
-    bool restarts = true;
-    bool stopsItself = true;
+    bool restarts = type != SerialPortJobType::JobTransmitFirmwareBlock;
+    bool stopsItself = type != SerialPortJobType::JobReadMeasurements;
 };
 
-/// The dialogues of the job classes, by group.
+/// The dialogues of the jobs for values and the clock, and of all job classes.
 /// @{
 QVector<JobDialogue> valueDialogues();
-QVector<JobDialogue> logDialogues();
-QVector<JobDialogue> eepromDialogues();
-QVector<JobDialogue> firmwareDialogues();
 QVector<JobDialogue> allDialogues();
 /// @}
 

@@ -2,17 +2,13 @@
 #include "serial/serialportjob.h"
 #include "tests/kit/fakeserialport.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QtTest>
 #include <functional>
 
 namespace {
-
-QString text(const char *latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 // A port that counts its connections.
 class ProbePort : public FakeSerialPort
@@ -25,8 +21,8 @@ public:
 class ProbeJob : public SerialPortJob
 {
 public:
-    explicit ProbeJob(SerialPortInterface *port)
-        : SerialPortJob(port, SerialPortJobType::JobReadValue, nullptr)
+    explicit ProbeJob(SerialPortInterface *port, QObject *parent = nullptr)
+        : SerialPortJob(port, SerialPortJobType::JobReadValue, parent)
     {
     }
 
@@ -35,24 +31,20 @@ public:
     using SerialPortJob::onTimeOut;
     using SerialPortJob::write;
 
-    std::function<void()> whileSending;
-    std::function<void()> whileParsing;
+    std::function<void()> whileSending = [] {};
+    std::function<void()> whileParsing = [] {};
     QStringList parsed;
 
 protected:
     void sendCommand() override
     {
         write(text("command"));
-        if (whileSending) {
-            whileSending();
-        }
+        whileSending();
     }
     void parseData(QString buffer) override
     {
         parsed.append(buffer);
-        if (whileParsing) {
-            whileParsing();
-        }
+        whileParsing();
         if (buffer.endsWith(text("done"))) {
             stop();
             emit finished();
@@ -81,275 +73,200 @@ class TestSerialPortJob : public QObject
     Q_OBJECT
 
 private slots:
+    void init()
+    {
+        m_port.reset(new ProbePort);
+        m_job.reset(new ProbeJob(m_port.data()));
+    }
+
     void isIdleWithHalfASecondAtFirst()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        QVERIFY(!job.isRunning());
-        QVERIFY(job.canRestart());
-        QCOMPARE(job.timeout(), 500);
-        QCOMPARE(port.connections(), 0);
-        QVERIFY(port.sent.isEmpty());
+        QVERIFY(!m_job->isRunning());
+        QVERIFY(m_job->canRestart());
+        QCOMPARE(m_job->timeout(), 500);
+        QCOMPARE(m_port->connections(), 0);
+        QVERIFY(m_port->sent.isEmpty());
     }
 
     void keepsItsTypeAndItsParent()
     {
-        class OwnedJob : public SerialPortJob
-        {
-        public:
-            using SerialPortJob::SerialPortJob;
-
-        protected:
-            void sendCommand() override { }
-            void parseData(QString buffer) override { Q_UNUSED(buffer) }
-        };
-        OwnedJob job(nullptr, SerialPortJobType::JobReboot, this);
-        QCOMPARE(job.type(), SerialPortJobType::JobReboot);
-        QCOMPARE(job.parent(), this);
+        const auto *job = new ProbeJob(nullptr, m_port.data());
+        QCOMPARE(job->parent(), m_port.data());
+        QCOMPARE(m_job->type(), SerialPortJobType::JobReadValue);
     }
 
-    void takesAnotherTimeout()
+    void timesOutOnceAfterTheTimeThatWasSet()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.setTimeout(20);
-        QCOMPARE(job.timeout(), 20);
-        QSignalSpy timedOut(&job, &ProbeJob::timedOut);
-        job.start();
+        m_job->setTimeout(20);
+        QSignalSpy timedOut(m_job.data(), &ProbeJob::timedOut);
+        m_job->start();
         QVERIFY(timedOut.wait(400));
-        QCOMPARE(job.timeout(), 20);
+        QVERIFY(!timedOut.wait(60));
+        QCOMPARE(m_job->timeout(), 20);
     }
 
     void isConnectedAndRunningWhenItSends()
     {
-        ProbePort port;
-        ProbeJob job(&port);
         bool running = false;
-        job.whileSending = [&] {
-            running = job.isRunning();
-            port.receive(text("echo"));
+        m_job->whileSending = [&] {
+            running = m_job->isRunning();
+            m_port->receive(text("echo"));
         };
-        job.start();
+        m_job->start();
         QVERIFY(running);
-        QCOMPARE(job.parsed, QStringList(text("echo")));
-        QCOMPARE(port.sent.join(), QByteArray("command"));
+        QCOMPARE(m_job->parsed, texts("echo"));
+        QCOMPARE(m_port->sent.join(), QByteArray("command"));
     }
 
     void armsTheTimerBeforeItSends()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.setTimeout(1);
-        QSignalSpy timedOut(&job, &ProbeJob::timedOut);
+        m_job->setTimeout(1);
+        QSignalSpy timedOut(m_job.data(), &ProbeJob::timedOut);
         bool firedWhileSending = false;
-        job.whileSending = [&] { firedWhileSending = timedOut.wait(1000); };
-        job.start();
+        m_job->whileSending = [&] { firedWhileSending = timedOut.wait(1000); };
+        m_job->start();
         QVERIFY(firedWhileSending);
     }
 
     void finishesOnTheChunkThatCompletesTheReply()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        QSignalSpy finished(&job, &ProbeJob::finished);
-        job.start();
-        port.receive(text("not "));
-        port.receive(text("yet do"));
+        QSignalSpy finished(m_job.data(), &ProbeJob::finished);
+        m_job->start();
+        m_port->receive(text("not "));
+        m_port->receive(text("yet do"));
         QCOMPARE(finished.count(), 0);
-        port.receive(text("ne"));
+        m_port->receive(text("ne"));
         QCOMPARE(finished.count(), 1);
-        const QStringList expected = {text("not "), text("not yet do"), text("not yet done")};
-        QCOMPARE(job.parsed, expected);
-        QVERIFY(!job.isRunning());
+        QCOMPARE(m_job->parsed, texts("not |not yet do|not yet done"));
+        QVERIFY(!m_job->isRunning());
     }
 
-    void dropsChunksAfterAStop()
+    void dropsTextOnAStopAndWhileNotRunning()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
-        QCOMPARE(port.connections(), 1);
-        job.stop();
-        QCOMPARE(port.connections(), 0);
-        QVERIFY(!job.isRunning());
-        port.receive(text("done"));
-        job.dataReady(text("done"));
-        QVERIFY(job.parsed.isEmpty());
+        m_job->dataReady(text("early"));
+        m_job->start();
+        QCOMPARE(m_port->connections(), 1);
+        m_port->receive(text("old"));
+        m_job->stop();
+        QCOMPARE(m_port->connections(), 0);
+        QVERIFY(!m_job->isRunning());
+        m_port->receive(text("late"));
+        m_job->dataReady(text("late"));
+        m_job->start();
+        m_port->receive(text("new"));
+        QCOMPARE(m_job->parsed, texts("old|new"));
     }
 
-    void dropsChunksWhenNotRunning()
+    void keepsTextAndConnectionOnASecondStart()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.dataReady(text("early"));
-        job.start();
-        job.dataReady(text("later"));
-        QCOMPARE(job.parsed, QStringList(text("later")));
-    }
-
-    void discardsTheTextOnAStop()
-    {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
-        port.receive(text("old"));
-        job.stop();
-        job.start();
-        port.receive(text("new"));
-        QCOMPARE(job.parsed.last(), text("new"));
-    }
-
-    void keepsTheTextOnASecondStart()
-    {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
-        port.receive(text("old "));
-        job.start();
-        port.receive(text("new"));
-        QCOMPARE(job.parsed.last(), text("old new"));
-    }
-
-    void connectsOnceAfterASecondStart()
-    {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
-        job.start();
-        QCOMPARE(port.connections(), 1);
-        port.receive(text("once"));
-        QCOMPARE(job.parsed.count(), 1);
-        QCOMPARE(port.sent.join(), QByteArray("commandcommand"));
+        m_job->start();
+        m_port->receive(text("old "));
+        m_job->start();
+        QCOMPARE(m_port->connections(), 1);
+        m_port->receive(text("new"));
+        QCOMPARE(m_job->parsed, texts("old |old new"));
+        QCOMPARE(m_port->sent.join(), QByteArray("commandcommand"));
     }
 
     void countsTheTimeoutFromTheSecondStart()
     {
         constexpr int timeoutMs = 200;
-        ProbePort port;
-        ProbeJob job(&port);
-        job.setTimeout(timeoutMs);
-        QSignalSpy timedOut(&job, &ProbeJob::timedOut);
-        QElapsedTimer sinceFirst;
-        sinceFirst.start();
-        job.start();
-        QTRY_VERIFY(sinceFirst.elapsed() >= timeoutMs / 2);
-        QElapsedTimer sinceSecond;
-        sinceSecond.start();
-        job.start();
-        QVERIFY(timedOut.count() == 1 || timedOut.wait(10 * timeoutMs));
+        m_job->setTimeout(timeoutMs);
+        QSignalSpy timedOut(m_job.data(), &ProbeJob::timedOut);
+        QElapsedTimer clock;
+        clock.start();
+        m_job->start();
+        QTRY_VERIFY(clock.elapsed() >= timeoutMs / 2);
+        clock.start();
+        m_job->start();
+        QTRY_COMPARE(timedOut.count(), 1);
         // A coarse timer may be early by 5 %.
-        QVERIFY(sinceSecond.elapsed() >= timeoutMs * 9 / 10);
-        QCOMPARE(timedOut.count(), 1);
+        QVERIFY(clock.elapsed() >= timeoutMs * 9 / 10);
     }
 
     void timesOutWhileTextArrives()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.setTimeout(50);
+        m_job->setTimeout(50);
         QTimer chatter;
-        connect(&chatter, &QTimer::timeout, &port, [&port] { port.receive(text("debug ")); });
-        QSignalSpy timedOut(&job, &ProbeJob::timedOut);
-        job.start();
+        connect(&chatter, &QTimer::timeout, this, [this] { m_port->receive(text("debug ")); });
+        QSignalSpy timedOut(m_job.data(), &ProbeJob::timedOut);
+        m_job->start();
         chatter.start(5);
         QVERIFY(timedOut.wait(2000));
-        QVERIFY(!job.parsed.isEmpty());
+        QVERIFY(!m_job->parsed.isEmpty());
     }
 
     void hasStoppedWhenItTimesOut()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
-        port.receive(text("half"));
+        m_job->start();
+        m_port->receive(text("half"));
         bool running = true;
         int connections = -1;
-        connect(&job, &ProbeJob::timedOut, this, [&] {
-            running = job.isRunning();
-            connections = port.connections();
+        connect(m_job.data(), &ProbeJob::timedOut, this, [&] {
+            running = m_job->isRunning();
+            connections = m_port->connections();
         });
-        job.onTimeOut();
+        m_job->onTimeOut();
         QVERIFY(!running);
         QCOMPARE(connections, 0);
-        job.start();
-        port.receive(text("fresh"));
-        QCOMPARE(job.parsed.last(), text("fresh"));
-    }
-
-    void timesOutOnce()
-    {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.setTimeout(1);
-        QSignalSpy timedOut(&job, &ProbeJob::timedOut);
-        job.start();
-        QVERIFY(timedOut.wait(1000));
-        QVERIFY(!timedOut.wait(30));
+        m_job->start();
+        m_port->receive(text("fresh"));
+        QCOMPARE(m_job->parsed.last(), text("fresh"));
     }
 
     void refusesTheFifthRestart()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
+        m_job->start();
         expectRestarts(4);
         for (int restart = 0; restart < 4; ++restart) {
-            QVERIFY(job.restart());
+            QVERIFY(m_job->restart());
         }
-        QCOMPARE(port.sent.count(), 5);
-        job.stop();
+        m_job->stop();
         for (int refusal = 0; refusal < 2; ++refusal) {
             expectRefusal();
-            QVERIFY(!job.restart());
-            QVERIFY(!job.isRunning());
-            QCOMPARE(port.connections(), 0);
+            QVERIFY(!m_job->restart());
+            QVERIFY(!m_job->isRunning());
+            QCOMPARE(m_port->connections(), 0);
         }
-        QCOMPARE(port.sent.count(), 5);
+        QCOMPARE(m_port->sent.count(), 5);
     }
 
     void countsEveryRestartWhateverItsCause()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.start();
+        m_job->start();
         expectRestarts(4);
-        QVERIFY(job.restart()); // while running
-        job.onTimeOut();
-        QVERIFY(job.restart());
-        port.receive(text("done"));
-        QVERIFY(job.restart()); // a success does not increase the number left
-        job.stop();
-        job.start();
-        QVERIFY(job.restart()); // neither does a start
+        QVERIFY(m_job->restart()); // while running
+        m_job->onTimeOut();
+        QVERIFY(m_job->restart());
+        m_port->receive(text("done"));
+        QVERIFY(m_job->restart()); // a success does not increase the number left
+        m_job->stop();
+        m_job->start();
+        QVERIFY(m_job->restart()); // neither does a start
         expectRefusal();
-        QVERIFY(!job.restart());
+        QVERIFY(!m_job->restart());
         // The refusal discards nothing: the job continues with the received text.
-        QVERIFY(job.isRunning());
-        QCOMPARE(port.connections(), 1);
+        QVERIFY(m_job->isRunning());
+        QCOMPARE(m_port->connections(), 1);
     }
 
     void failsWithItsType()
     {
-        ProbeJob job(nullptr);
         QVector<SerialPortJobType> failures;
-        connect(&job, &ProbeJob::failed, this,
+        connect(m_job.data(), &ProbeJob::failed, this,
                 [&](SerialPortJobType type) { failures.append(type); });
-        job.fail();
+        m_job->fail();
         QCOMPARE(failures, QVector<SerialPortJobType>{SerialPortJobType::JobReadValue});
     }
 
     void sendsTextAndBytes()
     {
-        ProbePort port;
-        ProbeJob job(&port);
-        job.write(text("text"));
-        job.write(QByteArray("bytes\0", 6));
-        const QVector<FakeSerialPort::Kind> kinds = {FakeSerialPort::Kind::Text,
-                                                     FakeSerialPort::Kind::Bytes};
-        QCOMPARE(port.kinds, kinds);
-        const QByteArrayList sent = {QByteArray("text"), QByteArray("bytes\0", 6)};
-        QCOMPARE(port.sent, sent);
-        QCOMPARE(port.flushes, 0);
+        using Kind = FakeSerialPort::Kind;
+        m_job->write(text("text"));
+        m_job->write(QByteArray("bytes\0", 6));
+        QCOMPARE(m_port->kinds, QVector<Kind>({Kind::Text, Kind::Bytes}));
+        QCOMPARE(m_port->sent, QByteArrayList({"text", QByteArray("bytes\0", 6)}));
+        QCOMPARE(m_port->flushes, 0);
     }
 
     void worksWithoutAPort()
@@ -366,118 +283,84 @@ private slots:
 
     void doesNotUseADeletedPort()
     {
-        auto port = QSharedPointer<FakeSerialPort>::create();
-        QScopedPointer<ProbeJob> job(new ProbeJob(port.data()));
-        job->start();
-        port.clear();
+        m_job->start();
+        m_port.reset();
         expectRestarts(1);
-        QVERIFY(job->restart());
-        job->write(QByteArray("bytes"));
-        job->stop();
-        job->start();
-        job.reset();
+        QVERIFY(m_job->restart());
+        m_job->write(QByteArray("bytes"));
+        m_job->stop();
+        m_job->start();
+        m_job.reset();
     }
 
     void stopsListeningWhenDestroyed()
     {
-        ProbePort port;
-        {
-            ProbeJob job(&port);
-            job.start();
-            QCOMPARE(port.connections(), 1);
+        m_job->start();
+        QCOMPARE(m_port->connections(), 1);
+        m_job.reset();
+        QCOMPARE(m_port->connections(), 0);
+    }
+
+    void staysAliveUntilTheCallReturns_data()
+    {
+        QTest::addColumn<QString>("call");
+        for (const char *call : {"start", "restart", "dataReady", "onTimeOut"}) {
+            QTest::addRow("%s", call) << text(call);
         }
-        QCOMPARE(port.connections(), 0);
     }
-
-    void staysAliveUntilStartReturns()
+    void staysAliveUntilTheCallReturns()
     {
-        ProbePort port;
-        QSharedPointer<ProbeJob> job(new ProbeJob(&port));
-        const QWeakPointer<ProbeJob> watch = job;
-        ProbeJob *raw = job.data();
+        QFETCH(QString, call);
+        ProbeJob *job = m_job.data();
+        const QWeakPointer<ProbeJob> watch = m_job;
+        QSignalSpy finished(job, &ProbeJob::finished);
         bool aliveInside = false;
-        raw->whileSending = [&] {
-            job.clear();
+        const auto release = [&] {
+            m_job.reset();
             aliveInside = !watch.isNull();
         };
-        raw->start();
+        if (call == text("start")) {
+            job->whileSending = release;
+            job->start();
+        } else if (call == text("restart")) {
+            job->whileSending = release;
+            expectRestarts(1);
+            QVERIFY(job->restart());
+        } else if (call == text("dataReady")) {
+            job->whileParsing = release;
+            job->start();
+            m_port->receive(text("done"));
+            QCOMPARE(finished.count(), 1); // it has raised all its signals
+        } else {
+            connect(job, &ProbeJob::timedOut, this, release);
+            job->setTimeout(1);
+            job->start();
+            QTRY_VERIFY(aliveInside);
+        }
         QVERIFY(aliveInside);
-        QVERIFY(watch.isNull());
-    }
-
-    void staysAliveUntilRestartReturns()
-    {
-        ProbePort port;
-        QSharedPointer<ProbeJob> job(new ProbeJob(&port));
-        const QWeakPointer<ProbeJob> watch = job;
-        ProbeJob *raw = job.data();
-        raw->whileSending = [&] { job.clear(); };
-        expectRestarts(1);
-        QVERIFY(raw->restart());
-        QVERIFY(watch.isNull());
-    }
-
-    void staysAliveUntilTheChunkIsProcessed()
-    {
-        ProbePort port;
-        QSharedPointer<ProbeJob> job(new ProbeJob(&port));
-        const QWeakPointer<ProbeJob> watch = job;
-        QSignalSpy destroyed(job.data(), &QObject::destroyed);
-        QSignalSpy finished(job.data(), &ProbeJob::finished);
-        bool aliveInside = false;
-        job->whileParsing = [&] {
-            job.clear();
-            aliveInside = !watch.isNull();
-        };
-        job->start();
-        port.receive(text("done"));
-        QVERIFY(aliveInside);
-        // It has raised all its signals.
-        QCOMPARE(finished.count(), 1);
-        QVERIFY(watch.isNull());
-        QCOMPARE(destroyed.count(), 1);
-    }
-
-    void staysAliveUntilItsTimeoutIsProcessed()
-    {
-        ProbePort port;
-        QSharedPointer<ProbeJob> job(new ProbeJob(&port));
-        const QWeakPointer<ProbeJob> watch = job;
-        bool aliveInside = false;
-        connect(job.data(), &ProbeJob::timedOut, this, [&] {
-            job.clear();
-            aliveInside = !watch.isNull();
-        });
-        job->setTimeout(1);
-        job->start();
-        QTRY_VERIFY(aliveInside);
         QVERIFY(watch.isNull());
     }
 
     void isDeletedAfterTheOutermostCall()
     {
-        ProbePort port;
-        QSharedPointer<ProbeJob> job(new ProbeJob(&port));
-        const QWeakPointer<ProbeJob> watch = job;
-        ProbeJob *raw = job.data();
-        int sends = 0;
+        ProbeJob *job = m_job.data();
+        const QWeakPointer<ProbeJob> watch = m_job;
+        job->start();
         bool aliveAfterTheInnerCall = false;
-        raw->whileParsing = [&] {
-            raw->restart();
+        job->whileParsing = [&] {
+            job->restart();
             aliveAfterTheInnerCall = !watch.isNull();
         };
-        raw->whileSending = [&] {
-            ++sends;
-            if (sends == 2) {
-                job.clear();
-            }
-        };
-        raw->start();
+        job->whileSending = [this] { m_job.reset(); };
         expectRestarts(1);
-        port.receive(text("bad line"));
+        m_port->receive(text("bad line"));
         QVERIFY(aliveAfterTheInnerCall);
         QVERIFY(watch.isNull());
     }
+
+private:
+    QSharedPointer<ProbePort> m_port;
+    QSharedPointer<ProbeJob> m_job;
 };
 
 KV_TEST_CORE_MAIN(TestSerialPortJob)
