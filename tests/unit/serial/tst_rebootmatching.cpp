@@ -72,21 +72,16 @@ QString randomBootText(QRandomGenerator &random)
     return text;
 }
 
-bool isAscii(QChar letter)
-{
-    return letter < QChar(0x80);
-}
-
-// ASCII, and each letter that has an ASCII letter as its other case: U+0130, U+0131, U+017F and
-// U+212A.
+// ASCII, and the letters whose other case is or begins with ASCII, as U+0130, U+017F and U+212A.
 QString lettersLikeAscii()
 {
     QString letters;
     for (ushort code = 0; code < 0xffff; ++code) {
-        const QChar letter(code);
-        if (isAscii(letter.toLower()) || isAscii(letter.toUpper())
-            || isAscii(letter.toCaseFolded())) {
-            letters += letter;
+        const QString letter(QChar{code});
+        for (const QString &same : {letter, letter.toLower(), letter.toUpper()}) {
+            if (same.at(0) < QChar(0x80) && !letters.contains(letter)) {
+                letters += letter;
+            }
         }
     }
     return letters;

@@ -218,14 +218,18 @@ private slots:
         class NotifierFinder : public QObject
         {
         public:
-            QPointer<QObject> port;
+            QPointer<QSerialPort> port;
+            bool outlivesTransport = false;
 
         protected:
             bool eventFilter(QObject *object, QEvent *event) override
             {
-                if (event->type() == QEvent::SockAct && object->inherits("QSocketNotifier")
-                    && qobject_cast<QSerialPort *>(object->parent())) {
-                    port = object->parent();
+                auto *parent = qobject_cast<QSerialPort *>(object->parent());
+                if (event->type() == QEvent::SockAct && parent && !port) {
+                    port = parent;
+                    // After the slot of the transport.
+                    connect(parent, &QIODevice::readyRead, this,
+                            [this] { outlivesTransport = true; });
                 }
                 return false;
             }
@@ -235,7 +239,6 @@ private slots:
         SerialPortQueue queue;
         queue.setSerialPort(QSharedPointer<SerialPortInterface>(m_port.take()));
         bool wasReplaced = false;
-        bool outlivesTransport = false;
         connect(&queue, &SerialPortQueue::jobFinished, &queue, [&] {
             const auto replace = [&] {
                 const QWeakPointer<SerialPortInterface> replaced = queue.serialPort();
@@ -253,13 +256,12 @@ private slots:
             } else {
                 replace();
             }
-            outlivesTransport = !finder.port.isNull();
         });
         queue.addJob(QSharedPointer<SerialPortJobInterface>(
             new SerialPortJobConnect(queue.serialPort().data())));
         QVERIFY(m_device->write("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$ "));
         QTRY_VERIFY(wasReplaced);
-        QVERIFY(outlivesTransport);
+        QVERIFY(finder.outlivesTransport);
         QTRY_VERIFY(finder.port.isNull());
         expectOpening(queue.portName(), "Port opened!");
         QVERIFY(queue.open());
