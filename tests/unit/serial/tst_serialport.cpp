@@ -145,7 +145,6 @@ private slots:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("expected");
-
         QTest::addRow("ASCII") << QByteArray("\r\n$ show") << text("\r\n$ show");
         const char controls[] = "\r-\x11-\x13-\x03-\x7f";
         QTest::addRow("control characters") << QByteArray(controls) << text(controls);
@@ -157,12 +156,10 @@ private slots:
         QTest::addRow("half a letter") << QByteArray("<\xc2") << text("<\ufffd");
         QTest::addRow("bytes that are no UTF-8") << QByteArray("<\x84>") << text("<\ufffd>");
     }
-
     void emitsReceivedText()
     {
         QFETCH(QByteArray, bytes);
         QFETCH(QString, expected);
-
         QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
         QVERIFY(m_device->write(bytes));
         QTRY_COMPARE(dataReady.count(), 1);

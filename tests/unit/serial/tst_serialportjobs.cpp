@@ -144,7 +144,7 @@ private slots:
 
         job->setTimeout(dialogue.timeoutMs);
         QVERIFY(job->restart());
-        if (most > 0) {
+        if (most > 0) { // otherwise this is the whole reply
             m_port->receive(dialogue.reply.mid(most));
         }
         QCOMPARE(m_recorder.log.size(), 1);
@@ -153,7 +153,7 @@ private slots:
         QCOMPARE(m_port->sent, dialogue.command + dialogue.command + dialogue.answer);
     }
 
-    void waitsForTheRestOf_data()
+    void waitsAfterAnotherReply_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("reply");
@@ -180,7 +180,7 @@ private slots:
         add("block accepted", "acceptance and end at once", latin1("*."));
         add("block accepted", "text in front", latin1("\n*"));
     }
-    void waitsForTheRestOf()
+    void waitsAfterAnotherReply()
     {
         QFETCH(QString, name);
         QFETCH(QString, reply);
