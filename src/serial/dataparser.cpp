@@ -118,8 +118,7 @@ bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &it
 }
 
 // Whether @p text contains @p literal, the last one of a pattern. Much faster than the pattern,
-// which is matched against the whole of a long boot text at each chunk. The literals have no "i":
-// QRegExp compares lower case and treats U+0130 as an "i", contains() compares folded case.
+// which is matched against the whole of a long boot text at each chunk.
 bool mayMatch(const QString &text, const char *literal)
 {
     return text.contains(QLatin1String(literal), Qt::CaseInsensitive);
