@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 #include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlError>
 #include <QtSql/QSqlQuery>
+#include <QtSql/QSqlRecord>
 
 /// The contents of a measurement database, read over a connection of its own.
 ///
@@ -105,12 +106,21 @@ public:
             .size();
     }
 
+    /// The rows of @p statement, with a comma between their columns; the engine's reason if it
+    /// fails.
     QStringList texts(const QString &statement)
     {
         QSqlQuery query(statement, m_database);
         QStringList found;
+        if (!query.isActive()) {
+            found << query.lastError().text();
+        }
         while (query.next()) {
-            found.append(query.value(0).toString());
+            QStringList columns;
+            for (int column = 0; column < query.record().count(); ++column) {
+                columns << query.value(column).toString();
+            }
+            found << columns.join(QLatin1Char(','));
         }
         return found;
     }

@@ -2,46 +2,31 @@
 #include "common/measurementstate.h"
 #include "tests/kit/testmain.h"
 
-#include <limits>
-
 class TestMeasurementState : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void numbersAreThoseOfTheDevice_data()
-    {
-        QTest::addColumn<unsigned>("number");
-        QTest::addColumn<int>("state");
-        QTest::addRow("0") << 0U << static_cast<int>(MeasurementState::WarmingUp);
-        QTest::addRow("1") << 1U << static_cast<int>(MeasurementState::Ready);
-        QTest::addRow("2") << 2U << static_cast<int>(MeasurementState::TemperatureOverRange);
-        QTest::addRow("3") << 3U << static_cast<int>(MeasurementState::NotStabilized);
-        QTest::addRow("4") << 4U << static_cast<int>(MeasurementState::HardwareError);
-    }
-
     void numbersAreThoseOfTheDevice()
     {
-        QFETCH(unsigned, number);
-        QFETCH(int, state);
-        QCOMPARE(static_cast<unsigned>(state), number);
-        QCOMPARE(static_cast<int>(measurementStateFromInt(number)), state);
-    }
-
-    void treatsAnyOtherNumberAsWarmingUp_data()
-    {
-        QTest::addColumn<unsigned>("number");
-        QTest::addRow("5") << 5U;
-        QTest::addRow("1 with a high bit") << 0x80000001U;
-        QTest::addRow("largest int") << static_cast<unsigned>(std::numeric_limits<int>::max());
-        QTest::addRow("-1 seen as unsigned") << static_cast<unsigned>(-1);
-        QTest::addRow("-2 seen as unsigned") << static_cast<unsigned>(-2);
+        const MeasurementState states[] = {MeasurementState::WarmingUp, MeasurementState::Ready,
+                                           MeasurementState::TemperatureOverRange,
+                                           MeasurementState::NotStabilized,
+                                           MeasurementState::HardwareError};
+        unsigned number = 0;
+        for (const MeasurementState state : states) {
+            QCOMPARE(static_cast<unsigned>(state), number);
+            QCOMPARE(static_cast<unsigned>(measurementStateFromInt(number)), number);
+            ++number;
+        }
     }
 
     void treatsAnyOtherNumberAsWarmingUp()
     {
-        QFETCH(unsigned, number);
-        QCOMPARE(measurementStateFromInt(number), MeasurementState::WarmingUp);
+        // The last three are the largest int, -2 and -1.
+        for (const unsigned number : {5U, 0x80000001U, 0x7FFFFFFFU, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
+            QCOMPARE(measurementStateFromInt(number), MeasurementState::WarmingUp);
+        }
     }
 };
 

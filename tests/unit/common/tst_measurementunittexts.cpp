@@ -2,18 +2,18 @@
 #include "common/measurementtypeutils.h"
 #include "tests/kit/prefixingtranslator.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 
 namespace {
 
-constexpr int unitCount = 13;
-
 QStringList unitTexts()
 {
-    QStringList texts;
-    for (int unit = 0; unit < unitCount; ++unit) {
-        texts << MeasurementTypeUtils::measurementUnitToString(static_cast<MeasurementUnit>(unit));
+    QStringList result;
+    for (int number = 0; number <= static_cast<int>(MeasurementUnit::WattsPerSquareMetre);
+         ++number) {
+        result << MeasurementTypeUtils::measurementUnitToString(MeasurementUnit(number));
     }
-    return texts;
+    return result;
 }
 
 } // namespace
@@ -30,25 +30,16 @@ private slots:
             const PrefixingTranslator first("first ", "QObject");
             // Any one text makes all of them.
             QCOMPARE(MeasurementTypeUtils::measurementUnitToString(MeasurementUnit::Ppm),
-                     QStringLiteral("first ppm"));
+                     text("first ppm"));
         }
-        const QStringList expected{QStringLiteral("first Undefined"),
-                                   QStringLiteral(u"first \u00B0C"),
-                                   QStringLiteral(u"first \u00B0F"),
-                                   QStringLiteral("first ppb"),
-                                   QStringLiteral("first ppm"),
-                                   QStringLiteral(u"first \u00B5g/m\u00B3"),
-                                   QStringLiteral("first mbar"),
-                                   QStringLiteral("first %RH"),
-                                   QStringLiteral(u"first \u00B0"),
-                                   QString(), // nothing to translate
-                                   QStringLiteral("first mm/h"),
-                                   QStringLiteral("first m/s"),
-                                   QStringLiteral("first W/m2")};
+        // In the order of the units' numbers; the unit "extra" has no text to translate.
+        const QStringList expected =
+            texts("first Undefined|first °C|first °F|first ppb|first ppm|first µg/m³|first mbar|"
+                  "first %RH|first °||first mm/h|first m/s|first W/m2");
         QCOMPARE(unitTexts(), expected);
 
         const PrefixingTranslator later("later ");
-        QCOMPARE(QObject::tr("ppm"), QStringLiteral("later ppm"));
+        QCOMPARE(QObject::tr("ppm"), text("later ppm"));
         QCOMPARE(unitTexts(), expected);
     }
 };

@@ -2,36 +2,25 @@
 #include "storage/localstoragehandler.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
 
 #include <limits>
 
 namespace {
 
 constexpr unsigned noId = std::numeric_limits<unsigned>::max();
+constexpr const char *noDevice = "Device details not set yet, can't add measurements yet";
+const QDateTime time1(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+const MeasurementMetadata metadata{MeasurementState::NotStabilized, time1};
+const QVector<MeasurementValue> values{{text("T"), true, 1.5}, {text("H"), false, 0.0}};
 
-DeviceDetails device(const char *serial)
+/// Sets a device with the serial number @p serial, for which the log must have the id @p id.
+void setDevice(LocalStorageHandler &handler, const char *serial, unsigned id)
 {
-    return {QStringLiteral("1.2"), QStringLiteral("A"), QString::fromLatin1(serial),
-            QStringLiteral("M1")};
-}
-
-MeasurementMetadata metadataAt(qint64 seconds)
-{
-    return {MeasurementState::NotStabilized, QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)};
-}
-
-void expectDevice(unsigned id, const char *serial)
-{
-    const QString line = QStringLiteral("void LocalStorageHandler::setDevice(const DeviceDetails&) "
-                                        "Device database id is %1 current device \"%2\"")
-                             .arg(id)
-                             .arg(QString::fromLatin1(serial));
-    QTest::ignoreMessage(QtDebugMsg, line.toLatin1().constData());
-}
-
-void expectWarning(const char *words)
-{
-    QTest::ignoreMessage(QtWarningMsg, words);
+    const QString line = text("void LocalStorageHandler::setDevice(const DeviceDetails&) "
+                              "Device database id is %1 current device \"%2\"");
+    QTest::ignoreMessage(QtDebugMsg, line.arg(id).arg(text(serial)).toLatin1().constData());
+    handler.setDevice({text("1.2"), text("A"), text(serial), text("M1")});
 }
 
 } // namespace
@@ -41,22 +30,16 @@ class TestLocalStorageHandler : public QObject
     Q_OBJECT
 
 private slots:
-    void opensTheStore_data()
-    {
-        QTest::addColumn<bool>("result");
-        QTest::addRow("opened") << true;
-        QTest::addRow("refused") << false;
-    }
-
     void opensTheStore()
     {
-        QFETCH(bool, result);
-        FakeLocalStorage store;
-        store.openResult = result;
-        LocalStorageHandler handler(&store);
-        QCOMPARE(handler.open(QStringLiteral("/a/measurements.db")), result);
-        QCOMPARE(store.openedPaths, QStringList{QStringLiteral("/a/measurements.db")});
-        QCOMPARE(store.calls, QStringList{QStringLiteral("open")});
+        for (const bool result : {true, false}) {
+            FakeLocalStorage store;
+            store.openResult = result;
+            LocalStorageHandler handler(&store);
+            QCOMPARE(handler.open(text("/a/measurements.db")), result);
+            QCOMPARE(store.openedPaths, texts("/a/measurements.db"));
+            QCOMPARE(store.calls, texts("open"));
+        }
     }
 
     void forwardsMeasurements()
@@ -65,33 +48,29 @@ private slots:
         store.measurementsResult.resize(2);
         store.measurementsResult[1].state = MeasurementState::HardwareError;
         LocalStorageHandler handler(&store);
-        const QDateTime from = QDateTime::fromSecsSinceEpoch(10, Qt::UTC);
-        const QDateTime to = QDateTime::fromSecsSinceEpoch(20, Qt::UTC);
 
         // Measurements of any device can be read, also before one is connected.
-        const QVector<StoredMeasurement> found = handler.measurements(from, to, 7);
+        const QVector<StoredMeasurement> found = handler.measurements(time1, time1.addSecs(10), 7);
 
         QCOMPARE(found.size(), 2);
         QCOMPARE(found.at(1).state, MeasurementState::HardwareError);
         QCOMPARE(store.measurementsAsks.size(), 1);
-        QCOMPARE(store.measurementsAsks.at(0).from, from);
-        QCOMPARE(store.measurementsAsks.at(0).to, to);
+        QCOMPARE(store.measurementsAsks.at(0).from, time1);
+        QCOMPARE(store.measurementsAsks.at(0).to, time1.addSecs(10));
         QCOMPARE(store.measurementsAsks.at(0).deviceId, 7U);
     }
 
     void registersTheDevice()
     {
         FakeLocalStorage store;
-        store.addDeviceId = 12;
         LocalStorageHandler handler(&store);
-        expectDevice(12, "S1");
-        handler.setDevice(device("S1"));
+        setDevice(handler, "S1", 1);
         QVERIFY(handler.hasDevice());
-        QCOMPARE(store.calls, QStringList{QStringLiteral("addDevice")});
-        QCOMPARE(store.addedDevices.at(0).serialNumber, QStringLiteral("S1"));
-        QCOMPARE(store.addedDevices.at(0).modelNumber, QStringLiteral("M1"));
-        QCOMPARE(store.addedDevices.at(0).swVersion, QStringLiteral("1.2"));
-        QCOMPARE(store.addedDevices.at(0).hwVersion, QStringLiteral("A"));
+        QCOMPARE(store.calls, texts("addDevice"));
+        QCOMPARE(store.addedDevices.at(0).serialNumber, text("S1"));
+        QCOMPARE(store.addedDevices.at(0).modelNumber, text("M1"));
+        QCOMPARE(store.addedDevices.at(0).swVersion, text("1.2"));
+        QCOMPARE(store.addedDevices.at(0).hwVersion, text("A"));
     }
 
     void dropsAMeasurementBeforeTheDeviceIsKnown()
@@ -100,14 +79,11 @@ private slots:
         LocalStorageHandler handler(&store);
         QVERIFY(!handler.hasDevice());
         QCOMPARE(handler.localStorage(), &store);
-        expectWarning("Device details not set yet, can't add measurements yet");
-        handler.addMeasurements(metadataAt(1), {{QStringLiteral("T"), true, 1.0}});
-        QCOMPARE(store.calls, QStringList());
-
+        QTest::ignoreMessage(QtWarningMsg, noDevice);
+        handler.addMeasurements(metadata, values);
         // Dropped, not queued.
-        expectDevice(1, "S1");
-        handler.setDevice(device("S1"));
-        QCOMPARE(store.calls, QStringList{QStringLiteral("addDevice")});
+        setDevice(handler, "S1", 1);
+        QCOMPARE(store.calls, texts("addDevice"));
     }
 
     void storesAMeasurementUnderTheDevice()
@@ -116,32 +92,26 @@ private slots:
         store.addDeviceId = 3;
         store.addMeasurementId = 44;
         LocalStorageHandler handler(&store);
-        expectDevice(3, "S1");
-        handler.setDevice(device("S1"));
-        store.calls.clear();
+        setDevice(handler, "S1", 3);
+        handler.addMeasurements(metadata, values);
 
-        handler.addMeasurements(
-            metadataAt(1), {{QStringLiteral("T"), true, 1.5}, {QStringLiteral("H"), false, 0.0}});
-
-        QCOMPARE(store.calls,
-                 (QStringList{QStringLiteral("addMeasurement"),
-                              QStringLiteral("addMeasurementValues")}));
+        QCOMPARE(store.calls, texts("addDevice|addMeasurement|addMeasurementValues"));
         const auto &added = store.addedMeasurements.at(0);
         QCOMPARE(added.deviceId, 3U);
         QCOMPARE(added.metadata.state, MeasurementState::NotStabilized);
-        QCOMPARE(added.metadata.timestamp, metadataAt(1).timestamp);
+        QCOMPARE(added.metadata.timestamp, time1);
         QCOMPARE(added.idBefore, noId);
-        const auto &values = store.addedValues.at(0);
-        QCOMPARE(values.measurementId, 44U);
         // Values that are not available are passed unchanged; the store skips them.
-        QCOMPARE(values.values.size(), 2);
-        QCOMPARE(values.values.at(0).name, QStringLiteral("T"));
-        QCOMPARE(values.values.at(0).value, 1.5);
-        QVERIFY(values.values.at(0).valid);
-        QCOMPARE(values.values.at(1).name, QStringLiteral("H"));
-        QVERIFY(!values.values.at(1).valid);
+        const auto &passed = store.addedValues.at(0);
+        QCOMPARE(passed.measurementId, 44U);
+        QCOMPARE(passed.values.size(), 2);
+        QCOMPARE(passed.values.at(0).name, text("T"));
+        QCOMPARE(passed.values.at(0).value, 1.5);
+        QVERIFY(passed.values.at(0).valid);
+        QCOMPARE(passed.values.at(1).name, text("H"));
+        QVERIFY(!passed.values.at(1).valid);
 
-        handler.addMeasurements(metadataAt(2), {});
+        handler.addMeasurements(metadata, {});
         QCOMPARE(store.addedMeasurements.size(), 2);
         QVERIFY(store.addedValues.at(1).values.isEmpty());
     }
@@ -151,15 +121,14 @@ private slots:
         FakeLocalStorage store;
         store.addMeasurementResult = false;
         LocalStorageHandler handler(&store);
-        expectDevice(1, "S1");
-        handler.setDevice(device("S1"));
+        setDevice(handler, "S1", 1);
         for (int reply = 1; reply <= 2; ++reply) {
-            expectWarning("Failed to add measurements to local database");
-            handler.addMeasurements(metadataAt(reply), {{QStringLiteral("T"), true, 1.0}});
-            // The next reply is stored nevertheless.
-            QCOMPARE(store.count(QStringLiteral("addMeasurement")), reply);
+            QTest::ignoreMessage(QtWarningMsg, "Failed to add measurements to local database");
+            handler.addMeasurements(metadata, values);
+            // The next reply is tried nevertheless.
+            QCOMPARE(store.count(text("addMeasurement")), reply);
         }
-        QCOMPARE(store.count(QStringLiteral("addMeasurementValues")), 0);
+        QCOMPARE(store.count(text("addMeasurementValues")), 0);
     }
 
     void followsAChangeOfDevice()
@@ -171,12 +140,11 @@ private slots:
             const char *serial;
             unsigned id;
         } devices[] = {{"S1", 5}, {"S2", 0}, {"S1", 5}};
-        for (const auto &connected : devices) {
-            store.addDeviceId = connected.id;
-            expectDevice(connected.id, connected.serial);
-            handler.setDevice(device(connected.serial));
-            handler.addMeasurements(metadataAt(1), {});
-            QCOMPARE(store.addedMeasurements.last().deviceId, connected.id);
+        for (const auto &device : devices) {
+            store.addDeviceId = device.id;
+            setDevice(handler, device.serial, device.id);
+            handler.addMeasurements(metadata, {});
+            QCOMPARE(store.addedMeasurements.last().deviceId, device.id);
         }
     }
 
@@ -184,22 +152,19 @@ private slots:
     {
         FakeLocalStorage store;
         LocalStorageHandler handler(&store);
-        expectDevice(1, "S1");
-        handler.setDevice(device("S1"));
-
+        setDevice(handler, "S1", 1);
         store.addDeviceResult = false;
         store.addDeviceWritesId = false;
-        expectWarning("Failed to add device to local database");
-        expectDevice(noId, "S2");
-        handler.setDevice(device("S2"));
+        QTest::ignoreMessage(QtWarningMsg, "Failed to add device to local database");
+        setDevice(handler, "S2", noId);
 
         // Nothing of S2 is stored as S1's.
         QVERIFY(!handler.hasDevice());
         for (int reply = 0; reply < 2; ++reply) {
-            expectWarning("Device details not set yet, can't add measurements yet");
-            handler.addMeasurements(metadataAt(reply), {{QStringLiteral("T"), true, 1.0}});
+            QTest::ignoreMessage(QtWarningMsg, noDevice);
+            handler.addMeasurements(metadata, values);
         }
-        QCOMPARE(store.count(QStringLiteral("addMeasurement")), 0);
+        QCOMPARE(store.count(text("addMeasurement")), 0);
     }
 
     void keepsTheIdThatAFailingStoreWrote()
@@ -208,9 +173,8 @@ private slots:
         store.addDeviceResult = false;
         store.addDeviceId = 9;
         LocalStorageHandler handler(&store);
-        expectWarning("Failed to add device to local database");
-        expectDevice(9, "S1");
-        handler.setDevice(device("S1"));
+        QTest::ignoreMessage(QtWarningMsg, "Failed to add device to local database");
+        setDevice(handler, "S1", 9);
         QVERIFY(handler.hasDevice());
     }
 
@@ -218,12 +182,10 @@ private slots:
     {
         FakeLocalStorage store;
         LocalStorageHandler handler(&store);
-        expectDevice(1, "S1");
-        handler.setDevice(device("S1"));
+        setDevice(handler, "S1", 1);
         // A store that succeeds without an id does not keep that of the previous device.
         store.addDeviceWritesId = false;
-        expectDevice(noId, "S2");
-        handler.setDevice(device("S2"));
+        setDevice(handler, "S2", noId);
         QVERIFY(!handler.hasDevice());
     }
 };
