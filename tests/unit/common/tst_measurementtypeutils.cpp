@@ -81,32 +81,15 @@ class TestMeasurementTypeUtils : public QObject
     Q_OBJECT
 
 private slots:
-    void enumeratorsHaveTheirNumbers()
+    void typesHaveTheirNumbers()
     {
         const Type types[] = {Type::Undefined,     Type::AirTemperature, Type::Pollutant,
                               Type::AirHumidity,   Type::AirPressure,    Type::ParticulateMatter,
                               Type::WindDirection, Type::WindSpeed,      Type::Rain,
                               Type::Extra,         Type::SolarRadiation};
-        const Unit units[] = {Unit::Undefined,
-                              Unit::Celsius,
-                              Unit::Fahrenheit,
-                              Unit::Ppb,
-                              Unit::Ppm,
-                              Unit::MicrogramsPerCubicMetre,
-                              Unit::Millibar,
-                              Unit::RelativeHumidity,
-                              Unit::Degree,
-                              Unit::ExtraUnit,
-                              Unit::MillimetresPerHour,
-                              Unit::MetresPerSecond,
-                              Unit::WattsPerSquareMetre};
         int number = 0;
         for (const Type type : types) {
             QCOMPARE(static_cast<int>(type), number++);
-        }
-        number = 0;
-        for (const Unit unit : units) {
-            QCOMPARE(static_cast<int>(unit), number++);
         }
     }
 

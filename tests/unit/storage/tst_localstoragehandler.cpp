@@ -148,23 +148,27 @@ private slots:
         }
     }
 
-    void hasNoDeviceWhenAddingFails()
+    void hasNoDeviceWhenTheStoreSetsNoId()
     {
-        FakeLocalStorage store;
-        LocalStorageHandler handler(&store);
-        setDevice(handler, "S1", 1);
-        store.addDeviceResult = false;
-        store.addDeviceWritesId = false;
-        QTest::ignoreMessage(QtWarningMsg, "Failed to add device to local database");
-        setDevice(handler, "S2", noId);
+        for (const bool result : {false, true}) {
+            FakeLocalStorage store;
+            LocalStorageHandler handler(&store);
+            setDevice(handler, "S1", 1);
+            store.addDeviceWritesId = false;
+            store.addDeviceResult = result;
+            if (!result) {
+                QTest::ignoreMessage(QtWarningMsg, "Failed to add device to local database");
+            }
+            setDevice(handler, "S2", noId);
 
-        // Nothing of S2 is stored as S1's.
-        QVERIFY(!handler.hasDevice());
-        for (int reply = 0; reply < 2; ++reply) {
-            QTest::ignoreMessage(QtWarningMsg, noDevice);
-            handler.addMeasurements(metadata, values);
+            // Nothing of S2 is stored as S1's.
+            QVERIFY(!handler.hasDevice());
+            for (int reply = 0; reply < 2; ++reply) {
+                QTest::ignoreMessage(QtWarningMsg, noDevice);
+                handler.addMeasurements(metadata, values);
+            }
+            QCOMPARE(store.count(text("addMeasurement")), 0);
         }
-        QCOMPARE(store.count(text("addMeasurement")), 0);
     }
 
     void keepsTheIdThatAFailingStoreWrote()
@@ -176,17 +180,6 @@ private slots:
         QTest::ignoreMessage(QtWarningMsg, "Failed to add device to local database");
         setDevice(handler, "S1", 9);
         QVERIFY(handler.hasDevice());
-    }
-
-    void startsEachRegistrationFromNoId()
-    {
-        FakeLocalStorage store;
-        LocalStorageHandler handler(&store);
-        setDevice(handler, "S1", 1);
-        // A store that succeeds without an id does not keep that of the previous device.
-        store.addDeviceWritesId = false;
-        setDevice(handler, "S2", noId);
-        QVERIFY(!handler.hasDevice());
     }
 };
 

@@ -20,21 +20,6 @@ MeasurementValue notAvailable(const char *name)
     return {text(name), false, 0.0};
 }
 
-/// "100: T=1 H=2" for each measurement, with the values in their order.
-QStringList textsOf(const QVector<StoredMeasurement> &measurements)
-{
-    QStringList result;
-    for (const StoredMeasurement &measurement : measurements) {
-        QString values;
-        for (const MeasurementValue &value : measurement.values) {
-            values += QStringLiteral(" %1=%2").arg(value.name).arg(value.value)
-                + (value.valid ? QString() : text("!"));
-        }
-        result << QString::number(measurement.timestamp.toMSecsSinceEpoch()) + text(":") + values;
-    }
-    return result;
-}
-
 QStringList caughtLines;
 
 void catchLine(QtMsgType, const QMessageLogContext &, const QString &line)
@@ -442,10 +427,19 @@ private:
         store().addMeasurementValues(id, values);
     }
 
-    /// What the store has between two times in milliseconds.
+    /// "100: T=1 H=2" for each measurement between two times in milliseconds.
     QStringList measurements(qint64 from, qint64 to, unsigned deviceId = 1)
     {
-        return textsOf(store().measurements(at(from), at(to), deviceId));
+        QStringList result;
+        for (const StoredMeasurement &found : store().measurements(at(from), at(to), deviceId)) {
+            QString line = QStringLiteral("%1:").arg(found.timestamp.toMSecsSinceEpoch());
+            for (const MeasurementValue &value : found.values) {
+                line += QStringLiteral(" %1=%2").arg(value.name).arg(value.value)
+                    + (value.valid ? QString() : text("!"));
+            }
+            result << line;
+        }
+        return result;
     }
 };
 
