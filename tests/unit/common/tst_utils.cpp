@@ -21,18 +21,15 @@ QString systemText(int errorNumber)
     return QString::fromLocal8Bit(std::strerror(errorNumber));
 }
 
-/// The checksum bit by bit, as the definition has it.
+/// The remainder of a division by the polynomial, bit by bit, as the definition has it.
 int crcBitByBit(const QByteArray &bytes)
 {
     unsigned value = 0;
     for (const char byte : bytes) {
         value ^= static_cast<unsigned char>(byte);
         for (int bit = 0; bit < 8; ++bit) {
-            const bool carry = (value & 0x80U) != 0;
-            value = (value << 1) & 0xFFU;
-            if (carry) {
-                value ^= 0x31U;
-            }
+            value <<= 1;
+            value ^= (value & 0x100U) != 0 ? 0x131U : 0U;
         }
     }
     return static_cast<int>(value);
