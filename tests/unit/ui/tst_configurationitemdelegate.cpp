@@ -2,7 +2,6 @@
 #include "tests/kit/testmain.h"
 #include "ui/configurationitemdelegate.h"
 
-#include <QtCore/QScopedPointer>
 #include <QtGui/QStandardItemModel>
 #include <QtWidgets/QDoubleSpinBox>
 #include <QtWidgets/QLineEdit>
@@ -11,15 +10,7 @@
 
 namespace {
 
-constexpr int typeRole = Qt::UserRole + 1;
-constexpr int minRole = Qt::UserRole + 2;
-constexpr int maxRole = Qt::UserRole + 3;
-
-constexpr int textType = 0;
-constexpr int intType = 1;
-constexpr int floatType = 2;
-
-constexpr int defaultMaxLength = 32767;
+enum Type { Text, Int, Float };
 
 } // namespace
 
@@ -35,108 +26,86 @@ private slots:
         m_model.appendRow(new QStandardItem(QString()));
     }
 
-    void createsASpinBoxForAnInteger_data()
-    {
-        QTest::addColumn<float>("min");
-        QTest::addColumn<float>("max");
-        QTest::addColumn<int>("expectedMin");
-        QTest::addColumn<int>("expectedMax");
-
-        QTest::addRow("whole") << -400.0F << 9000.0F << -400 << 9000;
-        QTest::addRow("cut toward zero") << -10.9F << 20.9F << -10 << 20;
-        QTest::addRow("beyond any int") << -1e20F << 1e20F << std::numeric_limits<int>::min()
-                                        << std::numeric_limits<int>::max();
-        QTest::addRow("not a number") << std::numeric_limits<float>::quiet_NaN() << 5.0F << 0 << 5;
-    }
-
     void createsASpinBoxForAnInteger()
     {
-        QFETCH(float, min);
-        QFETCH(float, max);
-        auto *editor = qobject_cast<QSpinBox *>(createEditor(intType, min, max));
-        QVERIFY(editor);
-        QTEST(editor->minimum(), "expectedMin");
-        QTEST(editor->maximum(), "expectedMax");
+        using Limits = std::numeric_limits<int>;
+        const struct
+        {
+            float min;
+            float max;
+            int expectedMin;
+            int expectedMax;
+        } rows[] = {
+            {-400.0F, 9000.0F, -400, 9000},
+            {-10.9F, 20.9F, -10, 20}, // cut toward zero
+            {-1e20F, 1e20F, Limits::min(), Limits::max()},
+            {std::numeric_limits<float>::quiet_NaN(), 5.0F, 0, 5},
+        };
+        for (const auto &row : rows) {
+            const auto *editor = createEditor<QSpinBox>(Int, row.min, row.max);
+            QVERIFY(editor);
+            QCOMPARE(editor->minimum(), row.expectedMin);
+            QCOMPARE(editor->maximum(), row.expectedMax);
+        }
     }
 
     void createsASpinBoxWithDecimalsForARealNumber()
     {
-        auto *editor = qobject_cast<QDoubleSpinBox *>(createEditor(floatType, -1.5F, 60.25F));
+        const auto *editor = createEditor<QDoubleSpinBox>(Float, -1.5F, 60.25F);
         QVERIFY(editor);
         QCOMPARE(editor->minimum(), -1.5);
         QCOMPARE(editor->maximum(), 60.25);
         QCOMPARE(editor->decimals(), QDoubleSpinBox().decimals());
     }
 
-    void createsALineEditForAText_data()
-    {
-        QTest::addColumn<float>("max");
-        QTest::addColumn<int>("expected");
-
-        QTest::addRow("limit") << 16.0F << 16;
-        QTest::addRow("cut toward zero") << 16.9F << 16;
-        QTest::addRow("no limit at 0") << 0.0F << defaultMaxLength;
-        QTest::addRow("no limit below 0") << -5.0F << defaultMaxLength;
-        QTest::addRow("above 0 is a limit") << 0.5F << 0;
-    }
-
     void createsALineEditForAText()
     {
-        QFETCH(float, max);
-        auto *editor = qobject_cast<QLineEdit *>(createEditor(textType, 100.0F, max));
-        QVERIFY(editor);
-        QTEST(editor->maxLength(), "expected");
+        const int noLimit = QLineEdit().maxLength();
+        const QMap<float, int> lengths{
+            {16.0F, 16}, {16.9F, 16}, {0.5F, 0}, {0.0F, noLimit}, {-5.0F, noLimit}};
+        for (auto length = lengths.begin(); length != lengths.end(); ++length) {
+            const auto *editor = createEditor<QLineEdit>(Text, 100.0F, length.key());
+            QVERIFY(editor);
+            QCOMPARE(editor->maxLength(), *length);
+        }
     }
 
     void returnsNoEditorForATextWithoutALineEdit()
     {
         m_model.item(0)->setData(7, Qt::EditRole);
         QTest::ignoreMessage(QtDebugMsg, "Failed to cast editor");
-        QVERIFY(!createEditor(textType, 0.0F, 10.0F));
+        QVERIFY(!createEditor<QWidget>(Text, 0.0F, 10.0F));
         QVERIFY(m_parent->children().isEmpty());
-    }
-
-    void returnsNoEditorForAnyOtherType_data()
-    {
-        QTest::addColumn<int>("type");
-        QTest::addRow("3") << 3;
-        QTest::addRow("-1") << -1;
-        QTest::addRow("1000") << 1000;
     }
 
     void returnsNoEditorForAnyOtherType()
     {
-        QFETCH(int, type);
-        QVERIFY(!createEditor(type, 0.0F, 10.0F));
-        QVERIFY(m_parent->children().isEmpty());
+        for (const int type : {3, -1, 1000}) {
+            QVERIFY(!createEditor<QWidget>(type, 0.0F, 10.0F));
+            QVERIFY(m_parent->children().isEmpty());
+        }
     }
 
     void treatsAMissingTypeAsText()
     {
-        const QModelIndex index = m_model.item(0)->index();
-        auto *editor = qobject_cast<QLineEdit *>(
-            m_delegate.createEditor(m_parent.data(), QStyleOptionViewItem(), index));
+        const auto *editor = qobject_cast<QLineEdit *>(m_delegate.createEditor(
+            m_parent.data(), QStyleOptionViewItem(), m_model.item(0)->index()));
         QVERIFY(editor);
-        QCOMPARE(editor->maxLength(), defaultMaxLength);
-    }
-
-    void parentOwnsTheEditor()
-    {
-        for (int type : {textType, intType, floatType}) {
-            QWidget *editor = createEditor(type, 0.0F, 10.0F);
-            QVERIFY(editor);
-            QCOMPARE(editor->parentWidget(), m_parent.data());
-        }
+        QCOMPARE(editor->maxLength(), QLineEdit().maxLength());
     }
 
 private:
-    QWidget *createEditor(int type, float min, float max)
+    /// The editor, which has the right parent; null when it is of another class.
+    template <typename T>
+    T *createEditor(int type, float min, float max)
     {
         QStandardItem *item = m_model.item(0);
-        item->setData(type, typeRole);
-        item->setData(min, minRole);
-        item->setData(max, maxRole);
-        return m_delegate.createEditor(m_parent.data(), QStyleOptionViewItem(), item->index());
+        item->setData(type, Qt::UserRole + 1);
+        item->setData(min, Qt::UserRole + 2);
+        item->setData(max, Qt::UserRole + 3);
+        QWidget *editor =
+            m_delegate.createEditor(m_parent.data(), QStyleOptionViewItem(), item->index());
+        return editor && editor->parent() == m_parent.data() ? qobject_cast<T *>(editor) : nullptr;
     }
 
     QScopedPointer<QWidget> m_parent;
@@ -145,5 +114,4 @@ private:
 };
 
 KV_TEST_MAIN(TestConfigurationItemDelegate)
-
 #include "tst_configurationitemdelegate.moc"

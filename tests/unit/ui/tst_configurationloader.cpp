@@ -1,9 +1,149 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
+#include "tests/kit/testpaths.h"
 #include "tests/kit/text.h"
-#include "tests/unit/ui/settingsfile.h"
+#include "tests/unit/ui/loggedlines.h"
+#include "ui/configurationloader.h"
 
-using namespace SettingsFile;
+#include <QtCore/QLocale>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+#include <algorithm>
+
+namespace {
+
+using Devices = QMap<QString, DeviceConfiguration>;
+
+const QByteArray goodItem =
+    R"(<ConfigurationItem type="int" min="1" max="2" name="Label" alias="word"/>)";
+const QByteArray goodMeasurement = R"(<Measurement name="T" type="air temperature" unit="c"/>)";
+const QString settingsPath = text("settings.xml");
+
+struct Loaded
+{
+    bool succeeded = false;
+    Devices devices;
+    QStringList log;
+};
+
+Loaded loadFile(const QString &path)
+{
+    Loaded result;
+    result.log =
+        linesLoggedBy([&] { result.succeeded = ConfigurationLoader().load(result.devices, path); });
+    return result;
+}
+
+Loaded load(const QByteArray &content)
+{
+    return files::write(settingsPath, content) ? loadFile(settingsPath) : Loaded();
+}
+
+QByteArray file(const QByteArray &devices)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<KVTConfig><Devices>" + devices
+        + "</Devices></KVTConfig>\n";
+}
+
+QByteArray device(const QByteArray &name, const QByteArray &content = QByteArray())
+{
+    return "<Device name=\"" + name + "\">" + content + "</Device>";
+}
+
+QByteArray group(const QByteArray &items)
+{
+    return "<ConfigurationItemGroup group=\"G\">" + items + "</ConfigurationItemGroup>";
+}
+
+QByteArray configuration(const QByteArray &items)
+{
+    return "<Configuration>" + group(items) + "</Configuration>";
+}
+
+QByteArray measurements(const QByteArray &items)
+{
+    return "<Measurements>" + items + "</Measurements>";
+}
+
+QByteArray item(const QByteArray &alias)
+{
+    return QByteArray(goodItem).replace("word", alias);
+}
+
+QByteArray measurement(const QByteArray &name)
+{
+    return QByteArray(goodMeasurement).replace("\"T\"", '"' + name + '"');
+}
+
+/// The first setting of a model whose only setting is goodItem with @p after instead of @p before.
+ConfigurationItem loadedItem(const char *before, const QByteArray &after)
+{
+    const Loaded loaded =
+        load(file(device("A", configuration(QByteArray(goodItem).replace(before, after)))));
+    const bool isGood = loaded.succeeded && loaded.log.isEmpty();
+    return isGood ? loaded.devices.first().configurationItems.value(0) : ConfigurationItem();
+}
+
+/// The only measurement of a model: goodMeasurement with one more attribute.
+MeasurementItem loadedMeasurement(const QByteArray &attribute)
+{
+    const Loaded loaded = load(file(device(
+        "A", measurements(QByteArray(goodMeasurement).replace("/>", ' ' + attribute + "/>")))));
+    const bool isGood = loaded.succeeded && loaded.log.isEmpty();
+    return isGood ? loaded.devices.first().measurementItems.value(0) : MeasurementItem();
+}
+
+QStringList aliases(const DeviceConfiguration &device)
+{
+    QStringList result;
+    for (const ConfigurationItem &setting : device.configurationItems) {
+        result.append(setting.alias);
+    }
+    return result;
+}
+
+QStringList names(const DeviceConfiguration &device)
+{
+    QStringList result;
+    for (const MeasurementItem &entry : device.measurementItems) {
+        result.append(entry.name);
+    }
+    return result;
+}
+
+/// Each model with its aliases and the names of its measurements: "A[a b][M]".
+QString summary(const Devices &devices)
+{
+    QStringList models;
+    for (auto model = devices.begin(); model != devices.end(); ++model) {
+        models.append(text("%1[%2][%3]")
+                          .arg(model.key(), aliases(*model).join(QLatin1Char(' ')),
+                               names(*model).join(QLatin1Char(' '))));
+    }
+    return models.join(QLatin1Char(' '));
+}
+
+const QString samplePath = testpaths::sourceFile("settings.xml");
+
+// Where each element whose tag fits the pattern is complete.
+QVector<int> endsOf(const QByteArray &content, const char *pattern)
+{
+    QVector<int> ends;
+    const QString latin = QString::fromLatin1(content);
+    auto matches = QRegularExpression(QLatin1String(pattern)).globalMatch(latin);
+    while (matches.hasNext()) {
+        ends.append(matches.next().capturedEnd());
+    }
+    return ends;
+}
+
+int countUpTo(const QVector<int> &ends, int size)
+{
+    return int(std::count_if(ends.begin(), ends.end(), [size](int end) { return end <= size; }));
+}
+
+} // namespace
 
 class TestConfigurationLoader : public QObject
 {
@@ -12,9 +152,7 @@ class TestConfigurationLoader : public QObject
 private slots:
     void readsAWholeModelInTheOrderOfTheFile()
     {
-        const LogRecorder log;
-        Devices devices;
-        QVERIFY(loadText(file(R"(
+        const Loaded loaded = load(file(R"(
             <Device name="KVT-9">
               <Configuration>
                 <ConfigurationItemGroup group="Site">
@@ -30,307 +168,200 @@ private slots:
                 <Measurement name="O3" displayName="Ozone" type="pollutant" unit="ppb"
                              conversionMultiplier="0.001"/>
               </Measurements>
-            </Device>)"),
-                         devices));
-        QCOMPARE(devices.keys(), list("KVT-9"));
-        const auto settings = devices.first().configurationItems;
-        QCOMPARE(aliases(devices.first()), list("zone height gain"));
-        QCOMPARE(settings.at(0).group, text("Site"));
-        QCOMPARE(settings.at(0).name, text("Location"));
-        QCOMPARE(settings.at(0).min, 3.0F);
-        QCOMPARE(settings.at(0).max, 32.0F);
-        QVERIFY(settings.at(0).type == ConfigurationItemType::Text);
-        QCOMPARE(settings.at(1).group, text("Site"));
-        QCOMPARE(settings.at(1).min, -400.0F);
-        QCOMPARE(settings.at(1).max, 9000.0F);
-        QVERIFY(settings.at(1).type == ConfigurationItemType::Int);
-        QCOMPARE(settings.at(2).group, text("Air"));
-        QCOMPARE(settings.at(2).min, 0.5F);
-        QCOMPARE(settings.at(2).max, 2.25F);
-        QVERIFY(settings.at(2).type == ConfigurationItemType::Float);
-
-        const auto entries = devices.first().measurementItems;
-        QCOMPARE(names(devices.first()), list("T O3"));
-        QCOMPARE(entries.at(0).displayName, text("T"));
-        QVERIFY(entries.at(0).type == MeasurementType::AirTemperature);
-        QVERIFY(entries.at(0).unit == MeasurementUnit::Celsius);
-        QCOMPARE(entries.at(0).conversionMultiplier, 1.0);
-        QCOMPARE(entries.at(1).displayName, text("Ozone"));
-        QVERIFY(entries.at(1).type == MeasurementType::Pollutant);
-        QVERIFY(entries.at(1).unit == MeasurementUnit::Ppb);
-        QCOMPARE(entries.at(1).conversionMultiplier, 0.001);
-        QCOMPARE(LogRecorder::lines(), QStringList());
+            </Device>)"));
+        QVERIFY(loaded.succeeded);
+        QCOMPARE(loaded.log, QStringList());
+        QCOMPARE(summary(loaded.devices), text("KVT-9[zone height gain][T O3]"));
+        const auto settings = loaded.devices.first().configurationItems;
+        const ConfigurationItem expectedSettings[] = {
+            {text("Site"), text("Location"), text("zone"), 3.0F, 32.0F,
+             ConfigurationItemType::Text},
+            {text("Site"), text("Altitude"), text("height"), -400.0F, 9000.0F,
+             ConfigurationItemType::Int},
+            {text("Air"), text("Gain"), text("gain"), 0.5F, 2.25F, ConfigurationItemType::Float}};
+        for (int index = 0; index < settings.size(); ++index) {
+            QCOMPARE(settings[index].group, expectedSettings[index].group);
+            QCOMPARE(settings[index].name, expectedSettings[index].name);
+            QCOMPARE(settings[index].min, expectedSettings[index].min);
+            QCOMPARE(settings[index].max, expectedSettings[index].max);
+            QVERIFY(settings[index].type == expectedSettings[index].type);
+        }
+        const MeasurementItem ozone = loaded.devices.first().measurementItems.at(1);
+        QCOMPARE(ozone.displayName, text("Ozone"));
+        QVERIFY(ozone.type == MeasurementType::Pollutant);
+        QVERIFY(ozone.unit == MeasurementUnit::Ppb);
+        QCOMPARE(ozone.conversionMultiplier, 0.001);
     }
 
-    void keysModelsByNameInOrderOfCodeUnits()
+    void readsModels_data()
     {
-        Devices devices;
-        QVERIFY(loadText(file(device("kvt", "") + device("KVT", "") + device("A", "")
-                              + device("", "") + device("KVT-2", "") + device("KVT-10", "")),
-                         devices));
-        QCOMPARE(devices.keys(), QStringList(QString()) + list("A KVT KVT-10 KVT-2 kvt"));
+        addDocumentColumns();
+        addDocument("sorted by code units",
+                    device("kvt") + device("KVT") + device("A") + device("") + device("KVT-2")
+                        + device("KVT-10"),
+                    "[][] A[][] KVT[][] KVT-10[][] KVT-2[][] kvt[][]");
+        addDocument("the later one of the same name replaces the earlier one",
+                    device("A", configuration(item("a")) + measurements(measurement("M")))
+                        + device("B") + device("A", configuration(item("b"))),
+                    "A[b][] B[][]");
+        addDocument("repeated parts add up",
+                    device("A",
+                           measurements(measurement("M")) + configuration(item("a") + item("b"))
+                               + "<Configuration>" + group(item("c")) + group(item("d"))
+                               + "</Configuration>" + measurements(measurement("N"))),
+                    "A[a b c d][M N]");
+        addDocument("none", "", "");
+        addDocument("no element", "\n", "");
+        addDocument("only those of the first list",
+                    device("A") + "</Devices><Devices>" + device("B"), "A[][]");
     }
+    void readsModels() { checkDocument(); }
 
     void readsElementsInAnyCase()
     {
         const QByteArray content =
             file(device("A", configuration(item("a")) + measurements(measurement("M"))));
-        QByteArray lower = content;
-        QByteArray upper = content;
-        // The longer names first, so that no name is changed as a part of another one.
-        for (const char *element :
-             {"ConfigurationItemGroup", "ConfigurationItem", "Configuration", "KVTConfig",
-              "Devices", "Device", "Measurements", "Measurement"}) {
-            for (const char *start : {"<", "</"}) {
-                const QByteArray name = QByteArray(start) + element;
-                for (const char *end : {" ", ">"}) {
-                    lower.replace(name + end, name.toLower() + end);
-                    upper.replace(name + end, name.toUpper() + end);
-                }
+        const QString latin = QString::fromLatin1(content);
+        for (const bool upper : {false, true}) {
+            QByteArray variant = content;
+            auto tags = QRegularExpression(text("</?\\w+")).globalMatch(latin);
+            while (tags.hasNext()) {
+                const auto tag = tags.next();
+                const QByteArray name = tag.captured().toLatin1();
+                variant.replace(tag.capturedStart(), name.size(),
+                                upper ? name.toUpper() : name.toLower());
             }
-        }
-        QVERIFY(lower.contains("<kvtconfig>") && lower.contains("<measurement "));
-        QVERIFY(upper.contains("<KVTCONFIG>") && upper.contains("<CONFIGURATIONITEM "));
-        for (const QByteArray &variant : {lower, upper}) {
-            Devices devices;
-            QVERIFY(loadText(variant, devices));
-            QCOMPARE(devices.keys(), list("A"));
-            QCOMPARE(aliases(devices.first()), list("a"));
-            QCOMPARE(names(devices.first()), list("M"));
+            QVERIFY(variant.contains(upper ? "<KVTCONFIG>" : "<kvtconfig>"));
+            QVERIFY(variant.contains(upper ? "<MEASUREMENT name" : "<measurement name"));
+            QCOMPARE(summary(load(variant).devices), text("A[a][M]"));
         }
     }
 
     void keepsTheModelsBeforeAFault()
     {
-        QTest::ignoreMessage(QtWarningMsg, "Unable to parse unit \"bad\"");
-        Devices devices;
-        QVERIFY(!loadText(
+        const Loaded loaded = load(
             file(device("A", measurements(measurement("M")))
                  + device("B",
                           measurements(measurement("N")
-                                       + "<Measurement name=\"O\" type=\"rain\" unit=\"bad\"/>"))
-                 + device("C", measurements(measurement("P")))),
-            devices));
-        QCOMPARE(devices.keys(), list("A"));
-        QCOMPARE(names(devices.first()), list("M"));
+                                       + QByteArray(goodMeasurement).replace("\"c\"", "\"bad\"")))
+                 + device("C", measurements(measurement("P")))));
+        QVERIFY(!loaded.succeeded);
+        QCOMPARE(loaded.log, texts("warning: Unable to parse unit \"bad\""));
+        QCOMPARE(summary(loaded.devices), text("A[][M]"));
     }
 
-    void replacesAnEarlierModelOfTheSameNameWhole()
+    void endsWithoutAnErrorAtAnUnknownElementOrADeviceWithoutAName_data()
     {
-        Devices devices;
-        QVERIFY(loadText(file(device("A", configuration(item("a")) + measurements(measurement("M")))
-                              + device("B", "") + device("A", configuration(item("b")))),
-                         devices));
-        QCOMPARE(devices.keys(), list("A B"));
-        QCOMPARE(aliases(devices.first()), list("b"));
-        QCOMPARE(names(devices.first()), QStringList());
-    }
-
-    void endsWithoutAnErrorAtAnUnknownElementOrADeviceWithoutAName()
-    {
-        const QString missing = text(R"("name" attribute not specified for "Device" element!)");
-        const QMap<QByteArray, QStringList> elements{{"<Device/>", {missing}},
-                                                     {"<Device Name=\"B\"/>", {missing}},
-                                                     {"<Unknown name=\"B\"/>", {}}};
-        for (auto element = elements.begin(); element != elements.end(); ++element) {
-            const LogRecorder log;
-            Devices devices;
-            QVERIFY(loadText(file(device("A", "") + element.key() + device("C", "")), devices));
-            QCOMPARE(devices.keys(), list("A"));
-            QCOMPARE(LogRecorder::lines(), *element);
+        addDocumentColumns();
+        for (const char *element : {"<Device/>", "<Device Name=\"B\"/>", "<Unknown name=\"B\"/>"}) {
+            const char *line = R"("name" attribute not specified for "Device" element!)";
+            addDocument(element, device("A") + element + device("C"), "A[][]",
+                        qstrncmp(element, "<Device", 7) == 0 ? texts(line) : QStringList());
         }
     }
-
-    void readsOnlyTheFirstList()
-    {
-        const QMap<QByteArray, QStringList> contents{
-            {"<Devices/>", {}},
-            {"<Devices>\n</Devices>", {}},
-            {"<Devices><Device name=\"A\"/></Devices><Devices><Device name=\"B\"/></Devices>",
-             list("A")}};
-        for (auto content = contents.begin(); content != contents.end(); ++content) {
-            Devices devices;
-            QVERIFY(loadText("<KVTConfig>" + content.key() + "</KVTConfig>", devices));
-            QCOMPARE(devices.keys(), *content);
-        }
-    }
-
-    void addsUpRepeatedParts()
-    {
-        Devices devices;
-        QVERIFY(loadText(
-            file(device("A",
-                        measurements(measurement("M")) + configuration(item("a") + item("b"))
-                            + "<Configuration>" + group(item("c")) + group(item("d"))
-                            + "</Configuration>" + measurements(measurement("N")))),
-            devices));
-        QCOMPARE(aliases(devices.first()), list("a b c d"));
-        QCOMPARE(names(devices.first()), list("M N"));
-    }
-
-    void rejectsAFileThatIsNoListOfModels_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addRow("empty file") << QByteArray();
-        QTest::addRow("no XML") << QByteArray("KVTConfig");
-        QTest::addRow("declaration alone") << QByteArray("<?xml version=\"1.0\"?>");
-        QTest::addRow("another root") << QByteArray("<Config><Devices/></Config>");
-        QTest::addRow("empty root") << QByteArray("<KVTConfig/>");
-        QTest::addRow("another first child")
-            << QByteArray("<KVTConfig><Other/><Devices/></KVTConfig>");
-        QTest::addRow("list without a root")
-            << QByteArray("<Devices><Device name=\"A\"/></Devices>");
-        QTest::addRow("zeros") << QByteArray(64, '\0');
-    }
+    void endsWithoutAnErrorAtAnUnknownElementOrADeviceWithoutAName() { checkDocument(); }
 
     void rejectsAFileThatIsNoListOfModels()
     {
-        QFETCH(QByteArray, content);
-        const LogRecorder log;
-        Devices devices;
-        QVERIFY(!loadText(content, devices));
-        QVERIFY(devices.isEmpty());
-        QCOMPARE(LogRecorder::lines(), QStringList());
+        for (const QByteArray &content :
+             {QByteArray(), QByteArray("KVTConfig"), QByteArray("<?xml version=\"1.0\"?>"),
+              QByteArray("<Config><Devices/></Config>"), QByteArray("<KVTConfig/>"),
+              QByteArray("<KVTConfig><Other/><Devices/></KVTConfig>"),
+              QByteArray("<Devices><Device name=\"A\"/></Devices>"), QByteArray(64, '\0')}) {
+            const Loaded loaded = load(content);
+            QVERIFY2(!loaded.succeeded, content.constData());
+            QVERIFY2(loaded.devices.isEmpty(), content.constData());
+            QCOMPARE(loaded.log, QStringList());
+        }
     }
 
     void unknownElementsEndAListOrAreSkipped_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QStringList>("expectedAliases");
-        QTest::addColumn<QStringList>("expectedNames");
-        QTest::addColumn<bool>("reachesNext");
-
+        addDocumentColumns();
         const QByteArray settings = configuration(item("a"));
         const QByteArray values = measurements(measurement("M"));
-
-        QTest::addRow("empty: ends the device")
-            << QByteArray("<Unknown/>" + settings + values) << list("") << list("") << false;
-        QTest::addRow("after all parts: the end of the device ends the list")
-            << QByteArray(settings + values + "<Unknown/>") << list("a") << list("M") << false;
-        QTest::addRow("its children count as those of the device")
-            << QByteArray("<Unknown>" + settings + values + "</Unknown>" + configuration(item("b")))
-            << list("a") << list("M") << false;
-        QTest::addRow("its first end tag ends the device")
-            << QByteArray("<Unknown><Deeper/>" + settings + "</Unknown>" + values) << list("")
-            << list("") << false;
-        QTest::addRow("empty: ends the configuration")
-            << QByteArray("<Configuration>" + group(item("a")) + "<Unknown/>" + group(item("b"))
-                          + "</Configuration>" + values)
-            << list("a") << list("") << false;
-        QTest::addRow("its groups count as those of the configuration")
-            << QByteArray("<Configuration><Unknown>" + group(item("a"))
-                          + "</Unknown></Configuration>" + values)
-            << list("a") << list("") << false;
-        QTest::addRow("in a group: skipped with its contents") << QByteArray(
-            configuration(item("a") + "<Unknown>" + item("x") + "</Unknown>" + item("b")) + values)
-                                                               << list("a b") << list("M") << true;
-        QTest::addRow("among measurements: skipped with its contents")
-            << QByteArray(settings
-                          + measurements(measurement("M") + "<Unknown>" + measurement("X")
-                                         + "</Unknown>" + configuration(item("x"))
-                                         + measurement("N")))
-            << list("a") << list("M N") << true;
-        QTest::addRow("in a setting: ignored")
-            << QByteArray(configuration(QByteArray(item("a")).replace("/>", ">text<Unknown/>")
-                                        + item("x") + "</ConfigurationItem>" + item("b"))
-                          + values)
-            << list("a b") << list("M") << true;
-        QTest::addRow("in a measurement: ignored")
-            << QByteArray(settings
-                          + measurements(QByteArray(measurement("M")).replace("/>", ">text")
-                                         + measurement("X") + "</Measurement>" + measurement("N")))
-            << list("a") << list("M N") << true;
-        QTest::addRow("text and comments are no elements")
-            << QByteArray("text<!-- note -->" + settings + "text" + values + "text") << list("a")
-            << list("M") << true;
+        const auto add = [](const char *name, const QByteArray &content, const char *models) {
+            addDocument(name, device("A", content) + device("B"), models);
+        };
+        add("empty: ends the device", "<Unknown/>" + settings + values, "A[][]");
+        add("after all parts: the end of the device ends the list",
+            settings + values + "<Unknown/>", "A[a][M]");
+        add("its children count as those of the device",
+            "<Unknown>" + settings + values + "</Unknown>" + configuration(item("b")), "A[a][M]");
+        add("its first end tag ends the device",
+            "<Unknown><Deeper/>" + settings + "</Unknown>" + values, "A[][]");
+        add("empty: ends the configuration",
+            "<Configuration>" + group(item("a")) + "<Unknown/>" + group(item("b"))
+                + "</Configuration>" + values,
+            "A[a][]");
+        add("its groups count as those of the configuration",
+            "<Configuration><Unknown>" + group(item("a")) + "</Unknown></Configuration>" + values,
+            "A[a][]");
+        add("in a group: skipped with its contents",
+            configuration(item("a") + "<Unknown>" + item("x") + "</Unknown>" + item("b")) + values,
+            "A[a b][M] B[][]");
+        add("among measurements: skipped with its contents",
+            settings
+                + measurements(measurement("M") + "<Unknown>" + measurement("X") + "</Unknown>"
+                               + configuration(item("x")) + measurement("N")),
+            "A[a][M N] B[][]");
+        add("in a setting: ignored",
+            configuration(item("a").replace("/>", ">text<Unknown/>") + item("x")
+                          + "</ConfigurationItem>" + item("b"))
+                + values,
+            "A[a b][M] B[][]");
+        add("in a measurement: ignored",
+            settings
+                + measurements(measurement("M").replace("/>", ">text") + measurement("X")
+                               + "</Measurement>" + measurement("N")),
+            "A[a][M N] B[][]");
+        add("text and comments are no elements",
+            "text<!-- note -->" + settings + "text" + values + "text", "A[a][M] B[][]");
     }
-
-    void unknownElementsEndAListOrAreSkipped()
-    {
-        QFETCH(QByteArray, content);
-        QFETCH(bool, reachesNext);
-        const LogRecorder log;
-        Devices devices;
-        QVERIFY(loadText(file(device("A", content) + device("B", "")), devices));
-        QTEST(aliases(devices.value(text("A"))), "expectedAliases");
-        QTEST(names(devices.value(text("A"))), "expectedNames");
-        QCOMPARE(devices.keys(), reachesNext ? list("A B") : list("A"));
-        QCOMPARE(LogRecorder::lines(), QStringList());
-    }
-
-    void treatsMalformedTextAsAnEnd_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addRow("cut off") << QByteArray();
-        QTest::addRow("cut off inside a tag") << QByteArray("<ConfigurationItem type=\"int");
-        QTest::addRow("wrong end") << QByteArray("</Device>");
-        QTest::addRow("stray ampersand") << QByteArray("& ");
-        QTest::addRow("unknown entity") << QByteArray("&unknown;");
-        QTest::addRow("attribute twice")
-            << QByteArray("<ConfigurationItem type=\"a\" type=\"b\"/>");
-        QTest::addRow("zero byte") << QByteArray(1, '\0');
-    }
+    void unknownElementsEndAListOrAreSkipped() { checkDocument(); }
 
     void treatsMalformedTextAsAnEnd()
     {
-        QFETCH(QByteArray, fault);
-        const LogRecorder log;
-        Devices devices;
         const QByteArray begun = "<KVTConfig><Devices>" + device("A", configuration(item("a")))
             + "<Device name=\"B\">" + measurements(measurement("M"))
             + "<Configuration><ConfigurationItemGroup group=\"G\">" + item("b");
-        QVERIFY(loadText(begun + fault, devices));
-        QCOMPARE(devices.keys(), list("A B"));
-        QCOMPARE(aliases(devices.value(text("A"))), list("a"));
-        QCOMPARE(aliases(devices.value(text("B"))), list("b"));
-        QCOMPARE(names(devices.value(text("B"))), list("M"));
-        QCOMPARE(LogRecorder::lines(), QStringList());
+        for (const QByteArray &fault :
+             {QByteArray(), QByteArray("<ConfigurationItem type=\"int"), QByteArray("</Device>"),
+              QByteArray("& "), QByteArray("&unknown;"),
+              QByteArray("<ConfigurationItem type=\"a\" type=\"b\"/>"), QByteArray(1, '\0')}) {
+            const Loaded loaded = load(begun + fault);
+            QVERIFY2(loaded.succeeded, fault.constData());
+            QCOMPARE(summary(loaded.devices), text("A[a][] B[b][M]"));
+            QCOMPARE(loaded.log, QStringList());
+        }
     }
 
     void toleratesBytesThatAreNoText()
     {
         // The reader decodes ahead, so the amount of text that it reads before the fault is not
         // tested.
-        const LogRecorder log;
-        Devices devices;
-        loadText(file(device("A", configuration(item("a"))) + "\xff\xfe\xff" + device("B", "")),
-                 devices);
-        QVERIFY(!devices.contains(text("B")));
-        QCOMPARE(LogRecorder::lines(), QStringList());
+        const Loaded loaded =
+            load(file(device("A", configuration(item("a"))) + "\xff\xfe\xff" + device("B")));
+        QVERIFY(!loaded.devices.contains(text("B")));
+        QCOMPARE(loaded.log, QStringList());
     }
 
     void logsAFileThatCannotBeRead()
     {
         QVERIFY(QDir().mkpath(text("folder.xml")));
-        const struct
-        {
-            const char *path;
-            const char *line;
-        } files[] = {
-            {"nowhere/settings.xml", R"(File "nowhere/settings.xml" does not exist!)"},
-            {"folder.xml", R"(Failed to open file "folder.xml")"},
-        };
-        for (const auto &file : files) {
-            QTest::ignoreMessage(QtDebugMsg, file.line);
-            Devices devices;
-            QVERIFY(!ConfigurationLoader().load(devices, text(file.path)));
-            QVERIFY(devices.isEmpty());
+        const QMap<QString, QString> lines{
+            {text("nowhere/settings.xml"), text(R"(File "nowhere/settings.xml" does not exist!)")},
+            {text("folder.xml"), text(R"(Failed to open file "folder.xml")")}};
+        for (auto line = lines.begin(); line != lines.end(); ++line) {
+            const Loaded loaded = loadFile(line.key());
+            QVERIFY(!loaded.succeeded);
+            QVERIFY(loaded.devices.isEmpty());
+            QCOMPARE(loaded.log, QStringList(*line));
         }
-    }
-
-    void closesTheFileAfterReading_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addRow("a good file") << file(device("A", ""));
-        QTest::addRow("no list of models") << QByteArray("<Config/>");
-        QTest::addRow("a bad model") << file(device("A", measurements("<Measurement/>")));
     }
 
     void closesTheFileAfterReading()
     {
-        QFETCH(QByteArray, content);
-        const LogRecorder log;
-        writeFile(content);
         const auto openFiles = [] {
             QStringList targets;
             const auto links =
@@ -338,49 +369,360 @@ private slots:
             for (const QFileInfo &link : links) {
                 targets << link.symLinkTarget();
             }
-            return targets.filter(text("settings.xml"));
+            return targets.filter(settingsPath);
         };
-        QFile open(text("settings.xml"));
-        QVERIFY(open.open(QIODevice::ReadOnly));
-        QCOMPARE(openFiles().size(), 1);
-        open.close();
-
-        Devices devices;
-        ConfigurationLoader loader;
-        loader.load(devices, text("settings.xml"));
-        QCOMPARE(openFiles(), QStringList());
-        // The loader can be used again, although the file object of the first call was destroyed.
-        writeFile(file(device("B", "")));
-        QVERIFY(loader.load(devices, text("settings.xml")));
-        QVERIFY(devices.contains(text("B")));
+        for (const QByteArray &content : {file(device("A")), QByteArray("<Config/>"),
+                                          file(device("A", measurements("<Measurement/>")))}) {
+            QVERIFY(files::write(settingsPath, content));
+            QFile open(settingsPath);
+            QVERIFY(open.open(QIODevice::ReadOnly));
+            QCOMPARE(openFiles().size(), 1);
+            open.close();
+            Devices devices;
+            ConfigurationLoader loader;
+            linesLoggedBy([&] { loader.load(devices, settingsPath); });
+            QCOMPARE(openFiles(), QStringList());
+            // The loader can be used again, although the file object of the first call was
+            // destroyed.
+            QVERIFY(files::write(settingsPath, file(device("B"))));
+            QVERIFY(loader.load(devices, settingsPath));
+            QVERIFY(devices.contains(text("B")));
+        }
     }
 
     void looksInTheWorkingDirectory()
     {
         const QString work = QDir::currentPath();
-        writeFile(file(device("A", "")));
+        QVERIFY(files::write(settingsPath, file(device("A"))));
         QVERIFY(QDir().mkpath(text("elsewhere")));
         QDir::setCurrent(work + text("/elsewhere"));
-        Devices devices;
-        QTest::ignoreMessage(QtDebugMsg, R"(File "settings.xml" does not exist!)");
-        const bool foundElsewhere = ConfigurationLoader().load(devices, text("settings.xml"));
+        const Loaded elsewhere = loadFile(settingsPath);
         QDir::setCurrent(work);
-        QVERIFY(!foundElsewhere);
-        QVERIFY(ConfigurationLoader().load(devices, text("settings.xml")));
-        QCOMPARE(devices.keys(), list("A"));
+        QVERIFY(!elsewhere.succeeded);
+        QCOMPARE(elsewhere.log, texts(R"(File "settings.xml" does not exist!)"));
+        QCOMPARE(summary(loadFile(settingsPath).devices), text("A[][]"));
     }
 
     void doesNotClearTheMap()
     {
-        Devices devices;
-        devices.insert(text("Old"), DeviceConfiguration());
-        QVERIFY(loadText(file(device("A", "")), devices));
-        QCOMPARE(devices.keys(), list("A Old"));
-        QVERIFY(!loadText("<Config/>", devices));
-        QCOMPARE(devices.keys(), list("A Old"));
+        Devices devices{{text("Old"), DeviceConfiguration()}};
+        for (const QByteArray &content : {file(device("A")), QByteArray("<Config/>")}) {
+            QVERIFY(files::write(settingsPath, content));
+            ConfigurationLoader().load(devices, settingsPath);
+            QCOMPARE(devices.keys(), texts("A|Old"));
+        }
+    }
+
+    void itemTypesHaveTheirNumbers()
+    {
+        QCOMPARE(int(ConfigurationItemType::Text), 0);
+        QCOMPARE(int(ConfigurationItemType::Int), 1);
+        QCOMPARE(int(ConfigurationItemType::Float), 2);
+    }
+
+    void readsEachTypeAndUnitInAnyCase()
+    {
+        using Type = MeasurementType;
+        using Unit = MeasurementUnit;
+        const struct
+        {
+            QByteArray type;
+            QByteArray unit;
+            Type expectedType;
+            Unit expectedUnit;
+        } rows[] = {
+            {"air temperature", "c", Type::AirTemperature, Unit::Celsius},
+            {"air temperature", "f", Type::AirTemperature, Unit::Fahrenheit},
+            {"air humidity", "rh", Type::AirHumidity, Unit::RelativeHumidity},
+            {"air pressure", "mbar", Type::AirPressure, Unit::Millibar},
+            {"pm2.5", "ug/m3", Type::ParticulateMatter, Unit::MicrogramsPerCubicMetre},
+            {"pm10", "ug/m3", Type::ParticulateMatter, Unit::MicrogramsPerCubicMetre},
+            {"pollutant", "ppb", Type::Pollutant, Unit::Ppb},
+            {"pollutant", "ppm", Type::Pollutant, Unit::Ppm},
+            {"rain", "mm/h", Type::Rain, Unit::MillimetresPerHour},
+            {"winddir", "deg", Type::WindDirection, Unit::Degree},
+            {"windspeed", "m/s", Type::WindSpeed, Unit::MetresPerSecond},
+            {"solar radiation", "w/m2", Type::SolarRadiation, Unit::WattsPerSquareMetre},
+            {"extra", "extra", Type::Extra, Unit::ExtraUnit},
+        };
+        for (const auto &row : rows) {
+            const QByteArray attributes = "type=\"" + row.type + "\" unit=\"" + row.unit + "\"/>";
+            const QByteArray capitals =
+                "type=\"" + row.type.toUpper() + "\" unit=\"" + row.unit.toUpper() + "\"/>";
+            const Loaded loaded =
+                load(file(device("A",
+                                 measurements("<Measurement name=\"M\" " + attributes
+                                              + "<Measurement name=\"N\" " + capitals))));
+            QCOMPARE(summary(loaded.devices), text("A[][M N]"));
+            for (const MeasurementItem &entry : loaded.devices.first().measurementItems) {
+                QVERIFY2(entry.type == row.expectedType, row.type.constData());
+                QVERIFY2(entry.unit == row.expectedUnit, row.unit.constData());
+            }
+        }
+    }
+
+    void readsEachItemTypeByExactSpelling()
+    {
+        const QMap<QByteArray, ConfigurationItemType> types{
+            {"int", ConfigurationItemType::Int},   {"float", ConfigurationItemType::Float},
+            {"text", ConfigurationItemType::Text}, {"Float", ConfigurationItemType::Text},
+            {"INT", ConfigurationItemType::Text},  {" int", ConfigurationItemType::Text},
+            {"", ConfigurationItemType::Text}};
+        for (auto type = types.begin(); type != types.end(); ++type) {
+            const ConfigurationItem loaded = loadedItem("int", type.key());
+            QCOMPARE(loaded.alias, text("word"));
+            QVERIFY2(loaded.type == *type, type.key().constData());
+        }
+    }
+
+    void readsNumbersWithADecimalPoint()
+    {
+        const QMap<QByteArray, double> numbers{
+            {"12", 12.0}, {"-0.25", -0.25}, {"1e3", 1000.0},       {"1,5", 0.0},
+            {"abc", 0.0}, {"12m", 0.0},     {"0.000532", 5.32e-4}, {"", 0.0}};
+        for (const QLocale &locale : {QLocale::c(), QLocale(QLocale::German, QLocale::Germany)}) {
+            QLocale::setDefault(locale);
+            for (auto number = numbers.begin(); number != numbers.end(); ++number) {
+                const QByteArray quoted = '"' + number.key() + '"';
+                QCOMPARE(loadedItem("\"1\"", quoted).min, float(*number));
+                QCOMPARE(loadedItem("\"2\"", quoted).max, float(*number));
+                QVERIFY(loadedMeasurement("conversionMultiplier=" + quoted).conversionMultiplier
+                        == *number);
+            }
+        }
+        QLocale::setDefault(QLocale::c());
+    }
+
+    void multipliesByOneWithoutAMultiplier()
+    {
+        QCOMPARE(loadedMeasurement("").conversionMultiplier, 1.0);
+        QCOMPARE(loadedMeasurement(R"(ConversionMultiplier="2")").conversionMultiplier, 1.0);
+    }
+
+    void showsTheNameWithoutADisplayName()
+    {
+        const QMap<QByteArray, QString> displayNames{{"", text("T")},
+                                                     {"displayName=\"\"", text("T")},
+                                                     {"displayName=\"Air\"", text("Air")},
+                                                     {"displayName=\" \"", text(" ")},
+                                                     {"displayname=\"Air\"", text("T")}};
+        for (auto displayName = displayNames.begin(); displayName != displayNames.end();
+             ++displayName) {
+            QCOMPARE(loadedMeasurement(displayName.key()).displayName, *displayName);
+        }
+    }
+
+    void decodesUmlautsAndEntities()
+    {
+        QCOMPARE(loadedItem("Label", "Höhe &lt;µg/m³&gt; &amp; °C").name,
+                 text("Höhe <µg/m³> & °C"));
+    }
+
+    void requiresEachAttribute_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("attribute");
+        QTest::addColumn<QString>("element");
+        for (const char *attribute : {"type", "min", "max", "name", "alias"}) {
+            QTest::addRow("setting, %s", attribute)
+                << goodItem << QByteArray(attribute) << text("ConfigurationItem");
+        }
+        // Not even the first value is looked at before all are known to be there.
+        for (const char *attribute : {"name", "type", "unit"}) {
+            QTest::addRow("measurement, %s", attribute)
+                << QByteArray(R"(<Measurement name="" type="bad" unit="bad"/>)")
+                << QByteArray(attribute) << text("MeasurementItem");
+        }
+        QTest::addRow("group") << QByteArray(R"(<ConfigurationItemGroup group=""/>)")
+                               << QByteArray("group") << text("ConfigurationItemGroup");
+    }
+
+    void requiresEachAttribute()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QByteArray, attribute);
+        QFETCH(QString, element);
+        const QByteArray assignment = ' ' + attribute + '=';
+        const QByteArray capital = ' ' + attribute.left(1).toUpper() + attribute.mid(1) + '=';
+        for (const QByteArray &bad : {QByteArray(content).replace(assignment, " other="),
+                                      QByteArray(content).replace(assignment, capital),
+                                      // Of several missing attributes only the first is named.
+                                      content.left(content.indexOf(assignment)) + "/>"}) {
+            const QByteArray part = bad.startsWith("<Measurement") ? measurements(bad)
+                : bad.startsWith("<ConfigurationItemGroup")
+                ? "<Configuration>" + bad + "</Configuration>"
+                : configuration(bad);
+            const Loaded loaded = load(file(device("A", part)));
+            QVERIFY(!loaded.succeeded);
+            QVERIFY(loaded.devices.isEmpty());
+            QCOMPARE(loaded.log,
+                     QStringList(text(R"("%1" attribute not specified for "%2" element!)")
+                                     .arg(QString::fromLatin1(attribute), element)));
+        }
+    }
+
+    void acceptsAnEmptyAttribute()
+    {
+        const Loaded loaded = load(
+            file("<Device name=\"\"><Configuration><ConfigurationItemGroup group=\"\">"
+                 "<ConfigurationItem type=\"\" min=\"\" max=\"\" name=\"\" alias=\"\"/>"
+                 "</ConfigurationItemGroup></Configuration><Measurements>"
+                 "<Measurement name=\"\" type=\"rain\" unit=\"mm/h\"/></Measurements></Device>"));
+        QVERIFY(loaded.succeeded);
+        QCOMPARE(loaded.log, QStringList());
+        QCOMPARE(loaded.devices.keys(), QStringList(QString()));
+        QCOMPARE(aliases(loaded.devices.first()), QStringList(QString()));
+        QCOMPARE(names(loaded.devices.first()), QStringList(QString()));
+        QCOMPARE(loaded.devices.first().measurementItems.first().displayName, QString());
+    }
+
+    void rejectsAnUnknownTypeOrUnit()
+    {
+        const struct
+        {
+            const char *known;
+            QStringList spellings;
+            const char *line;
+        } rows[] = {
+            {"\"air temperature\"", texts("PM1|Undefined|rain |airpressure|"),
+             "warning: Unable to parse measurement type \"%1\""},
+            {"\"c\"", texts("µg/m3|%RH|ug/m³|°C|kPa|"), "warning: Unable to parse unit \"%1\""},
+        };
+        for (const auto &row : rows) {
+            for (const QString &spelling : row.spellings) {
+                const QByteArray bad =
+                    QByteArray(goodMeasurement).replace(row.known, '"' + spelling.toUtf8() + '"');
+                const Loaded loaded = load(file(device("A", measurements(bad))));
+                QVERIFY(!loaded.succeeded);
+                QVERIFY(loaded.devices.isEmpty());
+                QCOMPARE(loaded.log, QStringList(text(row.line).arg(spelling.toLower())));
+            }
+        }
+    }
+
+    void readsTheSample()
+    {
+        const Loaded sample = loadFile(samplePath);
+        QVERIFY(sample.succeeded);
+        QCOMPARE(sample.log, QStringList());
+        QCOMPARE(sample.devices.keys(), texts("KVT-100|KVT-200|KVT-300"));
+        const QByteArray content = files::contents(samplePath);
+        QVERIFY(content.indexOf("\"KVT-300\"") < content.indexOf("\"KVT-100\""));
+        for (const DeviceConfiguration &device : sample.devices) {
+            QVERIFY(device.configurationItems.size() >= 8);
+            QVERIFY(device.measurementItems.size() >= 6);
+            QStringList sorted = aliases(device);
+            sorted.sort();
+            QVERIFY(sorted != aliases(device));
+        }
+    }
+
+    void sampleUsesEverySpelling()
+    {
+        const Devices devices = loadFile(samplePath).devices;
+        QSet<int> types;
+        QSet<int> units;
+        QSet<int> itemTypes;
+        QSet<bool> namesShown;
+        for (const DeviceConfiguration &device : devices) {
+            for (const ConfigurationItem &setting : device.configurationItems) {
+                itemTypes.insert(int(setting.type));
+            }
+            for (const MeasurementItem &entry : device.measurementItems) {
+                types.insert(int(entry.type));
+                units.insert(int(entry.unit));
+                namesShown.insert(entry.name == entry.displayName);
+            }
+        }
+        // Everything but Undefined, the 0 of both.
+        QCOMPARE(types.size(), 10);
+        QCOMPARE(units.size(), 12);
+        QCOMPARE(itemTypes.size(), 3);
+        QCOMPARE(namesShown.size(), 2);
+        QVERIFY(files::contents(samplePath).contains("type=\"pm2.5\""));
+        QVERIFY(files::contents(samplePath).contains("type=\"pm10\""));
+    }
+
+    void sampleUsesOnlyNamesThatADeviceCanSend()
+    {
+        const QStringList taken =
+            texts("date|hwver|health|meas|meas_state|model|serial|swver|unit");
+        const QRegularExpression word(text("^[a-z][a-z0-9_]*$"));
+        const QRegularExpression key(text("^[A-Za-z0-9]+$"));
+        const Devices devices = loadFile(samplePath).devices;
+        for (const DeviceConfiguration &device : devices) {
+            QCOMPARE(aliases(device).removeDuplicates(), 0);
+            QCOMPARE(names(device).removeDuplicates(), 0);
+            for (const ConfigurationItem &setting : device.configurationItems) {
+                QVERIFY2(word.match(setting.alias).hasMatch(), qPrintable(setting.alias));
+                QVERIFY2(!taken.contains(setting.alias), qPrintable(setting.alias));
+                QVERIFY2(setting.min < setting.max, qPrintable(setting.alias));
+            }
+            for (const MeasurementItem &entry : device.measurementItems) {
+                QVERIFY2(key.match(entry.name).hasMatch(), qPrintable(entry.name));
+            }
+        }
+    }
+
+    void truncatedSampleKeepsItsCompleteElements()
+    {
+        const QByteArray content = files::contents(samplePath);
+        const QVector<int> lists = endsOf(content, "<Devices>");
+        const QVector<int> models = endsOf(content, "<Device [^>]*>");
+        const QVector<int> settings = endsOf(content, "<ConfigurationItem [^>]*>");
+        const QVector<int> entries = endsOf(content, "<Measurement [^>]*>");
+        QCOMPARE(lists.size(), 1);
+        QCOMPARE(models.size(), 3);
+        const Devices whole = loadFile(samplePath).devices;
+
+        QVERIFY(files::write(settingsPath, content));
+        QFile cut(settingsPath);
+        for (int size = content.size(); size >= 0; --size) {
+            QVERIFY(cut.resize(size));
+            const Loaded loaded = loadFile(settingsPath);
+            QCOMPARE(loaded.log, QStringList());
+            QCOMPARE(loaded.succeeded, size >= lists.first());
+            QCOMPARE(loaded.devices.size(), countUpTo(models, size));
+
+            int settingCount = 0;
+            int entryCount = 0;
+            for (auto found = loaded.devices.begin(); found != loaded.devices.end(); ++found) {
+                settingCount += found->configurationItems.size();
+                entryCount += found->measurementItems.size();
+                const DeviceConfiguration expected = whole.value(found.key());
+                QCOMPARE(aliases(*found),
+                         aliases(expected).mid(0, found->configurationItems.size()));
+                QCOMPARE(names(*found), names(expected).mid(0, found->measurementItems.size()));
+            }
+            QCOMPARE(settingCount, countUpTo(settings, size));
+            QCOMPARE(entryCount, countUpTo(entries, size));
+        }
+    }
+
+private:
+    static void addDocumentColumns()
+    {
+        QTest::addColumn<QByteArray>("devices");
+        QTest::addColumn<QString>("models");
+        QTest::addColumn<QStringList>("log");
+    }
+
+    /// A row with a file that loads, and what is read from it.
+    static void addDocument(const char *name, const QByteArray &devices, const char *models,
+                            const QStringList &log = QStringList())
+    {
+        QTest::addRow("%s", name) << devices << text(models) << log;
+    }
+
+    static void checkDocument()
+    {
+        QFETCH(QByteArray, devices);
+        const Loaded loaded = load(file(devices));
+        QVERIFY(loaded.succeeded);
+        QTEST(summary(loaded.devices), "models");
+        QTEST(loaded.log, "log");
     }
 };
 
 KV_TEST_CORE_MAIN(TestConfigurationLoader)
-
 #include "tst_configurationloader.moc"

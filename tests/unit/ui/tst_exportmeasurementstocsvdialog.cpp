@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/fakelocalstorage.h"
-#include "tests/kit/forms.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
 #include "tests/kit/timezonescope.h"
 #include "ui/exportmeasurementstocsvdialog.h"
-#include "ui/exportselection.h"
 
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
-#include <QtWidgets/QDialogButtonBox>
-#include <QtWidgets/QFormLayout>
 #include <QtWidgets/QListWidget>
-#include <QtWidgets/QPushButton>
 
 namespace {
 
@@ -23,11 +18,6 @@ StoredDevice device(unsigned id, const char *model, const char *serialNumber)
     result.details.modelNumber = text(model);
     result.details.serialNumber = text(serialNumber);
     return result;
-}
-
-DeviceDetails withSerial(const char *serialNumber)
-{
-    return device(0, "", serialNumber).details;
 }
 
 } // namespace
@@ -50,90 +40,6 @@ private slots:
               1.0}});
     }
 
-    void windowHasItsNameTitleSizeAndLayout()
-    {
-        QCOMPARE(m_dialog->objectName(), text("ExportMeasurementsToCsvDialog"));
-        QCOMPARE(m_dialog->windowTitle(), text("Select measurements to export"));
-        QCOMPARE(m_dialog->size(), QSize(508, 351));
-        QCOMPARE(m_dialog->layout()->objectName(), text("verticalLayout"));
-        QCOMPARE(contentsOf(m_dialog->layout()), texts("formLayout|buttonBox"));
-    }
-
-    void rowsPairLabelsWithFields_data()
-    {
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<QString>("labelText");
-        QTest::addColumn<QString>("className");
-        QTest::addRow("deviceComboBox")
-            << 0 << text("label") << text("Device") << text("QComboBox");
-        QTest::addRow("exportDateTimeFrom")
-            << 1 << text("label_2") << text("From") << text("QDateTimeEdit");
-        QTest::addRow("exportDateTimeTo")
-            << 2 << text("label_3") << text("To") << text("QDateTimeEdit");
-        QTest::addRow("measurementTypeList")
-            << 3 << text("label_4") << text("Measurement types") << text("QListWidget");
-    }
-
-    void rowsPairLabelsWithFields()
-    {
-        QFETCH(int, row);
-        QFETCH(QString, label);
-        QFETCH(QString, labelText);
-        QFETCH(QString, className);
-        auto *form = child<QFormLayout>("formLayout");
-        QCOMPARE(form->rowCount(), 4);
-        auto *labelWidget =
-            qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::LabelRole)->widget());
-        QWidget *field = form->itemAt(row, QFormLayout::FieldRole)->widget();
-        QCOMPARE(labelWidget->objectName(), label);
-        QCOMPARE(labelWidget->text(), labelText);
-        QCOMPARE(labelWidget->buddy(), field);
-        QCOMPARE(field->objectName(), text(QTest::currentDataTag()));
-        QCOMPARE(text(field->metaObject()->className()), className);
-        if (auto *date = qobject_cast<QDateTimeEdit *>(field)) {
-            QCOMPARE(date->displayFormat(), QDateTimeEdit().displayFormat());
-            QCOMPARE(date->minimumDateTime(), QDateTimeEdit().minimumDateTime());
-            QCOMPARE(date->maximumDateTime(), QDateTimeEdit().maximumDateTime());
-        }
-    }
-
-    void buttonsAcceptAndReject()
-    {
-        auto *buttons = child<QDialogButtonBox>("buttonBox");
-        QCOMPARE(buttons->orientation(), Qt::Horizontal);
-        QCOMPARE(buttons->standardButtons(), QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-
-        m_dialog->show();
-        QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
-        QVERIFY(!m_dialog->isVisible());
-        QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
-
-        m_dialog->show();
-        QTest::mouseClick(buttons->button(QDialogButtonBox::Cancel), Qt::LeftButton);
-        QVERIFY(!m_dialog->isVisible());
-        QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
-    }
-
-    void tabGoesFromTopToBottom()
-    {
-        const QStringList order{text("deviceComboBox"), text("exportDateTimeFrom"),
-                                text("exportDateTimeTo"), text("measurementTypeList")};
-        QCOMPARE(tabOrder(child<QWidget>("deviceComboBox"), order), order);
-    }
-
-    void textsAreTranslatedInTheDialogsContext()
-    {
-        RecordingTranslator translator;
-        QCoreApplication::installTranslator(&translator);
-        const ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
-        QCoreApplication::removeTranslator(&translator);
-        for (const char *expected :
-             {"Select measurements to export", "Device", "From", "To", "Measurement types"}) {
-            QVERIFY2(translator.has("ExportMeasurementsToCsvDialog", text(expected)), expected);
-        }
-    }
-
     void periodStartsAtThePresentMoment()
     {
         const QDateTime before = QDateTime::currentDateTimeUtc();
@@ -144,31 +50,24 @@ private slots:
         QCOMPARE(dialog.toDate(), dialog.fromDate());
     }
 
-    void periodIsLocalOnScreenAndUtcOutside_data()
-    {
-        QTest::addColumn<QDateTime>("shown");
-        QTest::addColumn<QTime>("utc");
-        QTest::addRow("winter") << QDateTime(QDate(2024, 3, 1), QTime(14, 0)) << QTime(12, 0);
-        QTest::addRow("summer") << QDateTime(QDate(2024, 7, 1), QTime(15, 0)) << QTime(12, 0);
-        QTest::addRow("last minute of winter")
-            << QDateTime(QDate(2024, 3, 31), QTime(2, 59)) << QTime(0, 59);
-        QTest::addRow("first minute of summer")
-            << QDateTime(QDate(2024, 3, 31), QTime(4, 0)) << QTime(1, 0);
-    }
-
     void periodIsLocalOnScreenAndUtcOutside()
     {
-        QFETCH(QDateTime, shown);
-        QFETCH(QTime, utc);
-        child<QDateTimeEdit>("exportDateTimeFrom")->setDateTime(shown);
-        child<QDateTimeEdit>("exportDateTimeTo")->setDateTime(shown);
-        QCOMPARE(m_dialog->fromDate(), QDateTime(shown.date(), utc, Qt::UTC));
-        QCOMPARE(m_dialog->fromDate().timeSpec(), Qt::UTC);
-        QCOMPARE(m_dialog->toDate(), QDateTime(shown.date(), utc, Qt::UTC));
-        QCOMPARE(m_dialog->toDate().timeSpec(), Qt::UTC);
-        // The two are not compared: the end may precede the start.
-        child<QDateTimeEdit>("exportDateTimeTo")->setDateTime(shown.addDays(-1));
-        QVERIFY(m_dialog->toDate() < m_dialog->fromDate());
+        const QDate change(2024, 3, 31);
+        const QPair<QDateTime, QTime> times[] = {{{QDate(2024, 3, 1), {14, 0}}, {12, 0}},
+                                                 {{QDate(2024, 7, 1), {15, 0}}, {12, 0}},
+                                                 {{change, {2, 59}}, {0, 59}}, // still winter
+                                                 {{change, {4, 0}}, {1, 0}}};
+        for (const auto &time : times) {
+            child<QDateTimeEdit>("exportDateTimeFrom")->setDateTime(time.first);
+            child<QDateTimeEdit>("exportDateTimeTo")->setDateTime(time.first);
+            for (const QDateTime &outside : {m_dialog->fromDate(), m_dialog->toDate()}) {
+                QCOMPARE(outside, QDateTime(time.first.date(), time.second, Qt::UTC));
+                QCOMPARE(outside.timeSpec(), Qt::UTC);
+            }
+            // The two are not compared: the end may precede the start.
+            child<QDateTimeEdit>("exportDateTimeTo")->setDateTime(time.first.addDays(-1));
+            QVERIFY(m_dialog->toDate() < m_dialog->fromDate());
+        }
     }
 
     void listsTheDevicesOfTheStore()
@@ -200,22 +99,16 @@ private slots:
         QCOMPARE(type(1)->checkState(), Qt::Checked);
     }
 
-    void selectsTheConnectedDevice_data()
-    {
-        QTest::addColumn<unsigned>("id");
-        QTest::addRow("S1") << 7U;
-        QTest::addRow("S2") << 9U;
-        QTest::addRow("S3") << 7U;
-        QTest::addRow("s2") << 7U;
-        QTest::addRow("%s", "") << 7U;
-    }
-
     void selectsTheConnectedDevice()
     {
-        QFETCH(unsigned, id);
+        // An unknown one changes nothing.
+        const QPair<const char *, unsigned> ids[] = {{"", 7},   {"S3", 7}, {"s2", 7},
+                                                     {"S2", 9}, {"S3", 9}, {"S1", 7}};
         m_dialog->loadDevices();
-        m_dialog->selectDevice(withSerial(QTest::currentDataTag()));
-        QCOMPARE(m_dialog->selectedDeviceId(), id);
+        for (const auto &id : ids) {
+            m_dialog->selectDevice(device(0, "", id.first).details);
+            QCOMPARE(m_dialog->selectedDeviceId(), id.second);
+        }
     }
 
     void changeOfDeviceChecksAllTypesAgain()
@@ -258,18 +151,6 @@ private slots:
         QVERIFY(m_dialog->fileName().isEmpty());
         m_dialog->setFileName(text("export.csv"));
         QCOMPARE(m_dialog->fileName(), text("export.csv"));
-    }
-
-    void recordOfASelectionHasItsFieldsInOrder()
-    {
-        const QDateTime from(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
-        const QDateTime to = from.addDays(1);
-        const QMap<unsigned, QString> types{{2, text("A0")}};
-        const ExportSelection record{from, to, 7, types};
-        QCOMPARE(record.from, from);
-        QCOMPARE(record.to, to);
-        QCOMPARE(record.deviceId, 7U);
-        QCOMPARE(record.measurementTypes, types);
     }
 
 private:

@@ -3,6 +3,7 @@
 #include "tests/kit/fakelocalstorage.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
+#include "tests/kit/windowdriver.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 
@@ -69,82 +70,66 @@ private slots:
         m_store = FakeLocalStorage();
         m_window.reset();
         m_window.reset(new MainWindow(nullptr));
-        m_graph = nullptr;
-        const auto widgets = QApplication::topLevelWidgets();
-        for (QWidget *widget : widgets) {
-            if (auto *graph = qobject_cast<MeasurementGraph *>(widget)) {
-                m_graph = graph;
-            }
-        }
+        m_graph = qobject_cast<MeasurementGraph *>(WindowDriver::topLevel("MeasurementGraph"));
     }
 
-    void messageBoxIsLiteral_data() { payloads(); }
-    void messageBoxIsLiteral()
+    void boxesAreLiteral_data() { payloads(); }
+    void boxesAreLiteral()
     {
         QFETCH(QString, payload);
+        const auto check = [&](QMessageBox *box) {
+            const auto *label = box->findChild<QLabel *>(text("qt_msgbox_label"));
+            QTRY_COMPARE_WITH_TIMEOUT(visibleText(label), payload, 1000);
+            QCOMPARE(box->text(), payload);
+            QVERIFY(box->detailedText().isEmpty());
+        };
         for (const auto icon :
              {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}) {
-            inNextBox([&](QMessageBox *box) {
-                QTRY_COMPARE_WITH_TIMEOUT(
-                    visibleText(box->findChild<QLabel *>(text("qt_msgbox_label"))), payload, 1000);
-                QCOMPARE(box->text(), payload);
-                QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
-                QVERIFY(box->detailedText().isEmpty());
-            });
+            inNextBox(check);
             m_window->showMessageBox(icon, payload);
         }
-    }
-
-    void questionIsLiteral_data() { payloads(); }
-    void questionIsLiteral()
-    {
-        QFETCH(QString, payload);
         inNextBox([&](QMessageBox *box) {
-            QTRY_COMPARE_WITH_TIMEOUT(
-                visibleText(box->findChild<QLabel *>(text("qt_msgbox_label"))), payload, 1000);
-            QCOMPARE(box->text(), payload);
+            check(box);
             QCOMPARE(box->windowTitle(), payload);
         });
         m_window->askQuestion(payload, payload);
     }
 
-    void longMessageGoesToTheDetails_data()
-    {
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<bool>("details");
-        QTest::addRow("a word that fits") << longWord(600) << false;
-        QTest::addRow("lines that fit") << text("line\n").repeated(24) + text("line") << false;
-        QTest::addRow("one character more") << longWord(601) << true;
-        QTest::addRow("one line more") << text("line\n").repeated(25) + text("line") << true;
-        QTest::addRow("a long word") << longWord(20000) << true;
-        QTest::addRow("many lines") << text("line\n").repeated(20000) << true;
-        QTest::addRow("many words") << text("<b>word</b> ").repeated(20000) << true;
-    }
-
     void longMessageGoesToTheDetails()
     {
-        QFETCH(QString, message);
-        QFETCH(bool, details);
-        inNextBox([&](QMessageBox *box) {
-            const QSize screen = box->screen()->availableSize();
-            QVERIFY2(box->width() <= screen.width(), qPrintable(QString::number(box->width())));
-            QVERIFY2(box->height() <= screen.height(), qPrintable(QString::number(box->height())));
-            QCOMPARE(!box->detailedText().isEmpty(), details);
-            if (details) {
-                QVERIFY(box->text().endsWith(QChar(0x2026)));
-                QVERIFY(message.startsWith(box->text().chopped(1)));
-                QCOMPARE(box->findChild<QTextEdit *>()->toPlainText(), message);
-            } else {
-                QCOMPARE(box->text(), message);
-            }
-        });
-        m_window->showMessageBox(QMessageBox::Warning, message);
+        const QPair<QString, bool> messages[] = {
+            {longWord(600), false},
+            {text("line\n").repeated(24) + text("line"), false},
+            {longWord(601), true},
+            {text("line\n").repeated(25) + text("line"), true},
+            {longWord(20000), true},
+            {text("line\n").repeated(20000), true},
+            {text("<b>word</b> ").repeated(20000), true},
+        };
+        for (const auto &[message, isLong] : messages) {
+            inNextBox([&, message = message, isLong = isLong](QMessageBox *box) {
+                const QSize screen = box->screen()->availableSize();
+                QVERIFY2(box->width() <= screen.width(), qPrintable(QString::number(box->width())));
+                QVERIFY2(box->height() <= screen.height(),
+                         qPrintable(QString::number(box->height())));
+                QCOMPARE(!box->detailedText().isEmpty(), isLong);
+                if (isLong) {
+                    QVERIFY(box->text().endsWith(QChar(0x2026)));
+                    QVERIFY(message.startsWith(box->text().chopped(1)));
+                    QCOMPARE(box->findChild<QTextEdit *>()->toPlainText(), message);
+                } else {
+                    QCOMPARE(box->text(), message);
+                }
+            });
+            m_window->showMessageBox(QMessageBox::Warning, message);
+        }
     }
 
-    void fieldsAndTablesAreLiteral_data() { payloads(); }
-    void fieldsAndTablesAreLiteral()
+    void mainWindowIsLiteral_data() { payloads(); }
+    void mainWindowIsLiteral()
     {
         QFETCH(QString, payload);
+        m_window->addPort(payload, text("/dev/first"));
         m_window->setHwVersion(payload);
         m_window->setSwVersion(payload);
         m_window->setSerialNumber(payload);
@@ -169,15 +154,6 @@ private slots:
         }
         QCOMPARE(m_window->findChild<QTableWidget *>(text("measurements"))->item(0, 0)->text(),
                  payload);
-    }
-
-    void portListIsLiteral_data() { payloads(); }
-    void portListIsLiteral()
-    {
-        QFETCH(QString, payload);
-        m_window->addPort(payload, text("/dev/first"));
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.data()));
         checkComboBox(m_window->findChild<QComboBox *>(text("serialPorts")), payload);
     }
 

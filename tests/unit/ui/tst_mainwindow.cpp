@@ -24,13 +24,13 @@ public:
         : MainWindow(nullptr)
     {
     }
-    /// Sets the ports of the machine: "name" or "name|description".
+    /// Sets the ports of the machine: "name" or "name: description".
     void setMachinePorts(const QStringList &ports)
     {
         m_machinePorts.emplace();
         for (const QString &port : ports) {
-            const QStringList parts = port.split(QLatin1Char('|'));
-            m_machinePorts->append({parts[0], parts.value(1), QLatin1String("at ") + parts[0]});
+            const QStringList parts = port.split(text(": "));
+            m_machinePorts->append({parts[0], parts.value(1), text("at ") + parts[0]});
         }
     }
 
@@ -45,12 +45,12 @@ private:
 };
 
 /// Records the signals of a window by name, in their order.
-class SignalRecorder : public QObject
+class SignalNames : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit SignalRecorder(const MainWindow *window)
+    explicit SignalNames(const MainWindow *window)
         : m_window(window)
     {
         const QMetaObject &meta = MainWindow::staticMetaObject;
@@ -90,20 +90,8 @@ public:
     QTimer *timer = nullptr;
 };
 
-MeasurementItem temperature()
-{
-    return {text("A0"), text("Air"), MeasurementUnit::Celsius, MeasurementType::AirTemperature,
-            1.0};
-}
-
-DeviceConfiguration twoSettings()
-{
-    DeviceConfiguration configuration;
-    configuration.configurationItems = {
-        {QString(), text("Offset"), text("offset"), 0.0F, 0.0F, ConfigurationItemType::Text},
-        {QString(), text("Span"), text("span"), 0.0F, 0.0F, ConfigurationItemType::Text}};
-    return configuration;
-}
+const MeasurementItem temperature{text("A0"), text("Air"), MeasurementUnit::Celsius,
+                                  MeasurementType::AirTemperature, 1.0};
 
 } // namespace
 
@@ -122,37 +110,36 @@ private slots:
         QCOMPARE(type, qMetaTypeId<WaitDialogReason>());
     }
 
-    void buttonsEmitTheirSignals_data()
-    {
-        QTest::addColumn<QString>("signalNames");
-        QTest::addRow("writeToEepromButton") << text("writeToEepromClicked");
-        QTest::addRow("connectButton") << text("connectClicked");
-        QTest::addRow("syncClockButton") << text("synchronizeClicked synchronizeClockClicked");
-        QTest::addRow("disconnectButton") << text("disconnectClicked");
-        QTest::addRow("synchronizeButton") << text("synchronizeClicked");
-        QTest::addRow("readLogButton") << text("startReadingLogClicked");
-        QTest::addRow("eraseLogButton") << text("eraseLogClicked");
-        QTest::addRow("exportLocalMeasurementsButton")
-            << text("exportLocalMeasurementsToCsvClicked");
-        QTest::addRow("buttonShowGraph") << text("showGraphClicked");
-        QTest::addRow("loadSettingsButton") << text("loadSettingsClicked");
-        QTest::addRow("updateFirmwareButton") << text("updateFirmwareClicked");
-        QTest::addRow("restoreEepromButton") << text("restoreEepromFromBackupClicked");
-        QTest::addRow("backupEepromButton") << text("backupEepromClicked");
-    }
-
     void buttonsEmitTheirSignals()
     {
-        QFETCH(QString, signalNames);
+        const QPair<const char *, const char *> buttons[] = {
+            {"writeToEepromButton", "writeToEepromClicked"},
+            {"connectButton", "connectClicked"},
+            {"syncClockButton", "synchronizeClicked|synchronizeClockClicked"},
+            {"disconnectButton", "disconnectClicked"},
+            {"synchronizeButton", "synchronizeClicked"},
+            {"readLogButton", "startReadingLogClicked"},
+            {"eraseLogButton", "eraseLogClicked"},
+            {"exportLocalMeasurementsButton", "exportLocalMeasurementsToCsvClicked"},
+            {"buttonShowGraph", "showGraphClicked"},
+            {"loadSettingsButton", "loadSettingsClicked"},
+            {"updateFirmwareButton", "updateFirmwareClicked"},
+            {"restoreEepromButton", "restoreEepromFromBackupClicked"},
+            {"backupEepromButton", "backupEepromClicked"},
+        };
         m_window->setConnected(true);
-        const SignalRecorder signalRecorder(m_window.data());
-        click(QTest::currentDataTag());
-        QCOMPARE(signalRecorder.names, signalNames.split(QLatin1Char(' ')));
+        for (const auto &button : buttons) {
+            const SignalNames emitted(m_window.data());
+            click(button.first);
+            QCOMPARE(emitted.names, texts(button.second));
+        }
     }
 
     void connectCarriesTheLocationOfThePort()
     {
-        QSignalSpy connects(m_window.data(), &MainWindow::connectClicked);
+        QStringList locations;
+        connect(m_window.data(), &MainWindow::connectClicked, this,
+                [&](const QString &location) { locations << location; });
         click("connectButton");
         QCOMPARE(m_window->selectedPort(), QString());
         m_window->addPort(text("first"), text("/dev/first"));
@@ -160,33 +147,22 @@ private slots:
         click("connectButton");
         m_window->selectPortIndex(1);
         click("connectButton");
-        QCOMPARE(connects.size(), 3);
-        QCOMPARE(connects[0][0].toString(), QString());
-        QCOMPARE(connects[1][0].toString(), text("/dev/first"));
-        QCOMPARE(connects[2][0].toString(), text("/dev/second"));
+        QCOMPARE(locations, texts("|/dev/first|/dev/second"));
         QCOMPARE(m_window->selectedPort(), text("/dev/second"));
         QCOMPARE(child<QComboBox>("serialPorts")->itemText(1), text("second"));
         QCOMPARE(child<QComboBox>("serialPorts")->itemData(1, Qt::UserRole).toString(),
                  text("/dev/second"));
     }
 
-    void selectorsEmitTheirIndex_data()
-    {
-        QTest::addColumn<QString>("signalName");
-        QTest::addRow("unit") << text("pollutantUnitIndexChanged");
-        QTest::addRow("unitTemperature") << text("temperatureUnitIndexChanged");
-    }
-
     void selectorsEmitTheirIndex()
     {
-        QFETCH(QString, signalName);
-        const SignalRecorder signalRecorder(m_window.data());
-        QSignalSpy pollutant(m_window.data(), &MainWindow::pollutantUnitIndexChanged);
-        QSignalSpy temperatures(m_window.data(), &MainWindow::temperatureUnitIndexChanged);
-        QTest::keyClick(child<QComboBox>(QTest::currentDataTag()), Qt::Key_Down);
-        QCOMPARE(signalRecorder.names, QStringList{signalName});
-        const QSignalSpy &spy = pollutant.isEmpty() ? temperatures : pollutant;
-        QCOMPARE(spy.value(0).value(0).toInt(), 1);
+        const SignalNames emitted(m_window.data());
+        recordUnits();
+        QTest::keyClick(child<QComboBox>("unit"), Qt::Key_Down);
+        QTest::keyClick(child<QComboBox>("unitTemperature"), Qt::Key_Down);
+        QCOMPARE(emitted.names, texts("pollutantUnitIndexChanged|temperatureUnitIndexChanged"));
+        QCOMPARE(m_pollutantUnits, QVector<int>{1});
+        QCOMPARE(m_temperatureUnits, QVector<int>{1});
     }
 
     void settingAUnitEmitsTwiceOrOnce_data()
@@ -204,28 +180,23 @@ private slots:
     void settingAUnitEmitsTwiceOrOnce()
     {
         QFETCH(int, index);
-        QFETCH(QVector<int>, reports);
-        QFETCH(int, shown);
-        QVector<int> pollutant;
-        QVector<int> temperatures;
-        connect(m_window.data(), &MainWindow::pollutantUnitIndexChanged, this,
-                [&](int reported) { pollutant << reported; });
-        connect(m_window.data(), &MainWindow::temperatureUnitIndexChanged, this,
-                [&](int reported) { temperatures << reported; });
+        recordUnits();
         m_window->setPollutantUnitIndex(index);
-        QCOMPARE(pollutant, reports);
-        QCOMPARE(temperatures, QVector<int>());
-        QCOMPARE(child<QComboBox>("unit")->currentIndex(), shown);
-
+        QCOMPARE(m_temperatureUnits, QVector<int>());
+        QTEST(child<QComboBox>("unit")->currentIndex(), "shown");
         m_window->setTemperatureUnitIndex(index);
-        QCOMPARE(temperatures, reports);
-        QCOMPARE(pollutant, reports);
-        QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), shown);
+        QTEST(m_temperatureUnits, "reports");
+        QTEST(m_pollutantUnits, "reports");
+        QTEST(child<QComboBox>("unitTemperature")->currentIndex(), "shown");
     }
 
     void configurationIsForwardedAndItsEditsAreRelayed()
     {
-        m_window->setConfiguration(twoSettings());
+        DeviceConfiguration configuration;
+        configuration.configurationItems.resize(2);
+        configuration.configurationItems[0].alias = text("offset");
+        configuration.configurationItems[1].alias = text("span");
+        m_window->setConfiguration(configuration);
         QCOMPARE(m_window->configurationNames(), texts("offset|span"));
         m_window->setConfigurationValue(text("span"), text("12"));
         auto *table = child<QTableWidget>("configuration");
@@ -239,65 +210,45 @@ private slots:
         QCOMPARE(changes[0], (QVariantList{text("span"), text("7")}));
     }
 
-    void identityIsShown_data()
-    {
-        QTest::addColumn<QString>("shown");
-        QTest::addRow("hwVersion") << text("hw");
-        QTest::addRow("swVersion") << text("sw");
-        QTest::addRow("serialNumber") << text("serial");
-        QTest::addRow("modelNumber") << text("model");
-    }
-
     void identityIsShown()
     {
-        QFETCH(QString, shown);
         m_window->setHwVersion(text("hw"));
         m_window->setSwVersion(text("sw"));
         m_window->setSerialNumber(text("serial"));
         m_window->setModelNumber(text("model"));
-        QCOMPARE(child<QLineEdit>(QTest::currentDataTag())->text(), shown);
-    }
-
-    void healthIsShown_data()
-    {
-        QTest::addColumn<int>("percentage");
-        QTest::addColumn<QString>("shown");
-        QTest::addRow("unknown") << -1 << text("N/A");
-        QTest::addRow("none") << 0 << text("0%");
-        QTest::addRow("some") << 42 << text("42%");
-        QTest::addRow("full") << 100 << text("100%");
-        QTest::addRow("beyond") << 101 << text("101%");
+        QCOMPARE(child<QLineEdit>("hwVersion")->text(), text("hw"));
+        QCOMPARE(child<QLineEdit>("swVersion")->text(), text("sw"));
+        QCOMPARE(child<QLineEdit>("serialNumber")->text(), text("serial"));
+        QCOMPARE(child<QLineEdit>("modelNumber")->text(), text("model"));
     }
 
     void healthIsShown()
     {
-        QFETCH(int, percentage);
-        QFETCH(QString, shown);
-        m_window->setHealth(percentage);
-        QCOMPARE(child<QLineEdit>("deviceHealth")->text(), shown);
+        const QMap<int, QString> percentages{{-1, text("N/A")},
+                                             {0, text("0%")},
+                                             {42, text("42%")},
+                                             {100, text("100%")},
+                                             {101, text("101%")}};
+        for (auto percentage = percentages.begin(); percentage != percentages.end(); ++percentage) {
+            m_window->setHealth(percentage.key());
+            QCOMPARE(child<QLineEdit>("deviceHealth")->text(), *percentage);
+        }
     }
 
-    void clockIsShownInLocalTime()
-    {
-        m_window->setDeviceClock(QDateTime(QDate(2024, 7, 1), QTime(12, 0, 30), Qt::UTC));
-        const QDateTime shown = child<QDateTimeEdit>("deviceClockDateTimeEdit")->dateTime();
-        QCOMPARE(shown.time(), QTime(15, 0, 30));
-        QCOMPARE(shown.timeSpec(), Qt::LocalTime);
-    }
-
-    void clockAdvancesBySeconds()
+    void clockIsShownInLocalTimeAndAdvancesBySeconds()
     {
         // Across the start of summer time.
         m_window->setDeviceClock(QDateTime(QDate(2024, 3, 31), QTime(0, 59, 59), Qt::UTC));
         auto *clock = child<QDateTimeEdit>("deviceClockDateTimeEdit");
         QCOMPARE(clock->time(), QTime(2, 59, 59));
-        QVERIFY(QMetaObject::invokeMethod(m_window.data(), "onDeviceClockTimer"));
-        QCOMPARE(clock->time(), QTime(4, 0, 0));
-        QVERIFY(QMetaObject::invokeMethod(m_window.data(), "onDeviceClockTimer"));
-        QCOMPARE(clock->time(), QTime(4, 0, 1));
+        QCOMPARE(clock->dateTime().timeSpec(), Qt::LocalTime);
+        for (const QTime &next : {QTime(4, 0, 0), QTime(4, 0, 1)}) {
+            QVERIFY(QMetaObject::invokeMethod(m_window.data(), "onDeviceClockTimer"));
+            QCOMPARE(clock->time(), next);
+        }
     }
 
-    void clockDoesNotRunAtFirst()
+    void clockRunsOnlyWhileSwitchedOn()
     {
         const ClockTimerFinder finder;
         QTimer later;
@@ -307,11 +258,7 @@ private slots:
         later.start(1100);
         QTRY_VERIFY(!timeouts.isEmpty());
         QVERIFY(finder.timer == nullptr);
-    }
 
-    void clockRunsOnlyWhileSwitchedOn()
-    {
-        const ClockTimerFinder finder;
         m_window->setDeviceClock(QDateTime(QDate(2024, 7, 1), QTime(12, 0, 30), Qt::UTC));
         m_window->setDeviceClockRunning(true);
         // A disconnect does not stop it; the controller does.
@@ -325,71 +272,46 @@ private slots:
 
     void measurementsAndUnitsAreForwardedToTheTable()
     {
-        m_window->setMeasurementItems({temperature()});
+        m_window->setMeasurementItems({temperature});
         m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 20.5}});
         auto *table = child<QTableWidget>("measurements");
         QCOMPARE(table->item(0, 0)->text(), text("Air"));
         QCOMPARE(table->item(0, 1)->text(), text("20.5 °C"));
-        MeasurementDisplayOptions options;
-        options.temperatureInCelsius = false;
-        m_window->setDisplayOptions(options);
+        m_window->setDisplayOptions({false, true, true});
         QCOMPARE(table->item(0, 1)->text(), text("68.9 °F"));
     }
 
-    void connectionEnables_data()
+    void connectionEnablesOrLeavesEnabled()
     {
-        QTest::addColumn<bool>("first");
-        for (const char *name : {"configuration", "synchronizeButton", "measurements",
-                                 "readLogButton", "eraseLogButton", "writeToEepromButton",
-                                 "deviceHealth", "syncClockButton", "loadSettingsButton"}) {
-            QTest::addRow("%s", name) << false;
-        }
-    }
-
-    void connectionEnables()
-    {
-        QFETCH(bool, first);
-        auto *widget = child<QWidget>(QTest::currentDataTag());
-        QCOMPARE(widget->isEnabled(), first);
-        m_window->setConnected(true);
-        QVERIFY(widget->isEnabled());
-        m_window->setConnected(false);
-        QVERIFY(!widget->isEnabled());
-    }
-
-    void connectionLeavesEnabled_data()
-    {
-        QTest::addColumn<bool>("always");
-        for (const char *name :
-             {"serialPorts", "unit", "unitTemperature", "buttonShowGraph",
-              "exportLocalMeasurementsButton", "updateFirmwareButton", "connectButton",
-              "disconnectButton", "serialNumber", "deviceClockDateTimeEdit"}) {
-            QTest::addRow("%s", name) << true;
-        }
-    }
-
-    void connectionLeavesEnabled()
-    {
-        QFETCH(bool, always);
-        auto *widget = child<QWidget>(QTest::currentDataTag());
-        QCOMPARE(widget->isEnabled(), always);
-        m_window->setConnected(true);
-        QCOMPARE(widget->isEnabled(), always);
-    }
-
-    void connectionSwapsTheButtons()
-    {
+        const QStringList enabledByConnection =
+            texts("configuration|synchronizeButton|measurements|readLogButton|eraseLogButton|"
+                  "writeToEepromButton|deviceHealth|syncClockButton|loadSettingsButton");
+        const QStringList alwaysEnabled =
+            texts("serialPorts|unit|unitTemperature|buttonShowGraph|exportLocalMeasurementsButton|"
+                  "updateFirmwareButton|connectButton|disconnectButton|serialNumber|"
+                  "deviceClockDateTimeEdit");
+        const auto check = [&](bool connected) {
+            for (const QString &name : enabledByConnection) {
+                QVERIFY2(child<QWidget>(qPrintable(name))->isEnabled() == connected,
+                         qPrintable(name));
+            }
+            for (const QString &name : alwaysEnabled) {
+                QVERIFY2(child<QWidget>(qPrintable(name))->isEnabled(), qPrintable(name));
+            }
+            QCOMPARE(child<QPushButton>("connectButton")->isVisible(), !connected);
+            QCOMPARE(child<QPushButton>("disconnectButton")->isVisible(), connected);
+        };
         m_window->show();
-        QVERIFY(child<QPushButton>("connectButton")->isVisible());
-        QVERIFY(!child<QPushButton>("disconnectButton")->isVisible());
+        check(false);
         m_window->setConnected(true);
-        QVERIFY(!child<QPushButton>("connectButton")->isVisible());
-        QVERIFY(child<QPushButton>("disconnectButton")->isVisible());
+        check(true);
+        m_window->setConnected(false);
+        check(false);
     }
 
     void disconnectKeepsTextsAndColours()
     {
-        m_window->setMeasurementItems({temperature()});
+        m_window->setMeasurementItems({temperature});
         m_window->setConnected(true);
         m_window->setSerialNumber(text("S1"));
         m_window->setHealth(50);
@@ -406,93 +328,75 @@ private slots:
         QCOMPARE(child<QLineEdit>("deviceHealth")->text(), text("50%"));
         QCOMPARE(child<QDateTimeEdit>("deviceClockDateTimeEdit")->dateTime(), clock);
         QCOMPARE(child<QTableWidget>("measurements")->rowCount(), 1);
-
-        m_window->setMeasurementState(MeasurementState::Ready);
-        QCOMPARE(m_window->statusBar()->styleSheet(), text("QStatusBar { color : green; }"));
     }
 
     void readLogAndConnectAreEnabledSeparately()
     {
-        m_window->setReadLogEnabled(true);
-        QVERIFY(child<QPushButton>("readLogButton")->isEnabled());
-        QVERIFY(!child<QPushButton>("eraseLogButton")->isEnabled());
-        m_window->setReadLogEnabled(false);
-        QVERIFY(!child<QPushButton>("readLogButton")->isEnabled());
-        m_window->setConnectEnabled(false);
-        QVERIFY(!child<QPushButton>("connectButton")->isEnabled());
-        m_window->setConnectEnabled(true);
-        QVERIFY(child<QPushButton>("connectButton")->isEnabled());
-    }
-
-    void stateIsShown_data()
-    {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<bool>("good");
-        QTest::addRow("warming up") << 0 << text("Device is warming up") << false;
-        QTest::addRow("ready") << 1 << text("Device is ready for measurements") << true;
-        QTest::addRow("over temperature")
-            << 2 << text("Device temperature is over the specified range") << false;
-        QTest::addRow("not stabilized") << 3 << text("Device has not stabilized yet") << false;
-        QTest::addRow("hardware error") << 4 << text("Device has hardware error") << false;
-        QTest::addRow("unknown") << 5 << QString() << false;
+        for (const bool enabled : {true, false}) {
+            m_window->setReadLogEnabled(enabled);
+            QCOMPARE(child<QPushButton>("readLogButton")->isEnabled(), enabled);
+            QVERIFY(!child<QPushButton>("eraseLogButton")->isEnabled());
+            m_window->setConnectEnabled(!enabled);
+            QCOMPARE(child<QPushButton>("connectButton")->isEnabled(), !enabled);
+        }
     }
 
     void stateIsShown()
     {
-        QFETCH(int, state);
-        QFETCH(QString, message);
-        QFETCH(bool, good);
-        m_window->setMeasurementState(static_cast<MeasurementState>(state));
-        QCOMPARE(m_window->statusBar()->currentMessage(), message);
-        QCOMPARE(m_window->statusBar()->styleSheet(),
-                 good ? text("QStatusBar { color : green; }")
-                      : text("QStatusBar { color : red; }"));
-        QCOMPARE(child<QTableWidget>("measurements")->styleSheet(),
-                 good ? text("QTableWidget { color: black}") : text("QTableWidget { color: red}"));
+        const QStringList messages = texts("Device is warming up|"
+                                           "Device is ready for measurements|"
+                                           "Device temperature is over the specified range|"
+                                           "Device has not stabilized yet|"
+                                           "Device has hardware error|"); // no text for a 5
+        for (int state = 0; state < messages.size(); ++state) {
+            m_window->setMeasurementState(static_cast<MeasurementState>(state));
+            QCOMPARE(m_window->statusBar()->currentMessage(), messages[state]);
+            QCOMPARE(m_window->statusBar()->styleSheet(),
+                     state == 1 ? text("QStatusBar { color : green; }")
+                                : text("QStatusBar { color : red; }"));
+            QCOMPARE(child<QTableWidget>("measurements")->styleSheet(),
+                     state == 1 ? text("QTableWidget { color: black}")
+                                : text("QTableWidget { color: red}"));
+        }
     }
 
     void portsAreListed_data()
     {
-        QTest::addColumn<QStringList>("ports");
+        QTest::addColumn<QString>("ports");
         QTest::addColumn<QString>("preferred");
-        QTest::addColumn<QStringList>("labels");
+        QTest::addColumn<QString>("labels");
         QTest::addColumn<int>("selected");
-        const QStringList two{text("COM2"), text("COM10")};
-        const QStringList sorted{text("COM10"), text("COM2")};
-
-        QTest::addRow("by code units") << two << text("COM2") << sorted << 1;
-        QTest::addRow("nothing remembered") << two << QString() << sorted << 0;
-        QTest::addRow("remembered port does not exist") << two << text("COM7") << sorted << 0;
-        QTest::addRow("name within a location") << two << text("at COM2 there") << sorted << 1;
-        QTest::addRow("by case") << two << text("com2") << sorted << 0;
-        QTest::addRow("last match wins")
-            << texts("COM10|COM1") << text("COM10") << texts("COM1|COM10") << 1;
-        QTest::addRow("last match wins, even a shorter name")
-            << texts("tty|ttyS0|S0") << text("ttyS0") << texts("S0|tty|ttyS0") << 2;
-        QTest::addRow("descriptions")
-            << QStringList{text("ttyS0"), text("ttyUSB0|USB %2 serial")} << text("/dev/ttyUSB0")
-            << texts("ttyS0|ttyUSB0 - USB %2 serial") << 1;
-        QTest::addRow("no ports") << QStringList() << text("COM2") << QStringList() << -1;
+        const auto add = [](const char *name, const char *ports, const char *preferred,
+                            const char *labels, int selected) {
+            QTest::addRow("%s", name) << text(ports) << text(preferred) << text(labels) << selected;
+        };
+        add("by code units", "COM2|COM10", "COM2", "COM10|COM2", 1);
+        add("nothing remembered", "COM2|COM10", "", "COM10|COM2", 0);
+        add("remembered port does not exist", "COM2|COM10", "COM7", "COM10|COM2", 0);
+        add("name within a location", "COM2|COM10", "at COM2 there", "COM10|COM2", 1);
+        add("by case", "COM2|COM10", "com2", "COM10|COM2", 0);
+        add("last match wins", "COM10|COM1", "COM10", "COM1|COM10", 1);
+        add("last match wins, even a shorter name", "tty|ttyS0|S0", "ttyS0", "S0|tty|ttyS0", 2);
+        add("descriptions", "ttyS0|ttyUSB0: USB %2 serial", "/dev/ttyUSB0",
+            "ttyS0|ttyUSB0 - USB %2 serial", 1);
+        add("no ports", "", "COM2", "", -1);
     }
 
     void portsAreListed()
     {
-        QFETCH(QStringList, ports);
+        QFETCH(QString, ports);
         QFETCH(QString, preferred);
-        QFETCH(QStringList, labels);
-        QFETCH(int, selected);
-        m_window->setMachinePorts(ports);
+        m_window->setMachinePorts(ports.split(QLatin1Char('|'), Qt::SkipEmptyParts));
         m_window->refreshPorts(preferred);
         auto *list = child<QComboBox>("serialPorts");
         QStringList shown;
         for (int i = 0; i < list->count(); ++i) {
             shown << list->itemText(i);
             const QString name = list->itemText(i).section(text(" - "), 0, 0);
-            QCOMPARE(list->itemData(i, Qt::UserRole).toString(), QLatin1String("at ") + name);
+            QCOMPARE(list->itemData(i, Qt::UserRole).toString(), text("at ") + name);
         }
-        QCOMPARE(shown, labels);
-        QCOMPARE(list->currentIndex(), selected);
+        QTEST(shown.join(QLatin1Char('|')), "labels");
+        QTEST(list->currentIndex(), "selected");
     }
 
     void refreshedPortsAreThoseOfTheMachine()
@@ -526,8 +430,20 @@ private:
     }
     void click(const char *name) { QTest::mouseClick(child<QPushButton>(name), Qt::LeftButton); }
 
+    void recordUnits()
+    {
+        m_pollutantUnits.clear();
+        m_temperatureUnits.clear();
+        connect(m_window.data(), &MainWindow::pollutantUnitIndexChanged, this,
+                [this](int index) { m_pollutantUnits << index; });
+        connect(m_window.data(), &MainWindow::temperatureUnitIndexChanged, this,
+                [this](int index) { m_temperatureUnits << index; });
+    }
+
     const TimeZoneScope m_zone{easternEurope};
     QScopedPointer<Window> m_window;
+    QVector<int> m_pollutantUnits;
+    QVector<int> m_temperatureUnits;
 };
 
 KV_TEST_MAIN(TestMainWindow)

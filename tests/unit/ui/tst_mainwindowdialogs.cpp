@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
+#include "tests/kit/windowdriver.h"
+#include "tests/unit/ui/loggedlines.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 
@@ -33,9 +36,7 @@ void inNextDialog(const std::function<void(T *)> &steps)
         auto *dialog = qobject_cast<T *>(QApplication::activeModalWidget());
         QVERIFY(dialog != nullptr);
         steps(dialog);
-        if (dialog->isVisible()) {
-            dialog->hide();
-        }
+        dialog->hide();
     });
 }
 
@@ -49,47 +50,8 @@ public:
         onRead();
         return FakeLocalStorage::measurements(from, to, deviceId);
     }
-    std::function<void()> onRead;
+    std::function<void()> onRead = [] {};
 };
-
-/// Collects the log lines during its lifetime instead of printing them.
-class LineRecorder
-{
-public:
-    LineRecorder()
-        : m_previous(qInstallMessageHandler(record))
-    {
-        lines().clear();
-    }
-    ~LineRecorder() { qInstallMessageHandler(m_previous); }
-    Q_DISABLE_COPY(LineRecorder)
-
-    static QStringList &lines()
-    {
-        static QStringList recorded;
-        return recorded;
-    }
-
-private:
-    static void record(QtMsgType, const QMessageLogContext &, const QString &line)
-    {
-        lines() << line;
-    }
-
-    QtMessageHandler m_previous;
-};
-
-template <typename T>
-T *topLevel()
-{
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets) {
-        if (auto *found = qobject_cast<T *>(widget)) {
-            return found;
-        }
-    }
-    return nullptr;
-}
 
 } // namespace
 
@@ -108,7 +70,8 @@ private slots:
     {
         m_window.reset();
         m_window.reset(new MainWindow(nullptr));
-        m_store = FakeLocalStorage();
+        m_graph = qobject_cast<MeasurementGraph *>(WindowDriver::topLevel("MeasurementGraph"));
+        m_store = ObservedStore();
         m_store.devicesResult.resize(2);
         m_store.devicesResult[0].id = 7;
         m_store.devicesResult[0].details.serialNumber = text("S1");
@@ -119,227 +82,121 @@ private slots:
         measurement.timestamp = start;
         measurement.values = {{text("A0"), true, 10.0}, {text("A1"), true, 20.0}};
         m_store.measurementsResult = {measurement};
-        m_items = {{text("A0"), text("Air"), MeasurementUnit::Celsius,
-                    MeasurementType::AirTemperature, 1.0}};
         m_settings = GraphSettings();
         m_settings.from = start;
         m_settings.to = end;
         m_settings.showLatest = false;
     }
 
-    void messageBoxes_data()
-    {
-        QTest::addColumn<int>("icon");
-        QTest::addRow("information") << 1;
-        QTest::addRow("warning") << 2;
-        QTest::addRow("critical") << 3;
-    }
-
     void messageBoxes()
     {
-        QFETCH(int, icon);
-        int shown = 0;
-        inNextDialog<QMessageBox>([&](QMessageBox *box) {
-            ++shown;
-            QCOMPARE(int(box->icon()), icon);
-            QCOMPARE(box->windowTitle(), text("Kv tool"));
-            QCOMPARE(box->text(), text("Something <b>happened</b>"));
-            QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
-            QCOMPARE(box->parentWidget(), m_window.data());
-            QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
-        });
-        m_window->showMessageBox(static_cast<QMessageBox::Icon>(icon),
-                                 text("Something <b>happened</b>"));
-        QCOMPARE(shown, 1);
-    }
-
-    void otherIconsShowNothingAndWriteOneLine_data()
-    {
-        QTest::addColumn<int>("icon");
-        QTest::addRow("NoIcon") << 0;
-        QTest::addRow("Question") << 4;
+        for (const auto icon :
+             {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}) {
+            int shown = 0;
+            inNextDialog<QMessageBox>([&](QMessageBox *box) {
+                ++shown;
+                QCOMPARE(box->icon(), icon);
+                QCOMPARE(box->windowTitle(), text("Kv tool"));
+                QCOMPARE(box->text(), text("Something <b>happened</b>"));
+                QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
+                QCOMPARE(box->parentWidget(), m_window.data());
+                QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
+            });
+            m_window->showMessageBox(icon, text("Something <b>happened</b>"));
+            QCOMPARE(shown, 1);
+        }
     }
 
     void otherIconsShowNothingAndWriteOneLine()
     {
-        QFETCH(int, icon);
-        const LineRecorder recorder;
-        m_window->showMessageBox(static_cast<QMessageBox::Icon>(icon), text("Not shown"));
-        QVERIFY(QApplication::activeModalWidget() == nullptr);
-        QCOMPARE(
-            LineRecorder::lines(),
-            QStringList(text("virtual void MainWindow::showMessageBox(QMessageBox::Icon, const "
-                             "QString&) Icon type QMessageBox::%1 not supported yet")
-                            .arg(text(QTest::currentDataTag()))));
-    }
-
-    void questions_data()
-    {
-        QTest::addColumn<int>("button");
-        QTest::addColumn<bool>("answer");
-        QTest::addRow("yes") << int(QMessageBox::Yes) << true;
-        QTest::addRow("no") << int(QMessageBox::No) << false;
-        QTest::addRow("escape") << 0 << false;
+        const QMap<QMessageBox::Icon, QString> icons{{QMessageBox::NoIcon, text("NoIcon")},
+                                                     {QMessageBox::Question, text("Question")}};
+        for (auto icon = icons.begin(); icon != icons.end(); ++icon) {
+            const QStringList lines =
+                linesLoggedBy([&] { m_window->showMessageBox(icon.key(), text("Not shown")); });
+            QVERIFY(QApplication::activeModalWidget() == nullptr);
+            QCOMPARE(lines,
+                     QStringList(text("virtual void MainWindow::showMessageBox("
+                                      "QMessageBox::Icon, const QString&) "
+                                      "Icon type QMessageBox::%1 not supported yet")
+                                     .arg(*icon)));
+        }
     }
 
     void questions()
     {
-        QFETCH(int, button);
-        QFETCH(bool, answer);
-        inNextDialog<QMessageBox>([&](QMessageBox *box) {
-            QCOMPARE(box->icon(), QMessageBox::Question);
-            QCOMPARE(box->windowTitle(), text("Title"));
-            QCOMPARE(box->text(), text("Really?"));
-            QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No);
-            QVERIFY(box->defaultButton() == nullptr);
-            QCOMPARE(box->parentWidget(), m_window.data());
-            if (button == 0) {
-                QTest::keyClick(box, Qt::Key_Escape);
-            } else {
-                QTest::mouseClick(box->button(static_cast<QMessageBox::StandardButton>(button)),
-                                  Qt::LeftButton);
-            }
-        });
-        QCOMPARE(m_window->askQuestion(text("Title"), text("Really?")), answer);
+        for (const auto button : {QMessageBox::Yes, QMessageBox::No, QMessageBox::NoButton}) {
+            inNextDialog<QMessageBox>([&](QMessageBox *box) {
+                QCOMPARE(box->icon(), QMessageBox::Question);
+                QCOMPARE(box->windowTitle(), text("Title"));
+                QCOMPARE(box->text(), text("Really?"));
+                QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No);
+                QVERIFY(box->defaultButton() == nullptr);
+                QCOMPARE(box->parentWidget(), m_window.data());
+                if (button == QMessageBox::NoButton) {
+                    QTest::keyClick(box, Qt::Key_Escape);
+                } else {
+                    QTest::mouseClick(box->button(button), Qt::LeftButton);
+                }
+            });
+            QCOMPARE(m_window->askQuestion(text("Title"), text("Really?")),
+                     button == QMessageBox::Yes);
+        }
     }
 
-    void saveFile()
+    void fileDialogsReturnThePathOrNothing()
     {
         const QString folder = QDir::currentPath();
-        inNextDialog<QFileDialog>([&](QFileDialog *dialog) {
-            QCOMPARE(dialog->windowTitle(), text("Save here"));
-            QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
-            QCOMPARE(dialog->directory().absolutePath(), folder);
-            QCOMPARE(dialog->nameFilters(), texts("CSV (*.csv)"));
-            QCOMPARE(dialog->parentWidget(), m_window.data());
-            QVERIFY(!dialog->testOption(QFileDialog::DontConfirmOverwrite));
-            dialog->selectFile(text("log.csv"));
-            static_cast<QDialog *>(dialog)->accept();
+        const QString filter = text("CSV (*.csv)");
+        QVERIFY(files::write(folder + text("/old.csv"), QByteArray()));
+        checkFileDialog(QFileDialog::AcceptSave, QFileDialog::AnyFile, text("/new.csv"), [&] {
+            return m_window->selectSaveFile(text("Which one?"), folder, filter);
         });
-        QCOMPARE(m_window->selectSaveFile(text("Save here"), folder, text("CSV (*.csv)")),
-                 folder + text("/log.csv"));
-    }
-
-    void openFile()
-    {
-        const QString folder = QDir::currentPath();
-        QFile file(folder + text("/image.bin"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-        inNextDialog<QFileDialog>([&](QFileDialog *dialog) {
-            QCOMPARE(dialog->windowTitle(), text("Open this"));
-            QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptOpen);
-            QCOMPARE(dialog->fileMode(), QFileDialog::ExistingFile);
-            QCOMPARE(dialog->directory().absolutePath(), folder);
-            QCOMPARE(dialog->nameFilters(), texts("Firmware (*.bin)"));
-            QCOMPARE(dialog->parentWidget(), m_window.data());
-            dialog->selectFile(text("image.bin"));
-            static_cast<QDialog *>(dialog)->accept();
+        checkFileDialog(QFileDialog::AcceptOpen, QFileDialog::ExistingFile, text("/old.csv"), [&] {
+            return m_window->selectOpenFile(text("Which one?"), folder, filter);
         });
-        QCOMPARE(m_window->selectOpenFile(text("Open this"), folder, text("Firmware (*.bin)")),
-                 folder + text("/image.bin"));
+        checkFileDialog(QFileDialog::AcceptOpen, QFileDialog::Directory, QString(),
+                        [&] { return m_window->selectDirectory(text("Which one?"), folder); });
     }
 
-    void directory()
+    void dialogsAreHiddenWindowsWithoutAParent()
     {
-        const QString folder = QDir::currentPath();
-        inNextDialog<QFileDialog>([&](QFileDialog *dialog) {
-            QCOMPARE(dialog->windowTitle(), text("Store where?"));
-            QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
-            QCOMPARE(dialog->directory().absolutePath(), folder);
-            QVERIFY(dialog->testOption(QFileDialog::DontUseNativeDialog));
-            // Not among the options here, unlike in Qt's own default.
-            QVERIFY(!dialog->testOption(QFileDialog::ShowDirsOnly));
-            QCOMPARE(dialog->parentWidget(), m_window.data());
-            dialog->selectFile(folder);
-            static_cast<QDialog *>(dialog)->accept();
-        });
-        QCOMPARE(m_window->selectDirectory(text("Store where?"), folder), folder);
-    }
-
-    void cancelledFileDialogsReturnAnEmptyPath()
-    {
-        const std::function<void(QFileDialog *)> cancel = [](QFileDialog *dialog) {
-            dialog->reject();
-        };
-        const QString folder = QDir::currentPath();
-        inNextDialog<QFileDialog>(cancel);
-        QCOMPARE(m_window->selectSaveFile(QString(), folder, QString()), QString());
-        inNextDialog<QFileDialog>(cancel);
-        QCOMPARE(m_window->selectOpenFile(QString(), folder, QString()), QString());
-        inNextDialog<QFileDialog>(cancel);
-        QCOMPARE(m_window->selectDirectory(QString(), folder), QString());
-    }
-
-    void dialogsAreWindowsWithoutAParent()
-    {
-        QVERIFY(graph()->parentWidget() == nullptr);
-        QVERIFY(waitDialog()->parentWidget() == nullptr);
-        QVERIFY(!graph()->isVisible());
-        QVERIFY(!waitDialog()->isVisible());
-    }
-
-    void waitDialogHasNoReasonAtFirst()
-    {
-        QSignalSpy cancels(m_window.data(), &MainWindow::waitDialogCancelled);
-        m_window->closeWaitDialog();
-        QCOMPARE(cancels.size(), 1);
-        QCOMPARE(cancels[0][0].value<WaitDialogReason>(), WaitDialogReason::NoReason);
-    }
-
-    void waitDialogReportsTheReasonLastShown_data()
-    {
-        QTest::addColumn<bool>("progress");
-        QTest::addColumn<int>("maximum");
-        QTest::addRow("with a bar from 0 to 100") << true << 100;
-        QTest::addRow("with a running bar") << false << 0;
+        for (const char *name : {"MeasurementGraph", "WaitDialog"}) {
+            const QWidget *dialog = WindowDriver::topLevel(name);
+            QVERIFY(dialog->parentWidget() == nullptr);
+            QVERIFY(!dialog->isVisible());
+        }
     }
 
     void waitDialogReportsTheReasonLastShown()
     {
-        QFETCH(bool, progress);
-        QFETCH(int, maximum);
-        QSignalSpy cancels(m_window.data(), &MainWindow::waitDialogCancelled);
+        QVector<WaitDialogReason> cancels;
+        connect(m_window.data(), &MainWindow::waitDialogCancelled, this,
+                [&](WaitDialogReason reason) { cancels << reason; });
+        m_window->closeWaitDialog();
+        QCOMPARE(cancels, QVector<WaitDialogReason>{WaitDialogReason::NoReason});
+        cancels.clear();
+
         inNextDialog<WaitDialog>([&](WaitDialog *dialog) {
-            QCOMPARE(dialog->windowTitle(), text("Please wait"));
-            auto *bar = dialog->findChild<QProgressBar *>();
-            QCOMPARE(bar->minimum(), 0);
-            QCOMPARE(bar->maximum(), maximum);
+            const auto *bar = dialog->findChild<QProgressBar *>();
+            QCOMPARE(dialog->windowTitle(), text("First"));
+            QCOMPARE(bar->maximum(), 0);
+            QTest::mouseClick(dialog->findChild<QPushButton *>(), Qt::LeftButton);
+            m_window->showProgressWaitDialog(WaitDialogReason::ReadingLog, text("Second"));
+            QCOMPARE(dialog->windowTitle(), text("Second"));
+            QCOMPARE(bar->maximum(), 100);
             m_window->setWaitDialogProgress(42);
             QCOMPARE(bar->value(), 42);
-            QTest::mouseClick(dialog->findChild<QPushButton *>(), Qt::LeftButton);
-            QCOMPARE(cancels.size(), 1);
-            QVERIFY(dialog->isVisible());
             m_window->closeWaitDialog();
             QVERIFY(!dialog->isVisible());
         });
-        if (progress) {
-            m_window->showProgressWaitDialog(WaitDialogReason::RestoringEeprom,
-                                             text("Please wait"));
-        } else {
-            m_window->showWaitDialog(WaitDialogReason::RestoringEeprom, text("Please wait"));
-        }
-        QCOMPARE(cancels.size(), 2);
-        QCOMPARE(cancels[0][0].value<WaitDialogReason>(), WaitDialogReason::RestoringEeprom);
-        QCOMPARE(cancels[1][0].value<WaitDialogReason>(), WaitDialogReason::RestoringEeprom);
+        m_window->showWaitDialog(WaitDialogReason::UpdatingFirmware, text("First"));
         // The reason is not reset when the dialog closes.
         m_window->closeWaitDialog();
-        QCOMPARE(cancels.value(2).value(0).value<WaitDialogReason>(),
-                 WaitDialogReason::RestoringEeprom);
-    }
-
-    void waitDialogChangesReasonWhileOpen()
-    {
-        QSignalSpy cancels(m_window.data(), &MainWindow::waitDialogCancelled);
-        inNextDialog<WaitDialog>([&](WaitDialog *dialog) {
-            m_window->showProgressWaitDialog(WaitDialogReason::ReadingLog, text("Second"));
-            QCOMPARE(dialog->windowTitle(), text("Second"));
-            QCOMPARE(dialog->findChild<QProgressBar *>()->maximum(), 100);
-            m_window->closeWaitDialog();
-        });
-        m_window->showWaitDialog(WaitDialogReason::UpdatingFirmware, text("First"));
-        QCOMPARE(cancels.size(), 1);
-        QCOMPARE(cancels[0][0].value<WaitDialogReason>(), WaitDialogReason::ReadingLog);
+        const QVector<WaitDialogReason> expected{WaitDialogReason::UpdatingFirmware,
+                                                 WaitDialogReason::ReadingLog,
+                                                 WaitDialogReason::ReadingLog};
+        QCOMPARE(cancels, expected);
     }
 
     void acceptedExportFillsTheSelection()
@@ -364,50 +221,37 @@ private slots:
         QCOMPARE(selection.from.timeSpec(), Qt::UTC);
         QCOMPARE(selection.to, start);
         QCOMPARE(selection.to.timeSpec(), Qt::UTC);
-        QVERIFY(topLevel<ExportMeasurementsToCsvDialog>() == nullptr);
+        QVERIFY(WindowDriver::topLevel("ExportMeasurementsToCsvDialog") == nullptr);
     }
 
-    void exportAcceptedAtOnceCoversAnEmptyPeriod()
+    void exportAcceptedAtOnceCoversAnEmptyPeriodOfTheConnectedDevice()
     {
         inNextDialog<ExportMeasurementsToCsvDialog>([](ExportMeasurementsToCsvDialog *dialog) {
-            auto *buttons = dialog->findChild<QDialogButtonBox *>();
-            QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
+            WindowDriver::press(dialog, QDialogButtonBox::Ok);
         });
         const QDateTime before = QDateTime::currentDateTimeUtc();
         ExportSelection selection;
-        QVERIFY(m_window->showExportDialog(DeviceDetails(), &m_store, m_items, &selection));
+        QVERIFY(m_window->showExportDialog(m_store.devicesResult[1].details, &m_store, m_items,
+                                           &selection));
         QVERIFY(selection.from >= before);
         QVERIFY(selection.from <= QDateTime::currentDateTimeUtc());
         QCOMPARE(selection.to, selection.from);
-        QCOMPARE(selection.deviceId, 7U);
+        QCOMPARE(selection.deviceId, 9U);
         QCOMPARE(selection.measurementTypes, m_store.measurementTypesResult);
+        QCOMPARE(m_store.calls, texts("devices|measurementTypes|measurementTypes"));
     }
 
     void cancelledExportChangesNothing()
     {
-        inNextDialog<ExportMeasurementsToCsvDialog>(
-            [](ExportMeasurementsToCsvDialog *dialog) { dialog->reject(); });
-        ExportSelection selection;
-        selection.deviceId = 99;
-        selection.from = start;
-        selection.measurementTypes = {{1, text("X")}};
+        inNextDialog<ExportMeasurementsToCsvDialog>([](ExportMeasurementsToCsvDialog *dialog) {
+            WindowDriver::press(dialog, QDialogButtonBox::Cancel);
+        });
+        ExportSelection selection{start, QDateTime(), 99, {{1, text("X")}}};
         QVERIFY(!m_window->showExportDialog(DeviceDetails(), &m_store, m_items, &selection));
         QCOMPARE(selection.deviceId, 99U);
         QCOMPARE(selection.from, start);
         QVERIFY(!selection.to.isValid());
         QCOMPARE(selection.measurementTypes, (QMap<unsigned, QString>{{1, text("X")}}));
-    }
-
-    void exportSelectsTheConnectedDevice()
-    {
-        inNextDialog<ExportMeasurementsToCsvDialog>(
-            [](ExportMeasurementsToCsvDialog *dialog) { dialog->accept(); });
-        ExportSelection selection;
-        QVERIFY(m_window->showExportDialog(m_store.devicesResult[1].details, &m_store, m_items,
-                                           &selection));
-        QCOMPARE(selection.deviceId, 9U);
-        QCOMPARE(selection.measurementTypes.size(), 2);
-        QCOMPARE(m_store.calls, texts("devices|measurementTypes|measurementTypes"));
     }
 
     void graphGetsItsSettingsAndReturnsThem()
@@ -417,13 +261,14 @@ private slots:
         m_settings.minimum = -1.5;
         m_settings.maximum = 30.25;
         // Shown only once it is complete.
-        connect(graph()->findChild<QListWidget *>(text("list")), &QListWidget::itemChanged, this,
-                [this] { QVERIFY(!graph()->isVisible()); });
+        connect(m_graph->findChild<QListWidget *>(), &QListWidget::itemChanged, this,
+                [this] { QVERIFY(!m_graph->isVisible()); });
         showGraph();
-        QVERIFY(graph()->findChild<QDoubleSpinBox *>(text("graphMinimumSpinBox"))->isEnabled());
+        QVERIFY(m_graph->isVisible());
+        QVERIFY(!m_graph->isModal());
+        QVERIFY(m_graph->findChild<QDoubleSpinBox *>(text("graphMinimumSpinBox"))->isEnabled());
 
-        GraphSettings settings;
-        m_window->graphSettings(settings);
+        const GraphSettings settings = graphSettings();
         QCOMPARE(settings.from, start);
         QCOMPARE(settings.to, end);
         // In the order of the boxes, in which they were ticked.
@@ -434,19 +279,6 @@ private slots:
         QCOMPARE(settings.maximum, 30.25);
     }
 
-    void graphShowsTheLatest()
-    {
-        m_settings.showLatest = true;
-        showGraph();
-        const QDateTime before = QDateTime::currentDateTimeUtc();
-        GraphSettings settings;
-        m_window->graphSettings(settings);
-        QVERIFY(settings.showLatest);
-        // The period ends at the moment of the call, not at the time in the field.
-        QVERIFY(settings.to >= before);
-        QVERIFY(settings.to <= QDateTime::currentDateTimeUtc());
-    }
-
     void visibleGraphIsNotChanged()
     {
         showGraph();
@@ -455,8 +287,7 @@ private slots:
         m_settings.manualRange = true;
         m_settings.measurementTypes = texts("A0");
         showGraph();
-        GraphSettings settings;
-        m_window->graphSettings(settings);
+        const GraphSettings settings = graphSettings();
         QCOMPARE(m_store.calls, calls);
         QCOMPARE(settings.from, start);
         QCOMPARE(settings.manualRange, false);
@@ -466,7 +297,7 @@ private slots:
     void reopenedGraphTakesItsSettingsInOrder()
     {
         showGraph();
-        graph()->close();
+        m_graph->close();
         m_store.measurementsAsks.clear();
         m_store.calls.clear();
         FakeLocalStorage other = m_store;
@@ -487,44 +318,47 @@ private slots:
         QCOMPARE(m_store.measurementsAsks[2].to, end.addDays(1));
         QCOMPARE(other.calls, texts("measurements|devices|measurements"));
         QVERIFY(other.measurementsAsks[0].to >= before);
+        // The period ends at the moment of the call, not at the time in the field.
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        const GraphSettings settings = graphSettings();
+        QVERIFY(settings.showLatest);
+        QVERIFY(settings.to >= now);
+        QVERIFY(settings.to <= QDateTime::currentDateTimeUtc());
+        m_window.reset();
     }
 
     void reopenedGraphCorrectsItsTicks()
     {
         m_settings.measurementTypes = texts("A0");
         showGraph();
-        graph()->close();
+        m_graph->close();
         m_settings.measurementTypes = texts("A1");
         showGraph();
-        auto *list = graph()->findChild<QListWidget *>();
+        const auto *list = m_graph->findChild<QListWidget *>();
         QCOMPARE(list->item(0)->checkState(), Qt::Unchecked);
         QCOMPARE(list->item(1)->checkState(), Qt::Checked);
-        GraphSettings settings;
-        m_window->graphSettings(settings);
-        QCOMPARE(settings.measurementTypes, texts("A1"));
+        QCOMPARE(graphSettings().measurementTypes, texts("A1"));
     }
 
     void everyMeasurementReadsTheStoreForTheGraph()
     {
-        m_window->setMeasurementItems(m_items);
-        m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 10.0}});
-        QCOMPARE(m_store.count(text("measurements")), 0);
+        const auto add = [this] {
+            m_window->addMeasurement(MeasurementMetadata(), {});
+            return m_store.count(text("measurements"));
+        };
+        QCOMPARE(add(), 0);
         showGraph();
-        m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 11.0}});
-        QCOMPARE(m_store.count(text("measurements")), 2);
-        graph()->close();
-        m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 12.0}});
-        QCOMPARE(m_store.count(text("measurements")), 3);
+        QCOMPARE(add(), 2);
+        m_graph->close();
+        QCOMPARE(add(), 3);
     }
 
     void everyMeasurementMovesTheRightEdgeOfTheLatest()
     {
         m_settings.showLatest = true;
         showGraph();
-        QVERIFY(graph()->isVisible());
-        QVERIFY(!graph()->isModal());
         const auto edge = [this] {
-            const auto *chart = graph()->findChild<GraphQt *>()->chart();
+            const auto *chart = m_graph->findChild<GraphQt *>()->chart();
             return qobject_cast<QtCharts::QDateTimeAxis *>(chart->axes(Qt::Horizontal).first())
                 ->max();
         };
@@ -536,115 +370,124 @@ private slots:
         QVERIFY(edge() <= QDateTime::currentDateTimeUtc());
     }
 
-    void unitsReachTheGraph()
-    {
-        m_settings.measurementTypes = texts("A0");
-        showGraph();
-        MeasurementDisplayOptions options;
-        options.temperatureInCelsius = false;
-        m_window->setDisplayOptions(options);
-        const auto *chart = graph()->findChild<GraphQt *>()->chart();
-        QCOMPARE(chart->series().first()->name(), text("Air (°F)"));
-        QCOMPARE(graph()->findChild<QListWidget *>()->item(0)->text(), text("Air (°F)"));
-    }
-
     void tableIsUpdatedBeforeTheGraphReads()
     {
-        ObservedStore store;
         QStringList shown;
-        store.onRead = [&] {
+        m_settings.measurementTypes = texts("A0");
+        m_window->setMeasurementItems(m_items);
+        m_store.onRead = [&] {
             const auto *table = m_window->findChild<QTableWidget *>(text("measurements"));
             shown << table->item(0, 1)->text();
         };
-        m_window->setMeasurementItems(m_items);
-        m_window->showGraph(DeviceDetails(), &store, m_items, MeasurementDisplayOptions(),
-                            m_settings);
+        showGraph();
         m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 10.0}});
-        MeasurementDisplayOptions options;
-        options.temperatureInCelsius = false;
-        m_window->setDisplayOptions(options);
+        m_window->setDisplayOptions({false, true, true});
         QCOMPARE(shown, texts("|10 °C|50 °F"));
-        m_window.reset();
-    }
-
-    void closingTheGraphEmitsASignal_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::addRow("close button") << false;
-        QTest::addRow("escape") << true;
+        const auto *chart = m_graph->findChild<GraphQt *>()->chart();
+        QCOMPARE(chart->series().first()->name(), text("Air (°F)"));
     }
 
     void closingTheGraphEmitsASignal()
     {
-        QFETCH(bool, escape);
         QSignalSpy closes(m_window.data(), &MainWindow::graphDialogClosed);
         showGraph();
-        if (escape) {
-            QTest::keyClick(graph(), Qt::Key_Escape);
-        } else {
-            graph()->close();
-        }
-        QVERIFY(!graph()->isVisible());
+        QTest::keyClick(m_graph, Qt::Key_Escape);
+        QVERIFY(!m_graph->isVisible());
         QCOMPARE(closes.size(), 1);
+        showGraph();
+        m_graph->close();
+        QVERIFY(!m_graph->isVisible());
+        QCOMPARE(closes.size(), 2);
     }
 
     void closingTheWindowClosesGraphThenWaitDialog_data()
     {
         QTest::addColumn<bool>("graphOpen");
-        QTest::addColumn<QStringList>("expected");
-        QTest::addRow("with the graph") << true << texts("graph|wait");
+        QTest::addColumn<bool>("all");
+        QTest::addColumn<QString>("expected");
+        QTest::addRow("with the graph") << true << false << text("graph|wait");
         // The hidden wait dialog counts as cancelled too.
-        QTest::addRow("alone") << false << texts("wait");
+        QTest::addRow("alone") << false << false << text("wait");
+        // The window's own closing closes the wait dialog once more.
+        QTest::addRow("all") << true << true << text("graph|wait|wait");
     }
 
     void closingTheWindowClosesGraphThenWaitDialog()
     {
         QFETCH(bool, graphOpen);
-        QStringList order;
-        connect(m_window.data(), &MainWindow::graphDialogClosed, this,
-                [&] { order << text("graph"); });
-        connect(m_window.data(), &MainWindow::waitDialogCancelled, this,
-                [&] { order << text("wait"); });
-        m_window->show();
-        if (graphOpen) {
-            showGraph();
-        }
-        m_window->close();
-        QVERIFY(!graph()->isVisible());
-        QVERIFY(!m_window->isVisible());
-        QTEST(order, "expected");
-    }
-
-    void closingAllClosesTheWindowLast()
-    {
+        QFETCH(bool, all);
         QStringList order;
         const auto note = [&](const char *what) {
-            order << text(what) + (m_window->isVisible() ? text(" before") : text(" after"));
+            order << text(what);
+            QVERIFY(m_window->isVisible());
         };
         connect(m_window.data(), &MainWindow::graphDialogClosed, this, [&] { note("graph"); });
         connect(m_window.data(), &MainWindow::waitDialogCancelled, this, [&] { note("wait"); });
         m_window->show();
-        showGraph();
-        m_window->closeAll();
-        QVERIFY(!graph()->isVisible());
+        if (graphOpen) {
+            showGraph();
+        }
+        if (all) {
+            m_window->closeAll();
+        } else {
+            m_window->close();
+        }
+        QVERIFY(!m_graph->isVisible());
         QVERIFY(!m_window->isVisible());
-        // The window's own closing closes the wait dialog once more.
-        QCOMPARE(order, texts("graph before|wait before|wait before"));
+        QTEST(order.join(QLatin1Char('|')), "expected");
     }
 
 private:
-    MeasurementGraph *graph() { return topLevel<MeasurementGraph>(); }
-    WaitDialog *waitDialog() { return topLevel<WaitDialog>(); }
+    /// Accepts and cancels the dialog of @p select with @p file, or the folder without one.
+    void checkFileDialog(QFileDialog::AcceptMode acceptMode, QFileDialog::FileMode fileMode,
+                         const QString &file, const std::function<QString()> &select)
+    {
+        const QString path = QDir::currentPath() + file;
+        for (const bool isAccepted : {true, false}) {
+            inNextDialog<QFileDialog>([&](QFileDialog *dialog) {
+                QCOMPARE(dialog->windowTitle(), text("Which one?"));
+                QCOMPARE(dialog->acceptMode(), acceptMode);
+                QCOMPARE(dialog->fileMode(), fileMode);
+                QCOMPARE(dialog->directory().absolutePath(), QDir::currentPath());
+                QCOMPARE(dialog->parentWidget(), m_window.data());
+                QVERIFY(!dialog->testOption(QFileDialog::DontConfirmOverwrite));
+                // Not among the options here, unlike in Qt's own default for a folder.
+                QVERIFY(!dialog->testOption(QFileDialog::ShowDirsOnly));
+                if (file.isEmpty()) {
+                    QVERIFY(dialog->testOption(QFileDialog::DontUseNativeDialog));
+                } else {
+                    QCOMPARE(dialog->nameFilters(), texts("CSV (*.csv)"));
+                }
+                dialog->selectFile(path);
+                if (isAccepted) {
+                    static_cast<QDialog *>(dialog)->accept();
+                } else {
+                    dialog->reject();
+                }
+            });
+            QCOMPARE(select(), isAccepted ? path : QString());
+        }
+    }
+
     void showGraph()
     {
         m_window->showGraph(DeviceDetails(), &m_store, m_items, MeasurementDisplayOptions(),
                             m_settings);
     }
 
-    FakeLocalStorage m_store;
-    QVector<MeasurementItem> m_items;
+    GraphSettings graphSettings()
+    {
+        GraphSettings settings;
+        m_window->graphSettings(settings);
+        return settings;
+    }
+
+    const QVector<MeasurementItem> m_items{
+        {text("A0"), text("Air"), MeasurementUnit::Celsius, MeasurementType::AirTemperature, 1.0}};
+    ObservedStore m_store;
     GraphSettings m_settings;
     QScopedPointer<MainWindow> m_window;
+    MeasurementGraph *m_graph = nullptr;
 };
 
 KV_TEST_MAIN(TestMainWindowDialogs)

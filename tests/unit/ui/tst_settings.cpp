@@ -4,7 +4,6 @@
 #include "ui/settings.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QFileInfo>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 #include <type_traits>
@@ -41,93 +40,61 @@ class TestSettings : public QObject
 private slots:
     void cleanup() { QSettings(text("Orvanta"), text("Kv tool")).clear(); }
 
-    void usesTheFileOfOrganisationAndApplication()
-    {
-        {
-            Settings settings;
-            settings.setValue(text("serial port"), text("/dev/ttyUSB0"));
-        }
-        const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
-            + text("/Orvanta/Kv tool.conf");
-        QVERIFY2(QFileInfo::exists(path), qPrintable(path));
-
-        const QSettings same(QSettings::NativeFormat, QSettings::UserScope, text("Orvanta"),
-                             text("Kv tool"));
-        QCOMPARE(same.fileName(), path);
-        QCOMPARE(same.value(text("serial port")).toString(), text("/dev/ttyUSB0"));
-    }
-
-    void storesEachKeyFromRunToRun_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QVariant>("value");
-
-        const QDateTime from(QDate(2017, 11, 13), QTime(10, 20, 30, 456), Qt::UTC);
-        const struct
-        {
-            const char *key;
-            QVariant value;
-        } rows[] = {
-            {"serial port", text("/dev/ttyUSB0")},
-            {"pollutant unit", 1},
-            {"temperature unit", 1},
-            {"local storage path", text("/home/someone/Messwerte für Ä")},
-            {"graph from", from},
-            {"graph to", from.addDays(1)},
-            {"graph measurement types", texts("T|A, B")},
-            {"graph range manual", true},
-            {"graph maximum range", 12.25},
-            {"graph minimum range", -0.1},
-            {"graph show latest measurements", false},
-            {"measurement export filename", text("/home/someone/export.csv")},
-            {"log filename", text("/home/someone/device.csv")},
-            {"eeprom filename", text("/home/someone/backup.dat")},
-            {"firmware path", text("/home/someone/image.bin")},
-        };
-        for (const auto &row : rows) {
-            QTest::addRow("%s", row.key) << QString::fromLatin1(row.key) << row.value;
-        }
-    }
-
     void storesEachKeyFromRunToRun()
     {
-        QFETCH(QString, key);
-        QFETCH(QVariant, value);
+        const QDateTime from(QDate(2017, 11, 13), QTime(10, 20, 30, 456), Qt::UTC);
+        const QMap<QString, QVariant> values{
+            {text("serial port"), text("/dev/ttyUSB0")},
+            {text("pollutant unit"), 1},
+            {text("temperature unit"), 1},
+            {text("local storage path"), text("/home/someone/Messwerte für Ä")},
+            {text("graph from"), from},
+            {text("graph to"), from.addDays(1)},
+            {text("graph measurement types"), texts("T|A, B")},
+            {text("graph range manual"), true},
+            {text("graph maximum range"), 12.25},
+            {text("graph minimum range"), -0.1},
+            {text("graph show latest measurements"), false},
+            {text("measurement export filename"), text("/home/someone/export.csv")},
+            {text("log filename"), text("/home/someone/device.csv")},
+            {text("eeprom filename"), text("/home/someone/backup.dat")},
+            {text("firmware path"), text("/home/someone/image.bin")}};
         {
             Settings settings;
-            settings.setValue(key, value);
-            QCOMPARE(settings.value(key), value);
+            for (auto value = values.begin(); value != values.end(); ++value) {
+                settings.setValue(value.key(), text("an earlier value"));
+                settings.setValue(value.key(), *value);
+                QCOMPARE(settings.value(value.key()), *value);
+            }
         }
-        Settings settings;
-        QVariant stored = settings.value(key);
-        QVERIFY(stored.convert(value.userType()));
-        QCOMPARE(stored, value);
-        QCOMPARE(settings.value(key, text("default")), settings.value(key));
-    }
-
-    void returnsTheDefaultForAKeyThatWasNeverWritten_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QVariant>("defaultValue");
-
-        QTest::addRow("text") << text("log filename") << QVariant(text("log.csv"));
-        QTest::addRow("true") << text("graph show latest measurements") << QVariant(true);
-        QTest::addRow("false") << text("graph range manual") << QVariant(false);
-        QTest::addRow("number") << text("graph maximum range") << QVariant(0.0);
-        QTest::addRow("index") << text("pollutant unit") << QVariant(0);
-        QTest::addRow("empty list") << text("graph measurement types") << QVariant(QStringList());
-        QTest::addRow("time") << text("graph from")
-                              << QVariant(QDateTime(QDate(2020, 2, 29), QTime(1, 2, 3), Qt::UTC));
+        const Settings settings;
+        for (auto value = values.begin(); value != values.end(); ++value) {
+            QVariant stored = settings.value(value.key(), text("default"));
+            QCOMPARE(settings.value(value.key()), stored);
+            QVERIFY(stored.convert(value->userType()));
+            QCOMPARE(stored, *value);
+        }
+        // The file of organisation and application; its keys have blanks and no groups.
+        const QSettings file(QSettings::NativeFormat, QSettings::UserScope, text("Orvanta"),
+                             text("Kv tool"));
+        QCOMPARE(file.fileName(),
+                 QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
+                     + text("/Orvanta/Kv tool.conf"));
+        QVERIFY(QFile::exists(file.fileName()));
+        QVERIFY(file.childGroups().isEmpty());
+        QCOMPARE(file.childKeys(), values.keys());
     }
 
     void returnsTheDefaultForAKeyThatWasNeverWritten()
     {
-        QFETCH(QString, key);
-        QFETCH(QVariant, defaultValue);
-
         const Settings settings;
-        QCOMPARE(settings.value(key, defaultValue), defaultValue);
-        QVERIFY(!settings.value(key).isValid());
+        for (const QVariant &defaultValue :
+             {QVariant(text("log.csv")), QVariant(true), QVariant(false), QVariant(0.0),
+              QVariant(0), QVariant(QStringList()),
+              QVariant(QDateTime(QDate(2020, 2, 29), QTime(1, 2, 3), Qt::UTC))}) {
+            QCOMPARE(settings.value(text("graph from"), defaultValue), defaultValue);
+        }
+        QVERIFY(!settings.value(text("graph from")).isValid());
     }
 
     void asksWithAnInvalidDefaultWhenNoneIsGiven()
@@ -136,28 +103,7 @@ private slots:
         const SettingsInterface &settings = echoing;
         QVERIFY(!settings.value(text("graph from")).isValid());
         QCOMPARE(echoing.m_keys, texts("graph from"));
-        QCOMPARE(echoing.m_defaults.size(), 1);
-        QVERIFY(!echoing.m_defaults.first().isValid());
-    }
-
-    void replacesAnEarlierValue()
-    {
-        Settings settings;
-        settings.setValue(text("temperature unit"), 1);
-        settings.setValue(text("temperature unit"), 0);
-        QCOMPARE(settings.value(text("temperature unit"), 7).toInt(), 0);
-    }
-
-    void storesKeysWithoutGroupsAndWithBlanks()
-    {
-        {
-            Settings settings;
-            settings.setValue(text("graph show latest measurements"), true);
-            settings.setValue(text("pollutant unit"), 1);
-        }
-        const QSettings file(text("Orvanta"), text("Kv tool"));
-        QVERIFY(file.childGroups().isEmpty());
-        QCOMPARE(file.childKeys(), texts("graph show latest measurements|pollutant unit"));
+        QCOMPARE(echoing.m_defaults, QVariantList{QVariant()});
     }
 
     void convertsAValueOfAnUnexpectedTypeByTheRulesOfVariants()
@@ -171,5 +117,4 @@ private slots:
 };
 
 KV_TEST_CORE_MAIN(TestSettings)
-
 #include "tst_settings.moc"

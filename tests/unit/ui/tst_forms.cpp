@@ -1,0 +1,425 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/fakelocalstorage.h"
+#include "tests/kit/forms.h"
+#include "tests/kit/testmain.h"
+#include "tests/kit/text.h"
+#include "ui/exportmeasurementstocsvdialog.h"
+#include "ui/mainwindow.h"
+
+#include <QtWidgets/QAction>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QDialogButtonBox>
+#include <QtWidgets/QDoubleSpinBox>
+#include <QtWidgets/QFormLayout>
+#include <QtWidgets/QGroupBox>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QListWidget>
+#include <QtWidgets/QMenuBar>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTableWidget>
+#include <limits>
+
+namespace {
+
+// The items of each window's layouts: name, class, text and, for a label, its buddy.
+
+const char *const mainWindowOutline = R"(
+verticalLayout QVBoxLayout
+  label_10 QLabel
+  horizontalLayout QHBoxLayout
+    portList QGroupBox "Communication"
+      verticalLayout_5 QVBoxLayout
+        formLayout_3 QFormLayout
+          label QLabel "COM port:" of serialPorts
+          serialPorts QComboBox
+          label_2 QLabel "Serial number:" of serialNumber
+          serialNumber QLineEdit, read-only
+          label_3 QLabel "Model number:" of modelNumber
+          modelNumber QLineEdit, read-only
+          label_4 QLabel "SW version:" of swVersion
+          swVersion QLineEdit, read-only
+          label_5 QLabel "HW version:" of hwVersion
+          hwVersion QLineEdit, read-only
+          label_8 QLabel "Device health" of deviceHealth
+          deviceHealth QLineEdit, read-only
+          label_9 QLabel "Device clock" of deviceClockDateTimeEdit
+          deviceClockDateTimeEdit QDateTimeEdit, read-only
+        horizontalLayout_5 QHBoxLayout
+          verticalLayout_4 QVBoxLayout
+            connectButton QPushButton "Connect"
+            disconnectButton QPushButton "Disconnect"
+            loadSettingsButton QPushButton "Load settings"
+            vertical spacer
+          verticalLayout_10 QVBoxLayout
+            synchronizeButton QPushButton "Synchronize"
+            writeToEepromButton QPushButton "Write to eeprom"
+            vertical spacer
+    groupBox_2 QGroupBox "Configuration"
+      horizontalLayout_2 QHBoxLayout
+        configuration ConfigurationEditor
+  groupBox_3 QGroupBox "Measurements"
+    horizontalLayout_3 QHBoxLayout
+      measurementLayout QVBoxLayout
+        measurements MeasurementTable
+        exportLocalMeasurementsButton QPushButton "Export to csv"
+      verticalLayout_8 QVBoxLayout
+        verticalLayout_2 QVBoxLayout
+          label_6 QLabel "Measurement units:" of unit
+          horizontalLayout_4 QHBoxLayout
+            unit QComboBox
+            unitTemperature QComboBox
+        verticalLayout_9 QVBoxLayout
+          label_7 QLabel "Graph:" of buttonShowGraph
+          buttonShowGraph QPushButton "Show graph"
+          label_13 QLabel "Firmware:" of updateFirmwareButton
+          updateFirmwareButton QPushButton "Update firmware"
+          vertical spacer
+      verticalLayout_11 QVBoxLayout
+        label_11 QLabel "Memory logging:" of readLogButton
+        readLogButton QPushButton "Read"
+        eraseLogButton QPushButton "Clear"
+        label_12 QLabel "Device clock:" of syncClockButton
+        syncClockButton QPushButton "Set to UTC"
+        vertical spacer
+      layoutEeprom QVBoxLayout
+        eepromLabel QLabel "Eeprom" of backupEepromButton
+        backupEepromButton QPushButton "Backup"
+        restoreEepromButton QPushButton "Restore"
+        vertical spacer)";
+
+const char *const graphOutline = R"(
+horizontalLayout QHBoxLayout
+  verticalLayout_4 QVBoxLayout
+    groupBox_2 QGroupBox "Device"
+      verticalLayout QVBoxLayout
+        deviceComboBox QComboBox
+    groupBox QGroupBox "Measurements"
+      verticalLayout_2 QVBoxLayout
+        list QListWidget
+        buttonClear QPushButton "Clear"
+    groupBox_3 QGroupBox "Date range"
+      verticalLayout_3 QVBoxLayout
+        label QLabel "From" of fromDateTimeEdit
+        fromDateTimeEdit QDateTimeEdit
+        showLatestCheckBox QCheckBox "Always show latest"
+        label_2 QLabel "To" of toDateTimeEdit
+        toDateTimeEdit QDateTimeEdit
+    groupBox_4 QGroupBox "Graph"
+      verticalLayout_5 QVBoxLayout
+        label_3 QLabel "Minimum" of graphMinimumSpinBox
+        graphMinimumSpinBox QDoubleSpinBox
+        label_4 QLabel "Maximum" of graphMaximumSpinBox
+        graphMaximumSpinBox QDoubleSpinBox
+        enableSettingsMinMaxForGraphcheckBox QCheckBox "Manual range"
+    vertical spacer
+  chart Graph)";
+
+const char *const exportOutline = R"(
+verticalLayout QVBoxLayout
+  formLayout QFormLayout
+    label QLabel "Device" of deviceComboBox
+    deviceComboBox QComboBox
+    label_2 QLabel "From" of exportDateTimeFrom
+    exportDateTimeFrom QDateTimeEdit
+    label_3 QLabel "To" of exportDateTimeTo
+    exportDateTimeTo QDateTimeEdit
+    label_4 QLabel "Measurement types" of measurementTypeList
+    measurementTypeList QListWidget
+  buttonBox QDialogButtonBox)";
+
+const char *const waitOutline = R"(
+verticalLayout QVBoxLayout
+  progressBar QProgressBar
+  horizontalLayout QHBoxLayout
+    horizontal spacer
+    cancelButton QPushButton "Cancel")";
+
+QString caption(const QWidget *widget)
+{
+    const auto *group = qobject_cast<const QGroupBox *>(widget);
+    const auto *label = qobject_cast<const QLabel *>(widget);
+    const auto *button = qobject_cast<const QAbstractButton *>(widget);
+    return group ? group->title() : label ? label->text() : button ? button->text() : QString();
+}
+
+QString describe(const QWidget *widget)
+{
+    QString line =
+        widget->objectName() + QLatin1Char(' ') + text(widget->metaObject()->className());
+    if (!caption(widget).isEmpty()) {
+        line += text(" \"%1\"").arg(caption(widget));
+    }
+    const auto *label = qobject_cast<const QLabel *>(widget);
+    if (label && label->buddy()) {
+        line += text(" of ") + label->buddy()->objectName();
+    }
+    return widget->property("readOnly").toBool() ? line + text(", read-only") : line;
+}
+
+QStringList outline(QLayoutItem *item, const QString &indent = QString());
+
+QStringList outline(QLayout *layout, const QString &indent = QString())
+{
+    QStringList lines{indent + layout->objectName() + QLatin1Char(' ')
+                      + text(layout->metaObject()->className())};
+    if (auto *form = qobject_cast<QFormLayout *>(layout)) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            lines << outline(form->itemAt(row, QFormLayout::LabelRole), indent + text("  "))
+                  << outline(form->itemAt(row, QFormLayout::FieldRole), indent + text("  "));
+        }
+        return lines;
+    }
+    for (int index = 0; index < layout->count(); ++index) {
+        lines << outline(layout->itemAt(index), indent + text("  "));
+    }
+    return lines;
+}
+
+QStringList outline(QLayoutItem *item, const QString &indent)
+{
+    if (item->layout()) {
+        return outline(item->layout(), indent);
+    }
+    const QWidget *widget = item->widget();
+    if (!widget) {
+        const bool isHorizontal = item->expandingDirections() == Qt::Horizontal;
+        return {indent + text(isHorizontal ? "horizontal spacer" : "vertical spacer")};
+    }
+    QStringList lines{indent + describe(widget)};
+    if (qobject_cast<const QGroupBox *>(widget)) {
+        lines << outline(widget->layout(), indent + text("  "));
+    }
+    return lines;
+}
+
+} // namespace
+
+/// The windows as their forms define them.
+class TestForms : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void windowsHaveTheirNamesTitlesAndSizes()
+    {
+        const struct
+        {
+            const QWidget &form;
+            const char *name;
+            const char *title;
+            QSize size;
+        } rows[] = {
+            {m_window, "MainWindow", "KV Tool", {711, 689}},
+            {m_graph, "MeasurementGraph", "Measurements", {775, 606}},
+            {m_export,
+             "ExportMeasurementsToCsvDialog",
+             "Select measurements to export",
+             {508, 351}},
+            {m_wait, "WaitDialog", "Dialog", {400, 93}},
+        };
+        for (const auto &row : rows) {
+            QCOMPARE(row.form.objectName(), text(row.name));
+            QCOMPARE(row.form.windowTitle(), text(row.title));
+            QCOMPARE(row.form.size(), row.size);
+        }
+    }
+
+    void layoutsContainTheirItemsInOrder()
+    {
+        const QWidget *central = m_window.centralWidget();
+        QCOMPARE(central->objectName(), text("centralwidget"));
+        const QPair<const QWidget *, const char *> forms[] = {{central, mainWindowOutline},
+                                                              {&m_graph, graphOutline},
+                                                              {&m_export, exportOutline},
+                                                              {&m_wait, waitOutline}};
+        for (const auto &form : forms) {
+            QCOMPARE(outline(form.first->layout()),
+                     text(form.second).trimmed().split(QLatin1Char('\n')));
+        }
+    }
+
+    void tabFollowsTheForm()
+    {
+        const QPair<const QWidget *, const char *> forms[] = {
+            {&m_window,
+             "serialPorts|serialNumber|modelNumber|swVersion|hwVersion|deviceHealth|"
+             "deviceClockDateTimeEdit|connectButton|disconnectButton|loadSettingsButton|"
+             "synchronizeButton|writeToEepromButton|configuration|measurements|"
+             "exportLocalMeasurementsButton|unit|unitTemperature|buttonShowGraph|"
+             "updateFirmwareButton|readLogButton|eraseLogButton|syncClockButton|"
+             "backupEepromButton|restoreEepromButton"},
+            {&m_graph,
+             "deviceComboBox|list|buttonClear|fromDateTimeEdit|showLatestCheckBox|toDateTimeEdit|"
+             "graphMinimumSpinBox|graphMaximumSpinBox|enableSettingsMinMaxForGraphcheckBox"},
+            {&m_export, "deviceComboBox|exportDateTimeFrom|exportDateTimeTo|measurementTypeList"}};
+        for (const auto &form : forms) {
+            const QStringList order = texts(form.second);
+            QCOMPARE(tabOrder(form.first->findChild<QWidget *>(order.first()), order), order);
+        }
+    }
+
+    void textsAreTranslatedInTheirFormsContext()
+    {
+        RecordingTranslator translator;
+        QCoreApplication::installTranslator(&translator);
+        const MainWindow window(nullptr);
+        const MeasurementGraph graph(nullptr);
+        const ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
+        QCoreApplication::removeTranslator(&translator);
+        for (const QWidget *form :
+             {static_cast<const QWidget *>(&window), static_cast<const QWidget *>(&graph),
+              static_cast<const QWidget *>(&dialog)}) {
+            QStringList expected{form->windowTitle()};
+            const auto widgets = form->findChildren<QWidget *>();
+            for (const QWidget *widget : widgets) {
+                // Qt translates the buttons of a box.
+                const bool isStandard = qobject_cast<QDialogButtonBox *>(widget->parentWidget());
+                expected << (isStandard ? QString() : caption(widget));
+            }
+            expected.removeAll(QString());
+            for (const QString &caption : qAsConst(expected)) {
+                QVERIFY2(translator.has(form->metaObject()->className(), caption),
+                         qPrintable(caption));
+            }
+        }
+        for (const QString &expected : texts("E&xit|ppm|µg/m³|°C|°F")) {
+            QVERIFY2(translator.has("MainWindow", expected), qPrintable(expected));
+        }
+    }
+
+    void mainWindowHasAStatusBarButNoMenu()
+    {
+        QCOMPARE(m_window.findChildren<QStatusBar *>().size(), 1);
+        QCOMPARE(m_window.statusBar()->objectName(), text("statusBar"));
+        QVERIFY(m_window.findChildren<QMenuBar *>().isEmpty());
+        const auto *exit = m_window.findChild<QAction *>(text("actionE_xit"));
+        QCOMPARE(exit->text(), text("E&xit"));
+        QVERIFY(exit->associatedWidgets().isEmpty());
+    }
+
+    void bannerShowsThePicture()
+    {
+        const auto *banner = child<QLabel>("label_10");
+        const QImage shown = banner->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(shown.size(), QSize(173, 46));
+        QCOMPARE(shown, QImage(text(":/images/banner.png")).convertToFormat(shown.format()));
+    }
+
+    void unitSelectorsOfferTwoUnitsEach()
+    {
+        const QPair<const char *, const char *> selectors[] = {{"unit", "ppm|µg/m³"},
+                                                               {"unitTemperature", "°C|°F"}};
+        for (const auto &selector : selectors) {
+            const auto *combo = child<QComboBox>(selector.first);
+            QCOMPARE(combo->count(), 2);
+            QCOMPARE((QStringList{combo->itemText(0), combo->itemText(1)}), texts(selector.second));
+            QCOMPARE(combo->currentIndex(), 0);
+        }
+    }
+
+    void onlyTheConfigurationCanBeEditedAndSorted()
+    {
+        for (const char *name : {"configuration", "measurements"}) {
+            const auto *table = child<QTableWidget>(name);
+            const bool isConfiguration = qstrcmp(name, "configuration") == 0;
+            QCOMPARE(int(table->editTriggers()), isConfiguration ? 0x1E : 0);
+            QCOMPARE(table->isSortingEnabled(), isConfiguration);
+            QVERIFY(table->alternatingRowColors());
+            QVERIFY(table->horizontalHeader()->stretchLastSection());
+            QVERIFY(table->verticalHeader()->isHidden());
+        }
+    }
+
+    void eepromButtonsStayHidden()
+    {
+        for (const bool connected : {false, true, false}) {
+            m_window.setConnected(connected);
+            for (const char *name : {"eepromLabel", "backupEepromButton", "restoreEepromButton"}) {
+                QVERIFY2(child<QWidget>(name)->isHidden(), name);
+            }
+        }
+    }
+
+    void tablesStretchAndButtonColumnsDoNot()
+    {
+        MainWindow window(nullptr);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const auto sizeOf = [&window](const char *name) {
+            return window.findChild<QWidget *>(text(name))->size();
+        };
+        const QSize configuration = sizeOf("configuration");
+        const QSize measurements = sizeOf("measurements");
+        const QSize communication = sizeOf("portList");
+        const QSize button = sizeOf("readLogButton");
+        window.resize(window.size() + QSize(200, 200));
+        QTRY_COMPARE(sizeOf("configuration").width(), configuration.width() + 200);
+        QCOMPARE(sizeOf("measurements").width(), measurements.width() + 200);
+        QVERIFY(sizeOf("configuration").height() > configuration.height());
+        QVERIFY(sizeOf("measurements").height() > measurements.height());
+        QCOMPARE(sizeOf("portList").width(), communication.width());
+        QCOMPARE(sizeOf("readLogButton"), button);
+    }
+
+    void graphDialogCanBeMaximizedAndBlocksNoWindow()
+    {
+        QVERIFY(!m_graph.isModal());
+        QVERIFY(m_graph.windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
+        QVERIFY(m_graph.windowFlags().testFlag(Qt::WindowCloseButtonHint));
+        QVERIFY(!m_graph.findChild<QListWidget *>()->isEnabled());
+        QVERIFY(!m_graph.findChild<QPushButton *>(text("buttonClear"))->autoDefault());
+    }
+
+    void dateFieldsHaveTheDefaultFormatAndNoLimits()
+    {
+        const auto fields = m_export.findChildren<QDateTimeEdit *>()
+            + m_graph.findChildren<QDateTimeEdit *>() + m_window.findChildren<QDateTimeEdit *>();
+        QCOMPARE(fields.size(), 5);
+        for (const QDateTimeEdit *field : fields) {
+            QCOMPARE(field->displayFormat(), QDateTimeEdit().displayFormat());
+            QCOMPARE(field->minimumDateTime(), QDateTimeEdit().minimumDateTime());
+            QCOMPARE(field->maximumDateTime(), QDateTimeEdit().maximumDateTime());
+            if (field->window() == &m_graph) {
+                QCOMPARE(field->buttonSymbols(), QAbstractSpinBox::NoButtons);
+                QVERIFY(!field->keyboardTracking());
+                QVERIFY(field->calendarPopup());
+            }
+        }
+    }
+
+    void boundsOfTheGraphAcceptEveryFiniteNumber()
+    {
+        const auto boxes = m_graph.findChildren<QDoubleSpinBox *>();
+        QCOMPARE(boxes.size(), 2);
+        for (const QDoubleSpinBox *box : boxes) {
+            QCOMPARE(box->decimals(), 3);
+            QCOMPARE(box->minimum(), std::numeric_limits<double>::lowest());
+            QCOMPARE(box->maximum(), std::numeric_limits<double>::max());
+        }
+    }
+
+    void exportDialogHasOkAndCancelInARow()
+    {
+        const auto *buttons = m_export.findChild<QDialogButtonBox *>();
+        QCOMPARE(buttons->orientation(), Qt::Horizontal);
+        QCOMPARE(buttons->standardButtons(), QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    }
+
+private:
+    template <typename T>
+    T *child(const char *name)
+    {
+        return m_window.findChild<T *>(text(name));
+    }
+
+    MainWindow m_window{nullptr};
+    MeasurementGraph m_graph{nullptr};
+    FakeLocalStorage m_store;
+    ExportMeasurementsToCsvDialog m_export{&m_store, nullptr};
+    WaitDialog m_wait{nullptr};
+};
+
+KV_TEST_MAIN(TestForms)
+#include "tst_forms.moc"
