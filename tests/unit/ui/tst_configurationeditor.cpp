@@ -6,9 +6,12 @@
 #include "ui/configurationeditor.h"
 #include "ui/configurationitemdelegate.h"
 
+#include <QtWidgets/QDoubleSpinBox>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QSpinBox>
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -17,6 +20,10 @@ enum Column { Name, Alias, Value };
 constexpr int typeRole = Qt::UserRole + 1;
 constexpr int minRole = Qt::UserRole + 2;
 constexpr int maxRole = Qt::UserRole + 3;
+
+constexpr int textType = 0;
+constexpr int intType = 1;
+constexpr int floatType = 2;
 
 ConfigurationItem setting(const char *name, const char *alias,
                           ConfigurationItemType type = ConfigurationItemType::Text,
@@ -103,15 +110,6 @@ struct FormEditor : Editor
     }
 };
 
-QStringList headers(const ConfigurationEditor &editor)
-{
-    QStringList labels;
-    for (int column = 0; column < editor.columnCount(); ++column) {
-        labels.append(editor.horizontalHeaderItem(column)->text());
-    }
-    return labels;
-}
-
 const QStringList noValues = texts("||||");
 
 } // namespace
@@ -121,19 +119,24 @@ class TestConfigurationEditor : public QObject
     Q_OBJECT
 
 private slots:
+    void init() { m_parent.reset(new QWidget); }
+
     void showsThreeUntranslatedHeadersAlsoWithoutRows()
     {
         const PrefixingTranslator translator("translated ");
         ConfigurationEditor editor(nullptr);
-        for (const DeviceConfiguration &next : {unsortedSettings(), DeviceConfiguration()}) {
-            QCOMPARE(headers(editor), texts("Name|Alias|Value"));
-            QCOMPARE(editor.rowCount(), 0);
-            QVERIFY(editor.configurationNames().isEmpty());
-            editor.setConfiguration(next);
-            QCOMPARE(headers(editor), texts("Name|Alias|Value"));
+        for (const DeviceConfiguration &next :
+             {DeviceConfiguration(), unsortedSettings(), DeviceConfiguration()}) {
+            QCOMPARE(editor.columnCount(), 3);
+            QCOMPARE(editor.horizontalHeaderItem(Name)->text(), text("Name"));
+            QCOMPARE(editor.horizontalHeaderItem(Alias)->text(), text("Alias"));
+            QCOMPARE(editor.horizontalHeaderItem(Value)->text(), text("Value"));
             QVERIFY(!editor.isSortingEnabled());
-            editor.setConfiguration(DeviceConfiguration());
+            QCOMPARE(editor.configurationNames().size(), editor.rowCount());
+            editor.setConfiguration(next);
+            QCOMPARE(editor.rowCount(), next.configurationItems.size());
         }
+        QVERIFY(editor.configurationNames().isEmpty());
     }
 
     void listsTheSettingsInTheOrderOfTheFile()
@@ -370,6 +373,91 @@ private slots:
         QCOMPARE(editor.columnTexts(Value), noValues);
         QCOMPARE(editor.reports, QStringList());
     }
+
+    void delegateCreatesASpinBoxForAnInteger()
+    {
+        using Limits = std::numeric_limits<int>;
+        const struct
+        {
+            float min;
+            float max;
+            int expectedMin;
+            int expectedMax;
+        } rows[] = {
+            {-400.0F, 9000.0F, -400, 9000},
+            {-10.9F, 20.9F, -10, 20}, // cut toward zero
+            {-1e20F, 1e20F, Limits::min(), Limits::max()},
+            {std::numeric_limits<float>::quiet_NaN(), 5.0F, 0, 5},
+        };
+        for (const auto &row : rows) {
+            const auto *editor = createEditor<QSpinBox>(intType, row.min, row.max);
+            QVERIFY(editor);
+            QCOMPARE(editor->parentWidget(), m_parent.data());
+            QCOMPARE(editor->minimum(), row.expectedMin);
+            QCOMPARE(editor->maximum(), row.expectedMax);
+        }
+    }
+
+    void delegateCreatesASpinBoxWithDecimalsForARealNumber()
+    {
+        const auto *editor = createEditor<QDoubleSpinBox>(floatType, -1.5F, 60.25F);
+        QVERIFY(editor);
+        QCOMPARE(editor->parentWidget(), m_parent.data());
+        QCOMPARE(editor->minimum(), -1.5);
+        QCOMPARE(editor->maximum(), 60.25);
+        QCOMPARE(editor->decimals(), QDoubleSpinBox().decimals());
+    }
+
+    void delegateCreatesALineEditForAText()
+    {
+        const int noLimit = QLineEdit().maxLength();
+        const QMap<float, int> lengths{
+            {16.0F, 16}, {16.9F, 16}, {0.5F, 0}, {0.0F, noLimit}, {-5.0F, noLimit}};
+        for (auto length = lengths.begin(); length != lengths.end(); ++length) {
+            const auto *editor = createEditor<QLineEdit>(textType, 100.0F, length.key());
+            QVERIFY(editor);
+            QCOMPARE(editor->parentWidget(), m_parent.data());
+            QCOMPARE(editor->maxLength(), *length);
+        }
+    }
+
+    void delegateCreatesNothingForATextWithoutALineEdit()
+    {
+        QTest::ignoreMessage(QtDebugMsg, "Failed to cast editor");
+        QVERIFY(!createEditor<QWidget>(textType, 0.0F, 10.0F, 7));
+        QVERIFY(m_parent->children().isEmpty());
+    }
+
+    void delegateCreatesNothingForAnyOtherType()
+    {
+        for (const int type : {3, -1, 1000}) {
+            QVERIFY(!createEditor<QWidget>(type, 0.0F, 10.0F));
+            QVERIFY(m_parent->children().isEmpty());
+        }
+    }
+
+    void delegateTreatsAMissingTypeAsText()
+    {
+        const Editor table;
+        const auto *editor = qobject_cast<QLineEdit *>(m_delegate.createEditor(
+            m_parent.data(), QStyleOptionViewItem(), table.model()->index(0, Name)));
+        QVERIFY(editor);
+        QCOMPARE(editor->maxLength(), QLineEdit().maxLength());
+    }
+
+private:
+    /// The delegate's editor for a value cell; null when it is of another class.
+    template <typename T>
+    T *createEditor(int type, float min, float max, const QVariant &value = QString())
+    {
+        Editor table({{setting("A", "a", static_cast<ConfigurationItemType>(type), min, max)}, {}});
+        table.item(0, Value)->setData(Qt::EditRole, value);
+        return qobject_cast<T *>(m_delegate.createEditor(m_parent.data(), QStyleOptionViewItem(),
+                                                         table.model()->index(0, Value)));
+    }
+
+    QScopedPointer<QWidget> m_parent;
+    ConfigurationItemDelegate m_delegate{nullptr};
 };
 
 KV_TEST_MAIN(TestConfigurationEditor)

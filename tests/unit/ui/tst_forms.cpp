@@ -136,60 +136,52 @@ verticalLayout QVBoxLayout
     horizontal spacer
     cancelButton QPushButton "Cancel")";
 
-QString caption(const QWidget *widget)
+QString caption(const QObject *object)
 {
-    const auto *group = qobject_cast<const QGroupBox *>(widget);
-    const auto *label = qobject_cast<const QLabel *>(widget);
-    const auto *button = qobject_cast<const QAbstractButton *>(widget);
+    const auto *group = qobject_cast<const QGroupBox *>(object);
+    const auto *label = qobject_cast<const QLabel *>(object);
+    const auto *button = qobject_cast<const QAbstractButton *>(object);
     return group ? group->title() : label ? label->text() : button ? button->text() : QString();
 }
 
-QString describe(const QWidget *widget)
+QString describe(const QObject *object)
 {
     QString line =
-        widget->objectName() + QLatin1Char(' ') + text(widget->metaObject()->className());
-    if (!caption(widget).isEmpty()) {
-        line += text(" \"%1\"").arg(caption(widget));
+        object->objectName() + QLatin1Char(' ') + text(object->metaObject()->className());
+    if (!caption(object).isEmpty()) {
+        line += text(" \"%1\"").arg(caption(object));
     }
-    const auto *label = qobject_cast<const QLabel *>(widget);
+    const auto *label = qobject_cast<const QLabel *>(object);
     if (label && label->buddy()) {
         line += text(" of ") + label->buddy()->objectName();
     }
-    return widget->property("readOnly").toBool() ? line + text(", read-only") : line;
+    return object->property("readOnly").toBool() ? line + text(", read-only") : line;
 }
 
-QStringList outline(QLayoutItem *item, const QString &indent = QString());
-
-QStringList outline(QLayout *layout, const QString &indent = QString())
+QStringList outline(QLayoutItem *item, const QString &indent = QString())
 {
-    QStringList lines{indent + layout->objectName() + QLatin1Char(' ')
-                      + text(layout->metaObject()->className())};
-    if (auto *form = qobject_cast<QFormLayout *>(layout)) {
-        for (int row = 0; row < form->rowCount(); ++row) {
-            lines << outline(form->itemAt(row, QFormLayout::LabelRole), indent + text("  "))
-                  << outline(form->itemAt(row, QFormLayout::FieldRole), indent + text("  "));
-        }
-        return lines;
-    }
-    for (int index = 0; index < layout->count(); ++index) {
-        lines << outline(layout->itemAt(index), indent + text("  "));
-    }
-    return lines;
-}
-
-QStringList outline(QLayoutItem *item, const QString &indent)
-{
-    if (item->layout()) {
-        return outline(item->layout(), indent);
-    }
+    QLayout *layout = item->layout();
     const QWidget *widget = item->widget();
-    if (!widget) {
+    if (!layout && !widget) {
         const bool isHorizontal = item->expandingDirections() == Qt::Horizontal;
         return {indent + text(isHorizontal ? "horizontal spacer" : "vertical spacer")};
     }
-    QStringList lines{indent + describe(widget)};
+    QStringList lines{indent + (layout ? describe(layout) : describe(widget))};
+    QList<QLayoutItem *> items;
     if (qobject_cast<const QGroupBox *>(widget)) {
-        lines << outline(widget->layout(), indent + text("  "));
+        items << widget->layout();
+    } else if (auto *form = qobject_cast<QFormLayout *>(layout)) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            items << form->itemAt(row, QFormLayout::LabelRole)
+                  << form->itemAt(row, QFormLayout::FieldRole);
+        }
+    } else {
+        for (int index = 0; layout && index < layout->count(); ++index) {
+            items << layout->itemAt(index);
+        }
+    }
+    for (QLayoutItem *inner : qAsConst(items)) {
+        lines << outline(inner, indent + text("  "));
     }
     return lines;
 }
@@ -202,90 +194,53 @@ class TestForms : public QObject
     Q_OBJECT
 
 private slots:
-    void windowsHaveTheirNamesTitlesAndSizes()
+    void windowsHaveTheTextsLayoutAndTabOrderOfTheirForms()
     {
         const struct
         {
-            const QWidget &form;
+            const QWidget *window;
+            const QWidget *content;
             const char *name;
             const char *title;
             QSize size;
+            const char *outline;
         } rows[] = {
-            {m_window, "MainWindow", "KV Tool", {711, 689}},
-            {m_graph, "MeasurementGraph", "Measurements", {775, 606}},
-            {m_export,
+            {&m_window,
+             m_window.centralWidget(),
+             "MainWindow",
+             "KV Tool",
+             {711, 689},
+             mainWindowOutline},
+            {&m_graph, &m_graph, "MeasurementGraph", "Measurements", {775, 606}, graphOutline},
+            {&m_export,
+             &m_export,
              "ExportMeasurementsToCsvDialog",
              "Select measurements to export",
-             {508, 351}},
-            {m_wait, "WaitDialog", "Dialog", {400, 93}},
+             {508, 351},
+             exportOutline},
+            {&m_wait, &m_wait, "WaitDialog", "Dialog", {400, 93}, waitOutline},
         };
+        QCOMPARE(m_window.centralWidget()->objectName(), text("centralwidget"));
         for (const auto &row : rows) {
-            QCOMPARE(row.form.objectName(), text(row.name));
-            QCOMPARE(row.form.windowTitle(), text(row.title));
-            QCOMPARE(row.form.size(), row.size);
-        }
-    }
+            QCOMPARE(row.window->objectName(), text(row.name));
+            QCOMPARE(row.window->windowTitle(), text(row.title));
+            QVERIFY(m_translator.has(row.name, text(row.title)));
+            QCOMPARE(row.window->size(), row.size);
+            const QStringList lines = outline(row.content->layout());
+            QCOMPARE(lines, text(row.outline).trimmed().split(QLatin1Char('\n')));
 
-    void layoutsContainTheirItemsInOrder()
-    {
-        const QWidget *central = m_window.centralWidget();
-        QCOMPARE(central->objectName(), text("centralwidget"));
-        const QPair<const QWidget *, const char *> forms[] = {{central, mainWindowOutline},
-                                                              {&m_graph, graphOutline},
-                                                              {&m_export, exportOutline},
-                                                              {&m_wait, waitOutline}};
-        for (const auto &form : forms) {
-            QCOMPARE(outline(form.first->layout()),
-                     text(form.second).trimmed().split(QLatin1Char('\n')));
-        }
-    }
-
-    void tabFollowsTheForm()
-    {
-        const QPair<const QWidget *, const char *> forms[] = {
-            {&m_window,
-             "serialPorts|serialNumber|modelNumber|swVersion|hwVersion|deviceHealth|"
-             "deviceClockDateTimeEdit|connectButton|disconnectButton|loadSettingsButton|"
-             "synchronizeButton|writeToEepromButton|configuration|measurements|"
-             "exportLocalMeasurementsButton|unit|unitTemperature|buttonShowGraph|"
-             "updateFirmwareButton|readLogButton|eraseLogButton|syncClockButton|"
-             "backupEepromButton|restoreEepromButton"},
-            {&m_graph,
-             "deviceComboBox|list|buttonClear|fromDateTimeEdit|showLatestCheckBox|toDateTimeEdit|"
-             "graphMinimumSpinBox|graphMaximumSpinBox|enableSettingsMinMaxForGraphcheckBox"},
-            {&m_export, "deviceComboBox|exportDateTimeFrom|exportDateTimeTo|measurementTypeList"}};
-        for (const auto &form : forms) {
-            const QStringList order = texts(form.second);
-            QCOMPARE(tabOrder(form.first->findChild<QWidget *>(order.first()), order), order);
-        }
-    }
-
-    void textsAreTranslatedInTheirFormsContext()
-    {
-        RecordingTranslator translator;
-        QCoreApplication::installTranslator(&translator);
-        const MainWindow window(nullptr);
-        const MeasurementGraph graph(nullptr);
-        const ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
-        QCoreApplication::removeTranslator(&translator);
-        for (const QWidget *form :
-             {static_cast<const QWidget *>(&window), static_cast<const QWidget *>(&graph),
-              static_cast<const QWidget *>(&dialog)}) {
-            QStringList expected{form->windowTitle()};
-            const auto widgets = form->findChildren<QWidget *>();
-            for (const QWidget *widget : widgets) {
-                // Qt translates the buttons of a box.
-                const bool isStandard = qobject_cast<QDialogButtonBox *>(widget->parentWidget());
-                expected << (isStandard ? QString() : caption(widget));
-            }
-            expected.removeAll(QString());
-            for (const QString &caption : qAsConst(expected)) {
-                QVERIFY2(translator.has(form->metaObject()->className(), caption),
+            QStringList order;
+            for (const QString &line : lines) {
+                const QString name = line.trimmed().section(QLatin1Char(' '), 0, 0);
+                const auto *widget = row.window->findChild<QWidget *>(name);
+                if (widget && widget->focusPolicy() != Qt::NoFocus) {
+                    order << name;
+                }
+                const QString caption = line.section(QLatin1Char('"'), 1, 1);
+                QVERIFY2(caption.isEmpty() || m_translator.has(row.name, caption),
                          qPrintable(caption));
             }
-        }
-        for (const QString &expected : texts("E&xit|ppm|µg/m³|°C|°F")) {
-            QVERIFY2(translator.has("MainWindow", expected), qPrintable(expected));
+            QCOMPARE(tabOrder(row.window->findChild<QWidget *>(order.first()), order), order);
         }
     }
 
@@ -296,6 +251,7 @@ private slots:
         QVERIFY(m_window.findChildren<QMenuBar *>().isEmpty());
         const auto *exit = m_window.findChild<QAction *>(text("actionE_xit"));
         QCOMPARE(exit->text(), text("E&xit"));
+        QVERIFY(m_translator.has("MainWindow", text("E&xit")));
         QVERIFY(exit->associatedWidgets().isEmpty());
     }
 
@@ -316,6 +272,9 @@ private slots:
             QCOMPARE(combo->count(), 2);
             QCOMPARE((QStringList{combo->itemText(0), combo->itemText(1)}), texts(selector.second));
             QCOMPARE(combo->currentIndex(), 0);
+            for (const QString &unit : texts(selector.second)) {
+                QVERIFY2(m_translator.has("MainWindow", unit), qPrintable(unit));
+            }
         }
     }
 
@@ -414,6 +373,9 @@ private:
         return m_window.findChild<T *>(text(name));
     }
 
+    /// Records the texts that the windows after it look up.
+    RecordingTranslator m_translator;
+    const bool m_isInstalled = QCoreApplication::installTranslator(&m_translator);
     MainWindow m_window{nullptr};
     MeasurementGraph m_graph{nullptr};
     FakeLocalStorage m_store;

@@ -39,21 +39,18 @@ void inNextBox(const std::function<void(QMessageBox *)> &steps)
     });
 }
 
-/// The text that @p label shows.
-QString visibleText(const QLabel *label)
+/// The text that a label or a tool tip with @p content shows.
+QString visibleText(const QString &content, Qt::TextFormat format = Qt::AutoText)
 {
-    const bool html = label->textFormat() == Qt::RichText
-        || (label->textFormat() == Qt::AutoText && Qt::mightBeRichText(label->text()));
-    return html ? QTextDocumentFragment::fromHtml(label->text()).toPlainText() : label->text();
+    const bool isHtml =
+        format == Qt::RichText || (format == Qt::AutoText && Qt::mightBeRichText(content));
+    return isHtml ? QTextDocumentFragment::fromHtml(content).toPlainText() : content;
 }
 
 /// The text that a tool tip shows, without its line breaks.
 QString visibleToolTip(const QString &toolTip)
 {
-    QString result = Qt::mightBeRichText(toolTip)
-        ? QTextDocumentFragment::fromHtml(toolTip).toPlainText()
-        : toolTip;
-    return result.remove(QLatin1Char('\n')).replace(QChar::Nbsp, QLatin1Char(' '));
+    return visibleText(toolTip).remove(QLatin1Char('\n')).replace(QChar::Nbsp, QLatin1Char(' '));
 }
 
 } // namespace
@@ -79,7 +76,8 @@ private slots:
         QFETCH(QString, payload);
         const auto check = [&](QMessageBox *box) {
             const auto *label = box->findChild<QLabel *>(text("qt_msgbox_label"));
-            QTRY_COMPARE_WITH_TIMEOUT(visibleText(label), payload, 1000);
+            QTRY_COMPARE_WITH_TIMEOUT(visibleText(label->text(), label->textFormat()), payload,
+                                      1000);
             QCOMPARE(box->text(), payload);
             QVERIFY(box->detailedText().isEmpty());
         };
@@ -157,8 +155,8 @@ private slots:
         checkComboBox(m_window->findChild<QComboBox *>(text("serialPorts")), payload);
     }
 
-    void graphDialogIsLiteral_data() { payloads(); }
-    void graphDialogIsLiteral()
+    void graphAndExportDialogsAreLiteral_data() { payloads(); }
+    void graphAndExportDialogsAreLiteral()
     {
         QFETCH(QString, payload);
         setNames(payload);
@@ -178,13 +176,7 @@ private slots:
         QCOMPARE(list->item(0)->text(), shown);
         QCOMPARE(list->item(0)->toolTip(), QString());
         checkComboBox(m_graph->findChild<QComboBox *>(), text("KV - ") + payload);
-    }
 
-    void exportDialogIsLiteral_data() { payloads(); }
-    void exportDialogIsLiteral()
-    {
-        QFETCH(QString, payload);
-        setNames(payload);
         ExportMeasurementsToCsvDialog dialog(&m_store, nullptr);
         dialog.loadDevices();
         dialog.show();
@@ -280,15 +272,12 @@ private:
 
     void setNames(const QString &name)
     {
-        m_store.devicesResult.resize(1);
-        m_store.devicesResult[0].id = 7;
-        m_store.devicesResult[0].details.modelNumber = text("KV");
-        m_store.devicesResult[0].details.serialNumber = name;
+        m_store.devicesResult = {{{{}, {}, name, text("KV")}, 7, {}, {}}};
         m_store.measurementTypesResult = {{2, name}};
-        StoredMeasurement measurement;
-        measurement.timestamp = QDateTime(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
-        measurement.values = {{name, true, 10.0}};
-        m_store.measurementsResult = {measurement};
+        m_store.measurementsResult.resize(1);
+        m_store.measurementsResult[0].timestamp =
+            QDateTime(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+        m_store.measurementsResult[0].values = {{name, true, 10.0}};
     }
 
     void showGraph()

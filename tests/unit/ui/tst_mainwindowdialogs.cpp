@@ -40,19 +40,6 @@ void inNextDialog(const std::function<void(T *)> &steps)
     });
 }
 
-/// A store that calls back each time the measurements are read.
-class ObservedStore : public FakeLocalStorage
-{
-public:
-    QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
-                                            unsigned deviceId) override
-    {
-        onRead();
-        return FakeLocalStorage::measurements(from, to, deviceId);
-    }
-    std::function<void()> onRead = [] {};
-};
-
 } // namespace
 
 class TestMainWindowDialogs : public QObject
@@ -71,17 +58,13 @@ private slots:
         m_window.reset();
         m_window.reset(new MainWindow(nullptr));
         m_graph = qobject_cast<MeasurementGraph *>(WindowDriver::topLevel("MeasurementGraph"));
-        m_store = ObservedStore();
-        m_store.devicesResult.resize(2);
-        m_store.devicesResult[0].id = 7;
-        m_store.devicesResult[0].details.serialNumber = text("S1");
-        m_store.devicesResult[1].id = 9;
-        m_store.devicesResult[1].details.serialNumber = text("S2");
+        m_store = FakeLocalStorage();
+        m_store.devicesResult = {{{{}, {}, text("S1"), {}}, 7, {}, {}},
+                                 {{{}, {}, text("S2"), {}}, 9, {}, {}}};
         m_store.measurementTypesResult = {{2, text("A0")}, {4, text("A1")}};
-        StoredMeasurement measurement;
-        measurement.timestamp = start;
-        measurement.values = {{text("A0"), true, 10.0}, {text("A1"), true, 20.0}};
-        m_store.measurementsResult = {measurement};
+        m_store.measurementsResult.resize(1);
+        m_store.measurementsResult[0].timestamp = start;
+        m_store.measurementsResult[0].values = {{text("A0"), true, 10.0}, {text("A1"), true, 20.0}};
         m_settings = GraphSettings();
         m_settings.from = start;
         m_settings.to = end;
@@ -370,19 +353,22 @@ private slots:
         QVERIFY(edge() <= QDateTime::currentDateTimeUtc());
     }
 
-    void tableIsUpdatedBeforeTheGraphReads()
+    void tableIsUpdatedBeforeTheGraph()
     {
-        QStringList shown;
+        const auto *table = m_window->findChild<QTableWidget *>(text("measurements"));
+        const auto *list = m_graph->findChild<QListWidget *>();
         m_settings.measurementTypes = texts("A0");
         m_window->setMeasurementItems(m_items);
-        m_store.onRead = [&] {
-            const auto *table = m_window->findChild<QTableWidget *>(text("measurements"));
-            shown << table->item(0, 1)->text();
-        };
         showGraph();
+        QStringList updates;
+        const QObject scope;
+        connect(table, &QTableWidget::itemChanged, &scope,
+                [&](const QTableWidgetItem *item) { updates << item->text(); });
+        connect(list->model(), &QAbstractItemModel::modelReset, &scope,
+                [&] { updates << text("graph"); });
         m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 10.0}});
         m_window->setDisplayOptions({false, true, true});
-        QCOMPARE(shown, texts("|10 °C|50 °F"));
+        QCOMPARE(updates, texts("|10 °C|graph|50 °F|graph"));
         const auto *chart = m_graph->findChild<GraphQt *>()->chart();
         QCOMPARE(chart->series().first()->name(), text("Air (°F)"));
     }
@@ -484,7 +470,7 @@ private:
 
     const QVector<MeasurementItem> m_items{
         {text("A0"), text("Air"), MeasurementUnit::Celsius, MeasurementType::AirTemperature, 1.0}};
-    ObservedStore m_store;
+    FakeLocalStorage m_store;
     GraphSettings m_settings;
     QScopedPointer<MainWindow> m_window;
     MeasurementGraph *m_graph = nullptr;

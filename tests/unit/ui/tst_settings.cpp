@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/fakesettings.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
 #include "ui/settings.h"
@@ -10,28 +11,6 @@
 
 static_assert(!std::is_base_of_v<QObject, Settings>, "the settings have no signals");
 static_assert(std::has_virtual_destructor_v<SettingsInterface>);
-
-namespace {
-
-// Answers every key with the default that it was asked with.
-class EchoingSettings : public SettingsInterface
-{
-public:
-    using SettingsInterface::value;
-
-    QVariant value(const QString &key, const QVariant &defaultValue) const override
-    {
-        m_keys.append(key);
-        m_defaults.append(defaultValue);
-        return defaultValue;
-    }
-    void setValue(const QString &, const QVariant &) override { }
-
-    mutable QStringList m_keys;
-    mutable QVariantList m_defaults;
-};
-
-} // namespace
 
 class TestSettings : public QObject
 {
@@ -99,11 +78,10 @@ private slots:
 
     void asksWithAnInvalidDefaultWhenNoneIsGiven()
     {
-        const EchoingSettings echoing;
-        const SettingsInterface &settings = echoing;
+        const FakeSettings fake;
+        const SettingsInterface &settings = fake;
         QVERIFY(!settings.value(text("graph from")).isValid());
-        QCOMPARE(echoing.m_keys, texts("graph from"));
-        QCOMPARE(echoing.m_defaults, QVariantList{QVariant()});
+        QCOMPARE(fake.reads, texts("graph from"));
     }
 
     void convertsAValueOfAnUnexpectedTypeByTheRulesOfVariants()

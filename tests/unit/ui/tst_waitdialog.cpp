@@ -26,13 +26,14 @@ private slots:
 
     void reasonsHaveTheirNumbers()
     {
-        QCOMPARE(int(WaitDialogReason::ReadingLog), 0);
-        QCOMPARE(int(WaitDialogReason::UpdatingFirmware), 1);
-        QCOMPARE(int(WaitDialogReason::WritingToEeprom), 2);
-        QCOMPARE(int(WaitDialogReason::SettingDeviceClock), 3);
-        QCOMPARE(int(WaitDialogReason::RestoringEeprom), 4);
-        QCOMPARE(int(WaitDialogReason::BackingUpEeprom), 5);
-        QCOMPARE(int(WaitDialogReason::NoReason), 6);
+        using Reason = WaitDialogReason;
+        const Reason reasons[] = {Reason::ReadingLog,      Reason::UpdatingFirmware,
+                                  Reason::WritingToEeprom, Reason::SettingDeviceClock,
+                                  Reason::RestoringEeprom, Reason::BackingUpEeprom,
+                                  Reason::NoReason};
+        for (int number = 0; number <= 6; ++number) {
+            QCOMPARE(int(reasons[number]), number);
+        }
     }
 
     void startsHidden()
