@@ -15,7 +15,6 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListWidget>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QTableWidget>
 #include <QtWidgets/QTextEdit>
 #include <functional>
@@ -168,7 +167,7 @@ private slots:
         QCOMPARE(chart->series().constFirst()->name(), shown);
         // A name that is too long for the legend ends in three dots there.
         QString legend;
-        QTRY_VERIFY_WITH_TIMEOUT(!(legend = legendTexts().value(0).trimmed()).isEmpty(), 1000);
+        QTRY_VERIFY_WITH_TIMEOUT(!(legend = legendText().trimmed()).isEmpty(), 1000);
         legend.remove(text("..."));
         QCOMPARE(legend, payload.left(legend.size()));
         QVERIFY(legend.size() == payload.size() || legend.size() > 30);
@@ -220,7 +219,7 @@ private slots:
             QVERIFY(visibleToolTip(toolTip).contains(longWord(qMin(size, 1900))));
             QVERIFY(toolTip.size() < 3000);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(legendTexts().value(0).startsWith(text("www")), 1000);
+        QTRY_VERIFY_WITH_TIMEOUT(legendText().startsWith(text("www")), 1000);
     }
 
     void comboBoxElidesItsText()
@@ -288,20 +287,18 @@ private:
         m_window->showGraph(DeviceDetails(), &m_store, {}, MeasurementDisplayOptions(), settings);
     }
 
-    QStringList legendTexts() const
+    /// The name that the chart's legend shows.
+    QString legendText() const
     {
-        QStringList texts;
-        const auto items = m_graph->findChild<GraphQt *>()->scene()->items();
+        const auto *view = m_graph->findChild<GraphQt *>();
+        const auto items = view->scene()->items();
         for (QGraphicsItem *item : items) {
-            auto *textItem = qgraphicsitem_cast<QGraphicsTextItem *>(item);
-            const QGraphicsItem *parent = item->parentItem();
-            const bool inLegend = parent != nullptr && parent->parentItem() != nullptr
-                && parent->parentItem()->parentItem() != nullptr;
-            if (textItem != nullptr && inLegend) {
-                texts << textItem->toPlainText().replace(QChar::Nbsp, QLatin1Char(' '));
+            auto *label = qgraphicsitem_cast<QGraphicsTextItem *>(item);
+            if (label != nullptr && view->chart()->legend()->isAncestorOf(label)) {
+                return label->toPlainText().replace(QChar::Nbsp, QLatin1Char(' '));
             }
         }
-        return texts;
+        return QString();
     }
 
     void checkComboBox(const QComboBox *comboBox, const QString &expected) const

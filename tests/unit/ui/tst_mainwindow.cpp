@@ -70,9 +70,6 @@ private:
     const MainWindow *m_window;
 };
 
-const MeasurementItem temperature{text("A0"), text("Air"), MeasurementUnit::Celsius,
-                                  MeasurementType::AirTemperature, 1.0};
-
 } // namespace
 
 class TestMainWindow : public QObject
@@ -255,17 +252,6 @@ private slots:
         QCOMPARE(shown(), stopped);
     }
 
-    void measurementsAndUnitsAreForwardedToTheTable()
-    {
-        m_window->setMeasurementItems({temperature});
-        m_window->addMeasurement(MeasurementMetadata(), {{text("A0"), true, 20.5}});
-        auto *table = child<QTableWidget>("measurements");
-        QCOMPARE(table->item(0, 0)->text(), text("Air"));
-        QCOMPARE(table->item(0, 1)->text(), text("20.5 °C"));
-        m_window->setDisplayOptions({false, true, true});
-        QCOMPARE(table->item(0, 1)->text(), text("68.9 °F"));
-    }
-
     void connectionEnablesOrLeavesEnabled()
     {
         const QStringList enabledByConnection =
@@ -296,7 +282,7 @@ private slots:
 
     void disconnectKeepsTextsAndColours()
     {
-        m_window->setMeasurementItems({temperature});
+        m_window->setMeasurementItems({MeasurementItem()});
         m_window->setConnected(true);
         m_window->setSerialNumber(text("S1"));
         m_window->setHealth(50);

@@ -5,7 +5,6 @@
 #include "ui/measurementtable.h"
 
 #include <QtCore/QLocale>
-#include <QtWidgets/QHeaderView>
 
 namespace {
 
