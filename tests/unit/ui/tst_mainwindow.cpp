@@ -47,7 +47,6 @@ class SignalNames : public QObject
 
 public:
     explicit SignalNames(const MainWindow *window)
-        : m_window(window)
     {
         const QMetaObject &meta = MainWindow::staticMetaObject;
         const QMetaMethod slot =
@@ -63,11 +62,8 @@ public:
 private slots:
     void recordSignal()
     {
-        names << QString::fromLatin1(m_window->metaObject()->method(senderSignalIndex()).name());
+        names << text(sender()->metaObject()->method(senderSignalIndex()).name());
     }
-
-private:
-    const MainWindow *m_window;
 };
 
 } // namespace

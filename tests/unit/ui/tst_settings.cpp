@@ -7,10 +7,6 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
-#include <type_traits>
-
-static_assert(!std::is_base_of_v<QObject, Settings>, "the settings have no signals");
-static_assert(std::has_virtual_destructor_v<SettingsInterface>);
 
 class TestSettings : public QObject
 {
