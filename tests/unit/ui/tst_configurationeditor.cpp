@@ -7,7 +7,6 @@
 #include "ui/configurationitemdelegate.h"
 
 #include <QtWidgets/QDoubleSpinBox>
-#include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QSpinBox>
 #include <algorithm>
@@ -73,17 +72,14 @@ struct Editor : ConfigurationEditor
     QStringList reports;
 };
 
-// The editor with the properties that the main window's form gives it.
+// The editor with the edit triggers and the sorting that the main window's form gives it.
 struct FormEditor : Editor
 {
     explicit FormEditor(const DeviceConfiguration &configuration = unsortedSettings())
         : Editor(configuration)
     {
         setEditTriggers(EditTriggers(0x1E));
-        setAlternatingRowColors(true);
         setSortingEnabled(true);
-        horizontalHeader()->setStretchLastSection(true);
-        verticalHeader()->setVisible(false);
         resize(500, 400);
     }
 

@@ -202,30 +202,23 @@ private slots:
             const QWidget *content;
             const char *name;
             const char *title;
-            QSize size;
+            int width;
+            int height;
             const char *outline;
         } rows[] = {
-            {&m_window,
-             m_window.centralWidget(),
-             "MainWindow",
-             "KV Tool",
-             {711, 689},
+            {&m_window, m_window.centralWidget(), "MainWindow", "KV Tool", 711, 689,
              mainWindowOutline},
-            {&m_graph, &m_graph, "MeasurementGraph", "Measurements", {775, 606}, graphOutline},
-            {&m_export,
-             &m_export,
-             "ExportMeasurementsToCsvDialog",
-             "Select measurements to export",
-             {508, 351},
-             exportOutline},
-            {&m_wait, &m_wait, "WaitDialog", "Dialog", {400, 93}, waitOutline},
+            {&m_graph, &m_graph, "MeasurementGraph", "Measurements", 775, 606, graphOutline},
+            {&m_export, &m_export, "ExportMeasurementsToCsvDialog", "Select measurements to export",
+             508, 351, exportOutline},
+            {&m_wait, &m_wait, "WaitDialog", "Dialog", 400, 93, waitOutline},
         };
         QCOMPARE(m_window.centralWidget()->objectName(), text("centralwidget"));
         for (const auto &row : rows) {
             QCOMPARE(row.window->objectName(), text(row.name));
             QCOMPARE(row.window->windowTitle(), text(row.title));
             QVERIFY(m_translator.has(row.name, text(row.title)));
-            QCOMPARE(row.window->size(), row.size);
+            QCOMPARE(row.window->size(), QSize(row.width, row.height));
             const QStringList lines = outline(row.content->layout());
             QCOMPARE(lines, text(row.outline).trimmed().split(QLatin1Char('\n')));
 

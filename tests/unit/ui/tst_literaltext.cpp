@@ -94,7 +94,11 @@ private slots:
 
     void longMessageGoesToTheDetails()
     {
-        const QPair<QString, bool> messages[] = {
+        const struct
+        {
+            QString text;
+            bool isLong;
+        } messages[] = {
             {longWord(600), false},
             {text("line\n").repeated(24) + text("line"), false},
             {longWord(601), true},
@@ -103,22 +107,22 @@ private slots:
             {text("line\n").repeated(20000), true},
             {text("<b>word</b> ").repeated(20000), true},
         };
-        for (const auto &[message, isLong] : messages) {
-            inNextBox([&, message = message, isLong = isLong](QMessageBox *box) {
+        for (const auto &message : messages) {
+            inNextBox([&](QMessageBox *box) {
                 const QSize screen = box->screen()->availableSize();
                 QVERIFY2(box->width() <= screen.width(), qPrintable(QString::number(box->width())));
                 QVERIFY2(box->height() <= screen.height(),
                          qPrintable(QString::number(box->height())));
-                QCOMPARE(!box->detailedText().isEmpty(), isLong);
-                if (isLong) {
+                QCOMPARE(!box->detailedText().isEmpty(), message.isLong);
+                if (message.isLong) {
                     QVERIFY(box->text().endsWith(QChar(0x2026)));
-                    QVERIFY(message.startsWith(box->text().chopped(1)));
-                    QCOMPARE(box->findChild<QTextEdit *>()->toPlainText(), message);
+                    QVERIFY(message.text.startsWith(box->text().chopped(1)));
+                    QCOMPARE(box->findChild<QTextEdit *>()->toPlainText(), message.text);
                 } else {
-                    QCOMPARE(box->text(), message);
+                    QCOMPARE(box->text(), message.text);
                 }
             });
-            m_window->showMessageBox(QMessageBox::Warning, message);
+            m_window->showMessageBox(QMessageBox::Warning, message.text);
         }
     }
 
