@@ -29,14 +29,13 @@ public:
     };
 
     QStringList calls; ///< names of the operations called, in order
+    std::function<void(const QString &call)> onCall; ///< runs during each call, with "store open"
 
     // Arguments of the calls, one list per operation.
     QStringList openedPaths;
     QVector<DeviceDetails> addedDevices;
     QVector<AddedMeasurement> addedMeasurements;
-    QStringList addedTypes;
     QVector<AddedValues> addedValues;
-    QVector<unsigned> metadataAsks;
     QVector<unsigned> typesAsks;
     QVector<Range> measurementsAsks;
 
@@ -49,10 +48,7 @@ public:
     unsigned addDeviceId = 1;
     bool addMeasurementResult = true;
     unsigned addMeasurementId = 1;
-    bool addMeasurementTypeResult = true;
-    unsigned addMeasurementTypeId = 1;
     QVector<StoredDevice> devicesResult;
-    QMap<unsigned, MeasurementMetadata> measurementMetadataResult;
     QMap<unsigned, QString> measurementTypesResult;
     QMap<unsigned, QMap<unsigned, QString>>
         measurementTypesByDevice; ///< takes precedence over the one above
@@ -63,16 +59,16 @@ public:
 
     bool open(const QString &path) override
     {
-        calls << QStringLiteral("open");
+        record("open");
         openedPaths << path;
         return openPredicate ? openPredicate(path) : openResult;
     }
 
-    void close() override { calls << QStringLiteral("close"); }
+    void close() override { record("close"); }
 
     bool addDevice(const DeviceDetails &details, unsigned &id) override
     {
-        calls << QStringLiteral("addDevice");
+        record("addDevice");
         addedDevices << details;
         if (addDeviceWritesId) {
             id = addDeviceId;
@@ -83,7 +79,7 @@ public:
     bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                         unsigned &measurementId) override
     {
-        calls << QStringLiteral("addMeasurement");
+        record("addMeasurement");
         addedMeasurements << AddedMeasurement{deviceId, metadata, measurementId};
         if (addMeasurementResult) {
             measurementId = addMeasurementId;
@@ -91,39 +87,34 @@ public:
         return addMeasurementResult;
     }
 
-    bool addMeasurementType(const QString &name, unsigned &typeId) override
+    bool addMeasurementType(const QString &, unsigned &) override
     {
-        calls << QStringLiteral("addMeasurementType");
-        addedTypes << name;
-        if (addMeasurementTypeResult) {
-            typeId = addMeasurementTypeId;
-        }
-        return addMeasurementTypeResult;
+        record("addMeasurementType");
+        return true;
     }
 
     void addMeasurementValues(unsigned measurementId,
                               const QVector<MeasurementValue> &values) override
     {
-        calls << QStringLiteral("addMeasurementValues");
+        record("addMeasurementValues");
         addedValues << AddedValues{measurementId, values};
     }
 
     QVector<StoredDevice> devices() override
     {
-        calls << QStringLiteral("devices");
+        record("devices");
         return devicesResult;
     }
 
-    QMap<unsigned, MeasurementMetadata> measurementMetadata(unsigned deviceId) override
+    QMap<unsigned, MeasurementMetadata> measurementMetadata(unsigned) override
     {
-        calls << QStringLiteral("measurementMetadata");
-        metadataAsks << deviceId;
-        return measurementMetadataResult;
+        record("measurementMetadata");
+        return {};
     }
 
     QMap<unsigned, QString> measurementTypes(unsigned deviceId) override
     {
-        calls << QStringLiteral("measurementTypes");
+        record("measurementTypes");
         typesAsks << deviceId;
         return measurementTypesByDevice.value(deviceId, measurementTypesResult);
     }
@@ -131,8 +122,17 @@ public:
     QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
                                             unsigned deviceId) override
     {
-        calls << QStringLiteral("measurements");
+        record("measurements");
         measurementsAsks << Range{from, to, deviceId};
         return measurementsResult;
+    }
+
+private:
+    void record(const char *name)
+    {
+        calls << QString::fromLatin1(name);
+        if (onCall) {
+            onCall(QStringLiteral("store ") + calls.last());
+        }
     }
 };

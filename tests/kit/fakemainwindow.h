@@ -7,8 +7,8 @@
 #include <QtCore/QObject>
 #include <functional>
 
-/// A window that records each call as one text ("setHealth 98"), answers questions and dialogs as
-/// the test prepared, and has the signals of the real one.
+/// A window that records each call as one text ("setHealth 98", several arguments separated by ";
+/// "), answers questions and dialogs as the test prepared, and has the signals of the real one.
 class FakeMainWindow : public QObject, public MainWindowInterface
 {
     Q_OBJECT
@@ -24,18 +24,18 @@ public:
     QString selectSaveFile(const QString &caption, const QString &path,
                            const QString &filter) override
     {
-        record("selectSaveFile", caption + bar() + path + bar() + filter);
+        record("selectSaveFile", caption + separator() + path + separator() + filter);
         return saveFile;
     }
     QString selectOpenFile(const QString &caption, const QString &path,
                            const QString &filter) override
     {
-        record("selectOpenFile", caption + bar() + path + bar() + filter);
+        record("selectOpenFile", caption + separator() + path + separator() + filter);
         return openFile;
     }
     QString selectDirectory(const QString &caption, const QString &path) override
     {
-        record("selectDirectory", caption + bar() + path);
+        record("selectDirectory", caption + separator() + path);
         return directories.isEmpty() ? QString() : directories.takeFirst();
     }
     void setHwVersion(const QString &version) override { record("setHwVersion", version); }
@@ -67,7 +67,7 @@ public:
     }
     void addPort(const QString &label, const QString &location) override
     {
-        record("addPort", label + bar() + location);
+        record("addPort", label + separator() + location);
     }
     void selectPortIndex(int index) override { record("selectPortIndex", index); }
     void refreshPorts(const QString &preferredPort) override
@@ -97,15 +97,16 @@ public:
     void setConnectEnabled(bool enabled) override { record("setConnectEnabled", enabled); }
     void showProgressWaitDialog(WaitDialogReason reason, const QString &text) override
     {
-        record("showProgressWaitDialog", QString::number(static_cast<int>(reason)) + bar() + text);
+        record("showProgressWaitDialog",
+               QString::number(static_cast<int>(reason)) + separator() + text);
     }
     void showWaitDialog(WaitDialogReason reason, const QString &text) override
     {
-        record("showWaitDialog", QString::number(static_cast<int>(reason)) + bar() + text);
+        record("showWaitDialog", QString::number(static_cast<int>(reason)) + separator() + text);
     }
     bool askQuestion(const QString &title, const QString &text) override
     {
-        record("askQuestion", title + bar() + text);
+        record("askQuestion", title + separator() + text);
         return answer;
     }
     void setWaitDialogProgress(int percentage) override
@@ -152,8 +153,7 @@ public:
     QString selectedPort() override { return port; }
 
     QStringList calls;
-    QStringList *interleaved =
-        nullptr; ///< records the calls instead, for their order between fakes
+    std::function<void(const QString &call)> onCall; ///< runs during each call
 
     // What the test prepares.
     bool answer = false;
@@ -163,7 +163,6 @@ public:
     QStringList directories;
     QStringList names;
     ExportSelection exportSelection;
-    std::function<void(const QString &call)> onCall; ///< runs during each call
 
     // The last arguments from the controller.
     MeasurementMetadata metadata;
@@ -197,18 +196,18 @@ signals:
     void restoreEepromFromBackupClicked();
 
 private:
-    static QString bar() { return QStringLiteral(" | "); }
-    void record(const char *name, const QString &argument)
+    static QString separator() { return QStringLiteral("; "); }
+    void record(const QString &call)
     {
-        recordCall(QLatin1String(name) + QLatin1Char(' ') + argument);
-    }
-    void record(const char *name) { recordCall(QLatin1String(name)); }
-    void recordCall(const QString &call)
-    {
-        (interleaved ? *interleaved : calls).append(call);
+        calls.append(call);
         if (onCall) {
             onCall(call);
         }
+    }
+    void record(const char *name) { record(QString::fromLatin1(name)); }
+    void record(const char *name, const QString &argument)
+    {
+        record(QLatin1String(name) + QLatin1Char(' ') + argument);
     }
     void record(const char *name, int argument) { record(name, QString::number(argument)); }
 };

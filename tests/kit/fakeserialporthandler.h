@@ -5,8 +5,8 @@
 
 #include <functional>
 
-/// A handler that records each request as one text ("readValue health"); the test raises its
-/// signals.
+/// A handler that passes each request as one text ("readValue health") to onCall; the test raises
+/// its signals.
 class FakeSerialPortHandler : public SerialPortHandlerInterface
 {
     Q_OBJECT
@@ -15,83 +15,78 @@ public:
     void setSerialPort(QSharedPointer<SerialPortInterface> port) override
     {
         transport = port;
-        calls.append(QStringLiteral("setSerialPort"));
+        record("setSerialPort", port->portName());
     }
-    void readValue(const QString &name) override
-    {
-        calls.append(QStringLiteral("readValue ") + name);
-    }
+    void readValue(const QString &name) override { record("readValue", name); }
     void readValues(const QStringList &names) override
     {
-        calls.append(QStringLiteral("readValues ") + names.join(QLatin1Char(' ')));
+        record("readValues", names.join(QLatin1Char(' ')));
     }
-    void readMeasurements() override { calls.append(QStringLiteral("readMeasurements")); }
+    void readMeasurements() override { record("readMeasurements"); }
     void setValue(const QString &name, const QString &value) override
     {
-        calls.append(QStringLiteral("setValue ") + name + QLatin1Char('=') + value);
+        record("setValue", name + QLatin1Char('=') + value);
     }
     void setValues(const QStringList &keyValuePairs) override
     {
-        calls.append(QStringLiteral("setValues ") + keyValuePairs.join(QLatin1Char(' ')));
+        record("setValues", keyValuePairs.join(QLatin1Char(' ')));
     }
-    void setValues(const QString &text) override
-    {
-        calls.append(QStringLiteral("setValues ") + text);
-    }
-    void clearJobs() override
-    {
-        calls.append(QStringLiteral("clearJobs"));
-        if (duringClearJobs) {
-            duringClearJobs();
-        }
-    }
-    void disconnectFromDevice() override { calls.append(QStringLiteral("disconnectFromDevice")); }
+    void setValues(const QString &text) override { record("setValues", text); }
+    void clearJobs() override { record("clearJobs"); }
+    void disconnectFromDevice() override { record("disconnectFromDevice"); }
     QString portName() override { return currentPortName; }
-    void readLog() override { calls.append(QStringLiteral("readLog")); }
-    void writeToEeprom() override { calls.append(QStringLiteral("writeToEeprom")); }
-    void cancelLogRead() override { calls.append(QStringLiteral("cancelLogRead")); }
-    void eraseLog() override { calls.append(QStringLiteral("eraseLog")); }
+    void readLog() override { record("readLog"); }
+    void writeToEeprom() override { record("writeToEeprom"); }
+    void cancelLogRead() override { record("cancelLogRead"); }
+    void eraseLog() override { record("eraseLog"); }
     void setDate(const QDateTime &newDate) override
     {
         date = newDate;
-        calls.append(QStringLiteral("setDate"));
+        record("setDate");
     }
-    void readDate() override { calls.append(QStringLiteral("readDate")); }
-    void readModel() override { calls.append(QStringLiteral("readModel")); }
+    void readDate() override { record("readDate"); }
+    void readModel() override { record("readModel"); }
     bool openPort() override
     {
-        calls.append(QStringLiteral("openPort"));
+        record("openPort");
         return openResult;
     }
     bool isConnected() override { return connectedResult; }
-    void factoryReset() override { calls.append(QStringLiteral("factoryReset")); }
-    void reboot() override { calls.append(QStringLiteral("reboot")); }
-    void rebootToBootloader() override { calls.append(QStringLiteral("rebootToBootloader")); }
+    void factoryReset() override { record("factoryReset"); }
+    void reboot() override { record("reboot"); }
+    void rebootToBootloader() override { record("rebootToBootloader"); }
     void updateFirmware(const QByteArray &image) override
     {
         firmware = image;
-        calls.append(QStringLiteral("updateFirmware"));
+        record("updateFirmware");
     }
-    void cancelFirmwareUpdate() override { calls.append(QStringLiteral("cancelFirmwareUpdate")); }
-    void cancelEepromRead() override { calls.append(QStringLiteral("cancelEepromRead")); }
-    void cancelEepromWrite() override { calls.append(QStringLiteral("cancelEepromWrite")); }
-    void readEeprom() override { calls.append(QStringLiteral("readEeprom")); }
+    void cancelFirmwareUpdate() override { record("cancelFirmwareUpdate"); }
+    void cancelEepromRead() override { record("cancelEepromRead"); }
+    void cancelEepromWrite() override { record("cancelEepromWrite"); }
+    void readEeprom() override { record("readEeprom"); }
     void writeEeprom(const QByteArray &data) override
     {
         eeprom = data;
-        calls.append(QStringLiteral("writeEeprom"));
+        record("writeEeprom");
     }
 
-    QStringList calls;
+    std::function<void(const QString &call)> onCall;
     QSharedPointer<SerialPortInterface> transport;
     QString currentPortName;
     QDateTime date;
     QByteArray firmware;
     QByteArray eeprom;
-    std::function<void()> duringClearJobs;
     bool openResult = true;
     bool connectedResult = false;
 
 public slots:
-    void connectToDevice() override { calls.append(QStringLiteral("connectToDevice")); }
+    void connectToDevice() override { record("connectToDevice"); }
+
+private:
+    void record(const char *name, const QString &arguments = QString())
+    {
+        if (onCall) {
+            onCall((QLatin1String(name) + QLatin1Char(' ') + arguments).trimmed());
+        }
+    }
 };

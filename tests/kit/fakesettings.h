@@ -3,11 +3,11 @@
 
 #include "ui/settingsinterface.h"
 
-#include <QtCore/QMap>
-#include <QtCore/QStringList>
+#include <QtCore/QVariantMap>
 #include <functional>
 
-/// Settings in memory that remember the order in which keys were read and written.
+/// Settings in memory that pass each access as one text ("setting firmware path=/f.bin") to onRead
+/// or onWrite.
 class FakeSettings : public SettingsInterface
 {
 public:
@@ -15,24 +15,20 @@ public:
 
     QVariant value(const QString &key, const QVariant &defaultValue) const override
     {
-        reads.append(key);
         if (onRead) {
-            onRead();
+            onRead(key);
         }
         return values.value(key, defaultValue);
     }
     void setValue(const QString &key, const QVariant &value) override
     {
-        writes.append(key);
-        if (interleaved) {
-            interleaved->append(QStringLiteral("setting ") + key);
-        }
         values.insert(key, value);
+        if (onWrite) {
+            onWrite(QStringLiteral("setting %1=%2").arg(key, value.toString()));
+        }
     }
 
-    QMap<QString, QVariant> values;
-    mutable QStringList reads;
-    QStringList writes;
-    std::function<void()> onRead; ///< runs during each read
-    QStringList *interleaved = nullptr; ///< records the writes too, for their order between fakes
+    QVariantMap values;
+    std::function<void(const QString &key)> onRead;
+    std::function<void(const QString &call)> onWrite;
 };

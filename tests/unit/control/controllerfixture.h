@@ -6,39 +6,21 @@
 #include "tests/kit/fakemainwindow.h"
 #include "tests/kit/fakeserialporthandler.h"
 #include "tests/kit/fakesettings.h"
+#include "tests/kit/files.h"
+#include "tests/kit/text.h"
 
 #include <QtCore/QFile>
 
-inline QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-inline QStringList texts(std::initializer_list<const char *> words)
-{
-    QStringList result;
-    for (const char *word : words) {
-        result.append(text(word));
-    }
-    return result;
-}
-
 /// A controller with fake collaborators, in a working folder with a settings.xml of two models.
+///
+/// The calls to all fakes, the settings that are written and the debug lines are recorded in one
+/// list, so that each comparison with it checks their order and that nothing else happened. Only
+/// one fixture can exist at a time.
 struct ControllerFixture
 {
     ControllerFixture()
     {
-        writeFile(QStringLiteral("settings.xml"), models());
-        handler.currentPortName = QStringLiteral("ttyOLD");
-    }
-
-    ~ControllerFixture() { QFile::remove(QStringLiteral("settings.xml")); }
-    Q_DISABLE_COPY(ControllerFixture)
-
-    static QByteArray models()
-    {
-        return R"(<KVTConfig><Devices>
-<Device name="KVT-2"><Configuration><ConfigurationItemGroup group="g">
+        writeModels(R"(<Device name="KVT-2"><Configuration><ConfigurationItemGroup group="g">
 <ConfigurationItem type="int" min="0" max="9" name="Two" alias="two"/>
 </ConfigurationItemGroup></Configuration>
 <Measurements><Measurement name="T" type="air temperature" unit="c"/></Measurements></Device>
@@ -46,80 +28,117 @@ struct ControllerFixture
 <ConfigurationItem type="int" min="0" max="9" name="One" alias="one"/>
 </ConfigurationItemGroup></Configuration>
 <Measurements><Measurement name="O3" displayName="Ozone" type="pollutant" unit="ppb" conversionMultiplier="0.5"/>
-<Measurement name="T" displayName="Temperature" type="air temperature" unit="c"/></Measurements></Device>
-</Devices></KVTConfig>)";
+<Measurement name="T" displayName="Temperature" type="air temperature" unit="c"/></Measurements></Device>)");
+        handler.currentPortName = text("ttyOLD");
+        const auto record = [this](const QString &call) {
+            calls.append(call);
+            if (duringCall) {
+                duringCall(call);
+            }
+        };
+        window.onCall = record;
+        handler.onCall = record;
+        settings.onWrite = record;
+        storage.onCall = record;
+        debugLines = &calls;
+        messageHandler = qInstallMessageHandler(handleMessage);
+    }
+
+    ~ControllerFixture()
+    {
+        qInstallMessageHandler(messageHandler);
+        QFile::remove(text("settings.xml"));
+    }
+    Q_DISABLE_COPY(ControllerFixture)
+
+    static void writeModels(const QByteArray &devices)
+    {
+        writeFile(text("settings.xml"),
+                  "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
     }
 
     static void writeFile(const QString &path, const QByteArray &contents)
     {
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size()) {
+        if (!files::write(path, contents)) {
             qFatal("The test's own file can't be written");
         }
     }
 
-    static QByteArray readFile(const QString &path)
+    /// What has been recorded since the last time, with a bar between two entries.
+    QString takeCalls()
     {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        const QString taken = calls.join(QLatin1Char('|'));
+        calls.clear();
+        return taken;
     }
 
-    /// Starts the controller and clears the records of the fakes.
-    void start()
+    /// The controller's running timers, the measurement timer first.
+    QList<const QTimer *> runningTimers() const
     {
-        if (!controller.start()) {
-            qFatal("The controller didn't start");
-        }
-        forget();
-    }
-
-    /// Connects a device that is ready, so that measurements are polled.
-    void connectDevice()
-    {
-        start();
-        emit handler.connected();
-        emit handler.dataRead(QStringLiteral("serial"), QStringLiteral("S-1"));
-        emit handler.dataRead(QStringLiteral("meas_state"), QStringLiteral("1"));
-        emit handler.allJobsDone();
-        handler.connectedResult = true;
-        forget();
-    }
-
-    void forget()
-    {
-        window.calls.clear();
-        handler.calls.clear();
-        settings.reads.clear();
-        settings.writes.clear();
-        storage.calls.clear();
-    }
-
-    /// The first of the controller's running timers; null when none runs.
-    QTimer *runningTimer() const
-    {
-        for (QTimer *timer : controller.findChildren<QTimer *>()) {
+        QList<const QTimer *> timers;
+        for (const QTimer *timer : controller.findChildren<QTimer *>()) {
             if (timer->isActive()) {
-                return timer;
+                timers.append(timer);
             }
         }
-        return nullptr;
+        return timers;
     }
 
-    /// Intervals of the controller's running timers, in ms, the measurement timer's first.
+    /// Their intervals, in ms.
     QList<int> timerIntervals() const
     {
         QList<int> intervals;
-        for (const QTimer *timer : controller.findChildren<QTimer *>()) {
-            if (timer->isActive()) {
-                intervals.append(timer->interval());
-            }
+        for (const QTimer *timer : runningTimers()) {
+            intervals.append(timer->interval());
         }
         return intervals;
     }
 
+    QStringList calls;
+    std::function<void(const QString &call)> duringCall; ///< runs during each recorded call
     FakeMainWindow window;
     FakeSerialPortHandler handler;
     FakeSettings settings;
     FakeLocalStorage storage;
     MainWindowController controller{&window, &handler, &settings, &storage, nullptr};
+
+private:
+    static void handleMessage(QtMsgType type, const QMessageLogContext &context,
+                              const QString &message)
+    {
+        if (type == QtDebugMsg) {
+            debugLines->append(text("log ") + message);
+        } else {
+            messageHandler(type, context, message);
+        }
+    }
+
+    inline static QStringList *debugLines = nullptr;
+    inline static QtMessageHandler messageHandler = nullptr;
+};
+
+/// One that has started.
+struct StartedController : ControllerFixture
+{
+    StartedController()
+    {
+        if (!controller.start()) {
+            qFatal("The controller didn't start");
+        }
+        calls.clear();
+    }
+};
+
+/// One that is connected to a device that is ready, so that measurements are polled.
+struct ConnectedController : StartedController
+{
+    ConnectedController()
+    {
+        emit handler.connected();
+        emit handler.dataRead(text("serial"), text("S-1"));
+        emit handler.dataRead(text("meas_state"), text("1"));
+        emit handler.allJobsDone();
+        handler.connectedResult = true;
+        calls.clear();
+    }
 };

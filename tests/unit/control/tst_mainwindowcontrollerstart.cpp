@@ -13,9 +13,11 @@ QString location(QStandardPaths::StandardLocation standard)
     return QStandardPaths::writableLocation(standard);
 }
 
-QString storeIn(const QString &folder)
+/// What is recorded when the user is asked for a folder.
+QString folderDialog()
 {
-    return folder + text("/measurements.db");
+    return text("selectDirectory Choose where to store measurements; ")
+        + location(QStandardPaths::HomeLocation);
 }
 
 } // namespace
@@ -26,52 +28,47 @@ class TestMainWindowControllerStart : public QObject
     Q_OBJECT
 
 private slots:
-    void startGoesFromPortsToModelsToUnitsToTheStore()
+    void firstStartUsesTheDefaults()
     {
         ControllerFixture f;
+        QStringList reads;
+        f.settings.onRead = [&reads](const QString &key) { reads += key; };
         QVERIFY(f.controller.start());
-        QCOMPARE(f.window.calls,
-                 texts({"refreshPorts ", "setMeasurementItems", "setConfiguration",
-                        "setPollutantUnitIndex 0", "setDisplayOptions", "setTemperatureUnitIndex 0",
-                        "setDisplayOptions"}));
-        QCOMPARE(
-            f.settings.reads,
-            texts({"serial port", "pollutant unit", "temperature unit", "local storage path"}));
-        QCOMPARE(f.settings.writes,
-                 QStringList({text("pollutant unit"), text("temperature unit"),
-                              text("local storage path")}));
-        QVERIFY(f.handler.calls.isEmpty());
-    }
-
-    void startRestoresTheRememberedPortAndUnits()
-    {
-        ControllerFixture f;
-        f.settings.values[text("serial port")] = text("ttyUSB3");
-        f.settings.values[text("pollutant unit")] = 1;
-        f.settings.values[text("temperature unit")] = -1;
-        QVERIFY(f.controller.start());
-        QCOMPARE(f.window.calls.first(), text("refreshPorts ttyUSB3"));
-        QVERIFY(f.window.calls.contains(text("setPollutantUnitIndex 1")));
-        QVERIFY(f.window.calls.contains(text("setTemperatureUnitIndex -1")));
-        QVERIFY(!f.window.options.pollutantInPpm);
-        QVERIFY(!f.window.options.temperatureInCelsius);
-        QVERIFY(f.window.options.hideUndefinedUnit);
-    }
-
-    void firstRunFallsBackToDefaults()
-    {
-        ControllerFixture f;
-        QVERIFY(f.controller.start());
+        const QString folder = location(QStandardPaths::AppDataLocation);
+        QCOMPARE(f.takeCalls(),
+                 text("refreshPorts |setMeasurementItems|setConfiguration|"
+                      "setPollutantUnitIndex 0|setting pollutant unit=0|setDisplayOptions|"
+                      "setTemperatureUnitIndex 0|setting temperature unit=0|setDisplayOptions|"
+                      "store open|setting local storage path=")
+                     + folder);
+        QCOMPARE(reads, texts("serial port|pollutant unit|temperature unit|local storage path"));
         QVERIFY(f.window.options.pollutantInPpm);
         QVERIFY(f.window.options.temperatureInCelsius);
-        QCOMPARE(f.storage.openedPaths,
-                 QStringList(storeIn(location(QStandardPaths::AppDataLocation))));
+        QCOMPARE(f.storage.openedPaths, QStringList(folder + text("/measurements.db")));
+        QVERIFY(f.timerIntervals().isEmpty());
+    }
+
+    void rememberedChoicesAreRestored()
+    {
+        ControllerFixture f;
+        f.settings.values = {{text("serial port"), text("ttyUSB3")},
+                             {text("pollutant unit"), 1},
+                             {text("temperature unit"), -1},
+                             {text("local storage path"), text("/data//here/")}};
+        QVERIFY(f.controller.start());
+        QCOMPARE(f.takeCalls(),
+                 text("refreshPorts ttyUSB3|setMeasurementItems|setConfiguration|"
+                      "setPollutantUnitIndex 1|setting pollutant unit=1|setDisplayOptions|"
+                      "setTemperatureUnitIndex -1|setting temperature unit=-1|setDisplayOptions|"
+                      "store open|setting local storage path=/data//here/"));
+        QVERIFY(!f.window.options.pollutantInPpm);
+        QVERIFY(!f.window.options.temperatureInCelsius);
+        QCOMPARE(f.storage.openedPaths, texts("/data/here/measurements.db"));
     }
 
     void firstModelByNameIsCurrentAtStart()
     {
-        ControllerFixture f;
-        f.start();
+        StartedController f;
         QCOMPARE(f.window.configuration.configurationItems.size(), 1);
         QCOMPARE(f.window.configuration.configurationItems.first().alias, text("one"));
         QCOMPARE(f.window.items.size(), 2);
@@ -85,10 +82,7 @@ private slots:
         QTest::addRow("empty file") << QByteArray("");
         QTest::addRow("not XML") << QByteArray("serial=1\n");
         QTest::addRow("no devices") << QByteArray("<KVTConfig><Devices/></KVTConfig>");
-        QTest::addRow("bad measurement")
-            << QByteArray("<KVTConfig><Devices><Device name='A'/><Device name='B'><Measurements>"
-                          "<Measurement name='x' type='rain'/></Measurements></Device></Devices>"
-                          "</KVTConfig>");
+        QTest::addRow("bad measurement") << oneGoodModel;
     }
 
     void failedLoadShowsItsFileAndGoesOn()
@@ -100,44 +94,24 @@ private slots:
             QFile::remove(text("settings.xml"));
         }
         QVERIFY(f.controller.start());
-        QCOMPARE(f.window.calls.at(1),
-                 text("Critical Failed to load configuration from file settings.xml"));
-        QVERIFY(!f.window.calls.contains(text("setConfiguration")));
-        QVERIFY(!f.window.calls.contains(text("setMeasurementItems")));
+        QCOMPARE(f.window.calls.mid(0, 3),
+                 texts("refreshPorts |"
+                       "Critical Failed to load configuration from file settings.xml|"
+                       "setPollutantUnitIndex 0"));
         QCOMPARE(f.storage.openedPaths.size(), 1);
     }
 
-    void eachLoadReplacesTheEarlierModels()
+    void modelsReadBeforeAFailureReplaceTheEarlierOnes()
     {
-        ControllerFixture f;
-        f.start();
-        f.writeFile(text("settings.xml"),
-                    "<KVTConfig><Devices><Device name='Other'/></Devices></KVTConfig>");
-        f.start();
-        emit f.handler.valueRead(Value::ValueDeviceModel, text("KVT-1"));
-        QCOMPARE(f.window.calls,
-                 texts({"Critical Device KVT-1 not supported. Please update KV Tool."}));
-    }
-
-    void modelsReadBeforeAFailureStillActivate()
-    {
-        ControllerFixture f;
-        f.writeFile(
-            text("settings.xml"),
-            "<KVTConfig><Devices><Device name='A'/><Device name='B'><Measurements>"
-            "<Measurement name='x' type='rain'/></Measurements></Device></Devices></KVTConfig>");
-        f.start();
-        emit f.handler.valueRead(Value::ValueDeviceModel, text("A"));
-        QCOMPARE(f.window.calls, texts({"setMeasurementItems", "setConfiguration"}));
-    }
-
-    void rememberedFolderIsTriedFirst()
-    {
-        ControllerFixture f;
-        f.settings.values[text("local storage path")] = text("/data//here/");
+        StartedController f;
+        f.writeFile(text("settings.xml"), oneGoodModel);
         QVERIFY(f.controller.start());
-        QCOMPARE(f.storage.openedPaths, texts({"/data/here/measurements.db"}));
-        QCOMPARE(f.settings.values[text("local storage path")].toString(), text("/data//here/"));
+        f.calls.clear();
+        emit f.handler.valueRead(Value::ValueDeviceModel, text("A"));
+        QCOMPARE(f.takeCalls(), text("log Got model: \"A\"|setMeasurementItems|setConfiguration"));
+        emit f.handler.valueRead(Value::ValueDeviceModel, text("KVT-1"));
+        QCOMPARE(f.calls.value(1),
+                 text("Critical Device KVT-1 not supported. Please update KV Tool."));
     }
 
     void rememberedFolderThatDoesNotOpenIsSkippedWithoutAMessage()
@@ -148,63 +122,55 @@ private slots:
             return !path.startsWith(text("/gone"));
         };
         QVERIFY(f.controller.start());
-        QCOMPARE(f.settings.values[text("local storage path")].toString(),
-                 location(QStandardPaths::AppDataLocation));
-        QVERIFY(f.window.calls.filter(text("Critical")).isEmpty());
-        QVERIFY(f.window.calls.filter(text("Information")).isEmpty());
+        QVERIFY(f.takeCalls().endsWith(
+            text("setDisplayOptions|store open|store open|setting local storage path=")
+            + location(QStandardPaths::AppDataLocation)));
     }
 
-    void foldersAreTriedInOrder()
+    void foldersAreTriedInOrderAndThenTheUserIsAskedUntilOneOpens()
     {
         ControllerFixture f;
         f.settings.values[text("local storage path")] = text("/gone");
-        f.storage.openResult = false;
-        f.window.directories = texts({"/chosen"});
-        f.storage.openPredicate = [](const QString &path) {
-            return path.startsWith(text("/chosen"));
-        };
-        QVERIFY(f.controller.start());
-        QCOMPARE(f.storage.openedPaths,
-                 QStringList({text("/gone/measurements.db"),
-                              storeIn(location(QStandardPaths::AppDataLocation)),
-                              storeIn(location(QStandardPaths::HomeLocation)),
-                              storeIn(location(QStandardPaths::AppLocalDataLocation)),
-                              text("/chosen/measurements.db")}));
-        QCOMPARE(f.settings.values[text("local storage path")].toString(), text("/chosen"));
-    }
-
-    void theUserIsAskedUntilAFolderOpens()
-    {
-        ControllerFixture f;
         f.storage.openPredicate = [](const QString &path) {
             return path.startsWith(text("/good"));
         };
-        f.window.directories = texts({"/bad", "/good"});
+        f.window.directories = texts("/bad|/good");
         QVERIFY(f.controller.start());
-        const QString ask = text("selectDirectory Choose where to store measurements | ")
-            + location(QStandardPaths::HomeLocation);
-        QCOMPARE(
-            f.window.calls.mid(7),
-            QStringList({text("Information Kv tool automatically stores measurements to disk. "
-                              "Please select a directory where the measurements can be stored."),
-                         ask,
-                         text("Critical Unable to write measures to /bad. Please choose another "
-                              "directory."),
-                         ask}));
+        QStringList folders{text("/gone")};
+        for (const auto standard : {QStandardPaths::AppDataLocation, QStandardPaths::HomeLocation,
+                                    QStandardPaths::AppLocalDataLocation}) {
+            folders += location(standard);
+        }
+        folders += texts("/bad|/good");
+        QCOMPARE(f.storage.openedPaths,
+                 folders.replaceInStrings(QRegExp(text("$")), text("/measurements.db")));
+        QVERIFY(f.takeCalls().endsWith(
+            text("setDisplayOptions|store open|store open|store open|store open|"
+                 "Information Kv tool automatically stores measurements to disk. Please select a "
+                 "directory where the measurements can be stored.|%1|store open|"
+                 "Critical Unable to write measures to /bad. Please choose another directory.|"
+                 "%1|store open|setting local storage path=/good")
+                .arg(folderDialog())));
     }
 
     void noFolderEndsTheStart()
     {
         ControllerFixture f;
         f.storage.openResult = false;
-        f.window.directories = texts({"/bad"});
+        f.window.directories = texts("/bad");
         QVERIFY(!f.controller.start());
-        QCOMPARE(f.window.calls.last(),
-                 text("Critical Unable to write measurements to disk. Unable to write to default "
-                      "location: %1 and no replacement directory was chosen. Exiting!")
-                     .arg(location(QStandardPaths::AppDataLocation)));
+        QVERIFY(f.takeCalls().endsWith(
+            folderDialog()
+            + text("|Critical Unable to write measurements to disk. Unable to write to default "
+                   "location: %1 and no replacement directory was chosen. Exiting!")
+                  .arg(location(QStandardPaths::AppDataLocation))));
         QVERIFY(!f.settings.values.contains(text("local storage path")));
     }
+
+private:
+    const QByteArray oneGoodModel =
+        "<KVTConfig><Devices><Device name='A'/><Device name='B'><Measurements>"
+        "<Measurement name='x' type='rain'/></Measurements></Device></Devices></KVTConfig>";
 };
 
 KV_TEST_MAIN(TestMainWindowControllerStart)

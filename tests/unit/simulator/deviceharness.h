@@ -15,12 +15,8 @@ public:
     using Change = std::function<void(Simulator::DeviceOptions &)>;
 
     /// @p change adapts the options.
-    explicit DeviceHarness(const Change &change = nullptr)
-        : DeviceHarness(fastOptions(change))
-    {
-    }
-    explicit DeviceHarness(const Simulator::DeviceOptions &options)
-        : device(options)
+    explicit DeviceHarness(const Change &change = [](Simulator::DeviceOptions &) {})
+        : device(fastOptions(change))
     {
         QObject::connect(&device, &Simulator::Device::transmit, &device,
                          [this](const QByteArray &bytes, Simulator::Delivery delivery, int gapMs) {
@@ -30,20 +26,6 @@ public:
         QObject::connect(&device, &Simulator::Device::hangUp, &device, [this] { ++hangUps; });
         QObject::connect(&device, &Simulator::Device::eventOccurred, &device,
                          [this](const QByteArray &event) { events += event; });
-    }
-
-    static Simulator::DeviceOptions fastOptions(const Change &change = nullptr)
-    {
-        Simulator::DeviceOptions options;
-        options.writeMs = 20;
-        options.blockIdleMs = 50;
-        options.rebootMs = 20;
-        options.bootWaitMs = 60;
-        options.imageIdleMs = 40;
-        if (change) {
-            change(options);
-        }
-        return options;
     }
 
     bool fault(const QByteArray &text)
@@ -63,15 +45,13 @@ public:
     /// The answer to @p command without the echo before and the prompt after it.
     QByteArray answer(const QByteArray &command)
     {
-        QByteArray text = type(command);
+        const QByteArray text = type(command);
         const QByteArray echo = command + "\r\n";
         const QByteArray prompt = "KVT $ ";
         if (!text.startsWith(echo) || !text.endsWith(prompt)) {
             return "without echo or prompt: " + text;
         }
-        text.remove(0, echo.size());
-        text.chop(prompt.size());
-        return text;
+        return text.mid(echo.size(), text.size() - echo.size() - prompt.size());
     }
 
     struct Piece
@@ -86,4 +66,17 @@ public:
     QList<Piece> pieces;
     QList<QByteArray> events;
     int hangUps = 0;
+
+private:
+    static Simulator::DeviceOptions fastOptions(const Change &change)
+    {
+        Simulator::DeviceOptions options;
+        options.writeMs = 20;
+        options.blockIdleMs = 50;
+        options.rebootMs = 20;
+        options.bootWaitMs = 60;
+        options.imageIdleMs = 40;
+        change(options);
+        return options;
+    }
 };

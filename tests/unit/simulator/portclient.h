@@ -18,12 +18,7 @@ public:
             ::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
     {
     }
-    ~PortClient()
-    {
-        if (m_descriptor >= 0) {
-            ::close(m_descriptor);
-        }
-    }
+    ~PortClient() { ::close(m_descriptor); }
     Q_DISABLE_COPY(PortClient)
 
     int descriptor() const { return m_descriptor; }
@@ -36,66 +31,31 @@ public:
         return count == bytes.size();
     }
 
-    /// Writes all of @p bytes, reading meanwhile; false when the line doesn't accept them in time.
-    bool writeAll(const QByteArray &bytes, int timeoutMs = 10000)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        QByteArray left = bytes;
-        while (!left.isEmpty() && read() && timer.elapsed() < timeoutMs) {
-            const ssize_t count =
-                ::write(m_descriptor, left.constData(), static_cast<size_t>(left.size()));
-            left.remove(0, static_cast<int>(qMax<ssize_t>(0, count)));
-            pollfd waiting = {m_descriptor, POLLIN | POLLOUT, 0};
-            ::poll(&waiting, 1, 10);
-        }
-        return left.isEmpty();
-    }
-
     /// Appends the available bytes to received(); false after a hang-up. Does not wait.
     bool read()
     {
         char chunk[4096];
-        while (true) {
-            const ssize_t count = ::read(m_descriptor, chunk, sizeof(chunk));
-            if (count <= 0) {
-                m_dead = m_dead || count == 0 || (errno != EAGAIN && errno != EINTR);
-                return !m_dead;
-            }
+        ssize_t count = 0;
+        while ((count = ::read(m_descriptor, chunk, sizeof(chunk))) > 0) {
             ++m_chunks;
             m_received.append(chunk, static_cast<int>(count));
         }
+        return count < 0 && (errno == EAGAIN || errno == EINTR);
     }
 
-    /// Waits until received() ends with @p end; false after some seconds or a hang-up.
-    bool waitForEnd(const QByteArray &end, int timeoutMs = 10000)
+    /// Writes @p bytes and returns what is received up to @p end, or until a time-out.
+    QByteArray exchange(const QByteArray &bytes, const QByteArray &end = "$ ")
     {
+        constexpr qint64 timeoutMs = 10000;
+        m_received.clear();
+        write(bytes);
         QElapsedTimer timer;
         timer.start();
         while (read() && !m_received.endsWith(end) && timer.elapsed() < timeoutMs) {
             pollfd waiting = {m_descriptor, POLLIN, 0};
             ::poll(&waiting, 1, 50);
         }
-        return m_received.endsWith(end);
-    }
-
-    /// Waits for the hang-up.
-    bool waitForHangUp(int timeoutMs = 10000)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (read() && timer.elapsed() < timeoutMs) {
-            pollfd waiting = {m_descriptor, POLLIN, 0};
-            ::poll(&waiting, 1, 50);
-        }
-        return m_dead;
-    }
-
-    QByteArray take()
-    {
-        const QByteArray bytes = m_received;
-        m_received.clear();
-        return bytes;
+        return m_received;
     }
 
     QByteArray received() const { return m_received; }
@@ -105,5 +65,4 @@ private:
     int m_descriptor;
     QByteArray m_received;
     int m_chunks = 0;
-    bool m_dead = false;
 };

@@ -1,32 +1,30 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/simulator/deviceharness.h"
-
-#include <QtCore/QFile>
-#include <QtCore/QTemporaryDir>
-#include <QtTest/QtTest>
 
 using namespace Simulator;
 
 namespace {
 
-QByteArray imageOf(int bytes)
+/// A device that expects an image of @p imageSize bytes, 0 for any size.
+struct ImageHarness : DeviceHarness
 {
-    QByteArray image;
-    for (int index = 0; index < bytes; ++index) {
-        image += static_cast<char>((index * 7 + index / 256) & 0xff);
+    explicit ImageHarness(int imageSize)
+        : DeviceHarness([imageSize](DeviceOptions &o) { o.imageSize = imageSize; })
+    {
     }
-    return image;
-}
 
-/// Starts the bootloader of @p harness and the transfer of an image.
-void startTransfer(DeviceHarness &harness)
-{
-    harness.device.powerCycle();
-    harness.device.receive("b");
-    harness.output.clear();
-    harness.pieces.clear();
-}
+    /// Starts the bootloader and the transfer of an image, of which @p bytes are sent.
+    void startTransfer(int bytes)
+    {
+        device.powerCycle();
+        device.receive("b");
+        output.clear();
+        pieces.clear();
+        device.receive(files::pseudoRandomBytes(bytes));
+    }
+};
 
 } // namespace
 
@@ -41,176 +39,120 @@ private slots:
         harness.device.powerCycle();
         QVERIFY(harness.output.endsWith("BOOT"));
         harness.output.clear();
-        harness.device.receive("xyz\r\n");
+        harness.device.receive("xyz\r\nb");
         QCOMPARE(harness.output, QByteArray());
-        harness.device.receive("b");
-        QCOMPARE(harness.output, QByteArray());
-    }
-
-    void startsTheFirmwareWithoutAnImage_data()
-    {
-        QTest::addColumn<QByteArray>("startByte");
-        QTest::addRow("without a start byte") << QByteArray();
-        QTest::addRow("after a start byte") << QByteArray("b");
     }
 
     void startsTheFirmwareWithoutAnImage()
     {
-        QFETCH(QByteArray, startByte);
-        DeviceHarness harness;
-        harness.device.powerCycle();
-        harness.output.clear();
-        harness.device.receive(startByte);
-        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
-        QVERIFY(harness.output.startsWith("\r\nPerforming"));
-        QVERIFY(harness.device.bootloader().image().isEmpty());
-    }
-
-    void answersEachBlockAndTheCompleteImage_data()
-    {
-        QTest::addColumn<int>("size");
-        QTest::addColumn<QByteArray>("answers");
-        QTest::addRow("1 byte") << 1 << QByteArray(".");
-        QTest::addRow("15 bytes") << 15 << QByteArray(".");
-        QTest::addRow("16 bytes") << 16 << QByteArray(".");
-        QTest::addRow("17 bytes") << 17 << QByteArray("*.");
-        QTest::addRow("32 bytes") << 32 << QByteArray("*.");
-        QTest::addRow("40 bytes") << 40 << QByteArray("**.");
-        QTest::addRow("65541 bytes") << 65541 << QByteArray(4096, '*') + '.';
-    }
-
-    void answersEachBlockAndTheCompleteImage()
-    {
-        QFETCH(int, size);
-        QFETCH(QByteArray, answers);
-        QTemporaryDir folder;
-        QFile file(folder.filePath(QStringLiteral("image.bin")));
-        DeviceHarness harness([&](DeviceOptions &o) {
-            o.imageSize = size;
-            o.imageFile = file.fileName();
-        });
-        startTransfer(harness);
-        const QByteArray image = imageOf(size);
-        for (int offset = 0; offset < size; offset += 16) {
-            harness.device.receive(image.mid(offset, 16));
-            QCOMPARE(harness.output.size(), offset / 16 + 1);
+        for (const char *startByte : {"", "b"}) {
+            DeviceHarness harness;
+            harness.device.powerCycle();
+            harness.output.clear();
+            harness.device.receive(startByte);
+            QTRY_VERIFY(harness.output.endsWith("KVT $ "));
+            QVERIFY(harness.output.startsWith("\r\nPerforming"));
+            QVERIFY(harness.device.bootloader().image().isEmpty());
         }
-        QCOMPARE(harness.output, answers);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), image);
-        QCOMPARE(harness.device.bootloader().image(), image);
     }
 
-    void endsAnImageOfUnknownSizeAtAPause_data()
+    void answersEachBlockAtOnce()
     {
-        QTest::addColumn<int>("size");
-        QTest::addColumn<QByteArray>("answers");
-        QTest::addRow("short block") << 5 << QByteArray(".");
-        QTest::addRow("full and short block") << 21 << QByteArray("*.");
-        QTest::addRow("full blocks") << 32 << QByteArray("**.");
+        const struct
+        {
+            int size;
+            QByteArray answers;
+        } images[] = {{1, "."}, {16, "."}, {17, "*."}, {32, "*."}, {40, "**."}};
+        for (const auto &image : images) {
+            ImageHarness harness(image.size);
+            harness.startTransfer(0);
+            const QByteArray bytes = files::pseudoRandomBytes(image.size);
+            for (int offset = 0; offset < image.size; offset += 16) {
+                harness.device.receive(bytes.mid(offset, 16));
+                QCOMPARE(harness.output, image.answers.left(offset / 16 + 1));
+            }
+            QCOMPARE(harness.device.bootloader().image(), bytes);
+        }
     }
 
     void endsAnImageOfUnknownSizeAtAPause()
     {
-        QFETCH(int, size);
-        QFETCH(QByteArray, answers);
-        DeviceHarness harness;
-        startTransfer(harness);
-        harness.device.receive(imageOf(size));
-        QTRY_VERIFY(harness.output.startsWith(answers));
-        QCOMPARE(harness.device.bootloader().image(), imageOf(size));
-        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
-        QVERIFY(harness.output.startsWith(answers + "\r\nPerforming selftest"));
+        const struct
+        {
+            int size;
+            QByteArray answers;
+        } images[] = {{5, "."}, {21, "*."}, {32, "**."}};
+        for (const auto &image : images) {
+            ImageHarness harness(0);
+            harness.startTransfer(image.size);
+            QTRY_VERIFY(harness.output.startsWith(image.answers));
+            QCOMPARE(harness.device.bootloader().image(), files::pseudoRandomBytes(image.size));
+            QTRY_VERIFY(harness.output.endsWith("KVT $ "));
+            QVERIFY(harness.output.startsWith(image.answers + "\r\nPerforming selftest"));
+        }
     }
 
     void keepsTheOldImageWhenATransferOfKnownSizeStops()
     {
-        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
-        startTransfer(harness);
-        harness.device.receive(imageOf(40));
+        ImageHarness harness(64);
+        harness.startTransfer(40);
         QCOMPARE(harness.output, QByteArray("**"));
         QTRY_VERIFY(harness.output.endsWith("BOOT"));
         QVERIFY(harness.device.bootloader().image().isEmpty());
-        harness.device.receive("b" + imageOf(64));
-        QVERIFY(harness.output.endsWith("***."));
-    }
-
-    void endsATransferAtABadBlock_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("answers");
-        QTest::addRow("refused") << QByteArray("block-refused@2") << QByteArray("*!");
-        QTest::addRow("unanswered") << QByteArray("block-unanswered@3") << QByteArray("**");
+        harness.device.receive("b" + QByteArray(64, 'x'));
+        QVERIFY(harness.output.endsWith("BOOT***."));
     }
 
     void endsATransferAtABadBlock()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, answers);
-        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
-        QVERIFY(harness.fault(fault));
-        startTransfer(harness);
-        harness.device.receive(imageOf(64));
-        QCOMPARE(harness.output, answers);
-        QVERIFY(harness.events.contains("fault " + fault));
-        QTRY_COMPARE(harness.output, answers + "\r\nOrvanta KVT BOOT");
-        harness.device.receive("b" + imageOf(64));
-        QVERIFY(harness.output.endsWith("***."));
-    }
-
-    void refusesABlockEachTimeOnRequest()
-    {
-        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
-        QVERIFY(harness.fault("block-refused-always@1"));
-        for (int attempt = 0; attempt < 2; ++attempt) {
-            startTransfer(harness);
-            harness.device.receive(imageOf(16));
-            QCOMPARE(harness.output, QByteArray("!"));
-        }
-    }
-
-    void changesTheAnswerToTheLastBlock_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("lastAnswer");
-        QTest::addColumn<int>("knownSize");
-        QTest::addColumn<int>("size");
-        for (const char *fault : {"glued-answers", "final-star"}) {
-            const QByteArray answer = fault[0] == 'g' ? "*." : "*";
-            QTest::addRow("%s, known size, short block", fault)
-                << QByteArray(fault) << answer << 40 << 40;
-            QTest::addRow("%s, known size, full block", fault)
-                << QByteArray(fault) << answer << 48 << 48;
-            QTest::addRow("%s, unknown size, short block", fault)
-                << QByteArray(fault) << answer << 0 << 40;
+        const struct
+        {
+            QByteArray fault;
+            QByteArray answers;
+        } transfers[] = {{"block-refused@2", "*!"}, {"block-unanswered@3", "**"}};
+        for (const auto &transfer : transfers) {
+            ImageHarness harness(64);
+            QVERIFY(harness.fault(transfer.fault));
+            harness.startTransfer(64);
+            QCOMPARE(harness.output, transfer.answers);
+            QVERIFY(harness.events.contains("fault " + transfer.fault));
+            QTRY_COMPARE(harness.output, transfer.answers + "\r\nOrvanta KVT BOOT");
+            harness.device.receive("b" + QByteArray(64, 'x'));
+            QVERIFY(harness.output.endsWith("BOOT***."));
         }
     }
 
     void changesTheAnswerToTheLastBlock()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, lastAnswer);
-        QFETCH(int, knownSize);
-        QFETCH(int, size);
-        DeviceHarness harness([=](DeviceOptions &o) { o.imageSize = knownSize; });
-        QVERIFY(harness.fault(fault));
-        startTransfer(harness);
-        harness.device.receive(imageOf(size));
-        QTRY_VERIFY(harness.pieces.size() >= 3);
-        QCOMPARE(harness.pieces.at(0).bytes, QByteArray("*"));
-        QCOMPARE(harness.pieces.at(2).bytes, lastAnswer);
-        QCOMPARE(harness.pieces.at(2).delivery, Delivery::OneChunk);
-        QTRY_VERIFY(harness.output.endsWith("KVT $ "));
-        QVERIFY(harness.output.startsWith("**" + lastAnswer + "\r\nPerforming"));
-        QCOMPARE(harness.device.bootloader().image(), imageOf(size));
+        const struct
+        {
+            const char *fault;
+            int knownSize;
+            int size;
+            QByteArray lastAnswer;
+        } transfers[] = {
+            {"glued-answers", 40, 40, "*."}, {"glued-answers", 48, 48, "*."},
+            {"glued-answers", 0, 40, "*."},  {"final-star", 40, 40, "*"},
+            {"final-star", 48, 48, "*"},     {"final-star", 0, 40, "*"},
+        };
+        for (const auto &transfer : transfers) {
+            ImageHarness harness(transfer.knownSize);
+            QVERIFY(harness.fault(transfer.fault));
+            harness.startTransfer(transfer.size);
+            QTRY_VERIFY(harness.pieces.size() >= 3);
+            QCOMPARE(harness.pieces.at(2).bytes, transfer.lastAnswer);
+            QCOMPARE(harness.pieces.at(2).delivery, Delivery::OneChunk);
+            QTRY_VERIFY(harness.output.endsWith("KVT $ "));
+            QVERIFY(harness.output.startsWith("**" + transfer.lastAnswer + "\r\nPerforming"));
+            QCOMPARE(harness.device.bootloader().image(), files::pseudoRandomBytes(transfer.size));
+        }
     }
 
     void gluesTheAnswersOfAMiddleBlock()
     {
-        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        ImageHarness harness(64);
         QVERIFY(harness.fault("glued-answers@2"));
-        startTransfer(harness);
-        harness.device.receive(imageOf(48));
+        harness.startTransfer(48);
         QCOMPARE(harness.output, QByteArray("**.*"));
     }
 
@@ -226,12 +168,11 @@ private slots:
 
     void hangsUpAfterSomeBytesOfTheImage()
     {
-        DeviceHarness harness([](DeviceOptions &o) { o.imageSize = 64; });
+        ImageHarness harness(64);
         QVERIFY(harness.fault("hangup-input:40"));
-        startTransfer(harness);
-        harness.device.receive(imageOf(39));
+        harness.startTransfer(39);
         QCOMPARE(harness.hangUps, 0);
-        harness.device.receive(imageOf(25));
+        harness.device.receive(QByteArray(25, 'x'));
         QCOMPARE(harness.hangUps, 1);
         QCOMPARE(harness.output, QByteArray("**"));
     }

@@ -3,25 +3,19 @@
 #include "simulator/devicemodel.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
-
-#include <QtCore/QFile>
-#include <QtCore/QXmlStreamReader>
-#include <QtTest/QtTest>
+#include "ui/configurationloader.h"
 
 using namespace Simulator;
 
 namespace {
 
-QByteArray settingLine(const QByteArray &name, const QByteArray &type, double minimum,
-                       double maximum)
-{
-    return name + ' ' + type + ' ' + QByteArray::number(minimum) + ' '
-        + QByteArray::number(maximum);
-}
+const QDateTime midnight(QDate(2026, 11, 21), QTime(0, 0), Qt::UTC);
 
-QByteArray typeName(SettingType type)
+ConfigurationItemType describedType(SettingType type)
 {
-    return type == SettingType::Integer ? "int" : type == SettingType::Real ? "float" : "text";
+    return type == SettingType::Integer ? ConfigurationItemType::Int
+        : type == SettingType::Real     ? ConfigurationItemType::Float
+                                        : ConfigurationItemType::Text;
 }
 
 } // namespace
@@ -34,39 +28,25 @@ private slots:
     // The sample describes the simulated models.
     void agreesWithTheSampleDescription()
     {
-        QFile file(testpaths::sourceFile("settings.xml"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QXmlStreamReader xml(&file);
-        QMap<QByteArray, QList<QByteArray>> described;
-        QByteArray model;
-        while (!xml.atEnd()) {
-            xml.readNext();
-            const QXmlStreamAttributes attributes = xml.attributes();
-            const auto text = [&attributes](const char *name) {
-                return attributes.value(QLatin1String(name)).toLatin1();
-            };
-            if (!xml.isStartElement()) {
-                continue;
-            }
-            if (xml.name() == QLatin1String("Device")) {
-                model = text("name");
-            } else if (xml.name() == QLatin1String("ConfigurationItem")) {
-                described[model] += settingLine(text("alias"), text("type"), text("min").toDouble(),
-                                                text("max").toDouble());
-            } else if (xml.name() == QLatin1String("Measurement")) {
-                described[model] += text("name");
-            }
-        }
+        QMap<QString, DeviceConfiguration> described;
+        QVERIFY(ConfigurationLoader().load(described, testpaths::sourceFile("settings.xml")));
         QCOMPARE(described.size(), deviceModels().size());
-        for (const DeviceModel &known : deviceModels()) {
-            QList<QByteArray> lines;
-            for (const SettingInfo &info : known.settings) {
-                lines += settingLine(info.name, typeName(info.type), info.minimum, info.maximum);
+        for (const DeviceModel &model : deviceModels()) {
+            const DeviceConfiguration sample = described.value(QString::fromLatin1(model.name));
+            QCOMPARE(sample.configurationItems.size(), model.settings.size());
+            for (int index = 0; index < model.settings.size(); ++index) {
+                const ConfigurationItem &item = sample.configurationItems.at(index);
+                const SettingInfo &info = model.settings.at(index);
+                QCOMPARE(item.alias.toLatin1(), QByteArray(info.name));
+                QCOMPARE(item.type, describedType(info.type));
+                QCOMPARE(item.min, static_cast<float>(info.minimum));
+                QCOMPARE(item.max, static_cast<float>(info.maximum));
             }
-            for (const MeasurementInfo &info : known.measurements) {
-                lines += info.name;
+            QCOMPARE(sample.measurementItems.size(), model.measurements.size());
+            for (int index = 0; index < model.measurements.size(); ++index) {
+                QCOMPARE(sample.measurementItems.at(index).name.toLatin1(),
+                         QByteArray(model.measurements.at(index).name));
             }
-            QCOMPARE(lines, described.value(known.name));
         }
     }
 
@@ -77,33 +57,24 @@ private slots:
         QVERIFY(findDeviceModel("") == nullptr);
     }
 
-    void measuresPlausibleValues_data()
-    {
-        QTest::addColumn<QByteArray>("model");
-        for (const DeviceModel &model : deviceModels()) {
-            QTest::addRow("%s", model.name) << QByteArray(model.name);
-        }
-    }
-
     void measuresPlausibleValues()
     {
-        QFETCH(QByteArray, model);
-        const DeviceModel &known = *findDeviceModel(model);
-        const DeviceMeasurements measurements(known, 3, {});
-        const QDateTime midnight(QDate(2026, 11, 21), QTime(0, 0), Qt::UTC);
-        for (const MeasurementInfo &info : known.measurements) {
-            QSet<QByteArray> values;
-            for (int minute = 0; minute < 24 * 60; ++minute) {
-                const QByteArray value = measurements.valueAt(info, midnight.addSecs(minute * 60));
-                bool ok = false;
-                const double number = value.toDouble(&ok);
-                QVERIFY(ok);
-                QVERIFY(number >= info.minimum);
-                QVERIFY(number >= info.middle - info.swing - 1e-9);
-                QVERIFY(number <= info.middle + info.swing + 1e-9);
-                values += value;
+        for (const DeviceModel &model : deviceModels()) {
+            const DeviceMeasurements measurements(model, 3, {});
+            for (const MeasurementInfo &info : model.measurements) {
+                QSet<QByteArray> values;
+                for (int minute = 0; minute < 24 * 60; ++minute) {
+                    values += measurements.valueAt(info, midnight.addSecs(minute * 60));
+                }
+                QVERIFY2(values.size() > 10, info.name);
+                for (const QByteArray &value : qAsConst(values)) {
+                    bool ok = false;
+                    const double number = value.toDouble(&ok);
+                    QVERIFY(ok);
+                    QVERIFY(number >= info.minimum);
+                    QVERIFY(qAbs(number - info.middle) <= info.swing + 1e-9);
+                }
             }
-            QVERIFY2(values.size() > 10, info.name);
         }
     }
 
@@ -113,7 +84,6 @@ private slots:
         const DeviceMeasurements measurements(known, 3, {});
         const MeasurementInfo &sun = known.measurements.at(10);
         QCOMPARE(sun.name, "SR");
-        const QDateTime midnight(QDate(2026, 11, 21), QTime(0, 0), Qt::UTC);
         QCOMPARE(measurements.valueAt(sun, midnight), QByteArray("0"));
         QVERIFY(measurements.valueAt(sun, midnight.addSecs(12 * 3600)).toDouble() > 400.0);
     }
