@@ -58,7 +58,7 @@ private slots:
                  text("log Port already opened, trying again to read sw version|connectToDevice"));
     }
 
-    void connectedAsksForEverythingInOrderAndRemembersThePort()
+    void connectedAsksForEverythingInOrder()
     {
         StartedController f;
         f.window.names = texts("one|two");
@@ -335,7 +335,7 @@ private slots:
         QVERIFY(f.window.device.serialNumber.isEmpty());
     }
 
-    void eachFinishedActionHasItsEffect()
+    void finishedActionsHaveTheirEffect()
     {
         ConnectedController f;
         const struct
@@ -368,7 +368,7 @@ private slots:
         QTRY_COMPARE(f.calls, texts("setConnectEnabled 1|disconnectFromDevice"));
     }
 
-    void eachFailedActionHasItsEffect()
+    void failedActionsCloseTheDialogAndWarn()
     {
         ConnectedController f;
         const char *const transfer = "log Failed to transfer firmware|closeWaitDialog|"
@@ -401,7 +401,7 @@ private slots:
         }
     }
 
-    void eachCancelledWaitDialogHasItsEffect()
+    void cancelOfTheWaitDialogFollowsItsReason()
     {
         ConnectedController f;
         const struct
@@ -470,7 +470,7 @@ private slots:
         QCOMPARE(f.takeCalls(), QString());
     }
 
-    void clockIsSetToThePresentTimeAfterTheDialogHasClosed()
+    void clockIsWrittenAfterTheDialogHasClosed()
     {
         ConnectedController f;
         const QDateTime before = QDateTime::currentDateTimeUtc();

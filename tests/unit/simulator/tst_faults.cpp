@@ -2,8 +2,6 @@
 #include "tests/kit/testmain.h"
 #include "tests/unit/simulator/deviceharness.h"
 
-#include <QtTest/QtTest>
-
 using namespace Simulator;
 
 namespace {
@@ -17,102 +15,80 @@ class TestFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void refusesAnInvalidFault_data()
+    void refusesAnInvalidFault()
     {
-        QTest::addColumn<QByteArray>("text");
         for (const char *text : {"", "thunder", "silence@", "bad-checksum@first", "final-star@3",
                                  "block-refused@next@", "-always", "delay:", "delay:-1",
                                  "delay@1:soon", "delay:20000@show altitude"}) {
-            QTest::addRow("%s", text) << QByteArray(text);
-        }
-    }
-
-    void refusesAnInvalidFault()
-    {
-        QFETCH(QByteArray, text);
-        Faults faults;
-        QByteArray error;
-        QVERIFY(!faults.add(text, error));
-        QVERIFY(!error.isEmpty());
-    }
-
-    void acceptsEachKind_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        for (const FaultKindInfo &info : faultKinds()) {
-            QTest::addRow("%s", info.name) << QByteArray(info.name);
+            Faults faults;
+            QByteArray error;
+            QVERIFY2(!faults.add(text, error), text);
+            QVERIFY2(!error.isEmpty(), text);
         }
     }
 
     void acceptsEachKind()
     {
-        QFETCH(QByteArray, text);
-        Faults faults;
-        QByteArray error;
-        QVERIFY(faults.add(text, error));
-        QVERIFY(faults.add(text + ":5", error));
-        QVERIFY(faults.add(text + "-always:5", error));
-    }
-
-    void occursAtItsPlace_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("exchanges");
-        QTest::addRow("everywhere") << QByteArray("silence") << QByteArray("12345");
-        QTest::addRow("one exchange") << QByteArray("silence@2") << QByteArray("2");
-        QTest::addRow("from one on") << QByteArray("silence@3+") << QByteArray("345");
-        QTest::addRow("next") << QByteArray("silence@next") << QByteArray("1");
-        QTest::addRow("next on") << QByteArray("silence@next+") << QByteArray("12345");
-        QTest::addRow("a command once") << QByteArray("silence@show b") << QByteArray("2");
-        QTest::addRow("a command each time") << QByteArray("silence@show b+") << QByteArray("24");
-        QTest::addRow("a command always")
-            << QByteArray("silence-always@show b") << QByteArray("24");
-        QTest::addRow("another command") << QByteArray("silence@set") << QByteArray("");
+        for (const FaultKindInfo &info : faultKinds()) {
+            for (const char *ending : {"", ":5", "-always:5"}) {
+                Faults faults;
+                QByteArray error;
+                QVERIFY2(faults.add(QByteArray(info.name) + ending, error), error.constData());
+            }
+        }
     }
 
     void occursAtItsPlace()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, exchanges);
-        Faults faults;
-        QByteArray error;
-        QVERIFY(faults.add(fault, error));
-        QByteArray seen;
-        for (const char *command : {"show a", "show bat", "show c", "show bit", "show e"}) {
-            faults.beginExchange(command);
-            if (faults.triggersInExchange(FaultKind::Silence)) {
-                seen += QByteArray::number(faults.exchange());
+        const struct
+        {
+            const char *fault;
+            QByteArray exchanges;
+        } places[] = {
+            {"silence", "12345"},       {"silence@2", "2"},
+            {"silence@3+", "345"},      {"silence@next", "1"},
+            {"silence@next+", "12345"}, {"silence@show b", "2"},
+            {"silence@show b+", "24"},  {"silence-always@show b", "24"},
+            {"silence@set", ""},
+        };
+        for (const auto &place : places) {
+            Faults faults;
+            QByteArray error;
+            QVERIFY(faults.add(place.fault, error));
+            QByteArray seen;
+            for (const char *command : {"show a", "show bat", "show c", "show bit", "show e"}) {
+                faults.beginExchange(command);
+                if (faults.triggersInExchange(FaultKind::Silence)) {
+                    seen += QByteArray::number(faults.exchange());
+                }
+                QVERIFY(!faults.triggersInExchange(FaultKind::Nul));
             }
-            QVERIFY(!faults.triggersInExchange(FaultKind::Nul));
+            QVERIFY2(seen == place.exchanges, place.fault);
         }
-        QCOMPARE(seen, exchanges);
-    }
-
-    void occursAtRowsAndBlocks_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("rows");
-        QTest::addRow("everywhere") << QByteArray("bad-checksum") << QByteArray("0123123");
-        QTest::addRow("once") << QByteArray("bad-checksum@2") << QByteArray("2");
-        QTest::addRow("titles") << QByteArray("bad-checksum@0") << QByteArray("0");
-        QTest::addRow("always") << QByteArray("bad-checksum-always@2") << QByteArray("22");
-        QTest::addRow("from there on") << QByteArray("bad-checksum@2+") << QByteArray("2323");
     }
 
     void occursAtRowsAndBlocks()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, rows);
-        Faults faults;
-        QByteArray error;
-        QVERIFY(faults.add(fault, error));
-        QByteArray seen;
-        for (const int row : {0, 1, 2, 3, 1, 2, 3}) {
-            if (faults.triggersAt(FaultKind::BadChecksum, row)) {
-                seen += QByteArray::number(row);
+        const struct
+        {
+            const char *fault;
+            QByteArray rows;
+        } places[] = {
+            {"bad-checksum", "0123123"},     {"bad-checksum@2", "2"},     {"bad-checksum@0", "0"},
+            {"bad-checksum-always@2", "22"}, {"bad-checksum@2+", "2323"},
+        };
+        for (const auto &place : places) {
+            Faults faults;
+            QByteArray error;
+            QVERIFY(faults.add(place.fault, error));
+            QByteArray seen;
+            for (const int row : {0, 1, 2, 3, 1, 2, 3}) {
+                if (faults.triggersAt(FaultKind::BadChecksum, row)) {
+                    seen += QByteArray::number(row);
+                }
             }
+            QVERIFY2(seen == place.rows, place.fault);
         }
-        QCOMPARE(seen, rows);
     }
 
     void endsWhenCleared()
@@ -168,57 +144,43 @@ private slots:
         QVERIFY(harness.output.contains(versionAnswer));
     }
 
-    void answersInSingleBytes_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<int>("gapMs");
-        QTest::addRow("one exchange") << QByteArray("single-bytes@1") << 1;
-        QTest::addRow("gap") << QByteArray("single-bytes@1:4") << 4;
-        QTest::addRow("always") << QByteArray("single-bytes:3") << 3;
-    }
-
     void answersInSingleBytes()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(int, gapMs);
-        DeviceHarness harness;
-        QVERIFY(harness.fault(fault));
-        QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
-        bool found = false;
-        for (const DeviceHarness::Piece &piece : qAsConst(harness.pieces)) {
-            if (piece.bytes == versionAnswer) {
-                QCOMPARE(piece.delivery, Delivery::SingleBytes);
-                QCOMPARE(piece.gapMs, gapMs);
-                found = true;
-            }
+        const struct
+        {
+            const char *fault;
+            int gapMs;
+        } faults[] = {{"single-bytes@1", 1}, {"single-bytes@1:4", 4}, {"single-bytes:3", 3}};
+        for (const auto &fault : faults) {
+            DeviceHarness harness;
+            QVERIFY(harness.fault(fault.fault));
+            QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+            const DeviceHarness::Piece answer = harness.pieces.at(harness.pieces.size() - 2);
+            QCOMPARE(answer.bytes, QByteArray(versionAnswer));
+            QCOMPARE(answer.delivery, Delivery::SingleBytes);
+            QCOMPARE(answer.gapMs, fault.gapMs);
         }
-        QVERIFY(found);
-    }
-
-    void damagesTheAnswer_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("answer");
-        const QByteArray whole = versionAnswer;
-        QTest::addRow("lost byte") << QByteArray("lost-byte@1:7") << QByteArray(whole).remove(6, 1);
-        QTest::addRow("middle byte lost")
-            << QByteArray("lost-byte") << QByteArray(whole).remove(9, 1);
-        QTest::addRow("byte lost after the end")
-            << QByteArray("lost-byte@1:500") << whole.left(whole.size() - 1);
-        QTest::addRow("flipped bit")
-            << QByteArray("flipped-bit@1:1") << QByteArray(whole).replace(0, 1, "r");
-        QTest::addRow("nul") << QByteArray("nul@1:3") << QByteArray(whole).insert(2, '\0');
-        QTest::addRow("nul in the middle")
-            << QByteArray("nul@show") << QByteArray(whole).insert(9, '\0');
     }
 
     void damagesTheAnswer()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, answer);
-        DeviceHarness harness;
-        QVERIFY(harness.fault(fault));
-        QCOMPARE(harness.answer("show swver"), answer);
+        const struct
+        {
+            const char *fault;
+            QByteArray answer;
+        } damages[] = {
+            {"lost-byte@1:7", "show: wver=2.4.1\r\n"},
+            {"lost-byte", "show: swvr=2.4.1\r\n"},
+            {"lost-byte@1:500", "show: swver=2.4.1\r"},
+            {"flipped-bit@1:1", "rhow: swver=2.4.1\r\n"},
+            {"nul@1:3", QByteArray("sh\0ow: swver=2.4.1\r\n", 20)},
+            {"nul@show", QByteArray("show: swv\0er=2.4.1\r\n", 20)},
+        };
+        for (const auto &damage : damages) {
+            DeviceHarness harness;
+            QVERIFY(harness.fault(damage.fault));
+            QCOMPARE(harness.answer("show swver"), damage.answer);
+        }
     }
 
     void printsDebugOutputAlthoughSwitchedOff()
@@ -242,51 +204,43 @@ private slots:
         QVERIFY(harness.output.contains("memory... "));
     }
 
-    void reportsAnotherModel_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("name");
-        QTest::addRow("default") << QByteArray("unknown-model") << QByteArray("KVT-900");
-        QTest::addRow("given") << QByteArray("unknown-model:XYZ 1") << QByteArray("XYZ 1");
-    }
-
     void reportsAnotherModel()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, name);
-        DeviceHarness harness;
-        QVERIFY(harness.fault(fault));
-        QVERIFY(harness.answer("show unit").contains("\r\nModel: " + name + "\r\nSerial: "));
-        QCOMPARE(harness.answer("show model"), "show: model=" + name + "\r\n");
-    }
-
-    void hangsUp_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<QByteArray>("output");
-        QTest::addRow("at once") << QByteArray("hangup@2") << QByteArray("show swver\r\n");
-        QTest::addRow("within the answer")
-            << QByteArray("hangup@2:6") << QByteArray("show swver\r\nshow: ");
-        QTest::addRow("within the next echo")
-            << QByteArray("hangup@2:29")
-            << QByteArray("show swver\r\nshow: swver=2.4.1\r\nKVT $ show");
+        const QPair<const char *, QByteArray> faults[] = {{"unknown-model", "KVT-900"},
+                                                          {"unknown-model:XYZ 1", "XYZ 1"}};
+        for (const auto &fault : faults) {
+            DeviceHarness harness;
+            QVERIFY(harness.fault(fault.first));
+            QVERIFY(harness.answer("show unit")
+                        .contains("\r\nModel: " + fault.second + "\r\nSerial: "));
+            QCOMPARE(harness.answer("show model"), "show: model=" + fault.second + "\r\n");
+        }
     }
 
     void hangsUp()
     {
-        QFETCH(QByteArray, fault);
-        QFETCH(QByteArray, output);
-        DeviceHarness harness;
-        QVERIFY(harness.fault(fault));
-        harness.type("show hwver");
-        QCOMPARE(harness.hangUps, 0);
-        harness.type("show swver");
-        harness.device.receive("show hwver\r\n");
-        QCOMPARE(harness.output, output);
-        QCOMPARE(harness.hangUps, 1);
+        const struct
+        {
+            const char *fault;
+            QByteArray output;
+        } hangUps[] = {
+            {"hangup@2", "show swver\r\n"},
+            {"hangup@2:6", "show swver\r\nshow: "},
+            {"hangup@2:29", "show swver\r\nshow: swver=2.4.1\r\nKVT $ show"},
+        };
+        for (const auto &hangUp : hangUps) {
+            DeviceHarness harness;
+            QVERIFY(harness.fault(hangUp.fault));
+            harness.type("show hwver");
+            QCOMPARE(harness.hangUps, 0);
+            harness.type("show swver");
+            harness.device.receive("show hwver\r\n");
+            QCOMPARE(harness.output, hangUp.output);
+            QCOMPARE(harness.hangUps, 1);
 
-        harness.device.lineRestored();
-        QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+            harness.device.lineRestored();
+            QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+        }
     }
 
     void hangsUpAfterSomeBytesOfABlock()
@@ -313,51 +267,43 @@ private slots:
         QCOMPARE(harness.answer("show hwver"), QByteArray("show: hwver=B\r\n"));
     }
 
-    void damagesALogLine_data()
-    {
-        QTest::addColumn<QByteArray>("fault");
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QByteArray>("difference");
-        QTest::addRow("checksum") << QByteArray("bad-checksum@3") << 3 << QByteArray("checksum");
-        QTest::addRow("titles' checksum")
-            << QByteArray("bad-checksum@0") << 0 << QByteArray("checksum");
-        QTest::addRow("number") << QByteArray("wrong-entry@3") << 3 << QByteArray("number");
-        QTest::addRow("record") << QByteArray("malformed-record@3") << 3 << QByteArray("record");
-    }
-
-    void damagesALogLine()
-    {
-        QFETCH(QByteArray, fault);
-        QFETCH(int, row);
-        QFETCH(QByteArray, difference);
-        DeviceHarness harness;
-        const QByteArray command = "log --read=" + QByteArray::number(row);
-        const QByteArray good = harness.answer(command).trimmed();
-        QVERIFY(harness.fault(fault));
-        harness.answer("log --read=2");
-        const QByteArray damaged = harness.answer(command).trimmed();
-        QCOMPARE(damaged.left(5) != good.left(5), difference == "number");
-        QCOMPARE(damaged.mid(5, damaged.size() - 7) != good.mid(5, good.size() - 7),
-                 difference == "record");
-        QCOMPARE(damaged.right(2) != good.right(2), difference != "number");
-        QCOMPARE(harness.answer(command).trimmed(), good);
-    }
-
-    void keepsTheChecksumRightOverAMalformedRecord()
+    void damagesALogLineOnce()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("malformed-record@3"));
-        const QByteArray line = harness.answer("log --read=3").trimmed();
-        const QByteArray record = line.mid(6, line.size() - 9);
-        QVERIFY(record.endsWith(",over"));
-        QCOMPARE(line.right(2).toInt(nullptr, 16), int(recordChecksum(record)));
-    }
-
-    void leavesTheChecksumOffMalformedTitles()
-    {
-        DeviceHarness harness;
-        QVERIFY(harness.fault("malformed-record@0"));
-        QCOMPARE(harness.answer("log --read=0"), QByteArray("00000=Time,W0,W1,W2,A2,A4,LUX\r\n"));
+        const auto line = [&harness](int row) {
+            return harness.answer("log --read=" + QByteArray::number(row)).trimmed();
+        };
+        const QByteArray titles = line(0);
+        const QByteArray good = line(3);
+        QByteArray wrongEntry = good;
+        wrongEntry.replace(0, 5, "00004");
+        QByteArray overflow = good.mid(6, good.lastIndexOf(',') - 5) + "over";
+        overflow = DeviceLog::line(3, overflow, recordChecksum(overflow));
+        const auto withWrongChecksum = [](const QByteArray &text) {
+            const int checksum = text.right(2).toInt(nullptr, 16) ^ 1;
+            return text.left(text.size() - 2)
+                + QByteArray::number(checksum, 16).rightJustified(2, '0');
+        };
+        const struct
+        {
+            const char *fault;
+            int row;
+            QByteArray damaged;
+        } faults[] = {
+            {"bad-checksum@3", 3, withWrongChecksum(good)},
+            {"bad-checksum@0", 0, withWrongChecksum(titles)},
+            {"wrong-entry@3", 3, wrongEntry},
+            {"malformed-record@3", 3, overflow},
+            {"malformed-record@0", 0, "00000=Time,W0,W1,W2,A2,A4,LUX"},
+        };
+        for (const auto &fault : faults) {
+            QVERIFY(harness.fault(fault.fault));
+            const QByteArray other = line(2);
+            QCOMPARE(line(fault.row), fault.damaged);
+            QCOMPARE(line(2), other);
+            QCOMPARE(line(3), good);
+            QCOMPARE(line(0), titles);
+        }
     }
 
     void answersWithoutHexadecimalDigits()
