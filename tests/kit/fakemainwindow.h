@@ -7,8 +7,8 @@
 #include <QtCore/QObject>
 #include <functional>
 
-/// A window that records each call as one text ("setHealth 98", several arguments separated by ";
-/// "), answers questions and dialogs as the test prepared, and has the signals of the real one.
+/// A window that records each call as one text ("setHealth 98", "askQuestion title; text"), answers
+/// questions and dialogs as the test prepared, and has the signals of the real one.
 class FakeMainWindow : public QObject, public MainWindowInterface
 {
     Q_OBJECT
@@ -24,18 +24,18 @@ public:
     QString selectSaveFile(const QString &caption, const QString &path,
                            const QString &filter) override
     {
-        record("selectSaveFile", caption + separator() + path + separator() + filter);
+        record("selectSaveFile", {caption, path, filter});
         return saveFile;
     }
     QString selectOpenFile(const QString &caption, const QString &path,
                            const QString &filter) override
     {
-        record("selectOpenFile", caption + separator() + path + separator() + filter);
+        record("selectOpenFile", {caption, path, filter});
         return openFile;
     }
     QString selectDirectory(const QString &caption, const QString &path) override
     {
-        record("selectDirectory", caption + separator() + path);
+        record("selectDirectory", {caption, path});
         return directories.isEmpty() ? QString() : directories.takeFirst();
     }
     void setHwVersion(const QString &version) override { record("setHwVersion", version); }
@@ -67,7 +67,7 @@ public:
     }
     void addPort(const QString &label, const QString &location) override
     {
-        record("addPort", label + separator() + location);
+        record("addPort", {label, location});
     }
     void selectPortIndex(int index) override { record("selectPortIndex", index); }
     void refreshPorts(const QString &preferredPort) override
@@ -97,16 +97,15 @@ public:
     void setConnectEnabled(bool enabled) override { record("setConnectEnabled", enabled); }
     void showProgressWaitDialog(WaitDialogReason reason, const QString &text) override
     {
-        record("showProgressWaitDialog",
-               QString::number(static_cast<int>(reason)) + separator() + text);
+        record("showProgressWaitDialog", {QString::number(static_cast<int>(reason)), text});
     }
     void showWaitDialog(WaitDialogReason reason, const QString &text) override
     {
-        record("showWaitDialog", QString::number(static_cast<int>(reason)) + separator() + text);
+        record("showWaitDialog", {QString::number(static_cast<int>(reason)), text});
     }
     bool askQuestion(const QString &title, const QString &text) override
     {
-        record("askQuestion", title + separator() + text);
+        record("askQuestion", {title, text});
         return answer;
     }
     void setWaitDialogProgress(int percentage) override
@@ -196,7 +195,6 @@ signals:
     void restoreEepromFromBackupClicked();
 
 private:
-    static QString separator() { return QStringLiteral("; "); }
     void record(const QString &call)
     {
         calls.append(call);
@@ -208,6 +206,10 @@ private:
     void record(const char *name, const QString &argument)
     {
         record(QLatin1String(name) + QLatin1Char(' ') + argument);
+    }
+    void record(const char *name, const QStringList &arguments)
+    {
+        record(name, arguments.join(QStringLiteral("; ")));
     }
     void record(const char *name, int argument) { record(name, QString::number(argument)); }
 };

@@ -51,17 +51,10 @@ struct ControllerFixture
     }
     Q_DISABLE_COPY(ControllerFixture)
 
-    static void writeModels(const QByteArray &devices)
+    static bool writeModels(const QByteArray &devices)
     {
-        writeFile(text("settings.xml"),
-                  "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
-    }
-
-    static void writeFile(const QString &path, const QByteArray &contents)
-    {
-        if (!files::write(path, contents)) {
-            qFatal("The test's own file can't be written");
-        }
+        return files::write(text("settings.xml"),
+                            "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
     }
 
     /// What has been recorded since the last time, with a bar between two entries.

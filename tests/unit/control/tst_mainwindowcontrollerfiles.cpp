@@ -50,8 +50,8 @@ class TestMainWindowControllerFiles : public QObject
 private slots:
     void initTestCase()
     {
-        ControllerFixture::writeFile(m_image, QByteArray("\0\0\0\x02\r\n*!.firmware", 17));
-        ControllerFixture::writeFile(m_empty, QByteArray());
+        QVERIFY(files::write(m_image, QByteArray("\0\0\0\x02\r\n*!.firmware", 17)));
+        QVERIFY(files::write(m_empty, QByteArray()));
     }
 
     void logIsReadUnderAProgressDialog()
@@ -228,8 +228,9 @@ private slots:
     void everyTitleGoesThroughTheDisplayNames()
     {
         ExportingController f(m_csv);
-        f.writeModels("<Device name='A'><Measurements><Measurement name='Timestamp' "
-                      "displayName='Moment' type='extra' unit='extra'/></Measurements></Device>");
+        QVERIFY(f.writeModels(
+            "<Device name='A'><Measurements><Measurement name='Timestamp' "
+            "displayName='Moment' type='extra' unit='extra'/></Measurements></Device>"));
         QVERIFY(f.controller.start());
         emit f.window.exportLocalMeasurementsToCsvClicked();
         QCOMPARE(files::contents(m_csv), QByteArray("Moment,T\n2026-01-02T10:00:00,5\n"));

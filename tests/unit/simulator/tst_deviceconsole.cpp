@@ -150,13 +150,6 @@ private slots:
         QCOMPARE("show: meas=\"" + harness.device.state().lastMeasurements() + "\"\r\n", answer);
     }
 
-    void hasNoValueForAnUnavailableMeasurement()
-    {
-        DeviceHarness harness([](DeviceOptions &o) { o.unavailable = {"W1", "LUX"}; });
-        const QByteArray answer = harness.answer("show meas");
-        QVERIFY2(answer.contains(";W1=N;") && answer.contains(";LUX=N\""), answer.constData());
-    }
-
     void warmsUp()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.warmUpMs = 100; });
@@ -372,16 +365,6 @@ private slots:
                                           "Compiled on .*\r\nCopyright .*\r\nKVT \\$ "));
         QVERIFY2(text.exactMatch(QString::fromLatin1(harness.output)), harness.output.constData());
         QVERIFY(!harness.output.contains("hwver"));
-    }
-
-    void startsTheBootloaderAfterAPowerCycle()
-    {
-        DeviceHarness harness;
-        harness.device.powerCycle();
-        QVERIFY(harness.output.endsWith("BOOT"));
-        QCOMPARE(harness.device.mode(), Device::Mode::Bootloader);
-        QTRY_COMPARE(harness.device.mode(), Device::Mode::Console);
-        QVERIFY(harness.output.endsWith("KVT $ "));
     }
 };
 

@@ -91,15 +91,6 @@ private slots:
         }
     }
 
-    void endsWhenCleared()
-    {
-        DeviceHarness harness;
-        QVERIFY(harness.fault("silence"));
-        QCOMPARE(harness.type("show swver"), QByteArray());
-        harness.device.faults().clear();
-        QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
-    }
-
     void givesNoAnswerInOneExchange()
     {
         DeviceHarness harness;
