@@ -211,6 +211,8 @@ private slots:
         QCOMPARE(callsOfAnEdit(), QString());
         f.controller.setSynchronizing(false);
         QCOMPARE(callsOfAnEdit(), text("setValue one=3"));
+        emit f.handler.connected();
+        QCOMPARE(callsOfAnEdit(), QString());
     }
 
     void editsAreSentOnceTheWindowIsConnected()

@@ -134,6 +134,7 @@ private slots:
             {"glued-answers", 40, 40, "*."}, {"glued-answers", 48, 48, "*."},
             {"glued-answers", 0, 40, "*."},  {"final-star", 40, 40, "*"},
             {"final-star", 48, 48, "*"},     {"final-star", 0, 40, "*"},
+            {"final-star", 0, 48, "*"},
         };
         for (const auto &transfer : transfers) {
             ImageHarness harness(transfer.knownSize);

@@ -346,7 +346,7 @@ private slots:
             options(o);
             o.model = "KVT-200";
         });
-        QCOMPARE(otherModel.answer("show altitude"), QByteArray("show: altitude=120\r\n"));
+        QCOMPARE(otherModel.answer("log --count"), QByteArray("count=25\r\n"));
     }
 
     void announcesAResetAndRunsItsSelfTest()
