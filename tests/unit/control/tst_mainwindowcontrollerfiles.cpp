@@ -397,7 +397,7 @@ private slots:
         QCOMPARE(f.handler.eeprom, files::contents(m_image));
     }
 
-    void restoreCallsItsFileFirmware()
+    void restoreNamesItsFileFirmware()
     {
         ConnectedController f;
         const QString dialog = text("selectOpenFile Select eeprom backup file; %1; *.dat");
