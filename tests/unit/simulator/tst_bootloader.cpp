@@ -122,6 +122,16 @@ private slots:
         }
     }
 
+    void countsTheBlocksOfEachTransferAnew()
+    {
+        ImageHarness harness(64);
+        QVERIFY(harness.fault("block-refused-always@1"));
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            harness.startTransfer(16);
+            QCOMPARE(harness.output, QByteArray("!"));
+        }
+    }
+
     void changesTheAnswerToTheLastBlock()
     {
         const struct
