@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
-#include "tests/kit/fakeserialport.h"
-#include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
+#include "tests/unit/serial/handlerfixture.h"
 
 #include <QtTest/QtTest>
 
@@ -12,30 +10,28 @@ namespace {
 constexpr int blockCount = 1024;
 constexpr int shortTimeoutMs = 5;
 
-const char blockWritten[] = "\r\nPlease input 64 bytes\r\n\r\nDone\r\n";
-
-// A connected handler with the real queue; the test answers in place of the device.
+// A handler with the real queue; the test answers in place of the device.
 struct Conversation
 {
     Conversation()
     {
-        using Handler = SerialPortHandlerInterface;
-        QObject::connect(&handler, &Handler::actionFinished,
-                         [this](SerialPortActionType action) { finished.append(action); });
-        QObject::connect(&handler, &Handler::actionFailed,
-                         [this](SerialPortActionType action) { failed.append(action); });
-        QObject::connect(&handler, &Handler::allJobsDone, [this] { ++allJobsDone; });
         handler.setSerialPort(port);
+        recordEvents(handler, events);
     }
 
     void connectDevice()
     {
         handler.connectToDevice();
-        port->receive(latin1("\r\n$ show swver\r\nshow: swver=1.2\r\n$ "));
-        turn();
+        receive("\r\n$ show swver\r\nshow: swver=1.2\r\n$ ");
         port->sent.clear();
+        events.clear();
     }
-    static void turn() { QCoreApplication::sendPostedEvents(); }
+
+    void receive(const char *reply)
+    {
+        port->receive(text(reply));
+        turnEventLoop();
+    }
 
     /// All bytes since the last call.
     QByteArray takeSent()
@@ -44,30 +40,32 @@ struct Conversation
         port->sent.clear();
         return bytes;
     }
-    void answerBlockRead(int block)
-    {
-        port->receive(eepromReply(block, latin1("5A").repeated(64)));
-    }
-    void answerBlockReads(int first, int last)
+
+    void answerBlocksRead(int first, int last)
     {
         for (int block = first; block <= last; ++block) {
-            answerBlockRead(block);
+            port->receive(eepromReply(block, text("5A").repeated(64)));
         }
     }
+
+    void answerBlocksWritten(int count)
+    {
+        for (int block = 0; block < count; ++block) {
+            port->receive(text("\r\nPlease input 64 bytes\r\n\r\nDone\r\n"));
+        }
+    }
+
     /// Starts an update of four blocks and answers until the first one is out.
     void sendFirstFirmwareBlock()
     {
         handler.updateFirmware("AAAAAAAAAAAAAAAABBBBBBBBBBBBBBBBCCCCCCCCCCCCCCCCD");
-        port->receive(latin1("BOOT"));
-        turn();
+        receive("BOOT");
     }
 
     QSharedPointer<FakeSerialPort> port = QSharedPointer<FakeSerialPort>::create();
-    QSharedPointer<SerialPortQueue> queue{new SerialPortQueue(nullptr)};
+    QSharedPointer<SerialPortQueue> queue = QSharedPointer<SerialPortQueue>::create();
     SerialPortHandler handler{queue, nullptr};
-    QVector<SerialPortActionType> finished;
-    QVector<SerialPortActionType> failed;
-    int allJobsDone = 0;
+    QStringList events;
 };
 
 } // namespace
@@ -77,40 +75,26 @@ class TestSerialPortHandlerQueue : public QObject
     Q_OBJECT
 
 private slots:
-    void hasNoPortNameWithoutATransport()
-    {
-        SerialPortHandler handler(QSharedPointer<SerialPortQueue>(new SerialPortQueue(nullptr)),
-                                  nullptr);
-        QVERIFY(handler.portName().isEmpty());
-        const auto port = QSharedPointer<FakeSerialPort>::create();
-        handler.setSerialPort(port);
-        QCOMPARE(handler.portName(), port->name);
-    }
-
     void connectsOnceTheConsoleAnswers()
     {
         Conversation c;
-        QSignalSpy connected(&c.handler, &SerialPortHandlerInterface::connected);
         c.handler.connectToDevice();
         QCOMPARE(c.port->opens, 1);
         QCOMPARE(c.takeSent(), QByteArray("\r\nshow swver\r\n"));
-        c.port->receive(latin1("\r\n$ show swver\r\nshow: swver=1.2\r\n"));
-        Conversation::turn();
-        QCOMPARE(connected.count(), 0);
-        c.port->receive(latin1("$ "));
+        c.receive("\r\n$ show swver\r\nshow: swver=1.2\r\n");
+        QCOMPARE(c.events, QStringList());
+        c.port->receive(text("$ "));
         QVERIFY(!c.queue->currentJob());
-        QCOMPARE(connected.count(), 0);
-        Conversation::turn();
-        QCOMPARE(connected.count(), 1);
-        QCOMPARE(c.allJobsDone, 0);
+        QCOMPARE(c.events, QStringList());
+        turnEventLoop();
+        QCOMPARE(c.events, texts("connected"));
     }
 
     void secondConnectKeepsThePortOpenAndAsksAgain()
     {
         Conversation c;
         c.connectDevice();
-        c.handler.readValue(latin1("a"));
-        c.handler.readValue(latin1("b"));
+        c.handler.readValues(texts("a|b"));
         c.takeSent();
         c.handler.connectToDevice();
         QCOMPARE(c.port->opens, 1);
@@ -119,134 +103,57 @@ private slots:
         QCOMPARE(c.takeSent(), QByteArray("\r\nshow swver\r\n"));
     }
 
-    void raisesNoErrorForASilentDevice()
-    {
-        Conversation c;
-        QSignalSpy error(&c.handler, &SerialPortHandlerInterface::error);
-        c.handler.connectToDevice();
-        c.queue->currentJob()->setTimeout(shortTimeoutMs);
-        QTRY_VERIFY(!c.queue->currentJob()->isRunning());
-        Conversation::turn();
-        QCOMPARE(c.takeSent(), QByteArray("\r\nshow swver\r\n").repeated(5));
-        QCOMPARE(error.count(), 0);
-        QVERIFY(c.failed.isEmpty());
-        QVERIFY(!c.handler.isConnected());
-    }
-
-    void reportsAnInvalidDateTwice()
-    {
-        Conversation c;
-        c.connectDevice();
-        QSignalSpy error(&c.handler, &SerialPortHandlerInterface::error);
-        c.handler.setDate(QDateTime());
-        QCOMPARE(error.count(), 0);
-        Conversation::turn();
-        QCOMPARE(error.count(), 2);
-        for (const QVariantList &arguments : qAsConst(error)) {
-            QCOMPARE(
-                arguments.at(0).toString(),
-                latin1("Set device clock failed: Unable to set time, invalid timestamp given: "));
-        }
-        QVERIFY(c.takeSent().isEmpty());
-    }
-
-    void closesThePortWhenDestroyed()
-    {
-        const auto port = QSharedPointer<FakeSerialPort>::create();
-        const auto queue = QSharedPointer<SerialPortQueue>(new SerialPortQueue(nullptr));
-        {
-            SerialPortHandler handler(queue, nullptr);
-            handler.setSerialPort(port);
-            handler.connectToDevice();
-            QVERIFY(port->isOpen());
-        }
-        QVERIFY(!port->isOpen());
-        QVERIFY(!queue->currentJob());
-    }
-
     void readsALogRowByRow()
     {
         Conversation c;
         c.connectDevice();
-        QStringList titles;
-        QVector<LogValue> rows;
-        connect(&c.handler, &SerialPortHandlerInterface::logRead, this,
-                [&titles, &rows](const QStringList &readTitles, const QVector<LogValue> &readRows) {
-                    titles = readTitles;
-                    rows = readRows;
-                });
         c.handler.readLog();
-        c.port->receive(latin1("\r\n$ log --count\r\ncount=2\r\n$ "));
-        Conversation::turn();
-        c.port->receive(titlesReply(latin1("TIME,CO2")));
-        c.port->receive(rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,400")));
-        c.port->receive(rowReply(2, latin1("00002"), latin1("2017-11-13T10:21:30,401")));
-        QVERIFY(rows.isEmpty());
-        Conversation::turn();
-        QCOMPARE(titles, QStringList({latin1("TIME"), latin1("CO2")}));
-        QCOMPARE(rows.size(), 2);
-        QCOMPARE(rows.at(1).values, QVector<double>({401.0}));
-        QCOMPARE(rows.at(1).time, QDateTime(QDate(2017, 11, 13), QTime(10, 21, 30), Qt::UTC));
+        c.receive("\r\n$ log --count\r\ncount=2\r\n$ ");
+        c.port->receive(titlesReply(text("TIME,CO2")));
+        c.port->receive(rowReply(1, text("00001"), text("2017-11-13T10:20:30,400")));
+        c.port->receive(rowReply(2, text("00002"), text("2017-11-13T10:21:30,401")));
+        // Done for the first time before the rows are queued.
+        QStringList expected = texts("valueRead 1 bool true|allJobsDone");
+        QCOMPARE(c.events, expected);
+        turnEventLoop();
+        expected += QStringList({text("logReadProgress 0"), text("logReadProgress 100"),
+                                 text("logRead TIME|CO2; 2017-11-13T10:20:30Z 400; "
+                                      "2017-11-13T10:21:30Z 401"),
+                                 text("allJobsDone")});
+        QCOMPARE(c.events, expected);
         QCOMPARE(c.takeSent(),
                  QByteArray("\r\nlog --count\r\n\r\nlog --read=0\r\n\r\nlog --read=1\r\n"
                             "\r\nlog --read=2\r\n"));
-        // Once between the count and the rows, once at the end.
-        QCOMPARE(c.allJobsDone, 2);
     }
 
-    void cancelledLogReadFreesTheQueue()
+    void failedFirmwareBlockStopsTheTransfer_data()
     {
-        Conversation c;
-        c.connectDevice();
-        c.handler.readLog();
-        c.port->receive(latin1("\r\n$ log --count\r\ncount=50\r\n$ "));
-        Conversation::turn();
-        QCOMPARE(c.queue->jobs().size(), 50);
-        c.handler.cancelLogRead();
-        QVERIFY(c.queue->jobs().isEmpty());
-        QVERIFY(!c.queue->currentJob());
-        c.takeSent();
-        c.handler.readLog();
-        QCOMPARE(c.takeSent(), QByteArray("\r\nlog --count\r\n"));
+        QTest::addColumn<bool>("answered");
+        QTest::addRow("refused") << true;
+        QTest::addRow("not answered") << false;
     }
 
-    void refusedFirmwareBlockStopsTheTransfer()
+    void failedFirmwareBlockStopsTheTransfer()
     {
+        QFETCH(bool, answered);
         Conversation c;
-        c.connectDevice();
         c.sendFirstFirmwareBlock();
         QCOMPARE(c.takeSent(), QByteArray("bAAAAAAAAAAAAAAAA"));
         QTest::ignoreMessage(QtDebugMsg, "Firmware transfer job failed. Canceling firmware update");
-        c.port->receive(latin1("!"));
-        Conversation::turn();
-        QVERIFY(c.takeSent().isEmpty());
+        if (answered) {
+            c.receive("!");
+        } else {
+            QCOMPARE(c.queue->currentJob()->timeout(), 2000);
+            c.queue->currentJob()->setTimeout(shortTimeoutMs);
+        }
+        // The removal of the rest empties the queue, which reports it.
+        const QStringList expected = texts("actionFinished 6|actionFailed 5|allJobsDone");
+        QTRY_COMPARE(c.events, expected);
         QVERIFY(c.queue->jobs().isEmpty());
         QVERIFY(!c.queue->currentJob());
-        QCOMPARE(
-            c.failed,
-            QVector<SerialPortActionType>({SerialPortActionType::ActionFirmwareBlockTransmitted}));
-        QCOMPARE(c.finished,
-                 QVector<SerialPortActionType>({SerialPortActionType::ActionBootloaderEntered}));
-        // The removal of the rest empties the queue, which reports it.
-        QCOMPARE(c.allJobsDone, 1);
-        c.port->receive(latin1("*"));
-        Conversation::turn();
-        QCOMPARE(c.finished.size(), 1);
-    }
-
-    void unansweredFirmwareBlockStopsTheTransfer()
-    {
-        Conversation c;
-        c.sendFirstFirmwareBlock();
-        c.takeSent();
-        QCOMPARE(c.queue->currentJob()->timeout(), 2000);
-        c.queue->currentJob()->setTimeout(shortTimeoutMs);
-        QTest::ignoreMessage(QtDebugMsg, "Firmware transfer job failed. Canceling firmware update");
-        QTRY_COMPARE(
-            c.failed,
-            QVector<SerialPortActionType>({SerialPortActionType::ActionFirmwareBlockTransmitted}));
-        QVERIFY(c.takeSent().isEmpty());
-        QVERIFY(!c.queue->currentJob());
+        c.receive("*");
+        QCOMPARE(c.takeSent(), QByteArray());
+        QCOMPARE(c.events, expected);
     }
 
     void allowsARequestInsideTheFailure()
@@ -259,7 +166,7 @@ private slots:
             c.handler.readMeasurements();
         });
         c.takeSent();
-        c.port->receive(latin1("!"));
+        c.port->receive(text("!"));
         QCOMPARE(c.takeSent(), QByteArray("\r\nshow meas\r\n"));
         QCOMPARE(c.queue->currentJob()->type(), SerialPortJobType::JobReadMeasurements);
     }
@@ -268,20 +175,15 @@ private slots:
     {
         Conversation c;
         c.sendFirstFirmwareBlock();
-        c.port->receive(latin1("*"));
-        c.port->receive(latin1("*"));
-        c.port->receive(latin1("*"));
-        c.port->receive(latin1(".\r\n"));
-        Conversation::turn();
+        for (const char *answer : {"*", "*", "*", ".\r\n"}) {
+            c.port->receive(text(answer));
+        }
+        turnEventLoop();
         QCOMPARE(c.takeSent(), QByteArray("bAAAAAAAAAAAAAAAABBBBBBBBBBBBBBBBCCCCCCCCCCCCCCCCD"));
-        using Action = SerialPortActionType;
-        QCOMPARE(c.finished,
-                 QVector<Action>(
-                     {Action::ActionBootloaderEntered, Action::ActionFirmwareBlockTransmitted,
-                      Action::ActionFirmwareBlockTransmitted,
-                      Action::ActionFirmwareBlockTransmitted, Action::ActionFirmwareTransmitted}));
-        QVERIFY(c.failed.isEmpty());
-        QCOMPARE(c.allJobsDone, 1);
+        QCOMPARE(c.events.size(), 6);
+        QCOMPARE(c.events.first(), text("actionFinished 6"));
+        QCOMPARE(c.events.filter(text("actionFinished 5 double ")).size(), 3);
+        QCOMPARE(c.events.mid(4), texts("actionFinished 7 int 100|allJobsDone"));
     }
 
     void cancelledFirmwareSendsNothingMore()
@@ -290,115 +192,86 @@ private slots:
         c.sendFirstFirmwareBlock();
         c.takeSent();
         c.handler.cancelFirmwareUpdate();
-        c.port->receive(latin1("*"));
-        Conversation::turn();
-        QVERIFY(c.takeSent().isEmpty());
+        c.receive("*");
+        QCOMPARE(c.takeSent(), QByteArray());
         QVERIFY(!c.queue->currentJob());
-        QVERIFY(c.failed.isEmpty());
-        QCOMPARE(c.finished.size(), 1);
+        QCOMPARE(c.events, texts("actionFinished 6|allJobsDone"));
 
         // While the first job waits for the bootloader, too.
         c.handler.updateFirmware(QByteArray(64, 'x'));
         c.handler.cancelFirmwareUpdate();
-        c.port->receive(latin1("BOOT"));
-        QVERIFY(c.takeSent().isEmpty());
+        c.receive("BOOT");
+        QCOMPARE(c.takeSent(), QByteArray());
         QVERIFY(!c.queue->currentJob());
     }
 
-    void fullReadReportsEachBlockAndOneEnd()
+    void fullTransferReportsEachBlockAndOneEnd_data()
     {
-        Conversation c;
-        c.connectDevice();
-        c.handler.readEeprom();
-        c.answerBlockReads(0, blockCount - 1);
-        Conversation::turn();
-        QCOMPARE(c.finished.count(SerialPortActionType::ActionEepromBlockRead), blockCount);
-        QCOMPARE(c.finished.count(SerialPortActionType::ActionEepromRead), 1);
-        QCOMPARE(c.finished.size(), blockCount + 1);
-        QCOMPARE(c.allJobsDone, 1);
+        QTest::addColumn<bool>("reads");
+        QTest::addColumn<bool>("cancels");
+        QTest::addRow("read") << true << false;
+        QTest::addRow("read, cancelled in its end") << true << true;
+        QTest::addRow("write") << false << false;
+        QTest::addRow("write, cancelled in its end") << false << true;
     }
 
-    void fullWriteReportsEachBlockAndOneEnd()
+    void fullTransferReportsEachBlockAndOneEnd()
     {
+        QFETCH(bool, reads);
+        QFETCH(bool, cancels);
+        const QString ofABlock = text(reads ? "actionFinished 10 int " : "actionFinished 11 int ");
+        const QString ofTheEnd =
+            text(reads ? "actionFinished 8 QByteArray 65535" : "actionFinished 9");
         Conversation c;
         c.connectDevice();
-        c.handler.writeEeprom(QByteArray(100, 'x'));
-        for (int block = 0; block < blockCount; ++block) {
-            c.port->receive(latin1(blockWritten));
+        connect(&c.handler, &SerialPortHandlerInterface::actionFinished, this, [&] {
+            if (cancels && c.events.last() == ofTheEnd) {
+                c.handler.cancelEepromRead();
+                c.handler.cancelEepromWrite();
+            }
+        });
+        if (reads) {
+            c.handler.readEeprom();
+            c.answerBlocksRead(0, blockCount - 1);
+        } else {
+            c.handler.writeEeprom(QByteArray(100, 'x'));
+            c.answerBlocksWritten(blockCount);
         }
-        Conversation::turn();
-        QCOMPARE(c.finished.count(SerialPortActionType::ActionEepromBlockWritten), blockCount);
-        QCOMPARE(c.finished.count(SerialPortActionType::ActionEepromWritten), 1);
-        QCOMPARE(c.finished.size(), blockCount + 1);
-        QCOMPARE(c.allJobsDone, 1);
-    }
-
-    void allowsACancelAtTheEndOfARead()
-    {
-        Conversation c;
-        c.connectDevice();
-        QByteArray image;
-        connect(&c.handler, &SerialPortHandlerInterface::actionFinished, this,
-                [&c, &image](SerialPortActionType action, const QVariant &result) {
-                    if (action == SerialPortActionType::ActionEepromRead) {
-                        image = result.toByteArray();
-                        c.handler.cancelEepromRead();
-                    }
-                });
-        c.handler.readEeprom();
-        c.answerBlockReads(0, blockCount - 1);
-        Conversation::turn();
-        QCOMPARE(image.size(), 65535);
+        turnEventLoop();
         QVERIFY(!c.queue->currentJob());
-        QCOMPARE(c.finished.count(SerialPortActionType::ActionEepromRead), 1);
-        QCOMPARE(c.allJobsDone, 1);
+        QCOMPARE(c.events.filter(ofABlock).size(), blockCount);
+        QCOMPARE(c.events.count(ofTheEnd), 1);
+        QCOMPARE(c.events.count(text("allJobsDone")), 1);
+        QCOMPARE(c.events.size(), blockCount + 2);
+        // The queue continues.
         c.takeSent();
         c.handler.readDate();
         QCOMPARE(c.takeSent(), QByteArray("\r\ndate\r\n"));
     }
 
-    void allowsACancelAtTheEndOfAWrite()
-    {
-        Conversation c;
-        c.connectDevice();
-        connect(&c.handler, &SerialPortHandlerInterface::actionFinished, this,
-                [&c](SerialPortActionType action) {
-                    if (action == SerialPortActionType::ActionEepromWritten) {
-                        c.handler.cancelEepromWrite();
-                    }
-                });
-        c.handler.writeEeprom(QByteArray());
-        for (int block = 0; block < blockCount; ++block) {
-            c.port->receive(latin1(blockWritten));
-        }
-        Conversation::turn();
-        QVERIFY(!c.queue->currentJob());
-        QCOMPARE(c.finished.count(SerialPortActionType::ActionEepromWritten), 1);
-        QCOMPARE(c.allJobsDone, 1);
-    }
-
-    void cancelledReadReportsNoEnd()
+    void cancelledTransferReportsNoEnd()
     {
         Conversation c;
         c.connectDevice();
         c.handler.readEeprom();
-        c.answerBlockReads(0, 9);
+        c.answerBlocksRead(0, 9);
         c.handler.cancelEepromRead();
         QVERIFY(c.queue->jobs().isEmpty());
         QVERIFY(!c.queue->currentJob());
         c.takeSent();
-        c.answerBlockRead(10);
-        Conversation::turn();
-        QVERIFY(c.takeSent().isEmpty());
-        QCOMPARE(c.finished.size(), 10);
-        QVERIFY(!c.finished.contains(SerialPortActionType::ActionEepromRead));
+        c.answerBlocksRead(10, 10);
+        turnEventLoop();
+        QCOMPARE(c.takeSent(), QByteArray());
+        QCOMPARE(c.events.filter(text("actionFinished 10 ")).size(), 10);
+        QCOMPARE(c.events.mid(10), texts("allJobsDone"));
 
+        c.events.clear();
         c.handler.writeEeprom(QByteArray(65535, 'x'));
-        c.port->receive(latin1(blockWritten));
+        c.answerBlocksWritten(1);
         c.handler.cancelEepromWrite();
-        Conversation::turn();
+        turnEventLoop();
         QVERIFY(!c.queue->currentJob());
-        QVERIFY(!c.finished.contains(SerialPortActionType::ActionEepromWritten));
+        QCOMPARE(c.events, texts("actionFinished 11 int 0|allJobsDone"));
     }
 
     void silentBlockIsFreedByTheCancel()
@@ -410,12 +283,11 @@ private slots:
         QTRY_VERIFY(!c.queue->currentJob()->isRunning());
         QCOMPARE(c.takeSent(), QByteArray("\r\neeprom --read_block 0\r\n").repeated(5));
         c.handler.readDate();
-        QVERIFY(c.takeSent().isEmpty());
-        QVERIFY(c.failed.isEmpty());
+        QCOMPARE(c.takeSent(), QByteArray());
         c.handler.cancelEepromRead();
         QCOMPARE(c.takeSent(), QByteArray("\r\ndate\r\n"));
-        Conversation::turn();
-        QVERIFY(c.finished.isEmpty());
+        turnEventLoop();
+        QCOMPARE(c.events, QStringList());
     }
 };
 

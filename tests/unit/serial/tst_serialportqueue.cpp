@@ -1,43 +1,71 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "serial/serialportqueue.h"
+#include "tests/kit/fakejob.h"
 #include "tests/kit/fakeserialport.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/signalrecorder.h"
 #include "tests/kit/testmain.h"
-#include "tests/unit/serial/queuefixture.h"
+#include "tests/kit/text.h"
 
-class TestSerialPortQueue : public QueueFixture
+#include <QtCore/QScopedPointer>
+#include <QtTest/QtTest>
+
+namespace {
+
+using Type = SerialPortJobType;
+using PortPointer = QSharedPointer<FakeSerialPort>;
+
+/// A queue whose slots can be called without a job that raises the signal.
+class QueueWithPublicSlots : public SerialPortQueue
+{
+public:
+    using SerialPortQueue::onJobError;
+    using SerialPortQueue::onJobFailed;
+    using SerialPortQueue::onJobFinished;
+    using SerialPortQueue::onJobTimedOut;
+    using SerialPortQueue::SerialPortQueue;
+};
+
+void expectTimeout(const QByteArray &name, const char *consequence)
+{
+    const QByteArray line = "void SerialPortQueue::onJobTimedOut() \"" + name + "\" timed out";
+    QTest::ignoreMessage(QtDebugMsg, line.constData());
+    QTest::ignoreMessage(QtDebugMsg, consequence);
+}
+
+constexpr char restarting[] = "Restarting current job";
+constexpr char notRestarting[] = "Job can't be restarted, notifying user and starting next job";
+
+} // namespace
+
+class TestSerialPortQueue : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init() { renew(); }
-    void cleanup() { drop(); }
+    void init()
+    {
+        m_queue.reset();
+        m_recorder = {};
+        m_queue.reset(new QueueWithPublicSlots(nullptr));
+        m_recorder.record(m_queue.data());
+    }
 
     void isEmptyAtFirst()
     {
+        QCOMPARE(names(), texts(""));
         QVERIFY(m_queue->currentJob().isNull());
-        QVERIFY(m_queue->jobs().isEmpty());
         QVERIFY(m_queue->serialPort().isNull());
         QVERIFY(m_queue->portName().isNull());
-        QCOMPARE(QueueWithPublicSlots(this).parent(), this);
+        QCOMPARE(SerialPortQueue(this).parent(), this);
     }
 
     void ignoresNull()
     {
-        const auto job = add(Type::JobReadValue, "a");
+        add(Type::JobReadValue, "a");
         QTest::ignoreMessage(QtDebugMsg, "Trying to add null job");
-        m_queue->addJob(JobPointer());
-        QCOMPARE(m_queue->currentJob(), JobPointer(job));
-        QVERIFY(m_queue->jobs().isEmpty());
-        QCOMPARE(m_recorder->log, QStringList());
-    }
-
-    void startsTheFirstJobAtOnceAndNoOther()
-    {
-        const auto first = add(Type::JobReadValue, "a");
-        const auto second = add(Type::JobReadValue, "b");
-        QCOMPARE(m_callLog, QStringList(latin1("a start")));
-        QCOMPARE(m_queue->currentJob(), JobPointer(first));
-        QCOMPARE(m_queue->jobs(), QVector<JobPointer>{second});
+        m_queue->addJob(nullptr);
+        QCOMPARE(names(), texts("a"));
+        QCOMPARE(log(), texts("a start"));
     }
 
     void countsOnlyWaitingJobs()
@@ -51,167 +79,126 @@ private slots:
 
     void runsJobsInOrder()
     {
-        QVector<JobPointer> jobs = {add(Type::JobConnect, "first")};
-        for (const char *name : {"a", "b", "c", "d", "e", "f", "g", "h"}) {
-            jobs.append(add(*name < 'd' ? Type::JobReadValue : Type::JobSetValue, name));
-        }
-        m_queue->removeJobs(Type::JobReboot); // none
-        for (int left = 0; left < 3; ++left) {
-            emit m_queue->currentJob()->finished();
-            QCOMPARE(m_queue->currentJob(), jobs.at(left + 1));
-            QCOMPARE(m_queue->jobs(), jobs.mid(left + 2));
-            QCOMPARE(m_queue->hasJob(Type::JobReadValue), left < 2);
-        }
-        m_queue->removeJobs(Type::JobReadValue);
-        QCOMPARE(m_queue->currentJob(), jobs.at(4));
-        QCOMPARE(m_queue->jobs(), jobs.mid(5));
-        jobs.append(add(Type::JobReadValue, "i"));
-        emit m_queue->currentJob()->finished();
-        m_queue->removeJobs(Type::JobSetValue);
-        QCOMPARE(m_queue->currentJob(), jobs.constLast());
-        QCOMPARE(m_queue->jobs(), QVector<JobPointer>());
-        emit m_queue->currentJob()->finished();
-        QVERIFY(m_queue->currentJob().isNull());
+        add(Type::JobReadValue, "a");
+        add(Type::JobSetValue, "b");
+        add(Type::JobReadValue, "c");
+        add(Type::JobReadValue, "d");
+        QCOMPARE(names(), texts("a|b|c|d"));
+        QCOMPARE(log(), texts("a start"));
+        finishCurrentJob();
+        QCOMPARE(log(), texts("a start|queue: jobFinished 1|a stop|b start"));
+        QCOMPARE(names(), texts("b|c|d"));
+        QVERIFY(m_queue->hasJob(Type::JobReadValue));
+        add(Type::JobReadDate, "e");
+        finishCurrentJob();
+        finishCurrentJob();
+        QCOMPARE(names(), texts("d|e"));
+        QVERIFY(!m_queue->hasJob(Type::JobReadValue));
     }
 
     void relaysResultsAtOnce()
     {
         const auto job = add(Type::JobReadValue, "a");
         const QDateTime time(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
-        emit job->dataRead(latin1("n"), latin1("v"));
-        emit job->dataWritten(latin1("n"), latin1("w"));
-        emit job->measurementsRead(time, {{latin1("co2"), latin1("1")}});
+        emit job->dataRead(text("n"), text("v"));
+        emit job->dataWritten(text("n"), text("w"));
+        emit job->measurementsRead(time, {{text("co2"), text("1")}});
         emit job->logValueRead(3, {1.5, 2}, time);
-        emit job->logTitlesRead({latin1("T"), latin1("H")});
+        emit job->logTitlesRead({text("T"), text("H")});
         emit job->actionFinished(SerialPortActionType::ActionSetDate, time);
         emit job->valueRead(SerialPortValueType::ValueLogCount, 7);
         emit job->eepromBlockRead(9, QByteArray("\x01\xff"));
         emit job->eepromBlockWritten(10);
         emit job->dataWrittenToEeprom(); // not relayed
         const QStringList expected = {
-            latin1("queue: dataRead n=v"),
-            latin1("queue: dataWritten n=w"),
-            latin1("queue: measurementsRead co2=1"),
-            latin1("queue: logValueRead 3 1.5|2 2017-11-13T10:20:30Z"),
-            latin1("queue: logTitlesRead T|H"),
-            latin1("queue: actionFinished 1 QDateTime 2017-11-13T10:20:30Z"),
-            latin1("queue: valueRead 2 int 7"),
-            latin1("queue: eepromBlockRead 9 01ff"),
-            latin1("queue: eepromBlockWritten 10")};
-        QCOMPARE(m_recorder->log, expected);
-        QCOMPARE(m_callLog, QStringList(latin1("a start")));
+            text("a start"),
+            text("queue: dataRead n=v"),
+            text("queue: dataWritten n=w"),
+            text("queue: measurementsRead co2=1"),
+            text("queue: logValueRead 3 1.5|2 2017-11-13T10:20:30Z"),
+            text("queue: logTitlesRead T|H"),
+            text("queue: actionFinished 1 QDateTime 2017-11-13T10:20:30Z"),
+            text("queue: valueRead 2 int 7"),
+            text("queue: eepromBlockRead 9 01ff"),
+            text("queue: eepromBlockWritten 10")};
+        QCOMPARE(log(), expected);
     }
 
-    void endsAJobThenStartsTheNext()
-    {
-        const auto a = add(Type::JobReadValue, "a");
-        add(Type::JobSetValue, "b");
-        QStringList callsAtJobFinished;
-        connect(m_queue.data(), &SerialPortQueue::jobFinished, this,
-                [&] { callsAtJobFinished = m_callLog; });
-        emit a->dataRead(latin1("n"), latin1("v"));
-        emit a->finished();
-        QCOMPARE(callsAtJobFinished, QStringList(latin1("a start")));
-        const QStringList log = {latin1("queue: dataRead n=v"), latin1("queue: jobFinished 1")};
-        QCOMPARE(m_recorder->log, log);
-        const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("b start")};
-        QCOMPARE(m_callLog, calls);
-        QVERIFY(m_queue->jobs().isEmpty());
-    }
-
-    void raisesAllJobsDoneAfterTheLastJob_data()
-    {
-        QTest::addColumn<int>("type");
-        for (const NamedType &named : displayNames) {
-            QTest::addRow("%s", named.name) << static_cast<int>(named.type);
-        }
-    }
-
+    // Quirk: not after a connect job, whose end makes the handler add more jobs.
+    void raisesAllJobsDoneAfterTheLastJob_data() { addTypes(); }
     void raisesAllJobsDoneAfterTheLastJob()
     {
         QFETCH(int, type);
-
-        const auto job = add(static_cast<Type>(type), "a");
-        emit job->finished();
-        QStringList expected = {latin1("queue: jobFinished %1").arg(type)};
-        if (static_cast<Type>(type) != Type::JobConnect) {
-            expected << latin1("queue: allJobsDone");
+        const auto jobType = static_cast<Type>(type);
+        QStringList done;
+        if (jobType != Type::JobConnect) {
+            done << text("queue: allJobsDone");
         }
-        QCOMPARE(m_recorder->log, expected);
+        add(jobType, "a");
+        finishCurrentJob();
+        QCOMPARE(log(),
+                 text("a start|queue: jobFinished %1|a stop").arg(type).split(text("|")) + done);
         QVERIFY(m_queue->currentJob().isNull());
+
+        // A job that is removed ends in the same way.
+        m_recorder.log.clear();
+        const QWeakPointer<FakeJob> removed = add(jobType, "b");
+        m_queue->removeJobs(jobType);
+        QCOMPARE(log(), texts("b start|b stop") + done);
+        QVERIFY(removed.isNull());
     }
 
     void startsAJobAddedInsideAllJobsDone()
     {
-        const auto a = add(Type::JobReadValue, "a");
-        QSharedPointer<FakeJob> b;
+        add(Type::JobReadValue, "a");
         connect(m_queue.data(), &SerialPortQueue::allJobsDone, this,
-                [&] { b = add(Type::JobSetValue, "b"); });
-        emit a->finished();
-        QCOMPARE(m_queue->currentJob(), JobPointer(b));
-        QVERIFY(b->isRunning());
+                [this] { add(Type::JobSetValue, "b"); });
+        finishCurrentJob();
+        QCOMPARE(names(), texts("b"));
+        QCOMPARE(log().last(), text("b start"));
     }
 
     void removesWaitingJobsWithoutASignal()
     {
-        const auto a = add(Type::JobReadValue, "a");
-        QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
-        const auto c = add(Type::JobReadDate, "c");
-        QWeakPointer<FakeJob> d = add(Type::JobSetValue, "d");
+        add(Type::JobReadValue, "a");
+        const QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
+        add(Type::JobReadDate, "c");
+        const QWeakPointer<FakeJob> d = add(Type::JobSetValue, "d");
+        add(Type::JobReadDate, "e");
+        m_queue->removeJobs(Type::JobReboot); // none
+        QCOMPARE(names(), texts("a|b|c|d|e"));
         m_queue->removeJobs(Type::JobSetValue);
         QVERIFY(b.isNull());
         QVERIFY(d.isNull());
-        QCOMPARE(m_queue->currentJob(), JobPointer(a));
-        QCOMPARE(m_queue->jobs(), QVector<JobPointer>{c});
-        QCOMPARE(m_recorder->log, QStringList());
-        QCOMPARE(m_callLog, QStringList(latin1("a start")));
-    }
-
-    void endsTheCurrentJobWhenItsTypeIsRemoved_data() { raisesAllJobsDoneAfterTheLastJob_data(); }
-
-    void endsTheCurrentJobWhenItsTypeIsRemoved()
-    {
-        QFETCH(int, type);
-
-        QWeakPointer<FakeJob> job = add(static_cast<Type>(type), "a");
-        m_queue->removeJobs(static_cast<Type>(type));
-        const bool isConnect = static_cast<Type>(type) == Type::JobConnect;
-        QCOMPARE(m_recorder->log,
-                 isConnect ? QStringList() : QStringList(latin1("queue: allJobsDone")));
-        const QStringList calls = {latin1("a start"), latin1("a stop")};
-        QCOMPARE(m_callLog, calls);
-        QVERIFY(job.isNull());
+        QCOMPARE(names(), texts("a|c|e"));
+        QCOMPARE(log(), texts("a start"));
     }
 
     void startsTheNextJobWhenTheCurrentIsRemoved()
     {
         add(Type::JobReadEepromBlock, "a");
         add(Type::JobReadEepromBlock, "b");
-        const auto c = add(Type::JobReadValue, "c");
+        add(Type::JobReadValue, "c");
         m_queue->removeJobs(Type::JobReadEepromBlock);
-        QCOMPARE(m_queue->currentJob(), JobPointer(c));
-        QCOMPARE(m_recorder->log, QStringList());
-        const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start")};
-        QCOMPARE(m_callLog, calls);
+        QCOMPARE(names(), texts("c"));
+        QCOMPARE(log(), texts("a start|a stop|c start"));
     }
 
     void clearsWithoutASignal()
     {
-        QWeakPointer<FakeJob> a = add(Type::JobReadValue, "a");
-        QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
+        const QWeakPointer<FakeJob> a = add(Type::JobReadValue, "a");
+        const QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
         m_queue->clear();
         m_queue->clear();
         QVERIFY(a.isNull());
         QVERIFY(b.isNull());
         QVERIFY(m_queue->currentJob().isNull());
-        QCOMPARE(m_recorder->log, QStringList());
-        const QStringList calls = {latin1("a start"), latin1("a stop")};
-        QCOMPARE(m_callLog, calls);
+        QCOMPARE(log(), texts("a start|a stop"));
     }
 
     void opensAClosedPort()
     {
-        QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
+        const auto port = PortPointer::create();
         m_queue->setSerialPort(port);
         port->openResult = false;
         QVERIFY(!m_queue->open());
@@ -227,10 +214,9 @@ private slots:
         add(Type::JobReadValue, "a");
         add(Type::JobSetValue, "b");
         m_queue->close();
-        QVERIFY(m_queue->currentJob().isNull());
-        QVERIFY(m_queue->jobs().isEmpty());
+        QCOMPARE(names(), texts(""));
 
-        QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
+        const auto port = PortPointer::create();
         m_queue->setSerialPort(port);
         QVERIFY(m_queue->open());
         add(Type::JobReadValue, "c");
@@ -238,74 +224,282 @@ private slots:
         m_queue->close();
         QVERIFY(!port->isOpen());
         QCOMPARE(port->closes, 1);
-        QVERIFY(m_queue->currentJob().isNull());
-        QVERIFY(m_queue->jobs().isEmpty());
-        const QStringList calls = {latin1("a start"), latin1("a stop"), latin1("c start"),
-                                   latin1("c stop")};
-        QCOMPARE(m_callLog, calls);
-        QCOMPARE(m_recorder->log, QStringList());
-        QCOMPARE(m_queue->serialPort(), QSharedPointer<SerialPortInterface>(port));
-    }
-
-    void returnsTheNameOfItsPort()
-    {
-        QVERIFY(m_queue->portName().isNull());
-        QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
-        port->name = latin1("ttyUSB3");
-        m_queue->setSerialPort(port);
-        QCOMPARE(m_queue->portName(), latin1("ttyUSB3"));
+        QCOMPARE(names(), texts(""));
+        QCOMPARE(log(), texts("a start|a stop|c start|c stop"));
+        QCOMPARE(m_queue->serialPort().data(), port.data());
     }
 
     void replacesThePort()
     {
-        QSharedPointer<FakeSerialPort> first(new FakeSerialPort);
-        QSharedPointer<FakeSerialPort> second(new FakeSerialPort);
+        auto first = PortPointer::create();
+        const auto second = PortPointer::create();
+        second->name = text("ttyUSB3");
         m_queue->setSerialPort(first);
         QCOMPARE(first->closes, 0);
         QVERIFY(m_queue->open());
-        QWeakPointer<FakeJob> a = add(Type::JobReadValue, "a");
-        QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
+        add(Type::JobReadValue, "a");
+        add(Type::JobSetValue, "b");
         m_queue->setSerialPort(second);
-        QCOMPARE(m_queue->serialPort(), QSharedPointer<SerialPortInterface>(second));
+        QCOMPARE(m_queue->serialPort().data(), second.data());
+        QCOMPARE(m_queue->portName(), text("ttyUSB3"));
         QVERIFY(!first->isOpen());
         QCOMPARE(first->closes, 2);
         QCOMPARE(second->closes, 0);
-        QVERIFY(a.isNull());
-        QVERIFY(b.isNull());
-        QCOMPARE(m_recorder->log, QStringList());
+        QCOMPARE(names(), texts(""));
+        QCOMPARE(log(), texts("a start|a stop"));
 
         const QWeakPointer<FakeSerialPort> released = first;
         first.clear();
         QVERIFY(released.isNull());
-        m_queue->setSerialPort(QSharedPointer<SerialPortInterface>());
+        m_queue->setSerialPort(nullptr);
         QVERIFY(m_queue->serialPort().isNull());
         QCOMPARE(second->closes, 2);
     }
 
     void takesTheSamePortAgain()
     {
-        QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
+        const auto port = PortPointer::create();
         m_queue->setSerialPort(port);
         m_queue->setSerialPort(port);
-        QCOMPARE(m_queue->serialPort(), QSharedPointer<SerialPortInterface>(port));
+        QCOMPARE(m_queue->serialPort().data(), port.data());
         QCOMPARE(port->closes, 2);
     }
 
     void closesThePortWhenDestroyed()
     {
-        QSharedPointer<FakeSerialPort> port(new FakeSerialPort);
+        const auto port = PortPointer::create();
         m_queue->setSerialPort(port);
         QVERIFY(m_queue->open());
-        QWeakPointer<FakeJob> a = add(Type::JobReadValue, "a");
-        QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
+        const QWeakPointer<FakeJob> a = add(Type::JobReadValue, "a");
+        const QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
         m_queue.reset();
         QVERIFY(!port->isOpen());
         QCOMPARE(port->closes, 1);
         QVERIFY(a.isNull());
         QVERIFY(b.isNull());
-        const QStringList calls = {latin1("a start"), latin1("a stop")};
-        QCOMPARE(m_callLog, calls);
+        QCOMPARE(log(), texts("a start|a stop"));
     }
+
+    // Quirk: a refused restart is ignored. The queue stops without a signal.
+    void staysStoppedUntilTheJobIsRemoved()
+    {
+        using Release = void (*)(SerialPortQueue &);
+        const QVector<QPair<Release, QStringList>> releases = {
+            {[](SerialPortQueue &queue) { queue.removeJobs(Type::JobReboot); }, texts("a|b|c")},
+            {[](SerialPortQueue &queue) { queue.removeJobs(Type::JobReadValue); }, texts("b|c")},
+            {[](SerialPortQueue &queue) { queue.clear(); }, texts("c")},
+            {[](SerialPortQueue &queue) { queue.close(); }, texts("c")},
+            {[](SerialPortQueue &queue) { queue.setSerialPort(PortPointer::create()); },
+             texts("c")},
+        };
+        for (const auto &[release, left] : releases) {
+            init();
+            const auto a = add(Type::JobReadValue, "a");
+            a->stop();
+            a->restartResult = false;
+            expectTimeout("Read value", restarting);
+            emit a->timedOut();
+            add(Type::JobSetValue, "b");
+            QCOMPARE(log(), texts("a start|a stop|a restart"));
+            release(*m_queue);
+            add(Type::JobReadDate, "c");
+            QCOMPARE(names(), left);
+            QCOMPARE(log().filter(text(" start")).last(), left.first() + text(" start"));
+            QVERIFY(log().filter(text("queue")).isEmpty());
+        }
+    }
+
+    void failsAJobThatCannotBeRestarted()
+    {
+        const auto a = add(Type::JobTransmitFirmwareBlock, "a");
+        add(Type::JobReadValue, "b");
+        a->restartable = false;
+        expectTimeout("Transmit firmware to device", notRestarting);
+        emit a->timedOut();
+        QCOMPARE(log(), texts("a start|queue: jobFailed 14|a stop|b start"));
+    }
+
+    void namesTheTypeOfAJob_data() { addTypes(); }
+    void namesTheTypeOfAJob()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, name);
+        const auto jobType = static_cast<Type>(type);
+        const auto a = add(jobType, "a");
+        expectTimeout(name.toUtf8(), restarting);
+        emit a->timedOut();
+        emit a->error(text("%1 why %2"));
+        QCOMPARE(log(),
+                 QStringList({text("a start"), text("a restart"),
+                              text("queue: error ") + name + text(" failed: %1 why %2"),
+                              text("a stop")}));
+    }
+
+    void hasNoNameForAnUnknownType()
+    {
+        emit add(static_cast<Type>(99), "a")->error(text("why"));
+        QCOMPARE(log(), texts("a start|queue: error  failed: why|a stop"));
+    }
+
+    void reportsAnErrorAndStartsTheNextJob()
+    {
+        const QWeakPointer<FakeJob> a = add(Type::JobSetDate, "a");
+        const auto b = add(Type::JobReadValue, "b");
+        emit a.toStrongRef()->error(text("why"));
+        QVERIFY(a.isNull());
+        emit b->error(text("too"));
+        QCOMPARE(log(),
+                 texts("a start|queue: error Set device clock failed: why|a stop|b start|queue: "
+                       "error Read value failed: too|b stop"));
+        QVERIFY(m_queue->currentJob().isNull());
+    }
+
+    void reportsAFailureAndStartsTheNextJob()
+    {
+        const auto a = add(Type::JobTransmitFirmwareBlock, "a");
+        const auto b = add(Type::JobTransmitFirmwareBlock, "b");
+        emit a->failed(Type::JobTransmitFirmwareBlock);
+        emit b->failed(Type::JobTransmitFirmwareBlock);
+        QCOMPARE(log(),
+                 texts("a start|queue: jobFailed 14|a stop|b start|queue: jobFailed 14|b stop"));
+        QVERIFY(m_queue->currentJob().isNull());
+    }
+
+    void allowsARemovalBeforeTheNextJobStarts()
+    {
+        connect(m_queue.data(), &SerialPortQueue::jobFailed, this,
+                [this](Type type) { m_queue->removeJobs(type); });
+        const auto a = add(Type::JobTransmitFirmwareBlock, "a");
+        add(Type::JobTransmitFirmwareBlock, "b");
+        const auto c = add(Type::JobReadValue, "c");
+        emit a->failed(Type::JobTransmitFirmwareBlock);
+        // The job that the removal has started continues.
+        QCOMPARE(names(), texts("c"));
+        QCOMPARE(log(), texts("a start|queue: jobFailed 14|a stop|c start"));
+
+        // With no other job the removal ends the work.
+        m_recorder.log.clear();
+        emit c->failed(Type::JobReadValue);
+        QCOMPARE(log(), texts("queue: jobFailed 1|c stop|queue: allJobsDone"));
+        QVERIFY(m_queue->currentJob().isNull());
+    }
+
+    void ignoresTheEndOfARemovedJob()
+    {
+        const auto former = add(Type::JobReadValue, "a");
+        m_queue->clear();
+        const auto raiseEveryEnd = [&former] {
+            emit former->finished();
+            emit former->timedOut();
+            emit former->error(text("why"));
+            emit former->failed(Type::JobReadValue);
+        };
+        raiseEveryEnd();
+        add(Type::JobSetValue, "b");
+        raiseEveryEnd();
+        QCOMPARE(log(), texts("a start|a stop|b start"));
+        QCOMPARE(names(), texts("b"));
+    }
+
+    // Quirk: the queue disconnects in the other direction.
+    void relaysResultsOfARemovedJob()
+    {
+        const auto former = add(Type::JobReadValue, "a");
+        m_queue->clear();
+        emit former->dataRead(text("n"), text("v"));
+        QCOMPARE(log().last(), text("queue: dataRead n=v"));
+    }
+
+    void treatsACallWithoutASenderAsTheCurrentJobs()
+    {
+        m_queue->onJobFinished();
+        m_queue->onJobTimedOut();
+        m_queue->onJobError(text("why"));
+        m_queue->onJobFailed(Type::JobReadValue);
+        QCOMPARE(log(), QStringList());
+
+        add(Type::JobReadValue, "a");
+        add(Type::JobSetValue, "b");
+        add(Type::JobReadDate, "c");
+        expectTimeout("Read value", restarting);
+        m_queue->onJobTimedOut();
+        m_queue->onJobFinished();
+        m_queue->onJobError(text("why"));
+        m_queue->onJobFailed(Type::JobReboot);
+        QCOMPARE(
+            log().filter(text("queue")),
+            texts("queue: jobFinished 1|queue: error Write value failed: why|queue: jobFailed 12"));
+        QVERIFY(m_queue->currentJob().isNull());
+    }
+
+    void keepsJobsAddedInsideASignal()
+    {
+        using End = void (*)(FakeJob &);
+        const QVector<QPair<End, QString>> ends = {
+            {[](FakeJob &job) { emit job.finished(); }, text("queue: jobFinished 1")},
+            {[](FakeJob &job) { emit job.error(text("why")); },
+             text("queue: error Read value failed: why")},
+            {[](FakeJob &job) { emit job.failed(Type::JobReadValue); }, text("queue: jobFailed 1")},
+        };
+        for (const auto &[end, signal] : ends) {
+            init();
+            const auto a = add(Type::JobReadValue, "a");
+            add(Type::JobSetValue, "b");
+            m_recorder.onSignal = [this](int) {
+                m_queue->clear();
+                add(Type::JobReadDate, "c");
+                add(Type::JobReadDate, "d");
+            };
+            end(*a);
+            QCOMPARE(log(),
+                     QStringList({text("a start"), signal, text("a stop"), text("c start")}));
+            QCOMPARE(names(), texts("c|d"));
+        }
+    }
+
+private:
+    static void addTypes()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("name");
+        // In the order of the types' numbers.
+        const QStringList displayNames =
+            texts("Connect to device|Read value|Write value|Read measurements|Read all log entries|"
+                  "Read single log value|Writing settings to EEPROM|Erasing log|Set device clock|"
+                  "Read device clock|Read device model|Factory reset|Restart device|"
+                  "Update firmware|Transmit firmware to device|Read eeprom block from device|"
+                  "Write eeprom block to device");
+        for (int type = 0; type < displayNames.size(); ++type) {
+            QTest::addRow("%s", qPrintable(displayNames.at(type))) << type << displayNames.at(type);
+        }
+    }
+
+    QSharedPointer<FakeJob> add(Type type, const char *name)
+    {
+        QSharedPointer<FakeJob> job(new FakeJob(type, &m_recorder.log, text(name)));
+        m_queue->addJob(job);
+        return job;
+    }
+
+    void finishCurrentJob() { emit m_queue->currentJob()->finished(); }
+
+    // The name of the current job, empty without one, then those of the waiting jobs.
+    QStringList names() const
+    {
+        auto jobs = m_queue->jobs();
+        jobs.prepend(m_queue->currentJob());
+        QStringList names;
+        for (const auto &job : qAsConst(jobs)) {
+            names.append(job ? job.staticCast<FakeJob>()->name : QString());
+        }
+        return names;
+    }
+
+    // The calls of all jobs and the signals of the queue.
+    const QStringList &log() const { return m_recorder.log; }
+
+    SignalRecorder m_recorder;
+    QScopedPointer<QueueWithPublicSlots> m_queue;
 };
 
 KV_TEST_CORE_MAIN(TestSerialPortQueue)
