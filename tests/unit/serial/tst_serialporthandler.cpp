@@ -86,8 +86,8 @@ private slots:
     void registersTheMetaTypes()
     {
         HandlerFixture f;
-        for (const char *name :
-             {"SerialPortActionType", "SerialPortValueType", "SerialPortJobType"}) {
+        for (const char *name : {"SerialPortActionType", "SerialPortValueType", "SerialPortJobType",
+                                 "QVector<LogValue>"}) {
             const int type = QMetaType::type(name);
             QVERIFY2(type != QMetaType::UnknownType && QMetaType::isRegistered(type), name);
         }
