@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/loggedlines.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/handlerfixture.h"
 
 #include <QtTest/QtTest>
-#include <functional>
 
 namespace {
 
@@ -54,17 +54,6 @@ public:
     bool answer = false;
 };
 
-QStringList linesLoggedBy(const std::function<void()> &action)
-{
-    static QStringList lines;
-    lines.clear();
-    const QtMessageHandler before = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext &, const QString &line) { lines.append(line); });
-    action();
-    qInstallMessageHandler(before);
-    return lines;
-}
-
 } // namespace
 
 class TestSerialPortHandler : public QObject
@@ -99,7 +88,7 @@ private slots:
         const QStringList lines = linesLoggedBy([&f] { askAll(f.handler); });
         QVERIFY(f.queue->calls.isEmpty());
         // Only readValue() logs the reason.
-        QCOMPARE(lines, texts("Unable to add job false true"));
+        QCOMPARE(lines, texts("warning: Unable to add job false true"));
     }
 
     void makesTheJobOfEachRequest()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/kit/loggedlines.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 #include "tests/unit/storage/sqlitestorefixture.h"
@@ -18,13 +19,6 @@ QDateTime at(qint64 milliseconds)
 MeasurementValue notAvailable(const char *name)
 {
     return {text(name), false, 0.0};
-}
-
-QStringList caughtLines;
-
-void catchLine(QtMsgType, const QMessageLogContext &, const QString &line)
-{
-    caughtLines << line;
 }
 
 } // namespace
@@ -376,16 +370,14 @@ private slots:
         rows("alter table measurement_metadata rename to kept");
         rows("create view measurement_metadata as select * from kept where abs(random()) % 2 = 0");
 
-        QStringList allCaught;
+        QStringList allLogged;
         for (int reading = 0; reading < readings; ++reading) {
-            caughtLines.clear();
-            const QtMessageHandler before = qInstallMessageHandler(catchLine);
-            const QStringList found = measurements(0, count);
-            qInstallMessageHandler(before);
-            allCaught << caughtLines;
+            QStringList found;
+            const QStringList logged = linesLoggedBy([&] { found = measurements(0, count); });
+            allLogged << logged;
 
             // A row is with its value, without it, or only in the log.
-            const QStringList shown = found + caughtLines;
+            const QStringList shown = found + logged;
             int accounted = 0;
             for (int id = 1; id <= count; ++id) {
                 const int times = shown.count(QStringLiteral("%1: T=%1").arg(id))
@@ -396,8 +388,8 @@ private slots:
             }
             QCOMPARE(accounted, shown.size());
         }
-        QVERIFY(allCaught.contains(text("Metadata 1 not found!")));
-        QVERIFY(allCaught.contains(QStringLiteral("Metadata %1 not found!").arg(count)));
+        QVERIFY(allLogged.contains(text("Metadata 1 not found!")));
+        QVERIFY(allLogged.contains(QStringLiteral("Metadata %1 not found!").arg(count)));
     }
 
     void isNotDisturbedByADecimalComma()

@@ -3,7 +3,7 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
 #include "tests/kit/text.h"
-#include "tests/unit/ui/loggedlines.h"
+#include "tests/kit/loggedlines.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QLocale>

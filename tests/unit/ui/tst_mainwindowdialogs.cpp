@@ -5,7 +5,7 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
 #include "tests/kit/windowdriver.h"
-#include "tests/unit/ui/loggedlines.h"
+#include "tests/kit/loggedlines.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QtCore/QStringList>
+#include <QtCore/QtGlobal>
 #include <functional>
 
 /// The lines that @p steps log, which are not printed then; a warning begins with "warning: ".
