@@ -1,69 +1,100 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/integration/faultexpectations.h"
 #include "tests/kit/devicelink.h"
+#include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QThread>
 #include <QtTest/QtTest>
 
 namespace {
 
+using Faults = FaultMatrix::AnyOf<FaultKind>;
+
 constexpr int affectedBlock = 5; // of the memory
 constexpr int sufficientBlocks = 9; // of 1024, the affected one among them
 constexpr int blockSize = 64;
-constexpr int memorySize = 65536;
-constexpr int firmwareSize = 40; // three blocks
+
+QByteArray memoryImage()
+{
+    return files::pseudoRandomBytes(65536);
+}
+
+QByteArray firmwareImage()
+{
+    return memoryImage().left(40); // three blocks
+}
+
+/// How an operation is requested, how its success is reported and how it is cancelled.
+struct Steps
+{
+    void (*request)(SerialPortHandler &);
+    const char *report; ///< the beginning of an event
+    const char *value = ""; ///< that follows
+    void (SerialPortHandler::*cancel)() = nullptr;
+};
+
+// In the order of HandlerOperation.
+const Steps allSteps[] = {
+    {[](auto &handler) { handler.connectToDevice(); }, "connected"},
+    {[](auto &handler) { handler.readMeasurements(); }, "measurements"},
+    {[](auto &handler) { handler.readModel(); }, "value 3 QString ", "KVT-100"},
+    {[](auto &handler) { handler.readValue(text("altitude")); }, "read altitude=", "120"},
+    {[](auto &handler) { handler.setValue(text("altitude"), text("321")); },
+     "written altitude=", "321"},
+    {[](auto &handler) { handler.readDate(); }, "value 0 QDateTime "},
+    {[](auto &handler) {
+         handler.setDate({{2030, 1, 2}, {3, 4, 5}, Qt::UTC});
+     },
+     "finished 1 QDateTime ", "2030-01-02T03:04:05Z"},
+    {[](auto &handler) { handler.writeToEeprom(); }, "finished 0 nothing"},
+    {[](auto &handler) { handler.readLog(); }, "log", "", &SerialPortHandler::cancelLogRead},
+    {[](auto &handler) { handler.eraseLog(); }, "finished 2 nothing"},
+    {[](auto &handler) { handler.readEeprom(); }, "finished 8", "",
+     &SerialPortHandler::cancelEepromRead},
+    {[](auto &handler) { handler.writeEeprom(memoryImage()); }, "finished 9 nothing", "",
+     &SerialPortHandler::cancelEepromWrite},
+    {[](auto &handler) { handler.reboot(); }, "finished 3 nothing"},
+    {[](auto &handler) {
+         handler.rebootToBootloader();
+         handler.updateFirmware(firmwareImage());
+     },
+     "finished 7 int 100", "", &SerialPortHandler::cancelFirmwareUpdate},
+};
 
 bool isRestart(HandlerOperation operation)
 {
     return operation == Reboot || operation == UpdateFirmware;
 }
 
-bool isDeadLine(FaultKind fault)
-{
-    return fault == FaultKind::HangUpBefore || fault == FaultKind::HangUpDuring;
-}
-
 // The time-outs of the pair, in ms; 0: the job's own.
 int timeoutMs(FaultKind fault, HandlerOperation operation)
 {
-    constexpr int deadLineMs = 40;
-    constexpr int noGoodAnswerMs = 100;
-    constexpr int oneBadAnswerMs = 200;
-    constexpr int gatheredMs = 300; // for answers that are gathered
+    using F = FaultKind;
     constexpr int afterRestartMs = 2000; // by then the device is back
-    switch (fault) {
-    case FaultKind::LateAnswer:
-        return isRestart(operation) ? afterRestartMs : lateAnswerTimeoutMs;
-    case FaultKind::SilenceOnce:
-    case FaultKind::LostByte:
-    case FaultKind::FlippedBit:
-    case FaultKind::NulByte:
-        return operation == ReadLog ? gatheredMs
-            : isRestart(operation)  ? afterRestartMs
-                                    : oneBadAnswerMs;
-    case FaultKind::HangUpBefore:
-        return deadLineMs;
-    case FaultKind::Silence:
-    case FaultKind::HangUpDuring:
-    case FaultKind::WrongChecksumAlways:
-    case FaultKind::WrongEntryAlways:
-    case FaultKind::MalformedRecordAlways:
-    case FaultKind::MalformedBlockAlways:
-        return noGoodAnswerMs;
-    case FaultKind::ShortDelay:
-    case FaultKind::SingleBytes:
-    case FaultKind::Chatter:
-    case FaultKind::UnknownModel:
-    case FaultKind::NoLogOption:
-    case FaultKind::FinalStar:
-    case FaultKind::HangUpAfter:
-        return 0;
-    default:
-        return gatheredMs;
+    constexpr int gatheredMs = 300; // for answers that are gathered
+    const Faults oneBadAnswer{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte};
+    if (isRestart(operation) && (fault == F::LateAnswer || oneBadAnswer.contains(fault))) {
+        return afterRestartMs;
     }
+    const QVector<QPair<Faults, int>> timeouts = {
+        {F::LateAnswer, lateAnswerTimeoutMs},
+        {oneBadAnswer, operation == ReadLog ? gatheredMs : 200},
+        {F::HangUpBefore, 40},
+        {{F::Silence, F::HangUpDuring, F::WrongChecksumAlways, F::WrongEntryAlways,
+          F::MalformedRecordAlways, F::MalformedBlockAlways},
+         100},
+        {{F::ShortDelay, F::SingleBytes, F::Chatter, F::UnknownModel, F::NoLogOption, F::FinalStar,
+          F::HangUpAfter},
+         0},
+    };
+    for (const auto &timeout : timeouts) {
+        if (timeout.first.contains(fault)) {
+            return timeout.second;
+        }
+    }
+    return gatheredMs;
 }
 
 QByteArray sendsText(int sends)
@@ -79,14 +110,6 @@ class TestHandlerFaultInjection : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        for (int index = 0; index < memorySize; ++index) {
-            m_memory += static_cast<char>((index * 7) & 0xff);
-        }
-        m_firmware = m_memory.left(firmwareSize);
-    }
-
     void init()
     {
         m_folder.reset(new QTemporaryDir);
@@ -123,8 +146,8 @@ private:
                                "--image-size %4")
                               .arg(update ? 300 : 20)
                               .arg(update ? 1000 : 300)
-                              .arg(m_folder->filePath(text("image")))
-                              .arg(firmwareSize);
+                              .arg(imageFile())
+                              .arg(firmwareImage().size());
         if (m_fault == FaultKind::NoLogOption) {
             options += text(" --no-log-option");
         }
@@ -139,10 +162,10 @@ private:
         if (m_fault == FaultKind::HangUpBefore) {
             m_link->simulator.hangUp();
         }
-        const bool damagesLine = m_fault == FaultKind::WrongChecksum
-            || m_fault == FaultKind::LostByte || m_fault == FaultKind::FlippedBit;
+        const Faults damagesLine{FaultKind::WrongChecksum, FaultKind::LostByte,
+                                 FaultKind::FlippedBit};
         // Otherwise each piece of the line after a wrong checksum uses up another send.
-        m_link->gatherMs = damagesLine && m_operation == ReadLog ? 30 : 0;
+        m_link->gatherMs = m_operation == ReadLog && damagesLine.contains(m_fault) ? 30 : 0;
         return true;
     }
 
@@ -157,72 +180,17 @@ private:
         return faultInfo(m_fault).simulatorFaultFor(command, operation.damagedByte);
     }
 
-    void request()
-    {
-        SerialPortHandler &handler = m_link->handler;
-        switch (m_operation) {
-        case Connect:
-            handler.connectToDevice();
-            break;
-        case Poll:
-            handler.readMeasurements();
-            break;
-        case ReadModel:
-            handler.readModel();
-            break;
-        case ReadValue:
-            handler.readValue(text("altitude"));
-            break;
-        case SetValue:
-            handler.setValue(text("altitude"), text("321"));
-            break;
-        case ReadClock:
-            handler.readDate();
-            break;
-        case SetClock:
-            handler.setDate(QDateTime(QDate(2030, 1, 2), QTime(3, 4, 5), Qt::UTC));
-            break;
-        case StoreSettings:
-            handler.writeToEeprom();
-            break;
-        case ReadLog:
-            handler.readLog();
-            break;
-        case EraseLog:
-            handler.eraseLog();
-            break;
-        case ReadMemory:
-            handler.readEeprom();
-            break;
-        case WriteMemory:
-            handler.writeEeprom(m_memory);
-            break;
-        case Reboot:
-            handler.reboot();
-            break;
-        case UpdateFirmware:
-            handler.rebootToBootloader();
-            handler.updateFirmware(m_firmware);
-            break;
-        }
-    }
-
     bool hasEnded() const
     {
-        const QStringList &events = m_link->events;
-        switch (m_operation) {
-        case Connect:
-            return events.contains(text("connected"));
-        case ReadLog:
-            return events.contains(text("log")) || events.contains(text("value 1 false"));
-        case ReadMemory:
-        case WriteMemory:
+        const auto hasEvent = [this](const char *name) {
+            return m_link->events.contains(text(name));
+        };
+        if (m_operation == ReadMemory || m_operation == WriteMemory) {
             return m_link->memoryProgress.size() >= sufficientBlocks;
-        case UpdateFirmware:
-            return events.contains(text("failed 5")) || events.contains(text("allJobsDone"));
-        default:
-            return events.contains(text("allJobsDone"));
         }
+        return m_operation == ReadLog
+            ? hasEvent("log") || hasEvent("value 1 bool false")
+            : hasEvent("connected") || hasEvent("failed 5") || hasEvent("allJobsDone");
     }
 
     /// Keeps the event loop from running after the second send until both answers have arrived.
@@ -242,7 +210,7 @@ private:
         if (!prepare()) {
             return "not prepared";
         }
-        request();
+        steps().request(m_link->handler);
         m_link->setTimeouts(timeoutMs(m_fault, m_operation));
         if (m_fault == FaultKind::LateAnswer && !isRestart(m_operation) && !awaitBothAnswers()) {
             return "not sent again";
@@ -259,13 +227,11 @@ private:
 
     QByteArray outcome()
     {
-        if (m_operation == ReadMemory) {
-            m_link->handler.cancelEepromRead();
-        } else if (m_operation == WriteMemory) {
-            m_link->handler.cancelEepromWrite();
+        if (m_operation == ReadMemory || m_operation == WriteMemory) {
+            (m_link->handler.*steps().cancel)();
         }
         const QStringList &events = m_link->events;
-        if (events.contains(text("value 1 false"))) {
+        if (events.contains(text("value 1 bool false"))) {
             return "reports that there is no log";
         }
         if (events.contains(text("failed 5"))) {
@@ -289,7 +255,7 @@ private:
         if (m_operation == ReadLog && !reported.isEmpty()) {
             reported = reported.mid(2); // the first two report the count of rows
         }
-        reported.removeAll(text("finished 4"));
+        reported.removeAll(text("finished 4 nothing"));
         if (!reported.isEmpty()) {
             return "queue stopped, but reported " + reported.join(text("; ")).toLatin1();
         }
@@ -306,20 +272,16 @@ private:
         m_link->simulator.control("fault clear");
         m_link->gatherMs = 0;
         m_link->setTimeouts(0);
-        if (isDeadLine(m_fault)) {
+        if (m_fault == FaultKind::HangUpBefore || m_fault == FaultKind::HangUpDuring) {
             call = "close";
             handler.disconnectFromDevice();
         } else if (m_operation == Connect) {
             call = "connect";
             handler.connectToDevice();
-        } else if (m_operation == ReadLog) {
-            handler.cancelLogRead();
-        } else if (m_operation == ReadMemory) {
-            handler.cancelEepromRead();
-        } else if (m_operation == WriteMemory) {
-            handler.cancelEepromWrite();
-        } else if (m_operation == UpdateFirmware && m_link->events.contains(text("finished 4"))) {
-            handler.cancelFirmwareUpdate();
+        } else if (steps().cancel != nullptr
+                   && (m_operation != UpdateFirmware
+                       || m_link->events.contains(text("finished 4 nothing")))) {
+            (handler.*steps().cancel)();
         } else {
             call = "clear";
             handler.clearJobs();
@@ -365,71 +327,56 @@ private:
     /// Whether the reported result is the device's own; @p value is what was reported.
     bool isCorrect(QString &value)
     {
-        const QStringList &events = m_link->events;
         SimulatorProcess &simulator = m_link->simulator;
-        const auto ownBlock = [&simulator] {
-            return simulator.control("memory " + QByteArray::number(affectedBlock)).value(0);
+        const auto ownBlock = [&] {
+            return QByteArray::fromHex(
+                simulator.control("memory " + QByteArray::number(affectedBlock)).value(0));
         };
+        value = reportedValue(text(steps().report));
+        const bool isReported = value == text(steps().value);
         switch (m_operation) {
-        case Connect:
-            return true;
         case Poll:
             return m_link->hasDevicesMeasurements();
-        case ReadModel:
-            value = reportedValue("value 3 ");
-            return value == text("KVT-100");
-        case ReadValue:
-            value = reportedValue("read altitude=");
-            return value == text("120");
         case SetValue:
-            value = reportedValue("written altitude=");
-            return value == text("321") && simulator.setting("altitude") == "321";
+            return isReported && simulator.setting("altitude") == "321";
         case ReadClock: {
-            value = reportedValue("value 0 ");
             const QDateTime time = QDateTime::fromString(value, Qt::ISODate);
             return qAbs(time.secsTo(QDateTime::currentDateTimeUtc())) < 20;
         }
         case SetClock:
-            value = reportedValue("finished 1 ");
-            return value == text("2030-01-02T03:04:05Z")
+            return isReported
                 && simulator.control("clock").value(0).startsWith("2030-01-02T03:04:");
-        case StoreSettings:
-            return events.contains(text("finished 0"));
         case ReadLog:
             return m_link->hasDevicesLog();
         case EraseLog:
-            return events.contains(text("finished 2")) && simulator.state("log") == "0";
+            return isReported && simulator.state("log") == "0";
         case ReadMemory:
             value = text("%1 bytes").arg(m_blocks.value(affectedBlock).size());
-            return m_blocks.value(affectedBlock).toHex() == ownBlock();
+            return m_blocks.value(affectedBlock) == ownBlock();
         case WriteMemory:
-            return m_memory.mid(affectedBlock * blockSize, blockSize).toHex() == ownBlock();
-        case Reboot:
-            return events.contains(text("finished 3"));
-        case UpdateFirmware: {
-            QFile file(m_folder->filePath(text("image")));
-            return events.contains(text("finished 7 100")) && file.open(QIODevice::ReadOnly)
-                && file.readAll() == m_firmware;
+            return memoryImage().mid(affectedBlock * blockSize, blockSize) == ownBlock();
+        case UpdateFirmware:
+            return isReported && files::contents(imageFile()) == firmwareImage();
+        default:
+            return isReported;
         }
-        }
-        return false;
     }
 
-    QString reportedValue(const char *prefix) const
+    QString reportedValue(const QString &report) const
     {
         for (const QString &event : m_link->events) {
-            if (event.startsWith(text(prefix))) {
-                return event.mid(static_cast<int>(qstrlen(prefix)));
+            if (event.startsWith(report)) {
+                return event.mid(report.size());
             }
         }
         return text("nothing");
     }
 
+    const Steps &steps() const { return allSteps[m_operation]; }
+    QString imageFile() const { return m_folder->filePath(text("image")); }
     QString command() const { return text(m_matrix.operation(m_operation).command); }
 
     FaultMatrix m_matrix = handlerFaultMatrix();
-    QByteArray m_memory; ///< for writing
-    QByteArray m_firmware;
 
     // Of the pair that is being run.
     FaultKind m_fault = {};

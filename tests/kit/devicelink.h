@@ -7,10 +7,7 @@
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/text.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QMap>
-#include <QtCore/QObject>
-#include <QtCore/QStringList>
 #include <functional>
 
 /// Longest wait of the functions below.
@@ -35,7 +32,8 @@ public:
 };
 
 /// The real handler, queue and transport, connected to a simulated transmitter. The handler's
-/// signals are recorded in @c events, one line each.
+/// signals are recorded in @c events, one line each, with their arguments as toLogString() gives
+/// them.
 class DeviceLink : public QObject
 {
 public:
@@ -45,10 +43,13 @@ public:
     bool start(const QString &options = QString());
 
     /// The same, and connects.
-    bool startConnected(const QString &options = QString());
+    bool startConnected(const QString &options = QString())
+    {
+        return start(options) && connectDevice();
+    }
 
     /// Sets a new transport for the simulator's port, or for @p path.
-    void renewPort();
+    void renewPort() { setPort(simulator.port()); }
     void setPort(const QString &path);
 
     /// Connects, waits for the device's answer and clears the records.
@@ -56,7 +57,10 @@ public:
 
     void clearRecords();
 
-    bool waitFor(const QString &event);
+    bool waitFor(const QString &event)
+    {
+        return runUntil([&] { return events.contains(event); });
+    }
     bool waitForDone() { return waitFor(text("allJobsDone")); }
 
     /// Reads the variable @p name and compares; the device must answer.
@@ -64,7 +68,10 @@ public:
 
     /// Whether the current job has been sent five times, so that the queue has stopped.
     bool isStalled() const;
-    bool waitForStall();
+    bool waitForStall()
+    {
+        return runUntil([this] { return isStalled(); });
+    }
     bool isIdle() const { return !queue->currentJob(); }
 
     /// Sets the time-out of all present jobs, and of later log jobs, to @p ms; 0 keeps their own.
@@ -74,11 +81,8 @@ public:
     int sends(const QString &command) const;
 
     /// Whether the last result read is the device's own.
-    bool hasDevicesMeasurements();
+    bool hasDevicesMeasurements() { return measurements == simulator.measurementValues(); }
     bool hasDevicesLog();
-
-    /// The rows of the device's own log, and its titles.
-    QVector<LogValue> devicesLog(QStringList &ownTitles);
 
     SimulatorProcess simulator;
     QSharedPointer<SerialPortQueue> queue;
@@ -97,9 +101,6 @@ public:
     int gatherMs = 0; ///< pause after each chunk, so that the next one arrives whole
 
 private:
-    void record(const QString &event) { events.append(event); }
-    void recordSignals();
-    void recordLongReads();
     void recordAction(SerialPortActionType action, const QVariant &result);
 
     int m_timeoutMs = 0;

@@ -13,28 +13,12 @@
 
 namespace {
 
-constexpr int lookIntervalMs = 20;
-
-void pressButton(const QDialog *dialog, const QString &text)
+void pressFirst(const QDialog *dialog, const std::function<bool(QAbstractButton *)> &isWanted)
 {
     const QList<QAbstractButton *> buttons = dialog->findChildren<QAbstractButton *>();
-    for (QAbstractButton *button : buttons) {
-        if (button->isVisible() && button->text().remove(QLatin1Char('&')) == text) {
-            QTest::mouseClick(button, Qt::LeftButton);
-            return;
-        }
-    }
-}
-
-void acceptFile(const QDialog *dialog)
-{
-    const auto *const box = dialog->findChild<QDialogButtonBox *>();
-    const QList<QAbstractButton *> buttons = box->buttons();
-    for (QAbstractButton *button : buttons) {
-        if (box->buttonRole(button) == QDialogButtonBox::AcceptRole) {
-            QTest::mouseClick(button, Qt::LeftButton);
-            return;
-        }
+    const auto button = std::find_if(buttons.begin(), buttons.end(), isWanted);
+    if (button != buttons.end()) {
+        QTest::mouseClick(*button, Qt::LeftButton);
     }
 }
 
@@ -43,7 +27,7 @@ void acceptFile(const QDialog *dialog)
 DialogDriver::DialogDriver(QObject *parent)
     : QObject(parent)
 {
-    schedule();
+    look();
 }
 
 void DialogDriver::answerBox(const QString &text, const QString &button)
@@ -53,7 +37,12 @@ void DialogDriver::answerBox(const QString &text, const QString &button)
                           const auto *const box = qobject_cast<const QMessageBox *>(dialog);
                           return box && box->text().contains(text);
                       },
-                      [button](QDialog *dialog) { pressButton(dialog, button); }});
+                      [button](const QDialog *dialog) {
+                          pressFirst(dialog, [&](const QAbstractButton *candidate) {
+                              return candidate->isVisible()
+                                  && candidate->text().remove(QLatin1Char('&')) == button;
+                          });
+                      }});
 }
 
 void DialogDriver::answerFileDialog(const QString &caption, const QString &path)
@@ -63,11 +52,13 @@ void DialogDriver::answerFileDialog(const QString &caption, const QString &path)
          [caption](const QDialog *dialog) {
              return qobject_cast<const QFileDialog *>(dialog) && dialog->windowTitle() == caption;
          },
-         [path](QDialog *dialog) {
-             auto *const name = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+         [path](const QDialog *dialog) {
              // Not typed: the list of completions would take the Return key.
-             name->setText(path);
-             acceptFile(dialog);
+             dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(path);
+             const auto *const box = dialog->findChild<QDialogButtonBox *>();
+             pressFirst(dialog, [box](QAbstractButton *button) {
+                 return box->buttonRole(button) == QDialogButtonBox::AcceptRole;
+             });
          }});
 }
 
@@ -75,16 +66,6 @@ void DialogDriver::answerDialog(const QString &title, const Action &action)
 {
     m_answers.append(
         {title, [title](const QDialog *dialog) { return dialog->windowTitle() == title; }, action});
-}
-
-void DialogDriver::escapeDialog(const QString &title)
-{
-    answerDialog(title, [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
-}
-
-bool DialogDriver::isSatisfied() const
-{
-    return m_answers.isEmpty() && m_unexpected.isEmpty();
 }
 
 QString DialogDriver::complaint() const
@@ -99,22 +80,12 @@ QString DialogDriver::complaint() const
     return parts.join(QStringLiteral("; "));
 }
 
-void DialogDriver::reset()
-{
-    m_answers.clear();
-    m_unexpected.clear();
-}
-
-void DialogDriver::schedule()
-{
-    // A new single shot each time: an action that opens another dialog nests an event loop, in
-    // which the timer of the running slot doesn't fire.
-    QTimer::singleShot(lookIntervalMs, this, &DialogDriver::look);
-}
-
 void DialogDriver::look()
 {
-    schedule();
+    constexpr int intervalMs = 20;
+    // A new single shot each time: an action that opens another dialog nests an event loop, in
+    // which the timer of the running slot doesn't fire.
+    QTimer::singleShot(intervalMs, this, &DialogDriver::look);
     auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
     if (dialog != m_current) {
         m_current = dialog;

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCore/QList>
-#include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <QtCore/QString>
-#include <QtCore/QStringList>
+#include <QtTest/QTest>
 #include <QtWidgets/QDialog>
 #include <functional>
 
@@ -34,16 +31,23 @@ public:
     void answerDialog(const QString &title, const Action &action);
 
     /// Presses Escape in the next dialog with the title @p title.
-    void escapeDialog(const QString &title);
+    void escapeDialog(const QString &title)
+    {
+        answerDialog(title, [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+    }
 
     /// True when each prepared answer has been given and no dialog was unexpected.
-    bool isSatisfied() const;
+    bool isSatisfied() const { return m_answers.isEmpty() && m_unexpected.isEmpty(); }
 
     /// Which dialogs were missing or unexpected, as a sentence; empty when satisfied.
     QString complaint() const;
 
     /// Removes the prepared answers and recorded dialogs.
-    void reset();
+    void reset()
+    {
+        m_answers.clear();
+        m_unexpected.clear();
+    }
 
     /// Called with each dialog before it is answered, for a screenshot.
     std::function<void(QDialog *)> onDialogShown;
@@ -56,7 +60,6 @@ private:
         Action action;
     };
 
-    void schedule();
     void look();
     void answer(QDialog *dialog);
 

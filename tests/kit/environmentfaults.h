@@ -5,16 +5,29 @@
 #include <QtCore/QString>
 #include <QtCore/QtGlobal>
 #include <array>
+#include <csignal>
+#include <fcntl.h>
 #include <linux/capability.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 /// Drops the privileges of this thread while it exists, so that permissions and exclusive ports
 /// apply even when the tests run as root. Has no effect for an ordinary user.
 class DropPrivilegesScope
 {
 public:
-    DropPrivilegesScope();
-    ~DropPrivilegesScope();
+    DropPrivilegesScope()
+    {
+        ::syscall(SYS_capget, &m_header, m_before.data());
+        auto dropped = m_before;
+        for (auto &set : dropped) {
+            set.effective = 0;
+        }
+        ::syscall(SYS_capset, &m_header, dropped.data());
+    }
+    ~DropPrivilegesScope() { ::syscall(SYS_capset, &m_header, m_before.data()); }
     Q_DISABLE_COPY(DropPrivilegesScope)
 
 private:
@@ -26,21 +39,40 @@ private:
 class FullDiskScope
 {
 public:
-    FullDiskScope();
-    ~FullDiskScope();
+    FullDiskScope()
+        : m_signalBefore(::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        rlimit none = m_before;
+        none.rlim_cur = 0;
+        ::setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~FullDiskScope()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        ::signal(SIGXFSZ, m_signalBefore);
+    }
     Q_DISABLE_COPY(FullDiskScope)
 
 private:
     rlimit m_before = {};
-    void (*m_signalBefore)(int) = nullptr;
+    void (*m_signalBefore)(int);
 };
 
 /// Keeps the port @c path open exclusively while it exists, as another program does.
 class PortInUseScope
 {
 public:
-    explicit PortInUseScope(const QString &path);
-    ~PortInUseScope();
+    explicit PortInUseScope(const QString &path)
+        : m_descriptor(::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY))
+        , m_isActive(::ioctl(m_descriptor, TIOCEXCL) == 0)
+    {
+    }
+    ~PortInUseScope()
+    {
+        ::ioctl(m_descriptor, TIOCNXCL);
+        ::close(m_descriptor);
+    }
     Q_DISABLE_COPY(PortInUseScope)
 
     /// False when the port could not be opened for exclusive use.
@@ -48,15 +80,24 @@ public:
 
 private:
     int m_descriptor;
-    bool m_isActive = false;
+    bool m_isActive;
 };
 
 /// Keeps an exclusive lock on the database @c path while it exists, in another process.
 class LockedDatabaseScope
 {
 public:
-    explicit LockedDatabaseScope(const QString &path);
-    ~LockedDatabaseScope();
+    explicit LockedDatabaseScope(const QString &path)
+    {
+        m_client.start(QStringLiteral("sqlite3"), {path});
+        m_client.write("begin exclusive;\nselect 'locked';\n");
+        m_isActive = m_client.waitForReadyRead() && m_client.readAllStandardOutput() == "locked\n";
+    }
+    ~LockedDatabaseScope()
+    {
+        m_client.closeWriteChannel();
+        m_client.waitForFinished();
+    }
     Q_DISABLE_COPY(LockedDatabaseScope)
 
     /// False when the lock could not be acquired.

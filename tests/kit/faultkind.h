@@ -6,47 +6,22 @@
 #include <QtCore/QVector>
 
 /// What goes wrong in the device, on the line, at the port or on the disk.
+// clang-format off
 enum class FaultKind {
-    SilenceOnce,
-    Silence,
-    ShortDelay,
-    LateAnswer,
-    SingleBytes,
-    LostByte,
-    FlippedBit,
-    NulByte,
-    GluedReplies,
-    Chatter,
-    UnknownModel,
-    WrongChecksum,
-    WrongChecksumInPieces,
-    WrongChecksumAlways,
-    WrongEntry,
-    WrongEntryAlways,
-    MalformedRecord,
-    MalformedRecordAlways,
-    NoLogOption,
-    MalformedBlock,
-    MalformedBlockAlways,
-    BlockRefused,
-    BlockUnanswered,
-    GluedAnswers,
-    BootWithLineEnd,
-    FinalStar,
-    HangUpBefore,
-    HangUpDuring,
-    HangUpAfter,
-    PortMissing,
-    PortInUse,
-    ReadOnlyFolder,
-    FullDisk,
-    LockedDatabase,
-    CorruptDatabase,
-    TruncatedDatabase,
-    UnexpectedSchema,
-    FolderInPlaceOfStore,
-    TruncatedSettings
+    // in any answer
+    SilenceOnce, Silence, ShortDelay, LateAnswer, SingleBytes, LostByte, FlippedBit, NulByte,
+    GluedReplies, Chatter, UnknownModel,
+    // in the log, the memory and a firmware update
+    WrongChecksum, WrongChecksumInPieces, WrongChecksumAlways, WrongEntry, WrongEntryAlways,
+    MalformedRecord, MalformedRecordAlways, NoLogOption, MalformedBlock, MalformedBlockAlways,
+    BlockRefused, BlockUnanswered, GluedAnswers, BootWithLineEnd, FinalStar,
+    // at the port
+    HangUpBefore, HangUpDuring, HangUpAfter, PortMissing, PortInUse,
+    // of files and folders
+    ReadOnlyFolder, FullDisk, LockedDatabase, CorruptDatabase, TruncatedDatabase, UnexpectedSchema,
+    FolderInPlaceOfStore, TruncatedSettings
 };
+// clang-format on
 
 /// Where a fault is tested: at the device handler, at the main window, or at both.
 enum FaultLevel { HandlerLevel = 1, WindowLevel = 2 };

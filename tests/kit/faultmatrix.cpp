@@ -6,55 +6,18 @@
 #include <QtCore/QSet>
 #include <QtTest/QtTest>
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 namespace {
 
 constexpr int runsOfEach = 2; // of a fault and of an operation, in the selection
 
-/// How often the pairs chosen so far have each fault, operation and outcome.
-class Coverage
-{
-public:
-    explicit Coverage(const FaultMatrix &matrix)
-        : m_matrix(matrix)
-    {
-    }
-
-    /// The gain of the pair: how many of the unmet goals it contributes to.
-    int gain(const FaultMatrix::Pair &pair) const
-    {
-        return (m_faults.value(pair.first) < runsOfEach ? 1 : 0)
-            + (m_operations.value(pair.second) < runsOfEach ? 1 : 0)
-            + (m_outcomes.contains(outcome(pair)) ? 0 : 1);
-    }
-
-    void add(const FaultMatrix::Pair &pair)
-    {
-        ++m_faults[pair.first];
-        ++m_operations[pair.second];
-        m_outcomes.insert(outcome(pair));
-    }
-
-private:
-    QByteArray outcome(const FaultMatrix::Pair &pair) const
-    {
-        return m_matrix.expected(pair.first, pair.second).text;
-    }
-
-    const FaultMatrix &m_matrix;
-    QMap<FaultKind, int> m_faults;
-    QMap<int, int> m_operations;
-    QSet<QByteArray> m_outcomes;
-};
-
 } // namespace
 
 FaultMatrix::FaultMatrix(FaultLevel level, QVector<FaultOperation> operations,
-                         QVector<Exception> exceptions, Rule rule)
+                         QVector<Entry> entries, Rule rule)
     : m_operations(std::move(operations))
-    , m_exceptions(std::move(exceptions))
+    , m_entries(std::move(entries))
     , m_rule(rule)
 {
     for (const FaultInfo &info : faultInfos()) {
@@ -66,12 +29,12 @@ FaultMatrix::FaultMatrix(FaultLevel level, QVector<FaultOperation> operations,
 
 Expectation FaultMatrix::expected(FaultKind fault, int operation) const
 {
-    for (const Exception &exception : m_exceptions) {
-        if (exception.fault == fault && exception.operation == operation) {
-            return exception.expectation;
+    for (const Entry &entry : m_entries) {
+        if (entry.faults.contains(fault) && entry.operations.contains(operation)) {
+            return entry.expectation;
         }
     }
-    return m_rule(fault, operation);
+    return m_rule != nullptr ? m_rule(fault, operation) : Expectation();
 }
 
 QVector<FaultMatrix::Pair> FaultMatrix::applicablePairs() const
@@ -87,23 +50,26 @@ QVector<FaultMatrix::Pair> FaultMatrix::applicablePairs() const
     return pairs;
 }
 
-/// Repeatedly chooses the pair with the greatest gain, until no pair has any.
+/// Chooses pairs by their gain, the number of goals not yet reached that they contribute to.
 QVector<FaultMatrix::Pair> FaultMatrix::coveringSelection() const
 {
-    QVector<Pair> remaining = applicablePairs();
     QVector<Pair> selection;
-    Coverage coverage(*this);
-    while (!remaining.isEmpty()) {
-        const auto best = std::max_element(remaining.begin(), remaining.end(),
-                                           [&](const Pair &one, const Pair &other) {
-                                               return coverage.gain(one) < coverage.gain(other);
-                                           });
-        if (coverage.gain(*best) == 0) {
-            break;
+    QMap<FaultKind, int> faults;
+    QMap<int, int> operations;
+    QSet<QByteArray> outcomes;
+    for (int leastGain = 3; leastGain > 0; --leastGain) {
+        for (const Pair &pair : applicablePairs()) {
+            const QByteArray outcome = expected(pair.first, pair.second).text;
+            const int gain = (faults.value(pair.first) < runsOfEach ? 1 : 0)
+                + (operations.value(pair.second) < runsOfEach ? 1 : 0)
+                + (outcomes.contains(outcome) ? 0 : 1);
+            if (gain >= leastGain && !selection.contains(pair)) {
+                ++faults[pair.first];
+                ++operations[pair.second];
+                outcomes.insert(outcome);
+                selection.append(pair);
+            }
         }
-        coverage.add(*best);
-        selection.append(*best);
-        remaining.erase(best);
     }
     return selection;
 }
@@ -139,52 +105,54 @@ void FaultMatrix::verify(int pairCount) const
     }
     const QVector<Pair> all = applicablePairs();
     const QVector<Pair> selection = coveringSelection();
+    const auto isCovered = [&](const auto &is) {
+        return std::count_if(selection.begin(), selection.end(), is)
+            >= qMin<qint64>(runsOfEach, std::count_if(all.begin(), all.end(), is));
+    };
     for (const Pair &pair : all) {
-        const auto count = [](const QVector<Pair> &pairs,
-                              const std::function<bool(const Pair &)> &is) {
-            return std::count_if(pairs.begin(), pairs.end(), is);
-        };
-        const auto sameFault = [&](const Pair &other) { return other.first == pair.first; };
-        const auto sameOperation = [&](const Pair &other) { return other.second == pair.second; };
-        QVERIFY(count(selection, sameFault) >= qMin<qint64>(runsOfEach, count(all, sameFault)));
-        QVERIFY(count(selection, sameOperation)
-                >= qMin<qint64>(runsOfEach, count(all, sameOperation)));
+        QVERIFY(isCovered([&](const Pair &other) { return other.first == pair.first; }));
+        QVERIFY(isCovered([&](const Pair &other) { return other.second == pair.second; }));
     }
 }
 
 bool FaultMatrix::saveTables() const
 {
-    QStringList parts;
+    QSet<QByteArray> parts;
     for (const FaultOperation &operation : m_operations) {
-        if (!parts.contains(QLatin1String(operation.part))) {
-            parts += QLatin1String(operation.part);
-        }
+        parts.insert(operation.part);
     }
     return std::all_of(parts.begin(), parts.end(),
-                       [this](const QString &part) { return saveTable(part); });
+                       [this](const QByteArray &part) { return saveTable(part); });
 }
 
-bool FaultMatrix::saveTable(const QString &part) const
+/// Operations with the same outcome under a fault share a row.
+bool FaultMatrix::saveTable(const QByteArray &part) const
 {
-    ReliabilityTable table;
+    QVector<QByteArrayList> rows{{"Fault", "Operation", "Expected", "Seen"}};
     for (const FaultKind fault : m_faults) {
+        const int firstOfFault = rows.size();
         for (int operation = 0; operation < m_operations.size(); ++operation) {
-            const FaultOperation &info = m_operations.at(operation);
             const Expectation expectation = expected(fault, operation);
-            const QByteArray name = faultInfo(fault).name;
-            if (part != QLatin1String(info.part)) {
+            if (part != m_operations.at(operation).part) {
                 continue;
             }
-            if (!expectation.applies) {
-                table.add(name, info.name, QByteArray("not applicable: ") + expectation.text, "-");
-            } else if (!m_seen.contains({fault, operation})) {
+            if (expectation.applies && !m_seen.contains({fault, operation})) {
                 return true; // an incomplete run has no table
+            }
+            const QByteArray seen = m_seen.value({fault, operation});
+            const QByteArrayList words = !expectation.applies
+                ? QByteArrayList{QByteArray("not applicable: ") + expectation.text, "-"}
+                : QByteArrayList{expectation.text, seen == expectation.text ? "the same" : seen};
+            const auto row =
+                std::find_if(rows.begin() + firstOfFault, rows.end(),
+                             [&](const QByteArrayList &other) { return other.mid(2) == words; });
+            const QByteArray name = m_operations.at(operation).name;
+            if (row == rows.end()) {
+                rows.append(QByteArrayList{faultInfo(fault).name, name} + words);
             } else {
-                const QByteArray seen = m_seen.value({fault, operation});
-                table.add(name, info.name, expectation.text,
-                          seen == expectation.text ? QByteArray("the same") : seen);
+                (*row)[1] += ", " + name;
             }
         }
     }
-    return ReliabilityTable::save(part, table.markdown());
+    return saveReliabilityTable(QString::fromLatin1(part), rows);
 }

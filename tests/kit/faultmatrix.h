@@ -8,6 +8,7 @@
 #include <QtCore/QPair>
 #include <QtCore/QString>
 #include <QtCore/QVector>
+#include <initializer_list>
 
 /// An operation that is run under faults.
 struct FaultOperation
@@ -45,19 +46,41 @@ constexpr Expectation notApplicable(const char *reason)
 class FaultMatrix
 {
 public:
-    /// A pair that differs from the rule.
-    struct Exception
+    /// One value, several, or with {} every value.
+    template <typename T>
+    class AnyOf
     {
-        FaultKind fault;
-        int operation;
+    public:
+        AnyOf() = default;
+        AnyOf(T value)
+            : m_values{value}
+        {
+        }
+        AnyOf(std::initializer_list<T> values)
+            : m_values(values)
+        {
+        }
+        bool contains(T value) const { return m_values.isEmpty() || m_values.contains(value); }
+
+    private:
+        QVector<T> m_values;
+    };
+
+    /// What is expected of each of the operations under each of the faults.
+    struct Entry
+    {
+        AnyOf<FaultKind> faults;
+        AnyOf<int> operations;
         Expectation expectation;
     };
+    using Exception = Entry; ///< an entry that differs from the rule
     using Rule = Expectation (*)(FaultKind fault, int operation);
     using Pair = QPair<FaultKind, int>;
 
-    /// An operation's number is its index in @p operations.
-    FaultMatrix(FaultLevel level, QVector<FaultOperation> operations, QVector<Exception> exceptions,
-                Rule rule);
+    /// An operation's number is its index in @p operations. The first of @p entries that contains
+    /// the pair gives its expectation; without one, @p rule.
+    FaultMatrix(FaultLevel level, QVector<FaultOperation> operations, QVector<Entry> entries,
+                Rule rule = nullptr);
 
     Expectation expected(FaultKind fault, int operation) const;
 
@@ -79,11 +102,11 @@ public:
 private:
     QVector<Pair> applicablePairs() const;
     QVector<Pair> coveringSelection() const;
-    bool saveTable(const QString &part) const;
+    bool saveTable(const QByteArray &part) const;
 
     QVector<FaultKind> m_faults;
     QVector<FaultOperation> m_operations;
-    QVector<Exception> m_exceptions;
+    QVector<Entry> m_entries;
     Rule m_rule;
     QMap<Pair, QByteArray> m_seen;
 };

@@ -7,115 +7,134 @@
 #include <QtCore/QHash>
 #include <QtGui/QAccessible>
 #include <QtTest/QTest>
-#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QAbstractItemView>
-#include <QtWidgets/QAbstractSpinBox>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QComboBox>
 #include <QtWidgets/QGraphicsTextItem>
-#include <QtWidgets/QGroupBox>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListWidget>
-#include <QtWidgets/QProgressBar>
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QStyleOption>
 #include <QtWidgets/QTableWidget>
+#include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 namespace {
+
+enum class Part { Captions, Contents };
+
+bool isOneOf(const QWidget *widget, const std::initializer_list<const char *> &classes)
+{
+    return widget != nullptr && std::any_of(classes.begin(), classes.end(), [=](const char *name) {
+               return widget->inherits(name);
+           });
+}
 
 /// The widgets of @p window that are on screen, without those of its drop-down lists.
 QList<QWidget *> shownWidgets(const QWidget *window)
 {
-    QList<QWidget *> shown = window->findChildren<QWidget *>();
-    const auto isElsewhere = [window](const QWidget *widget) {
-        return widget->window() != window || !widget->isVisibleTo(window);
-    };
-    shown.erase(std::remove_if(shown.begin(), shown.end(), isElsewhere), shown.end());
+    QList<QWidget *> shown;
+    for (QWidget *widget : window->findChildren<QWidget *>()) {
+        if (widget->window() == window && widget->isVisibleTo(window)) {
+            shown.append(widget);
+        }
+    }
     return shown;
 }
 
 /// Qt names the parts of a field; the name of the field itself is clearer.
 QString nameOf(const QWidget *widget)
 {
-    const bool isPart = qobject_cast<const QAbstractSpinBox *>(widget->parentWidget());
+    const bool isPart = isOneOf(widget->parentWidget(), {"QAbstractSpinBox"});
     return (isPart ? widget->parentWidget() : widget)->objectName();
 }
 
-int textWidth(const QWidget *widget, const QString &text)
+/// The text that @p widget paints itself.
+QString shownText(const QWidget *widget)
 {
-    return widget->fontMetrics().horizontalAdvance(text);
+    const auto *const bar = qobject_cast<const QStatusBar *>(widget);
+    const auto *const line = qobject_cast<const QLineEdit *>(widget);
+    return bar                           ? bar->currentMessage()
+        : line                           ? line->displayText()
+        : isOneOf(widget, {"QGroupBox"}) ? widget->property("title").toString()
+        : isOneOf(widget, {"QComboBox"}) ? widget->property("currentText").toString()
+        : isOneOf(widget, {"QLabel", "QAbstractButton"}) ? widget->property("text").toString()
+                                                         : QString();
 }
 
-QRect textRect(const QLineEdit *line)
+int textWidth(const QWidget *widget)
 {
-    QStyleOptionFrame option;
-    option.initFrom(line);
-    option.lineWidth = line->hasFrame()
-        ? line->style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, line)
-        : 0;
-    // Qt leaves this much free on both sides of a line's text.
-    constexpr int margin = 2;
-    return line->style()
-        ->subElementRect(QStyle::SE_LineEditContents, &option, line)
-        .adjusted(margin, 0, -margin, 0);
+    return widget->fontMetrics().horizontalAdvance(shownText(widget));
 }
 
-QRect textRect(const QComboBox *box)
+/// Where @p widget paints its text.
+QRect textRect(const QWidget *widget)
 {
-    QStyleOptionComboBox option;
-    option.initFrom(box);
-    return box->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField,
-                                        box);
-}
-
-QRect textRect(const QGroupBox *box)
-{
-    QStyleOptionGroupBox option;
-    option.initFrom(box);
-    option.text = box->title();
-    option.subControls = QStyle::SC_GroupBoxLabel;
-    return box->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel,
-                                        box);
-}
-
-QRect textRect(const QAbstractButton *button)
-{
-    QStyleOptionButton option;
-    option.initFrom(button);
-    const bool isBox = button->inherits("QCheckBox");
-    return button->style()->subElementRect(
-        isBox ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents, &option, button);
-}
-
-QRect sectionRect(const QHeaderView *header, int section)
-{
-    return {header->sectionViewportPosition(section), 0, header->sectionSize(section),
-            header->height()};
+    const QStyle *const style = widget->style();
+    if (const auto *const line = qobject_cast<const QLineEdit *>(widget)) {
+        QStyleOptionFrame option;
+        option.initFrom(line);
+        option.lineWidth =
+            line->hasFrame() ? style->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, line) : 0;
+        // Qt leaves this much free on both sides of a line's text.
+        constexpr int margin = 2;
+        return style->subElementRect(QStyle::SE_LineEditContents, &option, line)
+            .adjusted(margin, 0, -margin, 0);
+    }
+    if (isOneOf(widget, {"QComboBox"})) {
+        QStyleOptionComboBox option;
+        option.initFrom(widget);
+        return style->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField,
+                                     widget);
+    }
+    if (isOneOf(widget, {"QGroupBox"})) {
+        QStyleOptionGroupBox option;
+        option.initFrom(widget);
+        option.text = shownText(widget);
+        option.subControls = QStyle::SC_GroupBoxLabel;
+        return style->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel,
+                                     widget);
+    }
+    if (isOneOf(widget, {"QAbstractButton"})) {
+        QStyleOptionButton option;
+        option.initFrom(widget);
+        return style->subElementRect(isOneOf(widget, {"QCheckBox"}) ? QStyle::SE_CheckBoxContents
+                                                                    : QStyle::SE_PushButtonContents,
+                                     &option, widget);
+    }
+    return isOneOf(widget, {"QStatusBar"}) ? QRect(6, 0, textWidth(widget), widget->height())
+                                           : widget->rect();
 }
 
 /// Fields and tables scroll; these don't.
 bool isTooSmall(const QWidget *widget)
 {
-    if (!qobject_cast<const QAbstractButton *>(widget) && !qobject_cast<const QLabel *>(widget)
-        && !qobject_cast<const QGroupBox *>(widget)) {
-        return false;
-    }
     const QSize least = widget->minimumSizeHint();
-    return widget->width() < least.width() || widget->height() < least.height();
+    return isOneOf(widget, {"QAbstractButton", "QLabel", "QGroupBox"})
+        && (widget->width() < least.width() || widget->height() < least.height());
 }
 
-/// The texts that @p chart has shortened or that reach out of its view.
-QStringList cutChartTexts(const QtCharts::QChartView *view, bool inLegend)
+bool isCut(const QWidget *widget, Part part)
+{
+    if (part == Part::Captions) {
+        return isOneOf(widget, {"QStatusBar"}) && textWidth(widget) > widget->width();
+    }
+    const auto *const list = qobject_cast<const QListWidget *>(widget);
+    return list ? list->sizeHintForColumn(0) > list->viewport()->width()
+                : isOneOf(widget, {"QLineEdit", "QComboBox"})
+            && textWidth(widget) > textRect(widget).width();
+}
+
+/// The texts of a chart, or of its legend, that it has shortened or that reach out of its view.
+QStringList cutChartTexts(const QtCharts::QChartView *view, Part part)
 {
     QStringList cut;
-    const QList<QGraphicsItem *> items = view->scene()->items();
-    for (const QGraphicsItem *item : items) {
+    for (const QGraphicsItem *item : view->scene()->items()) {
         const auto *const text = dynamic_cast<const QGraphicsTextItem *>(item);
         if (!text || !text->isVisible()
-            || view->chart()->legend()->isAncestorOf(text) != inLegend) {
+            || view->chart()->legend()->isAncestorOf(text) != (part == Part::Contents)) {
             continue;
         }
         const QString shown = text->toPlainText();
@@ -127,20 +146,22 @@ QStringList cutChartTexts(const QtCharts::QChartView *view, bool inLegend)
     return cut;
 }
 
-QStringList narrowSections(const QTableWidget *table, bool headers)
+/// The columns whose headers or cells are cut.
+QStringList narrowColumns(const QTableWidget *table, Part part)
 {
     QStringList cut;
-    const QHeaderView *const header = table->horizontalHeader();
     const int last = table->columnCount() - 1;
     // Names are shortened where the values would get less than a third of the view, or less than
     // half beside one column of names.
     const int share = table->viewport()->width() / (last > 1 ? 3 : 2);
-    const bool isShared = last > 0 && table->columnWidth(last) <= share + 3;
-    for (int column = 0; column <= (isShared && !headers ? -1 : last); ++column) {
+    if (part == Part::Contents && last > 0 && table->columnWidth(last) <= share + 3) {
+        return cut;
+    }
+    for (int column = 0; column <= last; ++column) {
         // Public in the base class alone.
         const QAbstractItemView *const view = table;
-        const int need =
-            headers ? header->sectionSizeHint(column) : view->sizeHintForColumn(column);
+        const int need = part == Part::Captions ? table->horizontalHeader()->sectionSizeHint(column)
+                                                : view->sizeHintForColumn(column);
         if (table->columnWidth(column) < need) {
             cut.append(QStringLiteral("%1: column %2 is %3 wide and needs %4")
                            .arg(table->objectName())
@@ -152,18 +173,24 @@ QStringList narrowSections(const QTableWidget *table, bool headers)
     return cut;
 }
 
-bool hasCutContents(const QWidget *widget)
+QStringList cutParts(const QWidget *window, Part part)
 {
-    if (const auto *const line = qobject_cast<const QLineEdit *>(widget)) {
-        return textWidth(line, line->displayText()) > textRect(line).width();
+    QStringList cut;
+    for (const QWidget *widget : shownWidgets(window)) {
+        if (part == Part::Captions && isTooSmall(widget)) {
+            cut.append(nameOf(widget) + QLatin1String(": too small"));
+        }
+        if (isCut(widget, part)) {
+            cut.append(nameOf(widget) + QLatin1String(": its text is cut"));
+        }
+        if (const auto *const table = qobject_cast<const QTableWidget *>(widget)) {
+            cut.append(narrowColumns(table, part));
+        }
+        if (const auto *const view = qobject_cast<const QtCharts::QChartView *>(widget)) {
+            cut.append(cutChartTexts(view, part));
+        }
     }
-    if (const auto *const box = qobject_cast<const QComboBox *>(widget)) {
-        return textWidth(box, box->currentText()) > textRect(box).width();
-    }
-    if (const auto *const list = qobject_cast<const QListWidget *>(widget)) {
-        return list->sizeHintForColumn(0) > list->viewport()->width();
-    }
-    return false;
+    return cut;
 }
 
 bool isChart(const QWidget *widget)
@@ -173,13 +200,12 @@ bool isChart(const QWidget *widget)
 
 bool isInput(const QWidget *widget)
 {
-    const bool isPart = qobject_cast<const QAbstractSpinBox *>(widget->parentWidget())
-        || qobject_cast<const QComboBox *>(widget->parentWidget());
-    return !isPart && !qobject_cast<const QHeaderView *>(widget)
-        && (qobject_cast<const QLineEdit *>(widget) || qobject_cast<const QComboBox *>(widget)
-            || qobject_cast<const QAbstractSpinBox *>(widget)
-            || qobject_cast<const QAbstractItemView *>(widget)
-            || qobject_cast<const QProgressBar *>(widget) || isChart(widget));
+    return !isOneOf(widget->parentWidget(), {"QAbstractSpinBox", "QComboBox"})
+        && !isOneOf(widget, {"QHeaderView"})
+        && (isChart(widget)
+            || isOneOf(widget,
+                       {"QLineEdit", "QComboBox", "QAbstractSpinBox", "QAbstractItemView",
+                        "QProgressBar"}));
 }
 
 /// The text that a screen reader reads before the content of @p input. On this platform Qt gives a
@@ -188,11 +214,10 @@ QString accessibleName(QWidget *input)
 {
     const QAccessibleInterface *const interface = QAccessible::queryAccessibleInterface(input);
     const QString name = interface->text(QAccessible::Name);
-    if (!name.isEmpty() && !qobject_cast<QComboBox *>(input)) {
+    if (!name.isEmpty() && !isOneOf(input, {"QComboBox"})) {
         return name;
     }
-    const auto relations = interface->relations(QAccessible::Label);
-    for (const auto &relation : relations) {
+    for (const auto &relation : interface->relations(QAccessible::Label)) {
         if (qobject_cast<QLabel *>(relation.first->object())) {
             return relation.first->text(QAccessible::Name);
         }
@@ -214,24 +239,18 @@ double luminance(QRgb color)
 /// Content Accessibility Guidelines define it: 1 to 21.
 double contrast(const QImage &picture)
 {
+    constexpr double flare = 0.05;
     QHash<QRgb, int> counts;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
             ++counts[picture.pixel(x, y)];
         }
     }
-    QRgb background = 0;
-    for (auto color = counts.cbegin(); color != counts.cend(); ++color) {
-        if (color.value() > counts.value(background)) {
-            background = color.key();
-        }
-    }
-    constexpr double flare = 0.05;
+    const QRgb background = std::max_element(counts.cbegin(), counts.cend()).key();
     double greatest = 1;
     for (auto color = counts.cbegin(); color != counts.cend(); ++color) {
-        const double one = luminance(color.key()) + flare;
-        const double other = luminance(background) + flare;
-        greatest = std::max({greatest, one / other, other / one});
+        const double ratio = (luminance(color.key()) + flare) / (luminance(background) + flare);
+        greatest = std::max({greatest, ratio, 1 / ratio});
     }
     return greatest;
 }
@@ -248,10 +267,12 @@ QVector<Text> cellsOf(const QTableWidget *table)
 {
     QVector<Text> texts;
     const QHeaderView *const header = table->horizontalHeader();
+    const auto inner = [](const QRect &rect) { return rect.adjusted(3, 3, -3, -3); };
     for (int column = 0; column < table->columnCount(); ++column) {
-        const auto inner = [](const QRect &rect) { return rect.adjusted(3, 3, -3, -3); };
-        texts.append({header->viewport(), inner(sectionRect(header, column)),
-                      table->objectName() + QLatin1String(" header")});
+        const QRect section(header->sectionViewportPosition(column), 0, header->sectionSize(column),
+                            header->height());
+        texts.append(
+            {header->viewport(), inner(section), table->objectName() + QLatin1String(" header")});
         for (int row = 0; row < table->rowCount(); ++row) {
             const QTableWidgetItem *const item = table->item(row, column);
             const QRect rect = table->visualItemRect(item);
@@ -264,89 +285,33 @@ QVector<Text> cellsOf(const QTableWidget *table)
     return texts;
 }
 
-/// The texts that @p widget paints itself. The entries of a list with colours of their own do
-/// not depend on the palette.
+/// The texts in @p widget. The entries of a list with colours of their own do not depend on the
+/// palette.
 QVector<Text> textsOf(const QWidget *widget)
 {
-    const QString name = nameOf(widget);
-    if (const auto *const label = qobject_cast<const QLabel *>(widget)) {
-        return label->text().isEmpty() ? QVector<Text>()
-                                       : QVector<Text>{{label, label->rect(), name}};
-    }
-    if (const auto *const button = qobject_cast<const QAbstractButton *>(widget)) {
-        return button->text().isEmpty() ? QVector<Text>()
-                                        : QVector<Text>{{button, textRect(button), name}};
-    }
-    if (const auto *const box = qobject_cast<const QGroupBox *>(widget)) {
-        return {{box, textRect(box), name}};
-    }
-    if (const auto *const line = qobject_cast<const QLineEdit *>(widget)) {
-        return line->displayText().isEmpty() ? QVector<Text>()
-                                             : QVector<Text>{{line, textRect(line), name}};
-    }
-    if (const auto *const box = qobject_cast<const QComboBox *>(widget)) {
-        return box->currentText().isEmpty() ? QVector<Text>()
-                                            : QVector<Text>{{box, textRect(box), name}};
-    }
     if (const auto *const table = qobject_cast<const QTableWidget *>(widget)) {
         return cellsOf(table);
     }
-    if (const auto *const bar = qobject_cast<const QStatusBar *>(widget)) {
-        return bar->currentMessage().isEmpty()
-            ? QVector<Text>()
-            : QVector<Text>{
-                {bar, {6, 0, textWidth(bar, bar->currentMessage()), bar->height()}, name}};
-    }
-    return {};
+    return shownText(widget).isEmpty() ? QVector<Text>()
+                                       : QVector<Text>{{widget, textRect(widget), nameOf(widget)}};
 }
 
 } // namespace
 
 QStringList LayoutChecks::cutTexts(const QWidget *window)
 {
-    QStringList cut;
-    const QList<QWidget *> widgets = shownWidgets(window);
-    for (const QWidget *widget : widgets) {
-        if (isTooSmall(widget)) {
-            cut.append(nameOf(widget) + QLatin1String(": too small"));
-        }
-        const auto *const bar = qobject_cast<const QStatusBar *>(widget);
-        if (bar && textWidth(bar, bar->currentMessage()) > bar->width()) {
-            cut.append(nameOf(widget) + QLatin1String(": its text is cut"));
-        }
-        if (const auto *const table = qobject_cast<const QTableWidget *>(widget)) {
-            cut.append(narrowSections(table, true));
-        }
-        if (const auto *const view = qobject_cast<const QtCharts::QChartView *>(widget)) {
-            cut.append(cutChartTexts(view, false));
-        }
-    }
-    return cut;
+    return cutParts(window, Part::Captions);
 }
 
 QStringList LayoutChecks::cutContents(const QWidget *window)
 {
-    QStringList cut;
-    const QList<QWidget *> widgets = shownWidgets(window);
-    for (const QWidget *widget : widgets) {
-        if (hasCutContents(widget)) {
-            cut.append(nameOf(widget) + QLatin1String(": its text is cut"));
-        }
-        if (const auto *const table = qobject_cast<const QTableWidget *>(widget)) {
-            cut.append(narrowSections(table, false));
-        }
-        if (const auto *const view = qobject_cast<const QtCharts::QChartView *>(widget)) {
-            cut.append(cutChartTexts(view, true));
-        }
-    }
-    return cut;
+    return cutParts(window, Part::Contents);
 }
 
 QList<QWidget *> LayoutChecks::inputs(const QWidget *window)
 {
     QList<QWidget *> found;
-    const QList<QWidget *> widgets = window->findChildren<QWidget *>();
-    for (QWidget *widget : widgets) {
+    for (QWidget *widget : window->findChildren<QWidget *>()) {
         if (widget->window() == window && isInput(widget)) {
             found.append(widget);
         }
@@ -376,12 +341,11 @@ QStringList LayoutChecks::unreachableControls(QWidget *window)
 {
     const QList<QWidget *> reached = stops(window, Qt::Key_Tab) + stops(window, Qt::Key_Backtab);
     QStringList missed;
-    const QList<QWidget *> widgets = shownWidgets(window);
-    for (QWidget *widget : widgets) {
-        const bool isButton = qobject_cast<QAbstractButton *>(widget)
-            && !qobject_cast<QAbstractItemView *>(widget->parentWidget());
-        const bool isControl = (isInput(widget) || isButton) && !isChart(widget)
-            && !qobject_cast<QProgressBar *>(widget);
+    for (QWidget *widget : shownWidgets(window)) {
+        const bool isButton = isOneOf(widget, {"QAbstractButton"})
+            && !isOneOf(widget->parentWidget(), {"QAbstractItemView"});
+        const bool isControl =
+            (isInput(widget) || isButton) && !isChart(widget) && !isOneOf(widget, {"QProgressBar"});
         if (isControl && widget->isEnabled() && !reached.contains(widget)) {
             missed.append(widget->objectName() + QLatin1String(": not reached by Tab"));
         }
@@ -393,8 +357,7 @@ QStringList LayoutChecks::badlyNamedControls(const QWidget *window)
 {
     QStringList bad;
     QStringList names;
-    const QList<QWidget *> widgets = inputs(window);
-    for (QWidget *widget : widgets) {
+    for (QWidget *widget : inputs(window)) {
         const QString name = accessibleName(widget);
         if (name.isEmpty() || names.contains(name)) {
             bad.append(
@@ -409,14 +372,12 @@ QStringList LayoutChecks::faintTexts(QWidget *window)
 {
     constexpr double least = 4.5;
     QStringList faint;
-    const QList<QWidget *> widgets = shownWidgets(window);
     const QPixmap picture = window->grab();
-    for (const QWidget *widget : widgets) {
-        const QVector<Text> texts = widget->isEnabled() ? textsOf(widget) : QVector<Text>();
-        for (const Text &text : texts) {
-            const QRect rect(text.widget->mapTo(window, text.rect.topLeft()), text.rect.size());
-            const qreal ratio = picture.devicePixelRatio();
-            const QRectF pixels(QPointF(rect.topLeft()) * ratio, QSizeF(rect.size()) * ratio);
+    const qreal ratio = picture.devicePixelRatio();
+    for (const QWidget *widget : shownWidgets(window)) {
+        for (const Text &text : widget->isEnabled() ? textsOf(widget) : QVector<Text>()) {
+            const QPointF corner = text.widget->mapTo(window, text.rect.topLeft());
+            const QRectF pixels(corner * ratio, QSizeF(text.rect.size()) * ratio);
             const double found = contrast(picture.copy(pixels.toRect()).toImage());
             if (found < least) {
                 faint.append(QStringLiteral("%1: contrast %2").arg(text.what).arg(found));

@@ -3,9 +3,52 @@
 
 #include "serial/serialportjobinterface.h"
 #include "serial/serialportqueueinterface.h"
+#include "tests/kit/replysamples.h"
 
 #include <QtCore/QStringList>
 #include <functional>
+#include <type_traits>
+
+/// An argument of a signal as text: "null" for a null text, numbers for enumerators, hexadecimal
+/// digits for bytes, the type in front of a variant's value and "nothing" for an invalid one.
+template <typename T>
+QString toLogString(const T &value)
+{
+    if constexpr (std::is_same_v<T, QString>) {
+        return value.isNull() ? latin1("null") : value;
+    } else if constexpr (std::is_same_v<T, QStringList>) {
+        return value.join(QLatin1Char('|'));
+    } else if constexpr (std::is_same_v<T, QVector<double>>) {
+        return joined(value);
+    } else if constexpr (std::is_same_v<T, QByteArray>) {
+        return latin1(value.toHex().constData());
+    } else if constexpr (std::is_same_v<T, QDateTime>) {
+        return value.toString(Qt::ISODate);
+    } else if constexpr (std::is_same_v<T, QVariant>) {
+        const bool isTime = value.userType() == QMetaType::QDateTime;
+        const QString text = isTime ? toLogString(value.toDateTime()) : value.toString();
+        return value.isValid() ? latin1(value.typeName()) + QLatin1Char(' ') + text
+                               : latin1("nothing");
+    } else {
+        return QString::number(static_cast<int>(value));
+    }
+}
+
+/// Returns a function that connects a signal of @p sender to @p add. It takes the signal and the
+/// text for @p add, in which the arguments replace %1, %2 and so on.
+template <typename Sender, typename Add>
+auto signalLogger(Sender *sender, const Add &add)
+{
+    return [=](auto signal, const char *text) {
+        QObject::connect(sender, signal, sender, [=](const auto &...arguments) {
+            if constexpr (sizeof...(arguments) == 0) {
+                add(latin1(text));
+            } else {
+                add(latin1(text).arg(toLogString(arguments)...));
+            }
+        });
+    };
+}
 
 /// Records every signal of jobs and queues as text, in the order in which they are raised.
 ///
@@ -25,9 +68,5 @@ public:
     std::function<void(int)> onSignal;
 
 private:
-    using AddEntry = std::function<void(const QString &)>;
-
-    template <typename Sender>
-    static void recordResults(Sender *sender, const AddEntry &add);
     void addEntry(const QString &text);
 };

@@ -1,7 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/simulatorprocess.h"
 
-#include <QtCore/QElapsedTimer>
+#include <QtCore/QDeadlineTimer>
+
+namespace {
+
+QDateTime utc(const QString &iso)
+{
+    QDateTime time = QDateTime::fromString(iso, Qt::ISODate);
+    time.setTimeSpec(Qt::UTC);
+    return time;
+}
+
+} // namespace
 
 SimulatorProcess::SimulatorProcess(const QString &program)
     : m_program(program)
@@ -23,8 +34,15 @@ bool SimulatorProcess::start(const QStringList &arguments)
     return m_process.waitForStarted(waitMs) && takePort(readLine());
 }
 
+bool SimulatorProcess::succeeds(const QByteArray &line)
+{
+    control(line);
+    return succeeded();
+}
+
 QList<QByteArray> SimulatorProcess::control(const QByteArray &line)
 {
+    const QByteArray failure = "error: ";
     QList<QByteArray> lines;
     m_error = "no reply";
     m_process.write(line + '\n');
@@ -34,9 +52,11 @@ QList<QByteArray> SimulatorProcess::control(const QByteArray &line)
             m_error.clear();
             return lines;
         }
-        if (reply.isNull() || reply.startsWith("error: ")) {
-            m_error = reply.isNull() ? m_error : reply.mid(int(qstrlen("error: ")));
-            return QList<QByteArray>();
+        if (reply.startsWith(failure)) {
+            m_error = reply.mid(failure.size());
+        }
+        if (reply.isNull() || reply.startsWith(failure)) {
+            break;
         }
         lines += reply;
     }
@@ -45,14 +65,12 @@ QList<QByteArray> SimulatorProcess::control(const QByteArray &line)
 
 QByteArray SimulatorProcess::setting(const QByteArray &name)
 {
-    const QByteArray line = control("setting " + name).value(0);
-    return line.mid(name.size() + 1);
+    return control("setting " + name).value(0).mid(name.size() + 1);
 }
 
 QByteArray SimulatorProcess::state(const QByteArray &name)
 {
-    const QList<QByteArray> lines = control("state");
-    for (const QByteArray &line : lines) {
+    for (const QByteArray &line : control("state")) {
         if (line.startsWith(name + '=')) {
             return line.mid(name.size() + 1);
         }
@@ -60,61 +78,68 @@ QByteArray SimulatorProcess::state(const QByteArray &name)
     return QByteArray();
 }
 
-QList<QByteArray> SimulatorProcess::measurements()
+QMap<QString, QString> SimulatorProcess::measurementValues()
 {
-    return control("measurements").value(0).split(';');
+    QMap<QString, QString> values;
+    for (const QByteArray &pair : measurements()) {
+        const QStringList words = QString::fromLatin1(pair).split(QLatin1Char('='));
+        values.insert(words.first(), words.last());
+    }
+    return values;
 }
 
 QDateTime SimulatorProcess::clock()
 {
-    QDateTime time =
-        QDateTime::fromString(QString::fromLatin1(control("clock").value(0)), Qt::ISODate);
-    time.setTimeSpec(Qt::UTC);
-    return time;
+    return utc(QString::fromLatin1(control("clock").value(0)));
+}
+
+QStringList SimulatorProcess::logTitles()
+{
+    return logCells().value(0);
+}
+
+QVector<LogValue> SimulatorProcess::logRows()
+{
+    QVector<LogValue> rows;
+    for (QStringList &cells : logCells().mid(1)) {
+        LogValue row;
+        row.time = utc(cells.takeFirst());
+        for (const QString &cell : qAsConst(cells)) {
+            row.values.append(cell.toDouble());
+        }
+        rows.append(row);
+    }
+    return rows;
 }
 
 QStringList SimulatorProcess::logAsCsv()
 {
-    QStringList lines;
-    const QList<QByteArray> rows = control("log");
-    for (const QByteArray &row : rows) {
-        // "17=2026-01-02T03:04:05,1.5,7#4f": the entry's number and checksum are left out.
-        const int begin = row.indexOf('=') + 1;
-        QStringList cells = QString::fromLatin1(row.mid(begin, row.lastIndexOf('#') - begin))
-                                .split(QLatin1Char(','));
-        if (!lines.isEmpty()) {
-            QDateTime time = QDateTime::fromString(cells.first(), Qt::ISODate);
-            time.setTimeSpec(Qt::UTC);
-            cells.first() = time.toLocalTime().toString(Qt::ISODate);
-            for (int index = 1; index < cells.size(); ++index) {
-                cells[index] = QString::number(cells.at(index).toDouble(), 'g', 6);
-            }
+    QStringList lines(logTitles().join(QLatin1Char(',')));
+    for (const LogValue &row : logRows()) {
+        QStringList cells(row.time.toLocalTime().toString(Qt::ISODate));
+        for (const double value : row.values) {
+            cells.append(QString::number(value, 'g', 6));
         }
         lines.append(cells.join(QLatin1Char(',')));
     }
     return lines;
 }
 
-bool SimulatorProcess::fault(const QByteArray &fault)
+/// The cells of "17=2026-01-02T03:04:05,1.5,7#4f" without the entry's number and checksum.
+QVector<QStringList> SimulatorProcess::logCells()
 {
-    control("fault " + fault);
-    return succeeded();
-}
-
-void SimulatorProcess::hangUp()
-{
-    control("hangup");
+    QVector<QStringList> lines;
+    for (const QByteArray &line : control("log")) {
+        const int begin = line.indexOf('=') + 1;
+        lines.append(QString::fromLatin1(line.mid(begin, line.lastIndexOf('#') - begin))
+                         .split(QLatin1Char(',')));
+    }
+    return lines;
 }
 
 bool SimulatorProcess::resume()
 {
     return takePort(control("resume").value(0));
-}
-
-bool SimulatorProcess::release()
-{
-    control("release");
-    return succeeded();
 }
 
 bool SimulatorProcess::stop()
@@ -141,11 +166,9 @@ void SimulatorProcess::kill()
 /// A line without its end; null when none comes.
 QByteArray SimulatorProcess::readLine()
 {
-    QElapsedTimer timer;
-    timer.start();
+    const QDeadlineTimer end(waitMs);
     while (!m_process.canReadLine()) {
-        const int left = waitMs - int(timer.elapsed());
-        if (left <= 0 || !m_process.waitForReadyRead(left)) {
+        if (!m_process.waitForReadyRead(int(end.remainingTime()))) {
             return QByteArray();
         }
     }

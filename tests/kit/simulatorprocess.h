@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "common/logvalue.h"
 #include "tests/kit/testpaths.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QDateTime>
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QProcess>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -34,9 +36,6 @@ public:
     /// Whether the process runs.
     bool isRunning() const { return m_process.state() == QProcess::Running; }
 
-    /// The process's id; 0 when it does not run.
-    qint64 processId() const { return m_process.processId(); }
-
     /// The exit code of a process that has ended by itself.
     int exitCode() const { return m_process.exitCode(); }
 
@@ -57,26 +56,35 @@ public:
     QByteArray state(const QByteArray &name);
 
     /// The pairs of the last "show meas" answer, as "NAME=value".
-    QList<QByteArray> measurements();
+    QList<QByteArray> measurements() { return control("measurements").value(0).split(';'); }
+
+    /// The same, value by name.
+    QMap<QString, QString> measurementValues();
 
     /// The device's clock, in UTC.
     QDateTime clock();
+
+    /// The titles and rows of the device's log, with their times in UTC.
+    /// @{
+    QStringList logTitles();
+    QVector<LogValue> logRows();
+    /// @}
 
     /// The lines of the CSV file that the tool makes of the device's log: titles, then the rows
     /// with their times in local time.
     QStringList logAsCsv();
 
     /// Adds a fault; false when there is no such fault.
-    bool fault(const QByteArray &fault);
+    bool fault(const QByteArray &fault) { return succeeds("fault " + fault); }
 
     /// Closes the device's end of the line.
-    void hangUp();
+    void hangUp() { control("hangup"); }
 
     /// Opens a new line; port() may be another one then.
     bool resume();
 
     /// Frees the port of a client that was killed.
-    bool release();
+    bool release() { return succeeds("release"); }
 
     /// Ends the process by closing its standard input; false when it doesn't end.
     bool stop();
@@ -88,8 +96,10 @@ public:
     void kill();
 
 private:
+    bool succeeds(const QByteArray &line);
     QByteArray readLine();
     bool takePort(const QByteArray &line);
+    QVector<QStringList> logCells();
 
     QString m_program;
     QProcess m_process;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCore/QByteArray>
-#include <QtCore/QtGlobal>
+#include <QtCore/QString>
+#include <ctime>
 
 /// Eastern Europe with its summer time, as a rule that needs no time zone database.
 inline constexpr const char *easternEurope = "EET-2EEST,M3.5.0/3,M10.5.0/4";
@@ -11,11 +11,20 @@ inline constexpr const char *easternEurope = "EET-2EEST,M3.5.0/3,M10.5.0/4";
 class TimeZoneScope
 {
 public:
-    explicit TimeZoneScope(const char *zone);
-    ~TimeZoneScope();
+    explicit TimeZoneScope(const char *zone) { use(zone); }
+    ~TimeZoneScope() { use(m_before); }
     Q_DISABLE_COPY(TimeZoneScope)
 
 private:
-    QByteArray m_before;
-    bool m_wasSet;
+    static void use(const QByteArray &zone)
+    {
+        if (zone.isNull()) {
+            qunsetenv("TZ");
+        } else {
+            qputenv("TZ", zone);
+        }
+        tzset();
+    }
+
+    const QByteArray m_before = qgetenv("TZ");
 };

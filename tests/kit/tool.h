@@ -9,6 +9,7 @@
 #include "ui/settings.h"
 
 #include <QtCore/QSharedPointer>
+#include <QtWidgets/QComboBox>
 
 /// The program's own objects, in the order in which its main() makes them.
 struct Tool
@@ -21,5 +22,10 @@ struct Tool
     MainWindowController controller{&window, &handler, &settings, &storage, nullptr};
 
     /// Adds @p path to the port list under @p name and selects it.
-    void choosePort(const QString &name, const QString &path);
+    void choosePort(const QString &name, const QString &path)
+    {
+        window.addPort(name, path);
+        const auto *const ports = window.findChild<QComboBox *>(QStringLiteral("serialPorts"));
+        window.selectPortIndex(ports->count() - 1);
+    }
 };

@@ -49,8 +49,7 @@ void ToolFixture::beginCase(const QString &folder)
 
 void ToolFixture::endCase()
 {
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets) {
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
         takeScreenshot(widget);
     }
     endTool();
@@ -71,12 +70,6 @@ bool ToolFixture::startDevice(const QStringList &options)
     return m_device->start(fast + options);
 }
 
-bool ToolFixture::startTool()
-{
-    m_tool = std::make_unique<Tool>();
-    return launchTool();
-}
-
 bool ToolFixture::launchTool()
 {
     if (!m_tool->controller.start()) {
@@ -88,17 +81,12 @@ bool ToolFixture::launchTool()
     return QTest::qWaitForWindowActive(&window());
 }
 
-bool ToolFixture::startConnected(const QStringList &options)
-{
-    return startDevice(options) && startTool() && connectByClick();
-}
-
 bool ToolFixture::startPolling(const QStringList &options, int intervalMs)
 {
     if (!startDevice(options) || !startTool()) {
         return false;
     }
-    tool().controller.setMeasurementInterval(intervalMs);
+    m_tool->controller.setMeasurementInterval(intervalMs);
     return connectByClick();
 }
 
@@ -138,16 +126,6 @@ bool ToolFixture::connectByClick()
         && waitFor([=] { return storedReadings() > readings; });
 }
 
-bool ToolFixture::disconnectByClick()
-{
-    return click("disconnectButton") && waitFor([this] { return !queue().serialPort()->isOpen(); });
-}
-
-bool ToolFixture::typeSetting(const char *alias, const QString &value)
-{
-    return typeIntoCell(editor(), setting(alias)->row(), setting(alias)->column(), value);
-}
-
 QMetaObject::Connection ToolFixture::atProgress(int percentage, const std::function<void()> &action)
 {
     const auto isDone = std::make_shared<bool>(false);
@@ -172,36 +150,23 @@ bool ToolFixture::waitUntilQuiet()
 
 void ToolFixture::prepareAnswers(const QByteArray &button)
 {
-    constexpr int memoryBytes = 65536;
-    constexpr int imageBytes = 16 * 2000;
-    const struct
-    {
-        const char *button;
-        const char *question;
-        const char *caption;
-        int bytes; ///< of the file to be read
-    } jobs[] = {
-        {"readLogButton", nullptr, nullptr, 0},
-        {"syncClockButton", nullptr, nullptr, 0},
-        {"writeToEepromButton", "Are you sure you want to write settings to EEPROM?", nullptr, 0},
-        {"backupEepromButton", nullptr, "Select where to write eeprom backup", 0},
-        {"restoreEepromButton", nullptr, "Select eeprom backup file", memoryBytes},
-        {"updateFirmwareButton", "Are you sure you wish to continue?", "Select firmware file",
-         imageBytes},
-    };
-    for (const auto &job : jobs) {
-        if (button != job.button) {
-            continue;
-        }
-        if (job.bytes > 0) {
-            QVERIFY(write(jobFile(), QByteArray(job.bytes, 'j')));
-        }
-        if (job.question != nullptr) {
-            dialogs().answerBox(text(job.question), text("Yes"));
-        }
-        if (job.caption != nullptr) {
-            dialogs().answerFileDialog(text(job.caption), jobFile());
-        }
+    const QMap<QByteArray, QString> questions{
+        {"writeToEepromButton", text("Are you sure you want to write settings to EEPROM?")},
+        {"updateFirmwareButton", text("Are you sure you wish to continue?")}};
+    const QMap<QByteArray, QString> captions{
+        {"backupEepromButton", text("Select where to write eeprom backup")},
+        {"restoreEepromButton", text("Select eeprom backup file")},
+        {"updateFirmwareButton", text("Select firmware file")}};
+    const QMap<QByteArray, int> bytesToRead{{"restoreEepromButton", 65536},
+                                            {"updateFirmwareButton", 16 * 2000}};
+    if (questions.contains(button)) {
+        dialogs().answerBox(questions.value(button), text("Yes"));
+    }
+    if (captions.contains(button)) {
+        dialogs().answerFileDialog(captions.value(button), jobFile());
+    }
+    if (bytesToRead.contains(button)) {
+        QVERIFY(write(jobFile(), QByteArray(bytesToRead.value(button), 'j')));
     }
 }
 
@@ -216,11 +181,6 @@ QString ToolFixture::chooseFileInRemovedFolder(const QString &caption)
         dialog->done(QDialog::Accepted);
     });
     return path;
-}
-
-bool ToolFixture::waitForAnswers()
-{
-    return waitFor([this] { return dialogs().isSatisfied(); });
 }
 
 bool ToolFixture::readingsArrive()
@@ -257,34 +217,27 @@ QMap<QString, QString> ToolFixture::shownValues()
 QMap<QString, QString> ToolFixture::expectedValues()
 {
     QMap<QString, DeviceConfiguration> models;
-    ConfigurationLoader loader;
-    loader.load(models, text("settings.xml"));
+    ConfigurationLoader().load(models, text("settings.xml"));
     const auto items = models.value(field("modelNumber")).measurementItems;
     const MeasurementDisplayOptions options;
-    QMap<QString, QString> values;
-    const QList<QByteArray> pairs = device().measurements();
-    for (const QByteArray &pair : pairs) {
-        const QString name = QString::fromLatin1(pair.left(pair.indexOf('=')));
-        const double value = MeasurementTypeUtils::convertToDisplayUnit(
-            pair.mid(pair.indexOf('=') + 1).toDouble(), name, options, items);
-        const QString unit = MeasurementTypeUtils::displayUnitText(name, items, options);
-        values.insert(name, text("%1 %2").arg(value).arg(unit));
+    QMap<QString, QString> values = device().measurementValues();
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        const double number = MeasurementTypeUtils::convertToDisplayUnit(
+            value->toDouble(), value.key(), options, items);
+        const QString unit = MeasurementTypeUtils::displayUnitText(value.key(), items, options);
+        *value = text("%1 %2").arg(number).arg(unit);
     }
     return values;
 }
 
 QStringList ToolFixture::deviceValues()
 {
-    QStringList values;
-    const QList<QByteArray> pairs = device().measurements();
-    for (const QByteArray &pair : pairs) {
-        const int equals = pair.indexOf('=');
-        values.append(text("%1|%2")
-                          .arg(QString::fromLatin1(pair.left(equals)))
-                          .arg(pair.mid(equals + 1).toDouble(), 0, 'f', 2));
+    QStringList texts;
+    const QMap<QString, QString> values = device().measurementValues();
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        texts.append(text("%1|%2").arg(value.key()).arg(value->toDouble(), 0, 'f', 2));
     }
-    values.sort();
-    return values;
+    return texts;
 }
 
 QStringList ToolFixture::lastStoredValues() const
@@ -338,27 +291,12 @@ int ToolFixture::storedReadings() const
 
 QStringList ToolFixture::commands() const
 {
+    const QByteArray command = "command ";
     QStringList found;
-    const QList<QByteArray> lines = contents(journalPath()).mid(m_journalRead).split('\n');
-    for (const QByteArray &line : lines) {
-        if (line.startsWith("command ")) {
-            found.append(QString::fromLatin1(line.mid(int(qstrlen("command ")))));
+    for (const QByteArray &line : contents(journalPath()).mid(m_journalRead).split('\n')) {
+        if (line.startsWith(command)) {
+            found.append(QString::fromLatin1(line.mid(command.size())));
         }
     }
     return found;
-}
-
-int ToolFixture::commandCount(const char *beginning) const
-{
-    return commands().filter(QRegularExpression(QLatin1Char('^') + text(beginning))).size();
-}
-
-void ToolFixture::forgetCommands()
-{
-    m_journalRead = contents(journalPath()).size();
-}
-
-QVariant ToolFixture::rememberedValue(const char *key)
-{
-    return QSettings(text("Orvanta"), text("Kv tool")).value(QLatin1String(key));
 }

@@ -57,13 +57,20 @@ protected:
     bool startDevice(const QStringList &options = QStringList());
 
     /// The program up to its event loop, with the device chosen in the port list.
-    bool startTool();
+    bool startTool()
+    {
+        m_tool = std::make_unique<Tool>();
+        return launchTool();
+    }
 
     /// As startTool(), with the objects that m_tool has already.
     bool launchTool();
 
     /// Device and tool, connected, with the first reading in the store.
-    bool startConnected(const QStringList &options = QStringList());
+    bool startConnected(const QStringList &options = QStringList())
+    {
+        return startDevice(options) && startTool() && connectByClick();
+    }
 
     /// As startConnected(), with a reading every @p intervalMs.
     bool startPolling(const QStringList &options = QStringList(), int intervalMs = 20);
@@ -93,10 +100,17 @@ protected:
     bool click(const char *buttonName) { return press(child<QPushButton>(buttonName)); }
 
     bool connectByClick();
-    bool disconnectByClick();
+    bool disconnectByClick()
+    {
+        return click("disconnectButton")
+            && waitFor([this] { return !queue().serialPort()->isOpen(); });
+    }
 
     /// Types @p value into the cell of the setting @p alias.
-    bool typeSetting(const char *alias, const QString &value);
+    bool typeSetting(const char *alias, const QString &value)
+    {
+        return typeIntoCell(editor(), setting(alias)->row(), setting(alias)->column(), value);
+    }
 
     /// Runs @p action once, from the event loop, when the wait dialog's bar shows @p percentage or
     /// more. The connection that is returned ends the wait.
@@ -117,7 +131,10 @@ protected:
     QString chooseFileInRemovedFolder(const QString &caption);
 
     /// Waits until each prepared answer of dialogs() has been given.
-    bool waitForAnswers();
+    bool waitForAnswers()
+    {
+        return waitFor([this] { return dialogs().isSatisfied(); });
+    }
 
     /// Waits for two more readings in the store, with the last one in the table.
     bool readingsArrive();
@@ -187,12 +204,18 @@ protected:
     QStringList commands() const;
 
     /// How many of commands() match the regular expression @p beginning at their start.
-    int commandCount(const char *beginning) const;
+    int commandCount(const char *beginning) const
+    {
+        return commands().filter(QRegularExpression(QLatin1Char('^') + text(beginning))).size();
+    }
 
-    void forgetCommands();
+    void forgetCommands() { m_journalRead = contents(journalPath()).size(); }
 
     /// A value of the user's settings file.
-    static QVariant rememberedValue(const char *key);
+    static QVariant rememberedValue(const char *key)
+    {
+        return QSettings(text("Orvanta"), text("Kv tool")).value(QLatin1String(key));
+    }
 
     /// @}
 

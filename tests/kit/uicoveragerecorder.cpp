@@ -14,7 +14,6 @@
 namespace {
 
 constexpr const char *pathVariable = "KV_UI_COVERAGE";
-constexpr const char *scenarioVariable = "KV_SCENARIO";
 
 /// Each control accepts the focus, except for a table's header.
 bool isControl(const QWidget *widget)
@@ -60,7 +59,7 @@ QString controlOf(const QWidget *widget)
 
 UiCoverageRecorder::UiCoverageRecorder(QObject *parent)
     : QObject(parent)
-    , m_path(QString::fromLocal8Bit(qgetenv(pathVariable)))
+    , m_path(qEnvironmentVariable(pathVariable))
 {
     if (!m_path.isEmpty()) {
         qApp->installEventFilter(this);
@@ -70,17 +69,15 @@ UiCoverageRecorder::UiCoverageRecorder(QObject *parent)
 void UiCoverageRecorder::reset()
 {
     if (qEnvironmentVariableIsSet(pathVariable)) {
-        QFile::remove(QString::fromLocal8Bit(qgetenv(pathVariable)));
+        QFile::remove(qEnvironmentVariable(pathVariable));
     }
 }
 
 QString UiCoverageRecorder::scenario()
 {
-    if (qEnvironmentVariableIsSet(scenarioVariable)) {
-        return QString::fromLocal8Bit(qgetenv(scenarioVariable));
-    }
-    return QCoreApplication::applicationName() + QLatin1String("::")
-        + QLatin1String(QTest::currentTestFunction());
+    return qEnvironmentVariable("KV_SCENARIO",
+                                QCoreApplication::applicationName() + QLatin1String("::")
+                                    + QLatin1String(QTest::currentTestFunction()));
 }
 
 QString UiCoverageRecorder::nameOf(const QWidget *window)
@@ -158,8 +155,7 @@ void UiCoverageRecorder::recordWindow(QWidget *window)
 
 void UiCoverageRecorder::recordControls(const QWidget *window)
 {
-    const auto children = window->findChildren<QWidget *>();
-    for (QWidget *child : children) {
+    for (QWidget *child : window->findChildren<QWidget *>()) {
         if (child->window() != window) {
             continue;
         }
@@ -182,27 +178,21 @@ void UiCoverageRecorder::recordControls(const QWidget *window)
 
 void UiCoverageRecorder::recordEnd(const QDialog *dialog, int result)
 {
-    if (const auto *const box = qobject_cast<const QMessageBox *>(dialog)) {
-        const QAbstractButton *const button = box->clickedButton();
-        record("ended",
-               box->text() + QLatin1String(" = ") + (button ? labelOf(button) : QString()));
-    } else {
-        const char *const end = result == QDialog::Accepted ? " = accepted" : " = rejected";
-        record("ended", dialog->windowTitle() + QLatin1String(end));
+    const auto *const box = qobject_cast<const QMessageBox *>(dialog);
+    QString end = QLatin1String(result == QDialog::Accepted ? "accepted" : "rejected");
+    if (box != nullptr) {
+        end = box->clickedButton() ? labelOf(box->clickedButton()) : QString();
     }
+    record("ended", (box ? box->text() : dialog->windowTitle()) + QLatin1String(" = ") + end);
 }
 
 void UiCoverageRecorder::record(const char *event, const QString &subject)
 {
-    const QString line =
-        QStringList{QString::fromLatin1(event), subject.simplified(), scenario()}.join(
-            QLatin1Char('\t'));
-    if (subject.isEmpty() || m_recorded.contains(line)) {
-        return;
-    }
-    m_recorded.insert(line);
+    const QStringList fields{QString::fromLatin1(event), subject.simplified(), scenario()};
+    const QString line = fields.join(QLatin1Char('\t'));
     QFile file(m_path);
-    if (file.open(QIODevice::Append)) {
+    if (!subject.isEmpty() && !m_recorded.contains(line) && file.open(QIODevice::Append)) {
+        m_recorded.insert(line);
         file.write(line.toUtf8() + '\n');
     }
 }

@@ -3,18 +3,14 @@
 
 #include <QtGui/QCloseEvent>
 #include <QtGui/QWindow>
-#include <QtTest/QTest>
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
-#include <QtWidgets/QDialog>
 #include <QtWidgets/QDoubleSpinBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListWidget>
-#include <QtWidgets/QProgressBar>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QTableWidget>
 
 namespace {
@@ -27,17 +23,12 @@ bool isBlocked(const QWidget *window)
 }
 
 /// Clicks near the left end of @p widget, where check boxes and first sections are.
-void clickLeft(QWidget *widget, int x)
+void clickLeft(QWidget *widget)
 {
-    QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, QPoint(x, widget->height() / 2));
+    QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, QPoint(8, widget->height() / 2));
 }
 
 } // namespace
-
-bool WindowDriver::waitFor(const std::function<bool()> &condition)
-{
-    return QTest::qWaitFor(condition, waitMs);
-}
 
 bool WindowDriver::press(QAbstractButton *button)
 {
@@ -46,11 +37,6 @@ bool WindowDriver::press(QAbstractButton *button)
     }
     QTest::mouseClick(button, Qt::LeftButton);
     return true;
-}
-
-bool WindowDriver::press(const QDialog *dialog, QDialogButtonBox::StandardButton button)
-{
-    return press(dialog->findChild<QDialogButtonBox *>()->button(button));
 }
 
 bool WindowDriver::choose(QComboBox *combo, int index)
@@ -69,8 +55,7 @@ bool WindowDriver::choose(QComboBox *combo, int index)
 
 void WindowDriver::toggle(QCheckBox *checkBox)
 {
-    constexpr int boxX = 8;
-    clickLeft(checkBox, boxX);
+    clickLeft(checkBox);
 }
 
 void WindowDriver::toggle(QListWidget *list, int row)
@@ -117,19 +102,17 @@ QLineEdit *WindowDriver::editCell(QTableWidget *table, int row, int column)
 bool WindowDriver::typeIntoCell(QTableWidget *table, int row, int column, const QString &value)
 {
     QLineEdit *const editor = editCell(table, row, column);
-    if (editor == nullptr) {
-        return false;
+    if (editor != nullptr) {
+        QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(editor, value);
+        QTest::keyClick(editor, Qt::Key_Return);
     }
-    QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(editor, value);
-    QTest::keyClick(editor, Qt::Key_Return);
-    return true;
+    return editor != nullptr;
 }
 
 void WindowDriver::typeNumber(QDoubleSpinBox *box, const QString &number)
 {
-    constexpr int textX = 5;
-    clickLeft(box, textX);
+    clickLeft(box);
     QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClicks(box, number);
     QTest::keyClick(box, Qt::Key_Tab);
@@ -137,8 +120,7 @@ void WindowDriver::typeNumber(QDoubleSpinBox *box, const QString &number)
 
 void WindowDriver::stepYear(QDateTimeEdit *edit, Qt::Key key)
 {
-    constexpr int textX = 5;
-    clickLeft(edit, textX);
+    clickLeft(edit);
     // In some locales the first section is another one.
     edit->setSelectedSection(QDateTimeEdit::YearSection);
     QTest::keyClick(edit, key);
@@ -157,26 +139,10 @@ bool WindowDriver::closeByFrame(QWidget *window)
 
 QWidget *WindowDriver::topLevel(const char *name)
 {
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets) {
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
         if (widget->objectName() == QLatin1String(name)) {
             return widget;
         }
     }
     return nullptr;
-}
-
-QDialog *WindowDriver::waitDialog()
-{
-    return qobject_cast<QDialog *>(topLevel("WaitDialog"));
-}
-
-QPushButton *WindowDriver::cancelButton()
-{
-    return waitDialog()->findChild<QPushButton *>();
-}
-
-QProgressBar *WindowDriver::bar()
-{
-    return waitDialog()->findChild<QProgressBar *>();
 }

@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCore/QString>
-#include <QtCore/QStringList>
+#include <QtTest/QTest>
+#include <QtWidgets/QDialog>
 #include <QtWidgets/QDialogButtonBox>
+#include <QtWidgets/QProgressBar>
+#include <QtWidgets/QPushButton>
 #include <functional>
 
-class QAbstractButton;
 class QCheckBox;
 class QComboBox;
 class QDateTimeEdit;
-class QDialog;
 class QDoubleSpinBox;
 class QLineEdit;
 class QListWidget;
-class QProgressBar;
-class QPushButton;
 class QTableWidget;
 
 /// Mouse and keyboard input at the real windows, as a user gives it. A base class of fixtures.
@@ -28,13 +26,19 @@ public:
     static constexpr int waitMs = 20000;
 
     /// Runs the event loop until @p condition is true; false when the time is over.
-    static bool waitFor(const std::function<bool()> &condition);
+    static bool waitFor(const std::function<bool()> &condition)
+    {
+        return QTest::qWaitFor(condition, waitMs);
+    }
 
     /// Clicks @p button if a user can: it is visible, enabled and not blocked by a modal dialog.
     static bool press(QAbstractButton *button);
 
     /// Clicks the standard button @p button of @p dialog.
-    static bool press(const QDialog *dialog, QDialogButtonBox::StandardButton button);
+    static bool press(const QDialog *dialog, QDialogButtonBox::StandardButton button)
+    {
+        return press(dialog->findChild<QDialogButtonBox *>()->button(button));
+    }
 
     /// Opens the list of @p combo with the mouse and chooses the entry @p index by keys.
     static bool choose(QComboBox *combo, int index);
@@ -79,8 +83,8 @@ public:
 
     /// The tool's wait dialog and its parts.
     /// @{
-    static QDialog *waitDialog();
-    static QPushButton *cancelButton();
-    static QProgressBar *bar();
+    static QDialog *waitDialog() { return qobject_cast<QDialog *>(topLevel("WaitDialog")); }
+    static QPushButton *cancelButton() { return waitDialog()->findChild<QPushButton *>(); }
+    static QProgressBar *bar() { return waitDialog()->findChild<QProgressBar *>(); }
     /// @}
 };
