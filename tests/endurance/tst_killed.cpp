@@ -4,6 +4,7 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/testparameters.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/text.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
@@ -22,11 +23,6 @@ constexpr int valuesPerReading = 6;
 constexpr int longestPollingUs = 200000; ///< from the first reading to the kill
 constexpr int longestCreationUs = 120000; ///< from the creation of the file to the kill
 
-QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 /// A process of the tool, killed with this object and with the test.
 class ToolProcess : public QProcess
 {
@@ -42,13 +38,7 @@ public:
     /// Waits for the first stored reading; false when none arrives.
     bool waitForReading()
     {
-        QElapsedTimer time;
-        time.start();
-        while (!canReadLine() && time.elapsed() < waitMs) {
-            if (!waitForReadyRead(waitMs)) {
-                return false;
-            }
-        }
+        while (!canReadLine() && waitForReadyRead(waitMs)) { }
         return canReadLine();
     }
 
@@ -63,18 +53,14 @@ public:
         return exitStatus() == QProcess::CrashExit && exitCode() == SIGKILL;
     }
 
-    /// The warnings that it has logged.
-    QStringList warnings()
+    /// The warnings that it has logged, but for those that the offscreen platform logs.
+    QString warnings()
     {
         m_errors += readAllStandardError();
-        QStringList lines =
-            QString::fromLocal8Bit(m_errors).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        // The offscreen platform logs this for each window.
-        const auto ofPlatform = [](const QString &line) {
-            return line.endsWith(text("This plugin does not support propagateSizeHints()"));
-        };
-        lines.erase(std::remove_if(lines.begin(), lines.end(), ofPlatform), lines.end());
-        return lines;
+        const QStringList lines = QString::fromLocal8Bit(m_errors).split(QLatin1Char('\n'));
+        const QRegularExpression ofTool(
+            text("^(?!$|.*This plugin does not support propagateSizeHints\\(\\)$)"));
+        return lines.filter(ofTool).join(QLatin1Char('\n'));
     }
 
 protected:
@@ -138,9 +124,9 @@ private slots:
         }
         qInfo(
             "%d kills, %d readings; the last had none, one, ... of its %d values after %s kills; a "
-            "commit was interrupted in %d; longest start to the first reading %lld ms",
+            "commit was interrupted in %d; longest start to the first reading %d ms",
             kills, m_readings.size(), valuesPerReading, qPrintable(partial.join(text(", "))),
-            m_interrupted, m_longestStartMs);
+            m_interrupted, m_longestStartUs / 1000);
         QVERIFY(std::accumulate(m_partial.cbegin(), m_partial.cend(), 0) > 0);
     }
 
@@ -192,7 +178,7 @@ private:
             .toString();
     }
 
-    int random(int bound) { return static_cast<int>(m_random.bounded(bound)); }
+    void sleepUpTo(int us) { QThread::usleep(m_random.bounded(static_cast<quint32>(us))); }
 
     bool startTool(ToolProcess &process)
     {
@@ -205,10 +191,7 @@ private:
     {
         ToolProcess process;
         QVERIFY(startTool(process));
-        QThread::usleep(static_cast<unsigned long>(random(static_cast<int>(m_startUs))));
-        QVERIFY2(process.killNow(), qPrintable(process.warnings().join(text("\n"))));
-        QCOMPARE(process.warnings(), QStringList());
-        checkStore(process.reportedReadings());
+        killAndCheckStore(process, m_startUs);
     }
 
     void killWhilePolling()
@@ -218,12 +201,19 @@ private:
         time.start();
         QVERIFY(startTool(process));
         // With the files as the last kill left them.
-        QVERIFY2(process.waitForReading(), qPrintable(process.warnings().join(text("\n"))));
-        m_startUs = m_startUs == 0 ? time.nsecsElapsed() / 1000 : m_startUs;
-        m_longestStartMs = qMax(m_longestStartMs, time.elapsed());
-        QThread::usleep(static_cast<unsigned long>(random(longestPollingUs)));
-        QVERIFY2(process.killNow(), qPrintable(process.warnings().join(text("\n"))));
-        QCOMPARE(process.warnings(), QStringList());
+        QVERIFY2(process.waitForReading(), qPrintable(process.warnings()));
+        const int us = static_cast<int>(time.nsecsElapsed() / 1000);
+        m_startUs = m_startUs == 0 ? us : m_startUs;
+        m_longestStartUs = qMax(m_longestStartUs, us);
+        killAndCheckStore(process, longestPollingUs);
+    }
+
+    /// Kills within @p longestUs.
+    void killAndCheckStore(ToolProcess &process, int longestUs)
+    {
+        sleepUpTo(longestUs);
+        QVERIFY2(process.killNow(), qPrintable(process.warnings()));
+        QCOMPARE(process.warnings(), QString());
         checkStore(process.reportedReadings());
     }
 
@@ -270,9 +260,9 @@ private:
             QThread::yieldCurrentThread();
         }
         // Early moments more often: the time of the four commits depends on the disk.
-        QThread::usleep(static_cast<unsigned long>(random(1 + random(longestCreationUs))));
-        QVERIFY2(program.killNow(), qPrintable(program.warnings().join(text("\n"))));
-        QCOMPARE(program.warnings(), QStringList());
+        sleepUpTo(m_random.bounded(1, longestCreationUs));
+        QVERIFY2(program.killNow(), qPrintable(program.warnings()));
+        QCOMPARE(program.warnings(), QString());
         QVERIFY(QFile::exists(storePath()));
     }
 
@@ -288,8 +278,8 @@ private:
             DatabaseInspector(DatabaseInspector::copy(path, folder.path())).readings().size();
         ToolProcess process;
         QVERIFY(startTool(process));
-        QVERIFY2(process.waitForReading(), qPrintable(process.warnings().join(text("\n"))));
-        QVERIFY2(process.killNow(), qPrintable(process.warnings().join(text("\n"))));
+        QVERIFY2(process.waitForReading(), qPrintable(process.warnings()));
+        QVERIFY2(process.killNow(), qPrintable(process.warnings()));
         QCOMPARE(process.warnings().isEmpty(), tables.size() == 4);
         QCOMPARE(rememberedFolder(), skipped ? QDir::homePath() : m_folder->path());
 
@@ -310,8 +300,8 @@ private:
     QRandomGenerator m_random;
     std::unique_ptr<SimulatorProcess> m_device;
     std::unique_ptr<QTemporaryDir> m_folder;
-    qint64 m_startUs = 0; ///< from the first start to its first reading
-    qint64 m_longestStartMs = 0;
+    int m_startUs = 0; ///< from the first start to its first reading
+    int m_longestStartUs = 0;
     QVector<DatabaseInspector::Reading> m_readings; ///< in the store after the last kill
     QVector<int> m_partial; ///< kills that left the last reading with so many values, but not all
     int m_interrupted = 0; ///< kills that left a journal to roll back
