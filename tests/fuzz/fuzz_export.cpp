@@ -2,25 +2,17 @@
 // The two CSV files, with arbitrary names from a database and titles from a device. The expected
 // contents are computed independently.
 #include "tests/fuzz/fuzzing.h"
+#include "tests/kit/files.h"
 #include "tests/unit/control/controllerfixture.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
-#include <QtCore/QTextCodec>
 #include <fuzzer/FuzzedDataProvider.h>
 
 namespace {
 
-constexpr size_t maxNames = 6;
-constexpr size_t maxRows = 4;
+constexpr int maxNames = 6;
+constexpr int maxRows = 4;
 constexpr size_t maxNameLength = 40;
-constexpr double factor = 0.5; // of O3 in the fixture's settings.xml
-
-QString anyText(FuzzedDataProvider &input)
-{
-    const std::string text = input.ConsumeRandomLengthString(maxNameLength);
-    return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
-}
 
 QString anyName(FuzzedDataProvider &input, const QStringList &names)
 {
@@ -31,9 +23,8 @@ QString anyName(FuzzedDataProvider &input, const QStringList &names)
 QStringList anyNames(FuzzedDataProvider &input)
 {
     QStringList names{QStringLiteral("O3"), QStringLiteral("T"), QStringLiteral("Timestamp")};
-    const auto count = input.ConsumeIntegralInRange<size_t>(0, maxNames);
-    for (size_t i = 0; i < count; ++i) {
-        names << anyText(input);
+    for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
+        names << QString::fromStdString(input.ConsumeRandomLengthString(maxNameLength));
     }
     return names;
 }
@@ -54,22 +45,18 @@ double anyNumber(FuzzedDataProvider &input)
 
 QVector<StoredMeasurement> anyMeasurements(FuzzedDataProvider &input, const QStringList &names)
 {
-    QVector<StoredMeasurement> result;
-    const auto count = input.ConsumeIntegralInRange<size_t>(0, maxRows);
-    for (size_t i = 0; i < count; ++i) {
-        StoredMeasurement measurement;
+    QVector<StoredMeasurement> result(input.ConsumeIntegralInRange(0, maxRows));
+    for (StoredMeasurement &measurement : result) {
         measurement.timestamp = anyTime(input);
-        const auto values = input.ConsumeIntegralInRange<size_t>(0, maxNames);
-        for (size_t j = 0; j < values; ++j) {
+        for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
             measurement.values.append(
                 {anyName(input, names), input.ConsumeBool(), anyNumber(input)});
         }
-        result.append(measurement);
     }
     return result;
 }
 
-QString line(QStringList cells)
+QString line(const QStringList &cells)
 {
     return cells.join(QLatin1Char(',')) + QLatin1Char('\n');
 }
@@ -83,81 +70,70 @@ QString rowText(const QDateTime &time, const QVector<double> &numbers)
     return time.toLocalTime().toString(Qt::ISODate) + QLatin1Char(',') + line(cells);
 }
 
-QString displayName(const QString &name)
-{
-    return name == QLatin1String("O3") ? QStringLiteral("Ozone")
-        : name == QLatin1String("T")   ? QStringLiteral("Temperature")
-                                       : name;
-}
-
 // The model's ozone comes in ppb and its temperature in Celsius.
 double displayValue(const MeasurementValue &value, bool celsius)
 {
     if (value.name == QLatin1String("O3")) {
-        return value.value * factor;
+        return value.value * 0.5;
     }
-    if (value.name == QLatin1String("T") && !celsius) {
-        return value.value * static_cast<double>(1.8F) + 32.0;
-    }
-    return value.value;
+    const bool isConverted = value.name == QLatin1String("T") && !celsius;
+    return isConverted ? value.value * static_cast<double>(1.8F) + 32.0 : value.value;
 }
 
 QString exportText(const QVector<StoredMeasurement> &measurements, const QStringList &chosen,
                    bool celsius)
 {
+    const QMap<QString, QString> displayNames{{QStringLiteral("O3"), QStringLiteral("Ozone")},
+                                              {QStringLiteral("T"), QStringLiteral("Temperature")}};
     QStringList titles{QStringLiteral("Timestamp")};
-    for (const MeasurementValue &value : measurements.first().values) {
-        if (chosen.contains(value.name)) {
-            titles << displayName(value.name);
-        }
-    }
-    QString text = line(titles);
+    QString rows;
     for (const StoredMeasurement &measurement : measurements) {
         QVector<double> numbers;
         for (const MeasurementValue &value : measurement.values) {
             if (chosen.contains(value.name)) {
                 numbers << displayValue(value, celsius);
+                if (&measurement == measurements.constData()) {
+                    titles << displayNames.value(value.name, value.name);
+                }
             }
         }
-        text += rowText(measurement.timestamp, numbers);
+        rows += rowText(measurement.timestamp, numbers);
     }
-    return text;
+    return line(titles) + rows;
 }
 
-// A working folder with settings.xml, for the files.
-struct Desk
+// The controller with a model, and the file that its file dialog chooses.
+struct Exporter
 {
-    Desk()
+    Exporter()
     {
         FUZZ_ASSERT(QDir::setCurrent(folder.path()));
         fixture = new ControllerFixture;
         fixture->start();
         emit fixture->handler.valueRead(SerialPortValueType::ValueDeviceModel,
                                         QStringLiteral("KVT-1"));
-        fixture->window.saveFile = file.path();
+        fixture->window.saveFile = path;
         fixture->window.answer = true;
     }
-    ~Desk() { delete fixture; }
-    Q_DISABLE_COPY(Desk)
 
-    QTemporaryDir folder;
-    Fuzzing::MemoryFile file;
-    ControllerFixture *fixture = nullptr;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("values.csv"));
+    ControllerFixture *fixture = nullptr; ///< constructed in the folder
 };
 
-void checkExport(FuzzedDataProvider &input, Desk &desk)
+void checkExport(FuzzedDataProvider &input, const Exporter &exporter)
 {
-    ControllerFixture &fixture = *desk.fixture;
+    ControllerFixture &fixture = *exporter.fixture;
     const bool celsius = input.ConsumeBool();
     emit fixture.window.temperatureUnitIndexChanged(celsius ? 0 : 1);
     emit fixture.window.pollutantUnitIndexChanged(input.ConsumeBool() ? 0 : 1);
     const QStringList names = anyNames(input);
     QStringList chosen;
     fixture.window.exportSelection.measurementTypes.clear();
-    const auto count = input.ConsumeIntegralInRange<unsigned>(0, maxNames);
-    for (unsigned i = 0; i < count; ++i) {
+    for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
         chosen << anyName(input, names);
-        fixture.window.exportSelection.measurementTypes.insert(i, chosen.last());
+        fixture.window.exportSelection.measurementTypes.insert(static_cast<unsigned>(i),
+                                                               chosen.last());
     }
     fixture.storage.measurementsResult = anyMeasurements(input, names);
     fixture.forget();
@@ -168,52 +144,39 @@ void checkExport(FuzzedDataProvider &input, Desk &desk)
     FUZZ_ASSERT(fixture.window.calls.contains(
                     QStringLiteral("Information No measurements found from given time period"))
                 == nothing);
-    if (!nothing) {
-        FUZZ_ASSERT(desk.file.contents()
+    FUZZ_ASSERT(nothing
+                || files::contents(exporter.path)
                     == exportText(fixture.storage.measurementsResult, chosen, celsius).toUtf8());
-    }
 }
 
-void checkLog(FuzzedDataProvider &input, Desk &desk)
+void checkLog(FuzzedDataProvider &input, const Exporter &exporter)
 {
     const QStringList titles = anyNames(input);
-    QVector<LogValue> rows;
+    QVector<LogValue> rows(input.ConsumeIntegralInRange(1, maxRows));
     QString expected = line(titles);
-    const auto count = input.ConsumeIntegralInRange<size_t>(1, maxRows);
-    for (size_t i = 0; i < count; ++i) {
-        LogValue row;
+    for (LogValue &row : rows) {
         row.time = anyTime(input);
-        const auto values = input.ConsumeIntegralInRange<size_t>(0, maxNames);
-        for (size_t j = 0; j < values; ++j) {
+        for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
             row.values << anyNumber(input);
         }
-        rows << row;
         expected += rowText(row.time, row.values);
     }
-    desk.fixture->forget();
-    emit desk.fixture->handler.logRead(titles, rows);
-    FUZZ_ASSERT(desk.file.contents() == expected.toUtf8());
+    exporter.fixture->forget();
+    emit exporter.fixture->handler.logRead(titles, rows);
+    FUZZ_ASSERT(files::contents(exporter.path) == expected.toUtf8());
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    Fuzzing::disableLog();
-    static QCoreApplication application(*argc, *argv);
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static Desk desk;
+    static const Exporter exporter;
     FuzzedDataProvider input(data, size);
-    desk.file.fill(QByteArray());
+    FUZZ_ASSERT(files::write(exporter.path, QByteArray()));
     if (input.ConsumeBool()) {
-        checkLog(input, desk);
+        checkLog(input, exporter);
     } else {
-        checkExport(input, desk);
+        checkExport(input, exporter);
     }
     return 0;
 }

@@ -9,11 +9,10 @@
 #include "tests/kit/replysamples.h"
 #include "tests/kit/signalrecorder.h"
 
-#include <QtCore/QCoreApplication>
+#include <QtCore/QRegularExpression>
 
 namespace {
 
-constexpr int maxSends = 5;
 constexpr int singleBytes = 12; // at the end of an input; more would only be slower
 
 // A plan that a byte gives: the same for the same byte.
@@ -64,38 +63,34 @@ void expire(SerialPortJobInterface *job)
     FUZZ_ASSERT(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
 }
 
-// A second job, which gets the whole text at once.
-class Judge
+int mostSends(const JobDialogue &dialogue)
 {
-public:
-    explicit Judge(const JobDialogue &dialogue)
-        : m_job(dialogue.make(&m_port))
-    {
-        m_recorder.record(m_job.data());
-    }
-
-    QStringList verdict(const QString &text)
-    {
-        m_job->stop();
-        m_recorder.log.clear();
-        m_job->start();
-        m_port.receive(text);
-        return m_recorder.log;
-    }
-
-private:
-    FakeSerialPort m_port;
-    SignalRecorder m_recorder;
-    JobPointer m_job;
-};
-
-void checkSent(const JobDialogue &dialogue, const QByteArrayList &sent)
-{
-    FUZZ_ASSERT(sent.size() <= maxSends * dialogue.command.size() + dialogue.answer.size());
-    for (int i = 0; i < sent.size() - dialogue.answer.size(); ++i) {
-        FUZZ_ASSERT(sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
-    }
+    constexpr int attempts = 5;
+    return attempts * dialogue.command.size() + dialogue.answer.size();
 }
+
+// A second job, which gets the whole text at once.
+struct WholeTextJob
+{
+    explicit WholeTextJob(const JobDialogue &dialogue)
+        : job(dialogue.make(&port))
+    {
+        recorder.record(job.data());
+    }
+
+    QStringList signalsAfter(const QString &text)
+    {
+        job->stop();
+        recorder.log.clear();
+        job->start();
+        port.receive(text);
+        return recorder.log;
+    }
+
+    FakeSerialPort port;
+    SignalRecorder recorder;
+    JobPointer job;
+};
 
 // The result depends on the text received since the last stop, not on how it was split.
 void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
@@ -105,7 +100,7 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
     const JobPointer job = dialogue.make(&port);
     recorder.record(job.data());
     job->start();
-    Judge judge(dialogue);
+    WholeTextJob wholeTextJob(dialogue);
     QString received;
     for (const QByteArray &chunk : plan.cut(bytes)) {
         if (plan.timesOutHere()) {
@@ -120,32 +115,31 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
         const QString text = Fuzzing::asReceived(chunk);
         received += text;
         port.receive(text);
-        FUZZ_ASSERT(recorder.log == judge.verdict(received));
+        FUZZ_ASSERT(recorder.log == wholeTextJob.signalsAfter(received));
         if (!recorder.log.isEmpty()) {
             FUZZ_ASSERT(job->isRunning() == !dialogue.stopsItself);
             break;
         }
         FUZZ_ASSERT(job->isRunning());
     }
-    checkSent(dialogue, port.sent);
+    FUZZ_ASSERT(port.sent.size() <= mostSends(dialogue));
+    for (int i = 0; i < port.sent.size() - dialogue.answer.size(); ++i) {
+        FUZZ_ASSERT(port.sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
+    }
 
     job->stop();
-    const QStringList heard = recorder.log;
+    const QStringList signalsSoFar = recorder.log;
     const QByteArrayList sent = port.sent;
     port.receive(Fuzzing::asReceived(bytes));
-    FUZZ_ASSERT(recorder.log == heard);
+    FUZZ_ASSERT(recorder.log == signalsSoFar);
     FUZZ_ASSERT(port.sent == sent);
 }
 
-QStringList endsIn(const QStringList &heard)
+// The types of the jobs that have ended, as the queue reports them.
+QStringList endedTypes(const QStringList &log)
 {
-    QStringList ends;
-    for (const QString &text : heard) {
-        if (text.startsWith(latin1("queue: jobF"))) {
-            ends << text.section(QLatin1Char(' '), -1);
-        }
-    }
-    return ends;
+    QStringList types = log.filter(QRegularExpression(latin1("^queue: jobF")));
+    return types.replaceInStrings(QRegularExpression(latin1("^.* ")), QString());
 }
 
 // Jobs end in order of arrival, none is sent more often than allowed, and an idle queue is empty.
@@ -157,12 +151,12 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
     recorder.record(&queue);
     queue.setSerialPort(port);
     QStringList types;
-    int mostSends = 0;
+    int most = 0;
     for (int i = 0; i < 3; ++i) {
         const JobDialogue &dialogue = dialogues().at((first + i * 7) % dialogues().size());
         queue.addJob(dialogue.make(port.data()));
         types << QString::number(static_cast<int>(dialogue.type));
-        mostSends += maxSends * dialogue.command.size() + dialogue.answer.size();
+        most += mostSends(dialogue);
     }
     for (const QByteArray &chunk : plan.cut(bytes)) {
         const auto current = queue.currentJob();
@@ -170,22 +164,15 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
             expire(current.data());
         }
         port->receive(Fuzzing::asReceived(chunk));
-        const QStringList ends = endsIn(recorder.log);
+        const QStringList ends = endedTypes(recorder.log);
         FUZZ_ASSERT(ends == types.mid(0, ends.size()));
         FUZZ_ASSERT(queue.currentJob() ? queue.jobs().size() + ends.size() + 1 == types.size()
                                        : queue.jobs().isEmpty() && ends == types);
-        FUZZ_ASSERT(port->sent.size() <= mostSends);
+        FUZZ_ASSERT(port->sent.size() <= most);
     }
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    Fuzzing::disableLog();
-    static QCoreApplication application(*argc, *argv);
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -2,15 +2,18 @@
 // The description of the models: the input is the file settings.xml.
 #include "common/measurementtypeutils.h"
 #include "tests/fuzz/fuzzing.h"
+#include "tests/kit/files.h"
+#include "tests/kit/text.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
 
 namespace {
 
 using Devices = QMap<QString, DeviceConfiguration>;
 
-const QString strangersName = QStringLiteral("a model that was there before");
+const QString otherName = QStringLiteral("a model that was there before");
 
 void checkItem(const ConfigurationItem &item)
 {
@@ -41,13 +44,15 @@ QStringList described(const Devices &devices)
     for (auto it = devices.cbegin(); it != devices.cend(); ++it) {
         result << it.key();
         for (const ConfigurationItem &item : it->configurationItems) {
-            result << item.group << item.name << item.alias << QString::number(item.min)
-                   << QString::number(item.max) << QString::number(static_cast<int>(item.type));
+            result << item.group << item.name << item.alias
+                   << text("%1 %2 %3").arg(item.min).arg(item.max).arg(static_cast<int>(item.type));
         }
         for (const MeasurementItem &item : it->measurementItems) {
-            result << item.name << item.displayName << QString::number(static_cast<int>(item.unit))
-                   << QString::number(static_cast<int>(item.type))
-                   << QString::number(item.conversionMultiplier);
+            result << item.name << item.displayName
+                   << text("%1 %2 %3")
+                          .arg(static_cast<int>(item.unit))
+                          .arg(static_cast<int>(item.type))
+                          .arg(item.conversionMultiplier);
         }
     }
     return result;
@@ -55,19 +60,14 @@ QStringList described(const Devices &devices)
 
 bool load(Devices &devices, const QByteArray &contents)
 {
-    static const Fuzzing::MemoryFile file;
-    file.fill(contents);
+    static const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("settings.xml"));
+    FUZZ_ASSERT(files::write(path, contents));
     ConfigurationLoader loader;
-    return loader.load(devices, file.path());
+    return loader.load(devices, path);
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***)
-{
-    Fuzzing::disableLog();
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -84,10 +84,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
 
     // Loading into a map that is not empty adds the same models and removes nothing.
-    Devices filled{{strangersName, {}}};
+    Devices filled{{otherName, {}}};
     FUZZ_ASSERT(load(filled, contents) == loaded);
-    if (!devices.contains(strangersName)) {
-        FUZZ_ASSERT(filled.remove(strangersName) == 1);
+    if (!devices.contains(otherName)) {
+        FUZZ_ASSERT(filled.remove(otherName) == 1);
     }
     FUZZ_ASSERT(described(filled) == described(devices));
     return 0;

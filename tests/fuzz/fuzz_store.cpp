@@ -3,13 +3,10 @@
 #include "storage/localstoragehandler.h"
 #include "storage/localstoragesqlite.h"
 #include "tests/fuzz/fuzzing.h"
+#include "tests/kit/databaseinspector.h"
+#include "tests/kit/files.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
-#include <QtCore/QVariant>
-#include <QtSql/QSqlDatabase>
-#include <QtSql/QSqlQuery>
 #include <limits>
 
 namespace {
@@ -36,19 +33,8 @@ QVector<MeasurementValue> values()
             {QStringLiteral("new"), true, -1.25}};
 }
 
-QStringList rowsOf(const char *sql)
-{
-    QSqlQuery query(QSqlDatabase::database());
-    query.exec(QLatin1String(sql));
-    QStringList rows;
-    while (query.next()) {
-        rows << query.value(0).toString();
-    }
-    return rows;
-}
-
-// Whether the open file is intact and contains the store's tables and nothing else.
-bool isSoundStore()
+// Whether the file is intact and contains the store's tables and nothing else.
+bool isSoundStore(const QString &path)
 {
     static const QStringList tables{
         QStringLiteral("CREATE TABLE device(id integer primary key autoincrement, model text, "
@@ -60,8 +46,9 @@ bool isSoundStore()
         QStringLiteral("CREATE TABLE measurement_value(id integer primary key autoincrement, "
                        "measurement_id integer, measurement_type_id integer, value real)"),
         QStringLiteral("CREATE TABLE sqlite_sequence(name,seq)")};
-    return rowsOf("select sql from sqlite_master order by sql") == tables
-        && rowsOf("pragma integrity_check") == QStringList(QStringLiteral("ok"));
+    DatabaseInspector inspector(path);
+    return inspector.texts(QStringLiteral("select sql from sqlite_master order by sql")) == tables
+        && inspector.integrity() == QLatin1String("ok");
 }
 
 // The range applies in an intact store only: times that are texts compare as texts.
@@ -122,25 +109,15 @@ void storeOne(LocalStorageSqlite &store, bool sound)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    Fuzzing::disableLog();
-    static QCoreApplication application(*argc, *argv);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("measurements.db"));
-    QFile file(path);
-    FUZZ_ASSERT(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    FUZZ_ASSERT(file.write(Fuzzing::bytesOf(data, size)) == static_cast<qint64>(size));
-    file.close();
+    FUZZ_ASSERT(files::write(path, Fuzzing::bytesOf(data, size)));
     {
         LocalStorageSqlite store;
         const bool opened = store.open(path);
-        const bool sound = opened && isSoundStore();
+        const bool sound = opened && isSoundStore(path);
         readAll(store, sound);
         storeOne(store, sound);
         store.close();

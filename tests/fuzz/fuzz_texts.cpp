@@ -34,8 +34,7 @@ void checkGraph(MainWindow &window, const QString &text)
     static FakeLocalStorage storage; // the graph keeps it
     storage.calls.clear();
     DeviceDetails device;
-    device.modelNumber = text;
-    device.serialNumber = text;
+    device.modelNumber = device.serialNumber = text;
     storage.devicesResult = {{device, 1, time, time}};
     StoredMeasurement reading;
     reading.timestamp = time;
@@ -63,20 +62,9 @@ void checkGraph(MainWindow &window, const QString &text)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    Fuzzing::disableLog();
-    // Never deleted: Qt's own static objects are destroyed before it otherwise.
-    static auto *const application = new QApplication(*argc, *argv);
-    Q_UNUSED(application)
-    QApplication::setQuitOnLastWindowClosed(false);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static auto *const window = new MainWindow(nullptr);
+    static auto *const window = new MainWindow(nullptr); // deleted by no one, as the application
     const QString text = Fuzzing::asReceived(Fuzzing::bytesOf(data, size));
     window->setModelNumber(text);
     window->setSerialNumber(text);

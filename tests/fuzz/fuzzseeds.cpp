@@ -1,30 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Writes the seed inputs of the device link's targets, from the dialogues of the tests.
+// Writes the seed inputs of the targets that read replies or texts, most from the dialogues of the
+// tests.
 // Usage: fuzzseeds FOLDER
 #include "tests/fuzz/replytable.h"
+#include "tests/kit/files.h"
 #include "tests/kit/jobdialogue.h"
 #include "tests/kit/replysamples.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 
 namespace {
 
 void write(const QString &folder, const QByteArray &name, const QByteArray &bytes)
 {
     QDir().mkpath(folder);
-    QFile file(folder + QLatin1Char('/') + QString::fromLatin1(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
-        qFatal("%s can't be written", qPrintable(file.fileName()));
+    if (!files::write(folder + QLatin1Char('/') + latin1(name), bytes)) {
+        qFatal("%s can't be written", name.constData());
     }
 }
 
-QByteArray head(std::initializer_list<int> bytes)
+QByteArray head(const QVector<int> &bytes)
 {
     QByteArray result;
-    for (const int byte : bytes) {
-        result.append(static_cast<char>(byte));
-    }
+    std::copy(bytes.begin(), bytes.end(), std::back_inserter(result));
     return result;
 }
 
@@ -74,6 +72,12 @@ void writeEepromBlocks(const QString &folder)
     write(folder, "text", head({2, 0, 7}) + eepromReply(7, latin1(block.toHex())).toLatin1());
 }
 
+void writeTexts(const QString &folder)
+{
+    write(folder, "markup", "<b>KVT&amp;100</b>");
+    write(folder, "letters", "\xC3\x85\xE5\xA4\xA7\xF0\x9F\x8C\xAB &File");
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -95,5 +99,6 @@ int main(int argc, char *argv[])
     writeJobs(folder + latin1("/jobs"), dialogues, replies);
     writeLogRecords(folder + latin1("/logrecords"));
     writeEepromBlocks(folder + latin1("/eepromblock"));
+    writeTexts(folder + latin1("/texts"));
     return 0;
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QtCore/QString>
-#include <array>
+#include <QtCore/QVector>
 #include <bitset>
 
 // Coverage of the matcher itself would distract the fuzzer from the code under test.
@@ -20,129 +20,104 @@ public:
     explicit ReplyForm(const QString &form)
     {
         for (int i = 0; i < form.size(); ++i) {
-            const bool escaped = form.at(i) == QLatin1Char('\\');
-            i += escaped ? 1 : 0;
-            if (!escaped && form.at(i) == QLatin1Char('%')) {
-                add({Kind::Optional, QLatin1Char('"')});
-                add({Kind::Unquoted, QChar()});
-                add({Kind::Optional, QLatin1Char('"')});
+            const QChar character = form.at(i);
+            if (character == QLatin1Char('\\')) {
+                m_elements.append({Literal, form.at(++i).toLower()});
+            } else if (character == QLatin1Char('%')) {
+                const Element quote{Quote, QLatin1Char('"')};
+                m_elements << quote << Element{Unquoted, character} << quote;
             } else {
-                add({escaped ? Kind::Letter : kindOf(form.at(i)), form.at(i).toLower()});
+                const bool isSpecial = QStringLiteral("*+~.").contains(character);
+                m_elements.append(
+                    {isSpecial ? Kind(character.unicode()) : Literal, character.toLower()});
             }
         }
     }
 
-    /// Whether the whole of @p text has the form. @p furthest: the furthest place reached.
+    /// Whether the whole of @p text has the form. @p furthest: the furthest position reached.
     KV_UNINSTRUMENTED bool matches(const QString &text, int *furthest = nullptr) const
     {
-        Places places;
-        reach(places, 0);
-        Places seen = places;
-        for (const QChar c : text) {
-            const QChar letter = c.toLower();
-            Places next;
-            for (size_t place = places._Find_first(); place < end();
-                 place = places._Find_next(place)) {
-                step(next, place, c, letter);
+        Positions positions;
+        reach(positions, 0);
+        Positions seen = positions;
+        for (const QChar character : text) {
+            Positions next;
+            for (size_t i = positions._Find_first(); i < end(); i = positions._Find_next(i)) {
+                const Element &element = m_elements[static_cast<int>(i)];
+                if (accepts(element, character)) {
+                    next.set(i, next.test(i) || repeats(element.kind));
+                    reach(next, i + 1);
+                }
             }
-            places = next;
+            positions = next;
             seen |= next;
         }
         if (furthest != nullptr) {
-            *furthest = m_size;
-            while (!seen.test(static_cast<size_t>(*furthest))) {
+            for (*furthest = m_elements.size(); !seen.test(static_cast<size_t>(*furthest));) {
                 --*furthest;
             }
         }
-        return places.test(end());
+        return positions.test(end());
     }
 
     static constexpr int maxSize = 160;
 
 private:
-    enum class Kind { Letter, Any, Digits, Blank, One, Optional, Unquoted };
+    enum Kind : ushort {
+        Literal,
+        Quote, ///< or nothing
+        Unquoted, ///< any text without quotes
+        Any = '*',
+        Digits = '+',
+        Blank = '~',
+        One = '.'
+    };
 
     struct Element
     {
-        Kind kind = Kind::Letter;
+        Kind kind;
         QChar letter;
     };
 
-    using Places = std::bitset<maxSize + 1>;
+    using Positions = std::bitset<maxSize + 1>;
 
-    static Kind kindOf(QChar c)
+    size_t end() const { return static_cast<size_t>(m_elements.size()); }
+
+    KV_UNINSTRUMENTED static bool repeats(Kind kind)
     {
-        switch (c.unicode()) {
-        case '*':
-            return Kind::Any;
-        case '+':
-            return Kind::Digits;
-        case '~':
-            return Kind::Blank;
-        case '.':
-            return Kind::One;
-        default:
-            return Kind::Letter;
-        }
+        return kind == Any || kind == Unquoted || kind == Digits;
     }
 
-    void add(Element element)
+    KV_UNINSTRUMENTED static bool mayBeEmpty(Kind kind)
     {
-        if (m_size < maxSize) {
-            m_elements[static_cast<size_t>(m_size++)] = element;
-        }
+        return kind == Any || kind == Unquoted || kind == Quote;
     }
 
-    size_t end() const { return static_cast<size_t>(m_size); }
-
-    // Elements that may be empty are reached together with the next element.
-    KV_UNINSTRUMENTED void reach(Places &places, size_t place) const
+    KV_UNINSTRUMENTED static bool accepts(const Element &element, QChar character)
     {
-        places.set(place);
-        while (place < end()) {
-            const Kind kind = m_elements[place].kind;
-            if (kind != Kind::Any && kind != Kind::Optional && kind != Kind::Unquoted) {
-                return;
-            }
-            places.set(++place);
-        }
-    }
-
-    KV_UNINSTRUMENTED void step(Places &next, size_t place, QChar c, QChar letter) const
-    {
-        const Element &element = m_elements[place];
         switch (element.kind) {
-        case Kind::Any:
-            reach(next, place);
-            return;
-        case Kind::Unquoted:
-            if (c != QLatin1Char('"')) {
-                reach(next, place);
-            }
-            return;
-        case Kind::Digits:
-            if (c.isDigit()) {
-                next.set(place);
-                reach(next, place + 1);
-            }
-            return;
-        case Kind::Blank:
-            if (c.isSpace()) {
-                reach(next, place + 1);
-            }
-            return;
-        case Kind::One:
-            reach(next, place + 1);
-            return;
-        case Kind::Letter:
-        case Kind::Optional:
-            if (letter == element.letter) {
-                reach(next, place + 1);
-            }
-            return;
+        case Any:
+        case One:
+            return true;
+        case Digits:
+            return character.isDigit();
+        case Blank:
+            return character.isSpace();
+        case Unquoted:
+            return character != QLatin1Char('"');
+        default:
+            return character.toLower() == element.letter;
         }
     }
 
-    std::array<Element, maxSize> m_elements;
-    int m_size = 0;
+    /// Elements that may be empty are reached together with the next element.
+    KV_UNINSTRUMENTED void reach(Positions &positions, size_t i) const
+    {
+        positions.set(i);
+        while (i < end() && mayBeEmpty(m_elements[static_cast<int>(i)].kind)) {
+            positions.set(++i);
+        }
+    }
+
+    QVector<Element> m_elements; ///< at most maxSize
 };

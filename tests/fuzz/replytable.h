@@ -2,6 +2,7 @@
 #pragma once
 
 #include "serial/dataparser.h"
+#include "tests/kit/replysamples.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>
@@ -12,29 +13,27 @@ struct Verdict
 {
     bool recognised = false;
     QString result;
-    bool sane = true; ///< whether the result is plausible
+    bool plausible = true;
 };
 
 /// One function of the grammar: how to call it, and its properties.
 struct ReplyRow
 {
+    enum Rule {
+        Found, ///< every text of the form is recognised, also with more text before and after it
+        Whole, ///< every text of the form is recognised
+        Restricted ///< not every text of the form is recognised
+    };
+
     const char *name;
-    QString form; ///< see ReplyForm
-    /// Calls the function; @p dirty: with values in its out-parameters.
-    Verdict (*read)(const QString &text, bool dirty);
-    bool byFormAlone = true; ///< every text of this form is recognised
-    bool open = true; ///< also with more text before and after it
-    QStringList opening = {}; ///< the literals before the captured text; none: not checked
-    QString closing = {}; ///< the literal after it
-    bool prompted = true; ///< a prompt has to follow
+    const char *form; ///< see ReplyForm
+    Verdict (*read)(const QString &text, bool dirty); ///< dirty: with values in out-parameters
+    Rule rule = Found;
+    const char *opening = nullptr; ///< the literals before the captured text, separated by "|"
+    const char *closing = ""; ///< the literal after it
 };
 
 namespace ReplyTable {
-
-inline QString latin1(const char *text)
-{
-    return QString::fromLatin1(text);
-}
 
 inline QString dirtyText(bool dirty)
 {
@@ -71,7 +70,7 @@ inline Verdict readNamedValue(const QString &text, bool dirty)
     name.remove(QLatin1Char('{'));
     QString value = dirtyText(dirty);
     const bool recognised = DataParser::parseValue(name, text.mid(end + 1), value);
-    return {recognised, value, !recognised || text.contains(value)};
+    return {recognised, value, text.contains(value)};
 }
 
 inline Verdict readMeasurements(const QString &text, bool dirty)
@@ -80,18 +79,14 @@ inline Verdict readMeasurements(const QString &text, bool dirty)
     if (dirty) {
         values.insert(latin1("left"), latin1("over"));
     }
-    Verdict verdict;
-    verdict.recognised = DataParser::parseMeasurements(text, values);
-    verdict.sane = !verdict.recognised || !values.isEmpty();
-    for (auto it = values.cbegin(); verdict.recognised && it != values.cend(); ++it) {
-        for (const QString &word : {it.key(), it.value()}) {
-            verdict.sane = verdict.sane && !word.contains(QLatin1Char('='))
-                && !word.contains(QLatin1Char(';')) && !word.contains(QLatin1Char('"'))
-                && text.contains(word);
-        }
-        verdict.result += it.key() + QLatin1Char('=') + it.value() + QLatin1Char(';');
+    const bool recognised = DataParser::parseMeasurements(text, values);
+    static const QRegularExpression separator(latin1("[=;\"]"));
+    bool plausible = !values.isEmpty();
+    const QStringList words = values.keys() + values.values();
+    for (const QString &word : words) {
+        plausible = plausible && text.contains(word) && !word.contains(separator);
     }
-    return verdict;
+    return {recognised, joined(values), plausible};
 }
 
 template <bool (*Function)(const QString &, QDateTime &)>
@@ -104,17 +99,17 @@ Verdict dateReader(const QString &text, bool dirty)
     const bool recognised = Function(text, time);
     // A year of nine digits or more may be out of QDateTime's range and change.
     static const QRegularExpression farYear(latin1("[0-9]{9}"));
-    const bool sane = time.timeSpec() == Qt::UTC && time.time().msec() <= 0
+    const bool plausible = time.timeSpec() == Qt::UTC && time.time().msec() <= 0
         && (!time.isValid() || text.contains(QString::number(time.date().year()))
             || text.contains(farYear));
-    return {recognised, time.toString(Qt::ISODateWithMs), !recognised || sane};
+    return {recognised, time.toString(Qt::ISODateWithMs), plausible};
 }
 
 inline Verdict readLogCount(const QString &text, bool dirty)
 {
     int count = dirty ? -7 : 0;
     const bool recognised = DataParser::parseLogCount(text, count);
-    return {recognised, QString::number(count), !recognised || count >= 0};
+    return {recognised, QString::number(count), count >= 0};
 }
 
 template <bool (*Function)(const QString &, ListItem &)>
@@ -125,75 +120,48 @@ Verdict listReader(const QString &text, bool dirty)
     item.index = dirty ? -7 : 0;
     const bool recognised = Function(text, item);
     return {recognised, QStringLiteral("%1:%2").arg(item.index).arg(item.value),
-            !recognised || (item.index >= 0 && text.contains(item.value))};
+            item.index >= 0 && text.contains(item.value)};
 }
 
 /// The replies except log records and memory blocks, which have targets of their own.
 inline const QVector<ReplyRow> &rows()
 {
-    const QString prompt = latin1("\r\n*$*");
-    const QString line = latin1("\r\n");
-    const QString clock = latin1("+-+-+T+:+:+");
     using P = DataParser;
+    using Row = ReplyRow;
     static const QVector<ReplyRow> table = {
-        {"parseModel",
-         latin1("*Model: *\r\nSerial:*"),
-         textReader<P::parseModel>,
-         true,
-         true,
-         {latin1("Model: ")},
-         latin1("\r\nSerial:"),
-         false},
-        {"parseValue",
-         latin1("*show:~p=*") + prompt,
-         readValue,
-         true,
-         true,
-         {latin1("show:~p=")},
-         line},
-        {"parseValue, any name", latin1("*"), readNamedValue, false, false},
-        {"isUnknownParameter", latin1("*show: Unknown parameter!*"),
-         recogniser<P::isUnknownParameter>},
-        {"parseSetValue",
-         latin1("*set:~*=*") + prompt,
-         textReader<P::parseSetValue>,
-         true,
-         true,
-         {latin1("set:~"), latin1("=")},
-         line},
-        {"parseMeasurements", latin1("*show: meas=%") + prompt, readMeasurements, false, false},
-        {"parseDate", latin1("*") + clock + prompt, dateReader<P::parseDate>, false, false},
-        {"parseDateUpdated", latin1("*Date updated to ") + clock + latin1("\r\n*"),
-         dateReader<P::parseDateUpdated>, false, false},
-        {"parseLogCount", latin1("*\r\ncount=+") + prompt, readLogCount, false, false},
-        {"isNoLogOption", latin1("*No LOG option installed!") + prompt,
-         recogniser<P::isNoLogOption>},
-        {"isLogErased", latin1("*Log~erased!") + prompt, recogniser<P::isLogErased>},
+        {"parseModel", "*Model: *\r\nSerial:*", textReader<P::parseModel>, Row::Found,
+         "Model: ", "\r\nSerial:"},
+        {"parseValue", "*show:~p=*\r\n*$*", readValue, Row::Found, "show:~p=", "\r\n"},
+        {"parseValue, any name", "*", readNamedValue, Row::Restricted},
+        {"isUnknownParameter", "*show: Unknown parameter!*", recogniser<P::isUnknownParameter>},
+        {"parseSetValue", "*set:~*=*\r\n*$*", textReader<P::parseSetValue>, Row::Found,
+         "set:~|=", "\r\n"},
+        {"parseMeasurements", "*show: meas=%\r\n*$*", readMeasurements, Row::Restricted},
+        {"parseDate", "*+-+-+T+:+:+\r\n*$*", dateReader<P::parseDate>, Row::Restricted},
+        {"parseDateUpdated", "*Date updated to +-+-+T+:+:+\r\n*", dateReader<P::parseDateUpdated>,
+         Row::Restricted},
+        {"parseLogCount", "*\r\ncount=+\r\n*$*", readLogCount, Row::Restricted},
+        {"isNoLogOption", "*No LOG option installed!\r\n*$*", recogniser<P::isNoLogOption>},
+        {"isLogErased", "*Log~erased!\r\n*$*", recogniser<P::isLogErased>},
         {"isConfigurationWritten",
-         latin1("*Writing~current~configuration~to~non-volatile~memory\\.\\.\\.~+~bytes~written!")
-             + prompt,
+         "*Writing~current~configuration~to~non-volatile~memory\\.\\.\\.~+~bytes~written!\r\n*$*",
          recogniser<P::isConfigurationWritten>},
         {"isFactoryResetDone",
-         latin1("*Loading default configuration\\.\\.\\. OK!\r\nWrite the default configuration to "
-                "non-volatile memory by using*command*"),
+         "*Loading default configuration\\.\\.\\. OK!\r\nWrite the default configuration to "
+         "non-volatile memory by using*command*",
          recogniser<P::isFactoryResetDone>},
-        {"isEepromBlockWritten", latin1("*\r\nPlease input 64 bytes\r\n\r\nDone\r\n*"),
+        {"isEepromBlockWritten", "*\r\nPlease input 64 bytes\r\n\r\nDone\r\n*",
          recogniser<P::isEepromBlockWritten>},
         {"isRebooted",
-         latin1("*Performing selftest...*All tests passed.*Orvanta KVT*\r\nCompiled on *\r\n"
-                "Copyright *"),
+         "*Performing selftest...*All tests passed.*Orvanta KVT*\r\nCompiled on *\r\nCopyright *",
          recogniser<P::isRebooted>},
-        {"isResetting", latin1("*Reseting device in 5 seconds*"), recogniser<P::isResetting>},
-        {"isBootPrompt", latin1("*BOOT"), recogniser<P::isBootPrompt>, true, false},
-        {"isFirmwareBlockAccepted", latin1("\\*"), recogniser<P::isFirmwareBlockAccepted>, true,
-         false},
-        {"isFirmwareBlockRejected", latin1("!"), recogniser<P::isFirmwareBlockRejected>, true,
-         false},
-        {"isFirmwareDone", latin1("\\.*"), recogniser<P::isFirmwareDone>, true, false},
-        {"parseShowList", latin1("*show:~list+=*") + prompt, listReader<P::parseShowList>, false,
-         false},
-        {"parseSetList", latin1("*set:~list+=*") + prompt, listReader<P::parseSetList>, false,
-         false},
+        {"isResetting", "*Reseting device in 5 seconds*", recogniser<P::isResetting>},
+        {"isBootPrompt", "*BOOT", recogniser<P::isBootPrompt>, Row::Whole},
+        {"isFirmwareBlockAccepted", "\\*", recogniser<P::isFirmwareBlockAccepted>, Row::Whole},
+        {"isFirmwareBlockRejected", "!", recogniser<P::isFirmwareBlockRejected>, Row::Whole},
+        {"isFirmwareDone", "\\.*", recogniser<P::isFirmwareDone>, Row::Whole},
+        {"parseShowList", "*show:~list+=*\r\n*$*", listReader<P::parseShowList>, Row::Restricted},
+        {"parseSetList", "*set:~list+=*\r\n*$*", listReader<P::parseSetList>, Row::Restricted},
     };
     return table;
 }
