@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // CSV: rows per second of the tool's writer, compared with the bare conversions and with
 // Python's csv module, which csv_peer.py uses.
+#include "benchmarks/history.h"
 #include "benchmarks/rows.h"
 #include "common/utils.h"
+#include "tests/kit/files.h"
 #include "tests/kit/testpaths.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
-#include <QtCore/QTimeZone>
 #include <charconv>
 #include <cmath>
 #include <ctime>
@@ -17,8 +18,6 @@
 namespace {
 
 constexpr int typeCount = 12;
-constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
-constexpr qint64 minuteMs = 60000;
 constexpr int bytesOfRow = 256; // more than any row has
 
 QStringList titles()
@@ -33,11 +32,10 @@ QStringList titles()
 /// Rows as an export of the store has them.
 QVector<LogValue> measurements(int count)
 {
-    const QTimeZone utc = QTimeZone::utc();
     QVector<LogValue> rows(count);
     for (int minute = 0; minute < count; ++minute) {
         LogValue &row = rows[minute];
-        row.time = QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, utc);
+        row.time = timeOf(minute);
         row.values.reserve(typeCount);
         for (int type = 0; type < typeCount; ++type) {
             row.values.append(20.0 + std::sin(minute / 200.0 + type) * (type + 1));
@@ -76,12 +74,6 @@ char *writeWithToChars(char *to, const QVector<LogValue> &rows)
         to[-1] = '\n';
     }
     return to;
-}
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// The file from which Python reads the times in seconds and the values, and the one that it
@@ -163,10 +155,10 @@ int main(int argc, char *argv[])
          [&] { return secondsOf([&] { end = writeWithToChars(buffer.data(), rows); }); },
          [&] { return python.seconds(); }});
 
-    const QByteArray written = bytesOf(path);
+    const QByteArray written = files::contents(path);
     compare(written, heading + QByteArray(buffer.constData(), int(end - buffer.constData())),
             "The tool's file and the one of std::to_chars differ.");
-    compare(written, bytesOf(python.output), "The tool's file and Python's differ.");
+    compare(written, files::contents(python.output), "The tool's file and Python's differ.");
     const auto rate = [&](std::size_t number) { return count / median(seconds[number]); };
     const std::string measured = withUnit(rate(0) / 1e3, 0, "k rows/s");
     Rows::print("CSV", measured,

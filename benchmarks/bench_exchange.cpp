@@ -2,46 +2,38 @@
 // The tool's own time for an exchange: over a pseudo-terminal without a limited rate compared with
 // a bare poll loop, in a log of growing length, and for a device with a long boot text.
 #include "benchmarks/barepeer.h"
-#include "benchmarks/rows.h"
+#include "benchmarks/toollink.h"
 #include "serial/dataparser.h"
-#include "serial/serialport.h"
-#include "serial/serialporthandler.h"
 #include "serial/serialportjobreboot.h"
-#include "serial/serialportqueue.h"
 #include "tests/kit/fakeserialport.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QEventLoop>
-#include <QtCore/QTimer>
 #include <cmath>
 #include <ctime>
-#include <functional>
 
 namespace {
 
 using Handler = SerialPortHandlerInterface;
 
-constexpr int longestMs = 300000;
 constexpr double usPerSecond = 1e6;
 
-/// The tool's handler, queue and transport, connected to the bare peer.
-class Link : public QObject
+/// Reads with the tool from the bare peer.
+class ToolReader
 {
 public:
-    explicit Link(const QString &port)
-        : m_handler(QSharedPointer<SerialPortQueueInterface>(new SerialPortQueue(nullptr)), nullptr)
+    explicit ToolReader(const QString &port)
+        : m_link(port)
     {
-        connect(&m_handler, &Handler::connected, &m_loop, &QEventLoop::quit);
-        connect(&m_handler, &Handler::allJobsDone, this, &Link::onDone);
-        connect(&m_handler, &Handler::dataRead, this, [this] { ++m_count; });
-        connect(&m_handler, &Handler::logRead, this,
-                [this](const QStringList &, const QVector<LogValue> &rows) {
-                    m_count = rows.size();
-                    onDone();
-                });
-        m_handler.setSerialPort(QSharedPointer<SerialPortInterface>(new SerialPort(port, nullptr)));
-        m_handler.connectToDevice();
-        run();
+        QObject::connect(&m_link.handler, &Handler::allJobsDone, &m_link.handler,
+                         [this] { onDone(); });
+        QObject::connect(&m_link.handler, &Handler::dataRead, &m_link.handler,
+                         [this] { ++m_count; });
+        QObject::connect(&m_link.handler, &Handler::logRead, &m_link.handler,
+                         [this](const QStringList &, const QVector<LogValue> &rows) {
+                             m_count = rows.size();
+                             onDone();
+                         });
+        m_link.connectToDevice();
     }
 
     /// Reads a value @p count times.
@@ -51,46 +43,36 @@ public:
         for (int i = 0; i < count; ++i) {
             names.append(QStringLiteral("altitude"));
         }
-        m_signalsToCome = 1;
-        m_count = 0;
-        m_handler.readValues(names);
-        run();
-        if (m_count != count) {
-            fail("The device was not read completely.");
-        }
+        read(count, 1, [&] { m_link.handler.readValues(names); });
     }
 
     /// Reads the whole log of @p count rows.
     void readLog(int count)
     {
         // The rows' jobs are added after the count's own job is done.
-        m_signalsToCome = 3;
+        read(count, 3, [this] { m_link.handler.readLog(); });
+    }
+
+private:
+    void read(int count, int signalsToCome, const std::function<void()> &start)
+    {
+        m_signalsToCome = signalsToCome;
         m_count = 0;
-        m_handler.readLog();
-        run();
+        m_waiter.run(start);
         if (m_count != count) {
             fail("The device was not read completely.");
         }
     }
 
-private:
     void onDone()
     {
         if (--m_signalsToCome == 0) {
-            m_loop.quit();
+            m_waiter.quit();
         }
     }
 
-    void run()
-    {
-        QTimer longest;
-        connect(&longest, &QTimer::timeout, &m_loop, &QEventLoop::quit);
-        longest.start(longestMs);
-        m_loop.exec();
-    }
-
-    SerialPortHandler m_handler;
-    QEventLoop m_loop;
+    ToolLink m_link;
+    Waiter m_waiter;
     int m_signalsToCome = 0;
     int m_count = 0;
 };
@@ -106,11 +88,11 @@ void printExchange(const char *name, const Samples &tool, const Samples &bare, i
 void exchange(const Rows &rows, BarePeer &peer)
 {
     const int trips = rows.size(1000, 20);
-    Link link(peer.port());
+    ToolReader tool(peer.port());
     peer.setLogRows(trips);
     const std::vector<Samples> seconds =
         interleaved(rows.size(11, 1),
-                    {[&] { return secondsOf([&] { link.readValues(trips); }); },
+                    {[&] { return secondsOf([&] { tool.readValues(trips); }); },
                      [&] {
                          return secondsOf([&] {
                              for (int i = 0; i < trips; ++i) {
@@ -118,7 +100,7 @@ void exchange(const Rows &rows, BarePeer &peer)
                              }
                          });
                      },
-                     [&] { return secondsOf([&] { link.readLog(trips); }); },
+                     [&] { return secondsOf([&] { tool.readLog(trips); }); },
                      [&] {
                          return secondsOf([&] {
                              for (int i = 0; i <= trips; ++i) {
@@ -151,14 +133,14 @@ double exponent(const std::vector<double> &sizes, const std::vector<double> &sec
 
 void scale(const Rows &rows, BarePeer &peer)
 {
-    Link link(peer.port());
+    ToolReader tool(peer.port());
     const std::vector<double> sizes =
         rows.isSmall() ? std::vector<double>{10, 20} : std::vector<double>{1000, 10000, 100000};
     std::vector<std::function<double()>> works;
     for (const double size : sizes) {
-        works.emplace_back([&link, &peer, count = static_cast<int>(size)] {
+        works.emplace_back([&tool, &peer, count = static_cast<int>(size)] {
             peer.setLogRows(count);
-            return secondsOf([&] { link.readLog(count); });
+            return secondsOf([&] { tool.readLog(count); });
         });
     }
     const int runs = rows.size(3, 1);
@@ -245,7 +227,7 @@ double cpuSecondsOf(const std::function<void()> &work)
     return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
-void chatty(const Rows &rows, BarePeer &)
+void chatty(const Rows &rows)
 {
     const QStringList chunks = chunksOf(bootText(rows.size(20000, 500)));
     int toolChunk = -1;
@@ -271,15 +253,8 @@ int main(int argc, char *argv[])
     BarePeer peer;
     const QCoreApplication application(argc, argv);
     const Rows rows(argc, argv);
-    const struct
-    {
-        const char *name;
-        void (*run)(const Rows &, BarePeer &);
-    } benchmarks[] = {{"EXCH", exchange}, {"CHATTY", chatty}, {"SCALE", scale}};
-    for (const auto &benchmark : benchmarks) {
-        if (rows.wants(benchmark.name)) {
-            benchmark.run(rows, peer);
-        }
-    }
+    rows.run({{"EXCH", [&] { exchange(rows, peer); }},
+              {"CHATTY", [&] { chatty(rows); }},
+              {"SCALE", [&] { scale(rows, peer); }}});
     return 0;
 }

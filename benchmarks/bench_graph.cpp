@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // GRAPH and GRAPH-OPEN: the graph dialog, with a store that answers from memory.
+#include "benchmarks/history.h"
 #include "benchmarks/rows.h"
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
 
 #include <QtCharts/QLineSeries>
-#include <QtCore/QTimeZone>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QListWidget>
 #include <qwt_plot.h>
@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
-constexpr qint64 minuteMs = 60000;
 constexpr int minutesPerMonth = 30 * 1440;
 constexpr int linePixels = 3;
 
@@ -32,30 +30,25 @@ QStringList names(int count)
     return names;
 }
 
-QDateTime timeOf(qint64 minute)
-{
-    return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());
-}
-
 /// How the values of a history change over time.
-enum class Course {
+enum class Waveform {
     Device, ///< waves of hours and of minutes, and jitter, as the simulated transmitter's
     Smooth ///< a wave of hours alone: little area to fill, so that the cost of the lines dominates
 };
 
-double valueOf(int minute, int type, Course course)
+double valueOf(int minute, int type, Waveform waveform)
 {
     constexpr double swing = 5.0;
     static std::minstd_rand random; // the same in each run
     const double slow = std::sin(minute / 57.3 + type);
-    if (course == Course::Smooth) {
+    if (waveform == Waveform::Smooth) {
         return 20.0 + swing * slow;
     }
     const double jitter = 2.0 * double(random() - random.min()) / double(random.max()) - 1.0;
     return 20.0 + swing * (0.7 * slow + 0.2 * std::sin(minute * 0.8976 + type) + 0.1 * jitter);
 }
 
-QVector<StoredMeasurement> history(int minutes, int types, Course course)
+QVector<StoredMeasurement> history(int minutes, int types, Waveform waveform)
 {
     const QStringList typeNames = names(types);
     QVector<StoredMeasurement> rows(minutes);
@@ -64,7 +57,7 @@ QVector<StoredMeasurement> history(int minutes, int types, Course course)
         row.timestamp = timeOf(minute);
         row.values.reserve(types);
         for (int type = 0; type < types; ++type) {
-            row.values.append({typeNames.at(type), true, valueOf(minute, type, course)});
+            row.values.append({typeNames.at(type), true, valueOf(minute, type, waveform)});
         }
     }
     return rows;
@@ -96,10 +89,10 @@ private:
 /// The dialog on @p minutes with so many @p types.
 struct Dialog
 {
-    Dialog(int minutes, int types, Course course)
+    Dialog(int minutes, int types, Waveform waveform)
     {
         storage.devicesResult.append(StoredDevice());
-        storage.measurementsResult = history(minutes, types, course);
+        storage.measurementsResult = history(minutes, types, waveform);
         chart = graph.findChild<Graph *>();
         list = graph.findChild<QListWidget *>();
     }
@@ -194,10 +187,10 @@ double secondsToCheck(const Dialog &dialog)
     });
 }
 
-void tick(const char *name, int points, Course course, int runs, const char *bound)
+void checkBox(const char *name, int points, Waveform waveform, int runs, const char *bound)
 {
     constexpr int lines = 4;
-    Dialog dialog(points, lines, course);
+    Dialog dialog(points, lines, waveform);
     dialog.open(names(lines));
     FirstPaint(dialog.viewport()).await();
     QwtPeer peer(dialog.storage.measurementsResult, dialog);
@@ -208,12 +201,11 @@ void tick(const char *name, int points, Course course, int runs, const char *bou
                 ratiosOf(seconds[0], seconds[1]), bound);
 }
 
-/// The chart in its plainest form: points are appended one by one, then the line is attached, and
-/// everything is drawn anew for each box.
-class PlainGraph : public GraphQt
+/// The chart drawn anew for each box: points are appended one by one, then the line is attached.
+class RedrawnGraph : public GraphQt
 {
 public:
-    explicit PlainGraph(const Dialog &dialog)
+    explicit RedrawnGraph(const Dialog &dialog)
         : GraphQt(nullptr)
         , m_rows(dialog.storage.measurementsResult)
     {
@@ -287,14 +279,14 @@ QImage pictureOf(QWidget &widget)
     return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
 }
 
-void open(const Rows &rows)
+void openDialog(const Rows &rows)
 {
     constexpr int types = 12;
-    Dialog dialog(rows.size(minutesPerMonth, 200), types, Course::Device);
+    Dialog dialog(rows.size(minutesPerMonth, 200), types, Waveform::Device);
     dialog.open(names(types));
     FirstPaint(dialog.viewport()).await();
-    PlainGraph plain(dialog);
-    const auto openDialog = [&] {
+    RedrawnGraph redrawn(dialog);
+    const auto secondsToOpen = [&] {
         dialog.graph.applySelection({});
         dialog.graph.hide();
         const FirstPaint paint(dialog.viewport());
@@ -304,10 +296,10 @@ void open(const Rows &rows)
         });
     };
     const std::vector<Samples> seconds =
-        interleaved(rows.size(5, 1), {openDialog, [&] { return plain.secondsToOpen(); }});
+        interleaved(rows.size(5, 1), {secondsToOpen, [&] { return redrawn.secondsToOpen(); }});
     const QImage picture = pictureOf(*dialog.chart->findChild<GraphQt *>());
-    if (picture != pictureOf(plain)) {
-        fail("The dialog's chart and the plain one differ.");
+    if (picture != pictureOf(redrawn)) {
+        fail("The dialog's chart and the redrawn one differ.");
     }
     Rows::print("GRAPH-OPEN", withUnit(median(seconds[0]), 3, "s"),
                 withUnit(median(seconds[1]), 3, "s") + ", drawn anew for each box",
@@ -325,13 +317,13 @@ int main(int argc, char *argv[])
         const int few = rows.size(10000, 100);
         const int many = rows.size(100000, 200);
         const int runs = rows.size(9, 1);
-        tick("GRAPH 10,000", few, Course::Device, runs, "<= 2");
-        tick("GRAPH 100,000", many, Course::Device, runs, "<= 4");
-        tick("GRAPH 10,000 smooth", few, Course::Smooth, runs, "<= 2");
-        tick("GRAPH 100,000 smooth", many, Course::Smooth, runs, "<= 4");
+        checkBox("GRAPH 10,000", few, Waveform::Device, runs, "<= 2");
+        checkBox("GRAPH 100,000", many, Waveform::Device, runs, "<= 4");
+        checkBox("GRAPH 10,000 smooth", few, Waveform::Smooth, runs, "<= 2");
+        checkBox("GRAPH 100,000 smooth", many, Waveform::Smooth, runs, "<= 4");
     }
     if (rows.wants("GRAPH-OPEN")) {
-        open(rows);
+        openDialog(rows);
     }
     return 0;
 }

@@ -40,13 +40,8 @@ extern "C" int fdatasync(int file)
 namespace {
 
 const char *const peakOption = "--peak-of";
-const char *const plainConnection = "plain";
+const char *const peerConnection = "peer";
 constexpr double peakLimitMb = 260.0;
-
-QDateTime timeOf(qint64 minute)
-{
-    return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, Qt::UTC);
-}
 
 /// Reads the last @p asked minutes of a store of @p stored ones, with the tool and without.
 class Reader
@@ -196,11 +191,11 @@ QVector<MeasurementValue> measurement(int number)
     return values;
 }
 
-/// A measurement's 13 statements through QtSql in the plainest form.
-void storePlainly(const QDateTime &time, const QVector<MeasurementValue> &values,
-                  const QMap<QString, unsigned> &typeIds)
+/// A measurement's 13 statements through QtSql.
+void storeWithQtSql(const QDateTime &time, const QVector<MeasurementValue> &values,
+                    const QMap<QString, unsigned> &typeIds)
 {
-    QSqlQuery metadata(QSqlDatabase::database(QLatin1String(plainConnection)));
+    QSqlQuery metadata(QSqlDatabase::database(QLatin1String(peerConnection)));
     metadata.prepare(QStringLiteral("INSERT INTO measurement_metadata (timestamp, meas_state, "
                                     "device_id) VALUES (?, ?, ?)"));
     metadata.addBindValue(time.toMSecsSinceEpoch());
@@ -208,7 +203,7 @@ void storePlainly(const QDateTime &time, const QVector<MeasurementValue> &values
     metadata.addBindValue(1);
     metadata.exec();
     const QVariant id = metadata.lastInsertId();
-    QSqlQuery query(QSqlDatabase::database(QLatin1String(plainConnection)));
+    QSqlQuery query(QSqlDatabase::database(QLatin1String(peerConnection)));
     query.prepare(QStringLiteral("INSERT INTO measurement_value (measurement_id, "
                                  "measurement_type_id, value) VALUES (?, ?, ?)"));
     for (const MeasurementValue &value : values) {
@@ -216,7 +211,7 @@ void storePlainly(const QDateTime &time, const QVector<MeasurementValue> &values
         query.addBindValue(typeIds.value(value.name));
         query.addBindValue(value.value);
         if (!query.exec()) {
-            fail("A value could not be stored plainly.");
+            fail("A value could not be stored with QtSql.");
         }
     }
 }
@@ -225,7 +220,7 @@ void store(const Rows &rows)
 {
     const QTemporaryDir folder(StoreFile::folder() + QStringLiteral("XXXXXX"));
     const QString toolPath = folder.filePath(QStringLiteral("tool.db"));
-    const QString plainPath = folder.filePath(QStringLiteral("plain.db"));
+    const QString peerPath = folder.filePath(QStringLiteral("peer.db"));
     LocalStorageSqlite storage;
     unsigned device = 0;
     if (!storage.open(toolPath) || !storage.addDevice({}, device)) {
@@ -234,17 +229,17 @@ void store(const Rows &rows)
     // From here on both have the tables and the names.
     storage.addMeasurementValues(0, measurement(0));
     storage.close();
-    if (!QFile::copy(toolPath, plainPath) || !storage.open(toolPath)) {
+    if (!QFile::copy(toolPath, peerPath) || !storage.open(toolPath)) {
         fail("No second store could be made.");
     }
     const auto freed =
-        qScopeGuard([] { QSqlDatabase::removeDatabase(QLatin1String(plainConnection)); });
-    QSqlDatabase plain =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QLatin1String(plainConnection));
-    plain.setDatabaseName(plainPath);
-    plain.open();
+        qScopeGuard([] { QSqlDatabase::removeDatabase(QLatin1String(peerConnection)); });
+    QSqlDatabase peer =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QLatin1String(peerConnection));
+    peer.setDatabaseName(peerPath);
+    peer.open();
     QMap<QString, unsigned> typeIds;
-    QSqlQuery types(QStringLiteral("select name, id from measurement_type"), plain);
+    QSqlQuery types(QStringLiteral("select name, id from measurement_type"), peer);
     while (types.next()) {
         typeIds.insert(types.value(0).toString(), types.value(1).toUInt());
     }
@@ -272,13 +267,13 @@ void store(const Rows &rows)
         storage.addMeasurement(device, {MeasurementState::Ready, time}, id);
         storage.addMeasurementValues(id, values);
     };
-    const auto storeWithQtSql = [&](const QDateTime &time, const auto &values) {
-        storePlainly(time, values, typeIds);
+    const auto storeWithPeer = [&](const QDateTime &time, const auto &values) {
+        storeWithQtSql(time, values, typeIds);
     };
     const std::vector<Samples> seconds =
         interleaved(runs,
                     {[&] { return storeBatch(toolSyncs, storeWithTool); },
-                     [&] { return storeBatch(peerSyncs, storeWithQtSql); }});
+                     [&] { return storeBatch(peerSyncs, storeWithPeer); }});
     if (peerSyncs == 0) {
         fail("No sync was counted.");
     }
@@ -326,13 +321,9 @@ int main(int argc, char *argv[])
         return printPeakOfReading(QByteArray(argv[2]).toInt());
     }
     const Rows rows(argc, argv);
-    using Row = void (*)(const Rows &);
-    const std::vector<std::pair<const char *, Row>> all{
-        {"READ-DAY", readDay}, {"READ-YEAR", readYear}, {"SCALE", scale}, {"STORE", store}};
-    for (const auto &[name, row] : all) {
-        if (rows.wants(name)) {
-            row(rows);
-        }
-    }
+    rows.run({{"READ-DAY", [&] { readDay(rows); }},
+              {"READ-YEAR", [&] { readYear(rows); }},
+              {"SCALE", [&] { scale(rows); }},
+              {"STORE", [&] { store(rows); }}});
     return 0;
 }

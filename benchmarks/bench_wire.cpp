@@ -2,8 +2,7 @@
 // The long jobs of the tool at the speed of the wire, compared with a client that does nothing but
 // poll.
 #include "benchmarks/cpuidleinhibitor.h"
-#include "benchmarks/rows.h"
-#include "serial/serialport.h"
+#include "benchmarks/toollink.h"
 #include "tests/kit/files.h"
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testhome.h"
@@ -11,13 +10,10 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QEventLoop>
 #include <QtCore/QTemporaryDir>
-#include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QPushButton>
 #include <fcntl.h>
-#include <functional>
 #include <poll.h>
 #include <unistd.h>
 
@@ -36,36 +32,8 @@ QStringList words(const QString &text)
     return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// Runs the event loop until quit() is called.
-class Waiter
-{
-public:
-    void quit()
-    {
-        m_done = true;
-        m_loop.quit();
-    }
-
-    /// Calls @p start first. Ends the program after ten minutes without quit().
-    void run(const std::function<void()> &start)
-    {
-        QTimer::singleShot(longestMs, &m_loop, &QEventLoop::quit);
-        start();
-        if (!m_done) {
-            m_loop.exec();
-        }
-        if (!m_done) {
-            fail("The job did not finish.");
-        }
-    }
-
-private:
-    QEventLoop m_loop;
-    bool m_done = false;
-};
-
 /// The device on a line of 115200 baud.
-class Peer
+class PacedDevice
 {
 public:
     struct Counters
@@ -75,7 +43,7 @@ public:
         double wireSeconds = 0; ///< for which the line was in use
     };
 
-    explicit Peer(const QString &options)
+    explicit PacedDevice(const QString &options)
     {
         if (!m_process.start(words(QStringLiteral("--rate 115200 ") + options))) {
             fail("The simulated device did not start: " + m_process.error().toStdString());
@@ -101,49 +69,26 @@ private:
                                + QLatin1String("/paced-simulator")};
 };
 
-std::string toText(const Peer::Counters &counters)
+std::string toText(const PacedDevice::Counters &counters)
 {
     return std::to_string(counters.bytesIn) + " + " + std::to_string(counters.bytesOut) + " bytes, "
         + withUnit(counters.wireSeconds, 3, "s on the wire");
 }
 
-/// The tool's handler, queue and transport.
-class Link
+/// Runs @p start until the handler has reported @p wanted @p times times.
+void runUntil(const SerialPortHandler &handler, SerialPortActionType wanted, int times,
+              const std::function<void()> &start)
 {
-public:
-    explicit Link(const QString &port)
-        : m_handler(QSharedPointer<SerialPortQueueInterface>(new SerialPortQueue(nullptr)), nullptr)
-    {
-        m_handler.setSerialPort(QSharedPointer<SerialPortInterface>(new SerialPort(port, nullptr)));
-    }
-
-    SerialPortHandler &handler() { return m_handler; }
-
-    void connectToDevice()
-    {
-        Waiter waiter;
-        QObject context;
-        QObject::connect(&m_handler, &Handler::connected, &context, [&waiter] { waiter.quit(); });
-        waiter.run([this] { m_handler.connectToDevice(); });
-    }
-
-    /// Runs @p start until the handler has reported @p wanted @p times times.
-    void runUntil(SerialPortActionType wanted, int times, const std::function<void()> &start)
-    {
-        Waiter waiter;
-        QObject context;
-        QObject::connect(&m_handler, &Handler::actionFinished, &context,
-                         [&](SerialPortActionType action) {
-                             if (action == wanted && --times == 0) {
-                                 waiter.quit();
-                             }
-                         });
-        waiter.run(start);
-    }
-
-private:
-    SerialPortHandler m_handler;
-};
+    Waiter waiter;
+    QObject context;
+    QObject::connect(&handler, &Handler::actionFinished, &context,
+                     [&](SerialPortActionType action) {
+                         if (action == wanted && --times == 0) {
+                             waiter.quit();
+                         }
+                     });
+    waiter.run(start);
+}
 
 /// A client of one poll loop that only waits for the end of each reply: it takes as long as the
 /// line and the machine alone.
@@ -192,8 +137,8 @@ private:
     QByteArray m_received; ///< after the last reply
 };
 
-/// A job with the device; returns its seconds, before which it resets the peer's counters.
-using Job = std::function<double(Peer &)>;
+/// A job with the device; returns its seconds, before which it resets the device's counters.
+using Job = std::function<double(PacedDevice &)>;
 
 /// Prints the row @p name: pairs of a run with the tool and one with the bare client, each with a
 /// new device that has @p deviceOptions.
@@ -201,12 +146,12 @@ void compare(const Rows &rows, const char *name, const QString &deviceOptions, c
              const Job &bare)
 {
     constexpr double maximumRatio = 1.01;
-    Peer::Counters toolCounters;
-    Peer::Counters bareCounters;
-    const auto run = [&](const Job &job, Peer::Counters &counters) {
-        Peer peer(deviceOptions);
-        const double seconds = job(peer);
-        counters = peer.counters();
+    PacedDevice::Counters toolCounters;
+    PacedDevice::Counters bareCounters;
+    const auto run = [&](const Job &job, PacedDevice::Counters &counters) {
+        PacedDevice device(deviceOptions);
+        const double seconds = job(device);
+        counters = device.counters();
         return seconds;
     };
     const std::vector<Samples> seconds = interleaved(
@@ -228,14 +173,14 @@ void firmware(const Rows &rows)
     const QTemporaryDir folder;
     const QByteArray image = files::pseudoRandomBytes(rows.size(64 * 1024, 512));
     const QString received = folder.filePath(QStringLiteral("image"));
-    const auto tool = [&](Peer &peer) {
-        Link link(peer.port());
-        link.handler().openPort();
-        peer.reset();
+    const auto tool = [&](PacedDevice &device) {
+        ToolLink link(device.port());
+        link.handler.openPort();
+        device.reset();
         const double seconds = secondsOf([&] {
-            link.runUntil(SerialPortActionType::ActionFirmwareTransmitted, 1, [&] {
-                link.handler().updateFirmware(image);
-                peer.powerOn();
+            runUntil(link.handler, SerialPortActionType::ActionFirmwareTransmitted, 1, [&] {
+                link.handler.updateFirmware(image);
+                device.powerOn();
             });
         });
         if (files::contents(received) != image) {
@@ -243,11 +188,11 @@ void firmware(const Rows &rows)
         }
         return seconds;
     };
-    const auto bare = [&](Peer &peer) {
-        BareClient client(peer.port());
-        peer.reset();
+    const auto bare = [&](PacedDevice &device) {
+        BareClient client(device.port());
+        device.reset();
         return secondsOf([&] {
-            peer.powerOn();
+            device.powerOn();
             client.await("BOOT");
             client.send("b");
             for (int at = 0; at < image.size(); at += blockSize) {
@@ -264,27 +209,27 @@ void firmware(const Rows &rows)
 void log(const Rows &rows)
 {
     const int count = rows.size(1000, 20);
-    const auto tool = [&](Peer &peer) {
-        Link link(peer.port());
+    const auto tool = [&](PacedDevice &device) {
+        ToolLink link(device.port());
         link.connectToDevice();
         int read = 0;
         Waiter waiter;
         QObject context;
-        QObject::connect(&link.handler(), &Handler::logRead, &context,
+        QObject::connect(&link.handler, &Handler::logRead, &context,
                          [&](const QStringList &, const QVector<LogValue> &values) {
                              read = values.size();
                              waiter.quit();
                          });
-        peer.reset();
-        const double seconds = secondsOf([&] { waiter.run([&] { link.handler().readLog(); }); });
+        device.reset();
+        const double seconds = secondsOf([&] { waiter.run([&] { link.handler.readLog(); }); });
         if (read != count) {
             fail("LOG-WIRE: the log was not read completely.");
         }
         return seconds;
     };
-    const auto bare = [&](Peer &peer) {
-        BareClient client(peer.port());
-        peer.reset();
+    const auto bare = [&](PacedDevice &device) {
+        BareClient client(device.port());
+        device.reset();
         return secondsOf([&] {
             client.send("\r\nlog --count\r\n");
             client.await("count=");
@@ -304,18 +249,18 @@ void eeprom(const Rows &rows)
     const int blocks = rows.size(256, 2);
     const QByteArray data = files::pseudoRandomBytes(eepromBytes);
     const auto tool = [blocks](SerialPortActionType blockDone, const auto &start) {
-        return [=](Peer &peer) {
-            Link link(peer.port());
+        return [=](PacedDevice &device) {
+            ToolLink link(device.port());
             link.connectToDevice();
-            peer.reset();
+            device.reset();
             return secondsOf(
-                [&] { link.runUntil(blockDone, blocks, [&] { start(link.handler()); }); });
+                [&] { runUntil(link.handler, blockDone, blocks, [&] { start(link.handler); }); });
         };
     };
     const auto bare = [blocks](const QByteArray &command, const QByteArray &blockData) {
-        return [=](Peer &peer) {
-            BareClient client(peer.port());
-            peer.reset();
+        return [=](PacedDevice &device) {
+            BareClient client(device.port());
+            device.reset();
             return secondsOf([&] {
                 for (int block = 0; block < blocks; ++block) {
                     client.send("\r\neeprom --" + command + ' ' + QByteArray::number(block) + "\r\n"
@@ -355,13 +300,13 @@ bool writeConfiguration(const QString &fileName)
     return files::write(fileName, text.toUtf8());
 }
 
-double secondsToConnect(Peer &peer)
+double secondsToConnect(PacedDevice &device)
 {
     Tool tool;
     if (!tool.controller.start()) {
         fail("CONNECT: the tool did not start.");
     }
-    tool.choosePort(QStringLiteral("Device"), peer.port());
+    tool.choosePort(QStringLiteral("Device"), device.port());
     tool.window.show();
     QApplication::processEvents();
     Waiter waiter;
@@ -375,7 +320,7 @@ double secondsToConnect(Peer &peer)
         seconds = static_cast<double>(clock.nsecsElapsed()) / nsPerSecond;
         waiter.quit();
     });
-    peer.reset();
+    device.reset();
     waiter.run([&] {
         clock.start();
         tool.window.findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
@@ -393,13 +338,13 @@ void connectSequence(const Rows &rows)
         fail("CONNECT: the settings file could not be written.");
     }
     Settings().setValue(QStringLiteral("local storage path"), folder.path());
-    Peer peer(QStringLiteral("--model KVT-300"));
-    Peer::Counters counters;
+    PacedDevice device(QStringLiteral("--model KVT-300"));
+    PacedDevice::Counters counters;
     Samples seconds;
     Samples wireSeconds;
     for (int run = 0; run < rows.size(7, 1); ++run) {
-        seconds.push_back(secondsToConnect(peer));
-        counters = peer.counters();
+        seconds.push_back(secondsToConnect(device));
+        counters = device.counters();
         wireSeconds.push_back(counters.wireSeconds);
     }
     Rows::print("CONNECT", withUnit(median(seconds), 3, "s"), toText(counters),
@@ -416,18 +361,9 @@ int main(int argc, char *argv[])
     QDir::setCurrent(home.path());
     const CpuIdleInhibitor inhibitor;
     const Rows rows(argc, argv);
-    const struct
-    {
-        const char *name;
-        void (*run)(const Rows &);
-    } benchmarks[] = {{"FW-WIRE", firmware},
-                      {"LOG-WIRE", log},
-                      {"EE-WIRE", eeprom},
-                      {"CONNECT", connectSequence}};
-    for (const auto &benchmark : benchmarks) {
-        if (rows.wants(benchmark.name)) {
-            benchmark.run(rows);
-        }
-    }
+    rows.run({{"FW-WIRE", [&] { firmware(rows); }},
+              {"LOG-WIRE", [&] { log(rows); }},
+              {"EE-WIRE", [&] { eeprom(rows); }},
+              {"CONNECT", [&] { connectSequence(rows); }}});
     return 0;
 }

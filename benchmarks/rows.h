@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// @p number with @p decimals and @p unit, such as "1.25 s".
@@ -44,6 +45,16 @@ public:
     bool wants(const std::string &name) const
     {
         return m_names.empty() || std::find(m_names.begin(), m_names.end(), name) != m_names.end();
+    }
+
+    /// Runs those of @p benchmarks that are asked for, by the names of their rows.
+    void run(const std::vector<std::pair<const char *, std::function<void()>>> &benchmarks) const
+    {
+        for (const auto &[name, benchmark] : benchmarks) {
+            if (wants(name)) {
+                benchmark();
+            }
+        }
     }
 
     /// Prints a row. The median of @p ratios, one of each run, is to be what @p bound says, such as

@@ -25,8 +25,8 @@ QByteArray fillingOf(int minutes)
                "select m.id, t.id, m.id * 0.01 + t.id from measurement_metadata m "
                "cross join measurement_type t order by m.id, t.id; commit")
         .arg(minutes)
-        .arg(StoreFile::startMs)
-        .arg(StoreFile::minuteMs)
+        .arg(startMs)
+        .arg(minuteMs)
         .toUtf8();
 }
 

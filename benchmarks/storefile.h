@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "benchmarks/history.h"
+
 #include <QtCore/QString>
 #include <sqlite3.h>
 
@@ -11,8 +13,6 @@ constexpr int minutesPerDay = 1440;
 constexpr int minutesPerMonth = 30 * minutesPerDay;
 constexpr int minutesPerYear = 365 * minutesPerDay;
 constexpr int typeCount = 12;
-constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
-constexpr qint64 minuteMs = 60000;
 
 /// The folder beside the program where stores are kept for the next run; ends in a slash.
 QString folder();

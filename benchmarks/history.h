@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtCore/QDateTime>
+#include <QtCore/QTimeZone>
+
+constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
+constexpr qint64 minuteMs = 60000;
+
+/// The time of a measurement once a minute.
+inline QDateTime timeOf(qint64 minute)
+{
+    return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());
+}

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "benchmarks/rows.h"
+#include "serial/serialport.h"
+#include "serial/serialporthandler.h"
+#include "serial/serialportqueue.h"
+
+#include <QtCore/QEventLoop>
+#include <QtCore/QTimer>
+#include <functional>
+
+/// Runs the event loop until quit() is called.
+class Waiter
+{
+public:
+    void quit()
+    {
+        m_done = true;
+        m_loop.quit();
+    }
+
+    /// Calls @p start first. Ends the program after ten minutes without quit().
+    void run(const std::function<void()> &start)
+    {
+        constexpr int longestMs = 600000;
+        m_done = false;
+        QTimer longest;
+        QObject::connect(&longest, &QTimer::timeout, &m_loop, &QEventLoop::quit);
+        longest.start(longestMs);
+        start();
+        if (!m_done) {
+            m_loop.exec();
+        }
+        if (!m_done) {
+            fail("The job did not finish.");
+        }
+    }
+
+private:
+    QEventLoop m_loop;
+    bool m_done = false;
+};
+
+/// The tool's handler, queue and transport on a port.
+class ToolLink
+{
+public:
+    explicit ToolLink(const QString &port)
+    {
+        handler.setSerialPort(QSharedPointer<SerialPortInterface>(new SerialPort(port, nullptr)));
+    }
+
+    void connectToDevice()
+    {
+        Waiter waiter;
+        QObject context;
+        QObject::connect(&handler, &SerialPortHandlerInterface::connected, &context,
+                         [&waiter] { waiter.quit(); });
+        waiter.run([this] { handler.connectToDevice(); });
+    }
+
+    SerialPortHandler handler{
+        QSharedPointer<SerialPortQueueInterface>(new SerialPortQueue(nullptr)), nullptr};
+};
