@@ -15,7 +15,7 @@ namespace {
 
 constexpr int singleBytes = 12; // at the end of an input; more would only be slower
 
-// A plan that a byte gives: the same for the same byte.
+// How an input is split into chunks and where time-outs occur; it follows from one byte.
 class Plan
 {
 public:

@@ -41,10 +41,11 @@ public:
         reach(positions, 0);
         Positions seen = positions;
         for (const QChar character : text) {
+            const QChar letter = character.toLower();
             Positions next;
             for (size_t i = positions._Find_first(); i < end(); i = positions._Find_next(i)) {
                 const Element &element = m_elements[static_cast<int>(i)];
-                if (accepts(element, character)) {
+                if (accepts(element, character, letter)) {
                     next.set(i, next.test(i) || repeats(element.kind));
                     reach(next, i + 1);
                 }
@@ -93,7 +94,7 @@ private:
         return kind == Any || kind == Unquoted || kind == Quote;
     }
 
-    KV_UNINSTRUMENTED static bool accepts(const Element &element, QChar character)
+    KV_UNINSTRUMENTED static bool accepts(const Element &element, QChar character, QChar letter)
     {
         switch (element.kind) {
         case Any:
@@ -106,7 +107,7 @@ private:
         case Unquoted:
             return character != QLatin1Char('"');
         default:
-            return character.toLower() == element.letter;
+            return letter == element.letter;
         }
     }
 

@@ -54,23 +54,25 @@ Verdict textReader(const QString &text, bool dirty)
     return {recognised, value};
 }
 
-inline Verdict readValue(const QString &text, bool dirty)
+inline Verdict readValue(const QString &name, const QString &text, bool dirty)
 {
     QString value = dirtyText(dirty);
-    const bool recognised = DataParser::parseValue(latin1("p"), text, value);
-    return {recognised, value};
+    const bool recognised = DataParser::parseValue(name, text, value);
+    return {recognised, value, text.contains(value)};
+}
+
+inline Verdict readValueOfP(const QString &text, bool dirty)
+{
+    return readValue(latin1("p"), text, dirty);
 }
 
 // The name is the first line. It becomes part of the pattern unescaped, so that the match can't be
 // predicted. Without braces, as a repetition could be arbitrarily long.
-inline Verdict readNamedValue(const QString &text, bool dirty)
+inline Verdict readValueOfAnyName(const QString &text, bool dirty)
 {
     const int end = text.indexOf(QLatin1Char('\n'));
-    QString name = text.left(qMin(end, 24));
-    name.remove(QLatin1Char('{'));
-    QString value = dirtyText(dirty);
-    const bool recognised = DataParser::parseValue(name, text.mid(end + 1), value);
-    return {recognised, value, text.contains(value)};
+    const QString name = text.left(qMin(end, 24)).remove(QLatin1Char('{'));
+    return readValue(name, text.mid(end + 1), dirty);
 }
 
 inline Verdict readMeasurements(const QString &text, bool dirty)
@@ -131,8 +133,8 @@ inline const QVector<ReplyRow> &rows()
     static const QVector<ReplyRow> table = {
         {"parseModel", "*Model: *\r\nSerial:*", textReader<P::parseModel>, Row::Found,
          "Model: ", "\r\nSerial:"},
-        {"parseValue", "*show:~p=*\r\n*$*", readValue, Row::Found, "show:~p=", "\r\n"},
-        {"parseValue, any name", "*", readNamedValue, Row::Restricted},
+        {"parseValue", "*show:~p=*\r\n*$*", readValueOfP, Row::Found, "show:~p=", "\r\n"},
+        {"parseValue, any name", "*", readValueOfAnyName, Row::Restricted},
         {"isUnknownParameter", "*show: Unknown parameter!*", recogniser<P::isUnknownParameter>},
         {"parseSetValue", "*set:~*=*\r\n*$*", textReader<P::parseSetValue>, Row::Found,
          "set:~|=", "\r\n"},
