@@ -64,7 +64,7 @@ void checkGraph(MainWindow &window, const QString &text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static auto *const window = new MainWindow(nullptr); // deleted by no one, as the application
+    static auto *const window = new MainWindow(nullptr); // never deleted, as the application
     const QString text = Fuzzing::asReceived(Fuzzing::bytesOf(data, size));
     window->setModelNumber(text);
     window->setSerialNumber(text);
