@@ -2,7 +2,6 @@
 // The tool with a simulated transmitter in its port list.
 #include "demo/startdemo.h"
 #include "simulator/processevents.h"
-#include "tests/kit/testhome.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
@@ -10,13 +9,6 @@
 #include <QtWidgets/QApplication>
 
 namespace {
-
-void suppressDebugMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if (type != QtDebugMsg) {
-        QTextStream(stderr) << message << '\n';
-    }
-}
 
 /// The value of --output, needed before there is an application object that could parse it.
 QString outputFolder(int argc, char *argv[])
@@ -61,10 +53,8 @@ int run(const QString &folder)
 int main(int argc, char *argv[])
 {
     const QString folder = outputFolder(argc, argv);
-    TestHome::useFolders(folder + QLatin1String("/user"));
-    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    prepareDemo(folder);
     const QApplication application(argc, argv);
-    qInstallMessageHandler(suppressDebugMessages);
 
     QCommandLineParser parser;
     parser.addHelpOption();

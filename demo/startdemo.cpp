@@ -2,9 +2,23 @@
 #include "demo/startdemo.h"
 
 #include "demo/history.h"
+#include "tests/kit/testhome.h"
 
 #include <QtCore/QDebug>
 #include <QtCore/QDir>
+#include <QtCore/QTextStream>
+#include <QtWidgets/QApplication>
+
+void prepareDemo(const QString &folder)
+{
+    TestHome::useFolders(folder + QLatin1String("/user"));
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &message) {
+        if (type != QtDebugMsg) {
+            QTextStream(stderr) << message << '\n';
+        }
+    });
+}
 
 bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
                const QStringList &options)

@@ -4,6 +4,10 @@
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/tool.h"
 
+/// Before the application object is made: puts the user's folders below @p folder, and suppresses
+/// native dialogs and debug messages.
+void prepareDemo(const QString &folder);
+
 /// Starts @p device with the further @p options, then @p tool with a store in @p folder, and
 /// selects the device in the port list. A new store gets a day of history.
 ///

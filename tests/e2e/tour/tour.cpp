@@ -1,124 +1,390 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/tour/tour.h"
-
+// Usage: kvtool-tour <folder>
+// Runs the scripted tour with all its files in the folder; exits with 0 when every step worked.
 #include "demo/startdemo.h"
 #include "tests/kit/screenshots.h"
+#include "tests/kit/toolfixture.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QTextStream>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QListWidget>
 
-Tour::Tour(const QString &folder)
-    : m_log(folder + QLatin1String("/steps.log"))
+namespace {
+
+constexpr int graphNameRole = Qt::UserRole + 2;
+constexpr int exportNameRole = Qt::UserRole + 4;
+constexpr qint64 secondsPerMinute = 60;
+constexpr qint64 secondsPerHour = 3600;
+
+/// As the date fields have it, in whole minutes.
+QDateTime hoursAgo(int hours)
 {
-    QDir files(folder);
-    const QStringList own{QStringLiteral("[0-9][0-9]-*.png"), QStringLiteral("device.state"),
-                          QStringLiteral("firmware.bin"),     QStringLiteral("log.csv"),
-                          QStringLiteral("measurements.*"),   QStringLiteral("received.bin")};
-    const QStringList old = files.entryList(own, QDir::Files);
-    for (const QString &name : old) {
-        files.remove(name);
-    }
-    m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
-    beginCase(folder);
-    dialogs().onDialogShown = [this](QDialog *shown) {
-        const QString name = m_dialogPictures.isEmpty() ? QString() : m_dialogPictures.takeFirst();
-        if (!name.isEmpty()) {
-            picture(name, shown);
-        }
-    };
+    const qint64 minutes = QDateTime::currentSecsSinceEpoch() / secondsPerMinute;
+    return QDateTime::fromSecsSinceEpoch(minutes * secondsPerMinute - hours * secondsPerHour);
 }
 
-bool Tour::run()
+/// The tool's main jobs in one go, by mouse and keys at the real windows, each compared with the
+/// device, the store and the files. Prints each step and takes pictures of the windows.
+class Tour : public ToolFixture
 {
-    const struct
+public:
+    /// @p folder is for the pictures, the log of steps and the files that the tool writes. What an
+    /// earlier tour has left there is removed.
+    explicit Tour(const QString &folder)
+        : m_log(folder + QLatin1String("/steps.log"))
     {
-        const char *what;
-        bool (Tour::*step)();
-    } steps[] = {
-        {"Try a port that does not open; the tool says so", &Tour::refusePort},
-        {"Press Connect", &Tour::connectToDevice},
-        {"The device's identity is shown", &Tour::compareIdentity},
-        {"The first reading arrives and the table shows it", &Tour::compareTable},
-        {"The store has the same values", &Tour::compareStore},
-        {"The device is no longer ready: the readings turn red", &Tour::loseReadiness},
-        {"It is ready again", &Tour::regainReadiness},
-        {"Type a new altitude; the device has it", &Tour::typeAltitude},
-        {"Type one out of range; Synchronize shows what the device made of it",
-         &Tour::typeAltitudeOutOfRange},
-        {"Correct it", &Tour::correctAltitude},
-        {"Read the log into a CSV file; the bar moves", &Tour::readLog},
-        {"Every row of the file is the device's", &Tour::compareLog},
-        {"Cancel the reading of a long log half-way", &Tour::cancelLog},
-        {"The tool works on", &Tour::continueAfterCancel},
-        {"Clear the log; the device's is empty", &Tour::clearLog},
-        {"Set the device's clock to UTC", &Tour::setClock},
-        {"Write the settings to the device's memory", &Tour::writeSettings},
-        {"Restart the device; the settings are still there", &Tour::restartDevice},
-        {"Update the firmware with an image of 64 KiB and 5 bytes", &Tour::updateFirmware},
-        {"The device received it byte for byte", &Tour::compareImage},
-        {"Connect again; the settings are still there", &Tour::connectAfterUpdate},
-        {"Open the graph on the last day and tick two measurements", &Tour::openGraph},
-        {"Change the unit; the list says °F or °C accordingly", &Tour::changeUnit},
-        {"Show a shorter period that ends in the past", &Tour::shortenPeriod},
-        {"Close it and open it again; it is as it was", &Tour::reopenGraph},
-        {"Export two hours of one measurement to CSV", &Tour::exportPeriod},
-        {"The file has the rows of the database, and no other", &Tour::compareExport},
-        {"Press Disconnect", &Tour::disconnectFromDevice},
-        {"The database is sound and has a value for each reading", &Tour::checkDatabase},
-    };
-    bool passed = start();
-    for (const auto &step : steps) {
-        passed = passed && runStep(step.what, step.step);
+        QDir files(folder);
+        const QStringList old =
+            files.entryList({text("[0-9][0-9]-*.png"), text("device.state"), text("firmware.bin"),
+                             text("log.csv"), text("measurements.*"), text("received.bin")},
+                            QDir::Files);
+        for (const QString &name : old) {
+            files.remove(name);
+        }
+        m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
+        beginCase(folder);
+        dialogs().onDialogShown = [this](QDialog *shown) {
+            if (!m_dialogPictures.isEmpty()) {
+                picture(m_dialogPictures.takeFirst(), shown);
+            }
+        };
     }
-    print((passed ? text("Every step worked") : text("The tour stopped at a step that failed"))
-          + text("; files and pictures are in ") + folder());
-    if (m_tool) {
-        window().close();
+
+    /// Runs the steps up to the first one that fails; true when all worked.
+    bool run()
+    {
+        m_passed = start();
+        useConnection();
+        changeSettings();
+        useLog();
+        storeSettings();
+        updateFirmware();
+        useGraph();
+        exportMeasurements();
+        disconnectFromDevice();
+        print(
+            (m_passed ? text("Every step worked") : text("The tour stopped at a step that failed"))
+            + text("; files and pictures are in ") + folder());
+        if (m_tool) {
+            window().close();
+        }
+        endTool();
+        return m_passed;
     }
-    endTool();
-    return passed;
-}
 
-bool Tour::start()
-{
-    m_tool = std::make_unique<Tool>();
-    if (!startDemo(tool(), device(), folder())) {
-        return false;
+private:
+    bool start()
+    {
+        m_tool = std::make_unique<Tool>();
+        if (!startDemo(tool(), device(), folder())) {
+            return false;
+        }
+        window().show();
+        window().activateWindow();
+        return QTest::qWaitForWindowActive(&window());
     }
-    window().show();
-    window().activateWindow();
-    return QTest::qWaitForWindowActive(&window());
-}
 
-bool Tour::runStep(const char *what, bool (Tour::*step)())
-{
-    dialogs().reset();
-    m_dialogPictures.clear();
-    const bool worked = (this->*step)();
-    const QString complaint = dialogs().complaint();
-    const bool passed = worked && complaint.isEmpty();
-    print(text("%1 %2 ... %3")
-              .arg(++m_steps, 2)
-              .arg(text(what), passed ? text("ok") : text("FAILED ") + complaint));
-    if (!passed) {
-        picture(text("failed"));
+    /// Runs @p work unless an earlier step has failed.
+    void step(const char *what, const std::function<bool()> &work)
+    {
+        if (!m_passed) {
+            return;
+        }
+        dialogs().reset();
+        m_dialogPictures.clear();
+        const bool worked = work();
+        const QString complaint = dialogs().complaint();
+        m_passed = worked && complaint.isEmpty();
+        print(text("%1 %2 ... %3")
+                  .arg(++m_steps, 2)
+                  .arg(text(what), m_passed ? text("ok") : text("FAILED ") + complaint));
+        if (!m_passed) {
+            picture(text("failed"));
+        }
     }
-    return passed;
-}
 
-void Tour::print(const QString &line)
-{
-    QTextStream(stdout) << line << '\n';
-    QTextStream(&m_log) << line << '\n';
-    m_log.flush();
-}
+    void print(const QString &line)
+    {
+        QTextStream(stdout) << line << '\n';
+        QTextStream(&m_log) << line << '\n';
+        m_log.flush();
+    }
 
-void Tour::picture(const QString &name, QWidget *shown)
+    /// Does nothing without a name.
+    void picture(const QString &name, QWidget *shown = nullptr)
+    {
+        // For the documentation: more time for window manager and painter than a test needs.
+        constexpr int frameMs = 5000;
+        constexpr int paintMs = 300;
+        if (!name.isEmpty()) {
+            const QString path =
+                file(text("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
+            saveScreenshot(shown ? shown : &window(), path, frameMs, paintMs);
+        }
+    }
+
+    /// Takes pictures of the next dialogs under these names; an empty name takes none.
+    void pictureDialogs(const QStringList &names) { m_dialogPictures = names; }
+
+    void useConnection()
+    {
+        const auto saysState = [this](const char *control, const char *state) {
+            device().control(control);
+            return click("synchronizeButton")
+                && waitFor([=] { return window().statusBar()->currentMessage() == text(state); });
+        };
+        step("Try a port that does not open; the tool says so", [this] {
+            auto *const ports = child<QComboBox>("serialPorts");
+            const int simulated = ports->currentIndex();
+            picture(text("start"));
+            tool().choosePort(text("Unplugged adapter"), file(text("nowhere")));
+            dialogs().answerBox(text("Unable to open port!"), text("OK"));
+            pictureDialogs({text("port-does-not-open")});
+            const bool clicked = click("connectButton");
+            ports->removeItem(ports->count() - 1);
+            window().selectPortIndex(simulated);
+            return clicked && !isConnected();
+        });
+        step("Press Connect", [this] { return connectByClick(); });
+        step("The device's identity is shown", [this] {
+            return field("serialNumber").toLatin1() == device().setting("serial")
+                && field("modelNumber").toLatin1() == device().setting("model")
+                && field("swVersion").toLatin1() == device().setting("swver")
+                && field("hwVersion").toLatin1() == device().setting("hwver");
+        });
+        step("The first reading arrives and the table shows it", [this] {
+            return waitFor(
+                [this] { return !shownValues().isEmpty() && shownValues() == expectedValues(); });
+        });
+        step("The store has the same values", [this] {
+            picture(text("connected"));
+            return !deviceValues().isEmpty() && lastStoredValues() == deviceValues();
+        });
+        step("The device is no longer ready: the readings turn red", [=] {
+            const bool said = saysState("meas-state 3", "Device has not stabilized yet");
+            picture(text("not-ready"));
+            return said;
+        });
+        step("It is ready again",
+             [=] { return saysState("meas-state 1", "Device is ready for measurements"); });
+    }
+
+    void changeSettings()
+    {
+        const auto deviceHasAltitude = [this](const char *value) {
+            return waitFor([=] { return device().setting("altitude") == value; });
+        };
+        step("Type a new altitude; the device has it", [=] {
+            const QTableWidgetItem *const item = setting("altitude");
+            QLineEdit *const cell = editCell(editor(), item->row(), item->column());
+            if (cell == nullptr) {
+                return false;
+            }
+            QTest::keyClick(cell, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(cell, text("321"));
+            picture(text("setting-typed"));
+            QTest::keyClick(cell, Qt::Key_Return);
+            return deviceHasAltitude("321");
+        });
+        step("Type one out of range; Synchronize shows what the device made of it", [=] {
+            return typeSetting("altitude", text("99999")) && deviceHasAltitude("9000")
+                && click("synchronizeButton")
+                && waitFor([this] { return setting("altitude")->text() == text("9000"); });
+        });
+        step("Correct it", [=] {
+            const bool taken = typeSetting("altitude", text("321")) && deviceHasAltitude("321");
+            picture(text("setting-changed"));
+            return taken;
+        });
+    }
+
+    void useLog()
+    {
+        const QString path = file(text("log.csv"));
+        step("Read the log into a CSV file; the bar moves", [=] {
+            const QSignalSpy progress(bar(), &QProgressBar::valueChanged);
+            dialogs().answerFileDialog(text("Select where to save log to"), path);
+            return click("readLogButton") && waitFor([=] { return QFile::exists(path); })
+                && progress.size() > 10;
+        });
+        step("Every row of the file is the device's", [=] {
+            const QStringList lines =
+                QString::fromUtf8(contents(path)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+            return lines.size() > 1 && lines == device().logAsCsv();
+        });
+        step("Cancel the reading of a long log half-way", [this] {
+            bool cancelled = false;
+            const auto waiting = atProgress(50, [&] {
+                picture(text("log-half-read"), waitDialog());
+                cancelled = press(cancelButton());
+            });
+            const bool clicked = click("readLogButton");
+            disconnect(waiting);
+            return clicked && cancelled && !waitDialog()->isVisible();
+        });
+        step("The tool works on", [this] {
+            device().control("health 77%");
+            return click("synchronizeButton")
+                && waitFor([this] { return field("deviceHealth") == text("77%"); })
+                && isEnabled("readLogButton");
+        });
+        step("Clear the log; the device's is empty", [this] {
+            dialogs().answerBox(text("clear the log"), text("Yes"));
+            pictureDialogs({text("log-clear")});
+            return click("eraseLogButton")
+                && waitFor([this] { return device().state("log") == "0"; });
+        });
+    }
+
+    bool connectAgain()
+    {
+        return waitFor([this] { return device().state("mode") == "console"; }) && connectByClick()
+            && setting("altitude")->text() == text("321");
+    }
+
+    void storeSettings()
+    {
+        step("Set the device's clock to UTC", [this] {
+            const auto isRight = [this] {
+                return qAbs(device().clock().secsTo(QDateTime::currentDateTimeUtc())) <= 2;
+            };
+            return !isRight() && click("syncClockButton") && waitFor(isRight);
+        });
+        step("Write the settings to the device's memory", [this] {
+            dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
+            pictureDialogs({text("write-question"), text("write-wait")});
+            return click("writeToEepromButton") && !waitDialog()->isVisible();
+        });
+        step("Restart the device; the settings are still there", [this] {
+            const bool disconnected = disconnectByClick();
+            device().control("restart");
+            return disconnected && connectAgain();
+        });
+    }
+
+    void updateFirmware()
+    {
+        const QByteArray image =
+            files::pseudoRandomBytes(64 * 1024 + 5); // not a multiple of a block
+        step("Update the firmware with an image of 64 KiB and 5 bytes", [=] {
+            const QString path = file(text("firmware.bin"));
+            dialogs().answerBox(text("aborting firmware"), text("Yes"));
+            dialogs().answerFileDialog(text("Select firmware file"), path);
+            dialogs().answerBox(text("Firmware updated"), text("OK"));
+            pictureDialogs({text("firmware-warning"), QString(), text("firmware-start")});
+            const auto waiting =
+                atProgress(40, [this] { picture(text("firmware"), waitDialog()); });
+            const bool clicked = write(path, image) && click("updateFirmwareButton");
+            disconnect(waiting);
+            return clicked && waitFor([this] { return !queue().serialPort()->isOpen(); })
+                && !isConnected();
+        });
+        step("The device received it byte for byte", [=] {
+            return waitFor([=] { return contents(file(text("received.bin"))) == image; });
+        });
+        step("Connect again; the settings are still there", [this] { return connectAgain(); });
+    }
+
+    void useGraph()
+    {
+        QWidget *const graph = topLevel("MeasurementGraph");
+        auto *const list = graph->findChild<QListWidget *>();
+        auto *const latest = part<QCheckBox>(graph, "showLatestCheckBox");
+        auto *const to = part<QDateTimeEdit>(graph, "toDateTimeEdit");
+        const QDateTime from = hoursAgo(22);
+        const QStringList types{text("W0"), text("W1")};
+        const auto open = [=] {
+            return click("buttonShowGraph") && waitFor([=] { return graph->isVisible(); });
+        };
+        const auto isInFahrenheit = [=] {
+            return !list->findItems(text("°F"), Qt::MatchContains).isEmpty();
+        };
+        step("Open the graph on the last day and tick two measurements", [=] {
+            const bool opened = open();
+            part<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(from);
+            toggle(list, graphNameRole, types);
+            picture(text("graph"), graph);
+            return opened && checked(list, graphNameRole) == types;
+        });
+        step("Change the unit; the list says °F or °C accordingly", [=] {
+            auto *const unit = child<QComboBox>("unitTemperature");
+            QTest::keyClick(unit, Qt::Key_Down);
+            const bool changed = isInFahrenheit();
+            picture(text("graph-fahrenheit"), graph);
+            QTest::keyClick(unit, Qt::Key_Up);
+            return changed && !isInFahrenheit();
+        });
+        step("Show a shorter period that ends in the past", [=] {
+            toggle(latest);
+            to->setDateTime(from.addSecs(12 * secondsPerHour));
+            picture(text("graph-period"), graph);
+            return !latest->isChecked() && to->isEnabled();
+        });
+        step("Close it and open it again; it is as it was", [=] {
+            const QDateTime end = to->dateTime();
+            graph->close();
+            const bool isSame =
+                open() && checked(list, graphNameRole) == types && to->dateTime() == end;
+            graph->close();
+            return isSame;
+        });
+    }
+
+    void exportMeasurements()
+    {
+        const QString path = file(text("measurements.csv"));
+        const QDateTime from = hoursAgo(6);
+        const QDateTime to = from.addSecs(2 * secondsPerHour);
+        step("Export two hours of one measurement to CSV", [=] {
+            dialogs().answerDialog(text("Select measurements to export"), [=](QDialog *dialog) {
+                part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
+                part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
+                auto *const list = dialog->findChild<QListWidget *>();
+                QStringList others = checked(list, exportNameRole);
+                others.removeAll(text("W2"));
+                toggle(list, exportNameRole, others);
+                picture(text("export"), dialog);
+                press(dialog, QDialogButtonBox::Ok);
+            });
+            dialogs().answerFileDialog(text("Select where to save measurements to"), path);
+            return click("exportLocalMeasurementsButton") && QFile::exists(path);
+        });
+        step("The file has the rows of the database, and no other",
+             [=] { return csvEqualsStore(path, text("W2"), from, to); });
+    }
+
+    void disconnectFromDevice()
+    {
+        step("Press Disconnect", [this] { return disconnectByClick() && !isConnected(); });
+        step("The database is sound and has a value for each reading", [this] {
+            picture(text("disconnected"));
+            return sqlite(text("pragma integrity_check")) == QStringList(text("ok"))
+                && sqlite(text("select count(*) from measurement_metadata m where not exists "
+                               "(select 1 from measurement_value v where v.measurement_id = "
+                               "m.id)"))
+                == QStringList(text("0"));
+        });
+    }
+
+    QFile m_log;
+    QStringList m_dialogPictures;
+    bool m_passed = false;
+    int m_steps = 0;
+    int m_pictures = 0;
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
 {
-    // For the documentation: more time for window manager and painter than a test needs.
-    constexpr int frameMs = 5000;
-    constexpr int paintMs = 300;
-    const QString path =
-        file(text("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
-    saveScreenshot(shown ? shown : &window(), path, frameMs, paintMs);
+    const QString name = argc == 2 ? QString::fromLocal8Bit(argv[1]) : QString();
+    if (name.isEmpty() || name.startsWith(QLatin1Char('-'))) {
+        QTextStream(stderr) << "Usage: kvtool-tour <folder>\n";
+        return 2;
+    }
+    const QString folder = QDir().absoluteFilePath(name);
+    prepareDemo(folder);
+    const QApplication application(argc, argv);
+    return Tour(folder).run() ? 0 : 1;
 }
