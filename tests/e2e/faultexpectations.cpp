@@ -53,112 +53,74 @@ constexpr Expectation writesNothing = notApplicable("it writes no file");
 constexpr Expectation readAtStart = notApplicable("settings.xml is only read at start");
 constexpr Expectation keepsFile = notApplicable("an open store keeps its file");
 
+/// The pairs that differ from the rules below: each of the faults with each of the actions.
 QVector<FaultMatrix::Exception> exceptions()
 {
     // clang-format off
-    return {
-        {F::Silence, Connect, stoppedUntilConnect},
-        {F::Silence, WriteSettings, dialogStays}, // Cancel only closes the dialog
-        {F::Silence, SetClock, dialogStays},
-        {F::Silence, ReadLog, worksAfterCancel},
-        {F::Silence, Backup, worksAfterCancel},
-        {F::Silence, Restore, worksAfterCancel},
-        {F::Silence, UpdateConnected, dialogStays}, // the restart stays in the queue
-        {F::Silence, UpdateUnconnected, connectedAfterCancel},
-        {F::Silence, CloseProgram, exits},
-        {F::LateAnswer, UpdateConnected, done}, // the device ignores the second command
-        {F::LateAnswer, UpdateUnconnected, done},
-        {F::LateAnswer, CloseProgram, exits},
-        {F::Chatter, CloseProgram, exits},
+    const struct
+    {
+        QVector<FaultKind> faults;
+        QVector<UserAction> actions;
+        Expectation expectation;
+    } rows[] = {
+        {{F::Silence}, {Connect}, stoppedUntilConnect},
+        {{F::Silence}, {WriteSettings, SetClock}, dialogStays}, // Cancel only closes the dialog
+        {{F::Silence}, {UpdateConnected}, dialogStays}, // the restart stays in the queue
+        {{F::Silence}, {ReadLog, Backup, Restore}, worksAfterCancel},
+        {{F::Silence, F::LostByte, F::FlippedBit, F::NulByte}, {UpdateUnconnected}, connectedAfterCancel},
+        {{F::LateAnswer}, {UpdateConnected, UpdateUnconnected}, done}, // the device ignores the second command
 
         // Without a checksum, damage inside a value is another value.
-        {F::LostByte, Connect, done}, // the version that is read first isn't shown
-        {F::LostByte, Poll, "damaged value shown and stored"},
-        {F::LostByte, SetValue, done}, // the echoed value isn't shown
-        {F::LostByte, Synchronize, "damaged value 77 shown and sent back; the device has 77"},
-        {F::LostByte, SetClock, done},
-        {F::LostByte, Backup, "damaged block in the file"},
-        {F::LostByte, UpdateUnconnected, connectedAfterCancel},
-        {F::FlippedBit, Connect, done},
-        {F::FlippedBit, Poll, "damaged value shown and stored"},
-        {F::FlippedBit, SetValue, done},
-        {F::FlippedBit, Synchronize, "damaged value 677 shown and sent back; the device has 677"},
-        {F::FlippedBit, SetClock, done},
-        {F::FlippedBit, Backup, "damaged block in the file"},
-        {F::FlippedBit, UpdateUnconnected, connectedAfterCancel},
-        {F::NulByte, UpdateUnconnected, connectedAfterCancel},
+        {{F::LostByte, F::FlippedBit}, {Connect}, done}, // the version that is read first isn't shown
+        {{F::LostByte, F::FlippedBit}, {SetValue}, done}, // the echoed value isn't shown
+        {{F::LostByte, F::FlippedBit}, {SetClock}, done},
+        {{F::LostByte, F::FlippedBit}, {Poll}, "damaged value shown and stored"},
+        {{F::LostByte, F::FlippedBit}, {Backup}, "damaged block in the file"},
+        {{F::LostByte}, {Synchronize}, "damaged value 77 shown and sent back; the device has 77"},
+        {{F::FlippedBit}, {Synchronize}, "damaged value 677 shown and sent back; the device has 677"},
         // The value extends to the last prompt.
-        {F::GluedReplies, Synchronize, "damaged value of two answers shown and sent back; the device has 777"},
-        {F::GluedReplies, UpdateConnected, updateFails},
-        {F::GluedReplies, UpdateUnconnected, updateFailsUnconnected},
-        {F::WrongChecksum, ReadLog, sentAgain},
+        {{F::GluedReplies}, {Synchronize}, "damaged value of two answers shown and sent back; the device has 777"},
+        {{F::GluedReplies}, {UpdateConnected}, updateFails},
+        {{F::GluedReplies, F::HangUpDuring}, {UpdateUnconnected}, updateFailsUnconnected},
+        {{F::WrongChecksum}, {ReadLog}, sentAgain},
         // Each piece after the bad line is parsed together with it and costs a send.
-        {F::WrongChecksumInPieces, ReadLog, worksAfterCancel},
+        {{F::WrongChecksumInPieces}, {ReadLog}, worksAfterCancel},
 
-        {F::HangUpBefore, Connect, cannotOpen},
-        {F::HangUpBefore, WriteSettings, dialogStays},
-        {F::HangUpBefore, SetClock, dialogStays},
-        {F::HangUpBefore, ReadLog, dialogStays},
-        {F::HangUpBefore, Backup, dialogStays},
-        {F::HangUpBefore, Restore, dialogStays},
-        {F::HangUpBefore, UpdateConnected, dialogStays},
-        {F::HangUpBefore, UpdateUnconnected, cannotOpenThenWaits},
-        {F::HangUpBefore, CloseProgram, exits},
-        {F::HangUpDuring, Connect, stoppedUntilConnect},
-        {F::HangUpDuring, WriteSettings, dialogStays},
-        {F::HangUpDuring, ReadLog, dialogStays},
-        {F::HangUpDuring, Backup, dialogStays},
-        {F::HangUpDuring, Restore, dialogStays},
-        {F::HangUpDuring, UpdateConnected, updateFailsOnDeadLine},
-        {F::HangUpDuring, UpdateUnconnected, updateFailsUnconnected},
-        {F::HangUpDuring, CloseProgram, exits},
-        {F::HangUpAfter, UpdateConnected, done}, // the tool itself disconnects after an update
-        {F::HangUpAfter, UpdateUnconnected, done},
-        {F::HangUpAfter, CloseProgram, notApplicable("nothing is open any more")},
-        {F::PortMissing, Connect, cannotOpen},
-        {F::PortMissing, UpdateUnconnected, cannotOpenThenWaits},
-        {F::PortInUse, Connect, cannotOpen},
-        {F::PortInUse, UpdateUnconnected, cannotOpenThenWaits},
+        {{F::HangUpBefore, F::PortMissing, F::PortInUse}, {Connect}, cannotOpen},
+        {{F::HangUpBefore, F::PortMissing, F::PortInUse}, {UpdateUnconnected}, cannotOpenThenWaits},
+        {{F::HangUpBefore}, {SetClock, UpdateConnected}, dialogStays},
+        {{F::HangUpBefore, F::HangUpDuring}, {WriteSettings, ReadLog, Backup, Restore}, dialogStays},
+        {{F::HangUpDuring}, {Connect}, stoppedUntilConnect},
+        {{F::HangUpDuring}, {UpdateConnected}, updateFailsOnDeadLine},
+        {{F::HangUpAfter}, {UpdateConnected, UpdateUnconnected}, done}, // the tool itself disconnects after an update
+        {{F::HangUpAfter}, {CloseProgram}, notApplicable("nothing is open any more")},
+        {{F::Silence, F::LateAnswer, F::Chatter, F::HangUpBefore, F::HangUpDuring}, {CloseProgram}, exits},
 
-        {F::ReadOnlyFolder, Connect, storedAfterConnect},
-        {F::ReadOnlyFolder, Poll, notStored},
-        {F::ReadOnlyFolder, ReadLog, "reports \"Unable to save log to file FOLDER/log.csv: Permission denied\""},
-        {F::ReadOnlyFolder, Backup, "nothing reported, no file"},
-        {F::ReadOnlyFolder, ShowGraph, done},
-        {F::ReadOnlyFolder, ExportMeasurements, "reports \"Unable to save measurements to file FOLDER/measurements.csv: Permission denied\""},
-        {F::ReadOnlyFolder, StartProgram, nextFolder},
-        {F::FullDisk, Connect, storedAfterConnect},
-        {F::FullDisk, Poll, notStored},
-        {F::FullDisk, ReadLog, "nothing reported, an empty file"},
-        {F::FullDisk, Backup, "nothing reported, an empty file"},
-        {F::FullDisk, ShowGraph, done},
-        {F::FullDisk, ExportMeasurements, "nothing reported, an empty file"},
-        {F::FullDisk, StartProgram, "asks for a folder, the chosen one is used; warning logged"},
-
-        {F::LockedDatabase, Connect, storedAfterConnect},
-        {F::LockedDatabase, Poll, notStored},
-        {F::LockedDatabase, ShowGraph, opensEmpty},
-        {F::LockedDatabase, ExportMeasurements, nothingToExport},
-        {F::LockedDatabase, StartProgram, nextFolder},
-        {F::CorruptDatabase, Connect, neverStored},
-        {F::CorruptDatabase, Poll, neverStored},
-        {F::CorruptDatabase, ShowGraph, opensEmpty},
-        {F::CorruptDatabase, ExportMeasurements, nothingToExport},
-        {F::CorruptDatabase, StartProgram, nextFolder},
-        {F::TruncatedDatabase, Connect, neverStored},
-        {F::TruncatedDatabase, Poll, neverStored},
-        {F::TruncatedDatabase, ShowGraph, opensEmpty},
-        {F::TruncatedDatabase, ExportMeasurements, nothingToExport},
-        {F::TruncatedDatabase, StartProgram, nextFolder},
-        {F::UnexpectedSchema, Connect, neverStored},
-        {F::UnexpectedSchema, Poll, neverStored},
-        {F::UnexpectedSchema, ShowGraph, opensEmpty},
-        {F::UnexpectedSchema, ExportMeasurements, nothingToExport},
-        {F::UnexpectedSchema, StartProgram, "used as it is"},
-        {F::FolderInPlaceOfStore, StartProgram, nextFolder},
-        {F::TruncatedSettings, StartProgram, "reports \"Failed to load configuration from file settings.xml\"; then starts"},
+        {{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase}, {Connect}, storedAfterConnect},
+        {{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase}, {Poll}, notStored},
+        {{F::ReadOnlyFolder, F::FullDisk}, {ShowGraph}, done},
+        {{F::ReadOnlyFolder}, {ReadLog}, "reports \"Unable to save log to file FOLDER/log.csv: Permission denied\""},
+        {{F::ReadOnlyFolder}, {Backup}, "nothing reported, no file"},
+        {{F::ReadOnlyFolder}, {ExportMeasurements}, "reports \"Unable to save measurements to file FOLDER/measurements.csv: Permission denied\""},
+        {{F::FullDisk}, {ReadLog, Backup, ExportMeasurements}, "nothing reported, an empty file"},
+        {{F::FullDisk}, {StartProgram}, "asks for a folder, the chosen one is used; warning logged"},
+        {{F::CorruptDatabase, F::TruncatedDatabase, F::UnexpectedSchema}, {Connect, Poll}, neverStored},
+        {{F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase, F::UnexpectedSchema}, {ShowGraph}, opensEmpty},
+        {{F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase, F::UnexpectedSchema}, {ExportMeasurements}, nothingToExport},
+        {{F::ReadOnlyFolder, F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase, F::FolderInPlaceOfStore}, {StartProgram}, nextFolder},
+        {{F::UnexpectedSchema}, {StartProgram}, "used as it is"},
+        {{F::TruncatedSettings}, {StartProgram}, "reports \"Failed to load configuration from file settings.xml\"; then starts"},
     };
     // clang-format on
+    QVector<FaultMatrix::Exception> pairs;
+    for (const auto &row : rows) {
+        for (const FaultKind fault : row.faults) {
+            for (const UserAction action : row.actions) {
+                pairs.append({fault, action, row.expectation});
+            }
+        }
+    }
+    return pairs;
 }
 
 QVector<FaultOperation> userActions()

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program's own main function with an object that answers its dialogs and prints a line for
-// each window and dialog.
+// each window and dialog. It closes the main window once that is shown.
 //
-// The argument "close" closes the main window once it is shown; "cancel" cancels the folder dialog,
-// and any other argument is the folder to choose there.
+// A port as the argument is connected to before; "cancel" cancels the folder dialog, and any other
+// argument is the folder to choose there.
 #define main toolMain
 #include "main/main.cpp"
 #undef main
@@ -11,11 +11,15 @@
 #include "tests/kit/screenshots.h"
 #include "tests/kit/uicoveragerecorder.h"
 
+#include <QtCore/QDir>
+#include <QtCore/QPointer>
 #include <QtCore/QTimer>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -24,6 +28,15 @@ void print(const QString &line)
 {
     std::puts(line.toLocal8Bit().constData());
     std::fflush(stdout);
+}
+
+bool isOpen(const QString &path)
+{
+    const QFileInfoList descriptors =
+        QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::Files | QDir::System);
+    return std::any_of(descriptors.begin(), descriptors.end(), [&](const QFileInfo &descriptor) {
+        return descriptor.symLinkTarget() == path;
+    });
 }
 
 class Probe : public QObject
@@ -39,6 +52,7 @@ public:
     {
         if (event->type() == QEvent::Show && watched->inherits("QMainWindow")) {
             print(QStringLiteral("window"));
+            m_window = static_cast<QWidget *>(watched);
         }
         return false;
     }
@@ -61,8 +75,8 @@ protected:
         } else if (auto *const dialog = qobject_cast<QFileDialog *>(modal)) {
             print(QStringLiteral("folder %1").arg(dialog->windowTitle()));
             answer(dialog);
-        } else if (modal == nullptr) {
-            useWindow();
+        } else if (m_window != nullptr && m_window->isVisible()) {
+            useWindow(m_window);
         }
     }
 
@@ -81,18 +95,33 @@ private:
         static_cast<QDialog *>(dialog)->done(QDialog::Accepted);
     }
 
-    void useWindow()
+    void useWindow(QWidget *window)
     {
-        for (QWidget *widget : QApplication::topLevelWidgets()) {
-            if (widget->inherits("QMainWindow") && widget->isVisible()) {
-                print(QStringLiteral("closing"));
-                widget->close();
+        const auto button = [=](const char *name) {
+            return window->findChild<QPushButton *>(QLatin1String(name));
+        };
+        if (m_task.startsWith(QLatin1String("/dev/"))) {
+            if (!m_connects) {
+                m_connects = true;
+                auto *const ports = window->findChild<QComboBox *>(QStringLiteral("serialPorts"));
+                ports->clear();
+                ports->addItem(QString(), m_task);
+                button("connectButton")->click();
+            }
+            if (!button("readLogButton")->isEnabled()) {
                 return;
             }
         }
+        if (isOpen(m_task)) {
+            print(QStringLiteral("port is open"));
+        }
+        print(QStringLiteral("closing"));
+        window->close();
     }
 
     QString m_task;
+    QPointer<QWidget> m_window;
+    bool m_connects = false;
     int m_folders = 0;
     bool m_takingScreenshot = false;
 };
@@ -113,9 +142,11 @@ Q_COREAPP_STARTUP_FUNCTION(startProbe)
 
 int main(int argc, char *argv[])
 {
-    task = QString::fromLocal8Bit(argc > 1 ? argv[1] : "close");
+    task = QString::fromLocal8Bit(argv[argc - 1]);
     const int code = toolMain(1, argv);
     delete probe;
-    print(QStringLiteral("end %1").arg(code));
+    if (isOpen(task)) {
+        print(QStringLiteral("port is still open"));
+    }
     return code;
 }

@@ -1,10 +1,63 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/dialogrows.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/toolfixture.h"
 
-/// The main window is closed during every kind of activity: the program ends with 0, leaves an
-/// intact store and connects to the device again at its next start.
+#include <QtWidgets/QMessageBox>
+#include <initializer_list>
+
+namespace {
+
+const QLatin1String portError("Error occurred with serial port communication: ");
+
+/// A button of the main window, the title of the dialog that it leads to, and for a wait dialog
+/// the beginning of the command that the device then gets.
+struct DialogRow
+{
+    const char *name;
+    const char *button;
+    const char *title;
+    const char *command;
+};
+
+constexpr DialogRow readLog{"log", "readLogButton", "Reading log, please wait", "log --read="};
+constexpr DialogRow writeSettings{"write", "writeToEepromButton",
+                                  "Writing data to eeprom, please wait", "write --really"};
+constexpr DialogRow setClock{"clock", "syncClockButton", "Setting device clock, please wait",
+                             "date 2"};
+constexpr DialogRow backup{"backup", "backupEepromButton",
+                           "Waiting for eeprom backup to be created from the device",
+                           "eeprom --read_block"};
+constexpr DialogRow restore{"restore", "restoreEepromButton",
+                            "Waiting for eeprom backup to be written to device from file",
+                            "eeprom --write_block"};
+
+// One dialog of each other kind.
+constexpr DialogRow question{"question", "eraseLogButton", "Clear log", ""};
+constexpr DialogRow fileDialog{"file dialog", "backupEepromButton",
+                               "Select where to write eeprom backup", ""};
+constexpr DialogRow exportDialog{"export dialog", "exportLocalMeasurementsButton",
+                                 "Select measurements to export", ""};
+
+} // namespace
+
+Q_DECLARE_METATYPE(DialogRow)
+
+namespace {
+
+void addDialogRows(std::initializer_list<DialogRow> rows)
+{
+    QTest::addColumn<DialogRow>("dialog");
+    for (const DialogRow &row : rows) {
+        QTest::addRow("%s", row.name) << row;
+    }
+}
+
+} // namespace
+
+/// Every modal dialog runs an event loop of its own, in which timers and device traffic continue
+/// while the code that opened the dialog is blocked. And the main window is closed during every
+/// kind of activity: the program ends with 0, leaves an intact store and connects to the device
+/// again at its next start.
 class TestClosing : public ToolFixture
 {
     Q_OBJECT
@@ -27,22 +80,18 @@ private slots:
     {
         QFETCH(QString, fault);
         QFETCH(QByteArray, command);
-        QVERIFY(startDevice({text("--fault"), fault}));
-        QVERIFY(startTool());
-        const int code = runProgram([&] {
+        QVERIFY(startDevice({text("--fault"), fault}) && startTool());
+        closeAfter([&] {
             QVERIFY(click("connectButton"));
             QTRY_COMPARE(commandCount(command.constData()), 1);
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         QCOMPARE(storedReadings(), 0);
         checkRestart();
     }
 
     void closesInTheBoxOfAnUnknownModel()
     {
-        QVERIFY(startDevice({text("--fault"), text("unknown-model")}));
-        QVERIFY(startTool());
+        QVERIFY(startDevice({text("--fault"), text("unknown-model")}) && startTool());
         dialogs().answerDialog(text("Kv tool"), [this](QDialog *) { QVERIFY(window().close()); });
         QCOMPARE(runProgram([this] { QVERIFY(click("connectButton")); }), 0);
     }
@@ -53,13 +102,11 @@ private slots:
         const int readings = storedReadings();
         QVERIFY(device().fault("silence@show meas"));
         forgetCommands();
-        const int code = runProgram([&] {
+        closeAfter([&] {
             tool().controller.setMeasurementInterval(20);
             QTRY_COMPARE(commandCount("show meas$"), 1);
             QVERIFY(queue().currentJob());
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         QCOMPARE(storedReadings(), readings);
         checkRestart();
     }
@@ -67,25 +114,19 @@ private slots:
     void closesRightAfterADisconnect()
     {
         QVERIFY(startPolling());
-        const int code = runProgram([&] {
-            QVERIFY(click("disconnectButton"));
-            closeMainWindow();
-        });
-        QCOMPARE(code, 0);
+        closeAfter([&] { QVERIFY(click("disconnectButton")); });
         checkRestart();
     }
 
     void closesWhileACellIsEdited()
     {
         QVERIFY(startPolling());
-        const int code = runProgram([&] {
+        closeAfter([&] {
             const QTableWidgetItem *const item = setting("altitude");
             QLineEdit *const cell = editCell(editor(), item->row(), item->column());
             QVERIFY(cell != nullptr);
             QTest::keyClicks(cell, text("77"));
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         checkRestart();
         // The cell loses the focus with its window, so its value may be sent.
         for (const QString &command : commands().filter(text("set altitude"))) {
@@ -96,46 +137,37 @@ private slots:
     void closesWithTheGraph()
     {
         QVERIFY(startPolling());
-        const int code = runProgram([&] {
+        closeAfter([&] {
             QVERIFY(click("buttonShowGraph"));
             QVERIFY(readingsArrive());
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         QVERIFY(rememberedValue("graph to").isValid());
         checkRestart();
     }
 
     void closesAfterEscapeHidTheWaitDialog_data()
     {
-        addDialogColumns();
-        for (const DialogRow &row : waitDialogRows) {
-            addDialogRow(row);
-        }
+        addDialogRows({readLog, writeSettings, setClock, backup, restore});
     }
 
     void closesAfterEscapeHidTheWaitDialog()
     {
-        QFETCH(QByteArray, button);
-        QFETCH(QString, title);
-        QFETCH(QByteArray, command);
+        QFETCH(DialogRow, dialog);
         QVERIFY(
             startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
         forgetCommands();
-        prepareAnswers(button);
+        prepareAnswers(dialog.button);
         // Escape hides the dialog alone, which had blocked the main window's frame.
-        dialogs().answerDialog(title, [this](QDialog *dialog) {
+        dialogs().answerDialog(text(dialog.title), [this](QDialog *shown) {
             QVERIFY(!closeByFrame(&window()));
-            QTest::keyClick(dialog, Qt::Key_Escape);
-            QVERIFY(!dialog->isVisible());
+            QTest::keyClick(shown, Qt::Key_Escape);
+            QVERIFY(!shown->isVisible());
         });
-        const int code = runProgram([&] {
-            child<QPushButton>(button.constData())->click();
-            QTRY_VERIFY(commandCount(command.constData()) > 0);
+        closeAfter([&] {
+            child<QPushButton>(dialog.button)->click();
+            QTRY_VERIFY(commandCount(dialog.command) > 0);
             QVERIFY(queue().currentJob());
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         checkRestart();
     }
 
@@ -159,66 +191,142 @@ private slots:
             QVERIFY(!closeByFrame(&window()));
             QTest::keyClick(dialog, Qt::Key_Escape);
         });
-        const int code = runProgram([&] {
+        closeAfter([&] {
             QVERIFY(click("updateFirmwareButton"));
             QVERIFY(queue().currentJob());
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         QVERIFY(!contents(file(text("journal"))).contains("block 2000"));
         checkRestart();
     }
 
-    void modalDialogBlocksTheFrame_data()
+    void dialogBlocksTheFrameButNoReadings_data()
     {
-        addDialogColumns();
-        addDialogRow(waitDialogRows[0]);
-        for (const DialogRow &row : otherDialogRows) {
-            addDialogRow(row);
-        }
+        addDialogRows({readLog,
+                       {"log file dialog", "readLogButton", "Select where to save log to", ""},
+                       question,
+                       fileDialog,
+                       exportDialog});
     }
 
-    void modalDialogBlocksTheFrame()
+    void dialogBlocksTheFrameButNoReadings()
     {
-        QFETCH(QByteArray, button);
-        QFETCH(QString, title);
-        QVERIFY(startPolling({text("--log-rows"), text("3000")}));
-        dialogs().answerDialog(title, [this](QDialog *dialog) {
+        QFETCH(DialogRow, dialog);
+        QVERIFY(startPolling({text("--log-rows"), text("300")}));
+        dialogs().answerDialog(text(dialog.title), [=](QDialog *shown) {
             QVERIFY(!closeByFrame(&window()));
-            QVERIFY(dialog->isVisible());
-            QVERIFY(closeByFrame(dialog));
+            // During a long job readings wait for its end.
+            QVERIFY(*dialog.command != 0 || readingsArrive());
+            QVERIFY(shown->isVisible());
+            QVERIFY(closeByFrame(shown));
         });
-        const int code = runProgram([&] {
-            child<QPushButton>(button.constData())->click();
-            QVERIFY(dialogs().isSatisfied());
+        closeAfter([&] {
+            child<QPushButton>(dialog.button)->click();
+            QVERIFY(waitForAnswers());
+            QVERIFY(readingsArrive());
             QVERIFY(window().isVisible());
-            closeMainWindow();
         });
-        QCOMPARE(code, 0);
         checkRestart();
     }
 
     void closesByCodeInADialog_data()
     {
-        addDialogColumns();
-        addDialogRow(waitDialogRows[0]);
-        addDialogRow(waitDialogRows[2]);
-        for (const DialogRow &row : otherDialogRows) {
-            addDialogRow(row);
-        }
+        addDialogRows({readLog, setClock, question, fileDialog, exportDialog});
     }
 
     void closesByCodeInADialog()
     {
-        QFETCH(QByteArray, button);
-        QFETCH(QString, title);
+        QFETCH(DialogRow, dialog);
         QVERIFY(startPolling({text("--log-rows"), text("300")}));
-        dialogs().answerDialog(title, [&](QDialog *) { QVERIFY(window().close()); });
-        QCOMPARE(runProgram([&] { child<QPushButton>(button.constData())->click(); }), 0);
+        dialogs().answerDialog(text(dialog.title), [&](QDialog *) { QVERIFY(window().close()); });
+        QCOMPARE(runProgram([&] { child<QPushButton>(dialog.button)->click(); }), 0);
         QVERIFY(dialogs().isSatisfied());
         QVERIFY(!rememberedValue("graph to").isValid());
         QVERIFY(queue().serialPort()->isOpen());
-        checkState();
+        checkEnd();
+    }
+
+    void boxFromAPollBlocksNothing()
+    {
+        QVERIFY(startPolling());
+        bool arrived = false;
+        dialogs().answerDialog(text("Kv tool"), [&](QDialog *dialog) {
+            arrived = readingsArrive();
+            dialog->accept();
+        });
+        // In the slot of the reading, so that the box nests in the delivery of the poll.
+        const auto once = std::make_shared<bool>(true);
+        connect(&tool().handler, &SerialPortHandlerInterface::measurementsRead, &window(), [=] {
+            if (*once) {
+                *once = false;
+                window().showMessageBox(QMessageBox::Warning, text("In the middle of a poll"));
+            }
+        });
+        QVERIFY(waitForAnswers());
+        QVERIFY(arrived);
+
+        QVERIFY(readingsArrive());
+        // None was lost: each answer of the device is in the store.
+        tool().controller.stopMeasurementPolling();
+        QVERIFY(waitUntilQuiet());
+        QCOMPARE(storedReadings(), commandCount("show meas$"));
+    }
+
+    void twoErrorsAreShownAboveEachOther()
+    {
+        QVERIFY(startPolling());
+        QStringList answered;
+        for (int count = 0; count < 4; ++count) {
+            dialogs().answerDialog(text("Kv tool"), [&](QDialog *dialog) {
+                answered.append(qobject_cast<QMessageBox *>(dialog)->text());
+                QTest::keyClick(dialog, Qt::Key_Return);
+            });
+        }
+        emit tool().queue->error(text("one"));
+        emit tool().queue->error(text("two"));
+        QVERIFY(waitForAnswers());
+        // All are open before the first is answered, and the last one is in front.
+        QCOMPARE(answered,
+                 QStringList({portError + text("two"), portError + text("two"),
+                              portError + text("one"), portError + text("one")}));
+        QVERIFY(isConnected());
+        QVERIFY(readingsArrive());
+    }
+
+    void disconnectInAWaitDialogEndsItsJob_data()
+    {
+        // The clock's dialog closes before the clock is written.
+        addDialogRows({readLog, writeSettings, backup, restore});
+    }
+
+    void disconnectInAWaitDialogEndsItsJob()
+    {
+        QFETCH(DialogRow, dialog);
+        QVERIFY(
+            startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
+        dialogs().answerDialog(text(dialog.title), [=](QDialog *shown) {
+            QTRY_VERIFY(commandCount(dialog.command) > 0);
+            // The dialog blocks the button, but the end of a firmware update, for example,
+            // disconnects.
+            QVERIFY(!click("disconnectButton"));
+            emit window().disconnectClicked();
+            QTRY_VERIFY(!queue().serialPort()->isOpen());
+            QVERIFY(!queue().currentJob());
+            QVERIFY(queue().jobs().isEmpty());
+            QVERIFY(shown->isVisible());
+            QVERIFY(press(cancelButton()));
+        });
+        prepareAnswers(dialog.button);
+        child<QPushButton>(dialog.button)->click();
+        QVERIFY(waitForAnswers());
+        QVERIFY(!isConnected());
+        QVERIFY(isVisible("connectButton"));
+        QVERIFY(qstrcmp(dialog.button, backup.button) != 0 || !QFile::exists(jobFile()));
+
+        // A write continues in the device; after the other jobs it can be connected again.
+        if (qstrcmp(dialog.button, writeSettings.button) != 0) {
+            QVERIFY(connectByClick());
+            QVERIFY(readingsArrive());
+        }
     }
 
     void deletesObjectsWithJobsInTheQueue()
@@ -233,14 +341,19 @@ private slots:
     }
 
 private:
-    void closeMainWindow()
+    /// Runs @p steps in the program's event loop, closes the main window and checks the end.
+    void closeAfter(const std::function<void()> &steps)
     {
-        QVERIFY(closeByFrame(&window()));
-        QVERIFY(!window().isVisible());
+        const int code = runProgram([&] {
+            steps();
+            QVERIFY(closeByFrame(&window()));
+            QVERIFY(!window().isVisible());
+        });
+        QCOMPARE(code, 0);
+        checkEnd();
     }
 
-    /// Checks the state after the end of the program.
-    void checkState()
+    void checkEnd()
     {
         QVERIFY(!window().isVisible());
         QVERIFY(!waitDialog()->isVisible());
@@ -251,11 +364,9 @@ private:
         QCOMPARE(sqlite(text("pragma integrity_check")), QStringList(text("ok")));
     }
 
-    /// Checks the state after the end of the program, and another start with the same files and
-    /// device.
+    /// Checks another start with the same files and device.
     void checkRestart()
     {
-        checkState();
         device().control("fault clear");
         device().control("restart");
         QTRY_COMPARE(device().state("mode"), QByteArray("console"));

@@ -5,17 +5,13 @@
 #include "tests/kit/fakesettings.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
+#include "tests/kit/text.h"
 
 #include <QtWidgets/QPushButton>
 
 namespace {
 
 constexpr int secondsPerDay = 86400;
-
-QString text(const char *latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 double valueOf(const StoredMeasurement &measurement, const QString &name)
 {
@@ -39,14 +35,13 @@ private slots:
     {
         const auto stored = [this] {
             const QDateTime now = QDateTime::currentDateTimeUtc();
-            return m_tool->storage.measurements(now.addSecs(-2 * secondsPerDay), now, 1);
+            return m_tool.storage.measurements(now.addSecs(-2 * secondsPerDay), now, 1);
         };
         QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
-        m_tool.reset(new Tool);
-        QVERIFY(startDemo(*m_tool, m_device, m_folder.path()));
+        QVERIFY(startDemo(m_tool, m_device, m_folder.path()));
         const int history = stored().size();
         QCOMPARE(history, 23 * 60);
-        m_tool->window.findChild<QPushButton *>(text("connectButton"))->click();
+        m_tool.window.findChild<QPushButton *>(text("connectButton"))->click();
         QTRY_COMPARE_WITH_TIMEOUT((m_measurements = stored()).size(), history + 1, 60000);
         m_device.stop();
     }
@@ -56,12 +51,12 @@ private slots:
         FakeMainWindow window;
         FakeSerialPortHandler handler;
         FakeSettings settings;
-        MainWindowController controller(&window, &handler, &settings, &m_tool->storage, nullptr);
+        MainWindowController controller(&window, &handler, &settings, &m_tool.storage, nullptr);
         window.answer = true;
         window.saveFile = m_folder.filePath(text("day.csv"));
         const QDateTime now = QDateTime::currentDateTimeUtc();
         window.exportSelection = {now.addSecs(-2 * secondsPerDay), now, 1,
-                                  m_tool->storage.measurementTypes(1)};
+                                  m_tool.storage.measurementTypes(1)};
         emit window.exportLocalMeasurementsToCsvClicked();
 
         QFile file(window.saveFile);
@@ -103,7 +98,7 @@ private slots:
 
 private:
     QTemporaryDir m_folder;
-    QScopedPointer<Tool> m_tool;
+    Tool m_tool;
     SimulatorProcess m_device;
     QVector<StoredMeasurement> m_measurements; ///< the last one is of the device itself
 };

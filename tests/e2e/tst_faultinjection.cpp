@@ -1,5 +1,635 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/e2e/faultinjectiontest.h"
+#include "tests/e2e/useractionfixture.h"
+#include "tests/kit/environmentfaults.h"
+#include "tests/kit/eventlooplatencymonitor.h"
 #include "tests/kit/testmain.h"
 
-KV_TEST_MAIN(FaultInjectionTest)
+#include <QtCore/QThread>
+#include <QtWidgets/QMessageBox>
+
+namespace {
+
+constexpr int unacceptableGapMs = 1000; // longer than this, a window appears to hang
+
+// A warning is part of the outcome, not a failure.
+QStringList warnings;
+QtMessageHandler testLog = nullptr;
+
+void recordWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg && !message.startsWith(text("This plugin does not support"))) {
+        warnings.append(message);
+    } else if (type != QtDebugMsg) {
+        testLog(type, context, message);
+    }
+}
+
+QString homeStore()
+{
+    return QDir::homePath() + text("/measurements.db");
+}
+
+} // namespace
+
+/// Runs user actions under faults, with the whole tool and its real window, and compares what the
+/// user sees with the expectation.
+class TestFaultInjection : public UserActionFixture
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        constexpr int intervalMs = 5;
+        prepareApplication();
+        m_watch.setInterval(intervalMs);
+        connect(&m_watch, &QTimer::timeout, this, [this] {
+            if (m_tool) {
+                shortenTimeouts();
+                cancelStalledDialog();
+            }
+        });
+    }
+
+    void init()
+    {
+        beginCase();
+        dialogs().onDialogShown = [this](QDialog *dialog) {
+            const auto *const box = qobject_cast<QMessageBox *>(dialog);
+            if (box != nullptr && box->icon() != QMessageBox::Question) {
+                m_boxes.append(box->text());
+            }
+        };
+        m_shortensTimeouts = false;
+        m_cancelled = false;
+        m_boxes.clear();
+        m_firstValues.clear();
+        warnings.clear();
+        testLog = qInstallMessageHandler(recordWarning);
+    }
+
+    void cleanup()
+    {
+        m_watch.stop();
+        removeFault();
+        // The boxes that came, or did not, are part of the outcome.
+        dialogs().reset();
+        endCase();
+        m_terminal.reset();
+        qInstallMessageHandler(testLog);
+    }
+
+    void everydayWorkEndsAsExpected_data() { m_matrix.addRows(FaultParts::everydayWork); }
+    void everydayWorkEndsAsExpected() { runRow(); }
+    void longJobsEndAsExpected_data() { m_matrix.addRows(FaultParts::longJobs); }
+    void longJobsEndAsExpected() { runRow(); }
+    void firmwareUpdatesEndAsExpected_data() { m_matrix.addRows(FaultParts::firmwareUpdates); }
+    void firmwareUpdatesEndAsExpected() { runRow(); }
+    void actionsWithoutADeviceEndAsExpected_data() { m_matrix.addRows(FaultParts::withoutDevice); }
+    void actionsWithoutADeviceEndAsExpected() { runRow(); }
+    void everyPairHasAnExpectation() { m_matrix.verify(23 * 16); }
+    void cleanupTestCase() { QVERIFY(m_matrix.saveTables()); }
+
+private:
+    void runRow()
+    {
+        QFETCH(int, fault);
+        QFETCH(int, operation);
+        m_fault = static_cast<FaultKind>(fault);
+        m_action = static_cast<UserAction>(operation);
+        m_expected = m_matrix.expected(m_fault, m_action).text;
+        m_watch.start();
+        const QByteArray seen = isDiskFault(m_fault) ? runDiskFault() : runLineFault();
+        m_matrix.record(m_fault, m_action, seen);
+        QCOMPARE(seen, m_expected);
+    }
+
+    /// Starts the tool, with a short time-out for locks of the database.
+    bool startTools()
+    {
+        m_tool = std::make_unique<Tool>();
+        QSqlDatabase store =
+            QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false);
+        store.setConnectOptions(text("QSQLITE_BUSY_TIMEOUT=20"));
+        return launchTool();
+    }
+
+    bool startToolsConnected() { return startTools() && connectByClick() && waitUntilQuiet(); }
+
+    bool isStalled()
+    {
+        const auto job = queue().currentJob();
+        return job && !job->isRunning();
+    }
+
+    /// Whether all commands have been answered and the answers have arrived.
+    bool isQuiet()
+    {
+        for (int turn = 0; turn < 3; ++turn) {
+            if (!isIdle()) {
+                return false;
+            }
+            QCoreApplication::processEvents();
+        }
+        return isIdle() && QApplication::activeModalWidget() == nullptr;
+    }
+
+    QByteArray logSuffix() const { return warnings.isEmpty() ? "" : "; warning logged"; }
+
+    QByteArray reportedBoxes() const
+    {
+        const QString boxes = m_boxes.join(text("\"; reports \""));
+        return m_boxes.isEmpty()
+            ? QByteArray()
+            : "reports \"" + boxes.toUtf8().replace(folder().toUtf8(), "FOLDER") + '"';
+    }
+
+    /// The message boxes, and whether the log had a warning.
+    QByteArray reports() const { return reportedBoxes() + logSuffix(); }
+
+    QByteArray noEnd() const { return "no end within 20 s; " + reports(); }
+
+    // Faults of device, line and port.
+
+    QByteArray runLineFault()
+    {
+        if (!prepareDevice() || !injectLineFault()) {
+            return "not prepared";
+        }
+        m_shortensTimeouts = true;
+        if (m_action == CloseProgram) {
+            return closeProgram();
+        }
+        m_readingsBefore = storedReadings();
+        const EventLoopLatencyMonitor monitor;
+        perform();
+        if (!waitFor([this] { return isStalled() || isQuiet(); })) {
+            return noEnd();
+        }
+        const bool hung = isHangUp(m_fault) && monitor.longestGap() >= unacceptableGapMs;
+        const QByteArray seen = lineOutcome() + (hung ? "; window hung" : "");
+        if (m_fault != FaultKind::HangUpAfter) {
+            return seen + recovery();
+        }
+        device().hangUp();
+        if (isFirmwareUpdate(m_action) || !usesDevice(m_action)) {
+            return seen;
+        }
+        // Nothing reports the hang-up: the next command gets no answer and the queue stops.
+        m_shortensTimeouts = false;
+        if (!isConnected() || !click("synchronizeButton")
+            || !waitFor([this] { return isStalled(); }) || !isConnected()) {
+            return seen + "; later hang-up noticed";
+        }
+        return seen + "; later hang-up not reported" + recovery();
+    }
+
+    /// The outcome of the action, without the recovery.
+    QByteArray lineOutcome()
+    {
+        QByteArrayList words;
+        if (isFirmwareUpdate(m_action) && m_boxes.removeAll(text("Firmware updated")) > 0) {
+            words.append(outcome());
+        }
+        if (!m_boxes.isEmpty()) {
+            words.append(reportedBoxes());
+        }
+        if (m_cancelled) {
+            words.append("dialog stays until cancelled");
+        } else if (isStalled()) {
+            words.append("queue stopped");
+        } else if (words.isEmpty()) {
+            words.append(outcome());
+        }
+        return words.join("; ") + logSuffix();
+    }
+
+    /// Removes the fault and returns the steps after which the tool works again; none when the
+    /// action succeeded and the tool works.
+    QByteArray recovery()
+    {
+        const bool wasStalled = isStalled();
+        const bool endedWell = !m_cancelled && !wasStalled && m_boxes.isEmpty();
+        m_shortensTimeouts = false;
+        removeFault();
+        m_terminal.reset();
+        if (device().isRunning()) {
+            device().control("fault clear");
+            if (isHangUp(m_fault)) {
+                device().resume();
+            }
+            if (device().state("mode") == "bootloader") {
+                device().control("restart");
+            }
+            if (!waitFor([this] { return device().state("mode") == "console"; })) {
+                return "; the device doesn't come back";
+            }
+        } else if (!startDevice()) {
+            return "; no device";
+        }
+        choosePort(device().port());
+        if (!isConnected()) {
+            return !connectByClick() ? "; Connect fails" : endedWell ? "" : "; works after Connect";
+        }
+        // The end of the jobs of an unconnected update counts as the end of a connect.
+        const QByteArray shown = m_action == UpdateUnconnected ? "; shows connected" : "";
+        if (wasStalled || isHangUp(m_fault) || m_action == UpdateUnconnected) {
+            return shown
+                + (reconnect() ? "; works after Disconnect and Connect" : "; doesn't work again");
+        }
+        const bool works = click("synchronizeButton") && waitUntilQuiet();
+        return !works ? "; then doesn't work" : endedWell ? "" : "; then works";
+    }
+
+    /// Starts the device and the tool and brings both to the state in which the action is possible.
+    bool prepareDevice()
+    {
+        const bool damagedGreeting = m_action == UpdateUnconnected
+            && (m_fault == FaultKind::LostByte || m_fault == FaultKind::FlippedBit
+                || m_fault == FaultKind::NulByte);
+        if (damagedGreeting) {
+            // The simulator has no such fault, so the test answers in place of the device.
+            m_terminal = std::make_unique<PseudoTerminal>();
+            if (!startTools()) {
+                return false;
+            }
+            choosePort(m_terminal->path());
+            return true;
+        }
+        if (!startDevice({text("--image"), file(text("received.bin")), text("--image-size"),
+                          QString::number(firmwareImage().size()), text("--clock-offset"),
+                          text("-86400"), text("--reboot-ms"), text("300"), text("--boot-wait"),
+                          text("1000")})) {
+            return false;
+        }
+        const bool unconnected = m_action == Connect || m_action == UpdateUnconnected;
+        if (unconnected ? !startTools() : !startToolsConnected()) {
+            return false;
+        }
+        if (m_action == Synchronize) {
+            device().control("set altitude=777");
+        } else if (m_action == WriteSettings) {
+            device().control("set altitude=321");
+        } else if (m_action == ShowGraph || m_action == ExportMeasurements) {
+            return writeHistory();
+        }
+        m_memoryBefore = device().control("memory").join();
+        return true;
+    }
+
+    bool injectLineFault()
+    {
+        forgetCommands();
+        if (m_terminal) {
+            return true;
+        }
+        switch (m_fault) {
+        case FaultKind::HangUpBefore:
+            device().hangUp();
+            return true;
+        case FaultKind::PortMissing:
+            choosePort(text("/dev/pts/there-is-none"));
+            return true;
+        case FaultKind::PortInUse:
+            m_scopes.push_back(std::make_shared<PortInUseScope>(device().port()));
+            m_scopes.push_back(std::make_shared<DropPrivilegesScope>());
+            return std::static_pointer_cast<PortInUseScope>(m_scopes.front())->isActive();
+        case FaultKind::WrongChecksumInPieces:
+            if (!device().fault("single-bytes@" + QByteArray(affectedCommand()) + ":12")) {
+                return false;
+            }
+            break;
+        case FaultKind::WrongChecksum:
+        case FaultKind::LostByte:
+        case FaultKind::FlippedBit:
+            if (m_action == ReadLog) {
+                gatherChunks();
+            }
+            break;
+        default:
+            break;
+        }
+        const QByteArray fault = simulatorFault();
+        return fault.isEmpty() || device().fault(fault);
+    }
+
+    QByteArray simulatorFault() const
+    {
+        if (isFirmwareUpdate(m_action)) {
+            switch (m_fault) {
+            case FaultKind::LateAnswer:
+                // Longer than the restart of the device.
+                return m_action == UpdateConnected ? "delay@reboot:2000" : "";
+            case FaultKind::SingleBytes:
+                return "single-bytes:1";
+            case FaultKind::GluedReplies:
+                return "glued-answers";
+            case FaultKind::HangUpDuring:
+                return "hangup-input:20";
+            default:
+                break;
+            }
+        }
+        const FaultInfo &info = faultInfo(m_fault);
+        const QByteArray command = affectedCommand();
+        const bool needsCommand = QByteArray(info.simulatorFault).contains('%');
+        return needsCommand && command.isEmpty()
+            ? QByteArray()
+            : info.simulatorFaultFor(command, m_matrix.operation(m_action).damagedByte);
+    }
+
+    /// Lets all pieces of an answer arrive before the tool continues to read: after a wrong
+    /// checksum each piece would use up a send.
+    void gatherChunks()
+    {
+        constexpr unsigned long gatherMs = 30;
+        connect(
+            queue().serialPort().data(), &SerialPortInterface::dataReady, this,
+            [this] {
+                queue().serialPort()->flush();
+                QThread::msleep(gatherMs);
+            },
+            Qt::QueuedConnection);
+    }
+
+    /// The time-out of a job of @p type: short where it decides the outcome, long where it doesn't,
+    /// so that a slow machine has no effect.
+    int timeoutMs(SerialPortJobType type) const
+    {
+        constexpr int silentMs = 200;
+        constexpr int oneBadAnswerMs = 500;
+        constexpr int afterRestartMs = 2000; // by then the device is back
+        constexpr int inPiecesMs = 3000;
+        constexpr int longMs = 5000;
+        if (type == SerialPortJobType::JobTransmitFirmwareBlock) {
+            return m_expected.startsWith("reports \"Firmware") ? oneBadAnswerMs : longMs;
+        }
+        if (m_fault == FaultKind::LateAnswer) {
+            return m_action == UpdateUnconnected ? silentMs : lateAnswerTimeoutMs;
+        }
+        if (m_fault == FaultKind::WrongChecksumInPieces) {
+            return inPiecesMs;
+        }
+        if (m_expected.contains("queue stopped") || m_expected.contains("dialog stays")) {
+            return silentMs;
+        }
+        if (m_action == UpdateConnected && m_fault != FaultKind::SingleBytes) {
+            return afterRestartMs;
+        }
+        return m_expected.contains("sent again") ? oneBadAnswerMs : longMs;
+    }
+
+    void shortenTimeouts()
+    {
+        if (!m_shortensTimeouts) {
+            return;
+        }
+        auto jobs = queue().jobs();
+        if (const auto current = queue().currentJob()) {
+            jobs.append(current);
+        }
+        for (const auto &job : qAsConst(jobs)) {
+            const int ms = timeoutMs(job->type());
+            if (job->timeout() != ms) {
+                job->setTimeout(ms);
+            }
+        }
+    }
+
+    void cancelStalledDialog()
+    {
+        if (waitDialog()->isVisible() && isStalled()) {
+            m_cancelled = true;
+            press(cancelButton());
+        }
+    }
+
+    // Faults of files and folders.
+
+    QByteArray runDiskFault()
+    {
+        switch (m_action) {
+        case StartProgram:
+            return startUnderDiskFault();
+        case ShowGraph:
+        case ExportMeasurements:
+        case CloseProgram:
+            return useHistoryUnderDiskFault();
+        case Connect:
+        case Poll:
+            return storeUnderDiskFault();
+        default:
+            return saveUnderDiskFault();
+        }
+    }
+
+    QByteArray startUnderDiskFault()
+    {
+        QFile::remove(homeStore());
+        const bool needsStore =
+            m_fault >= FaultKind::LockedDatabase && m_fault <= FaultKind::UnexpectedSchema;
+        if (needsStore) {
+            if (!startTools() || !writeHistory()) {
+                return "not prepared";
+            }
+            endTool();
+        }
+        const QByteArray sample = contents(text("settings.xml"));
+        const bool isInjected = m_fault == FaultKind::TruncatedSettings
+            ? write(text("settings.xml"), sample.left(sample.indexOf("<Device ")))
+            : injectDiskFault();
+        if (!isInjected) {
+            return "not prepared";
+        }
+        const QString chosen = file(text("chosen"));
+        if (m_fault == FaultKind::FullDisk) {
+            dialogs().answerDialog(text("Choose where to store measurements"),
+                                   [=](QDialog *dialog) {
+                                       removeFault(); // the chosen disk has space
+                                       QDir().mkpath(chosen);
+                                       part<QLineEdit>(dialog, "fileNameEdit")->setText(chosen);
+                                       dialog->done(QDialog::Accepted);
+                                   });
+        }
+        const bool started = startTools() && window().isVisible();
+        write(text("settings.xml"), sample);
+        if (!started) {
+            return "not started; " + reports();
+        }
+        const QString used = QSqlDatabase::database().databaseName();
+        if (used == chosen + text("/measurements.db") && m_boxes.size() == 1
+            && m_boxes.first().contains(text("Please select a directory"))) {
+            return "asks for a folder, the chosen one is used" + logSuffix();
+        }
+        if (used == homeStore()) {
+            return "the next folder is used, "
+                + (m_boxes.isEmpty() ? "nothing reported" + logSuffix() : reports());
+        }
+        const QByteArray words = reports();
+        return words.isEmpty() ? "used as it is" : words + "; then starts";
+    }
+
+    QByteArray useHistoryUnderDiskFault()
+    {
+        if (!startTools() || !writeHistory() || !injectDiskFault()) {
+            return "not prepared";
+        }
+        if (m_action == CloseProgram) {
+            return closeProgram() + logSuffix();
+        }
+        perform();
+        if (m_action == ShowGraph) {
+            const bool shown = graphShowsHistory();
+            return (shown ? "done" : "opens empty") + logSuffix();
+        }
+        return fileOutcome("measurements.csv");
+    }
+
+    /// Saves a file with data from the device: its log or its memory.
+    QByteArray saveUnderDiskFault()
+    {
+        if (!startDevice() || !startToolsConnected() || !injectDiskFault()) {
+            return "not prepared";
+        }
+        perform();
+        if (!waitFor([this] { return isQuiet(); })) {
+            return noEnd();
+        }
+        removeFault();
+        return fileOutcome(m_action == ReadLog ? "log.csv" : "backup.dat");
+    }
+
+    /// Causes a reading that the store can't accept, by a connect or by a poll.
+    QByteArray storeUnderDiskFault()
+    {
+        const bool connected = m_action == Poll;
+        if (!startDevice() || !(connected ? startToolsConnected() : startTools())) {
+            return "not prepared";
+        }
+        const int before = storedReadings();
+        if (!connected && m_fault == FaultKind::FullDisk) {
+            // Only once the port has its lock file, which is usually on another disk.
+            connect(&tool().handler, &SerialPortHandlerInterface::connected, this,
+                    [this] { injectDiskFault(); });
+        } else if (!injectDiskFault()) {
+            return "not prepared";
+        }
+        perform();
+        if (!waitFor([this] { return isQuiet() && isConnected(); })) {
+            return noEnd();
+        }
+        const QByteArray logged = logSuffix();
+        tool().handler.disconnect(this);
+        removeFault();
+        const auto isStored = [=] { return storedReadings() > before; };
+        const QByteArray words = QByteArray(isReadingShown() ? "shown" : "not shown")
+            + (isStored() ? ", stored" : ", not stored") + logged;
+        if (isStored()) {
+            return words;
+        }
+        poll();
+        if (!waitFor([this] { return isQuiet(); })) {
+            return noEnd();
+        }
+        if (isStored()) {
+            return words + "; the next is stored";
+        }
+        const bool isRemovable = m_fault == FaultKind::ReadOnlyFolder
+            || m_fault == FaultKind::FullDisk || m_fault == FaultKind::LockedDatabase;
+        if (!isRemovable) {
+            return words + "; the next is not stored either";
+        }
+        return words
+            + (reconnect() ? "; stored again after a new Connect" : "; never stored again");
+    }
+
+    /// Three measurements of two types, in the last hours.
+    bool writeHistory()
+    {
+        LocalStorageSqlite &storage = tool().storage;
+        unsigned device = 0;
+        // The graph opens with the device that is connected.
+        const QString own = field("serialNumber");
+        bool written = storage.addDevice(
+            {text("2"), text("B"), own.isEmpty() ? text("S-1") : own, text("KVT-100")}, device);
+        for (int hour = 1; hour <= 3; ++hour) {
+            unsigned id = 0;
+            const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(-hour * 3600);
+            written =
+                written && storage.addMeasurement(device, {MeasurementState::Ready, time}, id);
+            storage.addMeasurementValues(
+                id, {{text("W0"), true, 60.0 + hour}, {text("W1"), true, 40.0 + hour}});
+        }
+        return written;
+    }
+
+    bool injectDiskFault()
+    {
+        switch (m_fault) {
+        case FaultKind::ReadOnlyFolder:
+            m_scopes.push_back(std::make_shared<DropPrivilegesScope>());
+            return QFile::setPermissions(folder(), QFile::ReadOwner | QFile::ExeOwner);
+        case FaultKind::FullDisk:
+            m_scopes.push_back(std::make_shared<FullDiskScope>());
+            return true;
+        case FaultKind::LockedDatabase:
+            m_scopes.push_back(std::make_shared<LockedDatabaseScope>(storePath()));
+            return std::static_pointer_cast<LockedDatabaseScope>(m_scopes.front())->isActive();
+        case FaultKind::FolderInPlaceOfStore:
+            return QDir().mkpath(storePath());
+        default:
+            return damageStore();
+        }
+    }
+
+    /// Overwrites, truncates or replaces the store's file while it is open.
+    bool damageStore()
+    {
+        constexpr int headerBytes = 24; // followed by the counter of changes
+        QFile store(storePath());
+        switch (m_fault) {
+        case FaultKind::CorruptDatabase: {
+            const QByteArray noise(static_cast<int>(store.size()) - headerBytes, '\xa5');
+            return store.open(QIODevice::ReadWrite) && store.seek(headerBytes)
+                && store.write(noise) == noise.size();
+        }
+        case FaultKind::TruncatedDatabase:
+            return store.resize(store.size() / 2);
+        case FaultKind::UnexpectedSchema:
+            return QProcess::execute(
+                       text("sqlite3"),
+                       {storePath(),
+                        text("drop table device; create table device(name text); drop table "
+                             "measurement_metadata; create table measurement_metadata(day text);")})
+                == 0;
+        default:
+            return false;
+        }
+    }
+
+    void removeFault()
+    {
+        QFile::setPermissions(folder(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        m_scopes.clear();
+    }
+
+    QByteArray fileOutcome(const char *name)
+    {
+        const QString path = file(text(name));
+        if (!m_boxes.isEmpty()) {
+            return reports();
+        }
+        return !QFile::exists(path)    ? "nothing reported, no file"
+            : contents(path).isEmpty() ? "nothing reported, an empty file"
+                                       : "nothing reported, a file";
+    }
+
+    QTimer m_watch; ///< handles time-outs and dialogs in any event loop
+    bool m_shortensTimeouts = false; ///< jobs have the pair's time-outs instead of their own
+    bool m_cancelled = false; ///< a wait dialog had to be cancelled
+    QStringList m_boxes; ///< texts of the message boxes, without questions
+    std::vector<std::shared_ptr<void>> m_scopes; ///< in which a fault of port or disk exists
+};
+
+KV_TEST_MAIN(TestFaultInjection)
+#include "tst_faultinjection.moc"

@@ -18,13 +18,13 @@ namespace {
 constexpr int graphNameRole = Qt::UserRole + 2;
 constexpr int exportNameRole = Qt::UserRole + 4;
 
-constexpr double noFactor = 1.0;
-
-const QStringList allTypes{text("W0"), text("W1"), text("W2"), text("A2"), text("A4"), text("LUX")};
+const QLatin1String exportTitle("Select measurements to export");
+const QLatin1String saveCaption("Select where to save measurements to");
+const QStringList allTypes = texts("W0|W1|W2|A2|A4|LUX");
 
 } // namespace
 
-/// Graph and export of a store with a day of history, without a device.
+/// Graph and export of a store with a day of history of a KVT-100.
 class TestGraphExport : public ToolFixture
 {
     Q_OBJECT
@@ -47,39 +47,80 @@ private slots:
         QVERIFY(QFile::copy(m_history.filePath(text("measurements.db")), storePath()));
     }
 
-    void graphOpensWithoutADevice()
+    void everyControlOfTheGraphWorks()
     {
-        QVERIFY(startTool());
+        QVERIFY(startWithTwoDevices());
         QVERIFY(openGraph());
+        auto *const devices = part<QComboBox>(graph(), "deviceComboBox");
+        auto *const view = graph()->findChild<QtCharts::QChartView *>();
+        QCOMPARE(devices->count(), 2);
+        QCOMPARE(list()->count(), 0);
+
+        stepYear(date("fromDateTimeEdit"), Qt::Key_Down);
+        QVERIFY(chooseModel(devices, "KVT-100"));
+        QCOMPARE(list()->count(), 6);
+        QVERIFY(chooseModel(devices, "KVT-300"));
+        QCOMPARE(list()->count(), 12);
+        toggle(list(), 0);
+        QCOMPARE(lines().size(), 1);
+        // The first key enters the list.
+        for (const Qt::Key key : {Qt::Key_Home, Qt::Key_End, Qt::Key_Space}) {
+            QTest::keyClick(list(), key);
+        }
+        QCOMPARE(lines().size(), 2);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton);
+        QTest::mouseClick(view->viewport(), Qt::RightButton);
+        QVERIFY(chooseModel(devices, "KVT-100"));
+        QCOMPARE(list()->count(), 6);
+
+        check("enableSettingsMinMaxForGraphcheckBox");
+        typeNumber(limit("graphMinimumSpinBox"), text("100"));
+        typeNumber(limit("graphMaximumSpinBox"), text("200"));
+        const auto *const axis =
+            qobject_cast<QtCharts::QValueAxis *>(chart()->axes(Qt::Vertical).first());
+        QCOMPARE(axis->min(), 99.0);
+        QCOMPARE(axis->max(), 202.0);
+
+        // A period that ends before it begins is empty, without an error.
+        check("showLatestCheckBox");
+        auto *const to = date("toDateTimeEdit");
+        stepYear(to, Qt::Key_Down);
+        stepYear(to, Qt::Key_Down);
+        QCOMPARE(list()->count(), 0);
+        QVERIFY(lines().isEmpty());
+        for (int year = 0; year < 3; ++year) {
+            stepYear(to, Qt::Key_Up);
+        }
+        QCOMPARE(list()->count(), 6);
+        toggle(list(), 0);
+        QCOMPARE(lines().size(), 1);
+        QTest::mouseClick(part<QPushButton>(graph(), "buttonClear"), Qt::LeftButton);
+        QVERIFY(lines().isEmpty());
+        QVERIFY(ticked().isEmpty());
+    }
+
+    void graphDrawsTheStoreWithoutADevice()
+    {
+        QVERIFY(startTool() && openGraph());
         // The period is empty at the first opening.
         QCOMPARE(list()->count(), 0);
         QVERIFY(!list()->isEnabled());
-        QCOMPARE(part<QComboBox>(graph(), "deviceComboBox")->count(), 1);
-        QVERIFY(part<QComboBox>(graph(), "deviceComboBox")
-                    ->currentText()
-                    .startsWith(text("KVT-100 - ")));
+        const auto *const devices = part<QComboBox>(graph(), "deviceComboBox");
+        QCOMPARE(devices->count(), 1);
+        QVERIFY(devices->currentText().startsWith(text("KVT-100 - ")));
         QVERIFY(part<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
-        QVERIFY(lines().isEmpty());
 
-        date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-6 * 3600).toLocalTime());
+        date("fromDateTimeEdit")->setDateTime(hoursAgo(12));
         QCOMPARE(list()->count(), 6);
         QVERIFY(list()->isEnabled());
         QVERIFY(lines().isEmpty());
         // A second press of the button does nothing while it is open.
         QVERIFY(click("buttonShowGraph"));
         QCOMPARE(list()->count(), 6);
-    }
 
-    void tickedLinesAreDrawnFromTheStore()
-    {
-        QVERIFY(startTool());
-        QVERIFY(openGraph());
-        date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-12 * 3600).toLocalTime());
         toggle(list(), graphNameRole, {text("W2"), text("W1")});
         QCOMPARE(lines().size(), 2);
-        QCOMPARE(ticked().size(), 2);
-
-        for (QtCharts::QLineSeries *line : lines()) {
+        for (const QtCharts::QLineSeries *line : lines()) {
             const QString name = line->name().contains(text("pressure")) ? text("W2") : text("W1");
             const QStringList stored = sqlite(
                 text("select m.timestamp, printf('%.3f', v.value) from measurement_metadata m "
@@ -89,86 +130,26 @@ private slots:
                     .arg(name)
                     .arg(date("fromDateTimeEdit")->dateTime().toMSecsSinceEpoch()));
             QStringList drawn;
-            const auto points = line->pointsVector();
-            for (const QPointF &point : points) {
+            for (const QPointF &point : line->pointsVector()) {
                 drawn.append(text("%1|%2").arg(point.x(), 0, 'f', 0).arg(point.y(), 0, 'f', 3));
             }
             QVERIFY(drawn.size() > 600);
             QCOMPARE(drawn, stored);
         }
-
-        QTest::mouseClick(part<QPushButton>(graph(), "buttonClear"), Qt::LeftButton);
-        QVERIFY(lines().isEmpty());
-        QVERIFY(ticked().isEmpty());
-    }
-
-    void changedUnitRedraws()
-    {
-        QVERIFY(startTool());
-        QVERIFY(openGraph());
-        date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-3600).toLocalTime());
-        toggle(list(), graphNameRole, {text("W0")});
-        QCOMPARE(lines().size(), 1);
-        QVERIFY2(lines().first()->name().contains(text("°C")), qPrintable(lines().first()->name()));
-        const double celsius = lines().first()->at(0).y();
-
-        QTest::keyClick(child<QComboBox>("unitTemperature"), Qt::Key_Down);
-        QCOMPARE(ticked(), QStringList(text("W0")));
-        QVERIFY(lines().first()->name().contains(text("°F")));
-        QVERIFY(qAbs(lines().first()->at(0).y() - (celsius * 1.8 + 32.0)) < 0.01);
-        QVERIFY(list()->findItems(text("°F"), Qt::MatchContains).size() == 1);
-    }
-
-    void manualRangeIsUsed()
-    {
-        const auto axis = [this] {
-            return qobject_cast<QtCharts::QValueAxis *>(chart()->axes(Qt::Vertical).first());
-        };
-        QVERIFY(startTool());
-        QVERIFY(openGraph());
-        date("fromDateTimeEdit")->setDateTime(m_now.addSecs(-3600).toLocalTime());
-        toggle(list(), graphNameRole, {text("W2")});
-        QVERIFY(axis()->min() > 900.0);
-        QVERIFY(!part<QWidget>(graph(), "graphMinimumSpinBox")->isEnabled());
-
-        check("enableSettingsMinMaxForGraphcheckBox");
-        QVERIFY(part<QWidget>(graph(), "graphMinimumSpinBox")->isEnabled());
-        part<QDoubleSpinBox>(graph(), "graphMinimumSpinBox")->setValue(10.0);
-        part<QDoubleSpinBox>(graph(), "graphMaximumSpinBox")->setValue(20.0);
-        QCOMPARE(axis()->min(), 9.9);
-        QCOMPARE(axis()->max(), 20.2);
-    }
-
-    void periodBoundsThePoints()
-    {
-        QVERIFY(startTool());
-        QVERIFY(openGraph());
-        const QDateTime from = m_now.addSecs(-10 * 3600).toLocalTime();
-        date("fromDateTimeEdit")->setDateTime(from);
-        check("showLatestCheckBox");
-        QVERIFY(date("toDateTimeEdit")->isEnabled());
-        date("toDateTimeEdit")->setDateTime(from.addSecs(3600));
-        toggle(list(), graphNameRole, {text("W2")});
-        QCOMPARE(lines().first()->count(), 60);
-        // A period that ends before it begins is empty, without an error.
-        date("toDateTimeEdit")->setDateTime(from.addSecs(-3600));
-        QVERIFY(lines().isEmpty());
-        QCOMPARE(list()->count(), 0);
     }
 
     void reopenedGraphIsAsItWas()
     {
-        const QStringList types{text("W0"), text("W1")};
-        const QDateTime from = m_now.addSecs(-10 * 3600).toLocalTime();
-        QVERIFY(startTool());
-        QVERIFY(openGraph());
+        const QStringList types = texts("W0|W1");
+        const QDateTime from = hoursAgo(10);
+        QVERIFY(startTool() && openGraph());
         date("fromDateTimeEdit")->setDateTime(from);
         check("showLatestCheckBox");
         date("toDateTimeEdit")->setDateTime(from.addSecs(3600));
         toggle(list(), graphNameRole, types);
         check("enableSettingsMinMaxForGraphcheckBox");
-        part<QDoubleSpinBox>(graph(), "graphMinimumSpinBox")->setValue(-5.5);
-        part<QDoubleSpinBox>(graph(), "graphMaximumSpinBox")->setValue(99.0);
+        limit("graphMinimumSpinBox")->setValue(-5.5);
+        limit("graphMaximumSpinBox")->setValue(99.0);
         graph()->close();
 
         // The same window, and then another run of the program.
@@ -178,32 +159,77 @@ private slots:
             names.sort();
             QCOMPARE(names, types);
             QCOMPARE(lines().size(), 2);
+            QCOMPARE(lines().first()->count(), 60);
             QCOMPARE(date("fromDateTimeEdit")->dateTime(), from);
             QCOMPARE(date("toDateTimeEdit")->dateTime(), from.addSecs(3600));
             QVERIFY(!part<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
             QVERIFY(part<QCheckBox>(graph(), "enableSettingsMinMaxForGraphcheckBox")->isChecked());
-            QCOMPARE(part<QDoubleSpinBox>(graph(), "graphMinimumSpinBox")->value(), -5.5);
-            QCOMPARE(part<QDoubleSpinBox>(graph(), "graphMaximumSpinBox")->value(), 99.0);
+            QCOMPARE(limit("graphMinimumSpinBox")->value(), -5.5);
+            QCOMPARE(limit("graphMaximumSpinBox")->value(), 99.0);
             graph()->close();
             endTool();
             QVERIFY(startTool());
         }
     }
 
-    void closingWithoutRowsClearsTheTicks()
+    void graphClosesByEachInput()
     {
-        {
-            QSettings settings(text("Orvanta"), text("Kv tool"));
-            settings.setValue(text("graph measurement types"), QStringList(text("W0")));
-        }
         QVERIFY(startTool());
-        QVERIFY(openGraph());
-        const QDateTime closing = QDateTime::currentDateTimeUtc();
-        graph()->close();
-        QCOMPARE(rememberedValue("graph measurement types").toStringList(), QStringList());
-        // With the latest shown, the end of the period is the moment of closing.
-        const QDateTime to = rememberedValue("graph to").toDateTime();
-        QVERIFY(closing.msecsTo(to) >= 0 && closing.secsTo(to) < 20);
+        for (const bool byFrame : {true, false}) {
+            QSettings(text("Orvanta"), text("Kv tool")).remove(text("graph from"));
+            QVERIFY(openGraph());
+            if (byFrame) {
+                QVERIFY(closeByFrame(graph()));
+            } else {
+                QTest::keyClick(part<QComboBox>(graph(), "deviceComboBox"), Qt::Key_Escape);
+            }
+            QVERIFY(!graph()->isVisible());
+            QVERIFY(rememberedValue("graph from").isValid());
+        }
+    }
+
+    void everyControlOfTheExportWorks()
+    {
+        QVERIFY(startWithTwoDevices());
+        const QString path = file(text("measurements.csv"));
+        const auto exportAll = [=](const char *model, int types) {
+            dialogs().answerDialog(exportTitle, [=](QDialog *dialog) {
+                auto *const list = part<QListWidget>(dialog, "measurementTypeList");
+                QVERIFY(chooseModel(part<QComboBox>(dialog, "deviceComboBox"), model));
+                QCOMPARE(list->count(), types);
+                widenPeriod(dialog);
+                toggle(list, 0);
+                press(dialog, QDialogButtonBox::Ok);
+            });
+            dialogs().answerFileDialog(saveCaption, path);
+            return click("exportLocalMeasurementsButton");
+        };
+        QVERIFY(exportAll("KVT-300", 12));
+        QList<QByteArray> lines = contents(path).split('\n');
+        QCOMPARE(lines.first().count(','), 11);
+        const int ofSecond = lines.size();
+
+        dialogs().answerBox(text("already exists"), text("Yes"));
+        QVERIFY(exportAll("KVT-100", 6));
+        lines = contents(path).split('\n');
+        QCOMPARE(lines.first().count(','), 5);
+        // A title and an end for each of the two.
+        QCOMPARE(lines.size() + ofSecond, storedReadings() + 4);
+    }
+
+    void exportClosesByEachInput()
+    {
+        const std::function<void(QDialog *)> inputs[] = {
+            [](QDialog *dialog) { press(dialog, QDialogButtonBox::Cancel); },
+            [](QDialog *dialog) { QVERIFY(closeByFrame(dialog)); },
+            [](QDialog *dialog) {
+                QTest::keyClick(part<QListWidget>(dialog, "measurementTypeList"), Qt::Key_Escape);
+            }};
+        QVERIFY(startTool());
+        for (const auto &input : inputs) {
+            dialogs().answerDialog(exportTitle, input);
+            QVERIFY(click("exportLocalMeasurementsButton"));
+        }
     }
 
     void exportEqualsTheStore_data()
@@ -213,14 +239,14 @@ private slots:
         QTest::addColumn<double>("offset");
         QTest::addColumn<QByteArray>("title");
         QTest::addColumn<QByteArray>("zone");
-        QTest::addRow("as stored") << text("W1") << noFactor << 0.0
-                                   << QByteArray("Relative humidity") << QByteArray("UTC");
-        QTest::addRow("in another unit") << text("W0") << 5.0 / 9.0 << -32.0
-                                         << QByteArray("Room temperature") << QByteArray("UTC");
-        QTest::addRow("with values that were not available")
-            << text("W2") << noFactor << 0.0 << QByteArray("Air pressure") << QByteArray("UTC");
-        QTest::addRow("in another time zone")
-            << text("LUX") << noFactor << 0.0 << QByteArray("LUX") << QByteArray("Asia/Kathmandu");
+        const auto row = [](const char *name, const char *type, double factor, double offset,
+                            const QByteArray &title, const QByteArray &zone) {
+            QTest::addRow("%s", name) << text(type) << factor << offset << title << zone;
+        };
+        row("as stored", "W1", 1.0, 0.0, "Relative humidity", "UTC");
+        row("in another unit", "W0", 5.0 / 9.0, -32.0, "Room temperature", "UTC");
+        row("with values that were not available", "W2", 1.0, 0.0, "Air pressure", "UTC");
+        row("in another time zone", "LUX", 1.0, 0.0, "LUX", "Asia/Kathmandu");
     }
 
     void exportEqualsTheStore()
@@ -240,59 +266,72 @@ private slots:
         QStringList others = allTypes;
         others.removeAll(type);
         prepareExport(others, from, to);
-        dialogs().answerFileDialog(text("Select where to save measurements to"), path);
+        dialogs().answerFileDialog(saveCaption, path);
         QVERIFY(click("exportLocalMeasurementsButton"));
-        QVERIFY(dialogs().isSatisfied());
         QCOMPARE(contents(path).split('\n').first(), "Timestamp," + title);
         QVERIFY(csvEqualsStore(path, type, from, to, factor, offset));
         QCOMPARE(rememberedValue("measurement export filename").toString(), path);
     }
 
-    void emptyExportIsReported_data()
+    void exportWithoutMeasurementsIsReported()
     {
-        QTest::addColumn<QStringList>("untick");
-        QTest::addColumn<int>("daysAgo");
-        QTest::addRow("empty period") << QStringList() << 2;
-        QTest::addRow("no types") << allTypes << 0;
-    }
-
-    void emptyExportIsReported()
-    {
-        QFETCH(QStringList, untick);
-        QFETCH(int, daysAgo);
         QVERIFY(startTool());
-        const QDateTime to = m_now.addDays(-daysAgo);
-        prepareExport(untick, to.addDays(-1), to);
+        const QDateTime before = m_now.addDays(-2);
+        prepareExport({}, before.addDays(-1), before);
         dialogs().answerBox(text("No measurements found from given time period"), text("OK"));
         QVERIFY(click("exportLocalMeasurementsButton"));
-        QVERIFY(dialogs().isSatisfied());
+
+        prepareExport(allTypes, m_now.addDays(-1), m_now);
+        dialogs().answerBox(text("No measurements found from given time period"), text("OK"));
+        QVERIFY(click("exportLocalMeasurementsButton"));
     }
 
     void cancelledFileDialogWritesNothing()
     {
         QVERIFY(startTool());
         prepareExport({}, m_now.addDays(-1), m_now);
-        dialogs().escapeDialog(text("Select where to save measurements to"));
+        dialogs().escapeDialog(saveCaption);
         QVERIFY(click("exportLocalMeasurementsButton"));
-        QVERIFY(dialogs().isSatisfied());
         QVERIFY(!rememberedValue("measurement export filename").isValid());
     }
 
-private:
-    bool openGraph()
+    void unwritableExportIsReported()
     {
-        return click("buttonShowGraph") && waitFor([this] { return graph()->isVisible(); });
+        QVERIFY(startTool());
+        dialogs().answerDialog(exportTitle, [](QDialog *dialog) {
+            widenPeriod(dialog);
+            press(dialog, QDialogButtonBox::Ok);
+        });
+        const QString path = chooseFileInRemovedFolder(saveCaption);
+        dialogs().answerBox(text("Unable to save measurements to file ") + path, text("OK"));
+        QVERIFY(click("exportLocalMeasurementsButton"));
+        QCOMPARE(rememberedValue("measurement export filename").toString(), path);
     }
+
+private:
+    /// The store has readings of a KVT-300 too, which was connected.
+    bool startWithTwoDevices()
+    {
+        constexpr int readings = 4;
+        const int before = storedReadings();
+        return startPolling({text("--model"), text("KVT-300")}, 10)
+            && waitFor([=] { return storedReadings() >= before + readings; })
+            && disconnectByClick();
+    }
+
+    bool openGraph() { return click("buttonShowGraph") && QTest::qWaitForWindowExposed(graph()); }
+
+    QDateTime hoursAgo(int hours) const { return m_now.addSecs(-hours * 3600).toLocalTime(); }
 
     QWidget *graph() { return topLevel("MeasurementGraph"); }
     QDateTimeEdit *date(const char *name) { return part<QDateTimeEdit>(graph(), name); }
+    QDoubleSpinBox *limit(const char *name) { return part<QDoubleSpinBox>(graph(), name); }
     QtCharts::QChart *chart() { return graph()->findChild<QtCharts::QChartView *>()->chart(); }
 
     QList<QtCharts::QLineSeries *> lines()
     {
         QList<QtCharts::QLineSeries *> found;
-        const auto all = chart()->series();
-        for (QtCharts::QAbstractSeries *series : all) {
+        for (QtCharts::QAbstractSeries *series : chart()->series()) {
             found.append(qobject_cast<QtCharts::QLineSeries *>(series));
         }
         return found;
@@ -302,9 +341,21 @@ private:
     QStringList ticked() { return checked(list(), graphNameRole); }
     void check(const char *box) { toggle(part<QCheckBox>(graph(), box)); }
 
+    static bool chooseModel(QComboBox *devices, const char *model)
+    {
+        return choose(devices, devices->findText(text(model), Qt::MatchStartsWith));
+    }
+
+    /// By a year in both directions.
+    static void widenPeriod(const QDialog *dialog)
+    {
+        stepYear(part<QDateTimeEdit>(dialog, "exportDateTimeFrom"), Qt::Key_Down);
+        stepYear(part<QDateTimeEdit>(dialog, "exportDateTimeTo"), Qt::Key_Up);
+    }
+
     void prepareExport(const QStringList &untick, const QDateTime &from, const QDateTime &to)
     {
-        dialogs().answerDialog(text("Select measurements to export"), [=](QDialog *dialog) {
+        dialogs().answerDialog(exportTitle, [=](QDialog *dialog) {
             part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
             part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
             toggle(part<QListWidget>(dialog, "measurementTypeList"), exportNameRole, untick);

@@ -23,7 +23,6 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyleFactory>
 #include <QtWidgets/QTableWidget>
-#include <functional>
 #include <memory>
 
 using namespace LayoutChecks;
@@ -45,130 +44,46 @@ const QMap<QString, Content> contents{
     {QStringLiteral("long names"), {12, 40, true}},
 };
 
-constexpr int longNameLetters = 90;
-const QStringList names{text("W0"), text("W1"), text("W2"), text("A2"), text("A4"), text("W3"),
-                        text("A0"), text("A1"), text("A3"), text("A5"), text("P0"), text("P1")};
+const char *const forms[] = {"main window", "graph", "export", "wait dialog"};
 
-QString padded(const QString &name, bool longNames)
-{
-    return longNames ? name.leftJustified(longNameLetters, QLatin1Char('w')) : name;
-}
+const QStringList names = texts("W0|W1|W2|A2|A4|W3|A0|A1|A3|A5|P0|P1");
 
-QVector<MeasurementItem> measurementItems(const Content &content)
-{
-    const QStringList shown{text("Room temperature"), text("Relative humidity"),
-                            text("Air pressure"), text("Carbon monoxide"), text("Formaldehyde")};
-    QVector<MeasurementItem> items;
-    for (int i = 0; i < content.measurements; ++i) {
-        const QString name = shown.value(i, text("Measurement %1").arg(i));
-        items.append({names.at(i), padded(name, content.longNames), MeasurementUnit::Ppm,
-                      MeasurementType::Pollutant, 1.0});
-    }
-    return items;
-}
-
-QVector<MeasurementValue> measurementValues(const Content &content)
+QVector<MeasurementValue> measurementValues(int count)
 {
     QVector<MeasurementValue> values;
-    for (int i = 0; i < content.measurements; ++i) {
+    for (int i = 0; i < count; ++i) {
         values.append({names.at(i), true, 20.7222 + i});
     }
     return values;
-}
-
-DeviceConfiguration configuration(const Content &content)
-{
-    const QStringList shown{text("Temp. offset (°F)"), text("Log interval (min)")};
-    const QStringList aliases{text("temp_offset"), text("alarm_humidity")};
-    DeviceConfiguration made;
-    for (int i = 0; i < content.settings; ++i) {
-        ConfigurationItem item;
-        item.name = padded(shown.value(i, text("Setting %1").arg(i)), content.longNames);
-        item.alias = padded(aliases.value(i, text("alias_%1").arg(i)), content.longNames);
-        made.configurationItems.append(item);
-    }
-    return made;
-}
-
-/// A store with one device, if there are measurements, and two days of them.
-void fill(FakeLocalStorage &storage, const Content &content)
-{
-    if (content.measurements == 0) {
-        return;
-    }
-    StoredDevice device;
-    device.id = 1;
-    device.details.modelNumber = text("KVT-100");
-    device.details.serialNumber = text("K529636");
-    storage.devicesResult = {device};
-    for (int i = 0; i < content.measurements; ++i) {
-        storage.measurementTypesResult.insert(static_cast<unsigned>(i), names.at(i));
-    }
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (int hour = -48; hour <= 0; ++hour) {
-        StoredMeasurement row;
-        row.timestamp = now.addSecs(hour * 3600);
-        row.values = measurementValues(content);
-        storage.measurementsResult.append(row);
-    }
-}
-
-void fill(MainWindow &window, const Content &content)
-{
-    window.addPort(text("Simulated transmitter"), text("/dev/null"));
-    if (content.measurements == 0) {
-        return;
-    }
-    window.setSerialNumber(text("K529636"));
-    window.setModelNumber(text("KVT-100"));
-    window.setHealth(98);
-    window.setConfiguration(configuration(content));
-    window.setMeasurementItems(measurementItems(content));
-    window.addMeasurement({}, measurementValues(content));
-    window.setConnected(true);
-    window.setMeasurementState(MeasurementState::Ready);
-}
-
-void fill(MeasurementGraph &graph, FakeLocalStorage &storage, const Content &content)
-{
-    graph.setLocalStorage(&storage);
-    graph.setMeasurementItems(measurementItems(content));
-    graph.setShowLatest(false);
-    graph.setFromDate(QDateTime::currentDateTimeUtc().addDays(-2));
-    graph.setToDate(QDateTime::currentDateTimeUtc());
-    graph.setManualRange(false);
-    graph.beginLoading();
-    graph.endLoading();
-    graph.applySelection(names.mid(0, content.longNames ? names.size() : 2));
 }
 
 /// A shown window of the tool, and its store.
 class Shown
 {
 public:
-    Shown(const QString &form, const Content &content)
+    explicit Shown(const QString &form, const QString &content = text("usual"))
+        : m_content(contents.value(content))
     {
-        fill(m_storage, content);
+        if (m_content.measurements > 0) {
+            fillStore();
+        }
         if (form == text("main window")) {
-            auto window = std::make_unique<MainWindow>(nullptr);
-            show(window.get());
-            fill(*window, content);
-            m_window = std::move(window);
+            auto *const window = new MainWindow(nullptr);
+            show(window);
+            fill(*window);
         } else if (form == text("graph")) {
-            auto graph = std::make_unique<MeasurementGraph>(nullptr);
-            show(graph.get());
-            fill(*graph, m_storage, content);
-            m_window = std::move(graph);
+            auto *const graph = new MeasurementGraph(nullptr);
+            show(graph);
+            fill(*graph);
         } else if (form == text("export")) {
-            auto dialog = std::make_unique<ExportMeasurementsToCsvDialog>(&m_storage, nullptr);
-            dialog->setMeasurementItems(measurementItems(content));
+            auto *const dialog = new ExportMeasurementsToCsvDialog(&m_storage, nullptr);
+            dialog->setMeasurementItems(measurementItems());
             dialog->loadDevices();
-            show(dialog.get());
-            m_window = std::move(dialog);
+            show(dialog);
         } else {
-            m_window = std::make_unique<WaitDialog>(nullptr);
-            m_window->setWindowTitle(text("Updating firmware, please wait."));
-            show(m_window.get());
+            auto *const dialog = new WaitDialog(nullptr);
+            dialog->setWindowTitle(text("Updating firmware, please wait."));
+            show(dialog);
         }
         // The content may need a new layout.
         QCoreApplication::processEvents();
@@ -185,9 +100,96 @@ public:
         return m_window->findChild<T *>(text(name));
     }
 
-private:
-    static void show(QWidget *window)
+    QRect rectOf(const QWidget *widget) const
     {
+        return {widget->mapTo(m_window.get(), QPoint()), widget->size()};
+    }
+
+private:
+    /// One device, and two days of measurements.
+    void fillStore()
+    {
+        StoredDevice device;
+        device.id = 1;
+        device.details.modelNumber = text("KVT-100");
+        device.details.serialNumber = text("K529636");
+        m_storage.devicesResult = {device};
+        for (int i = 0; i < m_content.measurements; ++i) {
+            m_storage.measurementTypesResult.insert(static_cast<unsigned>(i), names.at(i));
+        }
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        for (int hour = -48; hour <= 0; ++hour) {
+            StoredMeasurement row;
+            row.timestamp = now.addSecs(hour * 3600);
+            row.values = measurementValues(m_content.measurements);
+            m_storage.measurementsResult.append(row);
+        }
+    }
+
+    void fill(MainWindow &window) const
+    {
+        window.addPort(text("Simulated transmitter"), text("/dev/null"));
+        if (m_content.measurements == 0) {
+            return;
+        }
+        window.setSerialNumber(text("K529636"));
+        window.setModelNumber(text("KVT-100"));
+        window.setHealth(98);
+        window.setConfiguration(configuration());
+        window.setMeasurementItems(measurementItems());
+        window.addMeasurement({}, measurementValues(m_content.measurements));
+        window.setConnected(true);
+        window.setMeasurementState(MeasurementState::Ready);
+    }
+
+    void fill(MeasurementGraph &graph)
+    {
+        graph.setLocalStorage(&m_storage);
+        graph.setMeasurementItems(measurementItems());
+        graph.setShowLatest(false);
+        graph.setFromDate(QDateTime::currentDateTimeUtc().addDays(-2));
+        graph.setToDate(QDateTime::currentDateTimeUtc());
+        graph.setManualRange(false);
+        graph.beginLoading();
+        graph.endLoading();
+        graph.applySelection(names.mid(0, m_content.longNames ? names.size() : 2));
+    }
+
+    QVector<MeasurementItem> measurementItems() const
+    {
+        const QStringList shown =
+            texts("Room temperature|Relative humidity|Air pressure|Carbon monoxide|Formaldehyde");
+        QVector<MeasurementItem> items;
+        for (int i = 0; i < m_content.measurements; ++i) {
+            items.append({names.at(i), name(shown, "Measurement %1", i), MeasurementUnit::Ppm,
+                          MeasurementType::Pollutant, 1.0});
+        }
+        return items;
+    }
+
+    DeviceConfiguration configuration() const
+    {
+        DeviceConfiguration made;
+        for (int i = 0; i < m_content.settings; ++i) {
+            ConfigurationItem item;
+            item.name = name(texts("Temp. offset (°F)|Log interval (min)"), "Setting %1", i);
+            item.alias = name(texts("temp_offset|alarm_humidity"), "alias_%1", i);
+            made.configurationItems.append(item);
+        }
+        return made;
+    }
+
+    /// One of @p first, or after their end @p others with the number.
+    QString name(const QStringList &first, const char *others, int number) const
+    {
+        constexpr int longNameLetters = 90;
+        return first.value(number, text(others).arg(number))
+            .leftJustified(m_content.longNames ? longNameLetters : 0, QLatin1Char('w'));
+    }
+
+    void show(QWidget *window)
+    {
+        m_window.reset(window);
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window));
@@ -199,14 +201,10 @@ private:
         }
     }
 
+    Content m_content;
     FakeLocalStorage m_storage;
     std::unique_ptr<QWidget> m_window;
 };
-
-QRect rectIn(const QWidget *window, const QWidget *widget)
-{
-    return {widget->mapTo(window, QPoint()), widget->size()};
-}
 
 QPalette darkPalette()
 {
@@ -232,11 +230,7 @@ void takePicture(QWidget *window, const QString &name)
     }
 }
 
-using Maker = std::function<std::unique_ptr<QWidget>()>;
-
 } // namespace
-
-Q_DECLARE_METATYPE(Maker)
 
 /// Each window in each style of this machine: texts can be read, controls can be reached by keys,
 /// and screen readers get names.
@@ -260,10 +254,9 @@ private slots:
         QTest::addColumn<bool>("dark");
         QTest::addColumn<QString>("form");
         QTest::addColumn<QString>("content");
-        const QStringList styles = QStyleFactory::keys();
-        for (const QString &style : styles) {
+        for (const QString &style : QStyleFactory::keys()) {
             for (const bool dark : {false, true}) {
-                for (const char *form : {"main window", "graph", "export", "wait dialog"}) {
+                for (const char *form : forms) {
                     for (auto content = contents.begin(); content != contents.end(); ++content) {
                         QTest::addRow("%s %s %s %s", qPrintable(style), dark ? "dark" : "light",
                                       form, qPrintable(content.key()))
@@ -282,7 +275,7 @@ private slots:
         QFETCH(QString, content);
         QApplication::setStyle(style);
         QApplication::setPalette(dark ? darkPalette() : QApplication::style()->standardPalette());
-        const Shown window(form, contents.value(content));
+        const Shown window(form, content);
         const bool isLong = contents.value(content).longNames;
 
         takePicture(window.get(), text(QTest::currentDataTag()));
@@ -305,55 +298,48 @@ private slots:
         QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
     }
 
-    void tabGoesDownAColumnBeforeTheNext_data()
-    {
-        QTest::addColumn<QString>("form");
-        for (const char *form : {"main window", "graph", "export", "wait dialog"}) {
-            QTest::addRow("%s", form) << text(form);
-        }
-    }
-
     void tabGoesDownAColumnBeforeTheNext()
     {
-        QFETCH(QString, form);
-        const Shown window(form, contents.value(text("usual")));
-        const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
-        QVERIFY(!order.isEmpty());
-        // The first is the widget that had the focus.
-        for (int i = 1; i < order.size(); ++i) {
-            const QRect before = rectIn(window.get(), order.at(i - 1));
-            const QRect after = rectIn(window.get(), order.at(i));
-            // Back to the left only where the next row of groups begins below.
-            QVERIFY2(after.top() > before.top() || after.left() > before.left(),
-                     qPrintable(order.at(i - 1)->objectName() + text(" then ")
-                                + order.at(i)->objectName()));
+        for (const char *form : forms) {
+            const Shown window(text(form));
+            const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
+            QVERIFY(!order.isEmpty());
+            // The first is the widget that had the focus.
+            for (int i = 1; i < order.size(); ++i) {
+                const QRect before = window.rectOf(order.at(i - 1));
+                const QRect after = window.rectOf(order.at(i));
+                // Back to the left only where the next row of groups begins below.
+                QVERIFY2(after.top() > before.top() || after.left() > before.left(),
+                         qPrintable(order.at(i - 1)->objectName() + text(" then ")
+                                    + order.at(i)->objectName()));
+            }
         }
-    }
-
-    void buttonsAndBannerAreDescribed_data()
-    {
-        QTest::addColumn<QString>("form");
-        QTest::addColumn<QString>("description");
-        QTest::addRow("eraseLogButton") << text("main window") << text("Clears the device's log");
-        QTest::addRow("label_10") << text("main window")
-                                  << text("Banner: KV Tool, air-quality transmitters");
-        QTest::addRow("buttonClear") << text("graph") << text("Unticks all measurements");
     }
 
     void buttonsAndBannerAreDescribed()
     {
-        QFETCH(QString, form);
-        QFETCH(QString, description);
-        const Shown window(form, contents.value(text("usual")));
-        QWidget *const widget = window.child<QWidget>(QTest::currentDataTag());
-        const auto *const accessible = QAccessible::queryAccessibleInterface(widget);
-        QCOMPARE(accessible->text(QAccessible::Description), description);
-        QVERIFY(!accessible->text(QAccessible::Name).isEmpty());
+        const struct
+        {
+            const char *form;
+            const char *name;
+            const char *description;
+        } widgets[] = {
+            {"main window", "eraseLogButton", "Clears the device's log"},
+            {"main window", "label_10", "Banner: KV Tool, air-quality transmitters"},
+            {"graph", "buttonClear", "Unticks all measurements"},
+        };
+        for (const auto &widget : widgets) {
+            const Shown window(text(widget.form));
+            const auto *const accessible =
+                QAccessible::queryAccessibleInterface(window.child<QWidget>(widget.name));
+            QCOMPARE(accessible->text(QAccessible::Description), text(widget.description));
+            QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), widget.name);
+        }
     }
 
     void graphIsMostlyChart()
     {
-        const Shown graph(text("graph"), contents.value(text("usual")));
+        const Shown graph(text("graph"));
         QCOMPARE(graph->size(), QSize(775, 606));
         auto *const list = graph.child<QListWidget>("list");
         const int rowHeight = list->visualItemRect(list->item(0)).height();
@@ -376,7 +362,7 @@ private slots:
 
     void graphListGrowsFirst()
     {
-        const Shown graph(text("graph"), contents.value(text("large")));
+        const Shown graph(text("graph"), text("large"));
         const int list = graph.child<QWidget>("list")->height();
         const int dates = graph.child<QWidget>("groupBox_3")->height();
         graph->resize(graph->size() + QSize(0, 100));
@@ -386,11 +372,10 @@ private slots:
 
     void timeLabelsAreWhole()
     {
-        const Shown graph(text("graph"), contents.value(text("usual")));
+        const Shown graph(text("graph"));
         const auto *const view = graph->findChild<GraphQt *>();
         int whole = 0;
-        const QList<QGraphicsItem *> items = view->scene()->items();
-        for (const QGraphicsItem *item : items) {
+        for (const QGraphicsItem *item : view->scene()->items()) {
             const auto *const label = dynamic_cast<const QGraphicsTextItem *>(item);
             const bool isTime = label
                 && QDateTime::fromString(label->toPlainText(), text("dd.MM.yyyy hh:mm")).isValid();
@@ -401,7 +386,7 @@ private slots:
 
     void mainWindowShowsSixMeasurements()
     {
-        const Shown window(text("main window"), contents.value(text("usual")));
+        const Shown window(text("main window"));
         QCOMPARE(window->size(), QSize(711, 689));
         const auto *const table = window.child<QTableWidget>("measurements");
         const int rowHeight = table->rowHeight(0);
@@ -411,67 +396,55 @@ private slots:
         QCOMPARE(button->width(), button->sizeHint().width());
     }
 
-    void captionsAreNearestToTheirControls_data()
-    {
-        QTest::addColumn<QString>("form");
-        QTest::addColumn<QString>("above");
-        QTest::addRow("label_7") << text("main window") << text("unit");
-        QTest::addRow("label_13") << text("main window") << text("buttonShowGraph");
-        QTest::addRow("label_12") << text("main window") << text("eraseLogButton");
-        QTest::addRow("label_2") << text("graph") << text("showLatestCheckBox");
-        QTest::addRow("label_4") << text("graph") << text("graphMinimumSpinBox");
-    }
-
     void captionsAreNearestToTheirControls()
     {
-        QFETCH(QString, form);
-        QFETCH(QString, above);
-        const Shown window(form, contents.value(text("usual")));
-        const auto *const caption = window.child<QLabel>(QTest::currentDataTag());
-        const QRect rect = rectIn(window.get(), caption);
-        const int textTop = rect.bottom() - caption->fontMetrics().height();
-        const int gapAbove =
-            textTop - rectIn(window.get(), window->findChild<QWidget *>(above)).bottom();
-        const int gapBelow = rectIn(window.get(), caption->buddy()).top() - rect.bottom();
-        QVERIFY2(gapAbove > gapBelow, qPrintable(text("%1, %2").arg(gapAbove).arg(gapBelow)));
-    }
-
-    void valuesKeepTheirShareOfTheView_data()
-    {
-        QTest::addColumn<QString>("table");
-        QTest::addColumn<double>("share");
-        QTest::addColumn<QString>("content");
-        for (const char *content : {"usual", "large", "long names"}) {
-            QTest::addRow("settings, %s", content)
-                << text("configuration") << 1.0 / 3 << text(content);
-            QTest::addRow("measurements, %s", content)
-                << text("measurements") << 0.5 << text(content);
+        const struct
+        {
+            const char *form;
+            const char *caption;
+            const char *above;
+        } captions[] = {
+            {"main window", "label_7", "unit"},
+            {"main window", "label_13", "buttonShowGraph"},
+            {"main window", "label_12", "eraseLogButton"},
+            {"graph", "label_2", "showLatestCheckBox"},
+            {"graph", "label_4", "graphMinimumSpinBox"},
+        };
+        for (const auto &row : captions) {
+            const Shown window(text(row.form));
+            const auto *const caption = window.child<QLabel>(row.caption);
+            const QRect rect = window.rectOf(caption);
+            const int textTop = rect.bottom() - caption->fontMetrics().height();
+            const int gapAbove = textTop - window.rectOf(window.child<QWidget>(row.above)).bottom();
+            const int gapBelow = window.rectOf(caption->buddy()).top() - rect.bottom();
+            QVERIFY2(gapAbove > gapBelow, row.caption);
         }
     }
 
     void valuesKeepTheirShareOfTheView()
     {
-        QFETCH(QString, table);
-        QFETCH(double, share);
-        QFETCH(QString, content);
-        const Shown window(text("main window"), contents.value(content));
-        auto *const shown = window->findChild<QTableWidget *>(table);
-        const int view = shown->viewport()->width();
-        const int names = shown->columnCount() - 1;
-        const int value = shown->columnWidth(names);
-        QVERIFY2(value >= std::floor(share * view),
-                 qPrintable(text("%1 of %2").arg(value).arg(view)));
-        QVERIFY(shown->columnWidth(0) <= view / 2);
-        for (int column = 0; column < names && content == text("usual"); ++column) {
-            const QAbstractItemView *const cells = shown;
-            QVERIFY(shown->columnWidth(column) >= cells->sizeHintForColumn(column));
+        for (const char *content : {"usual", "large", "long names"}) {
+            const Shown window(text("main window"), text(content));
+            for (const char *name : {"configuration", "measurements"}) {
+                const auto *const table = window.child<QTableWidget>(name);
+                const int view = table->viewport()->width();
+                const int lastColumn = table->columnCount() - 1;
+                const double share = qstrcmp(name, "measurements") == 0 ? 0.5 : 1.0 / 3;
+                QVERIFY2(table->columnWidth(lastColumn) >= std::floor(share * view), content);
+                QVERIFY2(table->columnWidth(0) <= view / 2, content);
+                for (int column = 0; column < lastColumn && qstrcmp(content, "usual") == 0;
+                     ++column) {
+                    const QAbstractItemView *const cells = table;
+                    QVERIFY(table->columnWidth(column) >= cells->sizeHintForColumn(column));
+                }
+                QVERIFY(table->horizontalHeader()->stretchLastSection());
+            }
         }
-        QVERIFY(shown->horizontalHeader()->stretchLastSection());
     }
 
     void nameColumnsCanBeDragged()
     {
-        const Shown window(text("main window"), contents.value(text("long names")));
+        const Shown window(text("main window"), text("long names"));
         for (const char *name : {"configuration", "measurements"}) {
             auto *const table = window.child<QTableWidget>(name);
             QHeaderView *const header = table->horizontalHeader();
@@ -483,8 +456,7 @@ private slots:
             QTest::mouseMove(window->windowHandle(), to);
             QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, to);
             QCOMPARE(table->columnWidth(0), narrower);
-            window.mainWindow().addMeasurement({},
-                                               measurementValues(contents.value(text("large"))));
+            window.mainWindow().addMeasurement({}, measurementValues(12));
             window.mainWindow().setConfigurationValue(text("alias_2"), text("5"));
             QCOMPARE(table->columnWidth(0), narrower);
         }
@@ -492,7 +464,7 @@ private slots:
 
     void tabLeavesTheTables()
     {
-        const Shown window(text("main window"), contents.value(text("usual")));
+        const Shown window(text("main window"));
         for (const char *name : {"configuration", "measurements"}) {
             auto *const table = window.child<QTableWidget>(name);
             for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
@@ -503,62 +475,44 @@ private slots:
         }
     }
 
-    void cutTextIsFound_data()
-    {
-        QTest::addColumn<Maker>("make");
-        const QString longText(40, QLatin1Char('w'));
-        const auto row = [](const char *name, const Maker &make) {
-            QTest::addRow("%s", name) << make;
-        };
-        row("line", [longText] { return std::make_unique<QLineEdit>(longText); });
-        row("button", [longText] { return std::make_unique<QPushButton>(longText); });
-        row("label", [longText] { return std::make_unique<QLabel>(longText); });
-        row("combo box", [longText] {
-            auto box = std::make_unique<QComboBox>();
-            box->addItem(longText);
-            return box;
-        });
-        row("column", [longText] {
-            auto table = std::make_unique<QTableWidget>(1, 1);
-            table->setItem(0, 0, new QTableWidgetItem(longText));
-            return table;
-        });
-        row("header", [longText] {
-            auto table = std::make_unique<QTableWidget>(1, 1);
-            table->setHorizontalHeaderLabels({longText});
-            return table;
-        });
-        row("list", [longText] {
-            auto list = std::make_unique<QListWidget>();
-            list->addItem(longText);
-            return list;
-        });
-        row("spin box", [] {
-            auto box = std::make_unique<QDoubleSpinBox>();
-            box->setMaximum(1e300);
-            box->setValue(1e300);
-            return box;
-        });
-    }
-
     void cutTextIsFound()
     {
-        QFETCH(Maker, make);
-        QWidget window;
-        QWidget *const widget = make().release(); // the window's
-        widget->setParent(&window);
-        widget->setObjectName(text("narrow"));
-        widget->setGeometry(0, 0, 60, 60);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        const QStringList cut = cutTexts(&window) + cutContents(&window);
-        QCOMPARE(cut.size(), 1);
-        QVERIFY2(cut.first().startsWith(text("narrow: ")), qPrintable(cut.first()));
-        widget->resize(100000, 60);
-        if (auto *const table = qobject_cast<QTableWidget *>(widget)) {
-            table->resizeColumnsToContents();
+        const QString longText(40, QLatin1Char('w'));
+        auto *const box = new QComboBox;
+        box->addItem(longText);
+        auto *const column = new QTableWidget(1, 1);
+        column->setItem(0, 0, new QTableWidgetItem(longText));
+        auto *const header = new QTableWidget(1, 1);
+        header->setHorizontalHeaderLabels({longText});
+        auto *const list = new QListWidget;
+        list->addItem(longText);
+        auto *const number = new QDoubleSpinBox;
+        number->setMaximum(1e300);
+        number->setValue(1e300);
+        const QList<QWidget *> widgets{new QLineEdit(longText),
+                                       new QPushButton(longText),
+                                       new QLabel(longText),
+                                       box,
+                                       column,
+                                       header,
+                                       list,
+                                       number};
+        for (QWidget *const widget : widgets) {
+            QWidget window;
+            widget->setParent(&window);
+            widget->setObjectName(text("narrow"));
+            widget->setGeometry(0, 0, 60, 60);
+            window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+            const QStringList cut = cutTexts(&window) + cutContents(&window);
+            QVERIFY2(cut.size() == 1, widget->metaObject()->className());
+            QVERIFY2(cut.first().startsWith(text("narrow: ")), qPrintable(cut.first()));
+            widget->resize(100000, 60);
+            if (auto *const table = qobject_cast<QTableWidget *>(widget)) {
+                table->resizeColumnsToContents();
+            }
+            QTRY_COMPARE(cutTexts(&window) + cutContents(&window), QStringList());
         }
-        QTRY_COMPARE(cutTexts(&window) + cutContents(&window), QStringList());
     }
 
     void unreachableControlIsFound()

@@ -2,17 +2,20 @@
 #include "tests/kit/testmain.h"
 #include "tests/kit/toolfixture.h"
 
+#include <QtCharts/QChart>
+#include <QtCharts/QChartView>
+#include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QHeaderView>
+#include <QtWidgets/QListWidget>
 #include <QtWidgets/QMessageBox>
 
 namespace {
 
 constexpr int aliasColumn = 1;
 constexpr int valueColumn = 2;
+constexpr Qt::Key frame{}; ///< in place of a key
 
 const QLatin1String portError("Error occurred with serial port communication: ");
-const QLatin1String imageCaption("Select firmware file");
-const QLatin1String backupCaption("Select eeprom backup file");
 
 } // namespace
 
@@ -23,10 +26,53 @@ class TestMainWindowControls : public ToolFixture
     Q_OBJECT
 
 private slots:
+    /// Tab, arrows, Space, Return, Escape and typed text go to the window that has the focus.
+    void mainJobIsDoneByKeys()
+    {
+        constexpr int imageBytes = 1000;
+        const QString received = file(text("received.bin"));
+        QVERIFY(startDevice({text("--image-size"), QString::number(imageBytes), text("--image"),
+                             received, text("--reboot-ms"), text("300"), text("--boot-wait"),
+                             text("1000")}));
+        QVERIFY(startTool());
+
+        QVERIFY(pressByKeys("connectButton"));
+        QTRY_COMPARE(storedReadings(), 1);
+        // The button that had the focus is hidden, and the next one has the focus.
+        QVERIFY(pressByKeys("disconnectButton"));
+        QTRY_VERIFY(!queue().serialPort()->isOpen());
+        QVERIFY(pressByKeys("connectButton"));
+        QTRY_COMPARE(storedReadings(), 2);
+
+        changeSettingByKeys("altitude", text("456"));
+        QTRY_COMPARE(device().setting("altitude"), QByteArray("456"));
+        QVERIFY(waitUntilQuiet());
+
+        const QString log = file(text("log.csv"));
+        answerFileDialogByKeys(text("Select where to save log to"), log);
+        QVERIFY(pressByKeys("readLogButton"));
+        QTRY_VERIFY(QFile::exists(log));
+
+        showGraphByKeys();
+        exportByKeys(file(text("measurements.csv")));
+        QVERIFY(!QTest::currentTestFailed());
+
+        const QString image = file(text("image.bin"));
+        const QByteArray bytes(imageBytes, 'k');
+        QVERIFY(write(image, bytes));
+        // Yes has the focus.
+        answerByKeys(text("Are you sure?"), [](QDialog *) { key(Qt::Key_Return); });
+        answerFileDialogByKeys(text("Select firmware file"), image);
+        answerByKeys(text("Kv tool"), [](QDialog *) { key(Qt::Key_Return); });
+        QVERIFY(pressByKeys("updateFirmwareButton"));
+        QVERIFY(waitForAnswers());
+        QTRY_COMPARE(contents(received), bytes);
+        QTRY_VERIFY(!queue().serialPort()->isOpen());
+    }
+
     void portIsChosenInTheList()
     {
-        QVERIFY(startDevice());
-        QVERIFY(startTool());
+        QVERIFY(startDevice() && startTool());
         auto *const ports = child<QComboBox>("serialPorts");
         window().addPort(text("Nowhere"), text("/dev/pts/there-is-none"));
         QVERIFY(choose(ports, ports->count() - 1));
@@ -39,41 +85,34 @@ private slots:
         QVERIFY(connectByClick());
     }
 
-    void unitsAreChosenInTheirLists()
+    void unitsAreChosenInTheirListsAndRemembered()
     {
+        const QString settings = QSettings(text("Orvanta"), text("Kv tool")).fileName();
+        const char *const pollutantUnits[] = {"ppm", "µg/m³"};
+        const char *const temperatureUnits[] = {"°C", "°F"};
         QVERIFY(startConnected());
-        QVERIFY(choose(child<QComboBox>("unit"), 1));
-        QVERIFY(choose(child<QComboBox>("unitTemperature"), 1));
+        QCOMPARE(rememberedValue("pollutant unit"), QVariant(0));
+        QCOMPARE(rememberedValue("temperature unit"), QVariant(0));
+        forgetCommands();
+        for (const int unit : {1, 0, 1}) {
+            QVERIFY(choose(child<QComboBox>("unit"), unit));
+            QVERIFY(choose(child<QComboBox>("unitTemperature"), unit));
+            QVERIFY(shownValues().value(text("A2")).endsWith(text(pollutantUnits[unit])));
+            QVERIFY(shownValues().value(text("W0")).endsWith(text(temperatureUnits[unit])));
+            const QByteArray number = QByteArray::number(unit);
+            QTRY_VERIFY(contents(settings).contains("pollutant%20unit=" + number));
+            QTRY_VERIFY(contents(settings).contains("temperature%20unit=" + number));
+        }
+        // Units change only the display.
+        QCOMPARE(commands(), QStringList());
+
+        endTool();
+        QVERIFY(startTool());
+        QCOMPARE(child<QComboBox>("unit")->currentIndex(), 1);
+        QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), 1);
+        QVERIFY(connectByClick());
         QVERIFY(shownValues().value(text("A2")).endsWith(text("µg/m³")));
         QVERIFY(shownValues().value(text("W0")).endsWith(text("°F")));
-        QVERIFY(choose(child<QComboBox>("unit"), 0));
-        QVERIFY(choose(child<QComboBox>("unitTemperature"), 0));
-        QVERIFY(shownValues().value(text("A2")).endsWith(text("ppm")));
-        QVERIFY(shownValues().value(text("W0")).endsWith(text("°C")));
-        QCOMPARE(rememberedValue("pollutant unit").toInt(), 0);
-    }
-
-    void keysAloneConnectAndDisconnect()
-    {
-        const auto moveFocus = [this](Qt::Key key, const char *name) {
-            for (int step = 0; step < 20; ++step) {
-                QWidget *const focus = QApplication::focusWidget();
-                if (focus == child<QWidget>(name)) {
-                    return true;
-                }
-                QTest::keyClick(focus == nullptr ? &window() : focus, key);
-            }
-            return false;
-        };
-        QVERIFY(startDevice());
-        QVERIFY(startTool());
-        QVERIFY(moveFocus(Qt::Key_Tab, "connectButton"));
-        QTest::keyClick(child<QPushButton>("connectButton"), Qt::Key_Space);
-        QTRY_COMPARE(storedReadings(), 1);
-        // The button that had the focus is hidden, and the next one has the focus.
-        QVERIFY(moveFocus(Qt::Key_Backtab, "disconnectButton"));
-        QTest::keyClick(child<QPushButton>("disconnectButton"), Qt::Key_Space);
-        QTRY_VERIFY(!queue().serialPort()->isOpen());
     }
 
     void loadSettingsButtonSendsNothing()
@@ -86,48 +125,46 @@ private slots:
         QCOMPARE(commands(), QStringList());
     }
 
-    void cellIsEdited_data()
+    void cellIsEditedByEachInput()
     {
-        QTest::addColumn<QByteArray>("how");
-        for (const char *how : {"double click", "second click", "edit key", "any key"}) {
-            QTest::addRow("%s", how) << QByteArray(how);
+        QVERIFY(startConnected());
+        QWidget *const cells = editor()->viewport();
+        const auto place = [this] {
+            editor()->scrollToItem(setting("altitude"));
+            return editor()->visualItemRect(setting("altitude")).center();
+        };
+        const auto clickCell = [=] {
+            QTest::mouseClick(cells, Qt::LeftButton, Qt::NoModifier, place());
+        };
+        const std::function<void()> inputs[] = {
+            [=] { QTest::mouseDClick(cells, Qt::LeftButton, Qt::NoModifier, place()); },
+            clickCell,
+            [this] { QTest::keyClick(editor(), Qt::Key_F2); },
+            [this] { QTest::keyClick(editor(), Qt::Key_4); },
+        };
+        int value = 450;
+        for (const auto &input : inputs) {
+            forgetCommands();
+            editor()->setCurrentCell(0, 0);
+            clickCell();
+            input();
+            QTRY_VERIFY(cellEditor() != nullptr);
+            if (cellEditor()->text() != text("4")) {
+                QCOMPARE(cellEditor()->text(), setting("altitude")->text());
+                QTest::keyClick(cellEditor(), Qt::Key_A, Qt::ControlModifier);
+                QTest::keyClicks(cellEditor(), text("4"));
+            }
+            const QString typed = QString::number(++value);
+            QTest::keyClicks(cellEditor(), typed.mid(1));
+            QTest::keyClick(cellEditor(), Qt::Key_Return);
+            QTRY_COMPARE(device().setting("altitude"), typed.toLatin1());
+            QCOMPARE(setting("altitude")->text(), typed);
+            QVERIFY(waitUntilQuiet());
+            QCOMPARE(commands(), QStringList(text("set altitude=") + typed));
         }
     }
 
-    void cellIsEdited()
-    {
-        QFETCH(QByteArray, how);
-        QVERIFY(startConnected());
-        forgetCommands();
-        openCellEditor(how, "altitude");
-        QTRY_VERIFY(cellEditor() != nullptr);
-        if (how != "any key") {
-            QCOMPARE(cellEditor()->text(), text("120"));
-            QTest::keyClick(cellEditor(), Qt::Key_A, Qt::ControlModifier);
-            QTest::keyClicks(cellEditor(), text("4"));
-        }
-        QTest::keyClicks(cellEditor(), text("56"));
-        QTest::keyClick(cellEditor(), Qt::Key_Return);
-        QTRY_COMPARE(device().setting("altitude"), QByteArray("456"));
-        QCOMPARE(setting("altitude")->text(), text("456"));
-        QVERIFY(waitUntilQuiet());
-        QCOMPARE(commands(), QStringList(text("set altitude=456")));
-    }
-
-    void escapeInACellKeepsItsValue()
-    {
-        QVERIFY(startConnected());
-        forgetCommands();
-        QVERIFY(editCell(editor(), rowOf("altitude"), valueColumn) != nullptr);
-        QTest::keyClicks(cellEditor(), text("999"));
-        QTest::keyClick(cellEditor(), Qt::Key_Escape);
-        QTRY_VERIFY(cellEditor() == nullptr);
-        QCOMPARE(setting("altitude")->text(), text("120"));
-        QVERIFY(waitUntilQuiet());
-        QCOMPARE(commands(), QStringList());
-    }
-
-    void namesAndAliasesAreNotEdited()
+    void onlyValuesOfSettingsAreEdited()
     {
         QVERIFY(startConnected());
         for (int column = 0; column < valueColumn; ++column) {
@@ -135,6 +172,13 @@ private slots:
             QTest::keyClick(editor(), Qt::Key_F2);
             QVERIFY(cellEditor() == nullptr);
         }
+        const QMap<QString, QString> shown = shownValues();
+        QVERIFY(editCell(table(), 0, 1) == nullptr);
+        QTest::keyClick(table(), Qt::Key_F2);
+        QTest::keyClick(table(), Qt::Key_5);
+        clickSection(table()->horizontalHeader(), 0);
+        QVERIFY(table()->findChild<QLineEdit *>() == nullptr);
+        QCOMPARE(shownValues(), shown);
     }
 
     void editorSortedByItsHeaderSendsTheRightSetting()
@@ -149,15 +193,10 @@ private slots:
             return all;
         };
         QMap<QString, QString> expected = values();
-        auto *const header = editor()->horizontalHeader();
-        const auto clickSection = [=](int column) {
-            QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier,
-                              QPoint(header->sectionViewportPosition(column) + 10, 5));
-        };
         forgetCommands();
-        clickSection(valueColumn);
+        clickSection(editor()->horizontalHeader(), valueColumn);
         const int before = rowOf("altitude");
-        clickSection(valueColumn);
+        clickSection(editor()->horizontalHeader(), valueColumn);
         QVERIFY(rowOf("altitude") != before);
 
         // Its row moves with the value.
@@ -171,86 +210,49 @@ private slots:
         QCOMPARE(commands().filter(text("set ")), QStringList(text("set altitude=9")));
     }
 
-    void measurementsAreReadOnly()
+    void stateAndMissingHealthAreShown()
     {
-        QVERIFY(startConnected());
-        const QMap<QString, QString> shown = shownValues();
-        QVERIFY(editCell(table(), 0, 1) == nullptr);
-        QTest::keyClick(table(), Qt::Key_F2);
-        QTest::keyClick(table(), Qt::Key_5);
-        QTest::mouseClick(table()->horizontalHeader()->viewport(), Qt::LeftButton, Qt::NoModifier,
-                          QPoint(10, 5));
-        QVERIFY(table()->findChild<QLineEdit *>() == nullptr);
-        QCOMPARE(shownValues(), shown);
-    }
-
-    void stateIsShown_data()
-    {
-        QTest::addColumn<int>("state");
         const char *const texts[] = {"Device is warming up", "Device is ready for measurements",
                                      "Device temperature is over the specified range",
                                      "Device has not stabilized yet", "Device has hardware error"};
+        QVERIFY(startConnected());
+        const auto *const bar = child<QStatusBar>("statusBar");
         int state = 0;
         for (const char *shown : texts) {
-            QTest::addRow("%s", shown) << state++;
+            device().control("meas-state " + QByteArray::number(state));
+            QVERIFY(click("synchronizeButton"));
+            QVERIFY(waitUntilQuiet());
+            QCOMPARE(bar->currentMessage(), text(shown));
+            QCOMPARE(bar->styleSheet().contains(text("green")), state == 1);
+            ++state;
         }
-    }
-
-    void stateIsShown()
-    {
-        QFETCH(int, state);
-        QVERIFY(startConnected());
-        device().control("meas-state " + QByteArray::number(state));
-        QVERIFY(click("synchronizeButton"));
-        QVERIFY(waitUntilQuiet());
-        const auto *const bar = child<QStatusBar>("statusBar");
-        QCOMPARE(bar->currentMessage(), text(QTest::currentDataTag()));
-        QCOMPARE(bar->styleSheet().contains(text("green")), state == 1);
-    }
-
-    void missingHealthIsShown()
-    {
-        QVERIFY(startConnected());
         QCOMPARE(field("deviceHealth"), text("98%"));
         device().control("health ");
         QVERIFY(click("synchronizeButton"));
         QTRY_COMPARE(field("deviceHealth"), text("N/A"));
     }
 
-    void rareFailureIsShown_data()
-    {
-        QTest::addColumn<int>("job");
-        QTest::addColumn<QString>("message");
-        const auto row = [](const char *name, SerialPortJobType job, const QString &message) {
-            QTest::addRow("%s", name) << static_cast<int>(job) << message;
-        };
-        row("model", SerialPortJobType::JobReadModel,
-            portError + text("Unable to determine connected device type"));
-        row("memory read", SerialPortJobType::JobReadEepromBlock,
-            text("Failed to read device firmware"));
-        row("memory written", SerialPortJobType::JobWriteEepromBlock,
-            text("Failed to write device firmware"));
-        row("restart", SerialPortJobType::JobReboot,
-            text("Unable to reboot device to begin firmware update"));
-    }
-
     void rareFailureIsShown()
     {
-        QFETCH(int, job);
-        QFETCH(QString, message);
-        QVERIFY(startConnected());
-        dialogs().answerBox(message, text("OK"));
+        const auto answer = [this](const char *message) {
+            dialogs().answerBox(text(message), text("OK"));
+        };
+        QVERIFY(startPolling());
         // The queue never reports these jobs as failed, and the handler reports no failed restart.
-        if (job == static_cast<int>(SerialPortJobType::JobReboot)) {
-            emit tool().handler.actionFailed(SerialPortActionType::ActionRebootForFirmware);
-        } else {
-            emit queue().jobFailed(static_cast<SerialPortJobType>(job));
-        }
+        answer("communication: Unable to determine connected device type");
+        emit queue().jobFailed(SerialPortJobType::JobReadModel);
+        QVERIFY(waitForAnswers());
+        answer("Failed to read device firmware");
+        emit queue().jobFailed(SerialPortJobType::JobReadEepromBlock);
+        QVERIFY(waitForAnswers());
+        answer("Failed to write device firmware");
+        emit queue().jobFailed(SerialPortJobType::JobWriteEepromBlock);
+        QVERIFY(waitForAnswers());
+        answer("Unable to reboot device to begin firmware update");
+        emit tool().handler.actionFailed(SerialPortActionType::ActionRebootForFirmware);
         QVERIFY(waitForAnswers());
         QVERIFY(isConnected());
-        tool().controller.setMeasurementInterval(10);
-        const int readings = storedReadings();
-        QTRY_VERIFY(storedReadings() > readings);
+        QVERIFY(readingsArrive());
     }
 
     void missingTimeIsReported()
@@ -269,108 +271,156 @@ private slots:
         QCOMPARE(commands(), QStringList());
     }
 
-    void boxClosesByEachInput_data()
-    {
-        QTest::addColumn<int>("key");
-        QTest::addRow("Return") << int(Qt::Key_Return);
-        QTest::addRow("Space") << int(Qt::Key_Space);
-        QTest::addRow("Escape") << int(Qt::Key_Escape);
-        QTest::addRow("frame") << 0;
-    }
-
     void boxClosesByEachInput()
     {
-        QFETCH(int, key);
         QVERIFY(startConnected());
-        const auto answer = [=](QDialog *box) {
-            // It blocks the main window's frame.
-            QVERIFY(!closeByFrame(&window()));
-            if (key == 0) {
-                QVERIFY(closeByFrame(box));
-            } else {
-                const bool focused =
-                    waitFor([=] { return box->isAncestorOf(QApplication::focusWidget()); });
-                if (!focused) {
-                    box->reject();
+        int erased = 0;
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Escape, frame}) {
+            const auto answer = [=](QDialog *box) {
+                // It blocks the main window's frame.
+                QVERIFY(!closeByFrame(&window()));
+                if (key == frame) {
+                    QVERIFY(closeByFrame(box));
+                } else {
+                    QVERIFY(waitForFocus(box));
+                    QTest::keyClick(QApplication::focusWidget(), key);
                 }
-                QVERIFY(focused);
-                QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key));
-            }
-        };
-        dialogs().answerDialog(text("Clear log"), answer);
-        QVERIFY(click("eraseLogButton"));
-        dialogs().answerDialog(text("Kv tool"), answer);
-        window().showMessageBox(QMessageBox::Warning, text("Something to know"));
-        QVERIFY(dialogs().isSatisfied());
-        QVERIFY(waitUntilQuiet());
-        QVERIFY(window().isVisible());
-        // Yes is the first button and has the focus.
-        const bool agreed = key == Qt::Key_Return || key == Qt::Key_Space;
-        QCOMPARE(device().state("log"), QByteArray(agreed ? "0" : "5"));
-    }
-
-    void cancelledFileDialogChangesNothing_data()
-    {
-        QTest::addColumn<QByteArray>("button");
-        QTest::addColumn<QString>("caption");
-        QTest::addRow("firmware") << QByteArray("updateFirmwareButton") << QString(imageCaption);
-        QTest::addRow("restore") << QByteArray("restoreEepromButton") << QString(backupCaption);
-        QTest::addRow("backup") << QByteArray("backupEepromButton")
-                                << text("Select where to write eeprom backup");
-    }
-
-    void cancelledFileDialogChangesNothing()
-    {
-        QFETCH(QByteArray, button);
-        QFETCH(QString, caption);
-        QVERIFY(startConnected());
-        forgetCommands();
-        if (caption == imageCaption) {
-            dialogs().answerBox(text("Are you sure you wish to continue?"), text("Yes"));
+            };
+            dialogs().answerDialog(text("Clear log"), answer);
+            QVERIFY(click("eraseLogButton"));
+            dialogs().answerDialog(text("Kv tool"), answer);
+            window().showMessageBox(QMessageBox::Warning, text("Something to know"));
+            QVERIFY(waitUntilQuiet());
+            QVERIFY(window().isVisible());
+            // Yes is the first button and has the focus.
+            erased += key == Qt::Key_Return || key == Qt::Key_Space ? 1 : 0;
+            QCOMPARE(commandCount("log --erase"), erased);
         }
-        dialogs().answerDialog(caption, [](QDialog *dialog) { QVERIFY(closeByFrame(dialog)); });
-        child<QPushButton>(button.constData())->click();
-        QVERIFY(dialogs().isSatisfied());
-        QVERIFY(waitUntilQuiet());
-        QCOMPARE(commands(), QStringList());
-        QVERIFY(!rememberedValue("firmware path").isValid());
-        QVERIFY(!rememberedValue("eeprom filename").isValid());
-        QVERIFY(!waitDialog()->isVisible());
-    }
-
-    void emptyBackupFileIsReported()
-    {
-        QVERIFY(startConnected());
-        forgetCommands();
-        const QString path = file(text("backup.dat"));
-        QVERIFY(write(path, QByteArray()));
-        dialogs().answerFileDialog(backupCaption, path);
-        dialogs().answerBox(text("Selected firmware is empty!"), text("OK"));
-        child<QPushButton>("restoreEepromButton")->click();
-        QVERIFY(dialogs().isSatisfied());
-        QCOMPARE(rememberedValue("eeprom filename").toString(), path);
-        QCOMPARE(commands(), QStringList());
     }
 
 private:
     int rowOf(const char *alias) { return setting(alias)->row(); }
     QLineEdit *cellEditor() { return editor()->findChild<QLineEdit *>(); }
 
-    void openCellEditor(const QByteArray &how, const char *alias)
+    static void clickSection(const QHeaderView *header, int column)
     {
-        QWidget *const cells = editor()->viewport();
-        editor()->scrollToItem(setting(alias));
-        const QPoint place = editor()->visualItemRect(setting(alias)).center();
-        QTest::mouseClick(cells, Qt::LeftButton, Qt::NoModifier, place);
-        if (how == "double click") {
-            QTest::mouseDClick(cells, Qt::LeftButton, Qt::NoModifier, place);
-        } else if (how == "second click") {
-            QTest::mouseClick(cells, Qt::LeftButton, Qt::NoModifier, place);
-        } else if (how == "edit key") {
-            QTest::keyClick(editor(), Qt::Key_F2);
-        } else {
-            QTest::keyClick(editor(), Qt::Key_4);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          QPoint(header->sectionViewportPosition(column) + 10, 5));
+    }
+
+    static void key(Qt::Key key) { QTest::keyClick(QGuiApplication::focusWindow(), key); }
+
+    static void type(const QString &typed)
+    {
+        for (const QChar &letter : typed) {
+            QTest::keyClick(QGuiApplication::focusWindow(), letter.toLatin1());
         }
+    }
+
+    /// Presses Tab until @p target has the focus.
+    static bool goTo(const QWidget *target)
+    {
+        constexpr int enough = 100;
+        for (int press = 0; press < enough && QApplication::focusWidget() != target; ++press) {
+            key(Qt::Key_Tab);
+        }
+        return QApplication::focusWidget() == target;
+    }
+
+    bool pressByKeys(const char *buttonName)
+    {
+        // The platform of the tests has no window manager that gives the focus back after a dialog.
+        window().activateWindow();
+        if (!QTest::qWaitForWindowActive(&window()) || !goTo(child<QPushButton>(buttonName))) {
+            return false;
+        }
+        key(Qt::Key_Space);
+        return true;
+    }
+
+    static bool waitForFocus(const QDialog *dialog)
+    {
+        return waitFor([=] { return dialog->isAncestorOf(QApplication::focusWidget()); });
+    }
+
+    /// Runs @p keys on the next dialog with the title @p title once it has the focus.
+    void answerByKeys(const QString &title, const std::function<void(QDialog *)> &keys)
+    {
+        dialogs().answerDialog(title, [=](QDialog *dialog) {
+            QVERIFY(waitForFocus(dialog));
+            keys(dialog);
+        });
+    }
+
+    void answerFileDialogByKeys(const QString &caption, const QString &path)
+    {
+        answerByKeys(caption, [path](QDialog *dialog) {
+            type(path);
+            // The first may only close the list of completions.
+            const QPointer<QDialog> open = dialog;
+            QVERIFY(waitFor([open] {
+                if (open && open->isVisible()) {
+                    key(Qt::Key_Return);
+                }
+                return !open || !open->isVisible();
+            }));
+        });
+    }
+
+    static bool beginAYearEarlier(const QDateTimeEdit *from)
+    {
+        const QDateTime before = from->dateTime();
+        if (!goTo(from)) {
+            return false;
+        }
+        while (QApplication::focusWidget() == from
+               && from->currentSection() != QDateTimeEdit::YearSection) {
+            key(Qt::Key_Tab);
+        }
+        key(Qt::Key_Down);
+        return from->dateTime() < before;
+    }
+
+    void changeSettingByKeys(const char *alias, const QString &value)
+    {
+        QVERIFY(goTo(editor()));
+        for (int row = 0; row < editor()->rowCount() && editor()->currentRow() != rowOf(alias);
+             ++row) {
+            key(editor()->currentRow() < rowOf(alias) ? Qt::Key_Down : Qt::Key_Up);
+        }
+        while (editor()->currentColumn() < valueColumn) {
+            key(Qt::Key_Right);
+        }
+        type(value);
+        key(Qt::Key_Return);
+    }
+
+    void showGraphByKeys()
+    {
+        QVERIFY(pressByKeys("buttonShowGraph"));
+        QWidget *const graph = topLevel("MeasurementGraph");
+        QVERIFY(QTest::qWaitForWindowActive(graph));
+        QVERIFY(beginAYearEarlier(part<QDateTimeEdit>(graph, "fromDateTimeEdit")));
+        auto *const list = graph->findChild<QListWidget *>();
+        QVERIFY(goTo(list));
+        key(Qt::Key_Down);
+        key(Qt::Key_Space);
+        QCOMPARE(list->item(1)->checkState(), Qt::Checked);
+        QCOMPARE(graph->findChild<QtCharts::QChartView *>()->chart()->series().size(), 1);
+        key(Qt::Key_Escape);
+        QVERIFY(!graph->isVisible());
+    }
+
+    void exportByKeys(const QString &path)
+    {
+        answerByKeys(text("Select measurements to export"), [](QDialog *dialog) {
+            QVERIFY(beginAYearEarlier(part<QDateTimeEdit>(dialog, "exportDateTimeFrom")));
+            QVERIFY(goTo(dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)));
+            key(Qt::Key_Return);
+        });
+        answerFileDialogByKeys(text("Select where to save measurements to"), path);
+        QVERIFY(pressByKeys("exportLocalMeasurementsButton"));
+        QTRY_VERIFY(QFile::exists(path));
     }
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/files.h"
+#include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
 #include "tests/kit/text.h"
@@ -15,12 +16,12 @@ namespace {
 
 constexpr int waitMs = 30000;
 
-const QString failedLoad =
-    QStringLiteral("box 3 Failed to load configuration from file settings.xml");
-const QString folderWanted = QStringLiteral(
-    "box 1 Kv tool automatically stores measurements to disk. Please select a directory where the "
-    "measurements can be stored.");
-const QString folderDialog = QStringLiteral("folder Choose where to store measurements");
+const QStringList windowAlone = texts("window|closing|end 0");
+const QStringList failedLoad(text("box 3 Failed to load configuration from file settings.xml"));
+const QString folderWanted =
+    text("box 1 Kv tool automatically stores measurements to disk. Please select a directory where "
+         "the measurements can be stored.");
+const QString folderDialog = text("folder Choose where to store measurements");
 
 } // namespace
 
@@ -42,13 +43,21 @@ private slots:
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         m_home = path("home");
         QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), path("work/settings.xml")));
-        m_exitCode = -1;
     }
 
     void startsAndEndsWithItsWindow()
     {
-        QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
-        QCOMPARE(m_exitCode, 0);
+        QCOMPARE(run(text("close")), windowAlone);
+        // The data folder does not exist, and the program makes none: the home folder is next.
+        QVERIFY(QFile::exists(path("home/measurements.db")));
+        QCOMPARE(rememberedFolder(), path("home"));
+    }
+
+    void endClosesThePort()
+    {
+        SimulatorProcess device;
+        QVERIFY(device.start());
+        QCOMPARE(run(device.port()), texts("window|port is open|closing|end 0"));
     }
 
     void builtProgramReachesItsEventLoop()
@@ -69,58 +78,32 @@ private slots:
         QVERIFY(!program.readAllStandardError().contains("Sanitizer"));
     }
 
-    void badModelFileIsReportedAndIgnored_data()
-    {
-        QTest::addColumn<QByteArray>("contents");
-        const QByteArray all = files::contents(testpaths::sourceFile("settings.xml"));
-        QTest::addRow("missing") << QByteArray();
-        QTest::addRow("truncated before the first model") << all.left(all.indexOf("<Devices>"));
-        QTest::addRow("not XML") << QByteArray("Transmitters:\n  - KVT-100\n");
-        QTest::addRow("without models") << QByteArray("<KVTConfig><Devices></Devices></KVTConfig>");
-    }
-
     void badModelFileIsReportedAndIgnored()
     {
-        QFETCH(QByteArray, contents);
-        QVERIFY(QFile::remove(path("work/settings.xml")));
-        QVERIFY(contents.isNull() || files::write(path("work/settings.xml"), contents));
-        QCOMPARE(run(text("close")),
-                 QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
-        QCOMPARE(m_exitCode, 0);
-    }
-
-    void truncatedModelFileIsReadUpToItsEnd()
-    {
-        const QByteArray all = files::contents(path("work/settings.xml"));
-        QVERIFY(files::write(path("work/settings.xml"),
-                             all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
-        QCOMPARE(run(text("close")), QStringList({text("window"), text("closing"), text("end 0")}));
-    }
-
-    void folderInPlaceOfTheModelFileIsReported()
-    {
-        // It exists, and even root can't read it.
-        QVERIFY(QFile::remove(path("work/settings.xml")));
-        QVERIFY(QDir().mkdir(path("work/settings.xml")));
-        QCOMPARE(run(text("close")),
-                 QStringList({failedLoad, text("window"), text("closing"), text("end 0")}));
-    }
-
-    void storeGoesToTheFirstFolderThatOpens()
-    {
-        // The data folder does not exist, and the program makes none: the home folder is next.
-        QCOMPARE(run(text("close")).last(), text("end 0"));
-        QVERIFY(QFile::exists(path("home/measurements.db")));
-        QCOMPARE(rememberedFolder(), path("home"));
+        const QString models = path("work/settings.xml");
+        const QByteArray all = files::contents(models);
+        QVERIFY(QFile::remove(models));
+        QCOMPARE(run(text("close")), failedLoad + windowAlone);
+        for (const QByteArray &contents :
+             {all.left(all.indexOf("<Devices>")), QByteArray("Transmitters:\n  - KVT-100\n"),
+              QByteArray("<KVTConfig><Devices></Devices></KVTConfig>")}) {
+            QVERIFY(files::write(models, contents));
+            QCOMPARE(run(text("close")), failedLoad + windowAlone);
+        }
+        // One that is truncated in a model is read up to its end.
+        QVERIFY(files::write(models, all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
+        QCOMPARE(run(text("close")), windowAlone);
+        // A folder exists, and even root can't read it.
+        QVERIFY(QFile::remove(models));
+        QVERIFY(QDir().mkdir(models));
+        QCOMPARE(run(text("close")), failedLoad + windowAlone);
     }
 
     void rememberedFolderComesFirst()
     {
-        {
-            QSettings settings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat);
-            settings.setValue(text("local storage path"), path("data"));
-        }
-        QCOMPARE(run(text("close")).last(), text("end 0"));
+        QSettings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat)
+            .setValue(text("local storage path"), path("data"));
+        QCOMPARE(run(text("close")), windowAlone);
         QVERIFY(QFile::exists(path("data/measurements.db")));
         QVERIFY(!QFile::exists(path("home/measurements.db")));
     }
@@ -128,27 +111,17 @@ private slots:
     void cancelledFolderDialogEndsWithoutAWindow()
     {
         makeUnwritable();
-        const QStringList lines = run(text("cancel"));
-        QCOMPARE(lines.size(), 4);
-        QCOMPARE(lines.mid(0, 2), QStringList({folderWanted, folderDialog}));
-        QVERIFY2(
-            lines.at(2).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
-                                        "write to default location: ")
-                                   + m_home),
-            qPrintable(lines.at(2)));
-        QVERIFY(lines.at(2).endsWith(text(" and no replacement directory was chosen. Exiting!")));
-        QCOMPARE(lines.at(3), text("end 0"));
-        QCOMPARE(m_exitCode, 0);
-        QVERIFY(!lines.contains(text("window")));
-    }
-
-    void badModelFileIsReportedBeforeTheFolderDialog()
-    {
-        makeUnwritable();
         QVERIFY(QFile::remove(path("work/settings.xml")));
         const QStringList lines = run(text("cancel"));
-        QCOMPARE(lines.mid(0, 3), QStringList({failedLoad, folderWanted, folderDialog}));
-        QCOMPARE(m_exitCode, 0);
+        QCOMPARE(lines.size(), 5);
+        QCOMPARE(lines.mid(0, 3), failedLoad + QStringList({folderWanted, folderDialog}));
+        QVERIFY2(
+            lines.at(3).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
+                                        "write to default location: ")
+                                   + m_home),
+            qPrintable(lines.at(3)));
+        QVERIFY(lines.at(3).endsWith(text(" and no replacement directory was chosen. Exiting!")));
+        QCOMPARE(lines.at(4), text("end 0"));
     }
 
     void chosenFolderIsUsedAndRemembered()
@@ -158,7 +131,8 @@ private slots:
                  QStringList({folderWanted, folderDialog,
                               text("box 3 Unable to write measures to /proc. Please choose another "
                                    "directory."),
-                              folderDialog, text("window"), text("closing"), text("end 0")}));
+                              folderDialog})
+                     + windowAlone);
         QVERIFY(QFile::exists(path("data/measurements.db")));
         QCOMPARE(rememberedFolder(), path("data"));
     }
@@ -186,7 +160,7 @@ private:
         m_home = path("file/home");
     }
 
-    /// Runs the probe; the lines that it prints.
+    /// Runs the probe; the lines that it prints, and how it ended.
     QStringList run(const QString &word)
     {
         QProcess program;
@@ -197,9 +171,10 @@ private:
         if (!program.waitForFinished(waitMs)) {
             return {text("did not end")};
         }
-        m_exitCode = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
+        const bool crashed = program.exitStatus() == QProcess::CrashExit;
         return QString::fromLocal8Bit(program.readAllStandardOutput())
-            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+                   .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+            << (crashed ? text("crashed") : text("end %1").arg(program.exitCode()));
     }
 
     QString rememberedFolder() const
@@ -213,7 +188,6 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_home;
-    int m_exitCode = -1;
 };
 
 KV_TEST_CORE_MAIN(TestProgram)

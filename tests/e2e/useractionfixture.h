@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "tests/e2e/faultexpectations.h"
+#include "tests/kit/pseudoterminal.h"
+#include "tests/kit/toolfixture.h"
+
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QListWidget>
+
+/// The user actions of the fault matrix, and the checks of what they have done.
+class UserActionFixture : public ToolFixture
+{
+protected:
+    /// Three blocks, the last one short.
+    static QByteArray firmwareImage() { return QByteArray(40, 'i'); }
+
+    static QByteArray restoreImage() { return files::pseudoRandomBytes(memoryBytes); }
+
+    void perform()
+    {
+        switch (m_action) {
+        case Connect:
+            click("connectButton");
+            break;
+        case Poll:
+            poll();
+            if (m_fault == FaultKind::GluedReplies
+                && waitFor([this] { return commandCount("show meas$") == 1; })) {
+                m_firstValues = deviceValues();
+            }
+            break;
+        case SetValue:
+            typeSetting("altitude", text("321"));
+            break;
+        case Synchronize:
+            click("synchronizeButton");
+            break;
+        case WriteSettings:
+            dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
+            click("writeToEepromButton");
+            break;
+        case SetClock:
+            click("syncClockButton");
+            break;
+        case ReadLog:
+            answerFileDialog("Select where to save log to", "log.csv");
+            click("readLogButton");
+            break;
+        case ClearLog:
+            dialogs().answerBox(text("want to clear the log"), text("Yes"));
+            click("eraseLogButton");
+            break;
+        case Backup:
+            // The button is hidden from users; its connection is tested all the same.
+            answerFileDialog("Select where to write eeprom backup", "backup.dat");
+            child<QPushButton>("backupEepromButton")->click();
+            break;
+        case Restore:
+            write(file(text("backup.dat")), restoreImage());
+            answerFileDialog("Select eeprom backup file", "backup.dat");
+            child<QPushButton>("restoreEepromButton")->click();
+            break;
+        case UpdateConnected:
+        case UpdateUnconnected:
+            updateFirmware();
+            break;
+        case ShowGraph:
+            openGraph();
+            break;
+        case ExportMeasurements:
+            exportMeasurements();
+            break;
+        case StartProgram:
+        case CloseProgram:
+            break;
+        }
+    }
+
+    /// One time-out of the measurement timer.
+    void poll()
+    {
+        constexpr int minuteMs = 60000;
+        table()->item(0, 1)->setText(QString());
+        MainWindowController &controller = tool().controller;
+        QSignalSpy polls(&controller, &MainWindowController::measurementPollStarted);
+        connect(&controller, &MainWindowController::measurementPollStarted, this,
+                [&controller] { controller.setMeasurementInterval(minuteMs); });
+        controller.setMeasurementInterval(1);
+        if (polls.isEmpty()) {
+            polls.wait(waitMs);
+        }
+        controller.disconnect(this);
+    }
+
+    /// Closes the main window; under a fault of the line in the middle of an exchange.
+    QByteArray closeProgram()
+    {
+        const int code = runProgram([=] {
+            if (!isDiskFault(m_fault)) {
+                click("synchronizeButton");
+            }
+            if (m_fault == FaultKind::HangUpDuring) {
+                device().hangUp();
+            }
+            window().close();
+        });
+        m_tool.reset();
+        return "exit code " + QByteArray::number(code);
+    }
+
+    /// Presses Disconnect and Connect.
+    bool reconnect()
+    {
+        // The port is closed after a moment, which also enables the button.
+        auto *const button = child<QPushButton>("connectButton");
+        button->setEnabled(false);
+        return click("disconnectButton") && waitFor([=] { return button->isEnabled(); })
+            && connectByClick();
+    }
+
+    /// The outcome of an action that has ended.
+    QByteArray outcome()
+    {
+        const int sends = m_action == Connect ? 2 : 1;
+        // The whole command: block 5 is not block 50.
+        const QByteArray command =
+            affectedCommand() + QByteArray(m_action == SetClock ? "" : "(?![0-9])");
+        const auto isSentAgain = [&] {
+            return qstrlen(affectedCommand()) > 0 && commandCount(command.constData()) > sends;
+        };
+        // A late device takes the second command up only after its answer to the first.
+        const bool again = m_expected.contains("sent again") ? waitFor(isSentAgain) : isSentAgain();
+        const char *const withoutEffect = m_action == Connect ? "not connected"
+            : m_action == Backup                              ? "damaged block in the file"
+                                 : "reported as done, but without effect";
+        const QByteArray words = m_action == Poll ? readingOutcome()
+            : m_action == Synchronize             ? synchronizeOutcome()
+                                      : QByteArray(hasTakenEffect() ? "done" : withoutEffect);
+        return again && words == "done" ? words + ", command sent again" : words;
+    }
+
+    const char *affectedCommand() const
+    {
+        // A late answer to "show" arrives with the second one, in one piece or in two, so that the
+        // outcome would vary. That of the clock doesn't.
+        return m_action == Synchronize && m_fault == FaultKind::LateAnswer
+            ? "date"
+            : m_matrix.operation(m_action).command;
+    }
+
+    bool isReadingShown()
+    {
+        return table()->rowCount() > 0 && !table()->item(0, 1)->text().isEmpty();
+    }
+
+    bool graphShowsHistory()
+    {
+        QWidget *const graph = topLevel("MeasurementGraph");
+        const bool shown = part<QListWidget>(graph, "list")->count() >= 2;
+        graph->close();
+        return shown;
+    }
+
+    FaultMatrix m_matrix = userFaultMatrix();
+
+    // Of the pair that is being run.
+    FaultKind m_fault = {};
+    UserAction m_action = {};
+    QByteArray m_expected;
+    QByteArray m_memoryBefore;
+    int m_readingsBefore = 0;
+    QStringList m_firstValues; ///< that the device gave to the first of two polls
+    std::unique_ptr<PseudoTerminal> m_terminal; ///< in the device's place
+
+private:
+    static constexpr int memoryBytes = 65536;
+
+    void answerFileDialog(const char *caption, const char *name)
+    {
+        dialogs().answerFileDialog(text(caption), file(text(name)));
+    }
+
+    static QDateTime minutesAgo(int minutes)
+    {
+        return QDateTime::currentDateTime().addSecs(-60 * minutes);
+    }
+
+    void updateFirmware()
+    {
+        write(file(text("image.bin")), firmwareImage());
+        dialogs().answerBox(text("Are you sure you wish to continue?"), text("Yes"));
+        answerFileDialog("Select firmware file", "image.bin");
+        if (m_action == UpdateUnconnected) {
+            dialogs().answerDialog(text("Please reboot the device manually"),
+                                   [this](QDialog *) { restartForUpdate(); });
+        }
+        click("updateFirmwareButton");
+    }
+
+    /// Switches the device off and on, as the dialog asks the user to.
+    void restartForUpdate()
+    {
+        constexpr int longerThanATimeoutMs = 500;
+        switch (m_fault) {
+        case FaultKind::Silence: // the user doesn't
+        case FaultKind::HangUpBefore:
+        case FaultKind::PortMissing:
+        case FaultKind::PortInUse:
+            break;
+        case FaultKind::LateAnswer:
+            QTimer::singleShot(longerThanATimeoutMs, this, [this] { device().control("restart"); });
+            break;
+        case FaultKind::LostByte:
+            m_terminal->write("\r\nOrvanta KVT BOT");
+            break;
+        case FaultKind::FlippedBit:
+            m_terminal->write("\r\nOrvanta KVT BNOT");
+            break;
+        case FaultKind::NulByte:
+            m_terminal->write(QByteArrayLiteral("\r\nOrvanta KVT BO\0OT"));
+            break;
+        default:
+            device().control("restart");
+        }
+    }
+
+    void openGraph()
+    {
+        if (m_fault == FaultKind::HangUpDuring) {
+            QTimer::singleShot(0, &window(), [this] { device().hangUp(); });
+        }
+        click("buttonShowGraph");
+        QWidget *const graph = topLevel("MeasurementGraph");
+        waitFor([=] { return graph->isVisible(); });
+        part<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(minutesAgo(6 * 60));
+    }
+
+    void exportMeasurements()
+    {
+        dialogs().answerDialog(text("Select measurements to export"), [=](QDialog *dialog) {
+            if (m_fault == FaultKind::HangUpDuring) {
+                device().hangUp();
+            }
+            part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(minutesAgo(6 * 60));
+            part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(minutesAgo(1));
+            press(dialog, QDialogButtonBox::Ok);
+        });
+        answerFileDialog("Select where to save measurements to", "measurements.csv");
+        click("exportLocalMeasurementsButton");
+    }
+
+    /// The outcome of the last reading, in table and store.
+    QByteArray readingOutcome()
+    {
+        if (!isReadingShown() || storedReadings() <= m_readingsBefore) {
+            return isReadingShown() ? "shown, not stored" : "nothing new";
+        }
+        // Of two answers in one chunk the first one is used.
+        const QStringList given = m_firstValues.isEmpty() ? deviceValues() : m_firstValues;
+        return lastStoredValues() == given ? "done" : "damaged value shown and stored";
+    }
+
+    QByteArray synchronizeOutcome()
+    {
+        // A value that differs from the one in the cell is sent to the device, as a typed one is.
+        const QString shown = setting("altitude")->text();
+        const QByteArray own = device().setting("altitude");
+        if (shown == text("777") && own == "777") {
+            return "done";
+        }
+        const QByteArray value =
+            shown.contains(QLatin1Char('\n')) ? "of two answers" : shown.toUtf8();
+        return "damaged value " + value + " shown and sent back; the device has " + own;
+    }
+
+    /// Whether the action has had its effect, by the device's own state and the files.
+    bool hasTakenEffect()
+    {
+        switch (m_action) {
+        case Connect:
+            return isConnectedCorrectly();
+        case SetValue:
+            return device().setting("altitude") == "321"
+                && setting("altitude")->text() == text("321");
+        case WriteSettings:
+            return device().control("memory").join() != m_memoryBefore;
+        case SetClock:
+            return qAbs(device().clock().secsTo(QDateTime::currentDateTimeUtc())) < 20
+                && commandCount("write --really") > 0;
+        case ReadLog:
+            return linesOf("log.csv") == device().logAsCsv() && isEnabled("readLogButton");
+        case ClearLog:
+            return device().state("log") == "0";
+        case Backup:
+            return isDevicesMemory();
+        case Restore:
+            return device().control("memory").join() == restoreImage().toHex();
+        case UpdateConnected:
+        case UpdateUnconnected:
+            return contents(file(text("received.bin"))) == firmwareImage() && !isConnected();
+        case ShowGraph:
+            return graphShowsHistory();
+        case ExportMeasurements:
+            return linesOf("measurements.csv").size() == 4;
+        default:
+            return false;
+        }
+    }
+
+    QStringList linesOf(const char *name)
+    {
+        return QString::fromUtf8(contents(file(text(name))))
+            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    bool isConnectedCorrectly()
+    {
+        const auto has = [this](const QString &shown, const char *variable) {
+            return shown.toLatin1() == device().setting(variable);
+        };
+        return has(field("serialNumber"), "serial") && has(field("modelNumber"), "model")
+            && has(field("swVersion"), "swver") && has(field("hwVersion"), "hwver")
+            && has(setting("altitude")->text(), "altitude") && isConnected()
+            && readingOutcome() == "done";
+    }
+
+    bool isDevicesMemory()
+    {
+        constexpr int blockBytes = 64;
+        // Each block is stored at the offset of its number, over all but the first byte of the
+        // previous one.
+        const QByteArray memory = QByteArray::fromHex(device().control("memory").join());
+        QByteArray image(memoryBytes - 1, '\0');
+        for (int block = 0; block < memoryBytes / blockBytes; ++block) {
+            image.replace(block, blockBytes, memory.mid(block * blockBytes, blockBytes));
+        }
+        return contents(file(text("backup.dat"))).mid(4) == image;
+    }
+};
