@@ -56,6 +56,11 @@ constexpr Expectation keepsFile = notApplicable("an open store keeps its file");
 /// The pairs that differ from the rules below: each of the faults with each of the actions.
 QVector<FaultMatrix::Exception> exceptions()
 {
+    const QVector<FaultKind> damage{F::LostByte, F::FlippedBit};
+    const QVector<FaultKind> noPort{F::HangUpBefore, F::PortMissing, F::PortInUse};
+    const QVector<FaultKind> noWriting{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase};
+    const QVector<FaultKind> badStore{F::CorruptDatabase, F::TruncatedDatabase,
+                                      F::UnexpectedSchema};
     // clang-format off
     const struct
     {
@@ -64,52 +69,64 @@ QVector<FaultMatrix::Exception> exceptions()
         Expectation expectation;
     } rows[] = {
         {{F::Silence}, {Connect}, stoppedUntilConnect},
-        {{F::Silence}, {WriteSettings, SetClock}, dialogStays}, // Cancel only closes the dialog
-        {{F::Silence}, {UpdateConnected}, dialogStays}, // the restart stays in the queue
+        // Cancel only closes the dialog; the restart for an update stays in the queue.
+        {{F::Silence}, {WriteSettings, SetClock, UpdateConnected}, dialogStays},
         {{F::Silence}, {ReadLog, Backup, Restore}, worksAfterCancel},
-        {{F::Silence, F::LostByte, F::FlippedBit, F::NulByte}, {UpdateUnconnected}, connectedAfterCancel},
-        {{F::LateAnswer}, {UpdateConnected, UpdateUnconnected}, done}, // the device ignores the second command
+        {{F::Silence, F::NulByte}, {UpdateUnconnected}, connectedAfterCancel},
+        // The device ignores the second command.
+        {{F::LateAnswer}, {UpdateConnected, UpdateUnconnected}, done},
 
-        // Without a checksum, damage inside a value is another value.
-        {{F::LostByte, F::FlippedBit}, {Connect}, done}, // the version that is read first isn't shown
-        {{F::LostByte, F::FlippedBit}, {SetValue}, done}, // the echoed value isn't shown
-        {{F::LostByte, F::FlippedBit}, {SetClock}, done},
-        {{F::LostByte, F::FlippedBit}, {Poll}, "damaged value shown and stored"},
-        {{F::LostByte, F::FlippedBit}, {Backup}, "damaged block in the file"},
+        // Without a checksum, damage inside a value is another value. Neither the version that is
+        // read first nor the echo of a value is shown.
+        {damage, {Connect, SetValue, SetClock}, done},
+        {damage, {Poll}, "damaged value shown and stored"},
+        {damage, {Backup}, "damaged block in the file"},
+        {damage, {UpdateUnconnected}, connectedAfterCancel},
         {{F::LostByte}, {Synchronize}, "damaged value 77 shown and sent back; the device has 77"},
-        {{F::FlippedBit}, {Synchronize}, "damaged value 677 shown and sent back; the device has 677"},
+        {{F::FlippedBit}, {Synchronize},
+         "damaged value 677 shown and sent back; the device has 677"},
         // The value extends to the last prompt.
-        {{F::GluedReplies}, {Synchronize}, "damaged value of two answers shown and sent back; the device has 777"},
+        {{F::GluedReplies}, {Synchronize},
+         "damaged value of two answers shown and sent back; the device has 777"},
         {{F::GluedReplies}, {UpdateConnected}, updateFails},
         {{F::GluedReplies, F::HangUpDuring}, {UpdateUnconnected}, updateFailsUnconnected},
         {{F::WrongChecksum}, {ReadLog}, sentAgain},
         // Each piece after the bad line is parsed together with it and costs a send.
         {{F::WrongChecksumInPieces}, {ReadLog}, worksAfterCancel},
 
-        {{F::HangUpBefore, F::PortMissing, F::PortInUse}, {Connect}, cannotOpen},
-        {{F::HangUpBefore, F::PortMissing, F::PortInUse}, {UpdateUnconnected}, cannotOpenThenWaits},
+        {noPort, {Connect}, cannotOpen},
+        {noPort, {UpdateUnconnected}, cannotOpenThenWaits},
         {{F::HangUpBefore}, {SetClock, UpdateConnected}, dialogStays},
-        {{F::HangUpBefore, F::HangUpDuring}, {WriteSettings, ReadLog, Backup, Restore}, dialogStays},
+        {{F::HangUpBefore, F::HangUpDuring}, {WriteSettings, ReadLog, Backup, Restore},
+         dialogStays},
         {{F::HangUpDuring}, {Connect}, stoppedUntilConnect},
         {{F::HangUpDuring}, {UpdateConnected}, updateFailsOnDeadLine},
-        {{F::HangUpAfter}, {UpdateConnected, UpdateUnconnected}, done}, // the tool itself disconnects after an update
+        // The tool itself disconnects after an update.
+        {{F::HangUpAfter}, {UpdateConnected, UpdateUnconnected}, done},
         {{F::HangUpAfter}, {CloseProgram}, notApplicable("nothing is open any more")},
-        {{F::Silence, F::LateAnswer, F::Chatter, F::HangUpBefore, F::HangUpDuring}, {CloseProgram}, exits},
+        {{F::Silence, F::LateAnswer, F::Chatter, F::HangUpBefore, F::HangUpDuring}, {CloseProgram},
+         exits},
 
-        {{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase}, {Connect}, storedAfterConnect},
-        {{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase}, {Poll}, notStored},
+        {noWriting, {Connect}, storedAfterConnect},
+        {noWriting, {Poll}, notStored},
         {{F::ReadOnlyFolder, F::FullDisk}, {ShowGraph}, done},
-        {{F::ReadOnlyFolder}, {ReadLog}, "reports \"Unable to save log to file FOLDER/log.csv: Permission denied\""},
+        {{F::ReadOnlyFolder}, {ReadLog},
+         "reports \"Unable to save log to file FOLDER/log.csv: Permission denied\""},
         {{F::ReadOnlyFolder}, {Backup}, "nothing reported, no file"},
-        {{F::ReadOnlyFolder}, {ExportMeasurements}, "reports \"Unable to save measurements to file FOLDER/measurements.csv: Permission denied\""},
+        {{F::ReadOnlyFolder}, {ExportMeasurements},
+         "reports \"Unable to save measurements to file FOLDER/measurements.csv: "
+         "Permission denied\""},
         {{F::FullDisk}, {ReadLog, Backup, ExportMeasurements}, "nothing reported, an empty file"},
-        {{F::FullDisk}, {StartProgram}, "asks for a folder, the chosen one is used; warning logged"},
-        {{F::CorruptDatabase, F::TruncatedDatabase, F::UnexpectedSchema}, {Connect, Poll}, neverStored},
-        {{F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase, F::UnexpectedSchema}, {ShowGraph}, opensEmpty},
-        {{F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase, F::UnexpectedSchema}, {ExportMeasurements}, nothingToExport},
-        {{F::ReadOnlyFolder, F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase, F::FolderInPlaceOfStore}, {StartProgram}, nextFolder},
+        {{F::FullDisk}, {StartProgram},
+         "asks for a folder, the chosen one is used; warning logged"},
+        {badStore, {Connect, Poll}, neverStored},
+        {badStore + QVector<FaultKind>{F::LockedDatabase}, {ShowGraph}, opensEmpty},
+        {badStore + QVector<FaultKind>{F::LockedDatabase}, {ExportMeasurements}, nothingToExport},
+        {{F::ReadOnlyFolder, F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase,
+          F::FolderInPlaceOfStore}, {StartProgram}, nextFolder},
         {{F::UnexpectedSchema}, {StartProgram}, "used as it is"},
-        {{F::TruncatedSettings}, {StartProgram}, "reports \"Failed to load configuration from file settings.xml\"; then starts"},
+        {{F::TruncatedSettings}, {StartProgram},
+         "reports \"Failed to load configuration from file settings.xml\"; then starts"},
     };
     // clang-format on
     QVector<FaultMatrix::Exception> pairs;

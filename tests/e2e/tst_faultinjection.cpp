@@ -125,10 +125,7 @@ private:
     /// Whether all commands have been answered and the answers have arrived.
     bool isQuiet()
     {
-        for (int turn = 0; turn < 3; ++turn) {
-            if (!isIdle()) {
-                return false;
-            }
+        for (int turn = 0; turn < 3 && isIdle(); ++turn) {
             QCoreApplication::processEvents();
         }
         return isIdle() && QApplication::activeModalWidget() == nullptr;
@@ -385,13 +382,10 @@ private:
             return;
         }
         auto jobs = queue().jobs();
-        if (const auto current = queue().currentJob()) {
-            jobs.append(current);
-        }
+        jobs.append(queue().currentJob());
         for (const auto &job : qAsConst(jobs)) {
-            const int ms = timeoutMs(job->type());
-            if (job->timeout() != ms) {
-                job->setTimeout(ms);
+            if (job && job->timeout() != timeoutMs(job->type())) {
+                job->setTimeout(timeoutMs(job->type()));
             }
         }
     }

@@ -77,11 +77,11 @@ private slots:
     void missingImageIsReported()
     {
         QVERIFY(startConnected());
-        const QString path = imageFile(16);
+        QVERIFY(write(imagePath(), "image"));
         dialogs().answerBox(question, text("Yes"));
         dialogs().answerDialog(text("Select firmware file"), [=](QDialog *dialog) {
-            part<QLineEdit>(dialog, "fileNameEdit")->setText(path);
-            QVERIFY(QFile::remove(path));
+            part<QLineEdit>(dialog, "fileNameEdit")->setText(imagePath());
+            QVERIFY(QFile::remove(imagePath()));
             dialog->done(QDialog::Accepted);
         });
         dialogs().answerBox(text("Unable to open firmware!"), text("OK"));
@@ -141,6 +141,25 @@ private slots:
         QVERIFY(click("updateFirmwareButton"));
         QVERIFY(!waitDialog()->isVisible());
         QVERIFY(queue().serialPort().isNull());
+    }
+
+    void starAfterTheLastBlockKeepsTheDialogOpen()
+    {
+        QVERIFY(startReceiver(160));
+        QVERIFY(device().fault("final-star"));
+        chooseImage(160);
+        // No reply reports the end: the full bar stays until the user cancels.
+        bool stayed = false;
+        const auto watch = atProgress(100, [&] {
+            QTRY_COMPARE(received(), files::pseudoRandomBytes(160));
+            QVERIFY(waitUntilQuiet());
+            stayed = waitDialog()->isVisible();
+            QVERIFY(press(cancelButton()));
+        });
+        QVERIFY(click("updateFirmwareButton"));
+        disconnect(watch);
+        QVERIFY(stayed);
+        QVERIFY(isConnected());
     }
 
     void pollingStopsUntilTheNextConnect_data()
@@ -236,20 +255,15 @@ private:
                                text("--boot-wait"), text("1000")});
     }
 
-    QString imageFile(int size)
-    {
-        const QString path = file(text("image.bin"));
-        return write(path, files::pseudoRandomBytes(size)) ? path : QString();
-    }
-
     void chooseImage(int size)
     {
         dialogs().answerBox(question, text("Yes"));
-        dialogs().answerFileDialog(text("Select firmware file"), imageFile(size));
+        dialogs().answerFileDialog(text("Select firmware file"), imagePath());
+        QVERIFY(write(imagePath(), files::pseudoRandomBytes(size)));
     }
 
+    QString imagePath() const { return file(text("image.bin")); }
     QByteArray received() { return contents(file(text("received.bin"))); }
-
     QByteArray deviceMemory() { return QByteArray::fromHex(device().control("memory").join()); }
 };
 

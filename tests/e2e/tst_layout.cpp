@@ -232,9 +232,8 @@ void takePicture(QWidget *window, const QString &name)
 
 } // namespace
 
-/// Each window in each style of this machine: texts can be read, controls can be reached by keys,
-/// and screen readers get names.
-/// The environment decides the resolution.
+/// Each window in each style of this machine, in the resolution that the environment sets: texts
+/// can be read, controls can be reached by keys, and screen readers get names.
 class TestLayout : public QObject
 {
     Q_OBJECT
@@ -318,22 +317,18 @@ private slots:
 
     void buttonsAndBannerAreDescribed()
     {
-        const struct
-        {
-            const char *form;
-            const char *name;
-            const char *description;
-        } widgets[] = {
+        const char *const widgets[][3] = {
+            // form, widget, description
             {"main window", "eraseLogButton", "Clears the device's log"},
             {"main window", "label_10", "Banner: KV Tool, air-quality transmitters"},
             {"graph", "buttonClear", "Unticks all measurements"},
         };
-        for (const auto &widget : widgets) {
-            const Shown window(text(widget.form));
+        for (const auto &[form, name, description] : widgets) {
+            const Shown window(text(form));
             const auto *const accessible =
-                QAccessible::queryAccessibleInterface(window.child<QWidget>(widget.name));
-            QCOMPARE(accessible->text(QAccessible::Description), text(widget.description));
-            QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), widget.name);
+                QAccessible::queryAccessibleInterface(window.child<QWidget>(name));
+            QCOMPARE(accessible->text(QAccessible::Description), text(description));
+            QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), name);
         }
     }
 
@@ -398,26 +393,22 @@ private slots:
 
     void captionsAreNearestToTheirControls()
     {
-        const struct
-        {
-            const char *form;
-            const char *caption;
-            const char *above;
-        } captions[] = {
+        const char *const captions[][3] = {
+            // form, caption, widget above it
             {"main window", "label_7", "unit"},
             {"main window", "label_13", "buttonShowGraph"},
             {"main window", "label_12", "eraseLogButton"},
             {"graph", "label_2", "showLatestCheckBox"},
             {"graph", "label_4", "graphMinimumSpinBox"},
         };
-        for (const auto &row : captions) {
-            const Shown window(text(row.form));
-            const auto *const caption = window.child<QLabel>(row.caption);
+        for (const auto &[form, name, above] : captions) {
+            const Shown window(text(form));
+            const auto *const caption = window.child<QLabel>(name);
             const QRect rect = window.rectOf(caption);
             const int textTop = rect.bottom() - caption->fontMetrics().height();
-            const int gapAbove = textTop - window.rectOf(window.child<QWidget>(row.above)).bottom();
+            const int gapAbove = textTop - window.rectOf(window.child<QWidget>(above)).bottom();
             const int gapBelow = window.rectOf(caption->buddy()).top() - rect.bottom();
-            QVERIFY2(gapAbove > gapBelow, row.caption);
+            QVERIFY2(gapAbove > gapBelow, name);
         }
     }
 

@@ -16,16 +16,14 @@ QString contents(const QString &path)
 }
 
 // Connected, but hidden for now: tests can only click them by code.
-const QStringList hiddenButtons{QStringLiteral("MainWindow.backupEepromButton"),
-                                QStringLiteral("MainWindow.restoreEepromButton")};
+const QStringList hiddenButtons =
+    texts("MainWindow.backupEepromButton|MainWindow.restoreEepromButton");
 
 // Never shown: an export has as many rows as measurements, whose number was checked before.
 const QStringList neverShown{QStringLiteral("No measurements to save")};
 
 // Part of another text, of a table's header or of a file.
-const QStringList notOnScreen{QStringLiteral("Timestamp"), QStringLiteral("firmware"),
-                              QStringLiteral("CSV files (*.csv)"), QStringLiteral("Name"),
-                              QStringLiteral("Value")};
+const QStringList notOnScreen = texts("Timestamp|firmware|CSV files (*.csv)|Name|Value");
 
 /// Sorted, so that a failure shows what is missing.
 QString listed(const QSet<QString> &names)
@@ -176,8 +174,7 @@ private:
         const QRegularExpression pattern(
             QRegularExpression::anchoredPattern(patterns.join(text(".*"))));
         const QStringList shown = m_records.value(text("text")).keys();
-        return std::any_of(shown.begin(), shown.end(),
-                           [&](const QString &one) { return pattern.match(one).hasMatch(); });
+        return !shown.filter(pattern).isEmpty();
     }
 
     QSet<QString> subjects(const char *event)

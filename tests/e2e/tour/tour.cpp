@@ -14,14 +14,13 @@ namespace {
 
 constexpr int graphNameRole = Qt::UserRole + 2;
 constexpr int exportNameRole = Qt::UserRole + 4;
-constexpr qint64 secondsPerMinute = 60;
 constexpr qint64 secondsPerHour = 3600;
 
 /// As the date fields have it, in whole minutes.
 QDateTime hoursAgo(int hours)
 {
-    const qint64 minutes = QDateTime::currentSecsSinceEpoch() / secondsPerMinute;
-    return QDateTime::fromSecsSinceEpoch(minutes * secondsPerMinute - hours * secondsPerHour);
+    const qint64 minutes = QDateTime::currentSecsSinceEpoch() / 60;
+    return QDateTime::fromSecsSinceEpoch(minutes * 60 - hours * secondsPerHour);
 }
 
 /// The tool's main jobs in one go, by mouse and keys at the real windows, each compared with the
@@ -124,9 +123,6 @@ private:
         }
     }
 
-    /// Takes pictures of the next dialogs under these names; an empty name takes none.
-    void pictureDialogs(const QStringList &names) { m_dialogPictures = names; }
-
     void useConnection()
     {
         const auto saysState = [this](const char *control, const char *state) {
@@ -140,7 +136,7 @@ private:
             picture(text("start"));
             tool().choosePort(text("Unplugged adapter"), file(text("nowhere")));
             dialogs().answerBox(text("Unable to open port!"), text("OK"));
-            pictureDialogs({text("port-does-not-open")});
+            m_dialogPictures << text("port-does-not-open");
             const bool clicked = click("connectButton");
             ports->removeItem(ports->count() - 1);
             window().selectPortIndex(simulated);
@@ -231,7 +227,7 @@ private:
         });
         step("Clear the log; the device's is empty", [this] {
             dialogs().answerBox(text("clear the log"), text("Yes"));
-            pictureDialogs({text("log-clear")});
+            m_dialogPictures << text("log-clear");
             return click("eraseLogButton")
                 && waitFor([this] { return device().state("log") == "0"; });
         });
@@ -253,7 +249,7 @@ private:
         });
         step("Write the settings to the device's memory", [this] {
             dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
-            pictureDialogs({text("write-question"), text("write-wait")});
+            m_dialogPictures << text("write-question") << text("write-wait");
             return click("writeToEepromButton") && !waitDialog()->isVisible();
         });
         step("Restart the device; the settings are still there", [this] {
@@ -272,7 +268,7 @@ private:
             dialogs().answerBox(text("aborting firmware"), text("Yes"));
             dialogs().answerFileDialog(text("Select firmware file"), path);
             dialogs().answerBox(text("Firmware updated"), text("OK"));
-            pictureDialogs({text("firmware-warning"), QString(), text("firmware-start")});
+            m_dialogPictures << text("firmware-warning") << QString() << text("firmware-start");
             const auto waiting =
                 atProgress(40, [this] { picture(text("firmware"), waitDialog()); });
             const bool clicked = write(path, image) && click("updateFirmwareButton");
@@ -368,7 +364,7 @@ private:
     }
 
     QFile m_log;
-    QStringList m_dialogPictures;
+    QStringList m_dialogPictures; ///< names for the next dialogs; an empty one takes none
     bool m_passed = false;
     int m_steps = 0;
     int m_pictures = 0;
