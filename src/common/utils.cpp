@@ -101,6 +101,7 @@ bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector
 
     QTextStream stream(&file);
     LocalTimeFormatter times;
+    // Quirk: nothing is quoted, so a title with a comma shifts the columns.
     stream << titles.join(QLatin1Char(',')) << '\n';
     for (const LogValue &row : rows) {
         stream << times.toString(row.time) << ',';
@@ -112,6 +113,7 @@ bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector
         }
         stream << '\n';
     }
+    // Quirk: errors after opening the file, such as a full disk, are not detected.
     stream.flush();
     file.close();
     return true;

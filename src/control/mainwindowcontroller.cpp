@@ -149,6 +149,7 @@ bool MainWindowController::openStorage(const QString &folder, bool report)
         return true;
     }
     if (report) {
+        // Quirk: "measures" for "measurements"; the text is required.
         m_window->showMessageBox(
             QMessageBox::Critical,
             tr("Unable to write measures to %1. Please choose another directory.").arg(folder));
@@ -185,8 +186,8 @@ void MainWindowController::onConnected()
     m_synchronizing = true;
     m_serialPortHandler->setValue(DeviceVariables::debug, QStringLiteral("0"));
     m_serialPortHandler->readModel();
-    // Quirk: the order of the first commands is fixed, so the names are those of the model in
-    // force; the device's own model is known later.
+    // Quirk: the order of the first commands is fixed, so the names are those of the current model;
+    // the device's own model is available later.
     onSynchronizeClicked();
     m_settings->setValue(SettingsKeys::serialPort, m_serialPortHandler->portName());
 }
@@ -209,7 +210,7 @@ void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
         break;
     case SerialPortValueType::ValueLogOption:
         if (!value.toBool()) {
-            // Quirk: the log can't be read again until the next connect; there is none to read.
+            // Quirk: "Read" stays disabled until the next connection; there is no log to read.
             m_window->closeWaitDialog();
             m_window->showMessageBox(
                 QMessageBox::Warning,
@@ -229,6 +230,8 @@ void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
 void MainWindowController::applyModel(const QString &model)
 {
     qDebug() << "Got model:" << model;
+    // Quirk: a device of an unknown model stays connected, with the settings of the previous
+    // model, since its measurements are still worth storing.
     if (!setModel(model)) {
         m_window->showMessageBox(QMessageBox::Critical,
                                  tr("Device %1 not supported. Please update KV Tool.").arg(model));
@@ -308,6 +311,8 @@ void MainWindowController::onDisconnectClicked()
     m_window->setDeviceClockRunning(false);
     m_window->setConnected(false);
     m_deviceDetails.clear();
+    // Quirk: m_synchronizing stays set if the first reads have not ended, so changes of values are
+    // ignored until the next connection is complete.
     // Quirk: the availability timer keeps running until a device is ready.
     QTimer::singleShot(disconnectDelayMs, Qt::CoarseTimer, this,
                        &MainWindowController::onDisconnectTimer);
@@ -387,7 +392,7 @@ void MainWindowController::onActionFailed(SerialPortActionType action)
         qDebug() << "Failed to transfer firmware";
         showActionFailure(tr("Firmware update failed due to unknown reason"));
         break;
-    // Quirk: the two messages of the EEPROM say "firmware"; their texts are fixed.
+    // Quirk: the two messages of the EEPROM say "firmware"; their texts are required.
     case SerialPortActionType::ActionEepromRead:
     case SerialPortActionType::ActionEepromBlockRead:
         showActionFailure(tr("Failed to read device firmware"));
@@ -427,7 +432,7 @@ void MainWindowController::onWaitDialogCancelled(WaitDialogReason reason)
         m_window->closeWaitDialog();
         m_serialPortHandler->cancelEepromRead();
         break;
-    // Quirk: the device can't be stopped while it writes, so only the dialog is cancelled.
+    // Quirk: the device can't be stopped while it writes, so only the dialog is closed.
     case WaitDialogReason::WritingToEeprom:
     case WaitDialogReason::SettingDeviceClock:
     case WaitDialogReason::NoReason:
@@ -551,8 +556,8 @@ void MainWindowController::onExportLocalMeasurementsToCsv()
         return;
     }
     const QStringList chosen = selection.measurementTypes.values();
-    // Quirk: the first measurement names the columns; a value that a later one lacks shifts the
-    // values after it.
+    // Quirk: the first reading names the columns; a value that is missing in a later one shifts
+    // the values after it.
     QStringList titles(tr("Timestamp"));
     titles += MeasurementExport::valueNames(measurements.first(), chosen);
     for (QString &title : titles) {
@@ -605,6 +610,8 @@ void MainWindowController::onUpdateFirmwareClicked()
         return;
     }
     qDebug() << "Updating firmware";
+    // Quirk: not started again after a failed or cancelled update, since the device may be in its
+    // bootloader.
     m_measurementTimer.stop();
     m_measurementAvailabilityTimer.stop();
     m_serialPortHandler->clearJobs();
@@ -670,7 +677,7 @@ void MainWindowController::saveEepromBackup(const QByteArray &data)
 
 void MainWindowController::onRestoreEepromClicked()
 {
-    // Quirk: the messages about this file say "firmware" too; their texts are fixed.
+    // Quirk: the messages about this file say "firmware" too; their texts are required.
     const QByteArray contents = m_fileSelection.readFileWithDialog(
         tr("Select eeprom backup file"), SettingsKeys::eepromFileName, QStringLiteral("*.dat"),
         tr("firmware"));

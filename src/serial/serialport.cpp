@@ -38,6 +38,8 @@ bool SerialPort::open()
         qDebug() << "Port opened!";
         return true;
     }
+    // Quirk: close() replaces the error text of open(), so the reason is always "Device is not
+    // open".
     m_port->close();
     qDebug() << "Port open failed!";
     emit error(m_port->errorString());

@@ -30,7 +30,7 @@ constexpr int noLogRead = -1;
 
 constexpr int eepromBlockSize = 64; // bytes
 constexpr int eepromBlocks = 1024;
-// Quirk: one byte less than the blocks contain. A backup file has this size.
+// Quirk: one byte less than the blocks contain. Existing backup files have this size.
 constexpr int eepromImageSize = 65535;
 
 constexpr unsigned firmwareBlockSize = 16; // bytes
@@ -154,7 +154,7 @@ QString SerialPortHandler::portName() { return m_queue->portName(); }
 
 void SerialPortHandler::readLog()
 {
-    // Quirk: the log of 0 entries is not refused while it is read.
+    // Quirk: a second read is accepted while a log of 0 entries is being read.
     if (m_logCount >= 1) {
         qDebug() << "Already reading log";
         return;
@@ -167,6 +167,8 @@ void SerialPortHandler::writeToEeprom() { addJobIfConnected<SerialPortJobWriteTo
 void SerialPortHandler::cancelLogRead()
 {
     clearJobs();
+    // Quirk: a row whose queued signal is delivered after this becomes the first row of the next
+    // log, since a row doesn't identify its read.
     resetLogData();
 }
 

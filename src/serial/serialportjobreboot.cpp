@@ -12,6 +12,7 @@ SerialPortJobReboot::SerialPortJobReboot(SerialPortInterface *port, RebootMode m
     setTimeout(rebootTimeoutMs);
 }
 
+// Quirk: no empty line first, as for erasing the log.
 void SerialPortJobReboot::sendCommand() { write(QStringLiteral("reboot --really\r\n")); }
 
 void SerialPortJobReboot::parseData(QString buffer)

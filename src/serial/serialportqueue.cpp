@@ -105,8 +105,8 @@ void SerialPortQueue::onJobTimedOut()
     qDebug() << "void SerialPortQueue::onJobTimedOut()" << displayName(job->type()) << "timed out";
     if (job->canRestart()) {
         qDebug() << "Restarting current job";
-        // Quirk: a refusal is ignored. The job stays current and stopped, and the queue stops
-        // without a signal, since a silent device is noticed by the user, who disconnects.
+        // Quirk: the result of restart() is ignored. After the last attempt the job stays current
+        // and stopped, and the queue stops without a signal until the user cancels or disconnects.
         job->restart();
         return;
     }
@@ -168,8 +168,9 @@ void SerialPortQueue::stopCurrentJob()
     if (!m_current) {
         return;
     }
-    // Quirk: disconnects nothing, since the connections run the other way. The signals that a job
-    // still raises after stop() are relayed until it is destroyed.
+    // Quirk: disconnects nothing, since the queue is the sender here and the job is the sender of
+    // the connections. The results that a job still emits after stop() are relayed until it is
+    // destroyed.
     QObject::disconnect(this, nullptr, m_current.data(), nullptr);
     m_current->stop();
     m_current.clear();

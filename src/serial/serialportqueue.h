@@ -5,11 +5,12 @@
 
 #include <QtCore/QQueue>
 
-/// Runs the jobs of one device conversation, one at a time and in the order of their arrival.
+/// Runs the jobs of one device, one at a time and in the order of their arrival.
 ///
-/// Shares the transport and the jobs. A job that times out is sent again until it refuses; the
-/// queue then stops, without a signal, until it is cleared or closed, gets another transport or
-/// loses that job by removeJobs(). A slot may do any of these inside any signal of queue or job.
+/// Shares the transport and the jobs. A job that times out is sent again until restart() returns
+/// false; the queue then stops, without a signal, until it is cleared or closed, gets another
+/// transport or removes that job by removeJobs(). A slot may do any of these inside any signal of
+/// queue or job.
 class SerialPortQueue : public SerialPortQueueInterface
 {
     Q_OBJECT
@@ -28,7 +29,7 @@ public:
     QSharedPointer<SerialPortInterface> serialPort() override;
     bool hasJob(SerialPortJobType type) override;
 
-    /// May raise allJobsDone(), like the end of a job.
+    /// May emit allJobsDone(), like the end of a job.
     void removeJobs(SerialPortJobType type) override;
 
     /// The current job, or null.
@@ -53,7 +54,7 @@ private:
     void finishCurrentJob();
     void connectJob(SerialPortJobInterface *job);
 
-    // The current job if it raised the signal that is being handled, otherwise null. A slot that is
+    // The current job if it emitted the signal that is being handled, otherwise null. A slot that is
     // called directly is about the current job.
     QSharedPointer<SerialPortJobInterface> reportingJob() const;
 

@@ -32,7 +32,7 @@ bool ConfigurationLoader::readDevices(QMap<QString, DeviceConfiguration> &device
         }
     }
     // Quirk: an unknown element or a device without a name ends parsing without an error; the
-    // models after it are not read.
+    // models after it are not read. So does malformed XML, here and in the functions below.
     const QString deviceElement = QStringLiteral("Device");
     const QString nameAttribute = QStringLiteral("name");
     while (m_reader.readNextStartElement() && isElement(deviceElement)
