@@ -3,7 +3,7 @@
 
 #include <QtCore/QString>
 
-/// Identity of a device as it reports it. The store knows a device by its serial number alone.
+/// Identity of a device as it reports it. The store identifies a device by its serial number alone.
 struct DeviceDetails
 {
     /// The values of the variables of these names, see DeviceVariables.

@@ -6,5 +6,5 @@ struct MeasurementDisplayOptions
 {
     bool temperatureInCelsius = true; ///< °C, otherwise °F
     bool pollutantInPpm = true; ///< ppm, otherwise µg/m³
-    bool hideUndefinedUnit = true; ///< no text for a unit that is not known
+    bool hideUndefinedUnit = true; ///< no text for an undefined unit
 };

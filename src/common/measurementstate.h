@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// Whether a device's readings can be trusted at present. Only Ready is good.
+/// Whether a device's readings are valid. They are only in the state Ready.
 enum class MeasurementState {
     WarmingUp = 0,
     Ready = 1,

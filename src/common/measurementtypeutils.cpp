@@ -48,7 +48,7 @@ double MeasurementTypeUtils::convertToDisplayUnit(double value, MeasurementType 
 double MeasurementTypeUtils::convertPollutant(double value, MeasurementUnit unit, double multiplier,
                                               const MeasurementDisplayOptions &options)
 {
-    // Quirk: multiplied in either direction, never divided: a model gives the factor that its
+    // Quirk: multiplied in either direction, never divided: a model contains the factor that its
     // device needs.
     return unit == displayUnitOf(MeasurementType::Pollutant, options)
         ? value
@@ -61,7 +61,7 @@ double MeasurementTypeUtils::convertTemperature(double value, MeasurementUnit un
     if (isInDisplayTemperatureUnit(unit, options)) {
         return value;
     }
-    // Quirk: a unit that is no temperature is converted as well, as if it were the other one.
+    // Quirk: a unit of another type is converted as well, as if it were the other temperature unit.
     return options.temperatureInCelsius ? ConversionUtils::fahrenheitToCelsius(value)
                                         : ConversionUtils::celsiusToFahrenheit(value);
 }

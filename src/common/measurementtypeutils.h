@@ -4,7 +4,7 @@
 #include "common/measurementdisplayoptions.h"
 #include "common/measurementitem.h"
 
-/// Converts measurements to the units that the user chose, and gives the names of units and
+/// Converts measurements to the units that the user chose, and supplies the names of units and
 /// measurements.
 ///
 /// The items are those of the current model. A name is compared exactly; the first of several items
@@ -29,11 +29,11 @@ public:
                                        double multiplier, const MeasurementDisplayOptions &options);
 
     /// @p value times @p multiplier unless @p unit is the chosen unit already. There is one
-    /// factor for both directions: a model gives the one that its device needs.
+    /// factor for both directions: a model contains the one that its device needs.
     static double convertPollutant(double value, MeasurementUnit unit, double multiplier,
                                    const MeasurementDisplayOptions &options);
 
-    /// @p value in the chosen temperature unit. A @p unit that is no temperature is treated
+    /// @p value in the chosen temperature unit. A @p unit of another type is treated
     /// as the one that was not chosen.
     static double convertTemperature(double value, MeasurementUnit unit,
                                      const MeasurementDisplayOptions &options);

@@ -9,7 +9,7 @@
 /// Writes @p titles and @p rows to the file @p fileName, replacing an existing one. The first
 /// column is the row's time, local, in ISO form; @p titles must contain its heading. Nothing is
 /// quoted, and numbers have six significant digits. False, with the reason in @p error, when the
-/// file cannot be opened; an error while writing is not noticed.
+/// file cannot be opened; an error while writing is not detected.
 bool saveToCsv(const QString &fileName, const QStringList &titles, const QVector<LogValue> &rows,
                QString &error);
 

@@ -171,7 +171,7 @@ bool MainWindowController::prepareSerialPort(const QString &portName)
         return false;
     }
     // Quirk: a port's location ("/dev/ttyUSB0") differs from the name that the transport reports
-    // ("ttyUSB0"), so on Linux each connect makes a new transport.
+    // ("ttyUSB0"), so on Linux each "Connect" creates a new transport.
     if (portName == m_serialPortHandler->portName()) {
         qDebug() << "Port already opened, trying again to read sw version";
     } else {
@@ -466,7 +466,7 @@ void MainWindowController::onLoadSettingsClicked()
 void MainWindowController::onSynchroniceClockClicked()
 {
     // Quirk: the call returns when the dialog has closed. The same button reads the device again,
-    // and the clock reply of that reading closes the dialog; then the clock is written.
+    // and the clock reply of that read closes the dialog; then the clock is written.
     m_window->showWaitDialog(WaitDialogReason::SettingDeviceClock,
                              tr("Setting device clock, please wait"));
     m_serialPortHandler->setDate(QDateTime::currentDateTimeUtc());

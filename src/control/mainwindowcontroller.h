@@ -23,7 +23,8 @@ class SerialPortHandlerInterface;
 class SettingsInterface;
 
 /// Decides how the program reacts to each event. The window reports what the user asks for, the
-/// handler talks to the device and the store keeps the measurements; only this class connects them.
+/// handler communicates with the device and the store keeps the readings; only this class connects
+/// them.
 ///
 /// Owns none of its four collaborators; each must outlive it. Wait dialogs, message boxes and file
 /// dialogs run a nested event loop, so any slot may run while another one waits for the user.

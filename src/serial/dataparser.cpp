@@ -67,7 +67,7 @@ constexpr ReplyPattern firmwareDoneReply = {"\\..*", Ending::Pattern, 0};
 constexpr ReplyPattern showListReply = {".*show\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
 constexpr ReplyPattern setListReply = {".*set\\:\\slist(\\d+)=(.*)", Ending::Prompt, 2};
 
-// The argument, if any, takes the place of %1, unescaped.
+// The argument, if any, replaces %1, unescaped.
 template <typename... Argument>
 bool matches(const QString &text, const ReplyPattern &reply, QRegExp &rx,
              const Argument &...argument)

@@ -25,7 +25,7 @@ struct ListItem
 
 /// Recognises the replies of the device's console.
 ///
-/// Each function is given all the text that a job has received so far and returns whether it is the
+/// Each function receives all the text that a job has received so far and returns whether it is the
 /// complete reply to one command; older text may precede it. Case does not matter. On false
 /// (NoMatch, ChecksumMismatch) the out-parameters are unspecified, unless stated otherwise.
 class DataParser
@@ -40,13 +40,13 @@ public:
     /// The name of the model.
     static bool parseModel(const QString &text, QString &model);
 
-    /// The value of the variable @p name, which goes into the pattern unescaped.
+    /// The value of the variable @p name, which is inserted into the pattern unescaped.
     static bool parseValue(const QString &name, const QString &text, QString &value);
 
-    /// Whether the device does not know the variable.
+    /// Whether the device reports that it has no such variable.
     static bool isUnknownParameter(const QString &text);
 
-    /// The value that the device echoes after a set.
+    /// The value in the device's reply to a set.
     static bool parseSetValue(const QString &text, QString &value);
 
     /// The measurement line as raw name and raw value; empty when a pair is malformed.
@@ -96,7 +96,7 @@ public:
     /// Whether the text ends with the bootloader's prompt.
     static bool isBootPrompt(const QString &text);
 
-    /// The bootloader's answers to a block, and to the last one.
+    /// The bootloader's replies to a block, and to the last one.
     /// @{
     static bool isFirmwareBlockAccepted(const QString &text);
     static bool isFirmwareBlockRejected(const QString &text);
@@ -118,7 +118,7 @@ public:
     static bool parseMeasurementPairs(const QString &text, QMap<QString, QString> &values);
 
     /// Captures 1 to 6 are year, month, day, hour, minute, second. False only when one is not a
-    /// number: a date or time that does not exist gives true and is invalid.
+    /// number; true with an invalid result for a date or time that does not exist.
     /// @{
     static bool dateTimeFromCaptures(const QRegExp &rx, QDateTime &date);
     static bool timeFromCaptures(const QRegExp &rx, QTime &time);
@@ -134,8 +134,8 @@ public:
     /// A hexadecimal number; false for anything else.
     static bool parseHex(const QString &text, unsigned &out);
 
-    /// Splits "timestamp,number,..."; false and no values for a field that is not a number. A
-    /// malformed timestamp gives true and an invalid @p time.
+    /// Splits "timestamp,number,..."; false and no values for a field that is not a number, true
+    /// and an invalid @p time for a malformed timestamp.
     static bool parseLogRecord(const QString &text, QDateTime &time, QVector<double> &values);
 
     /// The parts between the commas.

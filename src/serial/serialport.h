@@ -8,7 +8,7 @@
 /// A serial port of the machine: 115200 baud, 8 data bits, no parity, one stop bit, no flow
 /// control.
 ///
-/// A port that fails once it is open raises no signal: its jobs time out. A slot of dataReady() may
+/// A port that fails once it is open emits no signal: its jobs time out. A slot of dataReady() may
 /// close or delete it.
 class SerialPort : public SerialPortInterface
 {
@@ -33,5 +33,5 @@ private slots:
 
 private:
     QSerialPort *m_port; // owned; outlives an object that is deleted inside dataReady()
-    bool m_isReading = false; // dataReady() is being raised
+    bool m_isReading = false; // dataReady() is being emitted
 };

@@ -9,8 +9,8 @@
 ///
 /// Shares the queue; a transport has to be set before the first request. Most signals of the queue
 /// are received by queued connections, out of the call stack of the job, so a slot may add jobs or
-/// clear the queue. Failed jobs and EEPROM blocks are received at once, so that a cancel takes
-/// effect before the next job starts.
+/// clear the queue. Failed jobs and EEPROM blocks are received at once, so that a cancellation
+/// takes effect before the next job starts.
 class SerialPortHandler : public SerialPortHandlerInterface
 {
     Q_OBJECT
@@ -57,7 +57,7 @@ public:
     void updateFirmware(const QByteArray &firmware) override;
     void cancelFirmwareUpdate() override;
 
-    /// Blocks that have been read or written already stay so.
+    /// Blocks that have already been written remain written.
     /// @{
     void cancelEepromRead() override;
     void cancelEepromWrite() override;
@@ -70,7 +70,7 @@ public:
     void writeEeprom(const QByteArray &data) override;
 
 public slots:
-    /// The answer may take up to five sends of the first command.
+    /// Sends the first command up to five times.
     void connectToDevice() override;
 
 private slots:

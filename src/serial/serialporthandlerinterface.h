@@ -10,8 +10,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-/// The operations that a device offers. Each request is queued and answered by signal. A request
-/// that needs a device is ignored until the first device has been connected.
+/// The operations that a device offers. Each request is queued; its result is reported by a signal.
+/// A request that needs a device is ignored until the first device has been connected.
 class SerialPortHandlerInterface : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public:
         : QObject(parent)
     { }
 
-    /// Drops all jobs and takes @p port in place of the present one, which is closed.
+    /// Removes all jobs, closes the current port and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
 
     /// Reads the device's variable @p name; an empty name is ignored.
@@ -31,7 +31,7 @@ public:
     /// Reads each of the variables, see readValue().
     virtual void readValues(const QStringList &names) = 0;
 
-    /// Reads all measurements once: measurementsRead().
+    /// Reads all measurements once; then emits measurementsRead().
     virtual void readMeasurements() = 0;
 
     /// Sets the device's variable @p name; an empty name is ignored.
@@ -43,53 +43,56 @@ public:
     virtual void setValues(const QString &text) = 0;
     /// @}
 
-    /// Drops all jobs, the current one included.
+    /// Removes all jobs, including the current one.
     virtual void clearJobs() = 0;
 
-    /// Drops all jobs and closes the port. isConnected() stays as it is.
+    /// Removes all jobs and closes the port. isConnected() stays as it is.
     virtual void disconnectFromDevice() = 0;
 
-    /// Name of the present port; empty without one.
+    /// Name of the current port; empty without one.
     virtual QString portName() = 0;
 
-    /// Reads the whole log: logReadProgress() for each row, logRead() at the end.
+    /// Reads the whole log. Emits logReadProgress() for each row, then logRead().
     virtual void readLog() = 0;
 
-    /// Stores the settings in the device's non-volatile memory: ActionWriteToEeprom.
+    /// Stores the settings in the device's non-volatile memory; then emits
+    /// actionFinished(ActionWriteToEeprom).
     virtual void writeToEeprom() = 0;
 
     /// Ends the reading of the log without logRead().
     virtual void cancelLogRead() = 0;
 
-    /// Erases the device's log: ActionEraseLog.
+    /// Erases the device's log; then emits actionFinished(ActionEraseLog).
     virtual void eraseLog() = 0;
 
-    /// Sets the device's clock, in UTC: ActionSetDate.
+    /// Sets the device's clock, in UTC; then emits actionFinished(ActionSetDate).
     virtual void setDate(const QDateTime &date) = 0;
 
-    /// Reads the clock or the model: valueRead().
+    /// Reads the clock or the model; then emits valueRead().
     /// @{
     virtual void readDate() = 0;
     virtual void readModel() = 0;
     /// @}
 
-    /// Opens the port if it is not open. On failure raises error and returns false.
+    /// Opens the port if it is not open. On failure emits error() and returns false.
     virtual bool openPort() = 0;
 
-    /// Whether a device has answered since the start. Stays true after a disconnect.
+    /// Whether a device has replied since the start. Stays true after a disconnection.
     virtual bool isConnected() = 0;
 
     /// Loads the device's factory settings.
     virtual void factoryReset() = 0;
 
-    /// Restarts the device, into its firmware (ActionReboot) or its bootloader
-    /// (ActionRebootForFirmware).
+    /// Restarts the device, into its firmware or its bootloader; then emits actionFinished() with
+    /// ActionReboot or ActionRebootForFirmware.
     /// @{
     virtual void reboot() = 0;
     virtual void rebootToBootloader() = 0;
     /// @}
 
-    /// Queues the whole transfer of @p firmware, which waits for the bootloader first.
+    /// Queues the whole transfer of @p firmware, which waits for the bootloader first. Emits
+    /// actionFinished() with ActionBootloaderEntered, with ActionFirmwareBlockTransmitted for each
+    /// accepted block, and with ActionFirmwareTransmitted.
     virtual void updateFirmware(const QByteArray &firmware) = 0;
 
     /// Removes the wait for the bootloader and all blocks, including the current one.
@@ -101,30 +104,32 @@ public:
     virtual void cancelEepromWrite() = 0;
     /// @}
 
-    /// Queues the reading of all 1024 blocks of 64 bytes: ActionEepromRead.
+    /// Queues the reading of all 1024 blocks of 64 bytes. Emits actionFinished() with
+    /// ActionEepromBlockRead for each block, and with ActionEepromRead.
     virtual void readEeprom() = 0;
 
-    /// Queues the writing of @p data as 1024 blocks of 64 bytes; its length is not checked.
+    /// Queues the writing of @p data as 1024 blocks of 64 bytes; its length is not checked. Emits
+    /// actionFinished() with ActionEepromBlockWritten for each block, and with ActionEepromWritten.
     virtual void writeEeprom(const QByteArray &data) = 0;
 
 public slots:
-    /// Opens the port and sends a first command; connected() follows its answer.
+    /// Opens the port and sends a first command; connected() follows its reply.
     virtual void connectToDevice() = 0;
 
 signals:
     /// A job failed or the port could not be opened; @p reason is a text for the user.
     void error(QString reason);
 
-    /// The device has given its first answer.
+    /// The device has sent its first reply.
     void connected();
 
-    /// The device's variable @p name has this @p value; null when the device does not know it.
+    /// The device's variable @p name has this @p value; null if the device has no such variable.
     /// @{
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
     /// @}
 
-    /// One reply of measurements, raw name to raw value, and when it came, in UTC.
+    /// One reading, raw name to raw value, and when it was received, in UTC.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
 
     /// The whole log.
@@ -136,11 +141,12 @@ signals:
     /// The last job has ended.
     void allJobsDone();
 
-    /// An action has made progress or failed; SerialPortActionType says what @p result is.
-    /// @{
+    /// An action was completed, or has made progress if it has several steps; @p result depends on
+    /// SerialPortActionType. A failure is reported by actionFailed().
     void actionFinished(SerialPortActionType action, QVariant result);
+
+    /// An action failed. Not emitted for a time-out after which the queue stops.
     void actionFailed(SerialPortActionType action);
-    /// @}
 
     /// A value was read; SerialPortValueType says which.
     void valueRead(SerialPortValueType type, QVariant value);

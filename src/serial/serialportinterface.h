@@ -22,7 +22,7 @@ public:
     /// Sends bytes unchanged.
     virtual void write(QByteArray data) = 0;
 
-    /// Opens the port. On failure raises error and returns false.
+    /// Opens the port. On failure emits error() and returns false.
     virtual bool open() = 0;
 
     /// Closes the port.

@@ -12,9 +12,9 @@
 /// is a reply, and reports by signal.
 ///
 /// Does not own the port; without one, or after its deletion, nothing is sent. If the job is held
-/// by shared pointers, a slot may release the last one inside any signal: the job stays alive until
-/// the outermost call into it returns. After finished(), failed(), error() or timedOut() a job
-/// class accesses none of its members.
+/// by shared pointers, a slot may release the last one inside any signal: the job is not deleted
+/// before the outermost call into it returns. After finished(), failed(), error() or timedOut() a
+/// job class accesses none of its members.
 class SerialPortJob : public SerialPortJobInterface,
                       public QEnableSharedFromThis<SerialPortJobInterface>
 {
@@ -43,11 +43,11 @@ protected slots:
     /// Appends to the received text and checks the whole of it.
     void dataReady(QString data) override;
 
-    /// Stops the job and raises timedOut().
+    /// Stops the job and emits timedOut().
     void onTimeOut() override;
 
 protected:
-    /// Raises failed() with the job's type.
+    /// Emits failed() with the job's type.
     void fail();
 
     /// Writes to the port, if there is one. Errors are not reported; the job times out.

@@ -15,7 +15,7 @@ void SerialPortJobConnect::sendCommand()
 
 void SerialPortJobConnect::parseData(QString buffer)
 {
-    QString version; // any value shows that a device answers
+    QString version; // any value shows that a device replies
     if (DataParser::parseValue(DeviceVariables::swVersion, buffer, version)) {
         stop();
         emit finished();

@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Clears the log: actionFinished() with ActionEraseLog, or valueRead() with ValueLogOption false
-/// where there is no log. Each comes before stop().
+/// Clears the log. Emits actionFinished() with ActionEraseLog, or valueRead() with ValueLogOption
+/// false if there is no log. Either is emitted before stop().
 class SerialPortJobEraseLog : public SerialPortJob
 {
     Q_OBJECT

@@ -69,14 +69,14 @@ signals:
     /// The exchange is over; the job is not used again.
     void finished();
 
-    /// The variable @p name of the device was set or read and has this @p value; null when the
-    /// device does not know it.
+    /// The variable @p name of the device was set or read and has this @p value; null if the device
+    /// has no such variable.
     /// @{
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
     /// @}
 
-    /// One reply of measurements, raw name to raw value, and when it came, in UTC.
+    /// One reading, raw name to raw value, and when it was received, in UTC.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
 
     /// Row @p index of the log, from 1 up, with its values in the order of the titles; @p time is
@@ -98,10 +98,11 @@ signals:
     /// The exchange, a job of this type, failed.
     void failed(SerialPortJobType type);
 
-    /// Not raised; actionFinished() with ActionWriteToEeprom is.
+    /// Not emitted; actionFinished() with ActionWriteToEeprom is.
     void dataWrittenToEeprom();
 
-    /// An action that the user sees has made progress; SerialPortActionType says what @p result is.
+    /// An action was completed, or has made progress if it has several steps; @p result depends on
+    /// SerialPortActionType.
     void actionFinished(SerialPortActionType action, QVariant result);
 
     /// A value was read; SerialPortValueType says which.

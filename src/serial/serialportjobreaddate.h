@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads the device's clock: valueRead() with ValueDeviceDate, in UTC.
+/// Reads the device's clock. Emits valueRead() with ValueDeviceDate, in UTC.
 class SerialPortJobReadDate : public SerialPortJob
 {
     Q_OBJECT

@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads block @p blockIndex (0 to 1023, 64 bytes each) of the memory: eepromBlockRead(), then
-/// actionFinished() with ActionEepromBlockRead and @p progress in percent.
+/// Reads block @p blockIndex (0 to 1023, 64 bytes each) of the memory. Emits eepromBlockRead(),
+/// then actionFinished() with ActionEepromBlockRead and @p progress in percent.
 class SerialPortJobReadEepromBlock : public SerialPortJob
 {
     Q_OBJECT

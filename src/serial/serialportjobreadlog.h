@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Asks for the number of log entries: valueRead() with ValueLogOption, and with ValueLogCount when
-/// the device has a log.
+/// Asks for the number of log entries. Emits valueRead() with ValueLogOption, and with
+/// ValueLogCount if the device has a log.
 class SerialPortJobReadLog : public SerialPortJob
 {
     Q_OBJECT

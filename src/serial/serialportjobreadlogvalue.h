@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads one row of the log: logTitlesRead() for row 0, logValueRead() for the others. A row with a
-/// wrong checksum is asked for again at once.
+/// Reads one row of the log. Emits logTitlesRead() for row 0, logValueRead() for the others. A row
+/// with a wrong checksum is asked for again at once.
 class SerialPortJobReadLogValue : public SerialPortJob
 {
     Q_OBJECT

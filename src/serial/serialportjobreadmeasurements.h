@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads all present measurements: measurementsRead(), stamped with this machine's time in UTC.
+/// Reads all measurements. Emits measurementsRead() with the computer's time in UTC.
 ///
 /// Leaves stop() to the queue, as the only job class.
 class SerialPortJobReadMeasurements : public SerialPortJob

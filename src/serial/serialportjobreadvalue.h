@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Reads one variable of the device: dataRead(). A variable that the device does not know has a
-/// null value; that is an answer, not a failure.
+/// Reads one variable of the device. Emits dataRead(), with a null value if the device has no such
+/// variable; that is a result, not a failure.
 class SerialPortJobReadValue : public SerialPortJob
 {
     Q_OBJECT

@@ -9,7 +9,8 @@ enum class RebootMode {
     RebootForFirmwareUpdate = 1 ///< the device has announced its reset; the bootloader follows
 };
 
-/// Restarts the device: actionFinished() with ActionReboot or ActionRebootForFirmware, by @p mode.
+/// Restarts the device. Emits actionFinished() with ActionReboot or ActionRebootForFirmware,
+/// depending on @p mode.
 class SerialPortJobReboot : public SerialPortJob
 {
     Q_OBJECT

@@ -3,12 +3,12 @@
 
 #include "serial/serialportjob.h"
 
-/// Sets the device's clock: actionFinished() with ActionSetDate and the date that the device
+/// Sets the device's clock. Emits actionFinished() with ActionSetDate and the date that the device
 /// confirms.
 ///
 /// The date is sent in ISO form: one in UTC or local time without a zone, one with an offset or a
 /// time zone with its offset, as "+02:00". The device's clock is UTC, so only dates in UTC are
-/// useful. An invalid date raises error(), and nothing is sent.
+/// useful. For an invalid date error() is emitted, and nothing is sent.
 class SerialPortJobSetDate : public SerialPortJob
 {
     Q_OBJECT

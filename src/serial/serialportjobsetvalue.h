@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Sets one variable of the device: dataWritten() with the value that the device echoes, which may
-/// differ from the one sent.
+/// Sets one variable of the device. Emits dataWritten() with the value in the device's reply, which
+/// may differ from the one sent.
 class SerialPortJobSetValue : public SerialPortJob
 {
     Q_OBJECT

@@ -3,9 +3,10 @@
 
 #include "serial/serialportjob.h"
 
-/// Sends one block (up to 16 bytes) of a firmware image to the bootloader: actionFinished() with
-/// ActionFirmwareBlockTransmitted and @p progress in percent, or with ActionFirmwareTransmitted
-/// when the bootloader has the whole image; failed() when it refuses.
+/// Sends one block (up to 16 bytes) of a firmware image to the bootloader. Emits actionFinished()
+/// with ActionFirmwareBlockTransmitted and @p progress in percent, or with
+/// ActionFirmwareTransmitted when the bootloader has the whole image, or failed() when it rejects
+/// the block.
 ///
 /// A block is never sent twice.
 class SerialPortJobTransmitFirmwareBlock : public SerialPortJob

@@ -3,9 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Waits for the bootloader and takes it into receive mode: actionFinished() with
-/// ActionBootloaderEntered. The time-out is long enough for the user to restart
-/// the device.
+/// Waits for the bootloader and switches it to receive mode. Emits actionFinished() with
+/// ActionBootloaderEntered. The time-out is long enough for the user to restart the device.
 class SerialPortJobUpdateFirmware : public SerialPortJob
 {
     Q_OBJECT

@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Writes @p data to block @p blockIndex (0 to 1023, 64 bytes each) of the memory:
+/// Writes @p data to block @p blockIndex (0 to 1023, 64 bytes each) of the memory. Emits
 /// eepromBlockWritten(), then actionFinished() with ActionEepromBlockWritten and @p progress in
 /// percent. Data of another length is sent unchanged.
 class SerialPortJobWriteEepromBlock : public SerialPortJob

@@ -3,8 +3,8 @@
 
 #include "serial/serialportjob.h"
 
-/// Has the device keep its settings in non-volatile memory: actionFinished() with
-/// ActionWriteToEeprom, which comes before stop(). The device may take minutes.
+/// Makes the device store its settings in non-volatile memory. Emits actionFinished() with
+/// ActionWriteToEeprom, before stop(). The device may need minutes.
 class SerialPortJobWriteToEeprom : public SerialPortJob
 {
     Q_OBJECT

@@ -54,8 +54,8 @@ private:
     void finishCurrentJob();
     void connectJob(SerialPortJobInterface *job);
 
-    // The current job if it emitted the signal that is being handled, otherwise null. A slot that is
-    // called directly is about the current job.
+    // The current job if it emitted the signal that is being handled, otherwise null. A slot that
+    // is called directly is about the current job.
     QSharedPointer<SerialPortJobInterface> reportingJob() const;
 
     static QString displayName(SerialPortJobType type);

@@ -21,7 +21,7 @@ public:
     /// Removes all jobs, closes and releases the present transport, and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
 
-    /// Removes all waiting jobs and stops the current one. Raises no signal.
+    /// Removes all waiting jobs and stops the current one. Emits no signal.
     virtual void clear() = 0;
 
     /// Removes all jobs and closes the port.
@@ -46,7 +46,7 @@ public:
     virtual void removeJobs(SerialPortJobType type) = 0;
 
 signals:
-    /// The current job raised its error(): @p reason is the job's name and its message.
+    /// The current job emitted its error(): @p reason is the job's name and its message.
     void error(QString reason);
 
     /// Relayed from the current job, see SerialPortJobInterface.
@@ -56,7 +56,8 @@ signals:
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
     /// @}
 
-    /// A job has ended and none is waiting. Not raised after a connect job, since more jobs follow.
+    /// A job has ended and none is waiting. Not emitted after a connect job, since more jobs
+    /// follow.
     void allJobsDone();
 
     /// A job has ended; the next one, if any, starts after this signal.

@@ -24,7 +24,8 @@ enum class SerialPortJobType {
     JobWriteEepromBlock = 16
 };
 
-/// Which action that the user sees has made progress. After each, the result in actionFinished().
+/// An action that the user sees: completed, or one step of it. The comment after each describes the
+/// result in actionFinished().
 enum class SerialPortActionType {
     ActionWriteToEeprom = 0, ///< none
     ActionSetDate = 1, ///< QDateTime that the device confirmed

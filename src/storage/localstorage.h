@@ -9,8 +9,9 @@
 
 #include <QtCore/QMap>
 
-/// The store of devices and their measurements. Values are raw: in the device's units and under its
-/// own names. A failure is reported by false or an empty result, and in the log.
+/// The store of devices and their readings, each of which is called a measurement here. Values are
+/// raw: in the device's units and under its own names. A failure is reported by false or an empty
+/// result, and in the log.
 class LocalStorage
 {
 public:

@@ -3,7 +3,7 @@
 
 #include "storage/localstorage.h"
 
-/// Stores the measurements of the connected device, whose row in the store it remembers.
+/// Stores the readings of the connected device, whose row id it keeps.
 ///
 /// A failure of the store is only logged.
 class LocalStorageHandler
@@ -16,10 +16,10 @@ public:
     bool open(const QString &path);
 
     /// Finds or adds the device with these @p details, to which measurements belong from now on. If
-    /// that fails there is no device, unless the store set an id nevertheless.
+    /// that fails, there is no device, unless the store set an id nevertheless.
     void setDevice(const DeviceDetails &details);
 
-    /// Stores one reply of the device. Without a device it is dropped, with a warning.
+    /// Stores one reading. Without a device it is discarded, with a warning.
     void addMeasurements(const MeasurementMetadata &metadata,
                          const QVector<MeasurementValue> &values);
 

@@ -192,7 +192,7 @@ void LocalStorageSqlite::close() { m_database.close(); }
 
 bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
 {
-    // Quirk: the row of a known serial number keeps its first model and versions.
+    // Quirk: the existing row of a serial number keeps its first model and versions.
     const QVector<StoredDevice> known = devices();
     const auto found =
         std::find_if(known.cbegin(), known.cend(), [&details](const StoredDevice &device) {

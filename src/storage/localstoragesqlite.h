@@ -23,13 +23,13 @@ public:
 
     void close() override;
 
-    /// Only the serial number identifies a device: the row of a known one is not changed.
+    /// Only the serial number identifies a device; an existing row is not changed.
     bool addDevice(const DeviceDetails &details, unsigned &id) override;
 
     bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                         unsigned &measurementId) override;
 
-    /// Adds a row even if the name is known, and remembers its id for the name.
+    /// Adds a row even if there is one with this name, and remembers its id for the name.
     bool addMeasurementType(const QString &name, unsigned &typeId) override;
 
     /// Values that are not valid are not stored. One that cannot be stored does not stop the

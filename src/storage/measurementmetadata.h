@@ -5,7 +5,7 @@
 
 #include <QtCore/QDateTime>
 
-/// When a measurement was taken, and the state of the device at that time.
+/// When a reading was received, and the state of the device at that time.
 struct MeasurementMetadata
 {
     MeasurementState state = MeasurementState::WarmingUp; ///< the state of the device

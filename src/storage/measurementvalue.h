@@ -3,7 +3,7 @@
 
 #include <QtCore/QString>
 
-/// One value of a measurement, under its raw name and in the unit that the device delivers.
+/// One value of a reading, under its raw name and in the device's unit.
 struct MeasurementValue
 {
     QString name; ///< the raw name

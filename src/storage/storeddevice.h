@@ -9,7 +9,7 @@
 /// a device without measurements.
 struct StoredDevice
 {
-    DeviceDetails details; ///< as they were when the device was first seen
+    DeviceDetails details; ///< as they were at the device's first connection
     unsigned id = 0; ///< the id of its row
     QDateTime firstMeasurement; ///< UTC
     QDateTime lastMeasurement; ///< UTC

@@ -6,7 +6,7 @@
 
 #include <QtCore/QVector>
 
-/// A measurement in the store. Its values are always valid.
+/// A reading in the store. Its values are always valid.
 struct StoredMeasurement : MeasurementMetadata
 {
     /// Empty if none could be stored.

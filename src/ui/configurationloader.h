@@ -10,7 +10,7 @@
 /// Reads settings.xml, the description of the models. An object is used for one load.
 ///
 /// Malformed XML is not an error of its own: it counts as the end of the current element, so a
-/// truncated file gives everything up to that point.
+/// truncated file is read up to that point.
 class ConfigurationLoader
 {
 public:

@@ -40,7 +40,7 @@ void sizeByFont(QTableWidget *table)
 }
 
 /// Fits the columns of names to their contents: none wider than half of the view, all together two
-/// thirds at most. The last column takes the rest. The user can drag them afterwards.
+/// thirds at most. The last column fills the rest. The user can drag them afterwards.
 void fitNameColumns(QTableWidget *table)
 {
     QSize view = table->maximumViewportSize();

@@ -23,7 +23,7 @@ class MainWindowInterface
 public:
     virtual ~MainWindowInterface() = default;
 
-    /// Closes the wait dialog, which counts as its cancel.
+    /// Closes the wait dialog, which counts as a cancellation.
     virtual void closeWaitDialog() = 0;
 
     /// Enables the button that reads the log.
@@ -59,7 +59,7 @@ public:
     /// Shows @p value in every row of the setting @p name.
     virtual void setConfigurationValue(const QString &name, const QString &value) = 0;
 
-    /// Shows a new measurement in the table and redraws the graph.
+    /// Shows a new reading in the table and redraws the graph.
     virtual void addMeasurement(const MeasurementMetadata &metadata,
                                 const QVector<MeasurementValue> &values) = 0;
 
@@ -87,7 +87,7 @@ public:
     /// Fills the configuration editor with the settings of a model, without values.
     virtual void setConfiguration(const DeviceConfiguration &configuration) = 0;
 
-    /// Fills the table with the measurements of a model, without readings.
+    /// Fills the table with the measurements of a model, without values.
     virtual void setMeasurementItems(const QVector<MeasurementItem> &items) = 0;
 
     /// Selects the unit at @p index and emits the index, also when it has not changed.

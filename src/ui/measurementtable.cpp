@@ -59,7 +59,7 @@ void MeasurementTable::updateMeasurements(const QVector<MeasurementValue> &value
             continue;
         }
         if (!value.valid) {
-            // Quirk: the row does not come back with a later valid reading, only with the next
+            // Quirk: the row does not come back with a later valid value, only with the next
             // model.
             removeRow(row(valueItem));
             continue;
@@ -127,7 +127,7 @@ QString MeasurementTable::formatValue(const QString &value, int type, int unit, 
     if (text == notAvailable || text.isEmpty()) {
         return text;
     }
-    // Quirk: the unit depends on type and options only; a value of the extra unit ends in a blank.
+    // Quirk: the unit depends on type and options only; a value of the extra unit ends in a space.
     const QString unitText = MeasurementTypeUtils::measurementUnitToString(
         MeasurementTypeUtils::displayUnitOf(measurementType, m_displayOptions));
     return QStringLiteral("%1 %2").arg(text, unitText);

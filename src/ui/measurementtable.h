@@ -7,9 +7,9 @@
 
 #include <QtWidgets/QTableWidget>
 
-/// The latest reading of each measurement of the model, in the units that the user has chosen.
+/// The latest value of each measurement of the model, in the units that the user has chosen.
 ///
-/// Each row stores its raw reading, so a change of units needs no new reading.
+/// Each row stores its raw value, so a change of units needs no new reading.
 class MeasurementTable : public QTableWidget
 {
     Q_OBJECT
@@ -18,11 +18,11 @@ public:
     /// Has its columns but no rows before setMeasurementItems().
     explicit MeasurementTable(QWidget *parent);
 
-    /// Rebuilds all rows, in the order of @p items and without readings.
+    /// Rebuilds all rows, in the order of @p items and without values.
     void setMeasurementItems(const QVector<MeasurementItem> &items);
 
-    /// Shows one reply of the device. Unknown names are ignored; a value that is not valid removes
-    /// its row until the next setMeasurementItems(); rows without a value keep their last reading.
+    /// Shows one reading. Unknown names are ignored; a value that is not valid removes its row
+    /// until the next setMeasurementItems(); rows without a value keep their last one.
     void updateMeasurements(const QVector<MeasurementValue> &values);
 
     /// Redraws every row in the units of @p options.

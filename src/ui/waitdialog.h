@@ -9,7 +9,7 @@ class WaitDialog;
 }
 
 /// The modal dialog of every long operation: a progress bar and a cancel button, with the message
-/// in the title. One instance is shown repeatedly; it doesn't know the reason.
+/// in the title. One instance is shown repeatedly, for any reason.
 class WaitDialog : public QDialog
 {
     Q_OBJECT
