@@ -97,7 +97,7 @@ private:
     static int eepromPercentage(int blockIndex);
     static double firmwarePercentage(unsigned offset, unsigned blockSize, unsigned total);
 
-    bool m_connected = false; // Quirk: stays true after a disconnect, see isConnected()
+    bool m_connected = false; // Quirk: stays true after a disconnection, see isConnected()
     QSharedPointer<SerialPortQueueInterface> m_queue;
     QStringList m_logTitles;
     QVector<LogValue> m_logValues;

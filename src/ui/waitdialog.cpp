@@ -37,8 +37,8 @@ void WaitDialog::finished() { close(); }
 
 void WaitDialog::closeEvent(QCloseEvent *)
 {
-    // Quirk: every close counts as a cancel, also at the normal end of an operation. The base class
-    // is not called; the event stays accepted, so the dialog closes. Quirk: the Escape key rejects
-    // the dialog without a close event, so the operation continues.
+    // Quirk: every close counts as a cancellation, also at the normal end of an operation. The base
+    // class is not called; the event stays accepted, so the dialog closes. Quirk: the Escape key
+    // rejects the dialog without a close event, so the operation continues.
     emit cancelClicked();
 }
