@@ -5,9 +5,9 @@ namespace Simulator {
 
 namespace {
 
-const char greeting[] = "\r\nOrvanta KVT BOOT";
+const char banner[] = "\r\nOrvanta KVT BOOT";
 const char accepted[] = "*";
-const char refused[] = "!";
+const char rejected[] = "!";
 const char done[] = ".";
 constexpr char startByte = 'b';
 
@@ -29,13 +29,13 @@ Bootloader::Bootloader(Faults &faults, const DeviceOptions &options, QObject *pa
 void Bootloader::start()
 {
     reset();
-    m_phase = Phase::Greeting;
+    m_phase = Phase::Banner;
     m_wait.start();
     emit eventOccurred("bootloader");
     if (m_faults.triggersAt(FaultKind::BootWithLineEnd, 0)) {
-        emit output(greeting + QByteArray("\r\n"), Delivery::OneChunk, 0);
+        emit output(banner + QByteArray("\r\n"), Delivery::OneChunk, 0);
     } else {
-        emit output(greeting, Delivery::Streamed, 0);
+        emit output(banner, Delivery::Streamed, 0);
     }
 }
 
@@ -53,9 +53,9 @@ void Bootloader::feed(char byte)
     switch (m_phase) {
     case Phase::Off:
         break;
-    case Phase::Greeting:
+    case Phase::Banner:
         if (byte == startByte) {
-            m_phase = Phase::Taking;
+            m_phase = Phase::Receiving;
             m_wait.start();
             emit eventOccurred("image begins");
         }
@@ -63,7 +63,7 @@ void Bootloader::feed(char byte)
     case Phase::Abandoned:
         m_wait.start();
         break;
-    case Phase::Taking: {
+    case Phase::Receiving: {
         m_wait.start();
         m_incoming += byte;
         const bool complete = m_imageSize > 0 && m_incoming.size() >= m_imageSize;
@@ -82,7 +82,7 @@ void Bootloader::feed(char byte)
 
 void Bootloader::onWaited()
 {
-    if (m_phase == Phase::Greeting || (m_phase == Phase::Taking && m_incoming.isEmpty())) {
+    if (m_phase == Phase::Banner || (m_phase == Phase::Receiving && m_incoming.isEmpty())) {
         reset();
         emit firmwareStarting();
         return;
@@ -95,11 +95,11 @@ void Bootloader::onPaused()
 {
     if (m_incoming.size() % blockSize != 0) {
         endBlock();
-        if (m_phase == Phase::Taking) {
-            answerLastBlock(false);
+        if (m_phase == Phase::Receiving) {
+            replyToLastBlock(false);
         }
     } else {
-        answerLastBlock(true);
+        replyToLastBlock(true);
     }
 }
 
@@ -110,18 +110,18 @@ void Bootloader::endBlock()
     ++m_blocks;
     emit eventOccurred("block " + QByteArray::number(m_blocks) + ", " + QByteArray::number(size)
                        + " bytes");
-    const bool isRefused = m_faults.triggersAt(FaultKind::BlockRefused, m_blocks);
-    if (isRefused || m_faults.triggersAt(FaultKind::BlockUnanswered, m_blocks)) {
+    const bool isRejected = m_faults.triggersAt(FaultKind::BlockRefused, m_blocks);
+    if (isRejected || m_faults.triggersAt(FaultKind::BlockUnanswered, m_blocks)) {
         m_phase = Phase::Abandoned;
         m_pause.stop();
-        if (isRefused) {
-            emit output(refused, Delivery::OneChunk, 0);
+        if (isRejected) {
+            emit output(rejected, Delivery::OneChunk, 0);
         }
         return;
     }
     const bool complete = m_imageSize > 0 && m_incoming.size() >= m_imageSize;
     if (complete) {
-        answerLastBlock(false);
+        replyToLastBlock(false);
     } else if (beyond == 0) {
         const Fault *glued = m_faults.active(FaultKind::GluedAnswers);
         const bool here =
@@ -130,9 +130,9 @@ void Bootloader::endBlock()
     }
 }
 
-void Bootloader::answerLastBlock(bool acknowledged)
+void Bootloader::replyToLastBlock(bool acknowledged)
 {
-    // Before the answer, so that the image exists when a client has read the answer.
+    // Before the reply, so that the image exists when a client has read the reply.
     m_image = m_incoming;
     emit imageTaken(m_image);
     if (m_faults.triggersAt(FaultKind::FinalStar, m_blocks)) {

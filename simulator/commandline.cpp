@@ -27,7 +27,8 @@ QString description()
     QString words =
         text("A simulated transmitter on a pseudo-terminal. Prints \"port PATH\" when it "
              "is ready.\n\nFaults (KIND, KIND@PLACE, KIND@PLACE:ARG; \"+\" after the "
-             "place: from there on; \"-always\" after the kind: every time):\n");
+             "place: from that place on;\n\"-always\" after the kind: it is repeated "
+             "instead of occurring once):\n");
     for (const FaultKindInfo &info : faultKinds()) {
         words += text("  %1 %2\n").arg(text(info.name), -20).arg(text(info.meaning));
     }
@@ -35,8 +36,9 @@ QString description()
         + text("PLACE counts command lines from 1, for log faults it is the row (0: titles), for\n"
                "firmware faults the block from 1, for malformed-block the block of memory; or it "
                "is\n"
-               "the beginning of a command, or \"next\". Without a place the fault is always "
-               "there.");
+               "the beginning of a command, or \"next\". Without a place, a fault applies to "
+               "every\n"
+               "exchange, row or block.");
 }
 
 bool parseNumbers(const QCommandLineParser &parser, const QList<NumberOption> &options,
@@ -83,10 +85,10 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
         {"log-rows", "rows of the log (25)", &device.logRows, 0, 99999},
         {"rate", "bits per second (115200), 0: without delay", &commandLine.transmitter.rate, 0,
          INT_MAX},
-        {"meas-state", "meas_state when warm (1)", &device.measurementState, 0, INT_MAX},
-        {"warmup", "ms until warm (0)", &device.warmUpMs, 0, longest},
+        {"meas-state", "meas_state after warm-up (1)", &device.measurementState, 0, INT_MAX},
+        {"warmup", "ms of warm-up (0)", &device.warmUpMs, 0, longest},
         {"clock-offset", "seconds that the clock is ahead (0)", &clockOffsetS, INT_MIN, INT_MAX},
-        {"write-ms", "ms that storing the settings takes (2000)", &device.writeMs, 0, longest},
+        {"write-ms", "ms for storing the settings (2000)", &device.writeMs, 0, longest},
         {"block-idle-ms", "pause that ends an incomplete memory block (1000)", &device.blockIdleMs,
          1, longest},
         {"reboot-ms", "ms until a reset (5000)", &device.rebootMs, 0, longest},
@@ -113,7 +115,7 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
         {text("image"), text("file for a received firmware image"), text("FILE")},
         {text("journal"), text("file for the event log"), text("FILE")},
         {text("link"), text("symbolic link to the port"), text("PATH")},
-        {text("control"), text("take control commands from standard input")},
+        {text("control"), text("read control commands from standard input")},
         {text("exit-with-stdin"), text("end when standard input closes")},
     });
     if (!parser.parse(arguments)) {

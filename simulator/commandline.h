@@ -13,7 +13,7 @@ struct CommandLine
 {
     TransmitterOptions transmitter; ///< the device and its line
     QList<QByteArray> faults; ///< as written, see Faults::add()
-    bool control = false; ///< take control commands from standard input
+    bool control = false; ///< read control commands from standard input
     bool exitWithInput = false; ///< end when standard input closes
     bool helpWanted = false; ///< print the help and end
     QString help; ///< the help text

@@ -49,9 +49,9 @@ ControlInterface::ControlInterface(SimulatedTransmitter &transmitter)
 QList<QByteArray> ControlInterface::run(const QByteArray &line)
 {
     const QByteArray typed = line.trimmed();
-    const int blank = typed.indexOf(' ');
-    const QByteArray word = blank < 0 ? typed : typed.left(blank);
-    const QByteArray argument = blank < 0 ? QByteArray() : typed.mid(blank + 1).trimmed();
+    const int space = typed.indexOf(' ');
+    const QByteArray word = space < 0 ? typed : typed.left(space);
+    const QByteArray argument = space < 0 ? QByteArray() : typed.mid(space + 1).trimmed();
     Lines reply;
     for (const Command &command : commands) {
         if (word != command.word) {

@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/// Controls and inspects a running transmitter: takes a command line and returns the reply's lines.
+/// Controls and inspects a running transmitter: executes a command and returns the reply's lines.
 ///
 /// Every reply ends with the line "ok" or, when nothing was done, "error: " and the reason. Values
 /// are the bytes that the device stores.
@@ -44,10 +44,10 @@ private:
     bool memory(const QByteArray &argument, Lines &reply);
     bool image(const QByteArray &argument, Lines &reply);
     bool imageSize(const QByteArray &argument, Lines &reply);
-    bool hangUp(const QByteArray &argument, Lines &reply);
-    bool release(const QByteArray &argument, Lines &reply);
-    bool resume(const QByteArray &argument, Lines &reply);
-    bool restart(const QByteArray &argument, Lines &reply);
+    bool hangUp(const QByteArray &argument, Lines &reply); // closes the port
+    bool resume(const QByteArray &argument, Lines &reply); // opens a new port
+    bool release(const QByteArray &argument, Lines &reply); // see PseudoTerminal::release()
+    bool restart(const QByteArray &argument, Lines &reply); // switches the device off and on
 
     SimulatedTransmitter &m_transmitter;
 };

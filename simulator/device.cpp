@@ -84,7 +84,7 @@ void Device::lineRestored()
 
 void Device::process()
 {
-    // A fault or an answer can call this function again; the outer loop continues with the rest.
+    // A fault or a reply can call this function again; the outer loop continues with the rest.
     if (m_processing) {
         return;
     }

@@ -15,7 +15,7 @@
 namespace Simulator {
 
 /// The whole device: passes the bytes from the line to the console or the bootloader, whichever
-/// runs, and their answers to the line. Does not depend on the port or on the line's speed.
+/// runs, and their replies to the line. Does not depend on the port or on the line's speed.
 class Device : public QObject
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ public:
     /// Begins with its firmware running.
     explicit Device(const DeviceOptions &options, QObject *parent = nullptr);
 
-    /// Takes @p bytes from the line. During a lasting command they wait; during a reset they are
+    /// Receives @p bytes from the line. During a lasting command they wait; during a reset they are
     /// lost.
     void receive(const QByteArray &bytes);
 
@@ -83,7 +83,7 @@ private:
     bool m_processing = false;
     bool m_lineDead = false;
     int m_bytesToHangUp = -1; ///< bytes to the line until it hangs up, -1 for never
-    int m_rawBytes = 0; ///< raw bytes taken since a fault was added
+    int m_rawBytes = 0; ///< raw bytes received since a fault was added
     quint64 m_chatterCount = 0;
 };
 

@@ -110,7 +110,7 @@ void DeviceConsole::beginExchange(const QByteArray &line)
     emit eventOccurred("command " + line);
     m_faults.beginExchange(line);
     Fault fault;
-    m_isDamaged = false;
+    m_faultsApplied = false;
     m_muted = m_faults.triggersInExchange(FaultKind::Silence);
     if (m_faults.triggersInExchange(FaultKind::SingleBytes, fault)) {
         m_gapMs = fault.argument < 0 ? defaultGapMs : fault.argument;
@@ -131,15 +131,15 @@ void DeviceConsole::beginExchange(const QByteArray &line)
 void DeviceConsole::execute(const QByteArray &line)
 {
     const QByteArray typed = line.trimmed();
-    const int blank = typed.indexOf(' ');
-    const QByteArray word = blank < 0 ? typed : typed.left(blank);
+    const int space = typed.indexOf(' ');
+    const QByteArray word = space < 0 ? typed : typed.left(space);
     for (const Command &command : commands) {
         if (word == command.word) {
-            (this->*command.handler)(blank < 0 ? QByteArray() : typed.mid(blank + 1).trimmed());
+            (this->*command.handler)(space < 0 ? QByteArray() : typed.mid(space + 1).trimmed());
             return;
         }
     }
-    answerAndEnd("Unknown command! Try help.\r\n");
+    replyAndEnd("Unknown command! Try help.\r\n");
 }
 
 void DeviceConsole::endExchange()
@@ -173,19 +173,19 @@ void DeviceConsole::write(const QByteArray &bytes)
     }
 }
 
-void DeviceConsole::answer(const QByteArray &text)
+void DeviceConsole::reply(const QByteArray &text)
 {
-    write(m_isDamaged ? text : damaged(text));
-    m_isDamaged = true;
+    write(m_faultsApplied ? text : withFaults(text));
+    m_faultsApplied = true;
 }
 
-void DeviceConsole::answerAndEnd(const QByteArray &text)
+void DeviceConsole::replyAndEnd(const QByteArray &text)
 {
-    answer(text);
+    reply(text);
     endExchange();
 }
 
-QByteArray DeviceConsole::damaged(const QByteArray &text)
+QByteArray DeviceConsole::withFaults(const QByteArray &text)
 {
     QByteArray bytes = text;
     Fault fault;
@@ -210,18 +210,18 @@ void DeviceConsole::show(const QByteArray &arguments)
 {
     QByteArray value;
     if (arguments == "unit") {
-        answerAndEnd("Orvanta KVT\r\nModel: " + modelName() + "\r\nSerial: " + m_state.serial()
-                     + "\r\nSoftware: " + m_state.model().firmware
-                     + "\r\nHardware: " + m_state.model().hardware
-                     + "\r\nOptions: " + (m_state.hasLogOption() ? "LOG" : "none") + lineEnd);
+        replyAndEnd("Orvanta KVT\r\nModel: " + modelName() + "\r\nSerial: " + m_state.serial()
+                    + "\r\nSoftware: " + m_state.model().firmware
+                    + "\r\nHardware: " + m_state.model().hardware
+                    + "\r\nOptions: " + (m_state.hasLogOption() ? "LOG" : "none") + lineEnd);
     } else if (arguments == "meas") {
-        answerAndEnd("show: meas=\"" + m_state.takeMeasurements() + '"' + lineEnd);
+        replyAndEnd("show: meas=\"" + m_state.takeMeasurements() + '"' + lineEnd);
     } else if (arguments == "model") {
-        answerAndEnd("show: model=" + modelName() + lineEnd);
+        replyAndEnd("show: model=" + modelName() + lineEnd);
     } else if (m_state.value(arguments, value)) {
-        answerAndEnd("show: " + arguments + '=' + value + lineEnd);
+        replyAndEnd("show: " + arguments + '=' + value + lineEnd);
     } else {
-        answerAndEnd("show: Unknown parameter!\r\n");
+        replyAndEnd("show: Unknown parameter!\r\n");
     }
 }
 
@@ -230,72 +230,72 @@ void DeviceConsole::set(const QByteArray &arguments)
     const int equals = arguments.indexOf('=');
     const QByteArray name = arguments.left(qMax(0, equals)).trimmed();
     if (equals < 0 || !m_state.setValue(name, arguments.mid(equals + 1))) {
-        answerAndEnd("set: Unknown parameter!\r\n");
+        replyAndEnd("set: Unknown parameter!\r\n");
         return;
     }
     QByteArray value;
     m_state.value(name, value);
-    answerAndEnd("set: " + name + '=' + value + lineEnd);
+    replyAndEnd("set: " + name + '=' + value + lineEnd);
 }
 
 void DeviceConsole::date(const QByteArray &arguments)
 {
     if (arguments.isEmpty()) {
-        answerAndEnd(m_state.now().toString(dateText()).toLatin1() + lineEnd);
+        replyAndEnd(m_state.now().toString(dateText()).toLatin1() + lineEnd);
         return;
     }
     QDateTime time = QDateTime::fromString(QString::fromLatin1(arguments), dateText());
     if (!time.isValid()) {
-        answerAndEnd("date: Invalid date!\r\n");
+        replyAndEnd("date: Invalid date!\r\n");
         return;
     }
     // Without conversion: the clock and the typed time are UTC.
     time.setTimeSpec(Qt::UTC);
     m_state.setClock(time);
-    answerAndEnd("Date updated to " + time.toString(dateText()).toLatin1() + lineEnd);
+    replyAndEnd("Date updated to " + time.toString(dateText()).toLatin1() + lineEnd);
 }
 
 void DeviceConsole::log(const QByteArray &arguments)
 {
     int index = 0;
     if (!m_state.hasLogOption()) {
-        answerAndEnd(noLogOption);
+        replyAndEnd(noLogOption);
     } else if (arguments == "--count") {
-        answerAndEnd("count=" + QByteArray::number(m_state.log().count()) + lineEnd);
+        replyAndEnd("count=" + QByteArray::number(m_state.log().count()) + lineEnd);
     } else if (arguments == "--erase") {
         m_state.log().erase();
         m_state.changed();
-        answerAndEnd("Log erased!\r\n");
+        replyAndEnd("Log erased!\r\n");
     } else if (optionNumber(arguments, "--read=", index)) {
-        answerAndEnd(logLine(index) + lineEnd);
+        replyAndEnd(logLine(index) + lineEnd);
     } else {
-        answerAndEnd("log: use --count, --read=N or --erase\r\n");
+        replyAndEnd("log: use --count, --read=N or --erase\r\n");
     }
 }
 
 void DeviceConsole::storeSettings(const QByteArray &arguments)
 {
     if (arguments != "--really") {
-        answerAndEnd("write: add --really to store the configuration\r\n");
+        replyAndEnd("write: add --really to store the configuration\r\n");
         return;
     }
-    answer("Writing current configuration to non-volatile memory...");
+    reply("Writing current configuration to non-volatile memory...");
     pause(m_options.writeMs, [this] {
         const int bytes = m_state.storeSettings();
-        answerAndEnd(' ' + QByteArray::number(bytes) + " bytes written!\r\n");
+        replyAndEnd(' ' + QByteArray::number(bytes) + " bytes written!\r\n");
     });
 }
 
 void DeviceConsole::loadDefaults(const QByteArray &arguments)
 {
     if (arguments != "--really") {
-        answerAndEnd("initconf: add --really to load the default configuration\r\n");
+        replyAndEnd("initconf: add --really to load the default configuration\r\n");
         return;
     }
     m_state.settings().loadFactoryValues();
-    answerAndEnd("Loading default configuration... OK!\r\n"
-                 "Write the default configuration to non-volatile memory by using "
-                 "write --really command.\r\n");
+    replyAndEnd("Loading default configuration... OK!\r\n"
+                "Write the default configuration to non-volatile memory by using "
+                "write --really command.\r\n");
 }
 
 void DeviceConsole::eeprom(const QByteArray &arguments)
@@ -304,22 +304,22 @@ void DeviceConsole::eeprom(const QByteArray &arguments)
     if (optionNumber(arguments, "--read_block ", index) && DeviceMemory::isBlock(index)) {
         readBlock(index);
     } else if (optionNumber(arguments, "--write_block ", index) && DeviceMemory::isBlock(index)) {
-        answer("Please input 64 bytes\r\n");
+        reply("Please input 64 bytes\r\n");
         m_block = index;
         m_blockData.clear();
         m_blockIdle.start();
     } else {
-        answerAndEnd("eeprom: use --read_block N or --write_block N, N from 0 to 1023\r\n");
+        replyAndEnd("eeprom: use --read_block N or --write_block N, N from 0 to 1023\r\n");
     }
 }
 
 void DeviceConsole::reboot(const QByteArray &arguments)
 {
     if (arguments != "--really") {
-        answerAndEnd("reboot: add --really to restart the device\r\n");
+        replyAndEnd("reboot: add --really to restart the device\r\n");
         return;
     }
-    answer("Reseting device in 5 seconds\r\n");
+    reply("Reseting device in 5 seconds\r\n");
     reset();
     emit resetting();
 }
@@ -330,7 +330,7 @@ void DeviceConsole::help(const QByteArray &)
     for (const Command &command : commands) {
         words += command.word + QByteArray(" ");
     }
-    answerAndEnd("Commands: " + words.trimmed() + lineEnd);
+    replyAndEnd("Commands: " + words.trimmed() + lineEnd);
 }
 
 QByteArray DeviceConsole::modelName()
@@ -368,7 +368,7 @@ void DeviceConsole::readBlock(int index)
     if (m_faults.triggersAt(FaultKind::MalformedBlock, index)) {
         digits.replace(digits.size() / 2, 2, "zz");
     }
-    answerAndEnd(digits + "\r\nDone\r\n");
+    replyAndEnd(digits + "\r\nDone\r\n");
 }
 
 void DeviceConsole::takeBlockByte(char byte)
@@ -385,14 +385,14 @@ void DeviceConsole::takeBlockByte(char byte)
     emit eventOccurred("raw " + QByteArray::number(m_blockData.size()) + " bytes for block "
                        + QByteArray::number(m_block));
     m_block = -1;
-    answerAndEnd("\r\nDone\r\n");
+    replyAndEnd("\r\nDone\r\n");
 }
 
 void DeviceConsole::abandonBlock()
 {
     emit eventOccurred("raw " + QByteArray::number(m_blockData.size()) + " bytes given up");
     m_block = -1;
-    answerAndEnd("\r\nTimed out, nothing written\r\n");
+    replyAndEnd("\r\nTimed out, nothing written\r\n");
 }
 
 } // namespace Simulator

@@ -14,7 +14,7 @@
 
 namespace Simulator {
 
-/// The firmware's console: echo, commands, answers, prompt.
+/// The firmware's console: echo, commands, replies, prompt.
 class DeviceConsole : public QObject
 {
     Q_OBJECT
@@ -36,7 +36,7 @@ public:
     /// True when no command is running, so that debug output is possible.
     bool isAtPrompt() const { return !isBusy() && m_block < 0; }
 
-    /// Takes one byte; not while busy.
+    /// Receives one byte; not while busy.
     void feed(char byte);
 
 signals:
@@ -46,7 +46,7 @@ signals:
     void idle();
     /// The reset has been announced; the console neither reads nor writes from now on.
     void resetting();
-    /// @p bytes raw bytes have been taken, one at a time.
+    /// @p bytes raw bytes have been received, one at a time.
     void rawBytesTaken(int bytes);
     /// The line must hang up after @p bytes more from the device.
     void hangUpAfter(int bytes);
@@ -67,9 +67,9 @@ private:
     void endExchange();
     void pause(int ms, const std::function<void()> &next);
     void write(const QByteArray &bytes);
-    void answer(const QByteArray &text);
-    void answerAndEnd(const QByteArray &text);
-    QByteArray damaged(const QByteArray &text);
+    void reply(const QByteArray &text);
+    void replyAndEnd(const QByteArray &text);
+    QByteArray withFaults(const QByteArray &text);
 
     void show(const QByteArray &arguments);
     void set(const QByteArray &arguments);
@@ -96,9 +96,9 @@ private:
     std::function<void()> m_next;
     int m_block = -1; ///< memory block whose raw bytes are being received, -1 for none
     QByteArray m_blockData;
-    bool m_muted = false; ///< the current exchange gets no answer
-    int m_gapMs = -1; ///< pause between the single bytes of the current answer, -1 for none
-    bool m_isDamaged = false; ///< the faults of the current answer have been applied
+    bool m_muted = false; ///< the current exchange gets no reply
+    int m_gapMs = -1; ///< pause between the single bytes of the current reply, -1 for none
+    bool m_faultsApplied = false; ///< the faults of the current reply have been applied
     int m_heldExchanges = 0; ///< exchanges until the held-back output is sent
     QByteArray m_held;
 };

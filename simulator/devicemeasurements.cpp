@@ -55,7 +55,7 @@ QByteArray DeviceMeasurements::valueAt(const MeasurementInfo &info, const QDateT
     case Curve::Showers:
         value = info.swing * (moving - showerThreshold) / (1.0 - showerThreshold);
         break;
-    case Curve::Bearing:
+    case Curve::Direction:
         value = std::fmod(value, fullTurnDeg);
         break;
     }
@@ -66,7 +66,8 @@ QByteArray DeviceMeasurements::lineAt(const QDateTime &time, bool warm) const
 {
     QList<QByteArray> pairs;
     for (const MeasurementInfo &info : m_model.measurements) {
-        const bool missing = m_unavailable.contains(info.name) || (info.needsWarmth && !warm);
+        const bool missing =
+            m_unavailable.contains(info.name) || (info.unavailableDuringWarmUp && !warm);
         pairs += QByteArray(info.name) + '=' + (missing ? QByteArray("N") : valueAt(info, time));
     }
     return pairs.join(';');

@@ -9,7 +9,7 @@
 
 namespace Simulator {
 
-/// The readings of a device, calculated from its seed and the time: plausible and reproducible.
+/// The measurements of a device, calculated from its seed and the time: plausible and reproducible.
 class DeviceMeasurements
 {
 public:
@@ -19,7 +19,7 @@ public:
     /// The value of @p info at @p time, in the unit and with the decimals of the model.
     QByteArray valueAt(const MeasurementInfo &info, const QDateTime &time) const;
 
-    /// All readings in the console's form, "A=1.23;B=N". @p warm is false while warming up.
+    /// A reading in the console's form, "A=1.23;B=N". @p warm is false during warm-up.
     QByteArray lineAt(const QDateTime &time, bool warm) const;
 
 private:

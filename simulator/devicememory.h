@@ -35,7 +35,7 @@ public:
     /// All 65536 bytes.
     QByteArray image() const { return m_image; }
 
-    /// Takes over @p image when it has the right size; false otherwise.
+    /// Replaces the contents by @p image if it has the right size; false otherwise.
     bool setImage(const QByteArray &image);
 
 private:

@@ -38,7 +38,7 @@ QVector<MeasurementInfo> outdoorMeasurements()
         {"A1",   Curve::Wave,     23.0,   14.0,  0.0,   1, false},
         {"P0",   Curve::Wave,     9.0,    5.0,   0.0,   1, false},
         {"P1",   Curve::Wave,     17.0,   9.0,   0.0,   1, false},
-        {"W3",   Curve::Bearing,  180.0,  180.0, 0.0,   0, false},
+        {"W3",   Curve::Direction,  180.0,  180.0, 0.0,   0, false},
         {"W4",   Curve::Wave,     3.4,    3.2,   0.0,   1, false},
         {"W5",   Curve::Showers,  0.0,    6.0,   0.0,   1, false},
         {"SR",   Curve::Daylight, 0.0,    820.0, 0.0,   0, false},

@@ -9,7 +9,7 @@ namespace Simulator {
 /// The type of a setting.
 enum class SettingType { Integer, Real, Text };
 
-/// A setting as the firmware knows it.
+/// A setting of the firmware.
 struct SettingInfo
 {
     const char *name; ///< as the console spells it
@@ -24,7 +24,7 @@ enum class Curve {
     Wave, ///< up and down around the middle
     Daylight, ///< nothing at night, the swing at noon (UTC)
     Showers, ///< nothing most of the time
-    Bearing ///< a direction, 0 to 360
+    Direction ///< an angle, 0 to 360
 };
 
 /// A measurement as the firmware delivers it, in the unit in which it delivers.
@@ -36,7 +36,7 @@ struct MeasurementInfo
     double swing; ///< greatest distance from the middle
     double minimum; ///< never below
     int decimals; ///< digits after the decimal point
-    bool needsWarmth; ///< "N" while the device warms up
+    bool unavailableDuringWarmUp; ///< "N" during warm-up
 };
 
 /// A model: its name, settings and measurements, in the device's order.

@@ -7,7 +7,7 @@
 
 namespace Simulator {
 
-/// Options of the device. With the defaults it answers as fast as a real one.
+/// Options of the device. With the defaults it replies as fast as a real one.
 struct DeviceOptions
 {
     QByteArray model = QByteArrayLiteral("KVT-100"); ///< one of deviceModels()
@@ -17,13 +17,13 @@ struct DeviceOptions
     int logRows = 25; ///< rows of the log, 0 to 99999
     bool logOption = true; ///< false: no log option installed
     bool debug = false; ///< debug output on from the start
-    int measurementState = 1; ///< value of meas_state once warm
+    int measurementState = 1; ///< value of meas_state after warm-up
     int warmUpMs = 0; ///< from each start of the firmware until meas_state leaves 0
     QByteArray health = QByteArrayLiteral("98%"); ///< value of "health"
     QList<QByteArray> unavailable; ///< measurements that are always "N"
     qint64 clockOffsetMs = 0; ///< how far the device's clock is ahead of the host's
-    int writeMs = 2000; ///< time that storing the settings takes
-    int blockIdleMs = 1000; ///< pause after which an incomplete memory block is dropped
+    int writeMs = 2000; ///< time for storing the settings
+    int blockIdleMs = 1000; ///< pause after which an incomplete memory block is discarded
     int rebootMs = 5000; ///< from the announcement of a reset to the bootloader
     int bootWaitMs = 3000; ///< time that the bootloader waits for its byte
     int imageSize = 0; ///< bytes of a firmware image; 0: a pause ends it

@@ -45,9 +45,9 @@ bool DeviceSettings::set(const QByteArray &name, const QByteArray &text)
     if (index < 0) {
         return false;
     }
-    QByteArray taken = text;
-    if (normalise(m_model.settings.at(index), taken)) {
-        m_values[index] = taken;
+    QByteArray accepted = text;
+    if (normalise(m_model.settings.at(index), accepted)) {
+        m_values[index] = accepted;
     }
     return true;
 }

@@ -25,7 +25,7 @@ public:
     /// changes nothing, a text is truncated. False for an unknown name.
     bool set(const QByteArray &name, const QByteArray &text);
 
-    /// Gives every setting its factory value.
+    /// Sets every setting to its factory value.
     void loadFactoryValues();
 
     /// All settings as the memory stores them: a line with the model, then a line for each setting.

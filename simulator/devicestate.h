@@ -13,7 +13,7 @@
 
 namespace Simulator {
 
-/// The state of the device: identity, clock, settings, memory, log, readings.
+/// The state of the device: identity, clock, settings, memory, log, measurements.
 ///
 /// Memory, log and clock are written to the state file shortly after a change and at the end.
 class DeviceState : public QObject
@@ -45,7 +45,7 @@ public:
     void setClock(const QDateTime &time);
     /// @}
 
-    /// Whether the warm-up is over.
+    /// Whether warm-up has ended.
     bool isWarm() const;
 
     /// Whether debug output is on.
@@ -54,7 +54,7 @@ public:
     void setDebug(bool on) { m_debug = on; }
     /// @}
 
-    /// The values of "health" and, once warm, of "meas_state" from now on.
+    /// The values of "health" and, after warm-up, of "meas_state" from now on.
     /// @{
     void setHealth(const QByteArray &text) { m_options.health = text; }
     void setMeasurementState(int state) { m_options.measurementState = state; }
@@ -67,13 +67,13 @@ public:
     /// unknown name.
     bool setValue(const QByteArray &name, const QByteArray &text);
 
-    /// Measures, and returns the readings in the console's form.
+    /// Measures, and returns the reading in the console's form.
     QByteArray takeMeasurements();
 
     /// What takeMeasurements() returned last.
     QByteArray lastMeasurements() const { return m_lastMeasurements; }
 
-    /// Copies the settings in force to memory and returns the bytes written.
+    /// Copies the current settings to memory and returns the bytes written.
     int storeSettings();
 
     /// Saves the state soon.

@@ -49,13 +49,13 @@ const QVector<FaultKindInfo> &faultKinds();
 /// A fault, as it was added.
 struct Fault
 {
-    QByteArray text; ///< as it was given
+    QByteArray text; ///< as it was added
     FaultKind kind = FaultKind::Silence; ///< what goes wrong
     int place = -1; ///< exchange from 1, log row from 0, block; -1: everywhere
     QByteArray command; ///< instead of a place: affects commands that begin with this
     bool always = false; ///< affects its place each time, not once
     bool onward = false; ///< affects every exchange from its place on
-    int argument = -1; ///< milliseconds or bytes; -1 when not given
+    int argument = -1; ///< milliseconds or bytes; -1 without one
     QByteArray word; ///< the argument as text
     bool spent = false; ///< has occurred and won't again
 };

@@ -18,7 +18,8 @@ public:
     /// every byte, including those that don't go into the line.
     bool isSecondOfCrLf(char byte);
 
-    /// Takes a byte and returns what to echo. When the line is complete isComplete() is true.
+    /// Adds a byte to the line and returns what to echo. When the line is complete isComplete() is
+    /// true.
     QByteArray type(char byte);
 
     /// Whether takeLine() has a complete line.

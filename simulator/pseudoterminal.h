@@ -38,16 +38,15 @@ public:
     /// The device's end, non-blocking; -1 while closed.
     int descriptor() const { return m_master; }
 
-    /// Writes without waiting and returns how many of the bytes were taken.
+    /// Writes without waiting and returns how many of the bytes were accepted.
     int write(const QByteArray &bytes);
 
     /// The next bytes that a client has written, at most 4096; empty when there are none. For users
     /// that have switched received() off.
     QByteArray read();
 
-    /// Ends a client's exclusive use, as the system does after the last client has closed. Here it
-    /// doesn't, because this object keeps the client's end open too, and a killed client's use
-    /// remains exclusive.
+    /// Ends the exclusive use (TIOCEXCL) of a client that was killed. The system ends it when the
+    /// last descriptor of the client's end is closed, but this object keeps one open.
     void release();
 
     /// Switches received() off and on. Meanwhile the bytes stay in the terminal.

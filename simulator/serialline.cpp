@@ -39,8 +39,9 @@ void SerialLine::send(const QByteArray &bytes, Delivery delivery, int gapMs)
         return;
     }
     if (m_out.isEmpty()) {
-        // An answer begins when the command had arrived, not when its timer was handled.
-        const qint64 begin = m_answeringSinceNs >= 0 ? m_answeringSinceNs : m_clock.nsecsElapsed();
+        // A reply begins when the command has arrived, not when the timer is handled.
+        const qint64 begin =
+            m_processingSinceNs >= 0 ? m_processingSinceNs : m_clock.nsecsElapsed();
         m_outFreeNs = qMax(m_outFreeNs, begin);
     }
     m_out += Segment{bytes, delivery, gapMs};
@@ -160,9 +161,9 @@ void SerialLine::deliverInput()
         const QByteArray bytes = m_in.left(due);
         m_in.remove(0, due);
         m_inFreeNs += due * m_byteNs;
-        m_answeringSinceNs = m_inFreeNs;
+        m_processingSinceNs = m_inFreeNs;
         emit received(bytes);
-        m_answeringSinceNs = -1;
+        m_processingSinceNs = -1;
     }
     m_terminal.setReading(m_in.size() < inputLimit);
     if (!m_in.isEmpty()) {

@@ -52,7 +52,7 @@ signals:
 
     /// The line was hung up.
     void hungUp();
-    /// @p bytes bytes were lost because no client took them.
+    /// @p bytes bytes were lost because no client read them.
     void lost(int bytes);
 
 private:
@@ -81,7 +81,8 @@ private:
     QByteArray m_in;
     qint64 m_outFreeNs = 0; ///< time at which the last byte sent was complete
     qint64 m_inFreeNs = 0; ///< time at which the last byte received was complete
-    qint64 m_answeringSinceNs = -1; ///< arrival of the bytes being taken now, -1 for none
+    qint64 m_processingSinceNs =
+        -1; ///< arrival of the bytes that the device processes now, -1 for none
     qint64 m_blockedSinceNs = -1;
     bool m_hangUpWhenSent = false;
 };

@@ -38,7 +38,7 @@ public:
     /// Hangs up the line at once.
     void hangUp();
 
-    /// See PseudoTerminal.
+    /// Ends the exclusive use of the port by a killed client, see PseudoTerminal::release().
     void release() { m_line.release(); }
 
     /// Whether the line is open, and its path for clients.
