@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// kvtool-check-settings: reports what the tool makes of a settings.xml.
+// kvtool-check-settings: reports what the tool reads from a settings.xml.
 #include "common/measurementtypeutils.h"
 #include "tools/checksettings/settingsreader.h"
 #include "tools/checksettings/settingsremarks.h"
@@ -162,7 +162,7 @@ bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsReade
 ExitCode check(const QString &path)
 {
     QFile file(path);
-    // The tool blocks on a pipe and never stops reading an endless device; both are refused here.
+    // The tool blocks on a pipe and never stops reading an endless device; both are rejected here.
     const bool isSpecial = QFileInfo::exists(path) && !QFileInfo(path).isFile();
     if (isSpecial || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         out() << "The tool would refuse this file: \"Failed to load configuration from file "

@@ -47,7 +47,7 @@ public:
 
     /// Whether the end of the list of models was reached.
     bool isComplete() const { return m_isComplete; }
-    /// Why it was not reached, if known.
+    /// Why it was not reached; an empty text if the reason is unknown.
     const SettingsRemark &refusal() const { return m_refusal; }
     /// The XML error at which the file ends for the reader; its text is empty without one.
     const SettingsRemark &xmlError() const { return m_xmlError; }

@@ -11,5 +11,5 @@
 /// the order of the file.
 QVector<SettingsRemark> settingsRemarks(const SettingsReader &reader);
 
-/// The text of @p unit; words for a unit without a text.
+/// The text of @p unit; a description for a unit without a text.
 QString unitText(MeasurementUnit unit);
