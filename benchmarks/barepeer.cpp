@@ -42,8 +42,7 @@ public:
         : m_logRows(logRows)
         , m_titlesChecksum(crc8(titles, sizeof titles - 1))
         , m_recordChecksum(crc8(record, sizeof record - 1))
-    {
-    }
+    { }
 
     std::string answer(const std::string &command) const
     {

@@ -83,8 +83,7 @@ struct PythonFiles
     explicit PythonFiles(const QTemporaryDir &folder)
         : input(folder.filePath(QStringLiteral("rows")))
         , output(folder.filePath(QStringLiteral("python.csv")))
-    {
-    }
+    { }
 
     void write(const QVector<LogValue> &rows) const
     {

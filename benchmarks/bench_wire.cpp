@@ -27,10 +27,7 @@ constexpr int settingCount = 20;
 
 using Handler = SerialPortHandlerInterface;
 
-QStringList words(const QString &text)
-{
-    return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
+QStringList words(const QString &text) { return text.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
 
 /// The device on a line of 115200 baud.
 class PacedDevice
@@ -97,15 +94,14 @@ class BareClient
 public:
     explicit BareClient(const QString &port)
         : m_port(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_CLOEXEC))
-    {
-    }
+    { }
     ~BareClient() { ::close(m_port); }
     Q_DISABLE_COPY(BareClient)
 
     void send(const QByteArray &bytes) const
     {
         if (::write(m_port, bytes.constData(), static_cast<size_t>(bytes.size())) != bytes.size()) {
-            fail("The bare client could not write.");
+            fail("The minimal client could not write.");
         }
     }
 
@@ -128,7 +124,7 @@ private:
         const ssize_t count =
             ::poll(&wanted, 1, longestMs) == 1 ? ::read(m_port, bytes, sizeof bytes) : -1;
         if (count <= 0) {
-            fail("The bare client received no reply.");
+            fail("The minimal client received no reply.");
         }
         m_received.append(bytes, static_cast<int>(count));
     }
@@ -140,14 +136,14 @@ private:
 /// A job with the device; returns its seconds, before which it resets the device's counters.
 using Job = std::function<double(PacedDevice &)>;
 
-/// Prints the row @p name: pairs of a run with the tool and one with the bare client, each with a
-/// new device that has @p deviceOptions.
+/// Prints the row @p name: pairs of a run with the tool and one with the minimal client, each with
+/// a new device that has @p deviceOptions.
 void compare(const Rows &rows, const char *name, const QString &deviceOptions, const Job &tool,
              const Job &bare)
 {
     constexpr double maximumRatio = 1.01;
     PacedDevice::Counters toolCounters;
-    PacedDevice::Counters bareCounters;
+    PacedDevice::Counters minimalCounters;
     const auto run = [&](const Job &job, PacedDevice::Counters &counters) {
         PacedDevice device(deviceOptions);
         const double seconds = job(device);
@@ -156,14 +152,15 @@ void compare(const Rows &rows, const char *name, const QString &deviceOptions, c
     };
     const std::vector<Samples> seconds = interleaved(
         rows.size(5, 1),
-        {[&] { return run(tool, toolCounters); }, [&] { return run(bare, bareCounters); }});
-    const double sent = double(toolCounters.bytesIn) / double(bareCounters.bytesIn);
+        {[&] { return run(tool, toolCounters); }, [&] { return run(bare, minimalCounters); }});
+    const double sent = double(toolCounters.bytesIn) / double(minimalCounters.bytesIn);
     if (!rows.isSmall() && (sent > maximumRatio || sent < 1 / maximumRatio)) {
-        fail(std::string(name) + ": the tool sent " + toText(toolCounters) + ", the bare client "
-             + toText(bareCounters));
+        fail(std::string(name) + ": the tool sent " + toText(toolCounters) + ", the minimal client "
+             + toText(minimalCounters));
     }
     Rows::print(name, withUnit(median(seconds[0]), 3, "s"),
-                withUnit(median(seconds[1]), 3, "s, bare client (") + toText(bareCounters) + ")",
+                withUnit(median(seconds[1]), 3, "s, minimal client (") + toText(minimalCounters)
+                    + ")",
                 ratiosOf(seconds[0], seconds[1]), "<= 1.02");
 }
 

@@ -116,10 +116,7 @@ void PacedLine::deliverOutput()
     m_outFreeNs += written * m_byteNs;
 }
 
-int PacedLine::nextBurst() const
-{
-    return qMin(burst, m_out.size());
-}
+int PacedLine::nextBurst() const { return qMin(burst, m_out.size()); }
 
 qint64 PacedLine::nextDue() const
 {

@@ -49,10 +49,7 @@ private:
     bool m_painted = false;
 };
 
-void installProbe()
-{
-    qApp->installEventFilter(new Probe);
-}
+void installProbe() { qApp->installEventFilter(new Probe); }
 Q_COREAPP_STARTUP_FUNCTION(installProbe)
 
 } // namespace

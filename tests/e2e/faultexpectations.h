@@ -37,10 +37,7 @@ inline bool isFirmwareUpdate(UserAction action)
 }
 
 /// Whether the action sends commands to the device.
-inline bool usesDevice(UserAction action)
-{
-    return action < ShowGraph;
-}
+inline bool usesDevice(UserAction action) { return action < ShowGraph; }
 
 /// Each user action under each fault of line, port and disk, with what the user must see.
 FaultMatrix userFaultMatrix();

@@ -24,10 +24,7 @@ void recordWarning(QtMsgType type, const QMessageLogContext &context, const QStr
     }
 }
 
-QString homeStore()
-{
-    return QDir::homePath() + text("/measurements.db");
-}
+QString homeStore() { return QDir::homePath() + text("/measurements.db"); }
 
 } // namespace
 

@@ -10,10 +10,7 @@
 
 namespace {
 
-QString contents(const QString &path)
-{
-    return QString::fromUtf8(files::contents(path));
-}
+QString contents(const QString &path) { return QString::fromUtf8(files::contents(path)); }
 
 // Connected, but hidden for now: tests can only click them by code.
 const QStringList hiddenButtons =

@@ -21,8 +21,7 @@ class RandomSource : public QRandomGenerator
 public:
     RandomSource(unsigned seed, int action)
         : QRandomGenerator({seed, static_cast<unsigned>(action)})
-    {
-    }
+    { }
 
     /// True with a probability of @p chance percent.
     bool percent(double chance) { return bounded(100.0) < chance; }
@@ -42,8 +41,7 @@ class InputSimulator
 public:
     explicit InputSimulator(RandomSource &random)
         : m_random(random)
-    {
-    }
+    { }
 
     /// Clicks @p widget, if it is visible, at @p at or in the middle.
     static void click(QWidget *widget, QPoint at = {})

@@ -15,8 +15,7 @@ public:
     RandomDevice(const QString &folder, RandomSource &random)
         : m_link(folder + text("/port"))
         , m_random(random)
-    {
-    }
+    { }
 
     /// False when the simulator didn't start.
     bool start()

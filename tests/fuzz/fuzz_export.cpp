@@ -56,10 +56,7 @@ QVector<StoredMeasurement> anyMeasurements(FuzzedDataProvider &input, const QStr
     return result;
 }
 
-QString line(const QStringList &cells)
-{
-    return cells.join(QLatin1Char(',')) + QLatin1Char('\n');
-}
+QString line(const QStringList &cells) { return cells.join(QLatin1Char(',')) + QLatin1Char('\n'); }
 
 QString rowText(const QDateTime &time, const QVector<double> &numbers)
 {

@@ -23,8 +23,7 @@ public:
         : m_state(byte * 2654435761U + 1U)
         , m_kind(byte % 4)
         , m_withTimeouts((byte & 0x40U) != 0)
-    {
-    }
+    { }
 
     bool timesOutHere() { return m_withTimeouts && next() % 6 == 0; }
 

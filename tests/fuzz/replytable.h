@@ -35,10 +35,7 @@ struct ReplyRow
 
 namespace ReplyTable {
 
-inline QString dirtyText(bool dirty)
-{
-    return dirty ? latin1("left over") : QString();
-}
+inline QString dirtyText(bool dirty) { return dirty ? latin1("left over") : QString(); }
 
 template <bool (*Function)(const QString &)>
 Verdict recogniser(const QString &text, bool)

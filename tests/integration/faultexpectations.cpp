@@ -87,7 +87,4 @@ QVector<FaultMatrix::Entry> entries()
 
 } // namespace
 
-FaultMatrix handlerFaultMatrix()
-{
-    return FaultMatrix(HandlerLevel, operations(), entries());
-}
+FaultMatrix handlerFaultMatrix() { return FaultMatrix(HandlerLevel, operations(), entries()); }

@@ -11,10 +11,7 @@ namespace {
 constexpr int blockSize = 16;
 
 // Begins with the bootloader's own answers.
-QByteArray imageOf(int size)
-{
-    return ("*.!b" + files::pseudoRandomBytes(size)).left(size);
-}
+QByteArray imageOf(int size) { return ("*.!b" + files::pseudoRandomBytes(size)).left(size); }
 
 } // namespace
 

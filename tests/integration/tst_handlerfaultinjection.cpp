@@ -16,10 +16,7 @@ constexpr int affectedBlock = 5; // of the memory
 constexpr int sufficientBlocks = 9; // of 1024, the affected one among them
 constexpr int blockSize = 64;
 
-QByteArray memoryImage()
-{
-    return files::pseudoRandomBytes(65536);
-}
+QByteArray memoryImage() { return files::pseudoRandomBytes(65536); }
 
 QByteArray firmwareImage()
 {

@@ -66,8 +66,7 @@ public:
     explicit PortInUseScope(const QString &path)
         : m_descriptor(::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY))
         , m_isActive(::ioctl(m_descriptor, TIOCEXCL) == 0)
-    {
-    }
+    { }
     ~PortInUseScope()
     {
         ::ioctl(m_descriptor, TIOCNXCL);

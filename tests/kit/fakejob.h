@@ -17,8 +17,7 @@ public:
         : name(jobName)
         , m_type(jobType)
         , m_callLog(callLog)
-    {
-    }
+    { }
 
     void start() override
     {

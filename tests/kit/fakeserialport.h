@@ -17,8 +17,7 @@ public:
 
     explicit FakeSerialPort(QObject *parent = nullptr)
         : SerialPortInterface(parent)
-    {
-    }
+    { }
 
     void write(QString text) override
     {

@@ -59,7 +59,4 @@ const QVector<FaultInfo> &faultInfos()
     return infos;
 }
 
-const FaultInfo &faultInfo(FaultKind kind)
-{
-    return faultInfos().at(static_cast<int>(kind));
-}
+const FaultInfo &faultInfo(FaultKind kind) { return faultInfos().at(static_cast<int>(kind)); }

@@ -56,7 +56,4 @@ inline bool isHangUp(FaultKind kind)
 }
 
 /// Whether it is a fault of files and folders.
-inline bool isDiskFault(FaultKind kind)
-{
-    return kind >= FaultKind::ReadOnlyFolder;
-}
+inline bool isDiskFault(FaultKind kind) { return kind >= FaultKind::ReadOnlyFolder; }

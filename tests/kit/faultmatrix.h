@@ -25,17 +25,13 @@ struct Expectation
     constexpr Expectation(const char *words = "", bool isApplicable = true)
         : text(words)
         , applies(isApplicable)
-    {
-    }
+    { }
 
     const char *text; ///< the outcome; the reason when it doesn't apply
     bool applies;
 };
 
-constexpr Expectation notApplicable(const char *reason)
-{
-    return Expectation(reason, false);
-}
+constexpr Expectation notApplicable(const char *reason) { return Expectation(reason, false); }
 
 /// All pairs of the faults of one level and its operations, with the expectation of each, and what
 /// was seen.
@@ -54,12 +50,10 @@ public:
         AnyOf() = default;
         AnyOf(T value)
             : m_values{value}
-        {
-        }
+        { }
         AnyOf(std::initializer_list<T> values)
             : m_values(values)
-        {
-        }
+        { }
         bool contains(T value) const { return m_values.isEmpty() || m_values.contains(value); }
 
     private:

@@ -193,10 +193,7 @@ QStringList cutParts(const QWidget *window, Part part)
     return cut;
 }
 
-bool isChart(const QWidget *widget)
-{
-    return widget->objectName() == QLatin1String("chart");
-}
+bool isChart(const QWidget *widget) { return widget->objectName() == QLatin1String("chart"); }
 
 bool isInput(const QWidget *widget)
 {

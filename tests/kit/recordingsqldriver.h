@@ -22,8 +22,7 @@ public:
     RecordingSqlResult(const QSqlDriver *driver, QVector<RecordedStatement> *statements)
         : QSqlResult(driver)
         , m_statements(statements)
-    {
-    }
+    { }
 
 protected:
     bool prepare(const QString &query) override
@@ -68,8 +67,7 @@ class RecordingSqlDriver : public QSqlDriver
 public:
     explicit RecordingSqlDriver(QVector<RecordedStatement> *statements)
         : m_statements(statements)
-    {
-    }
+    { }
     bool hasFeature(DriverFeature feature) const override { return feature == Transactions; }
     bool beginTransaction() override
     {
@@ -109,8 +107,7 @@ private:
     public:
         explicit Creator(QVector<RecordedStatement> *statements)
             : m_statements(statements)
-        {
-        }
+        { }
         QSqlDriver *createObject() const override { return new RecordingSqlDriver(m_statements); }
 
     private:

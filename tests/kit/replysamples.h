@@ -8,10 +8,7 @@
 
 // Replies as a device writes them, and results as a test compares them.
 
-inline QString latin1(const char *text)
-{
-    return QString::fromLatin1(text);
-}
+inline QString latin1(const char *text) { return QString::fromLatin1(text); }
 
 // By the definition, bit by bit: independent of a table.
 inline QString checksumOf(const QString &record)

@@ -88,15 +88,9 @@ QMap<QString, QString> SimulatorProcess::measurementValues()
     return values;
 }
 
-QDateTime SimulatorProcess::clock()
-{
-    return utc(QString::fromLatin1(control("clock").value(0)));
-}
+QDateTime SimulatorProcess::clock() { return utc(QString::fromLatin1(control("clock").value(0))); }
 
-QStringList SimulatorProcess::logTitles()
-{
-    return logCells().value(0);
-}
+QStringList SimulatorProcess::logTitles() { return logCells().value(0); }
 
 QVector<LogValue> SimulatorProcess::logRows()
 {
@@ -137,10 +131,7 @@ QVector<QStringList> SimulatorProcess::logCells()
     return lines;
 }
 
-bool SimulatorProcess::resume()
-{
-    return takePort(control("resume").value(0));
-}
+bool SimulatorProcess::resume() { return takePort(control("resume").value(0)); }
 
 bool SimulatorProcess::stop()
 {

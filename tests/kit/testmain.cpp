@@ -14,15 +14,9 @@ void passOn(QtMsgType type, const QMessageLogContext &context, const QString &me
 
 } // namespace
 
-PlatformMessageFilter::PlatformMessageFilter()
-{
-    testLog = qInstallMessageHandler(passOn);
-}
+PlatformMessageFilter::PlatformMessageFilter() { testLog = qInstallMessageHandler(passOn); }
 
-PlatformMessageFilter::~PlatformMessageFilter()
-{
-    qInstallMessageHandler(testLog);
-}
+PlatformMessageFilter::~PlatformMessageFilter() { qInstallMessageHandler(testLog); }
 
 int runTest(QObject *test, int argc, char *argv[])
 {

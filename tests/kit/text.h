@@ -5,13 +5,7 @@
 #include <QtCore/QStringList>
 
 /// A QString from a UTF-8 literal, for tests with many short texts.
-inline QString text(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+inline QString text(const char *utf8) { return QString::fromUtf8(utf8); }
 
 /// The texts between the bars of a UTF-8 literal, as "one||three".
-inline QStringList texts(const char *utf8)
-{
-    return text(utf8).split(QLatin1Char('|'));
-}
+inline QStringList texts(const char *utf8) { return text(utf8).split(QLatin1Char('|')); }

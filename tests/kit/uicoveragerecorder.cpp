@@ -25,10 +25,7 @@ bool isControl(const QWidget *widget)
         && !widget->objectName().startsWith(QLatin1String("qt_"));
 }
 
-QString labelOf(const QAbstractButton *button)
-{
-    return button->text().remove(QLatin1Char('&'));
-}
+QString labelOf(const QAbstractButton *button) { return button->text().remove(QLatin1Char('&')); }
 
 /// The control that @p widget is or is a part of, with its window: "MainWindow.unit" for an entry
 /// of that combo box's list.

@@ -53,10 +53,7 @@ bool WindowDriver::choose(QComboBox *combo, int index)
     return waitFor([=] { return !combo->view()->isVisible(); }) && combo->currentIndex() == index;
 }
 
-void WindowDriver::toggle(QCheckBox *checkBox)
-{
-    clickLeft(checkBox);
-}
+void WindowDriver::toggle(QCheckBox *checkBox) { clickLeft(checkBox); }
 
 void WindowDriver::toggle(QListWidget *list, int row)
 {

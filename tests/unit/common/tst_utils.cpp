@@ -16,10 +16,7 @@ namespace {
 const QDateTime noon(QDate(2023, 1, 2), QTime(12, 0, 0, 999), Qt::UTC);
 
 /// The text of the system for an error, in the language of the locale.
-QString systemText(int errorNumber)
-{
-    return QString::fromLocal8Bit(std::strerror(errorNumber));
-}
+QString systemText(int errorNumber) { return QString::fromLocal8Bit(std::strerror(errorNumber)); }
 
 /// The remainder of a division by the polynomial, bit by bit, as the definition has it.
 int crcBitByBit(const QByteArray &bytes)

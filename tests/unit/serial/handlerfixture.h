@@ -10,10 +10,7 @@
 #include <QtCore/QCoreApplication>
 
 /// Delivers the posted events.
-inline void turnEventLoop()
-{
-    QCoreApplication::sendPostedEvents();
-}
+inline void turnEventLoop() { QCoreApplication::sendPostedEvents(); }
 
 /// The type and content of a result, of bytes their number; empty without a result.
 inline QString resultText(const QVariant &result)

@@ -13,40 +13,19 @@ static_assert(int(DataParserResult::Matched) == 0 && int(DataParserResult::NoMat
 namespace {
 
 // Results as texts, none of them empty.
-QString toText(const QString &value)
-{
-    return latin1("[%1]").arg(value);
-}
+QString toText(const QString &value) { return latin1("[%1]").arg(value); }
 
-QString toText(int value)
-{
-    return QString::number(value);
-}
+QString toText(int value) { return QString::number(value); }
 
-QString toText(const QDateTime &time)
-{
-    return time.toString(Qt::ISODate);
-}
+QString toText(const QDateTime &time) { return time.toString(Qt::ISODate); }
 
-QString toText(const QStringList &titles)
-{
-    return titles.join(QLatin1Char('|'));
-}
+QString toText(const QStringList &titles) { return titles.join(QLatin1Char('|')); }
 
-QString toText(const QMap<QString, QString> &values)
-{
-    return joined(values);
-}
+QString toText(const QMap<QString, QString> &values) { return joined(values); }
 
-QString toText(const QByteArray &data)
-{
-    return toText(latin1(data.toHex().constData()));
-}
+QString toText(const QByteArray &data) { return toText(latin1(data.toHex().constData())); }
 
-QString toText(const ListItem &item)
-{
-    return latin1("%1:%2").arg(item.index).arg(item.value);
-}
+QString toText(const ListItem &item) { return latin1("%1:%2").arg(item.index).arg(item.value); }
 
 // What a function reads from a text: a null text on false.
 using Reader = std::function<QString(const QString &)>;
@@ -267,15 +246,9 @@ constexpr Sample samples[] = {
 
 const QDateTime someTime(QDate(2000, 1, 1), QTime(0, 0), Qt::UTC);
 
-QString dateReply(const QString &date)
-{
-    return latin1("date\r\n%1\r\n$").arg(date);
-}
+QString dateReply(const QString &date) { return latin1("date\r\n%1\r\n$").arg(date); }
 
-QString dateUpdatedReply(const QString &date)
-{
-    return latin1("Date updated to %1\r\n").arg(date);
-}
+QString dateUpdatedReply(const QString &date) { return latin1("Date updated to %1\r\n").arg(date); }
 
 } // namespace
 

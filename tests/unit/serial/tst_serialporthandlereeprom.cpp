@@ -21,10 +21,7 @@ QByteArray patternOf(int size)
 }
 
 // 0 for the first block, 100 for the last one.
-QVariant percentageOf(int block)
-{
-    return int(block / 1023.0 * 100);
-}
+QVariant percentageOf(int block) { return int(block / 1023.0 * 100); }
 
 // A connected handler and the last image that it reported.
 struct EepromFixture : HandlerFixture

@@ -23,8 +23,7 @@ class ProbeJob : public SerialPortJob
 public:
     explicit ProbeJob(SerialPortInterface *port, QObject *parent = nullptr)
         : SerialPortJob(port, SerialPortJobType::JobReadValue, parent)
-    {
-    }
+    { }
 
     using SerialPortJob::dataReady;
     using SerialPortJob::fail;

@@ -50,15 +50,9 @@ QStringList reportThroughQueue(const JobDialogue &dialogue, bool last)
     return report;
 }
 
-QString goodTitles()
-{
-    return titlesReply(latin1("TIME,CO2"));
-}
+QString goodTitles() { return titlesReply(latin1("TIME,CO2")); }
 
-QString goodRow()
-{
-    return rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,400.5"));
-}
+QString goodRow() { return rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,400.5")); }
 
 // A flipped bit in the checksum at the end.
 QString spoiled(const QString &reply)

@@ -16,8 +16,7 @@ public:
     explicit PortClient(const QString &path)
         : m_descriptor(
             ::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
-    {
-    }
+    { }
     ~PortClient() { ::close(m_descriptor); }
     Q_DISABLE_COPY(PortClient)
 

@@ -12,8 +12,7 @@ struct ImageHarness : DeviceHarness
 {
     explicit ImageHarness(int imageSize)
         : DeviceHarness([imageSize](DeviceOptions &o) { o.imageSize = imageSize; })
-    {
-    }
+    { }
 
     /// Starts the bootloader and the transfer of an image, of which @p bytes are sent.
     void startTransfer(int bytes)

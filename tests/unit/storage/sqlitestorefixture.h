@@ -8,10 +8,7 @@
 #include <QtCore/QScopedPointer>
 #include <QtCore/QTemporaryDir>
 
-inline MeasurementValue valid(const char *name, double value)
-{
-    return {text(name), true, value};
-}
+inline MeasurementValue valid(const char *name, double value) { return {text(name), true, value}; }
 
 /// A base class for tests of a store in a folder of its own.
 class SqliteStoreFixture

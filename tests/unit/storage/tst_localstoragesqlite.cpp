@@ -11,15 +11,9 @@ namespace {
 
 constexpr unsigned largestId = std::numeric_limits<unsigned>::max();
 
-QDateTime at(qint64 milliseconds)
-{
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
-}
+QDateTime at(qint64 milliseconds) { return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC); }
 
-MeasurementValue notAvailable(const char *name)
-{
-    return {text(name), false, 0.0};
-}
+MeasurementValue notAvailable(const char *name) { return {text(name), false, 0.0}; }
 
 } // namespace
 

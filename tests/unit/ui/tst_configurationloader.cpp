@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/files.h"
+#include "tests/kit/loggedlines.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
 #include "tests/kit/text.h"
-#include "tests/kit/loggedlines.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QLocale>
@@ -66,10 +66,7 @@ QByteArray measurements(const QByteArray &items)
     return "<Measurements>" + items + "</Measurements>";
 }
 
-QByteArray item(const QByteArray &alias)
-{
-    return QByteArray(goodItem).replace("word", alias);
-}
+QByteArray item(const QByteArray &alias) { return QByteArray(goodItem).replace("word", alias); }
 
 QByteArray measurement(const QByteArray &name)
 {

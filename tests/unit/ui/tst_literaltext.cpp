@@ -22,10 +22,7 @@
 
 namespace {
 
-QString longWord(int size)
-{
-    return QString(size, QLatin1Char('w'));
-}
+QString longWord(int size) { return QString(size, QLatin1Char('w')); }
 
 /// Runs @p steps on the next message box that is shown, and closes it.
 void inNextBox(const std::function<void(QMessageBox *)> &steps)

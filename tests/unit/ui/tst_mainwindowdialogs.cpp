@@ -2,10 +2,10 @@
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "tests/kit/files.h"
+#include "tests/kit/loggedlines.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
 #include "tests/kit/windowdriver.h"
-#include "tests/kit/loggedlines.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 

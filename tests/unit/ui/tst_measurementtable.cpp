@@ -30,15 +30,9 @@ const MeasurementItem humidity =
 const MeasurementItem ozone =
     measurement("O3", MeasurementType::Pollutant, MeasurementUnit::Ppm, 2.5);
 
-MeasurementValue reading(const char *name, double value)
-{
-    return {text(name), true, value};
-}
+MeasurementValue reading(const char *name, double value) { return {text(name), true, value}; }
 
-MeasurementValue noReading(const char *name)
-{
-    return {text(name), false, 0.0};
-}
+MeasurementValue noReading(const char *name) { return {text(name), false, 0.0}; }
 
 struct Table : MeasurementTable
 {
