@@ -74,7 +74,7 @@ bool Device::addFault(const QByteArray &text, QByteArray &error)
 
 void Device::lineRestored()
 {
-    m_lineDead = false;
+    m_lineClosed = false;
     m_bytesToHangUp = -1;
     m_input.clear();
     if (m_mode == Mode::Console) {
@@ -90,7 +90,7 @@ void Device::process()
     }
     m_processing = true;
     int next = 0;
-    while (next < m_input.size() && !m_lineDead
+    while (next < m_input.size() && !m_lineClosed
            && !(m_mode == Mode::Console && m_console.isBusy())) {
         const char byte = m_input.at(next++);
         if (m_mode == Mode::Console) {
@@ -100,13 +100,13 @@ void Device::process()
         }
     }
     // Input after a hang-up is discarded.
-    m_input.remove(0, m_lineDead ? m_input.size() : next);
+    m_input.remove(0, m_lineClosed ? m_input.size() : next);
     m_processing = false;
 }
 
 void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
 {
-    if (m_lineDead || m_faults.active(FaultKind::Silence) != nullptr) {
+    if (m_lineClosed || m_faults.active(FaultKind::Silence) != nullptr) {
         return;
     }
     QByteArray out = bytes;
@@ -123,7 +123,7 @@ void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
         }
     }
     if (m_bytesToHangUp == 0) {
-        m_lineDead = true;
+        m_lineClosed = true;
         emit hangUp();
     }
 }
@@ -144,9 +144,9 @@ void Device::onRawBytes(int bytes)
 {
     m_rawBytes += bytes;
     const Fault *fault = m_faults.active(FaultKind::HangupInput);
-    if (!m_lineDead && fault != nullptr && m_rawBytes == qMax(1, fault->argument)) {
+    if (!m_lineClosed && fault != nullptr && m_rawBytes == qMax(1, fault->argument)) {
         emit eventOccurred("fault " + fault->text);
-        m_lineDead = true;
+        m_lineClosed = true;
         emit hangUp();
     }
 }
@@ -155,7 +155,7 @@ void Device::onHangUpAfter(int bytes)
 {
     m_bytesToHangUp = bytes;
     if (bytes == 0) {
-        m_lineDead = true;
+        m_lineClosed = true;
         emit hangUp();
     }
 }

@@ -81,7 +81,7 @@ private:
     QTimer m_chatterTimer;
     QByteArray m_input;
     bool m_processing = false;
-    bool m_lineDead = false;
+    bool m_lineClosed = false;
     int m_bytesToHangUp = -1; ///< bytes to the line until it hangs up, -1 for never
     int m_rawBytes = 0; ///< raw bytes received since a fault was added
     quint64 m_chatterCount = 0;

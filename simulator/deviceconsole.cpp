@@ -78,7 +78,7 @@ void DeviceConsole::reset()
     m_pause.stop();
     m_blockIdle.stop();
     m_block = -1;
-    m_muted = false;
+    m_suppressReplies = false;
     m_gapMs = -1;
     m_heldExchanges = 0;
     m_held.clear();
@@ -111,7 +111,7 @@ void DeviceConsole::beginExchange(const QByteArray &line)
     m_faults.beginExchange(line);
     Fault fault;
     m_faultsApplied = false;
-    m_muted = m_faults.triggersInExchange(FaultKind::Silence);
+    m_suppressReplies = m_faults.triggersInExchange(FaultKind::Silence);
     if (m_faults.triggersInExchange(FaultKind::SingleBytes, fault)) {
         m_gapMs = fault.argument < 0 ? defaultGapMs : fault.argument;
     }
@@ -145,7 +145,7 @@ void DeviceConsole::execute(const QByteArray &line)
 void DeviceConsole::endExchange()
 {
     write(prompt);
-    m_muted = false;
+    m_suppressReplies = false;
     m_gapMs = -1;
     if (m_heldExchanges > 0 && --m_heldExchanges == 0) {
         emit output(m_held, Delivery::OneChunk, 0);
@@ -161,7 +161,7 @@ void DeviceConsole::pause(int ms, const std::function<void()> &next)
 
 void DeviceConsole::write(const QByteArray &bytes)
 {
-    if (m_muted || bytes.isEmpty()) {
+    if (m_suppressReplies || bytes.isEmpty()) {
         return;
     }
     if (m_heldExchanges > 0) {

@@ -96,7 +96,7 @@ private:
     std::function<void()> m_next;
     int m_block = -1; ///< memory block whose raw bytes are being received, -1 for none
     QByteArray m_blockData;
-    bool m_muted = false; ///< the current exchange gets no reply
+    bool m_suppressReplies = false; ///< the current exchange gets no reply
     int m_gapMs = -1; ///< pause between the single bytes of the current reply, -1 for none
     bool m_faultsApplied = false; ///< the faults of the current reply have been applied
     int m_heldExchanges = 0; ///< exchanges until the held-back output is sent

@@ -130,14 +130,14 @@ private slots:
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());
-        const QString dead = simulator.port();
+        const QString oldPort = simulator.port();
         simulator.hangUp();
         SimulatorProcess other;
         QVERIFY(other.start());
-        QVERIFY(other.port() != dead);
+        QVERIFY(other.port() != oldPort);
         QVERIFY(simulator.resume());
-        QVERIFY(simulator.port() != dead);
-        QVERIFY(!PortClient(dead).isOpen());
+        QVERIFY(simulator.port() != oldPort);
+        QVERIFY(!PortClient(oldPort).isOpen());
     }
 
     void releasesThePortOfAKilledClient()
