@@ -92,17 +92,11 @@ QDateTime fromStoredTime(const QVariant &milliseconds)
     return QDateTime::fromMSecsSinceEpoch(milliseconds.toLongLong(), utc);
 }
 
-using Placeholders = QVector<QPair<const char *, QVariant>>;
-
-QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement,
-                   const Placeholders &values = {})
+QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement)
 {
     QSqlQuery query(database);
     query.setForwardOnly(true);
     query.prepare(QLatin1String(statement.text));
-    for (const auto &value : values) {
-        query.bindValue(QLatin1String(value.first), value.second);
-    }
     return query;
 }
 
@@ -203,11 +197,11 @@ bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
         return true;
     }
 
-    QSqlQuery query = prepared(m_database, insertDevice,
-                               {{":model", details.modelNumber},
-                                {":serial", details.serialNumber},
-                                {":sw_version", details.swVersion},
-                                {":hw_version", details.hwVersion}});
+    QSqlQuery query = prepared(m_database, insertDevice);
+    query.bindValue(QStringLiteral(":model"), details.modelNumber);
+    query.bindValue(QStringLiteral(":serial"), details.serialNumber);
+    query.bindValue(QStringLiteral(":sw_version"), details.swVersion);
+    query.bindValue(QStringLiteral(":hw_version"), details.hwVersion);
     if (!execute(query, insertDevice)) {
         return false;
     }
@@ -218,10 +212,10 @@ bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
 bool LocalStorageSqlite::addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                                         unsigned &measurementId)
 {
-    QSqlQuery query = prepared(m_database, insertMetadata,
-                               {{":timestamp", toStoredTime(metadata.timestamp)},
-                                {":meas_state", static_cast<int>(metadata.state)},
-                                {":device_id", deviceId}});
+    QSqlQuery query = prepared(m_database, insertMetadata);
+    query.bindValue(QStringLiteral(":timestamp"), toStoredTime(metadata.timestamp));
+    query.bindValue(QStringLiteral(":meas_state"), static_cast<int>(metadata.state));
+    query.bindValue(QStringLiteral(":device_id"), deviceId);
     if (!execute(query, insertMetadata)) {
         return false;
     }
@@ -231,7 +225,8 @@ bool LocalStorageSqlite::addMeasurement(unsigned deviceId, const MeasurementMeta
 
 bool LocalStorageSqlite::addMeasurementType(const QString &name, unsigned &typeId)
 {
-    QSqlQuery query = prepared(m_database, insertType, {{":name", name}});
+    QSqlQuery query = prepared(m_database, insertType);
+    query.bindValue(QStringLiteral(":name"), name);
     if (!execute(query, QString(QLatin1String(insertType.context)).arg(name))) {
         return false;
     }
@@ -256,10 +251,10 @@ void LocalStorageSqlite::addMeasurementValues(unsigned measurementId,
             qWarning().noquote() << "Failed to resolve measurement type" << value.name;
             continue;
         }
-        QSqlQuery query = prepared(m_database, insertValue,
-                                   {{":measurement_id", measurementId},
-                                    {":measurement_type_id", typeId},
-                                    {":value", value.value}});
+        QSqlQuery query = prepared(m_database, insertValue);
+        query.bindValue(QStringLiteral(":measurement_id"), measurementId);
+        query.bindValue(QStringLiteral(":measurement_type_id"), typeId);
+        query.bindValue(QStringLiteral(":value"), value.value);
         execute(query, insertValue);
     }
 }
@@ -300,7 +295,8 @@ QVector<StoredDevice> LocalStorageSqlite::devices()
 
 QMap<unsigned, MeasurementMetadata> LocalStorageSqlite::measurementMetadata(unsigned deviceId)
 {
-    QSqlQuery query = prepared(m_database, selectDeviceMetadata, {{":device_id", deviceId}});
+    QSqlQuery query = prepared(m_database, selectDeviceMetadata);
+    query.bindValue(QStringLiteral(":device_id"), deviceId);
     if (!execute(query, selectDeviceMetadata)) {
         return {};
     }
@@ -315,7 +311,8 @@ QMap<unsigned, MeasurementMetadata> LocalStorageSqlite::measurementMetadata(unsi
 
 QMap<unsigned, QString> LocalStorageSqlite::measurementTypes(unsigned deviceId)
 {
-    QSqlQuery query = prepared(m_database, selectDeviceTypes, {{":device_id", deviceId}});
+    QSqlQuery query = prepared(m_database, selectDeviceTypes);
+    query.bindValue(QStringLiteral(":device_id"), deviceId);
     execute(query, selectDeviceTypes);
     QMap<unsigned, QString> result;
     while (query.next()) {
@@ -330,8 +327,10 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
     const qlonglong first = toStoredTime(from);
     const qlonglong last = toStoredTime(to);
 
-    QSqlQuery metadataQuery = prepared(m_database, selectMetadataInRange,
-                                       {{":device_id", deviceId}, {":from", first}, {":to", last}});
+    QSqlQuery metadataQuery = prepared(m_database, selectMetadataInRange);
+    metadataQuery.bindValue(QStringLiteral(":device_id"), deviceId);
+    metadataQuery.bindValue(QStringLiteral(":from"), first);
+    metadataQuery.bindValue(QStringLiteral(":to"), last);
     execute(metadataQuery, selectMetadataInRange);
     const QVector<MetadataRow> rows = readMetadataRows(metadataQuery);
 
@@ -345,9 +344,10 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
     }
 
     // A separate query: a single join would lose the measurements without values.
-    QSqlQuery valueQuery =
-        prepared(m_database, selectValuesInRange,
-                 {{":device_id", deviceId}, {":timestamp_from", first}, {":timestamp_to", last}});
+    QSqlQuery valueQuery = prepared(m_database, selectValuesInRange);
+    valueQuery.bindValue(QStringLiteral(":device_id"), deviceId);
+    valueQuery.bindValue(QStringLiteral(":timestamp_from"), first);
+    valueQuery.bindValue(QStringLiteral(":timestamp_to"), last);
     execute(valueQuery, selectValuesInRange);
     assembleValues(valueQuery, rows, result);
     return result;
@@ -355,11 +355,13 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
 
 bool LocalStorageSqlite::createTables()
 {
-    return std::all_of(std::begin(createStatements), std::end(createStatements),
-                       [this](const Statement &statement) {
-                           QSqlQuery query = prepared(m_database, statement);
-                           return execute(query, statement);
-                       });
+    for (const Statement &statement : createStatements) {
+        QSqlQuery query = prepared(m_database, statement);
+        if (!execute(query, statement)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool LocalStorageSqlite::readTypeIds()

@@ -219,6 +219,9 @@ private slots:
             const QString toolTip = comboBox->toolTip();
             QVERIFY(visibleToolTip(toolTip).contains(longWord(qMin(size, 1900))));
             QVERIFY(toolTip.size() < 3000);
+            const QStringList lines = visibleText(toolTip).split(QLatin1Char('\n'));
+            QVERIFY(std::all_of(lines.cbegin(), lines.cend(),
+                                [](const QString &line) { return line.size() <= 80; }));
         }
         QTRY_VERIFY_WITH_TIMEOUT(legendText().startsWith(text("www")), 1000);
     }
