@@ -6,20 +6,18 @@
 #include <QtCore/QDebug>
 #include <QtCore/QMap>
 #include <QtCore/QObject>
-#include <algorithm>
 
 bool MeasurementTypeUtils::findMeasurementItem(const QString &name,
                                                const QVector<MeasurementItem> &items,
                                                MeasurementItem &item)
 {
-    const auto found =
-        std::find_if(items.cbegin(), items.cend(),
-                     [&name](const MeasurementItem &candidate) { return candidate.name == name; });
-    if (found == items.cend()) {
-        return false;
+    for (const MeasurementItem &candidate : items) {
+        if (candidate.name == name) {
+            item = candidate;
+            return true;
+        }
     }
-    item = *found;
-    return true;
+    return false;
 }
 
 double MeasurementTypeUtils::convertToDisplayUnit(double value, const QString &name,
@@ -137,10 +135,8 @@ QString MeasurementTypeUtils::displayUnitText(const QString &name,
                                               const MeasurementDisplayOptions &options)
 {
     const MeasurementUnit unit = displayUnitOf(name, items, options);
-    if (unit == MeasurementUnit::Undefined && options.hideUndefinedUnit) {
-        return QString();
-    }
-    return measurementUnitToString(unit);
+    const bool hidden = unit == MeasurementUnit::Undefined && options.hideUndefinedUnit;
+    return hidden ? QString() : measurementUnitToString(unit);
 }
 
 QString MeasurementTypeUtils::displayUnitCaption(const QString &name,

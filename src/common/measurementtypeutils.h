@@ -54,7 +54,8 @@ public:
     /// The text of @p unit; empty, with a warning in the log, for a number that is no unit.
     static QString measurementUnitToString(MeasurementUnit unit);
 
-    /// The text of the unit in which @p name is shown; empty for an undefined unit that is hidden.
+    /// The text of the unit in which @p name is shown; empty for Undefined while
+    /// options.hideUndefinedUnit is set.
     static QString displayUnitText(const QString &name, const QVector<MeasurementItem> &items,
                                    const MeasurementDisplayOptions &options);
 

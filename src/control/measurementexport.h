@@ -8,7 +8,7 @@
 
 #include <QtCore/QStringList>
 
-/// The columns and rows of an export of stored measurements.
+/// The columns and rows of an export of stored measurements; saveToCsv() writes the file.
 namespace MeasurementExport {
 
 /// The names of the values of @p measurement that are among @p chosen, in their stored order.

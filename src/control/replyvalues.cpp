@@ -17,6 +17,5 @@ int healthPercentage(const QString &reply)
     if (reply.isEmpty()) {
         return notAvailable;
     }
-    QString number = reply;
-    return qBound(0, number.remove(QLatin1Char('%')).toInt(), 100);
+    return qBound(0, QString(reply).remove(QLatin1Char('%')).toInt(), 100);
 }

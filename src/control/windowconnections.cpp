@@ -2,14 +2,11 @@
 #include "control/windowconnections.h"
 
 #include <QtCore/QObject>
+#include <utility>
 
 void connectWindowSignals(const QObject *window, const QObject *controller)
 {
-    const struct
-    {
-        const char *signal;
-        const char *slot;
-    } connections[] = {
+    const std::pair<const char *, const char *> connections[] = {
         {SIGNAL(synchronizeClicked()), SLOT(onSynchronizeClicked())},
         {SIGNAL(connectClicked(QString)), SLOT(onConnectClicked(QString))},
         {SIGNAL(valueChanged(QString, QString)), SLOT(onValueChanged(QString, QString))},
@@ -30,7 +27,7 @@ void connectWindowSignals(const QObject *window, const QObject *controller)
         {SIGNAL(backupEepromClicked()), SLOT(onBackupEepromClicked())},
         {SIGNAL(restoreEepromFromBackupClicked()), SLOT(onRestoreEepromClicked())},
     };
-    for (const auto &connection : connections) {
-        QObject::connect(window, connection.signal, controller, connection.slot);
+    for (const auto &[signal, slot] : connections) {
+        QObject::connect(window, signal, controller, slot);
     }
 }

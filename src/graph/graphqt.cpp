@@ -12,8 +12,6 @@
 #include <QtGui/QPen>
 #include <QtWidgets/QGraphicsLayout>
 
-namespace {
-
 constexpr int timeAxisTicks = 10;
 constexpr int timeLabelsAngle = -90;
 constexpr int linePixels = 3;
@@ -22,7 +20,7 @@ constexpr int chartMargin = 6;
 // More than fit into a legend, which needs quadratic time to elide a name.
 constexpr int maximumLegendCharacters = 200;
 
-QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
+static QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
 {
     QVector<QPointF> result;
     result.reserve(points.size());
@@ -33,15 +31,13 @@ QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
 }
 
 // The text with which the legend shows @p name literally.
-QString legendText(const QString &name)
+static QString legendText(const QString &name)
 {
     const QString shown = name.size() > maximumLegendCharacters
         ? name.left(maximumLegendCharacters) + QChar(0x2026)
         : name;
     return shown.toHtmlEscaped().replace(QLatin1String("  "), QLatin1String("&nbsp;&nbsp;"));
 }
-
-} // namespace
 
 GraphQt::GraphQt(QWidget *parent)
     : QtCharts::QChartView(parent)
@@ -127,9 +123,6 @@ void GraphQt::endUpdate() { }
 
 void GraphQt::destroyChart(QtCharts::QChart *chart)
 {
-    if (chart == nullptr) {
-        return;
-    }
     if (m_chartBuilt) {
         const QList<QtCharts::QAbstractAxis *> axes = chart->axes(Qt::Horizontal | Qt::Vertical);
         for (QtCharts::QAbstractAxis *axis : axes) {

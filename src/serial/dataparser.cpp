@@ -404,9 +404,8 @@ bool DataParser::parseLogRecord(const QString &text, QDateTime &time, QVector<do
 {
     values.clear();
     QStringList fields = splitLogFields(text);
-    time = QDateTime::fromString(fields.at(0), Qt::ISODate);
+    time = QDateTime::fromString(fields.takeFirst(), Qt::ISODate);
     time.setTimeSpec(Qt::UTC);
-    fields.removeFirst();
     for (const QString &field : qAsConst(fields)) {
         bool ok = false;
         const double number = field.toDouble(&ok);

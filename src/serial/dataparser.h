@@ -49,7 +49,8 @@ public:
     /// The value in the device's reply to a set.
     static bool parseSetValue(const QString &text, QString &value);
 
-    /// The measurement line as raw name and raw value; empty when a pair is malformed.
+    /// The measurement line as raw name and raw value. False with no values when the line is empty
+    /// or a pair has no "=".
     static bool parseMeasurements(const QString &text, QMap<QString, QString> &values);
 
     /// The device's clock, in UTC; true with an invalid @p date for numbers that are no date.

@@ -24,8 +24,6 @@
 #include <limits>
 #include <utility>
 
-namespace {
-
 constexpr int noLogRead = -1;
 
 constexpr int eepromBlockSize = 64; // bytes
@@ -36,14 +34,12 @@ constexpr int eepromImageSize = 65535;
 constexpr unsigned firmwareBlockSize = 16; // bytes
 
 // Truncates. 0 for what no int can represent, which is no meaningful percentage.
-int truncateToInt(double value)
+static int truncateToInt(double value)
 {
     constexpr double lowest = std::numeric_limits<int>::min();
     constexpr double highest = std::numeric_limits<int>::max();
     return value >= lowest && value <= highest ? static_cast<int>(value) : 0;
 }
-
-} // namespace
 
 template <typename Job, typename... Arguments>
 void SerialPortHandler::addJob(const Arguments &...arguments)
@@ -237,8 +233,7 @@ void SerialPortHandler::cancelEepromWrite()
 
 void SerialPortHandler::readEeprom()
 {
-    m_eepromData.clear();
-    m_eepromData.fill(0, eepromImageSize);
+    m_eepromData.fill('\0', eepromImageSize);
     for (int block = 0; block < eepromBlocks; ++block) {
         addJobIfConnected<SerialPortJobReadEepromBlock>(static_cast<quint16>(block),
                                                         eepromPercentage(block));

@@ -18,9 +18,7 @@ class SerialPortHandlerInterface : public QObject
 
 public:
     /// A handler that is not connected.
-    explicit SerialPortHandlerInterface(QObject *parent = nullptr)
-        : QObject(parent)
-    { }
+    using QObject::QObject;
 
     /// Removes all jobs, closes the current port and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;

@@ -12,9 +12,7 @@ class SerialPortInterface : public QObject
 
 public:
     /// A closed port.
-    explicit SerialPortInterface(QObject *parent = nullptr)
-        : QObject(parent)
-    { }
+    using QObject::QObject;
 
     /// Sends text, in the device's character set.
     virtual void write(QString text) = 0;

@@ -4,7 +4,9 @@
 #include <QtCore/QDebug>
 
 constexpr int defaultTimeoutMs = 500;
+// The last of these is refused, so a command is sent five times in all.
 constexpr int maxRestarts = 5;
+// Fixed, since the compilers' Q_FUNC_INFO differ and support staff search for these lines.
 constexpr const char *restartSignature = "virtual bool SerialPortJob::restart()";
 
 SerialPortJob::SerialPortJob(SerialPortInterface *port, SerialPortJobType type, QObject *parent)
@@ -21,7 +23,8 @@ SerialPortJob::~SerialPortJob() { SerialPortJob::stop(); }
 
 void SerialPortJob::start()
 {
-    // A slot may release the job during this call. The same in the other functions that do this.
+    // A slot may drop the last reference to the job during this call. The same holds for each
+    // keepAlive below.
     const auto keepAlive = sharedFromThis();
 
     if (m_port) {

@@ -20,9 +20,7 @@ class SerialPortJobInterface : public QObject
 
 public:
     /// A job that has not started.
-    explicit SerialPortJobInterface(QObject *parent = nullptr)
-        : QObject(parent)
-    { }
+    using QObject::QObject;
 
     /// Connects to the port, starts the timer and sends the command.
     virtual void start() = 0;

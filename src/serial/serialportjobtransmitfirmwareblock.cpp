@@ -30,8 +30,7 @@ void SerialPortJobTransmitFirmwareBlock::parseData(QString buffer)
         fail();
     } else if (DataParser::isFirmwareDone(buffer)) {
         stop();
-        constexpr int wholeImagePercent = 100;
-        emit actionFinished(SerialPortActionType::ActionFirmwareTransmitted, wholeImagePercent);
+        emit actionFinished(SerialPortActionType::ActionFirmwareTransmitted, 100);
         emit finished();
     }
 }

@@ -4,10 +4,6 @@
 #include <QtCore/QDebug>
 #include <algorithm>
 
-SerialPortQueue::SerialPortQueue(QObject *parent)
-    : SerialPortQueueInterface(parent)
-{ }
-
 SerialPortQueue::~SerialPortQueue()
 {
     SerialPortQueue::clear();

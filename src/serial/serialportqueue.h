@@ -17,7 +17,7 @@ class SerialPortQueue : public SerialPortQueueInterface
 
 public:
     /// Without a transport: set one before the first open() or addJob().
-    explicit SerialPortQueue(QObject *parent = nullptr);
+    using SerialPortQueueInterface::SerialPortQueueInterface;
     ~SerialPortQueue() override;
 
     void setSerialPort(QSharedPointer<SerialPortInterface> port) override;

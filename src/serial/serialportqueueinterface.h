@@ -14,9 +14,7 @@ class SerialPortQueueInterface : public QObject
 
 public:
     /// An empty queue without a transport.
-    explicit SerialPortQueueInterface(QObject *parent = nullptr)
-        : QObject(parent)
-    { }
+    using QObject::QObject;
 
     /// Removes all jobs, closes and releases the present transport, and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;

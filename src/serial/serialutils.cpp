@@ -4,17 +4,13 @@
 #include "common/logvalue.h"
 #include "serial/serialporttypes.h"
 
-namespace {
-
 template <typename T>
-void registerOnce(const char *name)
+static void registerOnce(const char *name)
 {
     if (!QMetaType::isRegistered(QMetaType::type(name))) {
         qRegisterMetaType<T>(name);
     }
 }
-
-} // namespace
 
 void registerSerialMetaTypes()
 {

@@ -25,6 +25,7 @@ constexpr Statement createStatements[] = {
      "creating device table"},
     {"CREATE TABLE measurement_type(id integer primary key autoincrement, name text)",
      "creating measurement type table"},
+    // One row for each reading.
     {"CREATE TABLE measurement_metadata(id integer primary key autoincrement, timestamp integer, "
      "meas_state integer, device_id integer)",
      "creating measurement table"},
@@ -100,18 +101,16 @@ QSqlQuery prepared(const QSqlDatabase &database, const Statement &statement)
     return query;
 }
 
-bool execute(QSqlQuery &query, const QString &context)
+// @p name replaces %1 in the context.
+bool executeOrWarn(QSqlQuery &query, const Statement &statement, const QString &name = QString())
 {
     if (query.exec()) {
         return true;
     }
+    const QString context =
+        QString(QLatin1String(statement.context)).replace(QLatin1String("%1"), name);
     qWarning().noquote() << "Query failed when" << context << ":" << query.lastError().text();
     return false;
-}
-
-bool execute(QSqlQuery &query, const Statement &statement)
-{
-    return execute(query, QString(QLatin1String(statement.context)));
 }
 
 unsigned insertedId(const QSqlQuery &query) { return query.lastInsertId().toUInt(); }
@@ -188,13 +187,11 @@ bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
 {
     // Quirk: the existing row of a serial number keeps its first model and versions.
     const QVector<StoredDevice> known = devices();
-    const auto found =
-        std::find_if(known.cbegin(), known.cend(), [&details](const StoredDevice &device) {
-            return device.details.serialNumber == details.serialNumber;
-        });
-    if (found != known.cend()) {
-        id = found->id;
-        return true;
+    for (const StoredDevice &device : known) {
+        if (device.details.serialNumber == details.serialNumber) {
+            id = device.id;
+            return true;
+        }
     }
 
     QSqlQuery query = prepared(m_database, insertDevice);
@@ -202,7 +199,7 @@ bool LocalStorageSqlite::addDevice(const DeviceDetails &details, unsigned &id)
     query.bindValue(QStringLiteral(":serial"), details.serialNumber);
     query.bindValue(QStringLiteral(":sw_version"), details.swVersion);
     query.bindValue(QStringLiteral(":hw_version"), details.hwVersion);
-    if (!execute(query, insertDevice)) {
+    if (!executeOrWarn(query, insertDevice)) {
         return false;
     }
     id = insertedId(query);
@@ -216,7 +213,7 @@ bool LocalStorageSqlite::addMeasurement(unsigned deviceId, const MeasurementMeta
     query.bindValue(QStringLiteral(":timestamp"), toStoredTime(metadata.timestamp));
     query.bindValue(QStringLiteral(":meas_state"), static_cast<int>(metadata.state));
     query.bindValue(QStringLiteral(":device_id"), deviceId);
-    if (!execute(query, insertMetadata)) {
+    if (!executeOrWarn(query, insertMetadata)) {
         return false;
     }
     measurementId = insertedId(query);
@@ -227,7 +224,7 @@ bool LocalStorageSqlite::addMeasurementType(const QString &name, unsigned &typeI
 {
     QSqlQuery query = prepared(m_database, insertType);
     query.bindValue(QStringLiteral(":name"), name);
-    if (!execute(query, QString(QLatin1String(insertType.context)).arg(name))) {
+    if (!executeOrWarn(query, insertType, name)) {
         return false;
     }
     typeId = insertedId(query);
@@ -243,11 +240,8 @@ void LocalStorageSqlite::addMeasurementValues(unsigned measurementId,
         if (!value.valid) {
             continue;
         }
-        unsigned typeId = 0;
-        const auto cached = m_typeIds.constFind(value.name);
-        if (cached != m_typeIds.cend()) {
-            typeId = *cached;
-        } else if (!addMeasurementType(value.name, typeId)) {
+        unsigned typeId = m_typeIds.value(value.name);
+        if (!m_typeIds.contains(value.name) && !addMeasurementType(value.name, typeId)) {
             qWarning().noquote() << "Failed to resolve measurement type" << value.name;
             continue;
         }
@@ -255,7 +249,7 @@ void LocalStorageSqlite::addMeasurementValues(unsigned measurementId,
         query.bindValue(QStringLiteral(":measurement_id"), measurementId);
         query.bindValue(QStringLiteral(":measurement_type_id"), typeId);
         query.bindValue(QStringLiteral(":value"), value.value);
-        execute(query, insertValue);
+        executeOrWarn(query, insertValue);
     }
 }
 
@@ -263,7 +257,7 @@ QVector<StoredDevice> LocalStorageSqlite::devices()
 {
     QVector<StoredDevice> result;
     QSqlQuery deviceQuery = prepared(m_database, selectDevices);
-    execute(deviceQuery, selectDevices);
+    executeOrWarn(deviceQuery, selectDevices);
     while (deviceQuery.next()) {
         StoredDevice device;
         device.id = deviceQuery.value(0).toUInt();
@@ -275,15 +269,14 @@ QVector<StoredDevice> LocalStorageSqlite::devices()
     }
 
     QSqlQuery rangeQuery = prepared(m_database, selectDeviceRanges);
-    execute(rangeQuery, selectDeviceRanges);
+    executeOrWarn(rangeQuery, selectDeviceRanges);
     while (rangeQuery.next()) {
         const unsigned id = rangeQuery.value(0).toUInt();
-        const auto device =
-            std::find_if(result.begin(), result.end(),
-                         [id](const StoredDevice &candidate) { return candidate.id == id; });
-        if (device != result.end()) {
-            device->firstMeasurement = fromStoredTime(rangeQuery.value(1));
-            device->lastMeasurement = fromStoredTime(rangeQuery.value(2));
+        for (StoredDevice &device : result) {
+            if (device.id == id) {
+                device.firstMeasurement = fromStoredTime(rangeQuery.value(1));
+                device.lastMeasurement = fromStoredTime(rangeQuery.value(2));
+            }
         }
     }
 
@@ -297,14 +290,12 @@ QMap<unsigned, MeasurementMetadata> LocalStorageSqlite::measurementMetadata(unsi
 {
     QSqlQuery query = prepared(m_database, selectDeviceMetadata);
     query.bindValue(QStringLiteral(":device_id"), deviceId);
-    if (!execute(query, selectDeviceMetadata)) {
-        return {};
-    }
+    executeOrWarn(query, selectDeviceMetadata);
     QMap<unsigned, MeasurementMetadata> result;
     while (query.next()) {
-        result.insert(
-            query.value(0).toUInt(),
-            {measurementStateFromInt(query.value(2).toUInt()), fromStoredTime(query.value(1))});
+        MeasurementMetadata &metadata = result[query.value(0).toUInt()];
+        metadata.timestamp = fromStoredTime(query.value(1));
+        metadata.state = measurementStateFromInt(query.value(2).toUInt());
     }
     return result;
 }
@@ -313,7 +304,7 @@ QMap<unsigned, QString> LocalStorageSqlite::measurementTypes(unsigned deviceId)
 {
     QSqlQuery query = prepared(m_database, selectDeviceTypes);
     query.bindValue(QStringLiteral(":device_id"), deviceId);
-    execute(query, selectDeviceTypes);
+    executeOrWarn(query, selectDeviceTypes);
     QMap<unsigned, QString> result;
     while (query.next()) {
         result.insert(query.value(0).toUInt(), query.value(1).toString());
@@ -331,16 +322,13 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
     metadataQuery.bindValue(QStringLiteral(":device_id"), deviceId);
     metadataQuery.bindValue(QStringLiteral(":from"), first);
     metadataQuery.bindValue(QStringLiteral(":to"), last);
-    execute(metadataQuery, selectMetadataInRange);
+    executeOrWarn(metadataQuery, selectMetadataInRange);
     const QVector<MetadataRow> rows = readMetadataRows(metadataQuery);
 
     QVector<StoredMeasurement> result;
     result.reserve(rows.size());
     for (const MetadataRow &row : rows) {
-        StoredMeasurement measurement;
-        measurement.state = row.state;
-        measurement.timestamp = fromStoredTime(row.timestamp);
-        result.append(measurement);
+        result.append(StoredMeasurement{{row.state, fromStoredTime(row.timestamp)}, {}});
     }
 
     // A separate query: a single join would lose the measurements without values.
@@ -348,7 +336,7 @@ QVector<StoredMeasurement> LocalStorageSqlite::measurements(const QDateTime &fro
     valueQuery.bindValue(QStringLiteral(":device_id"), deviceId);
     valueQuery.bindValue(QStringLiteral(":timestamp_from"), first);
     valueQuery.bindValue(QStringLiteral(":timestamp_to"), last);
-    execute(valueQuery, selectValuesInRange);
+    executeOrWarn(valueQuery, selectValuesInRange);
     assembleValues(valueQuery, rows, result);
     return result;
 }
@@ -357,7 +345,7 @@ bool LocalStorageSqlite::createTables()
 {
     for (const Statement &statement : createStatements) {
         QSqlQuery query = prepared(m_database, statement);
-        if (!execute(query, statement)) {
+        if (!executeOrWarn(query, statement)) {
             return false;
         }
     }
@@ -368,7 +356,7 @@ bool LocalStorageSqlite::readTypeIds()
 {
     // Quirk: what an earlier open() cached remains, also if it was another file.
     QSqlQuery query = prepared(m_database, selectTypes);
-    const bool read = execute(query, selectTypes);
+    const bool read = executeOrWarn(query, selectTypes);
     while (query.next()) {
         m_typeIds.insert(query.value(1).toString(), query.value(0).toUInt());
     }

@@ -89,8 +89,7 @@ void ConfigurationEditor::onItemChanged(QTableWidgetItem *item)
     if (!item || !isEnabled()) {
         return;
     }
-    const QString newValue = item->data(Qt::DisplayRole).toString();
-    emit valueChanged(aliasAt(row(item)), newValue);
+    emit valueChanged(aliasAt(row(item)), item->data(Qt::DisplayRole).toString());
 }
 
 QString ConfigurationEditor::aliasAt(int row) const

@@ -10,10 +10,8 @@
 #include <cmath>
 #include <limits>
 
-namespace {
-
 // Rounds toward zero. A bound outside the range of int becomes the nearest int.
-int toInt(float value)
+static int toInt(float value)
 {
     using Limits = std::numeric_limits<int>;
     if (std::isnan(value)) {
@@ -22,12 +20,6 @@ int toInt(float value)
     return static_cast<int>(
         qBound<double>(Limits::min(), static_cast<double>(value), Limits::max()));
 }
-
-} // namespace
-
-ConfigurationItemDelegate::ConfigurationItemDelegate(QObject *parent)
-    : QItemDelegate(parent)
-{ }
 
 QWidget *ConfigurationItemDelegate::createEditor(QWidget *parent,
                                                  const QStyleOptionViewItem &option,

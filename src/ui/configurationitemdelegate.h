@@ -17,7 +17,7 @@ class ConfigurationItemDelegate : public QItemDelegate
 
 public:
     /// Views do not own their delegates; only @p parent, if any, deletes this one.
-    explicit ConfigurationItemDelegate(QObject *parent);
+    using QItemDelegate::QItemDelegate;
 
     /// A spin box, a spin box with decimals or a line edit, owned by @p parent. Null, so that the
     /// cell can't be edited, for any other type and for a text without a line edit.

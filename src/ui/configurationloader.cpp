@@ -150,9 +150,10 @@ bool ConfigurationLoader::readMeasurement(DeviceConfiguration &device)
         return false;
     }
     item.unit = *knownUnit;
-    const QXmlStreamAttributes attributes = m_reader.attributes();
-    const QStringRef multiplier = attributes.value(QStringLiteral("conversionMultiplier"));
-    item.conversionMultiplier = multiplier.isNull() ? 1.0 : multiplier.toDouble();
+    const QString multiplier = QStringLiteral("conversionMultiplier");
+    if (m_reader.attributes().hasAttribute(multiplier)) {
+        item.conversionMultiplier = attributeText(multiplier).toDouble();
+    }
     device.measurementItems.append(item);
     return true;
 }
@@ -164,8 +165,7 @@ bool ConfigurationLoader::isElement(const QString &name)
 
 bool ConfigurationLoader::hasAttribute(const QString &attribute, const QString &element)
 {
-    const QXmlStreamAttributes attributes = m_reader.attributes();
-    if (attributes.value(attribute).isNull()) {
+    if (!m_reader.attributes().hasAttribute(attribute)) {
         qDebug() << attribute << "attribute not specified for" << element << "element!";
         return false;
     }
@@ -180,6 +180,5 @@ bool ConfigurationLoader::hasAttributes(const QStringList &attributes, const QSt
 
 QString ConfigurationLoader::attributeText(const QString &attribute)
 {
-    const QXmlStreamAttributes attributes = m_reader.attributes();
-    return attributes.value(attribute).toString();
+    return m_reader.attributes().value(attribute).toString();
 }

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/deviceitem.h"
 
-DeviceItem::DeviceItem(QObject *parent)
-    : QObject(parent)
-{ }
-
 void DeviceItem::setSerialNumber(const QString &newValue)
 {
     m_serialNumber = newValue;

@@ -19,7 +19,7 @@ class DeviceItem : public QObject
 
 public:
     /// All texts are empty.
-    explicit DeviceItem(QObject *parent = nullptr);
+    using QObject::QObject;
 
     /// The identity as it was last set; empty before.
     /// @{

@@ -5,13 +5,11 @@
 #include <QtGui/QTextDocument>
 #include <QtWidgets/QStylePainter>
 
-namespace {
-
 constexpr int maximumToolTipCharacters = 2000;
 constexpr int toolTipColumns = 80;
 
 // Qt interprets a tool tip that looks like HTML as HTML, and does not wrap long words.
-QString toolTipText(const QString &text)
+static QString toolTipText(const QString &text)
 {
     QString lines = text.left(maximumToolTipCharacters);
     for (int i = toolTipColumns; i < lines.size(); i += toolTipColumns + 1) {
@@ -19,8 +17,6 @@ QString toolTipText(const QString &text)
     }
     return Qt::convertFromPlainText(lines);
 }
-
-} // namespace
 
 ElidedComboBox::ElidedComboBox(QWidget *parent)
     : QComboBox(parent)

@@ -11,8 +11,6 @@
 #include <QtWidgets/QScrollBar>
 #include <algorithm>
 
-namespace {
-
 constexpr int locationRole = Qt::UserRole;
 constexpr int deviceClockIntervalMs = 1000;
 
@@ -20,17 +18,14 @@ constexpr int deviceClockIntervalMs = 1000;
 constexpr int maximumBoxLines = 25;
 constexpr int maximumBoxCharacters = 600;
 
-QString portLabel(const QString &name, const QString &description)
+static QString portLabel(const QString &name, const QString &description)
 {
-    if (description.isEmpty()) {
-        return name;
-    }
-    return QStringLiteral("%1 - %2").arg(name, description);
+    return description.isEmpty() ? name : QStringLiteral("%1 - %2").arg(name, description);
 }
 
 /// Makes a row one line of text high, and the table wide enough for its headers. Not in the form,
 /// where sizes are in pixels.
-void sizeByFont(QTableWidget *table)
+static void sizeByFont(QTableWidget *table)
 {
     constexpr double rowLines = 1.4;
     constexpr int widthLines = 18;
@@ -41,7 +36,7 @@ void sizeByFont(QTableWidget *table)
 
 /// Fits the columns of names to their contents: none wider than half of the view, all together two
 /// thirds at most. The last column fills the rest. The user can drag them afterwards.
-void fitNameColumns(QTableWidget *table)
+static void fitNameColumns(QTableWidget *table)
 {
     QSize view = table->maximumViewportSize();
     // The scroll bar appears only with the next layout.
@@ -62,8 +57,6 @@ void fitNameColumns(QTableWidget *table)
     table->setColumnWidth(table->columnCount() - 1, rest);
 }
 
-} // namespace
-
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
     , m_ui(std::make_unique<Ui::MainWindow>())
@@ -73,10 +66,8 @@ MainWindow::MainWindow(QWidget *parent)
     // The controller connects by name, and a queued connection needs the name of the type.
     qRegisterMetaType<WaitDialogReason>("WaitDialogReason");
     m_ui->setupUi(this);
-    for (QDialog *dialog :
-         {static_cast<QDialog *>(&m_waitDialog), static_cast<QDialog *>(&m_graph)}) {
-        dialog->setWindowIcon(windowIcon());
-    }
+    m_waitDialog.setWindowIcon(windowIcon());
+    m_graph.setWindowIcon(windowIcon());
     sizeByFont(m_ui->configuration);
     sizeByFont(m_ui->measurements);
     connectWidgets();

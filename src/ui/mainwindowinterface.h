@@ -96,7 +96,8 @@ public:
     virtual void setTemperatureUnitIndex(int index) = 0;
     /// @}
 
-    /// Enables the button that connects.
+    /// Enables or disables the button that connects. The controller only enables it, after
+    /// disconnecting; setConnected() hides it while a device is connected.
     virtual void setConnectEnabled(bool enabled) = 0;
 
     /// Shows the wait dialog with a bar from 0 to 100, or changes an open one accordingly.

@@ -11,8 +11,6 @@
 #include <cstdlib>
 #include <limits>
 
-namespace {
-
 constexpr int deviceIdRole = Qt::UserRole;
 constexpr int serialNumberRole = Qt::UserRole + 3;
 constexpr int nameRole = Qt::UserRole + 2;
@@ -30,7 +28,7 @@ constexpr int leastChartWidth = 27;
 constexpr double minimumFactor = 0.99;
 constexpr double maximumFactor = 1.01;
 
-int randomPastelChannel()
+static int randomPastelChannel()
 {
     constexpr int white = 255;
     return (std::rand() % white + white) / 2;
@@ -38,7 +36,7 @@ int randomPastelChannel()
 
 /// The colour of a measurement's line. An unknown name gets a random pastel colour for the whole
 /// run.
-QColor measurementColor(const QString &name)
+static QColor measurementColor(const QString &name)
 {
     static QHash<QString, QColor> colors{
         {QStringLiteral("A0"), QColor(178, 97, 191)}, {QStringLiteral("A1"), QColor(0, 135, 69)},
@@ -60,8 +58,6 @@ QColor measurementColor(const QString &name)
     const int red = randomPastelChannel();
     return colors.insert(name, QColor(red, green, blue)).value();
 }
-
-} // namespace
 
 MeasurementGraph::MeasurementGraph(QWidget *parent)
     : QDialog(parent)
@@ -131,10 +127,7 @@ void MeasurementGraph::setShowLatest(bool latest)
     m_ui->toDateTimeEdit->setDisabled(latest);
 }
 
-void MeasurementGraph::setLocalStorage(LocalStorage *localStorage)
-{
-    m_localStorage = localStorage;
-}
+void MeasurementGraph::setLocalStorage(LocalStorage *storage) { m_localStorage = storage; }
 
 void MeasurementGraph::setMeasurementItems(const QVector<MeasurementItem> &items)
 {
@@ -153,8 +146,8 @@ void MeasurementGraph::beginLoading()
     const QVector<StoredDevice> storedDevices = m_localStorage->devices();
     for (const StoredDevice &device : storedDevices) {
         devices->addItem(
-            QStringLiteral("%1 - %2").arg(device.details.modelNumber, device.details.serialNumber));
-        devices->setItemData(devices->count() - 1, device.id, deviceIdRole);
+            QStringLiteral("%1 - %2").arg(device.details.modelNumber, device.details.serialNumber),
+            device.id);
         devices->setItemData(devices->count() - 1, device.details.serialNumber, serialNumberRole);
     }
 }
@@ -324,10 +317,9 @@ void MeasurementGraph::updateValueRange()
 {
     double minimum = minimumValue();
     double maximum = maximumValue();
-    if (!manualRange() && !findValueRange(minimum, maximum)) {
-        return;
+    if (manualRange() || findValueRange(minimum, maximum)) {
+        m_ui->chart->setValueRange(minimum * minimumFactor, maximum * maximumFactor);
     }
-    m_ui->chart->setValueRange(minimum * minimumFactor, maximum * maximumFactor);
 }
 
 bool MeasurementGraph::findValueRange(double &minimum, double &maximum) const
@@ -424,9 +416,7 @@ void MeasurementGraph::onGraphManualRangeToggled()
     if (m_updating) {
         return;
     }
-    const bool manual = manualRange();
-    m_ui->graphMinimumSpinBox->setEnabled(manual);
-    m_ui->graphMaximumSpinBox->setEnabled(manual);
+    setManualRange(manualRange());
     reloadGraph();
 }
 

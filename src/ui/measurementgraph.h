@@ -53,7 +53,7 @@ public:
     void setShowLatest(bool latest);
 
     /// Sets the store to read from; not owned.
-    void setLocalStorage(LocalStorage *localStorage);
+    void setLocalStorage(LocalStorage *storage);
 
     /// Sets the measurements with their display names and units.
     void setMeasurementItems(const QVector<MeasurementItem> &items);

@@ -40,13 +40,10 @@ const QMap<QString, MeasurementUnit> &measurementUnits()
 
 ConfigurationItemType configurationItemType(const QString &text)
 {
-    if (text == QLatin1String("float")) {
-        return ConfigurationItemType::Float;
-    }
-    if (text == QLatin1String("int")) {
-        return ConfigurationItemType::Int;
-    }
-    return ConfigurationItemType::Text;
+    static const QMap<QString, ConfigurationItemType> types{
+        {QStringLiteral("float"), ConfigurationItemType::Float},
+        {QStringLiteral("int"), ConfigurationItemType::Int}};
+    return types.value(text, ConfigurationItemType::Text);
 }
 
 QStringList requiredOfConfigurationItem()

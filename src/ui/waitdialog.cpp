@@ -3,10 +3,6 @@
 
 #include "ui_waitdialog.h"
 
-namespace {
-constexpr int fullPercent = 100;
-}
-
 WaitDialog::WaitDialog(QWidget *parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::WaitDialog>())
@@ -20,7 +16,7 @@ WaitDialog::~WaitDialog() = default;
 void WaitDialog::showDialog(const QString &text, bool showProgress)
 {
     if (showProgress) {
-        m_ui->progressBar->setRange(0, fullPercent);
+        m_ui->progressBar->setRange(0, 100);
         m_ui->progressBar->setValue(0);
     } else {
         m_ui->progressBar->setRange(0, 0);
