@@ -23,7 +23,8 @@ constexpr int notAvailableEnd = 1080;
 QMap<QString, QString> parseReading(const QByteArray &line)
 {
     QMap<QString, QString> reply;
-    for (const QByteArray &pair : line.split(';')) {
+    const QList<QByteArray> pairs = line.split(';');
+    for (const QByteArray &pair : pairs) {
         const int equals = pair.indexOf('=');
         reply.insert(QString::fromLatin1(pair.left(equals)),
                      QString::fromLatin1(pair.mid(equals + 1)));

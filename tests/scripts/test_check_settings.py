@@ -53,43 +53,43 @@ GOOD = device(configuration(A) + measurements(M))
 
 # name: (file, whether the schema accepts it, words that the script prints besides the comparison)
 CASES = {
-    "sample": (SAMPLE, True, "take this file: 3 models"),
-    "a small one": (file(GOOD), True, "take this file: 1 model."),
+    "sample": (SAMPLE, True, "accepts this file: 3 models"),
+    "a small one": (file(GOOD), True, "accepts this file: 1 model."),
     "parts repeated": (file(device(measurements(M) + configuration(A) + measurements(measurement()))),
-                       True, "take"),
+                       True, "accepts"),
     "no settings": (file(device("")), True, "No settings."),
     "two of a name": (file(GOOD + device("")), True, "this later one is used"),
     "code units": (file(device("", "\U0001F600") + device("", "\uFFEE") + device("", "z")), True,
-                   '"z" is in force'),
+                   '"z" is the current model'),
     "numbers": (file(device(configuration("".join(
         setting(type="float", min=number, max=number, alias=f"n{index}") for index, number in
         enumerate(["1", "-2.5", "+3", ".5", "5.", "1e3", "1E-3", "0.1", "1e38", "16777217"]))))),
         True, "number"),
     "attribute order": (file(device('<Measurements><Measurement unit="C" type="Air Temperature" '
-                                    'name="T"/></Measurements>')), False, "take"),
+                                    'name="T"/></Measurements>')), False, "accepts"),
     "upper case": (file(GOOD).replace("Device", "DEVICE").replace("Measurement", "MEASUREMENT"),
-                   False, "take"),
-    "lower case": (file(GOOD).replace("ConfigurationItem", "configurationitem"), False, "take"),
+                   False, "accepts"),
+    "lower case": (file(GOOD).replace("ConfigurationItem", "configurationitem"), False, "accepts"),
     "all types": (file(device(measurements("".join(
         measurement(name=f"x{index}", type=kind, unit=unit) for index, (kind, unit) in enumerate(
             [("air temperature", "f"), ("air humidity", "rh"), ("air pressure", "mbar"),
              ("pm2.5", "ug/m3"), ("pm10", "ug/m3"), ("pollutant", "ppb"), ("pollutant", "ppm"),
              ("pollutant", "ug/m3"), ("rain", "mm/h"), ("winddir", "deg"), ("windspeed", "m/s"),
-             ("solar radiation", "w/m2"), ("extra", "extra")]))))), True, "take"),
+             ("solar radiation", "w/m2"), ("extra", "extra")]))))), True, "accepts"),
     "text of any length": (file(device(configuration(setting(type="text", min="0", max="0")))),
                            True, "text of any length"),
     "name for a missing display name": (file(device(measurements(measurement(displayName="")))),
                                         True, "W0 (W0)"),
 
     "empty file": ("", False, "<KVTConfig> is expected here"),
-    "no XML": ("KVTConfig", False, "refuse"),
+    "no XML": ("KVTConfig", False, "rejects"),
     "another root": ("<Config><Devices/></Config>", False, "found: <Config>"),
     "another first child": ("<KVTConfig><Other/><Devices/></KVTConfig>", False,
                             "<Devices> is expected here, found: <Other>"),
     "no models": (file(""), False, "It contains no model"),
     "a second list": (file(GOOD).replace("</KVTConfig>", "<Devices>" + device("", "B")
                                          + "</Devices></KVTConfig>"), False,
-                      "after the place where the tool stops reading"),
+                      "after the line at which KV Tool stops reading"),
     "model without a name": (file(GOOD + "<Device/>" + device("", "B")), False, "list of models ends"),
     "model with a capital Name": (file('<Device Name="B"/>'), False, 'no attribute "name"'),
     "unknown element among the models": (file(GOOD + "<Stray/>" + device("", "B")), False, "not a <Device>"),
@@ -126,45 +126,45 @@ CASES = {
                                                                       unit="%rh")))), False,
                                  'unit "%rh" is unknown'),
     "kind of setting in capitals": (file(device(configuration(setting(type="Float")))), False,
-                                    'type "Float" means a text'),
-    "limit that is no number": (file(device(configuration(setting(min="low")))), False,
-                                'min "low" is no number'),
+                                    'type "Float" is read as text'),
+    "limit that is not a number": (file(device(configuration(setting(min="low")))), False,
+                                'min "low" is not a number'),
     "limits with commas": (file(device(configuration(setting(type="float", max="2,5")))), False,
-                           'max "2,5" is no number'),
+                           'max "2,5" is not a number'),
     "odd numbers": (file(device(configuration("".join(
         setting(type="float", min=number, max="1e99", alias=f"n{index}") for index, number in
         enumerate(["", " 7 ", "1_0", "0x10", "--5", "5e", "1 0", "٣", "1e400", "3.4e38", "1e-60",
-                   "&#160;5", "1,000", "e5", "."]))))), False, "is no number: the tool takes 0"),
+                   "&#160;5", "1,000", "e5", "."]))))), False, "is not a number and is read as 0"),
     "odd factors": (file(device(measurements("".join(
         measurement(type="pollutant", unit="ppm", name=f"n{index}", conversionMultiplier=number)
         for index, number in enumerate(["", "abc", "1e400", "1e-400", " 2 ", "0,5", "1e300",
                                                       "inf", "nan"]))))),
-        False, "is 0 for the tool"),
+        False, "is read as 0"),
     "whole number with decimals": (file(device(configuration(setting(max="2.5")))), False,
-                                   'max "2.5" is no whole number'),
-    "alias with a blank": (file(device(configuration(setting(alias="my word")))), False, "unfit"),
-    "alias with a pattern sign": (file(device(configuration(setting(alias="a.b")))), False, "unfit"),
+                                   'max "2.5" is not a whole number'),
+    "alias with a blank": (file(device(configuration(setting(alias="my word")))), False, "not valid in a command"),
+    "alias with a pattern sign": (file(device(configuration(setting(alias="a.b")))), False, "not valid in a command"),
     "alias of the device": (file(device(configuration(setting(alias="health")))), False,
-                            "word of the device"),
+                            "name that the console uses itself"),
     "alias twice": (file(device(configuration(A + A))), True, "appears twice"),
     "measurement twice": (file(device(measurements(M + M))), True, "appears twice"),
     "limits swapped": (file(device(configuration(setting(min="9", max="1")))), True, "min is above max"),
     "unit of another type": (file(device(measurements(measurement(unit="ppm")))), False,
-                             "does not come in ppm"),
+                             "is not shown in ppm"),
     "factor without effect": (file(device(measurements(measurement(conversionMultiplier="2")))), False,
-                              "has an effect on a pollutant only"),
+                              "has an effect only on a pollutant"),
     "unknown attribute": (file(device(measurements(measurement(displayname="Air")))), False,
-                          'does not know the attribute "displayname"'),
-    "cut off": (file(GOOD)[:-60], False, "The XML is broken"),
-    "cut off in a tag": (file(GOOD + device(configuration(A), "B"))[:-90], False, "The XML is broken"),
-    "wrong end": (file(device(configuration(A) + "</Devices>" + measurements(M))), False, "broken"),
-    "ampersand": (file(device(configuration(A) + " & " + measurements(M))), False, "broken"),
+                          'unknown attribute "displayname"'),
+    "cut off": (file(GOOD)[:-60], False, "The XML is malformed"),
+    "cut off in a tag": (file(GOOD + device(configuration(A), "B"))[:-90], False, "The XML is malformed"),
+    "wrong end": (file(device(configuration(A) + "</Devices>" + measurements(M))), False, "malformed"),
+    "ampersand": (file(device(configuration(A) + " & " + measurements(M))), False, "malformed"),
     "attribute twice": (file(device(configuration('<ConfigurationItem type="a" type="b"/>') + M)),
-                        False, "broken"),
+                        False, "malformed"),
     "undeclared prefix": (file(device(configuration(A) + "<x:Measurements/>" + measurements(M))),
-                          False, 'The XML is broken at line 2'),
+                          False, 'The XML is malformed at line 2'),
     "declared prefix": (file(GOOD).replace("<KVTConfig", '<k:KVTConfig xmlns:k="urn:k"')
-                        .replace("</KVTConfig", "</k:KVTConfig"), False, "take"),
+                        .replace("</KVTConfig", "</k:KVTConfig"), False, "accepts"),
     "entity": (f'<!DOCTYPE KVTConfig [<!ENTITY e "KVT-E">]>{file(device("", "&e;"))[39:]}', True,
                'Model "KVT-E"'),
 }
@@ -217,8 +217,8 @@ class CheckSettings(unittest.TestCase):
                 result = self.check(self.written(name, text))
                 self.assertIn(words, result.stdout)
                 self.assertEqual(result.stderr, "")
-                whole = ("would take" in result.stdout and "Not read:" not in result.stdout
-                         and "The XML is broken" not in result.stdout)
+                whole = ("KV Tool accepts" in result.stdout and "Not read:" not in result.stdout
+                         and "The XML is malformed" not in result.stdout)
                 self.assertEqual(result.returncode, 0 if whole else 1)
 
     def test_follows_the_loader_through_damaged_files(self):
@@ -234,8 +234,8 @@ class CheckSettings(unittest.TestCase):
         result = self.check(self.written("stray", file(GOOD + "<Stray/>\n" + device(A, "B"))))
         self.assertEqual(result.stdout.partition("Not read:\n")[2].splitlines(), [
             "  line 2: <Stray>: not a <Device>: the list of models ends here, without a message",
-            "  line 3: <Device>: after the place where the tool stops reading",
-            "  line 3: <ConfigurationItem>: after the place where the tool stops reading"])
+            "  line 3: <Device>: after the line at which KV Tool stops reading",
+            "  line 3: <ConfigurationItem>: after the line at which KV Tool stops reading"])
 
     def test_names_the_line_in_which_a_tag_begins(self):
         text = file("\n<!-- a\ncomment -->" + device(measurements('<Measurement\n name="a"\n type="rain"/>')))
@@ -249,8 +249,8 @@ class CheckSettings(unittest.TestCase):
     def test_accepts_the_sample(self):
         result = self.check(self.written("sample", SAMPLE))
         self.assertEqual(result.returncode, 0)
-        remarks = result.stdout.partition("Remarks:\n")[2].splitlines()
-        self.assertEqual([remark for remark in remarks if "ppb" not in remark], [])
+        warnings = result.stdout.partition("Warnings:\n")[2].splitlines()
+        self.assertEqual([line for line in warnings if "ppb" not in line], [])
 
     def test_takes_the_file_of_the_working_directory_by_default(self):
         self.written("settings", file(GOOD))

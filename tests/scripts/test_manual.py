@@ -78,7 +78,7 @@ class Manual(unittest.TestCase):
             file.flush()
             report = subprocess.run([CHECK_SETTINGS, file.name], capture_output=True, text=True)
         self.assertEqual(report.returncode, 0, report.stdout)
-        self.assertNotIn("Remarks:", report.stdout)
+        self.assertNotIn("Warnings:", report.stdout)
         result = subprocess.run(["xmllint", "--noout", "--relaxng", str(REFERENCE / "settings.rng"), "-"],
                                 input=example, capture_output=True, text=True)
         self.assertEqual(result.returncode, 0, result.stderr)

@@ -2,7 +2,7 @@
 // kvtool-check-settings: reports what the tool reads from a settings.xml.
 #include "common/measurementtypeutils.h"
 #include "tools/checksettings/settingsreader.h"
-#include "tools/checksettings/settingsremarks.h"
+#include "tools/checksettings/settingswarnings.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QCoreApplication>
@@ -73,15 +73,17 @@ QString measurementText(const MeasurementItem &item, const QString &type)
         const QString ppm = unitText(MeasurementUnit::Ppm);
         const QString micrograms = unitText(MeasurementUnit::MicrogramsPerCubicMetre);
         if (item.unit == MeasurementUnit::Ppm) {
-            shown = QStringLiteral("shown so or times %1 in %2").arg(factor, micrograms);
-        } else if (item.unit == MeasurementUnit::MicrogramsPerCubicMetre) {
-            shown = QStringLiteral("shown so or times %1 in %2").arg(factor, ppm);
-        } else {
             shown =
-                QStringLiteral("shown times %1 both in %2 and in %3").arg(factor, ppm, micrograms);
+                QStringLiteral("shown in ppm, or multiplied by %1 in %2").arg(factor, micrograms);
+        } else if (item.unit == MeasurementUnit::MicrogramsPerCubicMetre) {
+            shown = QStringLiteral("shown in %2, or multiplied by %1 in %3")
+                        .arg(factor, micrograms, ppm);
+        } else {
+            shown = QStringLiteral("multiplied by %1, shown in %2 or in %3")
+                        .arg(factor, ppm, micrograms);
         }
     }
-    return QStringLiteral("%1 (%2): %3, delivered in %4, %5")
+    return QStringLiteral("%1 (%2): %3, reported in %4, %5")
         .arg(item.displayName, item.name, type, unitText(item.unit), shown);
 }
 
@@ -89,7 +91,7 @@ void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoade
                   const SettingsReader &reader, const QString &path)
 {
     if (!isLoaded || models.isEmpty()) {
-        out() << "The tool would refuse this file: \"Failed to load configuration from file "
+        out() << "KV Tool rejects this file: \"Failed to load configuration from file "
               << QFileInfo(path).fileName() << "\".\n";
         if (!reader.refusal().text.isEmpty()) {
             out() << "  line " << reader.refusal().line << ": " << reader.refusal().text << '\n';
@@ -97,24 +99,23 @@ void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoade
             out() << "  It contains no model.\n";
         }
         if (!models.isEmpty()) {
-            out() << "  No model is in force then, until a device of a model read before that line "
-                     "is "
-                     "connected: "
-                  << models.keys().join(QStringLiteral(", ")) << ".\n";
+            const QStringList names = models.keys();
+            out() << "  Until a device of one of these models is connected, KV Tool shows neither "
+                     "settings nor measurements: "
+                  << names.join(QStringLiteral(", ")) << ".\n";
         }
     } else {
-        out() << "The tool would take this file: " << models.size()
+        out() << "KV Tool accepts this file: " << models.size()
               << (models.size() == 1 ? " model" : " models") << ".\n\"" << models.firstKey()
-              << "\" is in force until a device has reported its model.\n";
+              << "\" is the current model until a device has reported its own.\n";
     }
-    for (const QString &line : loggedLines()) {
-        out() << "  It logs: " << line << '\n';
+    for (const QString &line : qAsConst(loggedLines())) {
+        out() << "  Log message: " << line << '\n';
     }
     if (!reader.xmlError().text.isEmpty()) {
-        out()
-            << "\nThe XML is broken at line " << reader.xmlError().line << ": "
-            << reader.xmlError().text
-            << "\nThe tool reports nothing about it; for the tool, all open elements end there.\n";
+        out() << "\nThe XML is malformed at line " << reader.xmlError().line << ": "
+              << reader.xmlError().text
+              << "\nKV Tool does not report this; it treats all open elements as closed there.\n";
     }
 }
 
@@ -135,23 +136,25 @@ void printModel(const QString &name, const DeviceConfiguration &model,
     }
 }
 
-void printRemarks(const char *title, const QVector<SettingsRemark> &remarks, int limit)
+void printWarnings(const char *title, const QVector<SettingsMessage> &warnings, int limit)
 {
-    if (!remarks.isEmpty()) {
+    if (!warnings.isEmpty()) {
         out() << '\n' << title << '\n';
     }
-    for (const SettingsRemark &remark : remarks.mid(0, limit)) {
-        out() << "  line " << remark.line << ": " << remark.text << '\n';
+    const QVector<SettingsMessage> shown = warnings.mid(0, limit);
+    for (const SettingsMessage &warning : shown) {
+        out() << "  line " << warning.line << ": " << warning.text << '\n';
     }
-    if (limit >= 0 && remarks.size() > limit) {
-        out() << "  ... and " << remarks.size() - limit << " more\n";
+    if (limit >= 0 && warnings.size() > limit) {
+        out() << "  ... and " << warnings.size() - limit << " more\n";
     }
 }
 
 /// Whether @p reader has found the same models as the loader.
 bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsReader &reader)
 {
-    return models.keys() == reader.models().keys()
+    return std::equal(models.keyBegin(), models.keyEnd(), reader.models().keyBegin(),
+                      reader.models().keyEnd())
         && std::equal(models.begin(), models.end(), reader.models().begin(),
                       [](const DeviceConfiguration &model, const SettingsModelTags &tags) {
                           return model.configurationItems.size() == tags.settings.size()
@@ -165,7 +168,7 @@ ExitCode check(const QString &path)
     // The tool blocks on a pipe and never stops reading an endless device; both are rejected here.
     const bool isSpecial = QFileInfo::exists(path) && !QFileInfo(path).isFile();
     if (isSpecial || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        out() << "The tool would refuse this file: \"Failed to load configuration from file "
+        out() << "KV Tool rejects this file: \"Failed to load configuration from file "
               << QFileInfo(path).fileName() << "\".\n  "
               << (isSpecial ? QStringLiteral("Not a regular file") : file.errorString()) << ": "
               << path << '\n';
@@ -180,14 +183,14 @@ ExitCode check(const QString &path)
 
     printVerdict(models, isLoaded, reader, path);
     if (isLoaded != reader.isComplete() || !agree(models, reader)) {
-        out() << "This program does not follow the tool at this file; please report it.\n";
+        out() << "This program and KV Tool read this file differently; please report it.\n";
         return InternalError;
     }
     for (auto model = models.constBegin(); model != models.constEnd(); ++model) {
         printModel(model.key(), model.value(), reader.models().value(model.key()));
     }
-    printRemarks("Not read:", reader.unreadTags(), longestList);
-    printRemarks("Remarks:", settingsRemarks(reader), -1);
+    printWarnings("Not read:", reader.unreadTags(), longestList);
+    printWarnings("Warnings:", settingsWarnings(reader), -1);
     const bool isWhole = isLoaded && !models.isEmpty() && reader.unreadTags().isEmpty()
         && reader.xmlError().text.isEmpty();
     return isWhole ? FileIsWhole : FileIsNotWhole;
@@ -201,10 +204,8 @@ int main(int argc, char *argv[])
     out().setCodec("UTF-8");
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.size() > 1 || arguments.value(0).startsWith(QLatin1Char('-'))) {
-        QTextStream(stderr)
-            << "Usage: kvtool-check-settings [FILE]\n"
-               "Reports what KV Tool makes of a settings.xml, the one in this folder "
-               "without FILE.\n";
+        QTextStream(stderr) << "Usage: kvtool-check-settings [FILE]\n"
+                               "Reports what KV Tool reads from FILE (default: settings.xml).\n";
         return WrongUsage;
     }
     return check(arguments.value(0, QStringLiteral("settings.xml")));

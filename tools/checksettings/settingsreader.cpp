@@ -3,6 +3,8 @@
 
 #include "ui/settingsspellings.h"
 
+static QString listed(const QStringList &spellings) { return spellings.join(QStringLiteral(", ")); }
+
 /// An element that the loader reads.
 struct SettingsReader::Rule
 {
@@ -95,8 +97,7 @@ void SettingsReader::skipContents(const SettingsTag &tag)
 {
     for (int depth = 1; depth > 0 && m_position < m_tags.size();) {
         if (SettingsTag *inner = nextStartTag()) {
-            inner->reason =
-                QStringLiteral("inside %1, whose contents the tool passes over").arg(tag.text);
+            inner->reason = QStringLiteral("inside %1, whose contents are skipped").arg(tag.text);
             ++depth;
         } else {
             --depth;
@@ -130,9 +131,9 @@ bool SettingsReader::readDevices()
         }
         const QString name = tag->attributeText(QStringLiteral("name"));
         if (m_models.contains(name)) {
-            m_remarks.append(
+            m_warnings.append(
                 {tag->line,
-                 QStringLiteral("model \"%1\" is in the file before; this later one is used")
+                 QStringLiteral("model \"%1\" appears earlier in the file; this later one is used")
                      .arg(name)});
         }
         m_models.insert(name, model);
@@ -151,9 +152,9 @@ bool SettingsReader::readChildren(const Rule &parent, SettingsModelTags &model)
         if (rule == nullptr) {
             tag->reason = QStringLiteral("unknown in %1: ").arg(parentText)
                 + (parent.skipsContentsOfChildren
-                       ? QStringLiteral("passed over with its contents")
-                       : QStringLiteral("its children are read as if they were beside it, and its "
-                                        "end tag ends the list"));
+                       ? QStringLiteral("skipped with its contents")
+                       : QStringLiteral("its children are read as children of the enclosing "
+                                        "element, whose list its end tag ends"));
         } else if (tag->name == QLatin1String("configurationitem")) {
             model.settings.append(tag);
         } else if (tag->name == QLatin1String("measurement")) {
@@ -175,9 +176,8 @@ bool SettingsReader::take(SettingsTag &tag, const Rule &rule)
     for (const QXmlStreamAttribute &attribute : qAsConst(tag.attributes)) {
         const QString name = attribute.qualifiedName().toString();
         if (!rule.required.contains(name) && !rule.optional.contains(name)) {
-            m_remarks.append(
-                {tag.line,
-                 QStringLiteral("the tool does not know the attribute \"%1\"").arg(name)});
+            m_warnings.append(
+                {tag.line, QStringLiteral("unknown attribute \"%1\" is ignored").arg(name)});
         }
     }
     for (const QString &attribute : rule.required) {
@@ -191,20 +191,17 @@ bool SettingsReader::take(SettingsTag &tag, const Rule &rule)
 
 bool SettingsReader::hasKnownSpellings(const SettingsTag &tag)
 {
-    const QString unknown = QStringLiteral("%1 \"%2\" is unknown; known are %3");
+    const QString unknown = QStringLiteral("%1 \"%2\" is unknown; expected one of %3");
     const QString type = tag.attributeText(QStringLiteral("type")).toLower();
     const auto &types = SettingsSpellings::measurementTypes();
     if (!types.contains(type)) {
         return refuse(tag.line,
-                      unknown.arg(QStringLiteral("measurement type"), type,
-                                  types.keys().join(QStringLiteral(", "))));
+                      unknown.arg(QStringLiteral("measurement type"), type, listed(types.keys())));
     }
     const QString unit = tag.attributeText(QStringLiteral("unit")).toLower();
     const auto &units = SettingsSpellings::measurementUnits();
     if (!units.contains(unit)) {
-        return refuse(
-            tag.line,
-            unknown.arg(QStringLiteral("unit"), unit, units.keys().join(QStringLiteral(", "))));
+        return refuse(tag.line, unknown.arg(QStringLiteral("unit"), unit, listed(units.keys())));
     }
     return true;
 }
@@ -215,13 +212,13 @@ bool SettingsReader::refuse(qint64 line, const QString &text)
     return false;
 }
 
-QVector<SettingsRemark> SettingsReader::unreadTags() const
+QVector<SettingsMessage> SettingsReader::unreadTags() const
 {
-    QVector<SettingsRemark> result;
+    QVector<SettingsMessage> result;
     for (const SettingsTag &tag : m_tags) {
         if (!tag.isEnd && !tag.isRead) {
             const QString reason = tag.reason.isEmpty()
-                ? QStringLiteral("after the place where the tool stops reading")
+                ? QStringLiteral("after the line at which KV Tool stops reading")
                 : tag.reason;
             result.append({tag.line, QStringLiteral("%1: %2").arg(tag.text, reason)});
         }

@@ -23,7 +23,7 @@ struct SettingsTag
 };
 
 /// A text that belongs to a line of the file.
-struct SettingsRemark
+struct SettingsMessage
 {
     qint64 line = 0; ///< 1 is the first
     QString text; ///< a sentence without a full stop
@@ -48,15 +48,15 @@ public:
     /// Whether the end of the list of models was reached.
     bool isComplete() const { return m_isComplete; }
     /// Why it was not reached; an empty text if the reason is unknown.
-    const SettingsRemark &refusal() const { return m_refusal; }
+    const SettingsMessage &refusal() const { return m_refusal; }
     /// The XML error at which the file ends for the reader; its text is empty without one.
-    const SettingsRemark &xmlError() const { return m_xmlError; }
+    const SettingsMessage &xmlError() const { return m_xmlError; }
     /// The models that were read, by name. The tags belong to this object.
     const QMap<QString, SettingsModelTags> &models() const { return m_models; }
     /// The tags that are not read, each with the reason.
-    QVector<SettingsRemark> unreadTags() const;
+    QVector<SettingsMessage> unreadTags() const;
     /// Probable mistakes in what is read: attributes without effect, a model that is replaced.
-    const QVector<SettingsRemark> &remarks() const { return m_remarks; }
+    const QVector<SettingsMessage> &warnings() const { return m_warnings; }
     /// All tags of the file up to its first XML error.
     const QVector<SettingsTag> &tags() const { return m_tags; }
 
@@ -77,8 +77,8 @@ private:
     QVector<SettingsTag> m_tags;
     int m_position = -1;
     bool m_isComplete = false;
-    SettingsRemark m_refusal;
-    SettingsRemark m_xmlError;
-    QVector<SettingsRemark> m_remarks;
+    SettingsMessage m_refusal;
+    SettingsMessage m_xmlError;
+    QVector<SettingsMessage> m_warnings;
     QMap<QString, SettingsModelTags> m_models;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tools/checksettings/settingsremarks.h"
+#include "tools/checksettings/settingswarnings.h"
 
 #include "common/measurementtypeutils.h"
 #include "ui/settingsspellings.h"
@@ -16,12 +16,12 @@ bool isShownIn(MeasurementType type, MeasurementUnit unit)
         || MeasurementTypeUtils::displayUnitOf(type, {false, false, true}) == unit;
 }
 
-/// Remarks on values that the tool accepts although they are probably mistakes.
+/// Warnings about values that the tool accepts although they are probably mistakes.
 class ValueCheck
 {
 public:
     explicit ValueCheck(const SettingsReader &reader)
-        : m_remarks(reader.remarks())
+        : m_warnings(reader.warnings())
     {
         for (const SettingsTag &tag : reader.tags()) {
             if (tag.isRead && tag.name == QLatin1String("configurationitem")) {
@@ -34,23 +34,23 @@ public:
             checkModel(model);
         }
         std::stable_sort(
-            m_remarks.begin(), m_remarks.end(),
+            m_warnings.begin(), m_warnings.end(),
             [](const auto &left, const auto &right) { return left.line < right.line; });
     }
 
     /// In the order of the file.
-    const QVector<SettingsRemark> &remarks() const { return m_remarks; }
+    const QVector<SettingsMessage> &warnings() const { return m_warnings; }
 
 private:
-    void add(const SettingsTag &tag, const QString &text) { m_remarks.append({tag.line, text}); }
+    void add(const SettingsTag &tag, const QString &text) { m_warnings.append({tag.line, text}); }
 
     void checkModel(const SettingsModelTags &model)
     {
         const QString name = model.device->attributeText(QStringLiteral("name"));
         if (name.isEmpty() || name != name.trimmed()) {
             add(*model.device,
-                QStringLiteral("the model's name is \"%1\", with its blanks: a device must report "
-                               "exactly that")
+                QStringLiteral("the model's name is \"%1\": a device must report exactly this, "
+                               "including spaces")
                     .arg(name));
         }
         checkForRepetition(model.settings, QStringLiteral("alias"),
@@ -80,8 +80,7 @@ private:
         if (!QStringList{QStringLiteral("int"), QStringLiteral("float"), QStringLiteral("text")}
                  .contains(type)) {
             add(tag,
-                QStringLiteral("type \"%1\" means a text; int and float are written in small "
-                               "letters")
+                QStringLiteral("type \"%1\" is read as text; int and float must be lower case")
                     .arg(type));
         }
         checkAlias(tag);
@@ -105,14 +104,14 @@ private:
         const QString alias = tag.attributeText(QStringLiteral("alias"));
         if (alias.isEmpty() || unfit.match(alias).hasMatch()) {
             add(tag,
-                QStringLiteral("the alias \"%1\" is unfit for a command: no blanks, none of "
-                               "= . * + ? ( ) [ ] { } ^ $ | \\ and only ASCII letters")
+                QStringLiteral("the alias \"%1\" is not valid in a command: only ASCII characters, "
+                               "no spaces and none of = . * + ? ( ) [ ] { } ^ $ | \\")
                     .arg(alias));
         }
         if (deviceWords.contains(alias)) {
             add(tag,
-                QStringLiteral("the alias \"%1\" is a word of the device itself: the row stays "
-                               "empty or shows something else")
+                QStringLiteral("the alias \"%1\" is a name that the console uses itself: the row "
+                               "stays empty or shows something else")
                     .arg(alias));
         }
     }
@@ -124,11 +123,11 @@ private:
         const float number = text.toFloat(&isNumber);
         const QString named = QStringLiteral("%1 \"%2\" ").arg(attribute, text);
         if (!std::isfinite(number)) {
-            add(tag, named + QStringLiteral("is no limit"));
+            add(tag, named + QStringLiteral("is not a finite number"));
         } else if (!isNumber) {
-            add(tag, named + QStringLiteral("is no number: the tool takes 0"));
+            add(tag, named + QStringLiteral("is not a number and is read as 0"));
         } else if (type == ConfigurationItemType::Int && number != std::floor(number)) {
-            add(tag, named + QStringLiteral("is no whole number"));
+            add(tag, named + QStringLiteral("is not a whole number"));
         }
         return number;
     }
@@ -142,18 +141,18 @@ private:
             tag.attributeText(QStringLiteral("unit")).toLower());
         if (name.isEmpty() || name.contains(QRegularExpression(QStringLiteral("[=;\"]")))) {
             add(tag,
-                QStringLiteral("no device can deliver anything under the name \"%1\"").arg(name));
+                QStringLiteral("a reply cannot contain a value with the name \"%1\"").arg(name));
         }
         const bool fits = isShownIn(type, unit) || type == MeasurementType::Extra
             || (type == MeasurementType::Pollutant && unit == MeasurementUnit::Ppb);
         if (!fits) {
             add(tag,
-                QStringLiteral("%1 does not come in %2: the value is %3")
+                QStringLiteral("%1 is not shown in %2: the value is %3")
                     .arg(typeText, unitText(unit),
                          type == MeasurementType::AirTemperature
                              ? QStringLiteral(
-                                 "converted as if it came in the unit that is not shown")
-                             : QStringLiteral("shown as if it came in the unit that is shown")));
+                                 "converted as if it were in the unit that is not shown")
+                             : QStringLiteral("shown unchanged, with the unit of the type")));
         }
         checkMultiplier(tag, type, unit);
     }
@@ -163,7 +162,7 @@ private:
         const QStringRef multiplier = tag.attributes.value(QStringLiteral("conversionMultiplier"));
         if (type != MeasurementType::Pollutant) {
             if (!multiplier.isNull()) {
-                add(tag, QStringLiteral("conversionMultiplier has an effect on a pollutant only"));
+                add(tag, QStringLiteral("conversionMultiplier has an effect only on a pollutant"));
             }
             return;
         }
@@ -173,25 +172,25 @@ private:
                                "unit changes"));
         } else if (multiplier.toDouble() == 0.0) {
             add(tag,
-                QStringLiteral("conversionMultiplier \"%1\" is 0 for the tool: each converted "
+                QStringLiteral("conversionMultiplier \"%1\" is read as 0: each converted "
                                "value is 0")
                     .arg(multiplier.toString()));
         }
         if (unit == MeasurementUnit::Ppb) {
             add(tag,
                 QStringLiteral("a value in ppb is multiplied for both units that can be shown: "
-                               "the factor is right for one of ppm and µg/m³ only"));
+                               "one factor cannot be right for both ppm and µg/m³"));
         }
     }
 
-    QVector<SettingsRemark> m_remarks;
+    QVector<SettingsMessage> m_warnings;
 };
 
 } // namespace
 
-QVector<SettingsRemark> settingsRemarks(const SettingsReader &reader)
+QVector<SettingsMessage> settingsWarnings(const SettingsReader &reader)
 {
-    return ValueCheck(reader).remarks();
+    return ValueCheck(reader).warnings();
 }
 
 QString unitText(MeasurementUnit unit)

@@ -7,9 +7,9 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Remarks on elements of a settings file that the tool reads but that are probably mistakes, in
-/// the order of the file.
-QVector<SettingsRemark> settingsRemarks(const SettingsReader &reader);
+/// Warnings about elements of a settings file that the tool reads but that are probably mistakes,
+/// in the order of the file.
+QVector<SettingsMessage> settingsWarnings(const SettingsReader &reader);
 
 /// The text of @p unit; a description for a unit without a text.
 QString unitText(MeasurementUnit unit);
