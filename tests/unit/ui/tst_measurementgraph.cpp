@@ -188,6 +188,14 @@ private slots:
         QCOMPARE(m_store->measurementsAsks.last().deviceId, 7U);
     }
 
+    void unknownDeviceReadsTheFirstOneAgain()
+    {
+        m_store->devicesResult = {device(3, "KV-1", "S9")};
+        open();
+        m_graph->selectDevice(DeviceDetails());
+        QCOMPARE(reads(), 2);
+    }
+
     void emptyStoreShowsOnlyTheAxesAndDropsTheSelection()
     {
         m_store->devicesResult.clear();
