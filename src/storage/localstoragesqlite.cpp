@@ -135,7 +135,8 @@ void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
     int valueCount = 0; // of the previous measurement; the next one usually has as many
     auto row = rows.cbegin();
     while (query.next()) {
-        const unsigned id = query.value(0).toUInt();
+        // The driver's own type: a conversion by toUInt() takes 6 % of the time for a year.
+        const auto id = static_cast<unsigned>(query.value(0).toLongLong());
         // Nearly every value belongs to the same measurement as the previous one, or to the next.
         if (row != rows.cend() && row->id < id) {
             ++row;
