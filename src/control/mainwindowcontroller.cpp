@@ -210,7 +210,7 @@ void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
         break;
     case SerialPortValueType::ValueLogOption:
         if (!value.toBool()) {
-            // Quirk: "Read" stays disabled until the next connection; there is no log to read.
+            // Quirk: only the close of a visible dialog enables "Read"; there is no log to read.
             m_window->closeWaitDialog();
             m_window->showMessageBox(
                 QMessageBox::Warning,
@@ -278,6 +278,7 @@ void MainWindowController::onAllJobsDone()
     if (!m_synchronizing) {
         return;
     }
+    // Quirk: also after a firmware update without a connection; its device has no serial number.
     m_synchronizing = false;
     m_window->setConnected(true);
     onMeasurementTimer();
