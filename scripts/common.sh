@@ -10,7 +10,7 @@ die() {
     exit 1
 }
 
-# quietly <what> <command...>: runs the command; its output is shown only when it fails.
+# quietly <what> <command...>: runs the command; its output is shown only when it fails. <what> names the step.
 quietly() {
     local what=$1
     shift
@@ -22,12 +22,12 @@ show_failure() {
     echo "$1 failed; the whole output is in $PWD/$log." >&2
     case $1 in
         Reading* | Installing*) die "Check the network and the package sources, then run the script again." ;;
-        Configuring* | Building*) die "If the output doesn't name a fault in the sources, delete the folder and run again." ;;
+        Configuring* | Building*) die "If the output doesn't name a fault in the sources, delete the build folder, such as build/release, and run again." ;;
     esac
     exit 1
 }
 
-# count_steps <what> <number of packages>: reads the output of apt-get or ninja, keeps it in the log and shows how
+# count_steps <what> <number of packages>: reads the output of apt-get or ninja, appends it to the log and shows how
 # far it is: as one line on a terminal, otherwise as a line for each tenth and at least every 30 s.
 count_steps() {
     local what=$1 total=$2 label=$1 line done=0 tenth=0 reported=$SECONDS
@@ -53,7 +53,7 @@ count_steps() {
     [[ ! -t 1 || $done -eq 0 ]] || echo
 }
 
-# with_progress <what> <number of packages> <command...>
+# with_progress <what> <number of packages> <command...>: runs apt-get or ninja and shows how far it is.
 with_progress() {
     local what=$1 total=$2
     shift 2
@@ -63,7 +63,7 @@ with_progress() {
     fi
 }
 
-# need_packages <purpose...>: installs the missing ones of the packages listed for these purposes.
+# need_packages <purpose...>: installs those packages of packages.txt for these purposes that are missing.
 need_packages() {
     local purposes wanted missing=() package count
     purposes=$(IFS='|' && echo "$*")
@@ -128,15 +128,15 @@ build() {
     with_progress "Building build/$preset" 0 cmake --build "build/$preset" "${chosen[@]}"
 }
 
-# on_display <first> <width>x<height> <command...>: runs the command on a virtual display of its own,
-# numbered <first> or above, with a window manager that is ready: it gives windows their frames and focus.
+# on_display <first> <width>x<height> <command...>: runs the command on a virtual display of its own, whose number
+# is <first> or higher. A window manager, which gives windows their frames and the focus, runs before the command.
 on_display() {
     local first=$1 size=$2
     shift 2
     # shellcheck disable=SC2016 # expanded by the inner shell
     xvfb-run -a -n "$first" -s "-screen 0 ${size}x24 -noreset" bash -c '
-        # The window manager grabs its keys anew after the first key of a display, and a key pressed meanwhile
-        # is lost. So the first key is sent before it starts.
+        # After the first key on a display the window manager grabs its shortcut keys again, and a key that is
+        # pressed at that time is lost. So the first key is sent before the window manager starts.
         ! command -v xdotool >/dev/null || xdotool key Shift_L
         exec {ready}< <(exec openbox --startup "echo ready" 2>/dev/null)
         manager=$!
