@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// CSV: rows per second of the tool's writer, compared with the bare conversions and with
-// Python's csv module, which csv_peer.py uses.
-#include "benchmarks/history.h"
-#include "benchmarks/rows.h"
+// CSV: rows per second of the tool's writer, compared with only the conversions by std::to_chars
+// and localtime_r, and with Python's csv module, which csv_reference.py uses.
+#include "benchmarks/benchmarkarguments.h"
+#include "benchmarks/benchmarkoutput.h"
+#include "benchmarks/minutes.h"
 #include "common/utils.h"
 #include "tests/kit/files.h"
 #include "tests/kit/testpaths.h"
@@ -18,7 +19,7 @@
 namespace {
 
 constexpr int typeCount = 12;
-constexpr int bytesOfRow = 256; // more than any row has
+constexpr int maximumRowBytes = 256; // more than any row has
 
 QStringList titles()
 {
@@ -29,8 +30,8 @@ QStringList titles()
     return names;
 }
 
-/// Rows as an export of the store has them.
-QVector<LogValue> measurements(int count)
+/// @p count rows like those of an export from the store, one a minute.
+QVector<LogValue> exportRows(int count)
 {
     QVector<LogValue> rows(count);
     for (int minute = 0; minute < count; ++minute) {
@@ -52,15 +53,15 @@ char *writeTwoDigits(char *to, int number, char separator)
     return to;
 }
 
-/// Writes the same rows with nothing but the conversions, into a buffer; returns the end of the
-/// text.
+/// Writes @p rows into the buffer @p to, without a file, a stream or a string object; returns the
+/// end of the text.
 char *writeWithToChars(char *to, const QVector<LogValue> &rows)
 {
     for (const LogValue &row : rows) {
         const auto seconds = static_cast<std::time_t>(row.time.toMSecsSinceEpoch() / 1000);
         std::tm local{};
         localtime_r(&seconds, &local);
-        to = std::to_chars(to, to + bytesOfRow, local.tm_year + 1900).ptr;
+        to = std::to_chars(to, to + maximumRowBytes, local.tm_year + 1900).ptr;
         *to++ = '-';
         to = writeTwoDigits(to, local.tm_mon + 1, '-');
         to = writeTwoDigits(to, local.tm_mday, 'T');
@@ -68,7 +69,7 @@ char *writeWithToChars(char *to, const QVector<LogValue> &rows)
         to = writeTwoDigits(to, local.tm_min, ':');
         to = writeTwoDigits(to, local.tm_sec, ',');
         for (const double value : row.values) {
-            to = std::to_chars(to, to + bytesOfRow, value, std::chars_format::general, 6).ptr;
+            to = std::to_chars(to, to + maximumRowBytes, value, std::chars_format::general, 6).ptr;
             *to++ = ',';
         }
         to[-1] = '\n';
@@ -76,8 +77,8 @@ char *writeWithToChars(char *to, const QVector<LogValue> &rows)
     return to;
 }
 
-/// The file from which Python reads the times in seconds and the values, and the one that it
-/// writes.
+/// The file from which csv_reference.py reads the times in seconds and the values, and the CSV file
+/// that it writes.
 struct PythonFiles
 {
     explicit PythonFiles(const QTemporaryDir &folder)
@@ -99,13 +100,13 @@ struct PythonFiles
         }
     }
 
-    /// Seconds of the writing alone, which Python measures itself.
+    /// Runs csv_reference.py, which measures the time of writing itself; in seconds.
     double seconds() const
     {
         QProcess python;
         python.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         python.start(QStringLiteral("python3"),
-                     {testpaths::sourceFile("benchmarks/csv_peer.py"), input, output,
+                     {testpaths::sourceFile("benchmarks/csv_reference.py"), input, output,
                       titles().join(QLatin1Char(','))});
         python.waitForFinished(-1);
         const double seconds = python.readAllStandardOutput().trimmed().toDouble();
@@ -119,10 +120,10 @@ struct PythonFiles
     QString output;
 };
 
-void compare(const QByteArray &written, const QByteArray &expected, const char *what)
+void checkEqual(const QByteArray &written, const QByteArray &expected, const char *failure)
 {
     if (written.isEmpty() || written != expected) {
-        fail(what);
+        fail(failure);
     }
 }
 
@@ -131,22 +132,22 @@ void compare(const QByteArray &written, const QByteArray &expected, const char *
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    const Rows asked(argc, argv);
-    if (!asked.wants("CSV")) {
+    const BenchmarkArguments arguments(argc, argv);
+    if (!arguments.wants("CSV")) {
         return 0;
     }
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("tool.csv"));
-    const int count = asked.size(100000, 500);
-    const QVector<LogValue> rows = measurements(count);
+    const int count = arguments.size(100000, 500);
+    const QVector<LogValue> rows = exportRows(count);
     const PythonFiles python(folder);
     python.write(rows);
     const QByteArray heading = titles().join(QLatin1Char(',')).toLatin1() + '\n';
-    QByteArray buffer(count * bytesOfRow, '\0');
+    QByteArray buffer(count * maximumRowBytes, '\0');
     char *end = nullptr;
 
     const std::vector<Samples> seconds = interleaved(
-        asked.size(9, 1),
+        arguments.size(9, 1),
         {[&] {
              QString error;
              return secondsOf([&] { saveToCsv(path, titles(), rows, error); });
@@ -155,16 +156,15 @@ int main(int argc, char *argv[])
          [&] { return python.seconds(); }});
 
     const QByteArray written = files::contents(path);
-    compare(written, heading + QByteArray(buffer.constData(), int(end - buffer.constData())),
-            "The tool's file and the one of std::to_chars differ.");
-    compare(written, files::contents(python.output), "The tool's file and Python's differ.");
-    const auto rate = [&](std::size_t number) { return count / median(seconds[number]); };
+    checkEqual(written, heading + QByteArray(buffer.constData(), int(end - buffer.constData())),
+               "The tool's file and the one of std::to_chars differ.");
+    checkEqual(written, files::contents(python.output), "The tool's file and Python's differ.");
+    const auto rate = [&](std::size_t writer) { return count / median(seconds[writer]); };
     const std::string measured = withUnit(rate(0) / 1e3, 0, "k rows/s");
-    Rows::print("CSV", measured,
-                withUnit(rate(1) / 1e3, 0, "k rows/s") + ", std::to_chars and localtime_r",
-                ratiosOf(seconds[1], seconds[0]), ">= 0.33");
-    Rows::print("CSV and Python", measured,
-                withUnit(rate(2) / 1e3, 0, "k rows/s") + ", Python's csv",
-                ratiosOf(seconds[2], seconds[0]), ">= 1");
+    printRow("CSV", measured,
+             withUnit(rate(1) / 1e3, 0, "k rows/s") + ", std::to_chars and localtime_r",
+             ratiosOf(seconds[1], seconds[0]), ">= 0.33");
+    printRow("CSV and Python", measured, withUnit(rate(2) / 1e3, 0, "k rows/s") + ", Python's csv",
+             ratiosOf(seconds[2], seconds[0]), ">= 1");
     return 0;
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The tool's own time for an exchange: over a pseudo-terminal without a limited rate compared with
-// a bare poll loop, in a log of growing length, and for a device with a long boot text.
-#include "benchmarks/barepeer.h"
+// The tool's own time for an exchange. EXCH: over a pseudo-terminal without a limited rate,
+// compared with a minimal client. SCALE log: with logs of increasing length. CHATTY: waiting for
+// the end of a restart, with a long boot text.
+#include "benchmarks/benchmarkarguments.h"
+#include "benchmarks/minimaldevice.h"
 #include "benchmarks/toollink.h"
 #include "serial/dataparser.h"
 #include "serial/serialportjobreboot.h"
@@ -10,6 +12,7 @@
 #include <QtCore/QCoreApplication>
 #include <cmath>
 #include <ctime>
+#include <sched.h>
 
 namespace {
 
@@ -17,7 +20,23 @@ using Handler = SerialPortHandlerInterface;
 
 constexpr double usPerSecond = 1e6;
 
-/// Reads with the tool from the bare peer.
+/// Restricts this process, and those that it starts, to one core.
+void pinToOneCore()
+{
+    cpu_set_t allowed;
+    CPU_ZERO(&allowed);
+    sched_getaffinity(0, sizeof allowed, &allowed);
+    for (int core = CPU_SETSIZE - 1; core >= 0; --core) {
+        if (CPU_ISSET(core, &allowed)) {
+            CPU_ZERO(&allowed);
+            CPU_SET(core, &allowed);
+            sched_setaffinity(0, sizeof allowed, &allowed);
+            return;
+        }
+    }
+}
+
+/// Reads from the minimal device with the tool.
 class ToolReader
 {
 public:
@@ -49,14 +68,15 @@ public:
     /// Reads the whole log of @p count rows.
     void readLog(int count)
     {
-        // The rows' jobs are added after the count's own job is done.
+        // Three signals: logRead, and allJobsDone twice, because the jobs that read the rows are
+        // added after the job that reads their number is done.
         read(count, 3, [this] { m_link.handler.readLog(); });
     }
 
 private:
-    void read(int count, int signalsToCome, const std::function<void()> &start)
+    void read(int count, int awaitedSignals, const std::function<void()> &start)
     {
-        m_signalsToCome = signalsToCome;
+        m_awaitedSignals = awaitedSignals;
         m_count = 0;
         m_waiter.run(start);
         if (m_count != count) {
@@ -66,53 +86,54 @@ private:
 
     void onDone()
     {
-        if (--m_signalsToCome == 0) {
+        if (--m_awaitedSignals == 0) {
             m_waiter.quit();
         }
     }
 
     ToolLink m_link;
     Waiter m_waiter;
-    int m_signalsToCome = 0;
+    int m_awaitedSignals = 0;
     int m_count = 0;
 };
 
-void printExchange(const char *name, const Samples &tool, const Samples &bare, int trips,
-                   const char *bound)
+void printExchange(const char *name, const Samples &tool, const Samples &minimal, int roundTrips,
+                   const char *target)
 {
-    Rows::print(name, withUnit(median(tool) / trips * usPerSecond, 1, "us"),
-                withUnit(median(bare) / trips * usPerSecond, 1, "us in a poll loop"),
-                ratiosOf(tool, bare), bound);
+    printRow(name, withUnit(median(tool) / roundTrips * usPerSecond, 1, "us"),
+             withUnit(median(minimal) / roundTrips * usPerSecond, 1, "us, minimal client"),
+             ratiosOf(tool, minimal), target);
 }
 
-void exchange(const Rows &rows, BarePeer &peer)
+void benchmarkExchange(const BenchmarkArguments &arguments, MinimalDevice &device)
 {
-    const int trips = rows.size(1000, 20);
-    ToolReader tool(peer.port());
-    peer.setLogRows(trips);
+    const int roundTrips = arguments.size(1000, 20);
+    ToolReader tool(device.port());
+    device.setLogRows(roundTrips);
     const std::vector<Samples> seconds =
-        interleaved(rows.size(11, 1),
-                    {[&] { return secondsOf([&] { tool.readValues(trips); }); },
+        interleaved(arguments.size(11, 1),
+                    {[&] { return secondsOf([&] { tool.readValues(roundTrips); }); },
                      [&] {
                          return secondsOf([&] {
-                             for (int i = 0; i < trips; ++i) {
-                                 peer.exchange("show altitude");
+                             for (int i = 0; i < roundTrips; ++i) {
+                                 device.exchange("show altitude");
                              }
                          });
                      },
-                     [&] { return secondsOf([&] { tool.readLog(trips); }); },
+                     [&] { return secondsOf([&] { tool.readLog(roundTrips); }); },
                      [&] {
                          return secondsOf([&] {
-                             for (int i = 0; i <= trips; ++i) {
-                                 peer.exchange("log --read=" + QByteArray::number(i));
+                             for (int i = 0; i <= roundTrips; ++i) {
+                                 device.exchange("log --read=" + QByteArray::number(i));
                              }
                          });
                      }});
-    printExchange("EXCH value", seconds[0], seconds[1], trips, "<= 3");
-    printExchange("EXCH log row", seconds[2], seconds[3], trips, "<= 4.5");
+    printExchange("EXCH value", seconds[0], seconds[1], roundTrips, "<= 3");
+    printExchange("EXCH log row", seconds[2], seconds[3], roundTrips, "<= 4.5");
 }
 
-/// The slope of the straight line through the logarithms, by least squares.
+/// The exponent of the growth of @p seconds with @p sizes: the slope of the straight line through
+/// their logarithms, by least squares.
 double exponent(const std::vector<double> &sizes, const std::vector<double> &seconds)
 {
     double x = 0;
@@ -131,20 +152,21 @@ double exponent(const std::vector<double> &sizes, const std::vector<double> &sec
     return (count * xy - x * y) / (count * xx - x * x);
 }
 
-void scale(const Rows &rows, BarePeer &peer)
+void benchmarkLogSizes(const BenchmarkArguments &arguments, MinimalDevice &device)
 {
-    ToolReader tool(peer.port());
-    const std::vector<double> sizes =
-        rows.isSmall() ? std::vector<double>{10, 20} : std::vector<double>{1000, 10000, 100000};
-    std::vector<std::function<double()>> works;
+    ToolReader tool(device.port());
+    const std::vector<double> sizes = arguments.isSmall()
+        ? std::vector<double>{10, 20}
+        : std::vector<double>{1000, 10000, 100000};
+    std::vector<std::function<double()>> operations;
     for (const double size : sizes) {
-        works.emplace_back([&tool, &peer, count = static_cast<int>(size)] {
-            peer.setLogRows(count);
+        operations.emplace_back([&tool, &device, count = static_cast<int>(size)] {
+            device.setLogRows(count);
             return secondsOf([&] { tool.readLog(count); });
         });
     }
-    const int runs = rows.size(3, 1);
-    const std::vector<Samples> seconds = interleaved(runs, works);
+    const int runs = arguments.size(3, 1);
+    const std::vector<Samples> seconds = interleaved(runs, operations);
     std::string measured;
     for (const Samples &samples : seconds) {
         measured += (measured.empty() ? "" : ", ") + withUnit(median(samples), 2, "s");
@@ -157,10 +179,10 @@ void scale(const Rows &rows, BarePeer &peer)
         }
         exponents.push_back(exponent(sizes, ofRun));
     }
-    Rows::print("SCALE log", measured, "1,000, 10,000, 100,000 rows", exponents, "<= 1.05");
+    printRow("SCALE log", measured, "1,000, 10,000, 100,000 rows", exponents, "<= 1.05");
 }
 
-/// A long text of a device that starts: about @p size characters.
+/// The text that a device sends while it starts, extended to about @p size characters.
 QString bootText(int size)
 {
     QString text = QStringLiteral("Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\n");
@@ -185,8 +207,8 @@ QStringList chunksOf(const QString &text)
     return chunks;
 }
 
-/// The index of the chunk with which the job is done; -1 if it isn't.
-int chunkOfJob(const QStringList &chunks)
+/// The index of the chunk with which the reboot job finishes; -1 if it doesn't.
+int lastChunkOfJob(const QStringList &chunks)
 {
     FakeSerialPort port;
     const auto job = QSharedPointer<SerialPortJobReboot>::create(
@@ -204,7 +226,9 @@ int chunkOfJob(const QStringList &chunks)
     return -1;
 }
 
-int chunkOfPlainMatcher(const QStringList &chunks)
+/// The index of the chunk with which the whole pattern, matched anew at each chunk, matches; -1 if
+/// it doesn't.
+int lastChunkOfPlainMatcher(const QStringList &chunks)
 {
     const QString pattern =
         QStringLiteral(".*Performing selftest...((.|\r\n)*)All tests passed.((.|\r\n)*)"
@@ -220,41 +244,41 @@ int chunkOfPlainMatcher(const QStringList &chunks)
     return -1;
 }
 
-double cpuSecondsOf(const std::function<void()> &work)
+double cpuSecondsOf(const std::function<void()> &operation)
 {
     const std::clock_t begin = std::clock();
-    work();
+    operation();
     return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
-void chatty(const Rows &rows)
+void benchmarkLongBootText(const BenchmarkArguments &arguments)
 {
-    const QStringList chunks = chunksOf(bootText(rows.size(20000, 500)));
+    const QStringList chunks = chunksOf(bootText(arguments.size(20000, 500)));
     int toolChunk = -1;
     int plainChunk = -1;
     const std::vector<Samples> seconds = interleaved(
-        rows.size(5, 1),
-        {[&] { return cpuSecondsOf([&] { toolChunk = chunkOfJob(chunks); }); },
-         [&] { return cpuSecondsOf([&] { plainChunk = chunkOfPlainMatcher(chunks); }); }});
+        arguments.size(5, 1),
+        {[&] { return cpuSecondsOf([&] { toolChunk = lastChunkOfJob(chunks); }); },
+         [&] { return cpuSecondsOf([&] { plainChunk = lastChunkOfPlainMatcher(chunks); }); }});
     if (toolChunk < 0 || toolChunk != plainChunk) {
         fail("CHATTY: the job and the plain matcher finish with different chunks.");
     }
-    Rows::print("CHATTY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
-                withUnit(median(seconds[1]) * 1e3, 1, "ms, plain matcher"),
-                ratiosOf(seconds[0], seconds[1]), "<= 0.15");
+    printRow("CHATTY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
+             withUnit(median(seconds[1]) * 1e3, 1, "ms, plain matcher"),
+             ratiosOf(seconds[0], seconds[1]), "<= 0.15");
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    // Before the peer's process starts, so that it runs on the same core.
-    BarePeer::pinToOneCore();
-    BarePeer peer;
+    // Before the device's process starts, so that it runs on the same core.
+    pinToOneCore();
+    MinimalDevice device;
     const QCoreApplication application(argc, argv);
-    const Rows rows(argc, argv);
-    rows.run({{"EXCH", [&] { exchange(rows, peer); }},
-              {"CHATTY", [&] { chatty(rows); }},
-              {"SCALE", [&] { scale(rows, peer); }}});
+    const BenchmarkArguments arguments(argc, argv);
+    arguments.run({{"EXCH", [&] { benchmarkExchange(arguments, device); }},
+                   {"CHATTY", [&] { benchmarkLongBootText(arguments); }},
+                   {"SCALE", [&] { benchmarkLogSizes(arguments, device); }}});
     return 0;
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// GRAPH and GRAPH-OPEN: the graph dialog, with a store that answers from memory.
-#include "benchmarks/history.h"
-#include "benchmarks/rows.h"
+// The graph dialog, with a store that returns readings from memory: GRAPH compared with Qwt,
+// GRAPH-OPEN with a chart that is redrawn for each check box.
+#include "benchmarks/benchmarkarguments.h"
+#include "benchmarks/benchmarkoutput.h"
+#include "benchmarks/minutes.h"
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
@@ -17,10 +19,9 @@
 
 namespace {
 
-constexpr int minutesPerMonth = 30 * 1440;
 constexpr int linePixels = 3;
 
-/// Names that have colours of their own in the graph.
+/// The names of @p count measurements that have colours of their own in the graph.
 QStringList names(int count)
 {
     QStringList names;
@@ -30,25 +31,26 @@ QStringList names(int count)
     return names;
 }
 
-/// How the values of a history change over time.
+/// How the measured values change over time.
 enum class Waveform {
-    Device, ///< waves of hours and of minutes, and jitter, as the simulated transmitter's
-    Smooth ///< a wave of hours alone: little area to fill, so that the cost of the lines dominates
+    Device, ///< waves of hours and of minutes, and jitter, as those of the simulated transmitter
+    Smooth ///< only a wave of hours: little area to fill, so that the cost of the lines dominates
 };
 
 double valueOf(int minute, int type, Waveform waveform)
 {
-    constexpr double swing = 5.0;
-    static std::minstd_rand random; // the same in each run
+    constexpr double amplitude = 5.0;
+    static std::minstd_rand random; // with the default seed: the same values in each run
     const double slow = std::sin(minute / 57.3 + type);
     if (waveform == Waveform::Smooth) {
-        return 20.0 + swing * slow;
+        return 20.0 + amplitude * slow;
     }
     const double jitter = 2.0 * double(random() - random.min()) / double(random.max()) - 1.0;
-    return 20.0 + swing * (0.7 * slow + 0.2 * std::sin(minute * 0.8976 + type) + 0.1 * jitter);
+    return 20.0 + amplitude * (0.7 * slow + 0.2 * std::sin(minute * 0.8976 + type) + 0.1 * jitter);
 }
 
-QVector<StoredMeasurement> history(int minutes, int types, Waveform waveform)
+/// @p minutes readings with @p types values each.
+QVector<StoredMeasurement> readings(int minutes, int types, Waveform waveform)
 {
     const QStringList typeNames = names(types);
     QVector<StoredMeasurement> rows(minutes);
@@ -63,7 +65,7 @@ QVector<StoredMeasurement> history(int minutes, int types, Waveform waveform)
     return rows;
 }
 
-/// Runs the event loop until @p widget has been painted.
+/// Observes when a widget is painted for the first time after the construction.
 class FirstPaint : public QObject
 {
 public:
@@ -75,6 +77,7 @@ public:
         return false;
     }
 
+    /// Runs the event loop until then.
     void await() const
     {
         while (!m_painted) {
@@ -86,19 +89,20 @@ private:
     bool m_painted = false;
 };
 
-/// The dialog on @p minutes with so many @p types.
+/// The graph dialog, showing @p types measurements, one reading a minute for @p minutes.
 struct Dialog
 {
     Dialog(int minutes, int types, Waveform waveform)
     {
         storage.devicesResult.append(StoredDevice());
-        storage.measurementsResult = history(minutes, types, waveform);
+        storage.measurementsResult = readings(minutes, types, waveform);
         chart = graph.findChild<Graph *>();
         list = graph.findChild<QListWidget *>();
     }
 
-    /// Opens it as the main window does, with @p ticked boxes checked.
-    void open(const QStringList &ticked)
+    /// Opens it as the main window does. @p checked are the measurements whose check boxes are
+    /// checked.
+    void open(const QStringList &checked)
     {
         graph.setDisplayOptions({});
         graph.setFromDate(timeOf(0));
@@ -108,7 +112,7 @@ struct Dialog
         graph.beginLoading();
         graph.selectDevice(DeviceDetails());
         graph.endLoading();
-        graph.applySelection(ticked);
+        graph.applySelection(checked);
         graph.show();
     }
 
@@ -120,11 +124,11 @@ struct Dialog
     QListWidget *list = nullptr;
 };
 
-/// Qwt with the lines of the dialog in a widget as large as the dialog's chart.
-class QwtPeer
+/// The reference of GRAPH: a Qwt plot with the same lines and size as the dialog's chart.
+class QwtReference
 {
 public:
-    QwtPeer(const QVector<StoredMeasurement> &rows, const Dialog &dialog)
+    QwtReference(const QVector<StoredMeasurement> &rows, const Dialog &dialog)
         : m_rows(rows)
     {
         m_plot.resize(dialog.chart->size());
@@ -174,7 +178,7 @@ private:
     QVector<QwtPlotCurve *> m_curves; // owned by the plot
 };
 
-/// From checking the last box until all lines have been painted.
+/// The time from checking the last check box until all lines have been painted.
 double secondsToCheck(const Dialog &dialog)
 {
     QListWidgetItem *last = dialog.list->item(dialog.list->count() - 1);
@@ -187,21 +191,23 @@ double secondsToCheck(const Dialog &dialog)
     });
 }
 
-void checkBox(const char *name, int points, Waveform waveform, int runs, const char *bound)
+void benchmarkCheckingABox(const char *name, int points, Waveform waveform, int runs,
+                           const char *target)
 {
     constexpr int lines = 4;
     Dialog dialog(points, lines, waveform);
     dialog.open(names(lines));
     FirstPaint(dialog.viewport()).await();
-    QwtPeer peer(dialog.storage.measurementsResult, dialog);
+    QwtReference qwt(dialog.storage.measurementsResult, dialog);
     const std::vector<Samples> seconds = interleaved(
-        runs, {[&] { return secondsToCheck(dialog); }, [&] { return peer.secondsToDraw(); }});
-    Rows::print(name, withUnit(median(seconds[0]) * 1e3, 1, "ms"),
-                withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", Qwt",
-                ratiosOf(seconds[0], seconds[1]), bound);
+        runs, {[&] { return secondsToCheck(dialog); }, [&] { return qwt.secondsToDraw(); }});
+    printRow(name, withUnit(median(seconds[0]) * 1e3, 1, "ms"),
+             withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", Qwt",
+             ratiosOf(seconds[0], seconds[1]), target);
 }
 
-/// The chart drawn anew for each box: points are appended one by one, then the line is attached.
+/// The reference of GRAPH-OPEN: the same chart, redrawn for each check box that is checked when the
+/// dialog opens. Points are appended one by one, then the line is attached.
 class RedrawnGraph : public GraphQt
 {
 public:
@@ -220,8 +226,8 @@ public:
     {
         const FirstPaint paint(viewport());
         const double seconds = secondsOf([&] {
-            for (int ticked = 1; ticked <= m_texts.size(); ++ticked) {
-                reload(ticked);
+            for (int checked = 1; checked <= m_texts.size(); ++checked) {
+                redraw(checked);
             }
             show();
             paint.await();
@@ -231,13 +237,15 @@ public:
     }
 
 private:
-    void reload(int ticked)
+    /// Draws the first @p checked lines.
+    void redraw(int checked)
     {
         clear();
+        // As in the dialog: the maximum starts at the smallest positive number.
         double minimum = std::numeric_limits<double>::max();
         double maximum = std::numeric_limits<double>::min();
         for (const StoredMeasurement &row : m_rows) {
-            for (int type = 0; type < ticked; ++type) {
+            for (int type = 0; type < checked; ++type) {
                 minimum = std::min(minimum, row.values.at(type).value);
                 maximum = std::max(maximum, row.values.at(type).value);
             }
@@ -245,12 +253,12 @@ private:
         setValueRange(minimum * 0.99, maximum * 1.01);
         setTimeRange(timeOf(0), timeOf(m_rows.size()));
         clear();
-        for (int type = 0; type < ticked; ++type) {
-            draw(type);
+        for (int type = 0; type < checked; ++type) {
+            drawLine(type);
         }
     }
 
-    void draw(int type)
+    void drawLine(int type)
     {
         auto *line = new QtCharts::QLineSeries;
         line->setName(m_texts.at(type));
@@ -279,10 +287,10 @@ QImage pictureOf(QWidget &widget)
     return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
 }
 
-void openDialog(const Rows &rows)
+void benchmarkOpeningTheDialog(const BenchmarkArguments &arguments)
 {
     constexpr int types = 12;
-    Dialog dialog(rows.size(minutesPerMonth, 200), types, Waveform::Device);
+    Dialog dialog(arguments.size(minutesPerMonth, 200), types, Waveform::Device);
     dialog.open(names(types));
     FirstPaint(dialog.viewport()).await();
     RedrawnGraph redrawn(dialog);
@@ -296,14 +304,14 @@ void openDialog(const Rows &rows)
         });
     };
     const std::vector<Samples> seconds =
-        interleaved(rows.size(5, 1), {secondsToOpen, [&] { return redrawn.secondsToOpen(); }});
+        interleaved(arguments.size(5, 1), {secondsToOpen, [&] { return redrawn.secondsToOpen(); }});
     const QImage picture = pictureOf(*dialog.chart->findChild<GraphQt *>());
     if (picture != pictureOf(redrawn)) {
         fail("The dialog's chart and the redrawn one differ.");
     }
-    Rows::print("GRAPH-OPEN", withUnit(median(seconds[0]), 3, "s"),
-                withUnit(median(seconds[1]), 3, "s") + ", drawn anew for each box",
-                ratiosOf(seconds[0], seconds[1]), "<= 0.3");
+    printRow("GRAPH-OPEN", withUnit(median(seconds[0]), 3, "s"),
+             withUnit(median(seconds[1]), 3, "s") + ", redrawn for each check box",
+             ratiosOf(seconds[0], seconds[1]), "<= 0.3");
 }
 
 } // namespace
@@ -312,18 +320,18 @@ int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    const Rows rows(argc, argv);
-    if (rows.wants("GRAPH")) {
-        const int few = rows.size(10000, 100);
-        const int many = rows.size(100000, 200);
-        const int runs = rows.size(9, 1);
-        checkBox("GRAPH 10,000", few, Waveform::Device, runs, "<= 2");
-        checkBox("GRAPH 100,000", many, Waveform::Device, runs, "<= 4");
-        checkBox("GRAPH 10,000 smooth", few, Waveform::Smooth, runs, "<= 2");
-        checkBox("GRAPH 100,000 smooth", many, Waveform::Smooth, runs, "<= 4");
+    const BenchmarkArguments arguments(argc, argv);
+    if (arguments.wants("GRAPH")) {
+        const int few = arguments.size(10000, 100);
+        const int many = arguments.size(100000, 200);
+        const int runs = arguments.size(9, 1);
+        benchmarkCheckingABox("GRAPH 10,000", few, Waveform::Device, runs, "<= 2");
+        benchmarkCheckingABox("GRAPH 100,000", many, Waveform::Device, runs, "<= 4");
+        benchmarkCheckingABox("GRAPH 10,000 smooth", few, Waveform::Smooth, runs, "<= 2");
+        benchmarkCheckingABox("GRAPH 100,000 smooth", many, Waveform::Smooth, runs, "<= 4");
     }
-    if (rows.wants("GRAPH-OPEN")) {
-        openDialog(rows);
+    if (arguments.wants("GRAPH-OPEN")) {
+        benchmarkOpeningTheDialog(arguments);
     }
     return 0;
 }

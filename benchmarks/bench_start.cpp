@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // START: the time from the start of a process until its main window is drawn, and its memory then,
-// on a virtual display. start_probe.cpp is preloaded into the process.
-#include "benchmarks/rows.h"
+// on a virtual display. The library of start_probe.cpp, preloaded into the process, reports both.
+#include "benchmarks/benchmarkarguments.h"
+#include "benchmarks/benchmarkoutput.h"
 #include "tests/kit/testpaths.h"
 
 #include <QtCore/QCoreApplication>
@@ -12,7 +13,7 @@
 
 namespace {
 
-/// A display of its own for as long as this lives.
+/// A virtual display that exists as long as this object. DISPLAY names it.
 class Display
 {
 public:
@@ -42,14 +43,15 @@ private:
     QProcess m_server;
 };
 
-/// What the probe reports of a start.
-struct Start
+/// The time until the main window was drawn, and the memory then.
+struct StartResult
 {
     double seconds = 0.0;
     double megabytes = 0.0;
 };
 
-Start start(const QString &program)
+/// Starts @p program with the preloaded library and waits for its end.
+StartResult start(const QString &program)
 {
     timespec begin{};
     QProcess process;
@@ -73,8 +75,8 @@ Start start(const QString &program)
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    const Rows rows(argc, argv);
-    if (!rows.wants("START")) {
+    const BenchmarkArguments arguments(argc, argv);
+    if (!arguments.wants("START")) {
         return 0;
     }
     const QString binaries = QCoreApplication::applicationDirPath();
@@ -97,23 +99,23 @@ int main(int argc, char *argv[])
     Samples toolMemory;
     Samples emptyMemory;
     const auto timed = [](const QString &program, Samples &memory) {
-        const Start result = start(program);
+        const StartResult result = start(program);
         memory.push_back(result.megabytes);
         return result.seconds;
     };
     const std::vector<Samples> seconds = interleaved(
-        rows.size(21, 1),
+        arguments.size(21, 1),
         {[&] { return timed(tool, toolMemory); }, [&] { return timed(empty, emptyMemory); }});
-    // Listing the ports asks udev for each of them.
+    // They add to the time of the tool, which asks udev for each of them when it lists the ports.
     const auto terminals = QDir(QStringLiteral("/sys/class/tty"))
                                .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                                .size();
-    Rows::print("START time", withUnit(median(seconds[0]) * 1e3, 0, "ms"),
-                withUnit(median(seconds[1]) * 1e3, 0, "ms") + ", an empty QMainWindow; "
-                    + std::to_string(terminals) + " terminals",
-                ratiosOf(seconds[0], seconds[1]), "<= 1.5");
-    Rows::print("START memory", withUnit(median(toolMemory), 1, "MB"),
-                withUnit(median(emptyMemory), 1, "MB") + ", an empty QMainWindow",
-                ratiosOf(toolMemory, emptyMemory), "<= 1.3");
+    printRow("START time", withUnit(median(seconds[0]) * 1e3, 0, "ms"),
+             withUnit(median(seconds[1]) * 1e3, 0, "ms") + ", an empty QMainWindow; "
+                 + std::to_string(terminals) + " terminals",
+             ratiosOf(seconds[0], seconds[1]), "<= 1.5");
+    printRow("START memory", withUnit(median(toolMemory), 1, "MB"),
+             withUnit(median(emptyMemory), 1, "MB") + ", an empty QMainWindow",
+             ratiosOf(toolMemory, emptyMemory), "<= 1.3");
     return 0;
 }

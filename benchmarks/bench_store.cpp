@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// READ-DAY, READ-YEAR, STORE and the store's part of SCALE.
-#include "benchmarks/rows.h"
+// READ-DAY, READ-YEAR and STORE: the tool's store, compared with SQLite's C interface and with
+// plain statements through QtSql. SCALE store: with stores of increasing size.
+#include "benchmarks/benchmarkarguments.h"
+#include "benchmarks/benchmarkoutput.h"
 #include "benchmarks/storefile.h"
 #include "storage/localstoragesqlite.h"
 
@@ -24,7 +26,7 @@ long syncCount = 0;
 
 } // namespace
 
-// These replace the C library's, also for SQLite.
+// These replace the functions of the C library, also for SQLite, and count the calls.
 extern "C" int fsync(int file)
 {
     ++syncCount;
@@ -40,17 +42,17 @@ extern "C" int fdatasync(int file)
 namespace {
 
 const char *const peakOption = "--peak-of";
-const char *const peerConnection = "peer";
+const char *const referenceConnection = "reference";
 constexpr double peakLimitMb = 260.0;
 
-/// Reads the last @p asked minutes of a store of @p stored ones, with the tool and without.
-class Reader
+/// Reads the last @p requested of @p stored readings of a store, with the tool and without.
+class StoreReader
 {
 public:
-    Reader(int stored, int asked)
+    StoreReader(int stored, int requested)
         : m_file(path(stored)) // creates the store before m_store is constructed
-        , m_asked(asked)
-        , m_from(timeOf(stored - asked))
+        , m_requested(requested)
+        , m_from(timeOf(stored - requested))
         , m_to(timeOf(stored - 1))
     {
         if (m_file.isEmpty() || !m_store->open(m_file)
@@ -58,37 +60,38 @@ public:
             fail("There is no store to read.");
         }
     }
-    ~Reader()
+    ~StoreReader()
     {
         sqlite3_close(m_database);
         m_store.reset();
         QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     }
-    Q_DISABLE_COPY(Reader)
+    Q_DISABLE_COPY(StoreReader)
 
     double secondsByTool()
     {
         QVector<StoredMeasurement> found;
         const double seconds = secondsOf([&] { found = m_store->measurements(m_from, m_to, 1); });
-        if (found.size() != m_asked || found.last().values.size() != typeCount) {
-            fail("The tool did not read all measurements.");
+        if (found.size() != m_requested || found.last().values.size() != typeCount) {
+            fail("The tool did not read all readings.");
         }
         return seconds;
     }
 
     double secondsBySqlite()
     {
-        Read read;
+        ReadTotals totals;
         const double seconds = secondsOf([&] {
-            read = readWithSqlite(m_database, m_from.toMSecsSinceEpoch(), m_to.toMSecsSinceEpoch());
+            totals =
+                readWithSqlite(m_database, m_from.toMSecsSinceEpoch(), m_to.toMSecsSinceEpoch());
         });
-        if (read.rows != m_asked || read.values != qint64(m_asked) * typeCount) {
+        if (totals.readings != m_requested || totals.values != qint64(m_requested) * typeCount) {
             fail("SQLite did not read all rows.");
         }
         return seconds;
     }
 
-    /// Steps through the same rows with QtSql without reading a column.
+    /// Steps through the same rows with QtSql, without reading their columns.
     double secondsOfBareQueries()
     {
         int rows = 0;
@@ -106,7 +109,7 @@ public:
                 }
             }
         });
-        if (rows != m_asked * (typeCount + 1)) {
+        if (rows != m_requested * (typeCount + 1)) {
             fail("The bare queries did not find all rows.");
         }
         return seconds;
@@ -114,27 +117,27 @@ public:
 
 private:
     QString m_file;
-    int m_asked;
+    int m_requested;
     QDateTime m_from;
     QDateTime m_to;
     std::optional<LocalStorageSqlite> m_store{std::in_place};
     sqlite3 *m_database = nullptr;
 };
 
-void readDay(const Rows &rows)
+void benchmarkReadingADay(const BenchmarkArguments &arguments)
 {
-    Reader reader(rows.size(minutesPerYear, 2 * minutesPerDay), minutesPerDay);
+    StoreReader reader(arguments.size(minutesPerYear, 2 * minutesPerDay), minutesPerDay);
     reader.secondsBySqlite();
     const std::vector<Samples> seconds = interleaved(
-        rows.size(9, 1),
+        arguments.size(9, 1),
         {[&] { return reader.secondsByTool(); }, [&] { return reader.secondsBySqlite(); }});
-    Rows::print("READ-DAY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
-                withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", SQLite's C interface",
-                ratiosOf(seconds[0], seconds[1]), "<= 1.05");
+    printRow("READ-DAY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
+             withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", SQLite's C interface",
+             ratiosOf(seconds[0], seconds[1]), "<= 1.05");
 }
 
-/// Peak memory in MB of a process that reads a whole store once.
-double peakOfReading(int minutes)
+/// The peak memory, in MB, of another process of this program that only reads a whole store once.
+double measurePeakMemory(int minutes)
 {
     QProcess process;
     process.start(QCoreApplication::applicationFilePath(),
@@ -147,9 +150,10 @@ double peakOfReading(int minutes)
     return kilobytes / 1024;
 }
 
-int printPeakOfReading(int minutes)
+/// Reads a whole store and prints the peak memory of this process, in kB.
+int printPeakMemory(int minutes)
 {
-    Reader(minutes, minutes).secondsByTool();
+    StoreReader(minutes, minutes).secondsByTool();
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly)) {
         return 1;
@@ -160,29 +164,28 @@ int printPeakOfReading(int minutes)
     return 0;
 }
 
-void readYear(const Rows &rows)
+void benchmarkReadingAYear(const BenchmarkArguments &arguments)
 {
-    const int minutes = rows.size(minutesPerYear, minutesPerDay);
+    const int minutes = arguments.size(minutesPerYear, minutesPerDay);
     std::vector<Samples> seconds;
     {
-        Reader reader(minutes, minutes);
+        StoreReader reader(minutes, minutes);
         reader.secondsBySqlite();
-        seconds = interleaved(rows.size(5, 1),
+        seconds = interleaved(arguments.size(5, 1),
                               {[&] { return reader.secondsByTool(); },
                                [&] { return reader.secondsBySqlite(); },
                                [&] { return reader.secondsOfBareQueries(); }});
     }
-    Rows::print("READ-YEAR time", withUnit(median(seconds[0]), 3, "s"),
-                withUnit(median(seconds[1]), 3, "s")
-                    + ", SQLite's C interface (bare QSqlQuery::next "
-                    + withUnit(median(ratiosOf(seconds[2], seconds[1])), 2, "x") + ")",
-                ratiosOf(seconds[0], seconds[1]), "<= 2.2");
-    const double peak = peakOfReading(minutes);
-    Rows::print("READ-YEAR memory", withUnit(peak, 0, "MB"), withUnit(peakLimitMb, 0, "MB"),
-                peak / peakLimitMb, "<= 1");
+    printRow("READ-YEAR time", withUnit(median(seconds[0]), 3, "s"),
+             withUnit(median(seconds[1]), 3, "s") + ", SQLite's C interface (bare QSqlQuery::next "
+                 + withUnit(median(ratiosOf(seconds[2], seconds[1])), 2, "x") + ")",
+             ratiosOf(seconds[0], seconds[1]), "<= 2.2");
+    const double peak = measurePeakMemory(minutes);
+    printRow("READ-YEAR memory", withUnit(peak, 0, "MB"), withUnit(peakLimitMb, 0, "MB"),
+             peak / peakLimitMb, "<= 1");
 }
 
-QVector<MeasurementValue> measurement(int number)
+QVector<MeasurementValue> reading(int number)
 {
     QVector<MeasurementValue> values;
     for (int type = 0; type < typeCount; ++type) {
@@ -191,11 +194,11 @@ QVector<MeasurementValue> measurement(int number)
     return values;
 }
 
-/// A measurement's 13 statements through QtSql.
+/// Stores a reading with 13 statements through QtSql.
 void storeWithQtSql(const QDateTime &time, const QVector<MeasurementValue> &values,
                     const QMap<QString, unsigned> &typeIds)
 {
-    QSqlQuery metadata(QSqlDatabase::database(QLatin1String(peerConnection)));
+    QSqlQuery metadata(QSqlDatabase::database(QLatin1String(referenceConnection)));
     metadata.prepare(QStringLiteral("INSERT INTO measurement_metadata (timestamp, meas_state, "
                                     "device_id) VALUES (?, ?, ?)"));
     metadata.addBindValue(time.toMSecsSinceEpoch());
@@ -203,7 +206,7 @@ void storeWithQtSql(const QDateTime &time, const QVector<MeasurementValue> &valu
     metadata.addBindValue(1);
     metadata.exec();
     const QVariant id = metadata.lastInsertId();
-    QSqlQuery query(QSqlDatabase::database(QLatin1String(peerConnection)));
+    QSqlQuery query(QSqlDatabase::database(QLatin1String(referenceConnection)));
     query.prepare(QStringLiteral("INSERT INTO measurement_value (measurement_id, "
                                  "measurement_type_id, value) VALUES (?, ?, ?)"));
     for (const MeasurementValue &value : values) {
@@ -216,48 +219,48 @@ void storeWithQtSql(const QDateTime &time, const QVector<MeasurementValue> &valu
     }
 }
 
-void store(const Rows &rows)
+void benchmarkStoring(const BenchmarkArguments &arguments)
 {
     const QTemporaryDir folder(StoreFile::folder() + QStringLiteral("XXXXXX"));
     const QString toolPath = folder.filePath(QStringLiteral("tool.db"));
-    const QString peerPath = folder.filePath(QStringLiteral("peer.db"));
+    const QString referencePath = folder.filePath(QStringLiteral("reference.db"));
     LocalStorageSqlite storage;
     unsigned device = 0;
     if (!storage.open(toolPath) || !storage.addDevice({}, device)) {
         fail("No store could be made.");
     }
-    // From here on both have the tables and the names.
-    storage.addMeasurementValues(0, measurement(0));
+    // Adds the names of the measurements, so that the copy has them as well.
+    storage.addMeasurementValues(0, reading(0));
     storage.close();
-    if (!QFile::copy(toolPath, peerPath) || !storage.open(toolPath)) {
+    if (!QFile::copy(toolPath, referencePath) || !storage.open(toolPath)) {
         fail("No second store could be made.");
     }
     const auto freed =
-        qScopeGuard([] { QSqlDatabase::removeDatabase(QLatin1String(peerConnection)); });
-    QSqlDatabase peer =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QLatin1String(peerConnection));
-    peer.setDatabaseName(peerPath);
-    peer.open();
+        qScopeGuard([] { QSqlDatabase::removeDatabase(QLatin1String(referenceConnection)); });
+    QSqlDatabase reference =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QLatin1String(referenceConnection));
+    reference.setDatabaseName(referencePath);
+    reference.open();
     QMap<QString, unsigned> typeIds;
-    QSqlQuery types(QStringLiteral("select name, id from measurement_type"), peer);
+    QSqlQuery types(QStringLiteral("select name, id from measurement_type"), reference);
     while (types.next()) {
         typeIds.insert(types.value(0).toString(), types.value(1).toUInt());
     }
     types.finish();
 
     long toolSyncs = 0;
-    long peerSyncs = 0;
+    long referenceSyncs = 0;
     int number = 0;
-    // Several measurements for each run: the time of a single sync varies much.
-    const int batch = rows.size(20, 3);
-    const int runs = rows.size(11, 1);
-    const auto storeBatch = [&](long &syncs, const auto &work) {
+    // Several readings for each run: the time of a single sync varies much.
+    const int batch = arguments.size(20, 3);
+    const int runs = arguments.size(11, 1);
+    const auto storeBatch = [&](long &syncs, const auto &storeReading) {
         const long before = syncCount;
         double seconds = 0;
         for (int i = 0; i < batch; ++i) {
             const QDateTime time = timeOf(++number);
-            const QVector<MeasurementValue> values = measurement(number);
-            seconds += secondsOf([&] { work(time, values); });
+            const QVector<MeasurementValue> values = reading(number);
+            seconds += secondsOf([&] { storeReading(time, values); });
         }
         syncs += syncCount - before;
         return seconds / batch;
@@ -267,49 +270,49 @@ void store(const Rows &rows)
         storage.addMeasurement(device, {MeasurementState::Ready, time}, id);
         storage.addMeasurementValues(id, values);
     };
-    const auto storeWithPeer = [&](const QDateTime &time, const auto &values) {
+    const auto storeWithReference = [&](const QDateTime &time, const auto &values) {
         storeWithQtSql(time, values, typeIds);
     };
     const std::vector<Samples> seconds =
         interleaved(runs,
                     {[&] { return storeBatch(toolSyncs, storeWithTool); },
-                     [&] { return storeBatch(peerSyncs, storeWithPeer); }});
-    if (peerSyncs == 0) {
+                     [&] { return storeBatch(referenceSyncs, storeWithReference); }});
+    if (referenceSyncs == 0) {
         fail("No sync was counted.");
     }
-    Rows::print("STORE time", withUnit(median(seconds[0]) * 1e3, 2, "ms"),
-                withUnit(median(seconds[1]) * 1e3, 2, "ms") + ", 13 statements through QtSql",
-                ratiosOf(seconds[0], seconds[1]), "<= 1.05");
-    const int measurements = runs * batch;
-    Rows::print("STORE syncs", withUnit(double(toolSyncs) / measurements, 1, "a measurement"),
-                withUnit(double(peerSyncs) / measurements, 1, "a measurement"),
-                double(toolSyncs) / double(peerSyncs), "<= 1");
+    printRow("STORE time", withUnit(median(seconds[0]) * 1e3, 2, "ms"),
+             withUnit(median(seconds[1]) * 1e3, 2, "ms") + ", 13 statements through QtSql",
+             ratiosOf(seconds[0], seconds[1]), "<= 1.05");
+    const int readings = runs * batch;
+    printRow("STORE syncs", withUnit(double(toolSyncs) / readings, 1, "per reading"),
+             withUnit(double(referenceSyncs) / readings, 1, "per reading"),
+             double(toolSyncs) / double(referenceSyncs), "<= 1");
 }
 
 /// How the time of reading a whole store grows with its size, from a day to a year.
-void scale(const Rows &rows)
+void benchmarkStoreSizes(const BenchmarkArguments &arguments)
 {
-    const std::vector<int> sizes{minutesPerDay, rows.size(minutesPerMonth, 2 * minutesPerDay),
-                                 rows.size(minutesPerYear, 3 * minutesPerDay)};
-    std::vector<std::function<double()>> works;
+    const std::vector<int> sizes{minutesPerDay, arguments.size(minutesPerMonth, 2 * minutesPerDay),
+                                 arguments.size(minutesPerYear, 3 * minutesPerDay)};
+    std::vector<std::function<double()>> operations;
     for (const int minutes : sizes) {
-        works.emplace_back([minutes] {
-            Reader reader(minutes, minutes);
+        operations.emplace_back([minutes] {
+            StoreReader reader(minutes, minutes);
             reader.secondsByTool(); // fills SQLite's cache
             return reader.secondsByTool();
         });
     }
-    const std::vector<Samples> seconds = interleaved(rows.size(3, 1), works);
+    const std::vector<Samples> seconds = interleaved(arguments.size(3, 1), operations);
     Samples exponents;
     for (const double growth : ratiosOf(seconds.back(), seconds.front())) {
         exponents.push_back(std::log(growth)
                             / std::log(double(sizes.back()) / double(sizes.front())));
     }
-    Rows::print("SCALE store",
-                withUnit(median(seconds[0]) * 1e3, 2, "ms a day, ")
-                    + withUnit(median(seconds[1]), 3, "s a month, ")
-                    + withUnit(median(seconds[2]), 2, "s a year"),
-                "linear", exponents, "<= 1.05");
+    printRow("SCALE store",
+             withUnit(median(seconds[0]) * 1e3, 2, "ms a day, ")
+                 + withUnit(median(seconds[1]), 3, "s a month, ")
+                 + withUnit(median(seconds[2]), 2, "s a year"),
+             "linear", exponents, "<= 1.05");
 }
 
 } // namespace
@@ -318,12 +321,12 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     if (argc == 3 && QLatin1String(argv[1]) == QLatin1String(peakOption)) {
-        return printPeakOfReading(QByteArray(argv[2]).toInt());
+        return printPeakMemory(QByteArray(argv[2]).toInt());
     }
-    const Rows rows(argc, argv);
-    rows.run({{"READ-DAY", [&] { readDay(rows); }},
-              {"READ-YEAR", [&] { readYear(rows); }},
-              {"SCALE", [&] { scale(rows); }},
-              {"STORE", [&] { store(rows); }}});
+    const BenchmarkArguments arguments(argc, argv);
+    arguments.run({{"READ-DAY", [&] { benchmarkReadingADay(arguments); }},
+                   {"READ-YEAR", [&] { benchmarkReadingAYear(arguments); }},
+                   {"SCALE", [&] { benchmarkStoreSizes(arguments); }},
+                   {"STORE", [&] { benchmarkStoring(arguments); }}});
     return 0;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The long jobs of the tool at the speed of the wire, compared with a client that does nothing but
-// poll.
+// FW-WIRE, LOG-WIRE and EE-WIRE: the tool's long operations over a line of 115200 baud, compared
+// with a minimal client, one poll(2) loop. CONNECT: the connection, compared with the time on the
+// wire.
+#include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/cpuidleinhibitor.h"
 #include "benchmarks/toollink.h"
 #include "tests/kit/files.h"
@@ -29,14 +31,14 @@ using Handler = SerialPortHandlerInterface;
 
 QStringList words(const QString &text) { return text.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
 
-/// The device on a line of 115200 baud.
+/// A process with the simulated device on a line of 115200 baud.
 class PacedDevice
 {
 public:
     struct Counters
     {
-        qint64 bytesIn = 0;
-        qint64 bytesOut = 0;
+        qint64 bytesIn = 0; ///< received by the device
+        qint64 bytesOut = 0; ///< sent by the device
         double wireSeconds = 0; ///< for which the line was in use
     };
 
@@ -48,12 +50,14 @@ public:
     }
 
     QString port() const { return m_process.port(); }
-    void powerOn() { m_process.control("power"); }
 
-    /// Starts to count the bytes.
-    void reset() { m_process.control("reset"); }
+    /// Switches the device off and on.
+    void powerCycle() { m_process.control("restart"); }
 
-    /// What has passed since reset().
+    /// Sets the counters to 0.
+    void resetCounters() { m_process.control("reset"); }
+
+    /// The counters since resetCounters().
     Counters counters()
     {
         const QList<QByteArray> values = m_process.control("counters");
@@ -72,31 +76,31 @@ std::string toText(const PacedDevice::Counters &counters)
         + withUnit(counters.wireSeconds, 3, "s on the wire");
 }
 
-/// Runs @p start until the handler has reported @p wanted @p times times.
-void runUntil(const SerialPortHandler &handler, SerialPortActionType wanted, int times,
+/// Calls @p start and waits until the handler has reported the action @p awaited @p times times.
+void runUntil(const SerialPortHandler &handler, SerialPortActionType awaited, int times,
               const std::function<void()> &start)
 {
     Waiter waiter;
     QObject context;
     QObject::connect(&handler, &Handler::actionFinished, &context,
                      [&](SerialPortActionType action) {
-                         if (action == wanted && --times == 0) {
+                         if (action == awaited && --times == 0) {
                              waiter.quit();
                          }
                      });
     waiter.run(start);
 }
 
-/// A client of one poll loop that only waits for the end of each reply: it takes as long as the
-/// line and the machine alone.
-class BareClient
+/// A client with one poll(2) loop that only waits for the end of each reply: it takes as long as
+/// the line and the machine alone.
+class MinimalClient
 {
 public:
-    explicit BareClient(const QString &port)
+    explicit MinimalClient(const QString &port)
         : m_port(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_CLOEXEC))
     { }
-    ~BareClient() { ::close(m_port); }
-    Q_DISABLE_COPY(BareClient)
+    ~MinimalClient() { ::close(m_port); }
+    Q_DISABLE_COPY(MinimalClient)
 
     void send(const QByteArray &bytes) const
     {
@@ -105,7 +109,7 @@ public:
         }
     }
 
-    /// Reads until @p text and @p more bytes after it have come.
+    /// Reads until @p text and @p more bytes after it have arrived.
     void await(const QByteArray &text, int more = 0)
     {
         int at = m_received.indexOf(text);
@@ -119,10 +123,10 @@ public:
 private:
     void read()
     {
-        pollfd wanted = {m_port, POLLIN, 0};
+        pollfd polled = {m_port, POLLIN, 0};
         char bytes[256];
         const ssize_t count =
-            ::poll(&wanted, 1, longestMs) == 1 ? ::read(m_port, bytes, sizeof bytes) : -1;
+            ::poll(&polled, 1, longestMs) == 1 ? ::read(m_port, bytes, sizeof bytes) : -1;
         if (count <= 0) {
             fail("The minimal client received no reply.");
         }
@@ -133,51 +137,50 @@ private:
     QByteArray m_received; ///< after the last reply
 };
 
-/// A job with the device; returns its seconds, before which it resets the device's counters.
-using Job = std::function<double(PacedDevice &)>;
+/// Resets the device's counters, runs one operation and returns its duration in seconds.
+using Operation = std::function<double(PacedDevice &)>;
 
-/// Prints the row @p name: pairs of a run with the tool and one with the minimal client, each with
-/// a new device that has @p deviceOptions.
-void compare(const Rows &rows, const char *name, const QString &deviceOptions, const Job &tool,
-             const Job &bare)
+/// Prints the row @p name. Runs of the tool and of the minimal client alternate, each with a new
+/// device that has @p deviceOptions.
+void compare(const BenchmarkArguments &arguments, const char *name, const QString &deviceOptions,
+             const Operation &tool, const Operation &minimal)
 {
     constexpr double maximumRatio = 1.01;
     PacedDevice::Counters toolCounters;
     PacedDevice::Counters minimalCounters;
-    const auto run = [&](const Job &job, PacedDevice::Counters &counters) {
+    const auto run = [&](const Operation &operation, PacedDevice::Counters &counters) {
         PacedDevice device(deviceOptions);
-        const double seconds = job(device);
+        const double seconds = operation(device);
         counters = device.counters();
         return seconds;
     };
     const std::vector<Samples> seconds = interleaved(
-        rows.size(5, 1),
-        {[&] { return run(tool, toolCounters); }, [&] { return run(bare, minimalCounters); }});
+        arguments.size(5, 1),
+        {[&] { return run(tool, toolCounters); }, [&] { return run(minimal, minimalCounters); }});
     const double sent = double(toolCounters.bytesIn) / double(minimalCounters.bytesIn);
-    if (!rows.isSmall() && (sent > maximumRatio || sent < 1 / maximumRatio)) {
+    if (!arguments.isSmall() && (sent > maximumRatio || sent < 1 / maximumRatio)) {
         fail(std::string(name) + ": the tool sent " + toText(toolCounters) + ", the minimal client "
              + toText(minimalCounters));
     }
-    Rows::print(name, withUnit(median(seconds[0]), 3, "s"),
-                withUnit(median(seconds[1]), 3, "s, minimal client (") + toText(minimalCounters)
-                    + ")",
-                ratiosOf(seconds[0], seconds[1]), "<= 1.02");
+    printRow(name, withUnit(median(seconds[0]), 3, "s"),
+             withUnit(median(seconds[1]), 3, "s, minimal client (") + toText(minimalCounters) + ")",
+             ratiosOf(seconds[0], seconds[1]), "<= 1.02");
 }
 
-void firmware(const Rows &rows)
+void benchmarkFirmware(const BenchmarkArguments &arguments)
 {
     constexpr int blockSize = 16;
     const QTemporaryDir folder;
-    const QByteArray image = files::pseudoRandomBytes(rows.size(64 * 1024, 512));
+    const QByteArray image = files::pseudoRandomBytes(arguments.size(64 * 1024, 512));
     const QString received = folder.filePath(QStringLiteral("image"));
     const auto tool = [&](PacedDevice &device) {
         ToolLink link(device.port());
         link.handler.openPort();
-        device.reset();
+        device.resetCounters();
         const double seconds = secondsOf([&] {
             runUntil(link.handler, SerialPortActionType::ActionFirmwareTransmitted, 1, [&] {
                 link.handler.updateFirmware(image);
-                device.powerOn();
+                device.powerCycle();
             });
         });
         if (files::contents(received) != image) {
@@ -185,11 +188,11 @@ void firmware(const Rows &rows)
         }
         return seconds;
     };
-    const auto bare = [&](PacedDevice &device) {
-        BareClient client(device.port());
-        device.reset();
+    const auto minimal = [&](PacedDevice &device) {
+        MinimalClient client(device.port());
+        device.resetCounters();
         return secondsOf([&] {
-            device.powerOn();
+            device.powerCycle();
             client.await("BOOT");
             client.send("b");
             for (int at = 0; at < image.size(); at += blockSize) {
@@ -198,14 +201,14 @@ void firmware(const Rows &rows)
             }
         });
     };
-    compare(rows, "FW-WIRE",
+    compare(arguments, "FW-WIRE",
             QStringLiteral("--image-size %1 --image %2").arg(image.size()).arg(received), tool,
-            bare);
+            minimal);
 }
 
-void log(const Rows &rows)
+void benchmarkLog(const BenchmarkArguments &arguments)
 {
-    const int count = rows.size(1000, 20);
+    const int count = arguments.size(1000, 20);
     const auto tool = [&](PacedDevice &device) {
         ToolLink link(device.port());
         link.connectToDevice();
@@ -217,16 +220,16 @@ void log(const Rows &rows)
                              read = values.size();
                              waiter.quit();
                          });
-        device.reset();
+        device.resetCounters();
         const double seconds = secondsOf([&] { waiter.run([&] { link.handler.readLog(); }); });
         if (read != count) {
             fail("LOG-WIRE: the log was not read completely.");
         }
         return seconds;
     };
-    const auto bare = [&](PacedDevice &device) {
-        BareClient client(device.port());
-        device.reset();
+    const auto minimal = [&](PacedDevice &device) {
+        MinimalClient client(device.port());
+        device.resetCounters();
         return secondsOf([&] {
             client.send("\r\nlog --count\r\n");
             client.await("count=");
@@ -237,27 +240,27 @@ void log(const Rows &rows)
             }
         });
     };
-    compare(rows, "LOG-WIRE", QStringLiteral("--model KVT-200 --log-rows %1").arg(count), tool,
-            bare);
+    compare(arguments, "LOG-WIRE", QStringLiteral("--model KVT-200 --log-rows %1").arg(count), tool,
+            minimal);
 }
 
-void eeprom(const Rows &rows)
+void benchmarkEeprom(const BenchmarkArguments &arguments)
 {
-    const int blocks = rows.size(256, 2);
+    const int blocks = arguments.size(256, 2);
     const QByteArray data = files::pseudoRandomBytes(eepromBytes);
     const auto tool = [blocks](SerialPortActionType blockDone, const auto &start) {
         return [=](PacedDevice &device) {
             ToolLink link(device.port());
             link.connectToDevice();
-            device.reset();
+            device.resetCounters();
             return secondsOf(
                 [&] { runUntil(link.handler, blockDone, blocks, [&] { start(link.handler); }); });
         };
     };
-    const auto bare = [blocks](const QByteArray &command, const QByteArray &blockData) {
+    const auto minimal = [blocks](const QByteArray &command, const QByteArray &blockData) {
         return [=](PacedDevice &device) {
-            BareClient client(device.port());
-            device.reset();
+            MinimalClient client(device.port());
+            device.resetCounters();
             return secondsOf([&] {
                 for (int block = 0; block < blocks; ++block) {
                     client.send("\r\neeprom --" + command + ' ' + QByteArray::number(block) + "\r\n"
@@ -267,17 +270,17 @@ void eeprom(const Rows &rows)
             });
         };
     };
-    compare(rows, "EE-WIRE read", QString(),
+    compare(arguments, "EE-WIRE read", QString(),
             tool(SerialPortActionType::ActionEepromBlockRead,
                  [](Handler &handler) { handler.readEeprom(); }),
-            bare("read_block", QByteArray()));
-    compare(rows, "EE-WIRE written", QString(),
+            minimal("read_block", QByteArray()));
+    compare(arguments, "EE-WIRE written", QString(),
             tool(SerialPortActionType::ActionEepromBlockWritten,
                  [&data](Handler &handler) { handler.writeEeprom(data); }),
-            bare("write_block", data));
+            minimal("write_block", data));
 }
 
-/// Writes a settings.xml with the settings of the device's model, repeated until there are enough.
+/// Writes a settings.xml for the device's model with settingCount settings, some of them repeated.
 bool writeConfiguration(const QString &fileName)
 {
     const QStringList names =
@@ -307,28 +310,29 @@ double secondsToConnect(PacedDevice &device)
     tool.window.show();
     QApplication::processEvents();
     Waiter waiter;
-    int settings = 0;
+    int values = 0;
     QObject context;
-    QObject::connect(&tool.handler, &Handler::dataRead, &context, [&settings] { ++settings; });
-    // Before the controller stores the reading: the disk's time doesn't count.
+    QObject::connect(&tool.handler, &Handler::dataRead, &context, [&values] { ++values; });
+    // The queue emits this before the controller stores the reading: the disk's time doesn't count.
     QElapsedTimer clock;
     double seconds = 0;
     QObject::connect(tool.queue.data(), &SerialPortQueueInterface::measurementsRead, &context, [&] {
         seconds = static_cast<double>(clock.nsecsElapsed()) / nsPerSecond;
         waiter.quit();
     });
-    device.reset();
+    device.resetCounters();
     waiter.run([&] {
         clock.start();
         tool.window.findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
     });
-    if (settings <= settingCount) {
+    // The device's identity and state are read in the same way.
+    if (values <= settingCount) {
         fail("CONNECT: the settings were not read completely.");
     }
     return seconds;
 }
 
-void connectSequence(const Rows &rows)
+void benchmarkConnecting(const BenchmarkArguments &arguments)
 {
     const QTemporaryDir folder;
     if (!writeConfiguration(QStringLiteral("settings.xml"))) {
@@ -339,13 +343,13 @@ void connectSequence(const Rows &rows)
     PacedDevice::Counters counters;
     Samples seconds;
     Samples wireSeconds;
-    for (int run = 0; run < rows.size(7, 1); ++run) {
+    for (int run = 0; run < arguments.size(7, 1); ++run) {
         seconds.push_back(secondsToConnect(device));
         counters = device.counters();
         wireSeconds.push_back(counters.wireSeconds);
     }
-    Rows::print("CONNECT", withUnit(median(seconds), 3, "s"), toText(counters),
-                ratiosOf(seconds, wireSeconds), "<= 1.10");
+    printRow("CONNECT", withUnit(median(seconds), 3, "s"), toText(counters),
+             ratiosOf(seconds, wireSeconds), "<= 1.10");
 }
 
 } // namespace
@@ -357,10 +361,10 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QDir::setCurrent(home.path());
     const CpuIdleInhibitor inhibitor;
-    const Rows rows(argc, argv);
-    rows.run({{"FW-WIRE", [&] { firmware(rows); }},
-              {"LOG-WIRE", [&] { log(rows); }},
-              {"EE-WIRE", [&] { eeprom(rows); }},
-              {"CONNECT", [&] { connectSequence(rows); }}});
+    const BenchmarkArguments arguments(argc, argv);
+    arguments.run({{"FW-WIRE", [&] { benchmarkFirmware(arguments); }},
+                   {"LOG-WIRE", [&] { benchmarkLog(arguments); }},
+                   {"EE-WIRE", [&] { benchmarkEeprom(arguments); }},
+                   {"CONNECT", [&] { benchmarkConnecting(arguments); }}});
     return 0;
 }

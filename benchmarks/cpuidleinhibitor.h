@@ -7,9 +7,10 @@
 #include <thread>
 #include <vector>
 
-/// Prevents every core from halting during this object's lifetime, by one thread for each core with
-/// the scheduling policy SCHED_IDLE. Waking a halted core of a virtual machine takes longer than
-/// the tool's own part of an exchange, and would be added to every client's time.
+/// Prevents the cores from entering an idle state during this object's lifetime: for each core, one
+/// thread with the scheduling policy SCHED_IDLE runs in a loop. Waking an idle core of a virtual
+/// machine takes longer than the tool's own part of an exchange, and would be added to every
+/// client's time.
 class CpuIdleInhibitor
 {
 public:

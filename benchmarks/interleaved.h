@@ -2,22 +2,34 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <iterator>
 #include <vector>
 
-/// One value for each run of a work.
+/// One value for each run of an operation.
 using Samples = std::vector<double>;
 
-/// The seconds that each of @p works returns in @p runs runs. The works take turns, in reverse
-/// order in every second run, so that a change of the machine's load affects all of them alike.
-inline std::vector<Samples> interleaved(int runs, const std::vector<std::function<double()>> &works)
+/// Wall time of @p operation in seconds.
+template <typename Operation>
+double secondsOf(Operation operation)
 {
-    std::vector<Samples> seconds(works.size(), Samples(static_cast<std::size_t>(runs)));
+    const auto begin = std::chrono::steady_clock::now();
+    operation();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// Runs each of @p operations, which return their duration in seconds, @p runs times; returns the
+/// durations of each. The operations alternate, in reverse order in every second run, so that a
+/// change of the machine's load affects all of them alike.
+inline std::vector<Samples> interleaved(int runs,
+                                        const std::vector<std::function<double()>> &operations)
+{
+    std::vector<Samples> seconds(operations.size(), Samples(static_cast<std::size_t>(runs)));
     for (std::size_t run = 0; run < static_cast<std::size_t>(runs); ++run) {
-        for (std::size_t turn = 0; turn < works.size(); ++turn) {
-            const std::size_t work = run % 2 == 0 ? turn : works.size() - 1 - turn;
-            seconds[work][run] = works[work]();
+        for (std::size_t i = 0; i < operations.size(); ++i) {
+            const std::size_t operation = run % 2 == 0 ? i : operations.size() - 1 - i;
+            seconds[operation][run] = operations[operation]();
         }
     }
     return seconds;
@@ -32,7 +44,8 @@ inline Samples ratiosOf(const Samples &dividends, const Samples &divisors)
     return ratios;
 }
 
-/// The middle one of @p values, the upper one of an even number of them; 0 of none.
+/// The middle one of @p values in ascending order, the upper one of an even number of them; 0 if
+/// there are none.
 inline double median(Samples values)
 {
     if (values.empty()) {

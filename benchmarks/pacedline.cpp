@@ -12,9 +12,9 @@ namespace {
 
 constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
-constexpr int burst = 16; ///< bytes written at once, as from the FIFO of a UART
-constexpr qint64 spinNs = 120000; ///< longer than a sleep may overrun
-constexpr qint64 idleWaitNs = 5000000;
+constexpr int burstSize = 16; ///< bytes written at once, as from the FIFO of a UART
+constexpr qint64 busyWaitNs = 120000; ///< longer than a sleep may overrun
+constexpr qint64 inputWaitNs = 5000000;
 
 qint64 nowNs()
 {
@@ -25,9 +25,9 @@ qint64 nowNs()
 
 void sleepUntilReadable(int descriptor, qint64 ns)
 {
-    pollfd wanted = {descriptor, POLLIN, 0};
+    pollfd polled = {descriptor, POLLIN, 0};
     const timespec time = {ns / nsPerSecond, ns % nsPerSecond};
-    ppoll(&wanted, 1, &time, nullptr);
+    ppoll(&polled, 1, &time, nullptr);
 }
 
 } // namespace
@@ -57,14 +57,15 @@ void PacedLine::serve()
         deliverInput();
         deliverOutput();
         const qint64 now = nowNs();
-        const qint64 due = nextDue();
+        const qint64 due = nextDueNs();
         if (due >= 0) {
-            if (due - now > spinNs) {
-                sleepUntilReadable(m_terminal.descriptor(), due - now - spinNs);
+            if (due - now > busyWaitNs) {
+                sleepUntilReadable(m_terminal.descriptor(), due - now - busyWaitNs);
             }
         } else {
-            // Without polling: the kernel's worker for the client's bytes may need this core.
-            open = waitIdle();
+            // Without busy waiting: the kernel thread that moves the pseudo-terminal's data may
+            // need this core.
+            open = waitForInput();
         }
     }
 }
@@ -79,7 +80,7 @@ void PacedLine::readInput()
     m_in.append(bytes);
     m_inDueNs = begin + bytes.size() * m_byteNs;
     m_bytesIn += bytes.size();
-    use(begin, bytes.size());
+    countUse(begin, bytes.size());
 }
 
 void PacedLine::deliverInput()
@@ -89,17 +90,17 @@ void PacedLine::deliverInput()
     }
     const QByteArray bytes = m_in;
     m_in.clear();
-    m_answeringNs = m_inDueNs;
+    m_inputArrivalNs = m_inDueNs;
     m_device.receive(bytes);
-    m_answeringNs = -1;
+    m_inputArrivalNs = -1;
 }
 
 void PacedLine::send(const QByteArray &bytes)
 {
     if (m_out.isEmpty()) {
-        m_outFreeNs = qMax(m_outFreeNs, m_answeringNs >= 0 ? m_answeringNs : nowNs());
+        m_outBeginNs = qMax(m_outBeginNs, m_inputArrivalNs >= 0 ? m_inputArrivalNs : nowNs());
     }
-    use(m_outFreeNs + m_out.size() * m_byteNs, bytes.size());
+    countUse(m_outBeginNs + m_out.size() * m_byteNs, bytes.size());
     m_out += bytes;
     m_bytesOut += bytes.size();
 }
@@ -107,39 +108,42 @@ void PacedLine::send(const QByteArray &bytes)
 void PacedLine::deliverOutput()
 {
     const qint64 now = nowNs();
-    if (m_out.isEmpty() || now < m_outFreeNs + nextBurst() * m_byteNs) {
+    if (m_out.isEmpty() || now < m_outBeginNs + nextBurstSize() * m_byteNs) {
         return;
     }
-    const int count = m_byteNs == 0 ? m_out.size() : nextBurst();
+    const int count = m_byteNs == 0 ? m_out.size() : nextBurstSize();
     const int written = m_terminal.write(m_out.left(count));
     m_out.remove(0, written);
-    m_outFreeNs += written * m_byteNs;
+    m_outBeginNs += written * m_byteNs;
 }
 
-int PacedLine::nextBurst() const { return qMin(burst, m_out.size()); }
+int PacedLine::nextBurstSize() const { return qMin(burstSize, m_out.size()); }
 
-qint64 PacedLine::nextDue() const
+/// When the next bytes are to be delivered, in either direction; -1 if there are none.
+qint64 PacedLine::nextDueNs() const
 {
-    const qint64 out = m_out.isEmpty() ? -1 : m_outFreeNs + nextBurst() * m_byteNs;
+    const qint64 out = m_out.isEmpty() ? -1 : m_outBeginNs + nextBurstSize() * m_byteNs;
     const qint64 in = m_in.isEmpty() ? -1 : m_inDueNs;
     return out < 0 ? in : in < 0 ? out : qMin(in, out);
 }
 
-/// Time for which both directions are in use counts once.
-void PacedLine::use(qint64 fromNs, int bytes)
+/// Adds the time of @p bytes bytes from @p fromNs on to the time for which the line was in use.
+/// Time in which both directions are in use counts once.
+void PacedLine::countUse(qint64 fromNs, int bytes)
 {
     const qint64 untilNs = fromNs + bytes * m_byteNs;
     m_usedNs += qMax<qint64>(0, untilNs - qMax(fromNs, m_usedUntilNs));
     m_usedUntilNs = qMax(m_usedUntilNs, untilNs);
 }
 
-bool PacedLine::waitIdle()
+/// Waits up to 5 ms for bytes of the client or a command; false when standard input has ended.
+bool PacedLine::waitForInput()
 {
-    pollfd wanted[] = {{m_terminal.descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-    const timespec time = {0, idleWaitNs};
-    ppoll(wanted, 2, &time, nullptr);
+    pollfd polled[] = {{m_terminal.descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    const timespec time = {0, inputWaitNs};
+    ppoll(polled, 2, &time, nullptr);
     QCoreApplication::processEvents();
-    return (wanted[1].revents & (POLLIN | POLLHUP)) == 0 || executeCommands();
+    return (polled[1].revents & (POLLIN | POLLHUP)) == 0 || executeCommands();
 }
 
 bool PacedLine::executeCommands()
@@ -155,7 +159,7 @@ bool PacedLine::executeCommands()
         m_commands.remove(0, end + 1);
         if (line == "reset") {
             m_bytesIn = m_bytesOut = m_usedNs = 0;
-        } else if (line == "power") {
+        } else if (line == "restart") {
             m_device.powerCycle();
         } else if (line == "counters") {
             std::printf("%lld\n%lld\n%lld\n", m_bytesIn, m_bytesOut, m_usedNs);

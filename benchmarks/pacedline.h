@@ -7,11 +7,11 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
 
-/// A device with a pseudo-terminal whose bytes take ten bit times each, to the microsecond and in
-/// each direction separately: it sleeps until shortly before a byte is due and then polls the
-/// clock.
+/// A device on a pseudo-terminal with the bit rate of a serial line: each byte takes ten bit times,
+/// exact to the microsecond and in each direction separately. To be that exact, it sleeps until
+/// shortly before a byte is due and waits for the rest of the time in a loop.
 ///
-/// The device's own latency is 0: an answer begins when the last byte of its command has arrived.
+/// The device's own latency is 0: a reply begins when the last byte of its command has arrived.
 class PacedLine : public QObject
 {
     Q_OBJECT
@@ -23,9 +23,10 @@ public:
     /// Opens the pseudo-terminal and returns its path; empty on failure.
     QByteArray open();
 
-    /// Serves the line until standard input ends. Commands on it: "reset" sets the counters to
-    /// 0, "counters" prints bytes in, bytes out and the ns for which the line was in use, "power"
-    /// switches the device off and on.
+    /// Transfers bytes in both directions until standard input ends. It executes the commands on
+    /// standard input: "reset" sets the counters to 0; "counters" prints the bytes that the device
+    /// received, those that it sent, and for how many nanoseconds the line was in use; "restart"
+    /// switches the device off and on. Each reply ends with the line "ok".
     void serve();
 
 private:
@@ -33,24 +34,27 @@ private:
     void deliverInput();
     void deliverOutput();
     void send(const QByteArray &bytes);
-    bool waitIdle();
+    bool waitForInput();
     bool executeCommands();
-    qint64 nextDue() const;
-    int nextBurst() const;
-    void use(qint64 fromNs, int bytes);
+    qint64 nextDueNs() const;
+    int nextBurstSize() const;
+    void countUse(qint64 fromNs, int bytes);
 
     Simulator::Device &m_device;
     qint64 m_byteNs;
     Simulator::PseudoTerminal m_terminal;
-    QByteArray m_in;
-    QByteArray m_out;
-    QByteArray m_commands;
-    qint64 m_inDueNs = 0; // when the last byte read has arrived
-    qint64 m_outFreeNs = 0; // when the last byte written has been sent
-    qint64 m_answeringNs =
-        -1; // when the bytes that the device receives now arrived; -1 at other times
+    QByteArray m_in; // read, but not yet arrived at the device
+    QByteArray m_out; // sent by the device, but not yet written
+    QByteArray m_commands; // the incomplete last line of standard input
+
+    // Times of the monotonic clock.
+    qint64 m_inDueNs = 0; // when the last byte of m_in arrives at the device
+    qint64 m_outBeginNs = 0; // when the first byte of m_out begins, or the last one sent has ended
+    qint64 m_inputArrivalNs = -1; // of the bytes that the device processes; -1 when there are none
+    qint64 m_usedUntilNs = 0;
+
+    // The counters.
     qint64 m_bytesIn = 0;
     qint64 m_bytesOut = 0;
     qint64 m_usedNs = 0;
-    qint64 m_usedUntilNs = 0;
 };

@@ -5,8 +5,8 @@
 #include <QtCore/QCoreApplication>
 #include <cstdio>
 
-/// The simulated transmitter on a line with an exact bit rate. Its options and the line with its
-/// port are those of the simulator.
+/// The simulated transmitter on a line with an exact bit rate. It accepts the options of
+/// kvt-simulator, and prints its port as that does.
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Preloaded into a program: prints the time, in seconds of the monotonic clock, at which its main
-// window has been drawn for the first time, and the process's proportional share of memory (PSS) in
-// kB; then ends the process.
+// A library that is preloaded (LD_PRELOAD) into a program. When the program's main window has been
+// drawn for the first time, it prints the time, in seconds of the monotonic clock, and the
+// process's proportional share of memory (PSS) in kB; then it ends the process.
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>

@@ -10,7 +10,8 @@
 
 namespace {
 
-QByteArray fillingOf(int minutes)
+/// The statements that fill a store with @p minutes readings.
+QByteArray fillStatements(int minutes)
 {
     return QStringLiteral(
                "pragma synchronous=off; pragma journal_mode=off; begin;"
@@ -35,7 +36,7 @@ bool fill(const QString &path, int minutes)
     sqlite3 *database = nullptr;
     char *error = nullptr;
     const bool filled = sqlite3_open(QFile::encodeName(path), &database) == SQLITE_OK
-        && sqlite3_exec(database, fillingOf(minutes), nullptr, nullptr, &error) == SQLITE_OK;
+        && sqlite3_exec(database, fillStatements(minutes), nullptr, nullptr, &error) == SQLITE_OK;
     if (!filled) {
         std::fprintf(stderr, "%s\n", error != nullptr ? error : sqlite3_errmsg(database));
     }
@@ -89,24 +90,24 @@ QString StoreFile::path(int minutes)
                                                                                    : QString();
 }
 
-StoreFile::Read StoreFile::readWithSqlite(sqlite3 *database, qint64 fromMs, qint64 toMs)
+StoreFile::ReadTotals StoreFile::readWithSqlite(sqlite3 *database, qint64 fromMs, qint64 toMs)
 {
-    Read read;
+    ReadTotals totals;
     sqlite3_stmt *metadata = prepared(database, selectMetadata, fromMs, toMs);
     while (sqlite3_step(metadata) == SQLITE_ROW) {
-        ++read.rows;
+        ++totals.readings;
         for (int column = 0; column < 3; ++column) {
-            read.sum += static_cast<double>(sqlite3_column_int64(metadata, column));
+            totals.sum += static_cast<double>(sqlite3_column_int64(metadata, column));
         }
     }
     sqlite3_finalize(metadata);
     sqlite3_stmt *values = prepared(database, selectValues, fromMs, toMs);
     while (sqlite3_step(values) == SQLITE_ROW) {
-        ++read.values;
-        read.sum += static_cast<double>(sqlite3_column_int64(values, 0));
-        read.sum += sqlite3_column_double(values, 1);
-        read.sum += *sqlite3_column_text(values, 2) + sqlite3_column_bytes(values, 2);
+        ++totals.values;
+        totals.sum += static_cast<double>(sqlite3_column_int64(values, 0));
+        totals.sum += sqlite3_column_double(values, 1);
+        totals.sum += *sqlite3_column_text(values, 2) + sqlite3_column_bytes(values, 2);
     }
     sqlite3_finalize(values);
-    return read;
+    return totals;
 }

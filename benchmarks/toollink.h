@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "benchmarks/rows.h"
+#include "benchmarks/benchmarkoutput.h"
 #include "serial/serialport.h"
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
@@ -20,7 +20,7 @@ public:
         m_loop.quit();
     }
 
-    /// Calls @p start first. Ends the program after ten minutes without quit().
+    /// Calls @p start, then runs the event loop. Ends the program after ten minutes without quit().
     void run(const std::function<void()> &start)
     {
         constexpr int longestMs = 600000;
@@ -33,7 +33,7 @@ public:
             m_loop.exec();
         }
         if (!m_done) {
-            fail("The job did not finish.");
+            fail("The operation did not finish.");
         }
     }
 
@@ -42,7 +42,7 @@ private:
     bool m_done = false;
 };
 
-/// The tool's handler, queue and transport on a port.
+/// The tool's device handler, queue and transport on a port.
 class ToolLink
 {
 public:

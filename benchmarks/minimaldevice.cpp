@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "benchmarks/barepeer.h"
+#include "benchmarks/minimaldevice.h"
 
 #include "common/utils.h"
 
@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <new>
 #include <poll.h>
-#include <sched.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -24,7 +23,7 @@ namespace {
 const char prompt[] = "\r\nKVT $ ";
 const char titles[] = "Time,A3,A0,A1,P1,W0,W1,W2,FLOW";
 const char record[] = "2026-11-21T10:20:30,12.4,0.0380,31.2,24.6,18.07,52.1,1009.3,0.702";
-const char readRow[] = "log --read=";
+const char readLogRow[] = "log --read=";
 const char show[] = "show ";
 
 /// A line of the log with its checksum.
@@ -35,6 +34,7 @@ std::string logLine(int index, const char *text, int checksum)
     return std::string(line, static_cast<std::size_t>(size));
 }
 
+/// The replies of the console to the commands that the benchmarks use.
 class Console
 {
 public:
@@ -44,19 +44,19 @@ public:
         , m_recordChecksum(crc8(record, sizeof record - 1))
     { }
 
-    std::string answer(const std::string &command) const
+    std::string reply(const std::string &command) const
     {
-        std::string reply;
-        if (command.compare(0, sizeof readRow - 1, readRow) == 0) {
-            const int index = std::atoi(command.c_str() + sizeof readRow - 1);
-            reply = index == 0 ? logLine(0, titles, m_titlesChecksum)
-                               : logLine(index, record, m_recordChecksum);
+        std::string text;
+        if (command.compare(0, sizeof readLogRow - 1, readLogRow) == 0) {
+            const int index = std::atoi(command.c_str() + sizeof readLogRow - 1);
+            text = index == 0 ? logLine(0, titles, m_titlesChecksum)
+                              : logLine(index, record, m_recordChecksum);
         } else if (command == "log --count") {
-            reply = "count=" + std::to_string(m_logRows.load());
+            text = "count=" + std::to_string(m_logRows.load());
         } else if (command.compare(0, sizeof show - 1, show) == 0) {
-            reply = "show: " + command.substr(sizeof show - 1) + "=120";
+            text = "show: " + command.substr(sizeof show - 1) + "=120";
         }
-        return prompt + command + "\r\n" + reply + prompt;
+        return prompt + command + "\r\n" + text + prompt;
     }
 
 private:
@@ -67,8 +67,8 @@ private:
 
 void waitReadable(int descriptor)
 {
-    pollfd wanted = {descriptor, POLLIN, 0};
-    poll(&wanted, 1, -1);
+    pollfd polled = {descriptor, POLLIN, 0};
+    poll(&polled, 1, -1);
 }
 
 void writeAll(int descriptor, const char *bytes, std::size_t size)
@@ -83,7 +83,7 @@ void writeAll(int descriptor, const char *bytes, std::size_t size)
     }
 }
 
-/// A command has a line end before and after it.
+/// Replies until the process is killed. A command has a line end before and after it.
 [[noreturn]] void serve(int master, const Console &console)
 {
     std::string request;
@@ -96,7 +96,7 @@ void writeAll(int descriptor, const char *bytes, std::size_t size)
         }
         request.append(bytes, static_cast<std::size_t>(count));
         if (request.size() > 4 && request.back() == '\n') {
-            const std::string reply = console.answer(request.substr(2, request.size() - 4));
+            const std::string reply = console.reply(request.substr(2, request.size() - 4));
             writeAll(master, reply.data(), reply.size());
             request.clear();
         }
@@ -105,7 +105,7 @@ void writeAll(int descriptor, const char *bytes, std::size_t size)
 
 } // namespace
 
-BarePeer::BarePeer()
+MinimalDevice::MinimalDevice()
 {
     void *shared = mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
                         MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -131,7 +131,7 @@ BarePeer::BarePeer()
     }
 }
 
-BarePeer::~BarePeer()
+MinimalDevice::~MinimalDevice()
 {
     if (m_process > 0) {
         kill(m_process, SIGKILL);
@@ -141,7 +141,7 @@ BarePeer::~BarePeer()
     munmap(m_logRows, sizeof(std::atomic<int>));
 }
 
-void BarePeer::exchange(const QByteArray &command)
+void MinimalDevice::exchange(const QByteArray &command)
 {
     const QByteArray request = "\r\n" + command + "\r\n";
     writeAll(m_client, request.constData(), static_cast<std::size_t>(request.size()));
@@ -154,20 +154,5 @@ void BarePeer::exchange(const QByteArray &command)
             return;
         }
         prompts += std::count(bytes, bytes + count, '$');
-    }
-}
-
-void BarePeer::pinToOneCore()
-{
-    cpu_set_t allowed;
-    CPU_ZERO(&allowed);
-    sched_getaffinity(0, sizeof allowed, &allowed);
-    for (int core = CPU_SETSIZE - 1; core >= 0; --core) {
-        if (CPU_ISSET(core, &allowed)) {
-            CPU_ZERO(&allowed);
-            CPU_SET(core, &allowed);
-            sched_setaffinity(0, sizeof allowed, &allowed);
-            return;
-        }
     }
 }

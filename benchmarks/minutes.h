@@ -7,7 +7,11 @@
 constexpr qint64 startMs = 1672531200000; // 2023-01-01T00:00:00Z
 constexpr qint64 minuteMs = 60000;
 
-/// The time of a measurement once a minute.
+constexpr int minutesPerDay = 1440;
+constexpr int minutesPerMonth = 30 * minutesPerDay;
+constexpr int minutesPerYear = 365 * minutesPerDay;
+
+/// The time of the reading number @p minute, from 0, in a series with one reading a minute.
 inline QDateTime timeOf(qint64 minute)
 {
     return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());

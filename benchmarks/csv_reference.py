@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 """Writes rows of doubles (seconds since the epoch, then the values) with Python's csv module as the
-tool would, and prints the seconds that this took.
+tool writes them, and prints how many seconds this took.
 
-Usage: csv_peer.py ROWS CSV TITLES    ROWS as doubles of the machine, TITLES separated by commas
+Usage: csv_reference.py ROWS CSV TITLES
+  ROWS    file to read: doubles in native byte order
+  CSV     file to write
+  TITLES  titles of the columns, separated by commas
 """
 import array
 import csv
@@ -21,6 +24,6 @@ with open(sys.argv[2], "w", newline="") as file:
     writer = csv.writer(file, lineterminator="\n")
     writer.writerow(titles)
     for seconds, values in rows:
-        moment = datetime.datetime.fromtimestamp(seconds)
-        writer.writerow([moment.isoformat(), *("%g" % value for value in values)])
+        time_of_row = datetime.datetime.fromtimestamp(seconds)
+        writer.writerow([time_of_row.isoformat(), *("%g" % value for value in values)])
 print(time.perf_counter() - begin)
