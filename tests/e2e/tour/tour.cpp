@@ -23,7 +23,7 @@ QDateTime hoursAgo(int hours)
     return QDateTime::fromSecsSinceEpoch(minutes * 60 - hours * secondsPerHour);
 }
 
-/// The tool's main jobs in one go, by mouse and keys at the real windows, each compared with the
+/// A user's main tasks in one go, by mouse and keys at the real windows, each compared with the
 /// device, the store and the files. Prints each step and takes pictures of the windows.
 class Tour : public ToolFixture
 {
