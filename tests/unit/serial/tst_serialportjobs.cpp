@@ -12,7 +12,7 @@
 #include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
-#include "tests/unit/serial/successorjob.h"
+#include "tests/unit/serial/nextjob.h"
 
 #include <QtCore/QTimeZone>
 

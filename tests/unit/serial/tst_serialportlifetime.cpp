@@ -5,7 +5,7 @@
 #include "serial/serialportjobsetdate.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
-#include "tests/unit/serial/successorjob.h"
+#include "tests/unit/serial/nextjob.h"
 
 #include <QtCore/QRegularExpression>
 #include <utility>

@@ -25,7 +25,7 @@ using Call = void (*)(DeviceLink &);
 
 Q_DECLARE_METATYPE(Call)
 
-class TestConversation : public QObject
+class TestDeviceCommands : public QObject
 {
     Q_OBJECT
 
@@ -390,6 +390,6 @@ private:
     QScopedPointer<DeviceLink> m_link;
 };
 
-KV_TEST_CORE_MAIN(TestConversation)
+KV_TEST_CORE_MAIN(TestDeviceCommands)
 
-#include "tst_conversation.moc"
+#include "tst_devicecommands.moc"

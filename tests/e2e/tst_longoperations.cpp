@@ -15,8 +15,8 @@ const QLatin1String writingTitle("Writing data to eeprom, please wait");
 
 } // namespace
 
-/// The jobs with a wait dialog that read and write log, settings and clock.
-class TestLongJobs : public ToolFixture
+/// The operations with a wait dialog that read and write log, settings and clock.
+class TestLongOperations : public ToolFixture
 {
     Q_OBJECT
 
@@ -217,5 +217,5 @@ private:
     }
 };
 
-KV_TEST_MAIN(TestLongJobs)
-#include "tst_longjobs.moc"
+KV_TEST_MAIN(TestLongOperations)
+#include "tst_longoperations.moc"

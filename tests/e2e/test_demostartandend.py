@@ -1,5 +1,5 @@
-"""How the interactive demo starts and ends, by keys on a virtual display and by signals.
-Usage: test_demoends.py <kvtool-demo>"""
+"""How the interactive demo starts and ends, with the keyboard on a virtual display and by signals.
+Usage: test_demostartandend.py <kvtool-demo>"""
 
 import os
 import pathlib
@@ -26,7 +26,7 @@ def wait_until(condition, what):
         time.sleep(0.02)
 
 
-class DemoEnds(unittest.TestCase):
+class DemoStartAndEnd(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         read, write = os.pipe()
