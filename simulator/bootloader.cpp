@@ -32,7 +32,7 @@ void Bootloader::start()
     m_phase = Phase::Banner;
     m_wait.start();
     emit eventOccurred("bootloader");
-    if (m_faults.triggersAt(FaultKind::BootWithLineEnd, 0)) {
+    if (m_faults.triggersAt(DeviceFaultKind::BootWithLineEnd, 0)) {
         emit output(banner + QByteArray("\r\n"), Delivery::OneChunk, 0);
     } else {
         emit output(banner, Delivery::Streamed, 0);
@@ -110,8 +110,8 @@ void Bootloader::endBlock()
     ++m_blocks;
     emit eventOccurred("block " + QByteArray::number(m_blocks) + ", " + QByteArray::number(size)
                        + " bytes");
-    const bool isRejected = m_faults.triggersAt(FaultKind::BlockRefused, m_blocks);
-    if (isRejected || m_faults.triggersAt(FaultKind::BlockUnanswered, m_blocks)) {
+    const bool isRejected = m_faults.triggersAt(DeviceFaultKind::BlockRejected, m_blocks);
+    if (isRejected || m_faults.triggersAt(DeviceFaultKind::BlockUnanswered, m_blocks)) {
         m_phase = Phase::Abandoned;
         m_pause.stop();
         if (isRejected) {
@@ -123,9 +123,9 @@ void Bootloader::endBlock()
     if (complete) {
         replyToLastBlock(false);
     } else if (beyond == 0) {
-        const Fault *glued = m_faults.active(FaultKind::GluedAnswers);
-        const bool here =
-            glued == nullptr && m_faults.triggersAt(FaultKind::GluedAnswers, m_blocks);
+        constexpr DeviceFaultKind kind = DeviceFaultKind::BlockRepliesInOneChunk;
+        // Without a place the fault affects only the last block, see replyToLastBlock().
+        const bool here = m_faults.active(kind) == nullptr && m_faults.triggersAt(kind, m_blocks);
         emit output(here ? "*." : accepted, Delivery::OneChunk, 0);
     }
 }
@@ -135,12 +135,12 @@ void Bootloader::replyToLastBlock(bool acknowledged)
     // Before the reply, so that the image exists when a client has read the reply.
     m_image = m_incoming;
     emit imageTaken(m_image);
-    if (m_faults.triggersAt(FaultKind::FinalStar, m_blocks)) {
-        if (!acknowledged) {
+    if (m_faults.triggersAt(DeviceFaultKind::FinalStar, m_blocks)) {
+        if (!lastBlockAcknowledged) {
             emit output(accepted, Delivery::OneChunk, 0);
         }
-    } else if (m_faults.triggersAt(FaultKind::GluedAnswers, m_blocks)) {
-        emit output(acknowledged ? done : "*.", Delivery::OneChunk, 0);
+    } else if (m_faults.triggersAt(DeviceFaultKind::BlockRepliesInOneChunk, m_blocks)) {
+        emit output(lastBlockAcknowledged ? done : "*.", Delivery::OneChunk, 0);
     } else {
         emit output(done, Delivery::OneChunk, 0);
     }

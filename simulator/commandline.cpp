@@ -29,8 +29,8 @@ QString description()
              "is ready.\n\nFaults (KIND, KIND@PLACE, KIND@PLACE:ARG; \"+\" after the "
              "place: from that place on;\n\"-always\" after the kind: it is repeated "
              "instead of occurring once):\n");
-    for (const FaultKindInfo &info : faultKinds()) {
-        words += text("  %1 %2\n").arg(text(info.name), -20).arg(text(info.meaning));
+    for (const DeviceFaultInfo &info : deviceFaultKinds()) {
+        words += text("  %1 %2\n").arg(text(info.name), -26).arg(text(info.meaning));
     }
     return words
         + text("PLACE counts command lines from 1, for log faults it is the row (0: titles), for\n"

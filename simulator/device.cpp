@@ -106,7 +106,7 @@ void Device::process()
 
 void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
 {
-    if (m_lineClosed || m_faults.active(FaultKind::Silence) != nullptr) {
+    if (m_lineClosed || m_faults.active(DeviceFaultKind::Silence) != nullptr) {
         return;
     }
     QByteArray out = bytes;
@@ -115,7 +115,7 @@ void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
         m_bytesToHangUp -= out.size();
     }
     if (!out.isEmpty()) {
-        const Fault *singly = m_faults.active(FaultKind::SingleBytes);
+        const Fault *singly = m_faults.active(DeviceFaultKind::SingleBytes);
         if (singly != nullptr) {
             emit transmit(out, Delivery::SingleBytes, qMax(1, singly->argument));
         } else {
@@ -143,7 +143,7 @@ void Device::startFirmware()
 void Device::onRawBytes(int bytes)
 {
     m_rawBytes += bytes;
-    const Fault *fault = m_faults.active(FaultKind::HangupInput);
+    const Fault *fault = m_faults.active(DeviceFaultKind::HangupInput);
     if (!m_lineClosed && fault != nullptr && m_rawBytes == qMax(1, fault->argument)) {
         emit eventOccurred("fault " + fault->text);
         m_lineClosed = true;
@@ -162,7 +162,7 @@ void Device::onHangUpAfter(int bytes)
 
 void Device::onChatterTimer()
 {
-    const Fault *fault = m_faults.active(FaultKind::Chatter);
+    const Fault *fault = m_faults.active(DeviceFaultKind::Chatter);
     const bool wanted = fault != nullptr || m_state.debug();
     const int interval = fault == nullptr ? chatterDebugMs
         : fault->argument > 0             ? fault->argument

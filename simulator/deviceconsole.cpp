@@ -111,17 +111,17 @@ void DeviceConsole::beginExchange(const QByteArray &line)
     m_faults.beginExchange(line);
     Fault fault;
     m_faultsApplied = false;
-    m_suppressReplies = m_faults.triggersInExchange(FaultKind::Silence);
-    if (m_faults.triggersInExchange(FaultKind::SingleBytes, fault)) {
+    m_suppressReplies = m_faults.triggersInExchange(DeviceFaultKind::Silence);
+    if (m_faults.triggersInExchange(DeviceFaultKind::SingleBytes, fault)) {
         m_gapMs = fault.argument < 0 ? defaultGapMs : fault.argument;
     }
-    if (m_heldExchanges == 0 && m_faults.triggersInExchange(FaultKind::GluedReplies)) {
+    if (m_heldExchanges == 0 && m_faults.triggersInExchange(DeviceFaultKind::RepliesInOneChunk)) {
         m_heldExchanges = 2;
     }
-    if (m_faults.triggersInExchange(FaultKind::Hangup, fault)) {
+    if (m_faults.triggersInExchange(DeviceFaultKind::Hangup, fault)) {
         emit hangUpAfter(qMax(0, fault.argument));
     }
-    if (m_faults.triggersInExchange(FaultKind::Delay, fault)) {
+    if (m_faults.triggersInExchange(DeviceFaultKind::Delay, fault)) {
         pause(qMax(0, fault.argument), [this, line] { execute(line); });
         return;
     }
@@ -193,14 +193,14 @@ QByteArray DeviceConsole::withFaults(const QByteArray &text)
         const int last = qMax(0, bytes.size() - 1);
         return fault.argument < 1 ? last / 2 : qMin(fault.argument - 1, last);
     };
-    if (m_faults.triggersInExchange(FaultKind::LostByte, fault)) {
+    if (m_faults.triggersInExchange(DeviceFaultKind::LostByte, fault)) {
         bytes.remove(position(), 1);
     }
-    if (m_faults.triggersInExchange(FaultKind::FlippedBit, fault) && !bytes.isEmpty()) {
+    if (m_faults.triggersInExchange(DeviceFaultKind::FlippedBit, fault) && !bytes.isEmpty()) {
         const int index = position();
         bytes[index] = static_cast<char>(bytes.at(index) ^ 1);
     }
-    if (m_faults.triggersInExchange(FaultKind::Nul, fault)) {
+    if (m_faults.triggersInExchange(DeviceFaultKind::Nul, fault)) {
         bytes.insert(position(), '\0');
     }
     return bytes;
@@ -336,7 +336,7 @@ void DeviceConsole::help(const QByteArray &)
 QByteArray DeviceConsole::modelName()
 {
     Fault fault;
-    if (!m_faults.triggersInExchange(FaultKind::UnknownModel, fault)) {
+    if (!m_faults.triggersInExchange(DeviceFaultKind::UnknownModel, fault)) {
         return m_state.model().name;
     }
     return fault.word.isEmpty() ? QByteArray("KVT-900") : fault.word;
@@ -348,24 +348,24 @@ QByteArray DeviceConsole::logLine(int index)
     if (record.isEmpty()) {
         return "log: No such entry!";
     }
-    if (m_faults.triggersAt(FaultKind::MalformedRecord, index)) {
+    if (m_faults.triggersAt(DeviceFaultKind::MalformedRecord, index)) {
         if (index == 0) {
             return "00000=" + record;
         }
         record.replace(record.lastIndexOf(',') + 1, record.size(), "over");
     }
     quint8 checksum = recordChecksum(record);
-    if (m_faults.triggersAt(FaultKind::BadChecksum, index)) {
+    if (m_faults.triggersAt(DeviceFaultKind::BadChecksum, index)) {
         checksum ^= 1U;
     }
-    const int number = m_faults.triggersAt(FaultKind::WrongEntry, index) ? index + 1 : index;
+    const int number = m_faults.triggersAt(DeviceFaultKind::WrongEntry, index) ? index + 1 : index;
     return DeviceLog::line(number, record, checksum);
 }
 
 void DeviceConsole::readBlock(int index)
 {
     QByteArray digits = m_state.memory().block(index).toHex();
-    if (m_faults.triggersAt(FaultKind::MalformedBlock, index)) {
+    if (m_faults.triggersAt(DeviceFaultKind::MalformedBlock, index)) {
         digits.replace(digits.size() / 2, 2, "zz");
     }
     replyAndEnd(digits + "\r\nDone\r\n");

@@ -3,55 +3,57 @@
 
 namespace Simulator {
 
-const QVector<FaultKindInfo> &faultKinds()
+const QVector<DeviceFaultInfo> &deviceFaultKinds()
 {
-    static const QVector<FaultKindInfo> kinds = {
-        {"silence", FaultKind::Silence, FaultPlace::Exchange, "no reply"},
-        {"delay", FaultKind::Delay, FaultPlace::Exchange, "replies ARG ms late"},
-        {"single-bytes", FaultKind::SingleBytes, FaultPlace::Exchange,
+    static const QVector<DeviceFaultInfo> kinds = {
+        {"silence", DeviceFaultKind::Silence, FaultPlace::Exchange, "no reply"},
+        {"delay", DeviceFaultKind::Delay, FaultPlace::Exchange, "replies ARG ms late"},
+        {"single-bytes", DeviceFaultKind::SingleBytes, FaultPlace::Exchange,
          "replies in single bytes, ARG ms (1) apart"},
-        {"lost-byte", FaultKind::LostByte, FaultPlace::Exchange,
+        {"lost-byte", DeviceFaultKind::LostByte, FaultPlace::Exchange,
          "byte ARG (the middle one) of the reply is missing"},
-        {"flipped-bit", FaultKind::FlippedBit, FaultPlace::Exchange,
+        {"flipped-bit", DeviceFaultKind::FlippedBit, FaultPlace::Exchange,
          "the lowest bit of byte ARG (the middle one) of the reply is wrong"},
-        {"nul", FaultKind::Nul, FaultPlace::Exchange,
+        {"nul", DeviceFaultKind::Nul, FaultPlace::Exchange,
          "a zero byte before byte ARG (the middle one) of the reply"},
-        {"chatter", FaultKind::Chatter, FaultPlace::Exchange,
+        {"chatter", DeviceFaultKind::Chatter, FaultPlace::Exchange,
          "debug output every ARG ms (100), from the exchange on, that can't be switched off"},
-        {"unknown-model", FaultKind::UnknownModel, FaultPlace::Exchange,
+        {"unknown-model", DeviceFaultKind::UnknownModel, FaultPlace::Exchange,
          "reports the model ARG (KVT-900)"},
-        {"hangup", FaultKind::Hangup, FaultPlace::Exchange,
+        {"hangup", DeviceFaultKind::Hangup, FaultPlace::Exchange,
          "the line hangs up after ARG (0) more bytes from the device"},
-        {"hangup-input", FaultKind::HangupInput, FaultPlace::None,
+        {"hangup-input", DeviceFaultKind::HangupInput, FaultPlace::None,
          "the line hangs up after ARG raw bytes (memory blocks or image) to the device"},
-        {"glued-replies", FaultKind::GluedReplies, FaultPlace::Exchange,
-         "the reply is held back and sent in one piece with the next"},
-        {"bad-checksum", FaultKind::BadChecksum, FaultPlace::LogRow,
+        {"replies-in-one-chunk", DeviceFaultKind::RepliesInOneChunk, FaultPlace::Exchange,
+         "the reply is held back and sent in one chunk with the next"},
+        {"bad-checksum", DeviceFaultKind::BadChecksum, FaultPlace::LogRow,
          "wrong checksum of a log line"},
-        {"wrong-entry", FaultKind::WrongEntry, FaultPlace::LogRow, "wrong number of a log line"},
-        {"malformed-record", FaultKind::MalformedRecord, FaultPlace::LogRow,
+        {"wrong-entry", DeviceFaultKind::WrongEntry, FaultPlace::LogRow,
+         "wrong number of a log line"},
+        {"malformed-record", DeviceFaultKind::MalformedRecord, FaultPlace::LogRow,
          "a log record with a word for a number; titles without a checksum"},
-        {"malformed-block", FaultKind::MalformedBlock, FaultPlace::MemoryBlock,
+        {"malformed-block", DeviceFaultKind::MalformedBlock, FaultPlace::MemoryBlock,
          "a memory block read as something else than hexadecimal digits"},
-        {"block-refused", FaultKind::BlockRefused, FaultPlace::FirmwareBlock,
+        {"block-rejected", DeviceFaultKind::BlockRejected, FaultPlace::FirmwareBlock,
          "a firmware block, counted from 1, is rejected"},
-        {"block-unanswered", FaultKind::BlockUnanswered, FaultPlace::FirmwareBlock,
+        {"block-unanswered", DeviceFaultKind::BlockUnanswered, FaultPlace::FirmwareBlock,
          "no reply to a firmware block, nor to later ones"},
-        {"glued-answers", FaultKind::GluedAnswers, FaultPlace::FirmwareBlock,
-         "the reply to a firmware block, the last one without a place, is \"*.\" in one piece"},
-        {"final-star", FaultKind::FinalStar, FaultPlace::None,
+        {"block-replies-in-one-chunk", DeviceFaultKind::BlockRepliesInOneChunk,
+         FaultPlace::FirmwareBlock,
+         "the reply to a firmware block, the last one without a place, is \"*.\" in one chunk"},
+        {"final-star", DeviceFaultKind::FinalStar, FaultPlace::None,
          "the reply to the last firmware block is \"*\" without a \".\""},
-        {"boot-with-line-end", FaultKind::BootWithLineEnd, FaultPlace::None,
-         "the bootloader's banner ends with a line end, in one piece"},
+        {"boot-with-line-end", DeviceFaultKind::BootWithLineEnd, FaultPlace::None,
+         "the bootloader's banner ends with a line end, in one chunk"},
     };
     return kinds;
 }
 
 namespace {
 
-const FaultKindInfo *findKind(const QByteArray &name)
+const DeviceFaultInfo *findKind(const QByteArray &name)
 {
-    for (const FaultKindInfo &info : faultKinds()) {
+    for (const DeviceFaultInfo &info : deviceFaultKinds()) {
         if (name == info.name) {
             return &info;
         }
@@ -83,13 +85,13 @@ bool Faults::add(const QByteArray &text, QByteArray &error)
         kind.chop(alwaysSuffix.size());
         fault.always = true;
     }
-    const FaultKindInfo *info = findKind(kind);
+    const DeviceFaultInfo *info = findKind(kind);
     if (info == nullptr) {
         error = "unknown kind of fault: " + kind;
         return false;
     }
     fault.kind = info->kind;
-    if (colon >= 0 && fault.kind != FaultKind::UnknownModel) {
+    if (colon >= 0 && fault.kind != DeviceFaultKind::UnknownModel) {
         bool isNumber = false;
         fault.argument = fault.word.toInt(&isNumber);
         if (!isNumber || fault.argument < 0) {
@@ -128,7 +130,7 @@ void Faults::beginExchange(const QByteArray &command)
     m_command = command;
 }
 
-bool Faults::triggersInExchange(FaultKind kind, Fault &fault)
+bool Faults::triggersInExchange(DeviceFaultKind kind, Fault &fault)
 {
     for (Fault &candidate : m_faults) {
         if (candidate.kind == kind && !candidate.spent && matchesExchange(candidate)) {
@@ -140,13 +142,13 @@ bool Faults::triggersInExchange(FaultKind kind, Fault &fault)
     return false;
 }
 
-bool Faults::triggersInExchange(FaultKind kind)
+bool Faults::triggersInExchange(DeviceFaultKind kind)
 {
     Fault unused;
     return triggersInExchange(kind, unused);
 }
 
-bool Faults::triggersAt(FaultKind kind, int place)
+bool Faults::triggersAt(DeviceFaultKind kind, int place)
 {
     for (Fault &candidate : m_faults) {
         const bool here = candidate.place < 0 || candidate.place == place
@@ -159,13 +161,13 @@ bool Faults::triggersAt(FaultKind kind, int place)
     return false;
 }
 
-const Fault *Faults::active(FaultKind kind) const
+const Fault *Faults::active(DeviceFaultKind kind) const
 {
     for (const Fault &candidate : m_faults) {
         if (candidate.kind != kind || !candidate.command.isEmpty()) {
             continue;
         }
-        const bool lasting = candidate.onward || kind == FaultKind::Chatter;
+        const bool lasting = candidate.onward || kind == DeviceFaultKind::Chatter;
         if (candidate.place < 0 || (lasting && m_exchange >= candidate.place)) {
             return &candidate;
         }

@@ -7,8 +7,8 @@
 
 namespace Simulator {
 
-/// Kinds of faults of the device and its line. See faultKinds() for their names.
-enum class FaultKind {
+/// Kinds of faults of the device and its line. See deviceFaultKinds() for their names.
+enum class DeviceFaultKind {
     Silence,
     Delay,
     SingleBytes,
@@ -19,14 +19,14 @@ enum class FaultKind {
     UnknownModel,
     Hangup,
     HangupInput,
-    GluedReplies,
+    RepliesInOneChunk,
     BadChecksum,
     WrongEntry,
     MalformedRecord,
     MalformedBlock,
-    BlockRefused,
+    BlockRejected,
     BlockUnanswered,
-    GluedAnswers,
+    BlockRepliesInOneChunk,
     FinalStar,
     BootWithLineEnd
 };
@@ -35,22 +35,22 @@ enum class FaultKind {
 enum class FaultPlace { Exchange, LogRow, MemoryBlock, FirmwareBlock, None };
 
 /// A fault kind with its name.
-struct FaultKindInfo
+struct DeviceFaultInfo
 {
     const char *name; ///< as it is written
-    FaultKind kind; ///< what goes wrong
+    DeviceFaultKind kind; ///< what goes wrong
     FaultPlace place; ///< what its place counts
     const char *meaning; ///< for the help text
 };
 
 /// All kinds, in the order of the help text.
-const QVector<FaultKindInfo> &faultKinds();
+const QVector<DeviceFaultInfo> &deviceFaultKinds();
 
 /// A fault, as it was added.
 struct Fault
 {
     QByteArray text; ///< as it was added
-    FaultKind kind = FaultKind::Silence; ///< what goes wrong
+    DeviceFaultKind kind = DeviceFaultKind::Silence; ///< what goes wrong
     int place = -1; ///< exchange from 1, log row from 0, block; -1: everywhere
     QByteArray command; ///< instead of a place: affects commands that begin with this
     bool always = false; ///< affects its place each time, not once
@@ -87,16 +87,16 @@ public:
     void beginExchange(const QByteArray &command);
 
     /// True when a fault of @p kind occurs in the current exchange; it is copied to @p fault.
-    bool triggersInExchange(FaultKind kind, Fault &fault);
+    bool triggersInExchange(DeviceFaultKind kind, Fault &fault);
 
     /// As above, without the fault itself.
-    bool triggersInExchange(FaultKind kind);
+    bool triggersInExchange(DeviceFaultKind kind);
 
     /// True when a fault of @p kind occurs at log row or block @p place.
-    bool triggersAt(FaultKind kind, int place);
+    bool triggersAt(DeviceFaultKind kind, int place);
 
     /// The fault of @p kind that applies permanently at this time; null when there is none.
-    const Fault *active(FaultKind kind) const;
+    const Fault *active(DeviceFaultKind kind) const;
 
 signals:
     /// The fault that was added as @p text occurs.

@@ -86,10 +86,10 @@ QVector<FaultMatrix::Exception> exceptions()
         {{F::FlippedBit}, {Synchronize},
          "damaged value 677 shown and sent back; the device has 677"},
         // The value extends to the last prompt.
-        {{F::GluedReplies}, {Synchronize},
+        {{F::RepliesInOneChunk}, {Synchronize},
          "damaged value of two answers shown and sent back; the device has 777"},
-        {{F::GluedReplies}, {UpdateConnected}, updateFails},
-        {{F::GluedReplies, F::HangUpDuring}, {UpdateUnconnected}, updateFailsUnconnected},
+        {{F::RepliesInOneChunk}, {UpdateConnected}, updateFails},
+        {{F::RepliesInOneChunk, F::HangUpDuring}, {UpdateUnconnected}, updateFailsUnconnected},
         {{F::WrongChecksum}, {ReadLog}, sentAgain},
         // Each piece after the bad line is parsed together with it and costs a send.
         {{F::WrongChecksumInPieces}, {ReadLog}, worksAfterCancel},

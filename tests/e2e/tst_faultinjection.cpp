@@ -316,8 +316,8 @@ private:
                 return m_action == UpdateConnected ? "delay@reboot:2000" : "";
             case FaultKind::SingleBytes:
                 return "single-bytes:1";
-            case FaultKind::GluedReplies:
-                return "glued-answers";
+            case FaultKind::RepliesInOneChunk:
+                return "block-replies-in-one-chunk";
             case FaultKind::HangUpDuring:
                 return "hangup-input:20";
             default:

@@ -167,7 +167,7 @@ private slots:
         QTest::addColumn<QByteArray>("fault");
         QTest::addColumn<int>("lastBlock");
         QTest::addRow("after a cancel") << QByteArray() << 499;
-        QTest::addRow("after a refused block") << QByteArray("block-refused@9") << 9;
+        QTest::addRow("after a rejected block") << QByteArray("block-rejected@9") << 9;
         QTest::addRow("after an unanswered block") << QByteArray("block-unanswered@2") << 2;
     }
 

@@ -25,7 +25,7 @@ protected:
             break;
         case Poll:
             poll();
-            if (m_fault == FaultKind::GluedReplies
+            if (m_fault == FaultKind::RepliesInOneChunk
                 && waitFor([this] { return commandCount("show meas$") == 1; })) {
                 m_firstValues = deviceValues();
             }

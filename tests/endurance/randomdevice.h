@@ -114,14 +114,16 @@ private:
             return m_random
                 .pick(texts("bad-checksum|bad-checksum@0|bad-checksum-always@1|wrong-entry@2|"
                             "malformed-record@0|malformed-record@1|malformed-block|"
-                            "block-refused@1|block-refused@7|block-unanswered@3|glued-answers|"
-                            "glued-answers@2|final-star|boot-with-line-end|hangup-input:100"))
+                            "block-rejected@1|block-rejected@7|block-unanswered@3|"
+                            "block-replies-in-one-chunk|"
+                            "block-replies-in-one-chunk@2|final-star|boot-with-line-end|"
+                            "hangup-input:100"))
                 .toLatin1();
         }
         QString fault = m_random.pick(
             texts("silence|silence|delay:30|delay:60|delay:150|single-bytes:0|single-bytes:1|"
                   "lost-byte|lost-byte:3|flipped-bit|flipped-bit:12|nul|chatter:20|unknown-model|"
-                  "unknown-model:|hangup:0|hangup:9|glued-replies"));
+                  "unknown-model:|hangup:0|hangup:9|replies-in-one-chunk"));
         const int colon = fault.indexOf(QLatin1Char(':'));
         fault.insert(colon < 0 ? fault.size() : colon,
                      m_random.pick(texts("|@next|@next+|@show meas|@show|@set|@read|"

@@ -72,10 +72,10 @@ QVector<FaultMatrix::Entry> entries()
         {{F::MalformedBlock, F::MalformedBlockAlways}, {},
          notApplicable("no memory block is read")},
 
-        {{F::BlockRefused, F::BlockUnanswered}, UpdateFirmware, "failed at block 2"},
-        {F::GluedAnswers, UpdateFirmware, "failed at block 3"},
+        {{F::BlockRejected, F::BlockUnanswered}, UpdateFirmware, "failed at block 2"},
+        {F::BlockRepliesInOneChunk, UpdateFirmware, "failed at block 3"},
         {F::FinalStar, UpdateFirmware, "all blocks accepted, no end reported"},
-        {{F::BlockRefused, F::BlockUnanswered, F::GluedAnswers, F::FinalStar}, {},
+        {{F::BlockRejected, F::BlockUnanswered, F::BlockRepliesInOneChunk, F::FinalStar}, {},
          notApplicable("no firmware block is sent")},
         {F::BootWithLineEnd, UpdateFirmware, "queue stopped after 1 send; works after cancel"},
         {F::BootWithLineEnd, {}, notApplicable("the bootloader isn't waited for")},

@@ -119,12 +119,12 @@ private slots:
     void failsAtABlock_data()
     {
         QTest::addColumn<int>("blocks"); // sent, the failed one included
-        QTest::addRow("block-refused@1") << 1;
-        QTest::addRow("block-refused@3") << 3;
-        QTest::addRow("block-refused@7") << 7;
+        QTest::addRow("block-rejected@1") << 1;
+        QTest::addRow("block-rejected@3") << 3;
+        QTest::addRow("block-rejected@7") << 7;
         QTest::addRow("block-unanswered@3") << 3;
-        QTest::addRow("glued-answers") << 7; // of the complete image
-        QTest::addRow("glued-answers@2") << 2;
+        QTest::addRow("block-replies-in-one-chunk") << 7; // of the complete image
+        QTest::addRow("block-replies-in-one-chunk@2") << 2;
         QTest::addRow("hangup-input:1") << 1;
         QTest::addRow("hangup-input:16") << 2;
         QTest::addRow("hangup-input:17") << 2;
@@ -143,9 +143,9 @@ private slots:
         QTest::qWait(100);
         QCOMPARE(m_link->port->blocks.size(), blocks);
         QCOMPARE(m_link->firmwareProgress.size(), blocks - 1);
-        QCOMPARE(m_link->events.count(text("failed 5")), 1);
-        QVERIFY(!m_link->events.contains(text("finished 7 int 100")));
-        QCOMPARE(QFile::exists(m_imageFile), fault == "glued-answers");
+        QCOMPARE(m_link->events.count(text("failed ActionFirmwareBlockTransmitted")), 1);
+        QVERIFY(!m_link->events.contains(text("finished ActionFirmwareTransmitted int 100")));
+        QCOMPARE(QFile::exists(m_imageFile), fault == "block-replies-in-one-chunk");
         if (fault.startsWith("hangup")) {
             m_link->handler.disconnectFromDevice();
             m_link->simulator.control("fault clear");

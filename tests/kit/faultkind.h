@@ -10,11 +10,11 @@
 enum class FaultKind {
     // in any answer
     SilenceOnce, Silence, ShortDelay, LateAnswer, SingleBytes, LostByte, FlippedBit, NulByte,
-    GluedReplies, Chatter, UnknownModel,
+    RepliesInOneChunk, Chatter, UnknownModel,
     // in the log, the memory and a firmware update
     WrongChecksum, WrongChecksumInPieces, WrongChecksumAlways, WrongEntry, WrongEntryAlways,
     MalformedRecord, MalformedRecordAlways, NoLogOption, MalformedBlock, MalformedBlockAlways,
-    BlockRefused, BlockUnanswered, GluedAnswers, BootWithLineEnd, FinalStar,
+    BlockRejected, BlockUnanswered, BlockRepliesInOneChunk, BootWithLineEnd, FinalStar,
     // at the port
     HangUpBefore, HangUpDuring, HangUpAfter, PortMissing, PortInUse,
     // of files and folders

@@ -108,7 +108,7 @@ private slots:
         {
             QByteArray fault;
             QByteArray answers;
-        } transfers[] = {{"block-refused@2", "*!"}, {"block-unanswered@3", "**"}};
+        } transfers[] = {{"block-rejected@2", "*!"}, {"block-unanswered@3", "**"}};
         for (const auto &transfer : transfers) {
             ImageHarness harness(64);
             QVERIFY(harness.fault(transfer.fault));
@@ -124,7 +124,7 @@ private slots:
     void countsTheBlocksOfEachTransferAnew()
     {
         ImageHarness harness(64);
-        QVERIFY(harness.fault("block-refused-always@1"));
+        QVERIFY(harness.fault("block-rejected-always@1"));
         for (int attempt = 0; attempt < 2; ++attempt) {
             harness.startTransfer(16);
             QCOMPARE(harness.output, QByteArray("!"));
@@ -140,9 +140,12 @@ private slots:
             int size;
             QByteArray lastAnswer;
         } transfers[] = {
-            {"glued-answers", 40, 40, "*."}, {"glued-answers", 48, 48, "*."},
-            {"glued-answers", 0, 40, "*."},  {"final-star", 40, 40, "*"},
-            {"final-star", 48, 48, "*"},     {"final-star", 0, 40, "*"},
+            {"block-replies-in-one-chunk", 40, 40, "*."},
+            {"block-replies-in-one-chunk", 48, 48, "*."},
+            {"block-replies-in-one-chunk", 0, 40, "*."},
+            {"final-star", 40, 40, "*"},
+            {"final-star", 48, 48, "*"},
+            {"final-star", 0, 40, "*"},
             {"final-star", 0, 48, "*"},
         };
         for (const auto &transfer : transfers) {
@@ -158,10 +161,10 @@ private slots:
         }
     }
 
-    void gluesTheAnswersOfAMiddleBlock()
+    void repliesToAMiddleBlockInOneChunk()
     {
         ImageHarness harness(64);
-        QVERIFY(harness.fault("glued-answers@2"));
+        QVERIFY(harness.fault("block-replies-in-one-chunk@2"));
         harness.startTransfer(48);
         QCOMPARE(harness.output, QByteArray("**.*"));
     }

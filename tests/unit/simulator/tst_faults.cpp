@@ -18,7 +18,7 @@ private slots:
     void refusesAnInvalidFault()
     {
         for (const char *text : {"", "thunder", "silence@", "bad-checksum@first", "final-star@3",
-                                 "block-refused@next@", "-always", "delay:", "delay:-1",
+                                 "block-rejected@next@", "-always", "delay:", "delay:-1",
                                  "delay@1:soon", "delay:20000@show altitude"}) {
             Faults faults;
             QByteArray error;
@@ -29,7 +29,7 @@ private slots:
 
     void acceptsEachKind()
     {
-        for (const FaultKindInfo &info : faultKinds()) {
+        for (const DeviceFaultInfo &info : deviceFaultKinds()) {
             for (const char *ending : {"", ":5", "-always:5"}) {
                 Faults faults;
                 QByteArray error;
@@ -58,10 +58,10 @@ private slots:
             QByteArray seen;
             for (const char *command : {"show a", "show bat", "show c", "show bit", "show e"}) {
                 faults.beginExchange(command);
-                if (faults.triggersInExchange(FaultKind::Silence)) {
+                if (faults.triggersInExchange(DeviceFaultKind::Silence)) {
                     seen += QByteArray::number(faults.exchange());
                 }
-                QVERIFY(!faults.triggersInExchange(FaultKind::Nul));
+                QVERIFY(!faults.triggersInExchange(DeviceFaultKind::Nul));
             }
             QVERIFY2(seen == place.exchanges, place.fault);
         }
@@ -83,7 +83,7 @@ private slots:
             QVERIFY(faults.add(place.fault, error));
             QByteArray seen;
             for (const int row : {0, 1, 2, 3, 1, 2, 3}) {
-                if (faults.triggersAt(FaultKind::BadChecksum, row)) {
+                if (faults.triggersAt(DeviceFaultKind::BadChecksum, row)) {
                     seen += QByteArray::number(row);
                 }
             }
@@ -247,7 +247,7 @@ private slots:
     void holdsAnAnswerBackUntilTheNextOne()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("glued-replies@1"));
+        QVERIFY(harness.fault("replies-in-one-chunk@1"));
         QCOMPARE(harness.type("show swver"), QByteArray("show swver\r\n"));
         harness.pieces.clear();
         harness.type("show hwver");
