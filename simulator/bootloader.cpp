@@ -18,19 +18,19 @@ Bootloader::Bootloader(Faults &faults, const DeviceOptions &options, QObject *pa
     , m_faults(faults)
     , m_imageSize(options.imageSize)
 {
-    m_wait.setSingleShot(true);
-    m_wait.setInterval(options.bootWaitMs);
-    connect(&m_wait, &QTimer::timeout, this, &Bootloader::onWaited);
-    m_pause.setSingleShot(true);
-    m_pause.setInterval(options.imageIdleMs);
-    connect(&m_pause, &QTimer::timeout, this, &Bootloader::onPaused);
+    m_bootWaitTimer.setSingleShot(true);
+    m_bootWaitTimer.setInterval(options.bootWaitMs);
+    connect(&m_bootWaitTimer, &QTimer::timeout, this, &Bootloader::onBootWaitTimedOut);
+    m_imageIdleTimer.setSingleShot(true);
+    m_imageIdleTimer.setInterval(options.imageIdleMs);
+    connect(&m_imageIdleTimer, &QTimer::timeout, this, &Bootloader::onImageIdleTimedOut);
 }
 
 void Bootloader::start()
 {
     reset();
     m_phase = Phase::Banner;
-    m_wait.start();
+    m_bootWaitTimer.start();
     emit eventOccurred("bootloader");
     if (m_faults.triggersAt(DeviceFaultKind::BootWithLineEnd, 0)) {
         emit output(banner + QByteArray("\r\n"), Delivery::OneChunk, 0);
@@ -42,8 +42,8 @@ void Bootloader::start()
 void Bootloader::reset()
 {
     m_phase = Phase::Off;
-    m_wait.stop();
-    m_pause.stop();
+    m_bootWaitTimer.stop();
+    m_imageIdleTimer.stop();
     m_incoming.clear();
     m_blocks = 0;
 }
@@ -56,19 +56,19 @@ void Bootloader::feed(char byte)
     case Phase::Banner:
         if (byte == startByte) {
             m_phase = Phase::Receiving;
-            m_wait.start();
+            m_bootWaitTimer.start();
             emit eventOccurred("image begins");
         }
         break;
     case Phase::Abandoned:
-        m_wait.start();
+        m_bootWaitTimer.start();
         break;
     case Phase::Receiving: {
-        m_wait.start();
+        m_bootWaitTimer.start();
         m_incoming += byte;
         const bool complete = m_imageSize > 0 && m_incoming.size() >= m_imageSize;
         if (m_imageSize == 0) {
-            m_pause.start();
+            m_imageIdleTimer.start();
         }
         if (complete || m_incoming.size() % blockSize == 0) {
             endBlock();
@@ -80,7 +80,7 @@ void Bootloader::feed(char byte)
     }
 }
 
-void Bootloader::onWaited()
+void Bootloader::onBootWaitTimedOut()
 {
     if (m_phase == Phase::Banner || (m_phase == Phase::Receiving && m_incoming.isEmpty())) {
         reset();
@@ -91,7 +91,7 @@ void Bootloader::onWaited()
     start();
 }
 
-void Bootloader::onPaused()
+void Bootloader::onImageIdleTimedOut()
 {
     if (m_incoming.size() % blockSize != 0) {
         endBlock();
@@ -113,7 +113,7 @@ void Bootloader::endBlock()
     const bool isRejected = m_faults.triggersAt(DeviceFaultKind::BlockRejected, m_blocks);
     if (isRejected || m_faults.triggersAt(DeviceFaultKind::BlockUnanswered, m_blocks)) {
         m_phase = Phase::Abandoned;
-        m_pause.stop();
+        m_imageIdleTimer.stop();
         if (isRejected) {
             emit output(rejected, Delivery::OneChunk, 0);
         }
@@ -130,7 +130,7 @@ void Bootloader::endBlock()
     }
 }
 
-void Bootloader::replyToLastBlock(bool acknowledged)
+void Bootloader::replyToLastBlock(bool lastBlockAcknowledged)
 {
     // Before the reply, so that the image exists when a client has read the reply.
     m_image = m_incoming;

@@ -61,17 +61,18 @@ signals:
 private:
     enum class Phase { Off, Banner, Receiving, Abandoned };
 
-    void onWaited();
-    void onPaused();
+    void onBootWaitTimedOut();
+    void onImageIdleTimedOut();
     void endBlock();
-    void replyToLastBlock(bool acknowledged);
+    /// Replies to the block that completes the image; @p lastBlockAcknowledged: "*" has been sent.
+    void replyToLastBlock(bool lastBlockAcknowledged);
     void finish();
 
     Faults &m_faults;
     int m_imageSize;
     Phase m_phase = Phase::Off;
-    QTimer m_wait;
-    QTimer m_pause;
+    QTimer m_bootWaitTimer;
+    QTimer m_imageIdleTimer;
     QByteArray m_incoming;
     int m_blocks = 0; ///< complete blocks so far
     QByteArray m_image;

@@ -11,7 +11,7 @@ namespace Simulator {
 /// Controls and inspects a running transmitter: executes a command and returns the reply's lines.
 ///
 /// Every reply ends with the line "ok" or, when nothing was done, "error: " and the reason. Values
-/// are the bytes that the device stores.
+/// are written as on the device's console, in Latin-1, and memory in hexadecimal digits.
 class ControlInterface
 {
 public:
@@ -31,19 +31,19 @@ private:
     };
     static const Command commands[];
 
-    bool fault(const QByteArray &argument, Lines &reply);
-    bool state(const QByteArray &argument, Lines &reply);
-    bool measurements(const QByteArray &argument, Lines &reply);
-    bool settings(const QByteArray &argument, Lines &reply);
-    bool setting(const QByteArray &argument, Lines &reply);
-    bool set(const QByteArray &argument, Lines &reply);
-    bool health(const QByteArray &argument, Lines &reply);
-    bool measurementState(const QByteArray &argument, Lines &reply);
-    bool clock(const QByteArray &argument, Lines &reply);
-    bool log(const QByteArray &argument, Lines &reply);
-    bool memory(const QByteArray &argument, Lines &reply);
-    bool image(const QByteArray &argument, Lines &reply);
-    bool imageSize(const QByteArray &argument, Lines &reply);
+    bool fault(const QByteArray &argument, Lines &reply); // adds a fault; "clear" removes all
+    bool state(const QByteArray &argument, Lines &reply); // mode, port, counts and variables
+    bool measurements(const QByteArray &argument, Lines &reply); // the last reading
+    bool settings(const QByteArray &argument, Lines &reply); // all settings, each NAME=VALUE
+    bool setting(const QByteArray &argument, Lines &reply); // the setting or variable NAME
+    bool set(const QByteArray &argument, Lines &reply); // as the console's "set NAME=VALUE"
+    bool health(const QByteArray &argument, Lines &reply); // changes "health"
+    bool measurementState(const QByteArray &argument, Lines &reply); // changes "meas_state"
+    bool clock(const QByteArray &argument, Lines &reply); // the device's time, UTC
+    bool log(const QByteArray &argument, Lines &reply); // all lines, first the titles
+    bool memory(const QByteArray &argument, Lines &reply); // one block, or all
+    bool image(const QByteArray &argument, Lines &reply); // size of the image received last
+    bool imageSize(const QByteArray &argument, Lines &reply); // of images from now on, 0: unknown
     bool hangUp(const QByteArray &argument, Lines &reply); // closes the port
     bool resume(const QByteArray &argument, Lines &reply); // opens a new port
     bool release(const QByteArray &argument, Lines &reply); // see PseudoTerminal::release()
