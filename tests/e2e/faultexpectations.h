@@ -26,7 +26,7 @@ enum UserAction {
 /// The parts of the matrix, named after their tables.
 namespace FaultParts {
 constexpr char everydayWork[] = "faults-in-everyday-work";
-constexpr char longJobs[] = "faults-in-long-jobs";
+constexpr char longOperations[] = "faults-in-long-operations";
 constexpr char firmwareUpdates[] = "faults-in-firmware-updates";
 constexpr char withoutDevice[] = "faults-without-a-device";
 } // namespace FaultParts

@@ -214,7 +214,7 @@ private slots:
         QVERIFY(startPolling({text("--log-rows"), text(duringJob ? "3000" : "300")}));
         dialogs().answerDialog(text(dialog.title), [=](QDialog *shown) {
             QVERIFY(!closeByFrame(&window()));
-            // During a long job readings wait for its end.
+            // During a long operation readings wait for its end.
             QVERIFY(duringJob || readingsArrive());
             QVERIFY(shown->isVisible());
             QVERIFY(closeByFrame(shown));
@@ -319,7 +319,7 @@ private slots:
         QVERIFY(waitForAnswers());
         QVERIFY(!isConnected());
         QVERIFY(isVisible("connectButton"));
-        QVERIFY(qstrcmp(dialog.button, backup.button) != 0 || !QFile::exists(jobFile()));
+        QVERIFY(qstrcmp(dialog.button, backup.button) != 0 || !QFile::exists(chosenFile()));
 
         // A write continues in the device; after the other jobs it can be connected again.
         if (qstrcmp(dialog.button, writeSettings.button) != 0) {

@@ -50,7 +50,7 @@ private slots:
 
     void init()
     {
-        beginCase();
+        beginTestFunction();
         dialogs().onDialogShown = [this](QDialog *dialog) {
             const auto *const box = qobject_cast<QMessageBox *>(dialog);
             if (box != nullptr && box->icon() != QMessageBox::Question) {
@@ -71,15 +71,15 @@ private slots:
         removeFault();
         // The boxes that came, or did not, are part of the outcome.
         dialogs().reset();
-        endCase();
+        endTestFunction();
         m_terminal.reset();
         qInstallMessageHandler(testLog);
     }
 
     void everydayWorkEndsAsExpected_data() { m_matrix.addRows(FaultParts::everydayWork); }
     void everydayWorkEndsAsExpected() { runRow(); }
-    void longJobsEndAsExpected_data() { m_matrix.addRows(FaultParts::longJobs); }
-    void longJobsEndAsExpected() { runRow(); }
+    void longOperationsEndAsExpected_data() { m_matrix.addRows(FaultParts::longOperations); }
+    void longOperationsEndAsExpected() { runRow(); }
     void firmwareUpdatesEndAsExpected_data() { m_matrix.addRows(FaultParts::firmwareUpdates); }
     void firmwareUpdatesEndAsExpected() { runRow(); }
     void actionsWithoutADeviceEndAsExpected_data() { m_matrix.addRows(FaultParts::withoutDevice); }
@@ -108,7 +108,7 @@ private:
         QSqlDatabase store =
             QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false);
         store.setConnectOptions(text("QSQLITE_BUSY_TIMEOUT=20"));
-        return launchTool();
+        return startExistingTool();
     }
 
     bool startToolsConnected() { return startTools() && connectByClick() && waitUntilQuiet(); }

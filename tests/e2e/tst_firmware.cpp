@@ -25,7 +25,7 @@ constexpr FileDialog backupDialog{"backupEepromButton", "Select where to write e
 
 } // namespace
 
-/// The three risky jobs: firmware, backup of the device's memory, and its restore.
+/// The three risky operations: firmware, backup of the device's memory, and its restore.
 class TestFirmware : public ToolFixture
 {
     Q_OBJECT
@@ -64,11 +64,11 @@ private slots:
         forgetCommands();
         for (const FileDialog &one : {firmwareDialog, restoreDialog}) {
             prepareAnswers(one.button);
-            QVERIFY(write(jobFile(), QByteArray()));
+            QVERIFY(write(chosenFile(), QByteArray()));
             dialogs().answerBox(text("Selected firmware is empty!"), text("OK"));
             child<QPushButton>(one.button)->click();
             QVERIFY(waitForAnswers());
-            QCOMPARE(rememberedValue(one.key).toString(), jobFile());
+            QCOMPARE(rememberedValue(one.key).toString(), chosenFile());
         }
         QVERIFY(waitUntilQuiet());
         QCOMPARE(commands(), QStringList());
@@ -210,13 +210,13 @@ private slots:
         const QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
         prepareAnswers("backupEepromButton");
         child<QPushButton>("backupEepromButton")->click();
-        QTRY_COMPARE(contents(jobFile()).size(), 4 + memoryBytes);
+        QTRY_COMPARE(contents(chosenFile()).size(), 4 + memoryBytes);
         QVERIFY(!waitDialog()->isVisible());
         // The report of the last block closes the dialog, which cancels the job that reports.
         QCOMPARE(cancels.size(), 1);
         QVERIFY(waitUntilQuiet());
         QCOMPARE(commandCount("eeprom --read_block"), 1024);
-        QCOMPARE(contents(jobFile()).left(4), QByteArray("\x00\x00\xff\xff", 4));
+        QCOMPARE(contents(chosenFile()).left(4), QByteArray("\x00\x00\xff\xff", 4));
 
         // Each block is stored at the offset of its number, over all but the first byte of the one
         // before.
@@ -225,7 +225,7 @@ private slots:
         for (int block = 0; block < 1024; ++block) {
             image.replace(block, 64, memory.mid(block * 64, 64));
         }
-        QCOMPARE(contents(jobFile()).mid(4), image);
+        QCOMPARE(contents(chosenFile()).mid(4), image);
         QVERIFY(click("synchronizeButton"));
         QVERIFY(waitUntilQuiet());
         QVERIFY(isConnected());
@@ -237,7 +237,7 @@ private slots:
         const QByteArray image =
             QByteArray("\x00\x00\xff\xff", 4) + files::pseudoRandomBytes(memoryBytes);
         prepareAnswers("restoreEepromButton");
-        QVERIFY(write(jobFile(), image));
+        QVERIFY(write(chosenFile(), image));
         child<QPushButton>("restoreEepromButton")->click();
         QTRY_VERIFY(!waitDialog()->isVisible());
         QVERIFY(waitUntilQuiet());

@@ -43,7 +43,7 @@ private slots:
     void init()
     {
         QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-        beginCase();
+        beginTestFunction();
         QVERIFY(QFile::copy(m_history.filePath(text("measurements.db")), storePath()));
     }
 

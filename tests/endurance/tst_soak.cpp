@@ -49,8 +49,8 @@ private slots:
         }
     }
 
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
+    void init() { beginTestFunction(); }
+    void cleanup() { endTestFunction(); }
 
     void storesAMonthOfReadingsInConstantMemory()
     {

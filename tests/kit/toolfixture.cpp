@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int rescueMs = 200;
+constexpr int failedTestCheckMs = 200;
 
 /// A dialog whose answer stopped at a failed check would block the test forever.
 void closeDialogOfFailedTest()
@@ -31,7 +31,7 @@ void ToolFixture::prepareApplication()
     QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
 }
 
-void ToolFixture::beginCase(const QString &folder)
+void ToolFixture::beginTestFunction(const QString &folder)
 {
     m_journalRead = 0;
     m_folder = folder.isEmpty() ? std::make_unique<QTemporaryDir>() : nullptr;
@@ -39,22 +39,22 @@ void ToolFixture::beginCase(const QString &folder)
     m_device = std::make_unique<SimulatorProcess>();
     m_dialogs = std::make_unique<DialogDriver>();
     m_dialogs->onDialogShown = takeScreenshot;
-    m_rescue = std::make_unique<QTimer>();
-    connect(m_rescue.get(), &QTimer::timeout, closeDialogOfFailedTest);
-    m_rescue->start(rescueMs);
+    m_failedTestDialogCloser = std::make_unique<QTimer>();
+    connect(m_failedTestDialogCloser.get(), &QTimer::timeout, closeDialogOfFailedTest);
+    m_failedTestDialogCloser->start(failedTestCheckMs);
     QSettings settings(text("Orvanta"), text("Kv tool"));
     settings.clear();
     settings.setValue(text("local storage path"), this->folder());
 }
 
-void ToolFixture::endCase()
+void ToolFixture::endTestFunction()
 {
     for (QWidget *widget : QApplication::topLevelWidgets()) {
         takeScreenshot(widget);
     }
     endTool();
     const QString complaint = m_dialogs->complaint();
-    m_rescue.reset();
+    m_failedTestDialogCloser.reset();
     m_dialogs.reset();
     m_device.reset();
     m_folder.reset();
@@ -70,7 +70,7 @@ bool ToolFixture::startDevice(const QStringList &options)
     return m_device->start(fast + options);
 }
 
-bool ToolFixture::launchTool()
+bool ToolFixture::startExistingTool()
 {
     if (!m_tool->controller.start()) {
         return false;
@@ -163,10 +163,10 @@ void ToolFixture::prepareAnswers(const QByteArray &button)
         dialogs().answerBox(questions.value(button), text("Yes"));
     }
     if (captions.contains(button)) {
-        dialogs().answerFileDialog(captions.value(button), jobFile());
+        dialogs().answerFileDialog(captions.value(button), chosenFile());
     }
     if (bytesToRead.contains(button)) {
-        QVERIFY(write(jobFile(), QByteArray(bytesToRead.value(button), 'j')));
+        QVERIFY(write(chosenFile(), QByteArray(bytesToRead.value(button), 'j')));
     }
 }
 

@@ -28,8 +28,8 @@
 #include <memory>
 
 /// The whole tool with its real windows on a real pseudo-terminal, on whose other end the simulated
-/// transmitter runs as a process of its own. Each test case has its own settings, store and files.
-/// A test that needs more at a test case's begin or end declares the slot again.
+/// transmitter runs as a process of its own. Each test function has its own settings, store and
+/// files. A test that needs more before or after each function declares the slot again.
 ///
 /// The steps that wait return whether what they wait for has happened.
 class ToolFixture : public QObject, protected WindowDriver
@@ -38,8 +38,8 @@ class ToolFixture : public QObject, protected WindowDriver
 
 private slots:
     void initTestCase() { prepareApplication(); }
-    void init() { beginCase(); }
-    void cleanup() { endCase(); }
+    void init() { beginTestFunction(); }
+    void cleanup() { endTestFunction(); }
 
 protected:
     /// For initTestCase().
@@ -47,11 +47,11 @@ protected:
 
     /// For init(): a device and dialogs without answers yet. The store and all files are in
     /// @p folder, or in a temporary one.
-    void beginCase(const QString &folder = QString());
+    void beginTestFunction(const QString &folder = QString());
 
     /// For cleanup(): deletes the tool as the program's end does, and fails when a dialog was
     /// unexpected or one that was expected did not open.
-    void endCase();
+    void endTestFunction();
 
     /// Starts the simulated device with short delays and the further @p options.
     bool startDevice(const QStringList &options = QStringList());
@@ -60,11 +60,11 @@ protected:
     bool startTool()
     {
         m_tool = std::make_unique<Tool>();
-        return launchTool();
+        return startExistingTool();
     }
 
-    /// As startTool(), with the objects that m_tool has already.
-    bool launchTool();
+    /// As startTool(), with the objects that m_tool already contains.
+    bool startExistingTool();
 
     /// Device and tool, connected, with the first reading in the store.
     bool startConnected(const QStringList &options = QStringList())
@@ -116,15 +116,15 @@ protected:
     /// more. The connection that is returned ends the wait.
     QMetaObject::Connection atProgress(int percentage, const std::function<void()> &action);
 
-    /// Waits until each request to the device has been answered and delivered.
+    /// Waits until each request to the device has been answered and its result has been delivered.
     bool waitUntilQuiet();
 
     /// Prepares the answers to the question and file dialog between the main window's button
-    /// @p button and its wait dialog. The file of the file dialog is jobFile().
+    /// @p button and its wait dialog. The file of the file dialog is chosenFile().
     void prepareAnswers(const QByteArray &button);
 
     /// The file that prepareAnswers() chooses; written before if it is to be read.
-    QString jobFile() const { return file(QStringLiteral("job.dat")); }
+    QString chosenFile() const { return file(QStringLiteral("chosen.dat")); }
 
     /// Prepares the answer of a file dialog with a path whose folder is removed before the file is
     /// written; returns the path.
@@ -228,6 +228,6 @@ private:
     QString journalPath() const { return file(QStringLiteral("journal")); }
 
     QString m_path; ///< without m_folder
-    std::unique_ptr<QTimer> m_rescue;
+    std::unique_ptr<QTimer> m_failedTestDialogCloser;
     int m_journalRead = 0;
 };

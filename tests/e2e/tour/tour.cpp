@@ -42,7 +42,7 @@ public:
             files.remove(name);
         }
         m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
-        beginCase(folder);
+        beginTestFunction(folder);
         dialogs().onDialogShown = [this](QDialog *shown) {
             if (!m_dialogPictures.isEmpty()) {
                 picture(m_dialogPictures.takeFirst(), shown);
