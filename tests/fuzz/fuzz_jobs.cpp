@@ -57,7 +57,7 @@ const QVector<JobDialogue> &dialogues()
     return all;
 }
 
-void expire(SerialPortJobInterface *job)
+void timeOutNow(SerialPortJobInterface *job)
 {
     FUZZ_ASSERT(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
 }
@@ -103,7 +103,7 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
     QString received;
     for (const QByteArray &chunk : plan.cut(bytes)) {
         if (plan.timesOutHere()) {
-            expire(job.data());
+            timeOutNow(job.data());
             FUZZ_ASSERT(recorder.log == QStringList(latin1("timedOut")));
             recorder.log.clear();
             received.clear();
@@ -154,13 +154,13 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
     for (int i = 0; i < 3; ++i) {
         const JobDialogue &dialogue = dialogues().at((first + i * 7) % dialogues().size());
         queue.addJob(dialogue.make(port.data()));
-        types << QString::number(static_cast<int>(dialogue.type));
+        types << enumeratorName(dialogue.type);
         most += mostSends(dialogue);
     }
     for (const QByteArray &chunk : plan.cut(bytes)) {
         const auto current = queue.currentJob();
         if (current && current->isRunning() && plan.timesOutHere()) {
-            expire(current.data());
+            timeOutNow(current.data());
         }
         port->receive(Fuzzing::asReceived(chunk));
         const QStringList ends = endedTypes(recorder.log);

@@ -61,7 +61,7 @@ private slots:
         QVERIFY(m_link->waitForDone());
 
         QStringList expected = {text("written debug=0"),
-                                text("value 3 QString ")
+                                text("value ValueDeviceModel QString ")
                                     + QString::fromLatin1(simulator().setting("model")),
                                 text("measurements")};
         for (const QString &name : names) {
@@ -72,7 +72,8 @@ private slots:
         QCOMPARE(seen.takeLast(), text("allJobsDone"));
         const QString clock = seen.takeLast();
         QCOMPARE(seen, expected);
-        QVERIFY2(clock.startsWith(text("value 0 QDateTime ")) && clock.endsWith(QLatin1Char('Z')),
+        QVERIFY2(clock.startsWith(text("value ValueDeviceDate QDateTime "))
+                     && clock.endsWith(QLatin1Char('Z')),
                  qPrintable(clock));
         QVERIFY(m_link->hasDevicesMeasurements());
         QCOMPARE(simulator().setting("debug"), QByteArray("0"));
@@ -184,17 +185,17 @@ private slots:
         handler().readDate();
         QVERIFY(m_link->waitForDone());
         const QDate yesterday = QDateTime::currentDateTimeUtc().addDays(-1).date();
-        QVERIFY2(events().startsWith(text("value 0 QDateTime ") + yesterday.toString(Qt::ISODate)),
+        QVERIFY2(events().startsWith(text("value ValueDeviceDate QDateTime ")
+                                     + yesterday.toString(Qt::ISODate)),
                  qPrintable(events()));
 
         m_link->clearRecords();
         handler().setDate(QDateTime(QDate(2030, 1, 2), QTime(3, 4, 5), Qt::UTC));
         handler().readDate();
         QVERIFY(m_link->waitForDone());
-        QVERIFY2(
-            events().startsWith(text(
-                "finished 1 QDateTime 2030-01-02T03:04:05Z; value 0 QDateTime 2030-01-02T03:04:")),
-            qPrintable(events()));
+        QVERIFY2(events().startsWith(text("finished ActionSetDate QDateTime 2030-01-02T03:04:05Z; "
+                                          "value ValueDeviceDate QDateTime 2030-01-02T03:04:")),
+                 qPrintable(events()));
         QVERIFY(simulator().control("clock").value(0).startsWith("2030-01-02T03:04:"));
         QVERIFY(m_link->port->bytes.startsWith("\r\ndate 2030-01-02T03:04:05\r\n"));
     }
@@ -211,8 +212,9 @@ private slots:
         handler().readValue(text("altitude"));
         QVERIFY(m_link->waitForDone());
         QCOMPARE(events(),
-                 text("written altitude=321; finished 0 nothing; written altitude=322; "
-                      "finished 3 nothing; read altitude=321; read altitude=120; allJobsDone"));
+                 text("written altitude=321; finished ActionWriteToEeprom nothing; "
+                      "written altitude=322; finished ActionReboot nothing; "
+                      "read altitude=321; read altitude=120; allJobsDone"));
     }
 
     void stopsAfterFiveSendsUntilItIsCleared_data()

@@ -42,7 +42,9 @@ private slots:
         update(image);
         QVERIFY(m_link->waitForDone());
         QCOMPARE(m_link->events,
-                 texts("finished 4 nothing|finished 6 nothing|finished 7 int 100|allJobsDone"));
+                 texts("finished ActionRebootForFirmware nothing|"
+                       "finished ActionBootloaderEntered nothing|"
+                       "finished ActionFirmwareTransmitted int 100|allJobsDone"));
         QVERIFY(files::contents(m_imageFile) == image);
 
         QCOMPARE(m_link->port->blocks.size(), (size + blockSize - 1) / blockSize);
@@ -71,7 +73,9 @@ private slots:
         QVERIFY(m_link->waitForDone());
         QVERIFY(files::contents(m_imageFile) == m_image);
         QCOMPARE(m_link->port->bytes, "b" + m_image);
-        QCOMPARE(m_link->events, texts("finished 6 nothing|finished 7 int 100|allJobsDone"));
+        QCOMPARE(m_link->events,
+                 texts("finished ActionBootloaderEntered nothing|"
+                       "finished ActionFirmwareTransmitted int 100|allJobsDone"));
     }
 
     void waitsForTheSelfTestAfterARestart()
@@ -82,7 +86,7 @@ private slots:
         time.start();
         QVERIFY(m_link->waitForDone());
         QVERIFY2(time.elapsed() >= 300, "before the firmware can have started");
-        QCOMPARE(m_link->events, texts("finished 3 nothing|allJobsDone"));
+        QCOMPARE(m_link->events, texts("finished ActionReboot nothing|allJobsDone"));
         QCOMPARE(m_link->port->bytes, QByteArray("reboot --really\r\n"));
         QCOMPARE(m_link->simulator.state("mode"), QByteArray("console"));
     }
@@ -95,7 +99,9 @@ private slots:
         QVERIFY(m_link->isIdle());
         QVERIFY(!m_link->queue->hasJob(SerialPortJobType::JobTransmitFirmwareBlock));
         QVERIFY(m_link->waitForDone());
-        QCOMPARE(m_link->events, texts("finished 4 nothing|finished 6 nothing|allJobsDone"));
+        QCOMPARE(m_link->events,
+                 texts("finished ActionRebootForFirmware nothing|"
+                       "finished ActionBootloaderEntered nothing|allJobsDone"));
         const int sent = m_link->port->blocks.size();
         QVERIFY(sent > 100 && sent < 110);
         QTest::qWait(100);
@@ -138,7 +144,7 @@ private slots:
         const QByteArray fault = QTest::currentDataTag();
         update(m_image, text("--fault ") + text(fault));
         m_link->setTimeouts(1000);
-        QVERIFY(m_link->waitFor(text("failed 5")));
+        QVERIFY(m_link->waitFor(text("failed ActionFirmwareBlockTransmitted")));
         QVERIFY(m_link->isIdle());
         QTest::qWait(100);
         QCOMPARE(m_link->port->blocks.size(), blocks);
@@ -159,10 +165,10 @@ private slots:
     void ignoresABootPromptWithALineEnd()
     {
         update(m_image, text("--fault boot-with-line-end"));
-        QVERIFY(m_link->waitFor(text("finished 4 nothing")));
+        QVERIFY(m_link->waitFor(text("finished ActionRebootForFirmware nothing")));
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "bootloader"; }));
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "console"; }));
-        QCOMPARE(m_link->events, QStringList{text("finished 4 nothing")});
+        QCOMPARE(m_link->events, QStringList{text("finished ActionRebootForFirmware nothing")});
         // The job waits until the device is restarted or the user cancels.
         QVERIFY(m_link->queue->currentJob()->isRunning());
         QCOMPARE(m_link->queue->currentJob()->timeout(), 900000);

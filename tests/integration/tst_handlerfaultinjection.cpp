@@ -36,28 +36,28 @@ struct Steps
 const Steps allSteps[] = {
     {[](auto &handler) { handler.connectToDevice(); }, "connected"},
     {[](auto &handler) { handler.readMeasurements(); }, "measurements"},
-    {[](auto &handler) { handler.readModel(); }, "value 3 QString ", "KVT-100"},
+    {[](auto &handler) { handler.readModel(); }, "value ValueDeviceModel QString ", "KVT-100"},
     {[](auto &handler) { handler.readValue(text("altitude")); }, "read altitude=", "120"},
     {[](auto &handler) { handler.setValue(text("altitude"), text("321")); },
      "written altitude=", "321"},
-    {[](auto &handler) { handler.readDate(); }, "value 0 QDateTime "},
+    {[](auto &handler) { handler.readDate(); }, "value ValueDeviceDate QDateTime "},
     {[](auto &handler) {
          handler.setDate({{2030, 1, 2}, {3, 4, 5}, Qt::UTC});
      },
-     "finished 1 QDateTime ", "2030-01-02T03:04:05Z"},
-    {[](auto &handler) { handler.writeToEeprom(); }, "finished 0 nothing"},
+     "finished ActionSetDate QDateTime ", "2030-01-02T03:04:05Z"},
+    {[](auto &handler) { handler.writeToEeprom(); }, "finished ActionWriteToEeprom nothing"},
     {[](auto &handler) { handler.readLog(); }, "log", "", &SerialPortHandler::cancelLogRead},
-    {[](auto &handler) { handler.eraseLog(); }, "finished 2 nothing"},
-    {[](auto &handler) { handler.readEeprom(); }, "finished 8", "",
+    {[](auto &handler) { handler.eraseLog(); }, "finished ActionEraseLog nothing"},
+    {[](auto &handler) { handler.readEeprom(); }, "finished ActionEepromRead", "",
      &SerialPortHandler::cancelEepromRead},
-    {[](auto &handler) { handler.writeEeprom(memoryImage()); }, "finished 9 nothing", "",
-     &SerialPortHandler::cancelEepromWrite},
-    {[](auto &handler) { handler.reboot(); }, "finished 3 nothing"},
+    {[](auto &handler) { handler.writeEeprom(memoryImage()); },
+     "finished ActionEepromWritten nothing", "", &SerialPortHandler::cancelEepromWrite},
+    {[](auto &handler) { handler.reboot(); }, "finished ActionReboot nothing"},
     {[](auto &handler) {
          handler.rebootToBootloader();
          handler.updateFirmware(firmwareImage());
      },
-     "finished 7 int 100", "", &SerialPortHandler::cancelFirmwareUpdate},
+     "finished ActionFirmwareTransmitted int 100", "", &SerialPortHandler::cancelFirmwareUpdate},
 };
 
 bool isRestart(HandlerOperation operation)
@@ -186,8 +186,9 @@ private:
             return m_link->memoryProgress.size() >= sufficientBlocks;
         }
         return m_operation == ReadLog
-            ? hasEvent("log") || hasEvent("value 1 bool false")
-            : hasEvent("connected") || hasEvent("failed 5") || hasEvent("allJobsDone");
+            ? hasEvent("log") || hasEvent("value ValueLogOption bool false")
+            : hasEvent("connected") || hasEvent("failed ActionFirmwareBlockTransmitted")
+                || hasEvent("allJobsDone");
     }
 
     /// Keeps the event loop from running after the second send until both answers have arrived.
@@ -228,10 +229,10 @@ private:
             (m_link->handler.*steps().cancel)();
         }
         const QStringList &events = m_link->events;
-        if (events.contains(text("value 1 bool false"))) {
+        if (events.contains(text("value ValueLogOption bool false"))) {
             return "reports that there is no log";
         }
-        if (events.contains(text("failed 5"))) {
+        if (events.contains(text("failed ActionFirmwareBlockTransmitted"))) {
             return "failed at block " + QByteArray::number(m_link->port->blocks.size());
         }
         if (m_operation == UpdateFirmware && m_link->firmwareProgress.contains(100.0)) {
@@ -252,7 +253,7 @@ private:
         if (m_operation == ReadLog && !reported.isEmpty()) {
             reported = reported.mid(2); // the first two report the count of rows
         }
-        reported.removeAll(text("finished 4 nothing"));
+        reported.removeAll(text("finished ActionRebootForFirmware nothing"));
         if (!reported.isEmpty()) {
             return "queue stopped, but reported " + reported.join(text("; ")).toLatin1();
         }
@@ -277,7 +278,8 @@ private:
             handler.connectToDevice();
         } else if (steps().cancel != nullptr
                    && (m_operation != UpdateFirmware
-                       || m_link->events.contains(text("finished 4 nothing")))) {
+                       || m_link->events.contains(
+                           text("finished ActionRebootForFirmware nothing")))) {
             (handler.*steps().cancel)();
         } else {
             call = "clear";

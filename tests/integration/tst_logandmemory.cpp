@@ -51,7 +51,7 @@ private slots:
         readLog();
         // Once after the count, when no row is queued yet, and once at the end.
         QTRY_COMPARE(m_link->events.count(text("allJobsDone")), 2);
-        QCOMPARE(m_link->events.first(), text("value 1 bool true"));
+        QCOMPARE(m_link->events.first(), text("value ValueLogOption bool true"));
         QCOMPARE(m_link->events.count(text("log")), 1);
         QCOMPARE(m_link->log.size(), rows);
         QCOMPARE(m_link->port->texts.size(), rows + 2);
@@ -136,7 +136,7 @@ private slots:
         QVERIFY(m_link->waitForStall());
         QCOMPARE(m_link->sends(text("log --read=0")), 5);
         // Only the count has ended.
-        QCOMPARE(m_link->events, texts("value 1 bool true|allJobsDone"));
+        QCOMPARE(m_link->events, texts("value ValueLogOption bool true|allJobsDone"));
         QVERIFY(m_link->logProgress.isEmpty());
 
         m_link->simulator.control("fault clear");
@@ -158,7 +158,7 @@ private slots:
 
         QCOMPARE(m_link->image.size(), imageSize);
         QVERIFY(m_link->image == backupOf(blocks));
-        QCOMPARE(m_link->events, texts("finished 8|allJobsDone"));
+        QCOMPARE(m_link->events, texts("finished ActionEepromRead|allJobsDone"));
         QCOMPARE(m_link->memoryProgress.size(), blockCount);
         for (int block = 0; block < blockCount; ++block) {
             QCOMPARE(m_link->memoryProgress.at(block), static_cast<int>(block / 1023.0 * 100));
@@ -174,7 +174,7 @@ private slots:
         const QByteArray data = files::pseudoRandomBytes(blockCount * blockSize);
         m_link->handler.writeEeprom(data);
         QVERIFY(m_link->waitForDone());
-        QCOMPARE(m_link->events, texts("finished 9 nothing|allJobsDone"));
+        QCOMPARE(m_link->events, texts("finished ActionEepromWritten nothing|allJobsDone"));
         QCOMPARE(m_link->memoryProgress.size(), blockCount);
         QCOMPARE(m_link->memoryProgress.last(), 100);
         const QByteArrayList blocks = devicesBlocks();

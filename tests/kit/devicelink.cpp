@@ -87,7 +87,7 @@ void DeviceLink::recordAction(SerialPortActionType action, const QVariant &resul
         break;
     case SerialPortActionType::ActionEepromRead:
         image = result.toByteArray();
-        events.append(text("finished 8"));
+        events.append(text("finished ") + toLogString(action));
         break;
     default:
         events.append(text("finished %1 %2").arg(toLogString(action), toLogString(result)));

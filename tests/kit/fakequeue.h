@@ -2,13 +2,14 @@
 #pragma once
 
 #include "serial/serialportqueueinterface.h"
+#include "tests/kit/enumeratornames.h"
 
 #include <QtCore/QSharedPointer>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
 /// A queue that stores the jobs added to it, without starting them, and records its calls. The test
-/// raises its signals and sets which types are waiting.
+/// emits its signals and sets which types are waiting.
 class FakeQueue : public SerialPortQueueInterface
 {
     Q_OBJECT
@@ -32,13 +33,13 @@ public:
     void addJob(QSharedPointer<SerialPortJobInterface> job) override
     {
         jobs.append(job);
-        calls.append(QStringLiteral("addJob %1").arg(static_cast<int>(job->type())));
+        calls.append(QStringLiteral("addJob ") + enumeratorName(job->type()));
     }
     QSharedPointer<SerialPortInterface> serialPort() override { return port; }
     bool hasJob(SerialPortJobType type) override { return waiting.contains(type); }
     void removeJobs(SerialPortJobType type) override
     {
-        calls.append(QStringLiteral("removeJobs %1").arg(static_cast<int>(type)));
+        calls.append(QStringLiteral("removeJobs ") + enumeratorName(type));
     }
 
     QStringList calls;

@@ -56,22 +56,22 @@ QVector<JobDialogue> logDialogues()
     return {
         dialogue<SerialPortJobReadLog>(
             "read log", Type::JobReadLog, 500, {"\r\nlog --count\r\n"}, "count=1234\r\n$", " ",
-            {"valueRead 1 bool true", "valueRead 2 int 1234", "finished"}),
+            {"valueRead ValueLogOption bool true", "valueRead ValueLogCount int 1234", "finished"}),
         dialogue<SerialPortJobReadLog>("read log, none", Type::JobReadLog, 500,
                                        {"\r\nlog --count\r\n"}, noLog, " ",
-                                       {"valueRead 1 bool false", "finished"}),
+                                       {"valueRead ValueLogOption bool false", "finished"}),
         dialogue<SerialPortJobReadLogValue>("read log titles", Type::JobReadLogValue, 500,
                                             {"\r\nlog --read=0\r\n"}, titles.toLatin1(), "\r\n$ ",
                                             {"logTitlesRead TIME|CO2||T", "finished"}, 0),
         dialogue<SerialPortJobReadLogValue>(
             "read log row", Type::JobReadLogValue, 500, {"\r\nlog --read=12\r\n"}, row.toLatin1(),
             "\r\n$ ", {"logValueRead 12 400.5|-2 2017-11-13T10:20:30Z", "finished"}, 12),
-        dialogue<SerialPortJobEraseLog>("erase log", Type::JobEraseLog, 500, {"log --erase\r\n"},
-                                        "Log erased!\r\n$", " ",
-                                        {"actionFinished 2 nothing, running", "finished"}),
-        dialogue<SerialPortJobEraseLog>("erase log, none", Type::JobEraseLog, 500,
-                                        {"log --erase\r\n"}, noLog, " ",
-                                        {"valueRead 1 bool false, running", "finished"}),
+        dialogue<SerialPortJobEraseLog>(
+            "erase log", Type::JobEraseLog, 500, {"log --erase\r\n"}, "Log erased!\r\n$", " ",
+            {"actionFinished ActionEraseLog nothing, running", "finished"}),
+        dialogue<SerialPortJobEraseLog>(
+            "erase log, none", Type::JobEraseLog, 500, {"log --erase\r\n"}, noLog, " ",
+            {"valueRead ValueLogOption bool false, running", "finished"}),
     };
 }
 
@@ -82,7 +82,7 @@ QVector<JobDialogue> eepromDialogues()
         dialogue<SerialPortJobWriteToEeprom>(
             "write to eeprom", Type::JobWriteToEeprom, 180000, {"write --really\r\n"},
             "Writing current configuration to non-volatile memory... 512 bytes written!\r\n$", " ",
-            {"actionFinished 0 nothing, running", "finished"}),
+            {"actionFinished ActionWriteToEeprom nothing, running", "finished"}),
         dialogue<SerialPortJobFactoryReset>(
             "factory reset", Type::JobFactoryReset, 60000, {"\r\ninitconf --really\r\n"},
             "Loading default configuration... OK!\r\n"
@@ -91,13 +91,16 @@ QVector<JobDialogue> eepromDialogues()
         dialogue<SerialPortJobReadEepromBlock>(
             "read eeprom block", Type::JobReadEepromBlock, 500,
             {"\r\neeprom --read_block 1023\r\n"}, block.toHex() + "\r\nDone\r\n", "$ ",
-            {"eepromBlockRead 1023 " + block.toHex(), "actionFinished 10 int 42", "finished"},
+            {"eepromBlockRead 1023 " + block.toHex(), "actionFinished ActionEepromBlockRead int 42",
+             "finished"},
             quint16(1023), 42),
-        dialogue<SerialPortJobWriteEepromBlock>(
-            "write eeprom block", Type::JobWriteEepromBlock, 5000,
-            {"\r\neeprom --write_block 1023\r\n", block}, "Please input 64 bytes\r\n\r\nDone\r\n",
-            "$ ", {"eepromBlockWritten 1023", "actionFinished 11 int 100", "finished"},
-            quint16(1023), block, 100),
+        dialogue<SerialPortJobWriteEepromBlock>("write eeprom block", Type::JobWriteEepromBlock,
+                                                5000, {"\r\neeprom --write_block 1023\r\n", block},
+                                                "Please input 64 bytes\r\n\r\nDone\r\n", "$ ",
+                                                {"eepromBlockWritten 1023",
+                                                 "actionFinished ActionEepromBlockWritten int 100",
+                                                 "finished"},
+                                                quint16(1023), block, 100),
     };
 }
 
@@ -106,29 +109,31 @@ QVector<JobDialogue> firmwareDialogues()
     const QByteArray block("*!.\0\r\n\x11\x13\xff*!.BOOT", 16);
     JobDialogue bootloader = dialogue<SerialPortJobUpdateFirmware>(
         "enter bootloader", Type::JobUpdateFirmware, 900000, {}, "...\r\nloader 1.0\r\nBoot", "",
-        {"actionFinished 6 nothing", "finished"});
+        {"actionFinished ActionBootloaderEntered nothing", "finished"});
     bootloader.answer = QByteArrayList{"b"};
     return {
         dialogue<SerialPortJobReboot>(
             "restart", Type::JobReboot, 30000, {"reboot --really\r\n"},
             "Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\nRAM OK\r\n"
             "All tests passed.\r\n\r\nOrvanta KVT 3\r\nCompiled on Nov 13 2017\r\nCopyright ",
-            "2017\r\n$ ", {"actionFinished 3 nothing", "finished"},
+            "2017\r\n$ ", {"actionFinished ActionReboot nothing", "finished"},
             RebootMode::RebootAndWaitForSelftest),
-        dialogue<SerialPortJobReboot>("restart for firmware", Type::JobReboot, 30000,
-                                      {"reboot --really\r\n"}, "Reseting device in 5 seconds",
-                                      "...\r\n", {"actionFinished 4 nothing", "finished"},
-                                      RebootMode::RebootForFirmwareUpdate),
+        dialogue<SerialPortJobReboot>(
+            "restart for firmware", Type::JobReboot, 30000, {"reboot --really\r\n"},
+            "Reseting device in 5 seconds", "...\r\n",
+            {"actionFinished ActionRebootForFirmware nothing", "finished"},
+            RebootMode::RebootForFirmwareUpdate),
         bootloader,
         dialogue<SerialPortJobTransmitFirmwareBlock>(
             "block accepted", Type::JobTransmitFirmwareBlock, 2000, {block}, "*", "",
-            {"actionFinished 5 double 94.125", "finished"}, block, 94.125),
-        dialogue<SerialPortJobTransmitFirmwareBlock>("block refused",
-                                                     Type::JobTransmitFirmwareBlock, 2000, {block},
-                                                     "!", "", {"failed 14"}, block, 94.125),
+            {"actionFinished ActionFirmwareBlockTransmitted double 94.125", "finished"}, block,
+            94.125),
+        dialogue<SerialPortJobTransmitFirmwareBlock>(
+            "block rejected", Type::JobTransmitFirmwareBlock, 2000, {block}, "!", "",
+            {"failed JobTransmitFirmwareBlock"}, block, 94.125),
         dialogue<SerialPortJobTransmitFirmwareBlock>(
             "image taken", Type::JobTransmitFirmwareBlock, 2000, {block}, ".", "\r\ndone *",
-            {"actionFinished 7 int 100", "finished"}, block, 94.125),
+            {"actionFinished ActionFirmwareTransmitted int 100", "finished"}, block, 94.125),
     };
 }
 
@@ -140,10 +145,10 @@ QVector<JobDialogue> valueDialogues()
     return {
         dialogue<SerialPortJobConnect>("connect", Type::JobConnect, 500, {"\r\nshow swver\r\n"},
                                        "show: swver=1.2.3\r\n$", " ", {"finished"}),
-        dialogue<SerialPortJobReadModel>("read model", Type::JobReadModel, 500,
-                                         {"\r\nshow unit\r\n"},
-                                         "Unit\r\nModel: KVT 301\r\nSerial:", " 1234\r\n$ ",
-                                         {"valueRead 3 QString KVT 301", "finished"}),
+        dialogue<SerialPortJobReadModel>(
+            "read model", Type::JobReadModel, 500, {"\r\nshow unit\r\n"},
+            "Unit\r\nModel: KVT 301\r\nSerial:", " 1234\r\n$ ",
+            {"valueRead ValueDeviceModel QString KVT 301", "finished"}),
         dialogue<SerialPortJobReadValue>("read value", Type::JobReadValue, 500, {"\r\nshow p\r\n"},
                                          "show: p=990 hPa\r\n$", " ",
                                          {"dataRead p=990 hPa", "finished"}, latin1("p")),
@@ -158,13 +163,13 @@ QVector<JobDialogue> valueDialogues()
             "read measurements", Type::JobReadMeasurements, 500, {"\r\nshow meas\r\n"},
             "show: meas=\"co2=400.5;t=N\"\r\n$", " ",
             {"measurementsRead co2=400.5|t=N, running", "finished, running"}),
-        dialogue<SerialPortJobReadDate>("read date", Type::JobReadDate, 500, {"\r\ndate\r\n"},
-                                        "2017-11-13T10:20:30\r\n$", " ",
-                                        {"valueRead 0 QDateTime 2017-11-13T10:20:30Z", "finished"}),
+        dialogue<SerialPortJobReadDate>(
+            "read date", Type::JobReadDate, 500, {"\r\ndate\r\n"}, "2017-11-13T10:20:30\r\n$", " ",
+            {"valueRead ValueDeviceDate QDateTime 2017-11-13T10:20:30Z", "finished"}),
         dialogue<SerialPortJobSetDate>(
             "set date", Type::JobSetDate, 500, {"\r\ndate 2017-11-13T10:20:30\r\n"},
             "Date updated to 2017-11-13T10:20:31\r\n", "$ ",
-            {"actionFinished 1 QDateTime 2017-11-13T10:20:31Z", "finished"}, utc),
+            {"actionFinished ActionSetDate QDateTime 2017-11-13T10:20:31Z", "finished"}, utc),
     };
 }
 

@@ -3,14 +3,15 @@
 
 #include "serial/serialportjobinterface.h"
 #include "serial/serialportqueueinterface.h"
+#include "tests/kit/enumeratornames.h"
 #include "tests/kit/replysamples.h"
 
 #include <QtCore/QStringList>
 #include <functional>
 #include <type_traits>
 
-/// An argument of a signal as text: "null" for a null text, numbers for enumerators, hexadecimal
-/// digits for bytes, the type in front of a variant's value and "nothing" for an invalid one.
+/// An argument of a signal as text: "null" for a null text, hexadecimal digits for bytes, the type
+/// in front of a variant's value and "nothing" for an invalid one.
 template <typename T>
 QString toLogString(const T &value)
 {
@@ -29,8 +30,10 @@ QString toLogString(const T &value)
         const QString text = isTime ? toLogString(value.toDateTime()) : value.toString();
         return value.isValid() ? latin1(value.typeName()) + QLatin1Char(' ') + text
                                : latin1("nothing");
+    } else if constexpr (std::is_enum_v<T>) {
+        return enumeratorName(value);
     } else {
-        return QString::number(static_cast<int>(value));
+        return QString::number(value);
     }
 }
 
@@ -50,7 +53,7 @@ auto signalLogger(Sender *sender, const Add &add)
     };
 }
 
-/// Records every signal of jobs and queues as text, in the order in which they are raised.
+/// Records every signal of jobs and queues as text, in the order in which they are emitted.
 ///
 /// Must outlive the jobs and queues that it records.
 class SignalRecorder

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "serial/serialporthandler.h"
+#include "tests/kit/enumeratornames.h"
 #include "tests/kit/fakequeue.h"
 #include "tests/kit/fakeserialport.h"
 #include "tests/kit/replysamples.h"
@@ -55,13 +56,12 @@ inline void recordEvents(SerialPortHandlerInterface &handler, QStringList &event
        [=](int percentage) { add(text("logReadProgress %1").arg(percentage)); });
     on(&Handler::allJobsDone, [=] { add(text("allJobsDone")); });
     on(&Handler::actionFinished, [=](SerialPortActionType action, const QVariant &result) {
-        add(text("actionFinished %1").arg(static_cast<int>(action)) + resultText(result));
+        add(text("actionFinished ") + enumeratorName(action) + resultText(result));
     });
-    on(&Handler::actionFailed, [=](SerialPortActionType action) {
-        add(text("actionFailed %1").arg(static_cast<int>(action)));
-    });
+    on(&Handler::actionFailed,
+       [=](SerialPortActionType action) { add(text("actionFailed ") + enumeratorName(action)); });
     on(&Handler::valueRead, [=](SerialPortValueType type, const QVariant &value) {
-        add(text("valueRead %1").arg(static_cast<int>(type)) + resultText(value));
+        add(text("valueRead ") + enumeratorName(type) + resultText(value));
     });
 }
 

@@ -10,9 +10,9 @@
 
 #include <QtTest/QtTest>
 
-/// A job of another type, and what it sends.
+/// A job of another type than @p type, to be added to the queue next, and what it sends.
 /// @{
-inline JobPointer successorOf(SerialPortJobType type, SerialPortInterface *port)
+inline JobPointer nextJobAfter(SerialPortJobType type, SerialPortInterface *port)
 {
     if (type == SerialPortJobType::JobReadModel) {
         return JobPointer(new SerialPortJobReadDate(port));
@@ -20,14 +20,14 @@ inline JobPointer successorOf(SerialPortJobType type, SerialPortInterface *port)
     return JobPointer(new SerialPortJobReadModel(port));
 }
 
-inline QByteArray successorsCommand(SerialPortJobType type)
+inline QByteArray nextJobsCommand(SerialPortJobType type)
 {
     return type == SerialPortJobType::JobReadModel ? "\r\ndate\r\n" : "\r\nshow unit\r\n";
 }
 /// @}
 
 /// Makes the job time out now.
-inline void expire(SerialPortJobInterface *job)
+inline void timeOutNow(SerialPortJobInterface *job)
 {
     QVERIFY(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
 }

@@ -124,7 +124,7 @@ private slots:
         for (const Request &request : requests) {
             const bool isOfAValue =
                 request.type == Type::JobReadValue || request.type == Type::JobSetValue;
-            (isOfAValue ? byField : byOperation) << text("addJob %1").arg(int(request.type));
+            (isOfAValue ? byField : byOperation) << text("addJob ") + enumeratorName(request.type);
         }
 
         handler.answer = true;
@@ -252,7 +252,9 @@ private slots:
         f.handler.cancelFirmwareUpdate();
         f.handler.cancelEepromRead();
         f.handler.cancelEepromWrite();
-        QCOMPARE(f.queue->calls, texts("removeJobs 14|removeJobs 13|removeJobs 15|removeJobs 16"));
+        QCOMPARE(f.queue->calls,
+                 texts("removeJobs JobTransmitFirmwareBlock|removeJobs JobUpdateFirmware|"
+                       "removeJobs JobReadEepromBlock|removeJobs JobWriteEepromBlock"));
         turnEventLoop();
         QCOMPARE(f.events, QStringList());
     }
@@ -287,11 +289,11 @@ private slots:
     {
         HandlerFixture f;
         f.handler.connectToDevice();
-        QCOMPARE(f.queue->calls, texts("clear|open|addJob 0"));
+        QCOMPARE(f.queue->calls, texts("clear|open|addJob JobConnect"));
         QCOMPARE(f.bytesOf(0), QByteArray("\r\nshow swver\r\n"));
         QVERIFY(!f.handler.isConnected());
         f.handler.connectToDevice();
-        QCOMPARE(f.queue->calls.mid(3), texts("clear|open|addJob 0"));
+        QCOMPARE(f.queue->calls.mid(3), texts("clear|open|addJob JobConnect"));
     }
 
     void connectStopsAtAPortThatDoesNotOpen()
@@ -337,7 +339,7 @@ private slots:
             f.handler.readValue(text("serial"));
         });
         f.connectDevice();
-        QCOMPARE(f.queue->calls, texts("clear|addJob 1"));
+        QCOMPARE(f.queue->calls, texts("clear|addJob JobReadValue"));
     }
 
     void relaysFromTheEventLoop()
@@ -354,15 +356,16 @@ private slots:
         emit f.queue->valueRead(SerialPortValueType::ValueDeviceDate, someTime);
         QCOMPARE(f.events, QStringList());
         turnEventLoop();
-        const QStringList expected = {text("dataWritten n=v"),
-                                      text("dataRead n=w"),
-                                      text("measurementsRead 2017-11-13T10:20:30Z co2=400"),
-                                      text("allJobsDone"),
-                                      text("connected"),
-                                      text("logReadProgress 0"),
-                                      text("logReadProgress -50"),
-                                      text("actionFinished 1 QDateTime 2017-11-13T10:20:30.000Z"),
-                                      text("valueRead 0 QDateTime 2017-11-13T10:20:30.000Z")};
+        const QStringList expected = {
+            text("dataWritten n=v"),
+            text("dataRead n=w"),
+            text("measurementsRead 2017-11-13T10:20:30Z co2=400"),
+            text("allJobsDone"),
+            text("connected"),
+            text("logReadProgress 0"),
+            text("logReadProgress -50"),
+            text("actionFinished ActionSetDate QDateTime 2017-11-13T10:20:30.000Z"),
+            text("valueRead ValueDeviceDate QDateTime 2017-11-13T10:20:30.000Z")};
         QCOMPARE(f.events, expected);
     }
 
@@ -387,8 +390,9 @@ private slots:
         }
         turnEventLoop();
         QCOMPARE(f.events,
-                 texts("valueRead 0 QDateTime 2017-11-13T10:20:30.000Z|valueRead 1 bool false|"
-                       "valueRead 3 QString KVT 301"));
+                 texts("valueRead ValueDeviceDate QDateTime 2017-11-13T10:20:30.000Z|"
+                       "valueRead ValueLogOption bool false|"
+                       "valueRead ValueDeviceModel QString KVT 301"));
         QVERIFY(f.queue->jobs.isEmpty());
     }
 
@@ -403,13 +407,18 @@ private slots:
             << 13
             << QByteArray("Firmware update job failed, bootloader was not accessible. Canceling "
                           "firmware update")
-            << texts("removeJobs 14|removeJobs 13|actionFailed 6");
+            << texts("removeJobs JobTransmitFirmwareBlock|removeJobs JobUpdateFirmware|"
+                     "actionFailed ActionBootloaderEntered");
         QTest::addRow("firmware block")
             << 14 << QByteArray("Firmware transfer job failed. Canceling firmware update")
-            << texts("removeJobs 14|removeJobs 13|actionFailed 5");
-        QTest::addRow("block read") << 15 << QByteArray() << texts("removeJobs 15|actionFailed 8");
+            << texts("removeJobs JobTransmitFirmwareBlock|removeJobs JobUpdateFirmware|"
+                     "actionFailed ActionFirmwareBlockTransmitted");
+        QTest::addRow("block read")
+            << 15 << QByteArray()
+            << texts("removeJobs JobReadEepromBlock|actionFailed ActionEepromRead");
         QTest::addRow("block written")
-            << 16 << QByteArray() << texts("removeJobs 16|actionFailed 9");
+            << 16 << QByteArray()
+            << texts("removeJobs JobWriteEepromBlock|actionFailed ActionEepromWritten");
         for (const int type : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 17}) {
             QTest::addRow("other %d", type) << type << QByteArray() << QStringList();
         }

@@ -115,7 +115,7 @@ private slots:
         QCOMPARE(f.events, QStringList());
         f.reportLastRead(blockCount - 1, data.right(blockSize));
         expected += data.right(blockSize);
-        QCOMPARE(f.events, texts("actionFinished 8 QByteArray 65535"));
+        QCOMPARE(f.events, texts("actionFinished ActionEepromRead QByteArray 65535"));
         QVERIFY(f.image == expected + QByteArray(imageSize - expected.size(), '\0'));
     }
 
@@ -180,14 +180,16 @@ private slots:
         emit f.queue->eepromBlockRead(3, "a");
         QCOMPARE(f.events, QStringList());
         emit f.queue->eepromBlockWritten(0);
-        QCOMPARE(f.events, texts("actionFinished 9"));
+        QCOMPARE(f.events, texts("actionFinished ActionEepromWritten"));
         f.queue->waiting = {SerialPortJobType::JobWriteEepromBlock,
                             SerialPortJobType::JobReadMeasurements};
         emit f.queue->eepromBlockWritten(1023);
-        QCOMPARE(f.events, texts("actionFinished 9"));
+        QCOMPARE(f.events, texts("actionFinished ActionEepromWritten"));
         emit f.queue->eepromBlockRead(3, "a");
         turnEventLoop();
-        QCOMPARE(f.events, texts("actionFinished 9|actionFinished 8 QByteArray 4"));
+        QCOMPARE(f.events,
+                 texts("actionFinished ActionEepromWritten|"
+                       "actionFinished ActionEepromRead QByteArray 4"));
     }
 };
 

@@ -263,7 +263,7 @@ private slots:
         LogFixture f;
         emit f.queue->valueRead(SerialPortValueType::ValueLogOption, false);
         turnEventLoop();
-        QCOMPARE(f.events, texts("valueRead 1 bool false"));
+        QCOMPARE(f.events, texts("valueRead ValueLogOption bool false"));
         QVERIFY(f.queue->jobs.isEmpty());
         QVERIFY(f.takesRequest());
     }

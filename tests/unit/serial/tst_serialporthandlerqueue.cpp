@@ -11,9 +11,9 @@ constexpr int blockCount = 1024;
 constexpr int shortTimeoutMs = 5;
 
 // A handler with the real queue; the test answers in place of the device.
-struct Conversation
+struct HandlerWithQueue
 {
-    Conversation()
+    HandlerWithQueue()
     {
         handler.setSerialPort(port);
         recordEvents(handler, events);
@@ -77,51 +77,51 @@ class TestSerialPortHandlerQueue : public QObject
 private slots:
     void connectsOnceTheConsoleAnswers()
     {
-        Conversation c;
-        c.handler.connectToDevice();
-        QCOMPARE(c.port->opens, 1);
-        QCOMPARE(c.takeSent(), QByteArray("\r\nshow swver\r\n"));
-        c.receive("\r\n$ show swver\r\nshow: swver=1.2\r\n");
-        QCOMPARE(c.events, QStringList());
-        c.port->receive(text("$ "));
-        QVERIFY(!c.queue->currentJob());
-        QCOMPARE(c.events, QStringList());
+        HandlerWithQueue h;
+        h.handler.connectToDevice();
+        QCOMPARE(h.port->opens, 1);
+        QCOMPARE(h.takeSent(), QByteArray("\r\nshow swver\r\n"));
+        h.receive("\r\n$ show swver\r\nshow: swver=1.2\r\n");
+        QCOMPARE(h.events, QStringList());
+        h.port->receive(text("$ "));
+        QVERIFY(!h.queue->currentJob());
+        QCOMPARE(h.events, QStringList());
         turnEventLoop();
-        QCOMPARE(c.events, texts("connected"));
+        QCOMPARE(h.events, texts("connected"));
     }
 
     void secondConnectKeepsThePortOpenAndAsksAgain()
     {
-        Conversation c;
-        c.connectDevice();
-        c.handler.readValues(texts("a|b"));
-        c.takeSent();
-        c.handler.connectToDevice();
-        QCOMPARE(c.port->opens, 1);
-        QVERIFY(c.queue->jobs().isEmpty());
-        QCOMPARE(c.queue->currentJob()->type(), SerialPortJobType::JobConnect);
-        QCOMPARE(c.takeSent(), QByteArray("\r\nshow swver\r\n"));
+        HandlerWithQueue h;
+        h.connectDevice();
+        h.handler.readValues(texts("a|b"));
+        h.takeSent();
+        h.handler.connectToDevice();
+        QCOMPARE(h.port->opens, 1);
+        QVERIFY(h.queue->jobs().isEmpty());
+        QCOMPARE(h.queue->currentJob()->type(), SerialPortJobType::JobConnect);
+        QCOMPARE(h.takeSent(), QByteArray("\r\nshow swver\r\n"));
     }
 
     void readsALogRowByRow()
     {
-        Conversation c;
-        c.connectDevice();
-        c.handler.readLog();
-        c.receive("\r\n$ log --count\r\ncount=2\r\n$ ");
-        c.port->receive(titlesReply(text("TIME,CO2")));
-        c.port->receive(rowReply(1, text("00001"), text("2017-11-13T10:20:30,400")));
-        c.port->receive(rowReply(2, text("00002"), text("2017-11-13T10:21:30,401")));
+        HandlerWithQueue h;
+        h.connectDevice();
+        h.handler.readLog();
+        h.receive("\r\n$ log --count\r\ncount=2\r\n$ ");
+        h.port->receive(titlesReply(text("TIME,CO2")));
+        h.port->receive(rowReply(1, text("00001"), text("2017-11-13T10:20:30,400")));
+        h.port->receive(rowReply(2, text("00002"), text("2017-11-13T10:21:30,401")));
         // Done for the first time before the rows are queued.
-        QStringList expected = texts("valueRead 1 bool true|allJobsDone");
-        QCOMPARE(c.events, expected);
+        QStringList expected = texts("valueRead ValueLogOption bool true|allJobsDone");
+        QCOMPARE(h.events, expected);
         turnEventLoop();
         expected += QStringList({text("logReadProgress 0"), text("logReadProgress 100"),
                                  text("logRead TIME|CO2; 2017-11-13T10:20:30Z 400; "
                                       "2017-11-13T10:21:30Z 401"),
                                  text("allJobsDone")});
-        QCOMPARE(c.events, expected);
-        QCOMPARE(c.takeSent(),
+        QCOMPARE(h.events, expected);
+        QCOMPARE(h.takeSent(),
                  QByteArray("\r\nlog --count\r\n\r\nlog --read=0\r\n\r\nlog --read=1\r\n"
                             "\r\nlog --read=2\r\n"));
     }
@@ -129,80 +129,85 @@ private slots:
     void failedFirmwareBlockStopsTheTransfer_data()
     {
         QTest::addColumn<bool>("answered");
-        QTest::addRow("refused") << true;
+        QTest::addRow("rejected") << true;
         QTest::addRow("not answered") << false;
     }
 
     void failedFirmwareBlockStopsTheTransfer()
     {
         QFETCH(bool, answered);
-        Conversation c;
-        c.sendFirstFirmwareBlock();
-        QCOMPARE(c.takeSent(), QByteArray("bAAAAAAAAAAAAAAAA"));
+        HandlerWithQueue h;
+        h.sendFirstFirmwareBlock();
+        QCOMPARE(h.takeSent(), QByteArray("bAAAAAAAAAAAAAAAA"));
         QTest::ignoreMessage(QtDebugMsg, "Firmware transfer job failed. Canceling firmware update");
         if (answered) {
-            c.receive("!");
+            h.receive("!");
         } else {
-            QCOMPARE(c.queue->currentJob()->timeout(), 2000);
-            c.queue->currentJob()->setTimeout(shortTimeoutMs);
+            QCOMPARE(h.queue->currentJob()->timeout(), 2000);
+            h.queue->currentJob()->setTimeout(shortTimeoutMs);
         }
         // The removal of the rest empties the queue, which reports it.
-        const QStringList expected = texts("actionFinished 6|actionFailed 5|allJobsDone");
-        QTRY_COMPARE(c.events, expected);
-        QVERIFY(c.queue->jobs().isEmpty());
-        QVERIFY(!c.queue->currentJob());
-        c.receive("*");
-        QCOMPARE(c.takeSent(), QByteArray());
-        QCOMPARE(c.events, expected);
+        const QStringList expected =
+            texts("actionFinished ActionBootloaderEntered|"
+                  "actionFailed ActionFirmwareBlockTransmitted|allJobsDone");
+        QTRY_COMPARE(h.events, expected);
+        QVERIFY(h.queue->jobs().isEmpty());
+        QVERIFY(!h.queue->currentJob());
+        h.receive("*");
+        QCOMPARE(h.takeSent(), QByteArray());
+        QCOMPARE(h.events, expected);
     }
 
     void allowsARequestInsideTheFailure()
     {
-        Conversation c;
-        c.connectDevice();
-        c.sendFirstFirmwareBlock();
-        connect(&c.handler, &SerialPortHandlerInterface::actionFailed, this, [&c] {
-            c.handler.clearJobs();
-            c.handler.readMeasurements();
+        HandlerWithQueue h;
+        h.connectDevice();
+        h.sendFirstFirmwareBlock();
+        connect(&h.handler, &SerialPortHandlerInterface::actionFailed, this, [&h] {
+            h.handler.clearJobs();
+            h.handler.readMeasurements();
         });
-        c.takeSent();
-        c.port->receive(text("!"));
-        QCOMPARE(c.takeSent(), QByteArray("\r\nshow meas\r\n"));
-        QCOMPARE(c.queue->currentJob()->type(), SerialPortJobType::JobReadMeasurements);
+        h.takeSent();
+        h.port->receive(text("!"));
+        QCOMPARE(h.takeSent(), QByteArray("\r\nshow meas\r\n"));
+        QCOMPARE(h.queue->currentJob()->type(), SerialPortJobType::JobReadMeasurements);
     }
 
     void acceptedBlocksRunToTheEnd()
     {
-        Conversation c;
-        c.sendFirstFirmwareBlock();
+        HandlerWithQueue h;
+        h.sendFirstFirmwareBlock();
         for (const char *answer : {"*", "*", "*", ".\r\n"}) {
-            c.port->receive(text(answer));
+            h.port->receive(text(answer));
         }
         turnEventLoop();
-        QCOMPARE(c.takeSent(), QByteArray("bAAAAAAAAAAAAAAAABBBBBBBBBBBBBBBBCCCCCCCCCCCCCCCCD"));
-        QCOMPARE(c.events.size(), 6);
-        QCOMPARE(c.events.first(), text("actionFinished 6"));
-        QCOMPARE(c.events.filter(text("actionFinished 5 double ")).size(), 3);
-        QCOMPARE(c.events.mid(4), texts("actionFinished 7 int 100|allJobsDone"));
+        QCOMPARE(h.takeSent(), QByteArray("bAAAAAAAAAAAAAAAABBBBBBBBBBBBBBBBCCCCCCCCCCCCCCCCD"));
+        QCOMPARE(h.events.size(), 6);
+        QCOMPARE(h.events.first(), text("actionFinished ActionBootloaderEntered"));
+        QCOMPARE(
+            h.events.filter(text("actionFinished ActionFirmwareBlockTransmitted double ")).size(),
+            3);
+        QCOMPARE(h.events.mid(4),
+                 texts("actionFinished ActionFirmwareTransmitted int 100|allJobsDone"));
     }
 
     void cancelledFirmwareSendsNothingMore()
     {
-        Conversation c;
-        c.sendFirstFirmwareBlock();
-        c.takeSent();
-        c.handler.cancelFirmwareUpdate();
-        c.receive("*");
-        QCOMPARE(c.takeSent(), QByteArray());
-        QVERIFY(!c.queue->currentJob());
-        QCOMPARE(c.events, texts("actionFinished 6|allJobsDone"));
+        HandlerWithQueue h;
+        h.sendFirstFirmwareBlock();
+        h.takeSent();
+        h.handler.cancelFirmwareUpdate();
+        h.receive("*");
+        QCOMPARE(h.takeSent(), QByteArray());
+        QVERIFY(!h.queue->currentJob());
+        QCOMPARE(h.events, texts("actionFinished ActionBootloaderEntered|allJobsDone"));
 
         // While the first job waits for the bootloader, too.
-        c.handler.updateFirmware(QByteArray(64, 'x'));
-        c.handler.cancelFirmwareUpdate();
-        c.receive("BOOT");
-        QCOMPARE(c.takeSent(), QByteArray());
-        QVERIFY(!c.queue->currentJob());
+        h.handler.updateFirmware(QByteArray(64, 'x'));
+        h.handler.cancelFirmwareUpdate();
+        h.receive("BOOT");
+        QCOMPARE(h.takeSent(), QByteArray());
+        QVERIFY(!h.queue->currentJob());
     }
 
     void fullTransferReportsEachBlockAndOneEnd_data()
@@ -219,75 +224,76 @@ private slots:
     {
         QFETCH(bool, reads);
         QFETCH(bool, cancels);
-        const QString ofABlock = text(reads ? "actionFinished 10 int " : "actionFinished 11 int ");
-        const QString ofTheEnd =
-            text(reads ? "actionFinished 8 QByteArray 65535" : "actionFinished 9");
-        Conversation c;
-        c.connectDevice();
-        connect(&c.handler, &SerialPortHandlerInterface::actionFinished, this, [&] {
-            if (cancels && c.events.last() == ofTheEnd) {
-                c.handler.cancelEepromRead();
-                c.handler.cancelEepromWrite();
+        const QString ofABlock = text(reads ? "actionFinished ActionEepromBlockRead int "
+                                            : "actionFinished ActionEepromBlockWritten int ");
+        const QString ofTheEnd = text(reads ? "actionFinished ActionEepromRead QByteArray 65535"
+                                            : "actionFinished ActionEepromWritten");
+        HandlerWithQueue h;
+        h.connectDevice();
+        connect(&h.handler, &SerialPortHandlerInterface::actionFinished, this, [&] {
+            if (cancels && h.events.last() == ofTheEnd) {
+                h.handler.cancelEepromRead();
+                h.handler.cancelEepromWrite();
             }
         });
         if (reads) {
-            c.handler.readEeprom();
-            c.answerBlocksRead(0, blockCount - 1);
+            h.handler.readEeprom();
+            h.answerBlocksRead(0, blockCount - 1);
         } else {
-            c.handler.writeEeprom(QByteArray(100, 'x'));
-            c.answerBlocksWritten(blockCount);
+            h.handler.writeEeprom(QByteArray(100, 'x'));
+            h.answerBlocksWritten(blockCount);
         }
         turnEventLoop();
-        QVERIFY(!c.queue->currentJob());
-        QCOMPARE(c.events.filter(ofABlock).size(), blockCount);
-        QCOMPARE(c.events.count(ofTheEnd), 1);
-        QCOMPARE(c.events.count(text("allJobsDone")), 1);
-        QCOMPARE(c.events.size(), blockCount + 2);
+        QVERIFY(!h.queue->currentJob());
+        QCOMPARE(h.events.filter(ofABlock).size(), blockCount);
+        QCOMPARE(h.events.count(ofTheEnd), 1);
+        QCOMPARE(h.events.count(text("allJobsDone")), 1);
+        QCOMPARE(h.events.size(), blockCount + 2);
         // The queue continues.
-        c.takeSent();
-        c.handler.readDate();
-        QCOMPARE(c.takeSent(), QByteArray("\r\ndate\r\n"));
+        h.takeSent();
+        h.handler.readDate();
+        QCOMPARE(h.takeSent(), QByteArray("\r\ndate\r\n"));
     }
 
     void cancelledTransferReportsNoEnd()
     {
-        Conversation c;
-        c.connectDevice();
-        c.handler.readEeprom();
-        c.answerBlocksRead(0, 9);
-        c.handler.cancelEepromRead();
-        QVERIFY(c.queue->jobs().isEmpty());
-        QVERIFY(!c.queue->currentJob());
-        c.takeSent();
-        c.answerBlocksRead(10, 10);
+        HandlerWithQueue h;
+        h.connectDevice();
+        h.handler.readEeprom();
+        h.answerBlocksRead(0, 9);
+        h.handler.cancelEepromRead();
+        QVERIFY(h.queue->jobs().isEmpty());
+        QVERIFY(!h.queue->currentJob());
+        h.takeSent();
+        h.answerBlocksRead(10, 10);
         turnEventLoop();
-        QCOMPARE(c.takeSent(), QByteArray());
-        QCOMPARE(c.events.filter(text("actionFinished 10 ")).size(), 10);
-        QCOMPARE(c.events.mid(10), texts("allJobsDone"));
+        QCOMPARE(h.takeSent(), QByteArray());
+        QCOMPARE(h.events.filter(text("actionFinished ActionEepromBlockRead ")).size(), 10);
+        QCOMPARE(h.events.mid(10), texts("allJobsDone"));
 
-        c.events.clear();
-        c.handler.writeEeprom(QByteArray(65535, 'x'));
-        c.answerBlocksWritten(1);
-        c.handler.cancelEepromWrite();
+        h.events.clear();
+        h.handler.writeEeprom(QByteArray(65535, 'x'));
+        h.answerBlocksWritten(1);
+        h.handler.cancelEepromWrite();
         turnEventLoop();
-        QVERIFY(!c.queue->currentJob());
-        QCOMPARE(c.events, texts("actionFinished 11 int 0|allJobsDone"));
+        QVERIFY(!h.queue->currentJob());
+        QCOMPARE(h.events, texts("actionFinished ActionEepromBlockWritten int 0|allJobsDone"));
     }
 
     void silentBlockIsFreedByTheCancel()
     {
-        Conversation c;
-        c.connectDevice();
-        c.handler.readEeprom();
-        c.queue->currentJob()->setTimeout(shortTimeoutMs);
-        QTRY_VERIFY(!c.queue->currentJob()->isRunning());
-        QCOMPARE(c.takeSent(), QByteArray("\r\neeprom --read_block 0\r\n").repeated(5));
-        c.handler.readDate();
-        QCOMPARE(c.takeSent(), QByteArray());
-        c.handler.cancelEepromRead();
-        QCOMPARE(c.takeSent(), QByteArray("\r\ndate\r\n"));
+        HandlerWithQueue h;
+        h.connectDevice();
+        h.handler.readEeprom();
+        h.queue->currentJob()->setTimeout(shortTimeoutMs);
+        QTRY_VERIFY(!h.queue->currentJob()->isRunning());
+        QCOMPARE(h.takeSent(), QByteArray("\r\neeprom --read_block 0\r\n").repeated(5));
+        h.handler.readDate();
+        QCOMPARE(h.takeSent(), QByteArray());
+        h.handler.cancelEepromRead();
+        QCOMPARE(h.takeSent(), QByteArray("\r\ndate\r\n"));
         turnEventLoop();
-        QCOMPARE(c.events, QStringList());
+        QCOMPARE(h.events, QStringList());
     }
 };
 

@@ -32,17 +32,17 @@ const QVector<JobDialogue> &dialogues()
 // The signals of a dialogue's job and of its queue, which relays each result at once.
 QStringList reportThroughQueue(const JobDialogue &dialogue, bool last)
 {
-    const QString number = QString::number(static_cast<int>(dialogue.type));
+    const QString type = enumeratorName(dialogue.type);
     QStringList report;
     for (const QString &signal : dialogue.report) {
         report << signal;
         if (signal.startsWith(latin1("finished"))) {
-            report << latin1("queue: jobFinished ") + number;
+            report << latin1("queue: jobFinished ") + type;
             if (last && dialogue.type != SerialPortJobType::JobConnect) {
                 report << latin1("queue: allJobsDone");
             }
         } else if (signal.startsWith(latin1("failed"))) {
-            report << latin1("queue: jobFailed ") + number;
+            report << latin1("queue: jobFailed ") + type;
         } else {
             report << latin1("queue: ") + QString(signal).remove(latin1(", running"));
         }
@@ -155,7 +155,7 @@ private slots:
             QTest::addRow("%s: %s", dialogue, what) << latin1(dialogue) << reply;
         };
         add("connect", "unknown version", latin1("show: Unknown parameter!\r\n$ "));
-        add("set value", "refused value", latin1("set: Unknown parameter!\r\n$ "));
+        add("set value", "rejected value", latin1("set: Unknown parameter!\r\n$ "));
         add("set date", "date without confirmation", latin1("2017-11-13T10:20:30\r\n$ "));
         add("read log titles", "row in place of the titles", goodRow());
         add("read log row", "row of another number", goodRow());
@@ -184,7 +184,7 @@ private slots:
                 m_port->receive(reply);
                 QCOMPARE(m_recorder.log, QStringList());
                 QVERIFY(job->isRunning());
-                expire(job.data());
+                timeOutNow(job.data());
                 QCOMPARE(m_port->sent, dialogue.command);
             }
         }
@@ -199,22 +199,22 @@ private slots:
         for (const bool last : {false, true}) {
             init();
             m_queue->addJob(recorded(dialogue.make(m_port.data())));
-            const JobPointer successor = successorOf(dialogue.type, m_port.data());
+            const JobPointer next = nextJobAfter(dialogue.type, m_port.data());
             if (!last) {
-                m_queue->addJob(successor);
+                m_queue->addJob(next);
             }
             QCOMPARE(m_port->sent, dialogue.command);
             m_recorder.onSignal = [&](int) {
                 QCOMPARE(m_port->sent, sent);
-                QVERIFY(!successor->isRunning());
+                QVERIFY(!next->isRunning());
             };
             m_port->receive(dialogue.reply);
             m_recorder.onSignal = nullptr;
             QCOMPARE(m_recorder.log, reportThroughQueue(dialogue, last));
             if (!last) {
-                QCOMPARE(m_port->sent, sent + QByteArrayList{successorsCommand(dialogue.type)});
-                QCOMPARE(m_queue->currentJob(), successor);
-                QVERIFY(successor->isRunning());
+                QCOMPARE(m_port->sent, sent + QByteArrayList{nextJobsCommand(dialogue.type)});
+                QCOMPARE(m_queue->currentJob(), next);
+                QVERIFY(next->isRunning());
                 continue;
             }
             QVERIFY(m_queue->currentJob().isNull());
@@ -245,9 +245,10 @@ private slots:
         m_port->receive(latin1("\r\n$ show swver\r\nshow: swver=1.2.3\r\n$ "));
         QCOMPARE(
             m_recorder.log,
-            QStringList({latin1("queue: valueRead 3 QString KVT 301"),
-                         latin1("queue: jobFinished 10"), latin1("queue: dataRead swver=1.2.3"),
-                         latin1("queue: jobFinished 1"), latin1("queue: allJobsDone")}));
+            QStringList({latin1("queue: valueRead ValueDeviceModel QString KVT 301"),
+                         latin1("queue: jobFinished JobReadModel"),
+                         latin1("queue: dataRead swver=1.2.3"),
+                         latin1("queue: jobFinished JobReadValue"), latin1("queue: allJobsDone")}));
     }
 
     void sendsNamesAndValuesUnchanged()
@@ -302,9 +303,10 @@ private slots:
         m_port->receive(latin1("date\r\n2017-13-45T25:00:00\r\n$ "));
         const JobPointer setJob = start(make<SerialPortJobSetDate>(QDateTime::currentDateTime()));
         m_port->receive(latin1("Date updated to 2017-13-45T25:00:00\r\n"));
-        QCOMPARE(m_recorder.log,
-                 QStringList({latin1("valueRead 0 QDateTime "), latin1("finished"),
-                              latin1("actionFinished 1 QDateTime "), latin1("finished")}));
+        QCOMPARE(
+            m_recorder.log,
+            QStringList({latin1("valueRead ValueDeviceDate QDateTime "), latin1("finished"),
+                         latin1("actionFinished ActionSetDate QDateTime "), latin1("finished")}));
     }
 
     void reportsAnEmptyLog()
@@ -312,8 +314,8 @@ private slots:
         const JobPointer job = start(make<SerialPortJobReadLog>());
         m_port->receive(latin1("$ log --count\r\ncount=0\r\n$ "));
         QCOMPARE(m_recorder.log,
-                 QStringList({latin1("valueRead 1 bool true"), latin1("valueRead 2 int 0"),
-                              latin1("finished")}));
+                 QStringList({latin1("valueRead ValueLogOption bool true"),
+                              latin1("valueRead ValueLogCount int 0"), latin1("finished")}));
     }
 
     void sendsAgainOnAWrongChecksum_data()
@@ -345,7 +347,7 @@ private slots:
         QCOMPARE(m_port->sent.size(), 2);
         QCOMPARE(m_recorder.log, QStringList());
 
-        expire(job.data());
+        timeOutNow(job.data());
         QCOMPARE(m_port->sent.size(), 3);
         m_port->receive(goodRow());
         QCOMPARE(
@@ -365,7 +367,7 @@ private slots:
         QCOMPARE(m_port->sent.size(), 5);
         QVERIFY(job->isRunning());
         QCOMPARE(m_recorder.log, QStringList());
-        expire(job.data());
+        timeOutNow(job.data());
         m_port->receive(goodTitles());
         QCOMPARE(m_recorder.log, QStringList(latin1("timedOut")));
         QCOMPARE(m_port->sent.size(), 5);
@@ -378,11 +380,11 @@ private slots:
         for (const int sends : {2, 4}) {
             m_port->receive(spoiled(goodRow()));
             QCOMPARE(m_port->sent.size(), sends);
-            expire(job.data());
+            timeOutNow(job.data());
             QCOMPARE(m_port->sent.size(), sends + 1);
         }
         m_port->receive(spoiled(goodRow()));
-        expire(job.data());
+        timeOutNow(job.data());
         QCOMPARE(m_port->sent.size(), 5);
         QCOMPARE(m_recorder.log.size(), 3);
         QVERIFY(!job->isRunning());
@@ -413,9 +415,13 @@ private slots:
     {
         QTest::addColumn<QString>("lastReply");
         QTest::addColumn<QString>("lastReport");
-        QTest::addRow("taken") << latin1(".") << latin1("queue: actionFinished 7 int 100");
+        const QString imageTaken =
+            latin1("queue: actionFinished ActionFirmwareTransmitted int 100");
+        const QString blockTaken =
+            latin1("queue: actionFinished ActionFirmwareBlockTransmitted double 100");
+        QTest::addRow("taken") << latin1(".") << imageTaken;
         // Nothing awaits the end that the device reports then.
-        QTest::addRow("accepted") << latin1("*") << latin1("queue: actionFinished 5 double 100");
+        QTest::addRow("accepted") << latin1("*") << blockTaken;
     }
     void sendsAWholeImage()
     {
@@ -430,21 +436,23 @@ private slots:
         m_port->receive(lastReply);
         m_port->receive(latin1("."));
         QCOMPARE(m_recorder.log,
-                 QStringList({latin1("queue: actionFinished 5 double 94.125"),
-                              latin1("queue: jobFinished 14"), lastReport,
-                              latin1("queue: jobFinished 14"), latin1("queue: allJobsDone")}));
+                 QStringList(
+                     {latin1("queue: actionFinished ActionFirmwareBlockTransmitted double 94.125"),
+                      latin1("queue: jobFinished JobTransmitFirmwareBlock"), lastReport,
+                      latin1("queue: jobFinished JobTransmitFirmwareBlock"),
+                      latin1("queue: allJobsDone")}));
         QCOMPARE(m_port->sent.size(), 2);
     }
 
     void sendsNoBlockAfterAFailedOne_data()
     {
-        QTest::addColumn<bool>("refused");
-        QTest::addRow("refused") << true;
+        QTest::addColumn<bool>("rejected");
+        QTest::addRow("rejected") << true;
         QTest::addRow("silent") << false;
     }
     void sendsNoBlockAfterAFailedOne()
     {
-        QFETCH(bool, refused);
+        QFETCH(bool, rejected);
         for (const char *block : {"1", "2", "3"}) {
             m_queue->addJob(make<SerialPortJobTransmitFirmwareBlock>(QByteArray(block), 50.0));
         }
@@ -452,13 +460,14 @@ private slots:
                 [this](SerialPortJobType type) { m_queue->removeJobs(type); });
         m_port->receive(latin1("*"));
         m_recorder.log.clear();
-        if (refused) {
+        if (rejected) {
             m_port->receive(latin1("!"));
         } else {
-            expire(m_queue->currentJob().data());
+            timeOutNow(m_queue->currentJob().data());
         }
         QCOMPARE(m_recorder.log,
-                 QStringList({latin1("queue: jobFailed 14"), latin1("queue: allJobsDone")}));
+                 QStringList({latin1("queue: jobFailed JobTransmitFirmwareBlock"),
+                              latin1("queue: allJobsDone")}));
         QCOMPARE(m_port->sent, QByteArrayList({"1", "2"}));
         QVERIFY(m_queue->currentJob().isNull());
         QVERIFY(m_queue->jobs().isEmpty());

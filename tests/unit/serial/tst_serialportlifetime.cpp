@@ -52,7 +52,7 @@ void removeFrom(SerialPortQueue &queue, SerialPortJobType type, Removal removal)
     case Removal::ClearAndAdd: {
         const auto port = queue.serialPort();
         queue.clear();
-        queue.addJob(successorOf(type, port.data()));
+        queue.addJob(nextJobAfter(type, port.data()));
         break;
     }
     }
@@ -92,7 +92,7 @@ struct Run : RecordedQueue
         recorder.record(raw);
         queue.addJob(std::exchange(job, {}));
         if (removalCase.waiting) {
-            queue.addJob(successorOf(dialogue.type, port.data()));
+            queue.addJob(nextJobAfter(dialogue.type, port.data()));
         }
         recorder.onSignal = [&](int before) {
             aliveInside = aliveInside && destroyed == 0 && !watch.isNull();
@@ -106,7 +106,7 @@ struct Run : RecordedQueue
             QObject::connect(port.data(), &FakeSerialPort::dataReady, port.data(),
                              [this] { deletedOnReturn = destroyed == 1; });
         if (removalCase.timesOut) {
-            expire(raw);
+            timeOutNow(raw);
             deletedOnReturn = destroyed == 1;
         } else {
             port->receive(dialogue.reply);
@@ -160,7 +160,7 @@ private slots:
             if (restarts) {
                 sent += dialogue.command;
             } else if (waiting) {
-                sent += successorsCommand(dialogue.type);
+                sent += nextJobsCommand(dialogue.type);
             }
             QCOMPARE(run.port->sent, sent);
             QVERIFY(run.aliveInside);
@@ -205,7 +205,7 @@ private slots:
         if (waits) {
             q.queue.addJob(first.make(q.port.data()));
         }
-        // Raises error() inside start().
+        // Emits error() inside start().
         JobPointer job(new SerialPortJobSetDate(q.port.data(), QDateTime()));
         const QWeakPointer<SerialPortJobInterface> watch = job;
         recorder.record(job.data());
@@ -227,7 +227,7 @@ private slots:
         // The error of a removed job is not reported.
         QStringList expected;
         if (waits) {
-            expected << text("queue: jobFinished 0");
+            expected << text("queue: jobFinished JobConnect");
         }
         if (removal == Removal::None) {
             expected << dateError;
@@ -265,8 +265,9 @@ private slots:
         q.add<SerialPortJobReadDate>();
         q.port->receive(text(modelReply));
         QCOMPARE(q.port->sent, QByteArrayList({showUnit, showDate}));
-        QStringList expected = {text("queue: valueRead 3 QString KVT 301"),
-                                text("queue: jobFinished 10"), dateError, dateError, dateError};
+        QStringList expected = {text("queue: valueRead ValueDeviceModel QString KVT 301"),
+                                text("queue: jobFinished JobReadModel"), dateError, dateError,
+                                dateError};
         QCOMPARE(q.recorder.log, expected);
         for (const auto &watch : qAsConst(watches)) {
             QVERIFY(watch.isNull());
@@ -295,7 +296,7 @@ private slots:
         const JobPointer job = words.make(q.port.data());
         QSignalSpy timedOut(job.data(), &SerialPortJobInterface::timedOut);
         q.queue.addJob(job);
-        q.queue.addJob(successorOf(words.type, q.port.data()));
+        q.queue.addJob(nextJobAfter(words.type, q.port.data()));
         job->setTimeout(1);
         QTRY_COMPARE(timedOut.size(), mostSends);
 
@@ -316,7 +317,7 @@ private slots:
         QCOMPARE(timedOut.size(), mostSends);
 
         q.queue.removeJobs(words.type);
-        QCOMPARE(q.port->sent, expected + QByteArrayList{successorsCommand(words.type)});
+        QCOMPARE(q.port->sent, expected + QByteArrayList{nextJobsCommand(words.type)});
     }
 
     // Quirk: the next waiting job is lost if a slot of allJobsDone() has started another one.
@@ -352,7 +353,7 @@ private:
             || (removalCase.removal == Removal::Remove && removalCase.waiting);
         QByteArrayList sent = sentBy(dialogue, removalCase.timesOut);
         if (anotherRuns) {
-            sent += successorsCommand(dialogue.type);
+            sent += nextJobsCommand(dialogue.type);
         }
         QCOMPARE(run.port->sent, sent);
         QVERIFY(run.queue.jobs().isEmpty());

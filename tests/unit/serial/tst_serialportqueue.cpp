@@ -14,7 +14,7 @@ namespace {
 using Type = SerialPortJobType;
 using PortPointer = QSharedPointer<FakeSerialPort>;
 
-/// A queue whose slots can be called without a job that raises the signal.
+/// A queue whose slots can be called without a job that emits the signal.
 class QueueWithPublicSlots : public SerialPortQueue
 {
 public:
@@ -86,7 +86,7 @@ private slots:
         QCOMPARE(names(), texts("a|b|c|d"));
         QCOMPARE(log(), texts("a start"));
         finishCurrentJob();
-        QCOMPARE(log(), texts("a start|queue: jobFinished 1|a stop|b start"));
+        QCOMPARE(log(), texts("a start|queue: jobFinished JobReadValue|a stop|b start"));
         QCOMPARE(names(), texts("b|c|d"));
         QVERIFY(m_queue->hasJob(Type::JobReadValue));
         add(Type::JobReadDate, "e");
@@ -117,16 +117,16 @@ private slots:
             text("queue: measurementsRead co2=1"),
             text("queue: logValueRead 3 1.5|2 2017-11-13T10:20:30Z"),
             text("queue: logTitlesRead T|H"),
-            text("queue: actionFinished 1 QDateTime 2017-11-13T10:20:30Z"),
-            text("queue: valueRead 2 int 7"),
+            text("queue: actionFinished ActionSetDate QDateTime 2017-11-13T10:20:30Z"),
+            text("queue: valueRead ValueLogCount int 7"),
             text("queue: eepromBlockRead 9 01ff"),
             text("queue: eepromBlockWritten 10")};
         QCOMPARE(log(), expected);
     }
 
     // Quirk: not after a connect job, whose end makes the handler add more jobs.
-    void raisesAllJobsDoneAfterTheLastJob_data() { addTypes(); }
-    void raisesAllJobsDoneAfterTheLastJob()
+    void emitsAllJobsDoneAfterTheLastJob_data() { addTypes(); }
+    void emitsAllJobsDoneAfterTheLastJob()
     {
         QFETCH(int, type);
         const auto jobType = static_cast<Type>(type);
@@ -137,7 +137,10 @@ private slots:
         add(jobType, "a");
         finishCurrentJob();
         QCOMPARE(log(),
-                 text("a start|queue: jobFinished %1|a stop").arg(type).split(text("|")) + done);
+                 text("a start|queue: jobFinished %1|a stop")
+                         .arg(enumeratorName(jobType))
+                         .split(text("|"))
+                     + done);
         QVERIFY(m_queue->currentJob().isNull());
 
         // A job that is removed ends in the same way.
@@ -316,7 +319,7 @@ private slots:
         a->restartable = false;
         expectTimeout("Transmit firmware to device", notRestarting);
         emit a->timedOut();
-        QCOMPARE(log(), texts("a start|queue: jobFailed 14|a stop|b start"));
+        QCOMPARE(log(), texts("a start|queue: jobFailed JobTransmitFirmwareBlock|a stop|b start"));
     }
 
     void namesTheTypeOfAJob_data() { addTypes(); }
@@ -361,7 +364,8 @@ private slots:
         emit a->failed(Type::JobTransmitFirmwareBlock);
         emit b->failed(Type::JobTransmitFirmwareBlock);
         QCOMPARE(log(),
-                 texts("a start|queue: jobFailed 14|a stop|b start|queue: jobFailed 14|b stop"));
+                 texts("a start|queue: jobFailed JobTransmitFirmwareBlock|a stop|b start|"
+                       "queue: jobFailed JobTransmitFirmwareBlock|b stop"));
         QVERIFY(m_queue->currentJob().isNull());
     }
 
@@ -375,12 +379,12 @@ private slots:
         emit a->failed(Type::JobTransmitFirmwareBlock);
         // The job that the removal has started continues.
         QCOMPARE(names(), texts("c"));
-        QCOMPARE(log(), texts("a start|queue: jobFailed 14|a stop|c start"));
+        QCOMPARE(log(), texts("a start|queue: jobFailed JobTransmitFirmwareBlock|a stop|c start"));
 
         // With no other job the removal ends the work.
         m_recorder.log.clear();
         emit c->failed(Type::JobReadValue);
-        QCOMPARE(log(), texts("queue: jobFailed 1|c stop|queue: allJobsDone"));
+        QCOMPARE(log(), texts("queue: jobFailed JobReadValue|c stop|queue: allJobsDone"));
         QVERIFY(m_queue->currentJob().isNull());
     }
 
@@ -388,15 +392,15 @@ private slots:
     {
         const auto former = add(Type::JobReadValue, "a");
         m_queue->clear();
-        const auto raiseEveryEnd = [&former] {
+        const auto emitEveryEnd = [&former] {
             emit former->finished();
             emit former->timedOut();
             emit former->error(text("why"));
             emit former->failed(Type::JobReadValue);
         };
-        raiseEveryEnd();
+        emitEveryEnd();
         add(Type::JobSetValue, "b");
-        raiseEveryEnd();
+        emitEveryEnd();
         QCOMPARE(log(), texts("a start|a stop|b start"));
         QCOMPARE(names(), texts("b"));
     }
@@ -426,9 +430,9 @@ private slots:
         m_queue->onJobFinished();
         m_queue->onJobError(text("why"));
         m_queue->onJobFailed(Type::JobReboot);
-        QCOMPARE(
-            log().filter(text("queue")),
-            texts("queue: jobFinished 1|queue: error Write value failed: why|queue: jobFailed 12"));
+        QCOMPARE(log().filter(text("queue")),
+                 texts("queue: jobFinished JobReadValue|"
+                       "queue: error Write value failed: why|queue: jobFailed JobReboot"));
         QVERIFY(m_queue->currentJob().isNull());
     }
 
@@ -436,10 +440,11 @@ private slots:
     {
         using End = void (*)(FakeJob &);
         const QVector<QPair<End, QString>> ends = {
-            {[](FakeJob &job) { emit job.finished(); }, text("queue: jobFinished 1")},
+            {[](FakeJob &job) { emit job.finished(); }, text("queue: jobFinished JobReadValue")},
             {[](FakeJob &job) { emit job.error(text("why")); },
              text("queue: error Read value failed: why")},
-            {[](FakeJob &job) { emit job.failed(Type::JobReadValue); }, text("queue: jobFailed 1")},
+            {[](FakeJob &job) { emit job.failed(Type::JobReadValue); },
+             text("queue: jobFailed JobReadValue")},
         };
         for (const auto &[end, signal] : ends) {
             init();
