@@ -148,7 +148,7 @@ const QVector<Row> &grammar()
 
 const QString stale = latin1(" 1234\r\n$ show p\r\nshow: p=990\r\n$ \r\nNUL? 12-13\r\n$ ");
 
-// A text for a function of the grammar; no result when it refuses the text.
+// A text for a function of the grammar; no result when it rejects the text.
 struct Sample
 {
     const char *function;
@@ -176,7 +176,7 @@ constexpr Sample samples[] = {
     {"isUnknownParameter", "answer to a set", "set: Unknown parameter!\r\n$ ", nullptr},
     {"parseSetValue", "after the first sign of equality", "set: a=b=c\r\n$ ", "[b=c]"},
     {"parseSetValue", "empty", "set: a=\r\n$ ", "[]"},
-    {"parseSetValue", "refused", "set debug=9\r\nset: Invalid value!\r\n$ ", nullptr},
+    {"parseSetValue", "rejected", "set debug=9\r\nset: Invalid value!\r\n$ ", nullptr},
     {"parseModel", "to the last serial line", "Model: KVT\r\nSerial: 1\r\nModel: X\r\nSerial: 2",
      "[KVT\r\nSerial: 1\r\nModel: X]"},
     {"parseModel", "no serial line", "Model: KVT\r\nRange: 1\r\n$ ", nullptr},
@@ -311,7 +311,7 @@ private slots:
         }
     }
 
-    void picksItsCapturesOrRefuses_data()
+    void picksItsCapturesOrRejects_data()
     {
         QTest::addColumn<int>("index");
         QTest::addColumn<QString>("text");
@@ -325,7 +325,7 @@ private slots:
             }
         }
     }
-    void picksItsCapturesOrRefuses()
+    void picksItsCapturesOrRejects()
     {
         QFETCH(QString, text);
         QFETCH(QString, expected);
@@ -404,7 +404,7 @@ private slots:
         }
     }
 
-    void dateNumberBeyondIntIsRefused()
+    void dateNumberBeyondIntIsRejected()
     {
         for (const QString &date :
              {latin1("99999999999-11-13T10:20:30"), latin1("2017-99999999999-13T10:20:30"),

@@ -21,7 +21,7 @@ private slots:
     void measurementPairs_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected"); // nothing for a text that is refused
+        QTest::addColumn<QString>("expected"); // nothing for a text that is rejected
         QTest::addRow("one") << latin1("a=1") << latin1("a=1|old=0");
         QTest::addRow("two") << latin1("a=1;b=N") << latin1("a=1|b=N|old=0");
         QTest::addRow("overwrites") << latin1("old=2") << latin1("old=2");

@@ -15,7 +15,7 @@ class TestFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void refusesAnInvalidFault()
+    void rejectsAnInvalidFault()
     {
         for (const char *text : {"", "thunder", "silence@", "bad-checksum@first", "final-star@3",
                                  "block-rejected@next@", "-always", "delay:", "delay:-1",

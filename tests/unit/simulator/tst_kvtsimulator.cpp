@@ -14,7 +14,7 @@ class TestKvtSimulator : public QObject
     Q_OBJECT
 
 private slots:
-    void refusesAWrongCommandLine()
+    void rejectsAWrongCommandLine()
     {
         for (const char *arguments :
              {"--model KVT-999", "--rate fast", "--rate -1", "--log-rows 100000", "--fault thunder",

@@ -144,7 +144,7 @@ private slots:
         QCOMPARE(rows("select value from measurement_value order by id"), texts("1|2|3"));
     }
 
-    void refusesAFileThatIsNoStore_data()
+    void rejectsAFileThatIsNoStore_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addRow("zero length") << QByteArray();
@@ -154,7 +154,7 @@ private slots:
             << QByteArray("SQLite format 3\0", 16) + QByteArray(4080, '\0');
     }
 
-    void refusesAFileThatIsNoStore()
+    void rejectsAFileThatIsNoStore()
     {
         QFETCH(QByteArray, bytes);
         QVERIFY(files::write(path(), bytes));
@@ -166,7 +166,7 @@ private slots:
         QCOMPARE(files::contents(path()), bytes);
     }
 
-    void refusesATruncatedStore_data()
+    void rejectsATruncatedStore_data()
     {
         QTest::addColumn<int>("size");
         QTest::addRow("within the header") << 50;
@@ -174,7 +174,7 @@ private slots:
         QTest::addRow("after the schema") << 4096;
     }
 
-    void refusesATruncatedStore()
+    void rejectsATruncatedStore()
     {
         QFETCH(int, size);
         QVERIFY(open());
@@ -185,7 +185,7 @@ private slots:
         QVERIFY(!open());
     }
 
-    void refusesAPathThatCannotBeOpened()
+    void rejectsAPathThatCannotBeOpened()
     {
         QVERIFY(files::write(path("file"), "x"));
         QVERIFY(QDir().mkdir(path("folder")));
