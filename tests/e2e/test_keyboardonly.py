@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Starts the built program on the current display and ends it by keys alone.
+"""Starts the built program on the current display and ends it with the keyboard only.
 
 Usage: test_keyboardonly.py KVTOOL [TEST...]    (needs xdotool, and a window manager that closes by Alt+F4)
 """

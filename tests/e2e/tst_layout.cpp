@@ -233,7 +233,7 @@ void takePicture(QWidget *window, const QString &name)
 } // namespace
 
 /// Each window in each style of this machine, in the resolution that the environment sets: texts
-/// can be read, controls can be reached by keys, and screen readers get names.
+/// can be read, controls can be reached with the keyboard, and screen readers get names.
 class TestLayout : public QObject
 {
     Q_OBJECT

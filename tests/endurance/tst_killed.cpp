@@ -220,7 +220,7 @@ private:
     void checkStore(int reported)
     {
         QTemporaryDir folder;
-        m_interrupted += QFile::exists(storePath() + DatabaseInspector::journalEnd()) ? 1 : 0;
+        m_interrupted += QFile::exists(storePath() + DatabaseInspector::journalSuffix()) ? 1 : 0;
         DatabaseInspector inspector(DatabaseInspector::copy(storePath(), folder.path()));
         QCOMPARE(inspector.integrity(), text("ok"));
         QCOMPARE(inspector.orphans(), 0);

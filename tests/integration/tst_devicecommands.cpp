@@ -9,8 +9,8 @@
 
 namespace {
 
-const QStringList identity = {text("swver"), text("hwver"),      text("serial"),
-                              text("model"), text("meas_state"), text("health")};
+const QStringList infoVariables = {text("swver"), text("hwver"),      text("serial"),
+                                   text("model"), text("meas_state"), text("health")};
 
 // An empty value arrives as a null text, as an unknown one does: QRegExp does not
 // distinguish them.
@@ -48,11 +48,11 @@ private slots:
     {
         QFETCH(int, settings);
         QVERIFY(m_link->startConnected(text(QTest::currentDataTag())));
-        QStringList names = identity;
+        QStringList names = infoVariables;
         for (const QByteArray &line : simulator().control("settings")) {
             names += QString::fromLatin1(line.left(line.indexOf('=')));
         }
-        QCOMPARE(names.size(), identity.size() + settings);
+        QCOMPARE(names.size(), infoVariables.size() + settings);
         handler().setValue(text("debug"), text("0"));
         handler().readModel();
         handler().readMeasurements();
@@ -152,7 +152,7 @@ private slots:
         QCOMPARE(simulator().setting(name.toLatin1()), echoed.toLatin1());
     }
 
-    void treatsAnUnknownParameterAsAnAnswer()
+    void acceptsTheReplyToAnUnknownVariable()
     {
         QVERIFY(m_link->startConnected());
         handler().readValue(text("nonsense"));
@@ -217,7 +217,7 @@ private slots:
                       "read altitude=321; read altitude=120; allJobsDone"));
     }
 
-    void stopsAfterFiveSendsUntilItIsCleared_data()
+    void stopsAfterFiveSendsUntilTheQueueIsCleared_data()
     {
         using Link = DeviceLink;
         QTest::addColumn<Call>("call");
@@ -235,7 +235,7 @@ private slots:
         QTest::addRow("connectToDevice") << Call([](Link &link) { QVERIFY(link.connectDevice()); });
     }
 
-    void stopsAfterFiveSendsUntilItIsCleared()
+    void stopsAfterFiveSendsUntilTheQueueIsCleared()
     {
         QFETCH(Call, call);
         QVERIFY(m_link->startConnected());
@@ -246,7 +246,7 @@ private slots:
         QVERIFY(m_link->waitForStall());
         QCOMPARE(m_link->sends(text("show altitude")), 5);
         QCOMPARE(m_link->sends(text("show health")), 0);
-        QCOMPARE(simulator().state("exchanges"), QByteArray("6"));
+        QCOMPARE(simulator().state("exchanges"), QByteArray("6")); // connect and five sends
 
         // Jobs that are added later wait too.
         simulator().control("fault clear");
@@ -302,10 +302,11 @@ private slots:
     void disconnectsAndConnectsAgain()
     {
         QVERIFY(m_link->startConnected());
-        handler().readValues(identity);
+        handler().readValues(infoVariables);
         handler().disconnectFromDevice();
         QVERIFY(!m_link->port->isOpen());
         QVERIFY(m_link->isIdle());
+        // Quirk: the device counts as connected after a disconnection.
         QVERIFY(handler().isConnected());
         QTest::qWait(50);
         QCOMPARE(events(), QString());
@@ -351,6 +352,7 @@ private slots:
         QVERIFY(!m_link->port->isOpen());
         QVERIFY(m_link->isIdle());
         QVERIFY(m_link->queue->jobs().isEmpty());
+        // Quirk: the device counts as connected after a disconnection.
         QVERIFY(handler().isConnected());
         simulator().control("fault clear");
         QVERIFY(simulator().resume());

@@ -57,6 +57,7 @@ private slots:
     void cleanupTestCase()
     {
         const auto row = [](int count, const char *words) {
+            // As expected: the table is saved only when all sizes have passed.
             return QByteArrayList{QByteArray::number(count), words, "the same"};
         };
         const QVector<QByteArrayList> rows = {
@@ -65,8 +66,10 @@ private slots:
                 "reports \"Failed to load configuration from file settings.xml\"; then starts"),
             row(m_partial, "starts with the models, settings and measurements before the cut"),
             row(m_complete, "starts with all of them")};
-        QVERIFY(m_reported + m_partial + m_complete != m_sample.size() + 1
-                || saveReliabilityTable(QStringLiteral("truncated-settings"), rows));
+        const int sizes = m_sample.size() + 1;
+        if (m_reported + m_partial + m_complete == sizes) {
+            QVERIFY(saveReliabilityTable(QStringLiteral("truncated-settings"), rows));
+        }
     }
 
 private:

@@ -51,14 +51,14 @@ public:
     static QString copy(const QString &path, const QString &folder)
     {
         const QString target = folder + QStringLiteral("/copy.db");
-        for (const QString &end : {QString(), journalEnd()}) {
-            QFile::remove(target + end);
-            QFile::copy(path + end, target + end);
+        for (const QString &suffix : {QString(), journalSuffix()}) {
+            QFile::remove(target + suffix);
+            QFile::copy(path + suffix, target + suffix);
         }
         return target;
     }
 
-    static QString journalEnd() { return QStringLiteral("-journal"); }
+    static QString journalSuffix() { return QStringLiteral("-journal"); }
 
     /// "ok", or what is wrong with the file.
     QString integrity()

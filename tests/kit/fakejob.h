@@ -5,7 +5,7 @@
 
 #include <QtCore/QStringList>
 
-/// A job that records its calls, and is running between start and stop. The test raises its
+/// A job that records its calls, and is running between start and stop. The test emits its
 /// signals.
 class FakeJob : public SerialPortJobInterface
 {

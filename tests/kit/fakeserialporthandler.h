@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// A handler that passes each request as one text ("readValue health") to onCall; the test raises
+/// A handler that passes each request as one text ("readValue health") to onCall; the test emits
 /// its signals.
 class FakeSerialPortHandler : public SerialPortHandlerInterface
 {

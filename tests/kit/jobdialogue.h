@@ -11,7 +11,7 @@
 
 using JobPointer = QSharedPointer<SerialPortJobInterface>;
 
-/// A scripted exchange of one job with the device.
+/// A scripted exchange of bytes between one job and the device.
 struct JobDialogue
 {
     using Maker = std::function<JobPointer(SerialPortInterface *)>;

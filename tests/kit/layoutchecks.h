@@ -6,9 +6,9 @@
 
 class QWidget;
 
-/// Checks that a user can read each text of a shown window, reach each control by keys, and that a
-/// screen reader has a name for it. Each function returns one line for each fault, beginning with
-/// the object's name, and an empty list when there is none.
+/// Checks that a user can read each text of a shown window, reach each control with the keyboard,
+/// and that a screen reader has a name for it. Each function returns one line for each fault,
+/// beginning with the object's name, and an empty list when there is none.
 namespace LayoutChecks {
 
 /// Captions, buttons, headers, messages and labels of a chart that are cut off or shortened.

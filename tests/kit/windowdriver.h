@@ -40,7 +40,7 @@ public:
         return press(dialog->findChild<QDialogButtonBox *>()->button(button));
     }
 
-    /// Opens the list of @p combo with the mouse and chooses the entry @p index by keys.
+    /// Opens the list of @p combo with the mouse and chooses the entry @p index with the keyboard.
     static bool choose(QComboBox *combo, int index);
 
     /// Clicks the box of @p checkBox.

@@ -176,7 +176,7 @@ private slots:
         QCOMPARE(received(dataReady), text("lostnext"));
     }
 
-    void raisesNoSignalWhenTheDeviceHangsUp()
+    void emitsNoSignalWhenTheDeviceHangsUp()
     {
         QSignalSpy error(m_port.data(), &SerialPort::error);
         QSignalSpy dataReady(m_port.data(), &SerialPort::dataReady);
@@ -187,7 +187,7 @@ private slots:
         QCOMPARE(received(dataReady), text("last words"));
     }
 
-    void raisesNoSignalWhenAWriteFails()
+    void emitsNoSignalWhenAWriteFails()
     {
         SerialPort port(text("ttyNone"), nullptr);
         QSignalSpy error(&port, &SerialPort::error);

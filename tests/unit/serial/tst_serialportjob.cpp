@@ -329,7 +329,7 @@ private slots:
             job->whileParsing = release;
             job->start();
             m_port->receive(text("done"));
-            QCOMPARE(finished.count(), 1); // it has raised all its signals
+            QCOMPARE(finished.count(), 1); // it has emitted all its signals
         } else {
             connect(job, &ProbeJob::timedOut, this, release);
             job->setTimeout(1);

@@ -512,7 +512,7 @@ private slots:
                 for (const QByteArray &bad :
                      {QByteArray(row.content).replace(assignment, " other="),
                       QByteArray(row.content).replace(assignment, capital),
-                      // Of several only the first is named.
+                      // Of several missing attributes only the first is named.
                       row.content.left(position) + "/>"}) {
                     const Loaded loaded = load(file(device("A", bad)));
                     QVERIFY(!loaded.succeeded);
@@ -575,6 +575,7 @@ private slots:
         for (const DeviceConfiguration &device : sample.devices) {
             QVERIFY(device.configurationItems.size() >= 8);
             QVERIFY(device.measurementItems.size() >= 6);
+            // Unsorted, so that the order of the file is tested.
             QStringList sorted = aliases(device);
             sorted.sort();
             QVERIFY(sorted != aliases(device));
