@@ -284,7 +284,7 @@ private slots:
         QCOMPARE(badlyNamedControls(window.get()).join(text("; ")), QString());
         // The desktop determines the colours of a selection, and a style may fade them out.
         QApplication::focusWidget()->clearFocus();
-        QTRY_COMPARE(faintTexts(window.get()).join(text("; ")), QString());
+        QTRY_COMPARE(lowContrastTexts(window.get()).join(text("; ")), QString());
 
         const QSize own = window->size();
         const QSize least = window->minimumSizeHint().expandedTo(window->minimumSize());
@@ -535,17 +535,17 @@ private slots:
         QCOMPARE(badlyNamedControls(&window), QStringList());
     }
 
-    void faintTextIsFound()
+    void lowContrastTextIsFound()
     {
         QWidget window;
         QLabel label(text("Hardly to be seen"), &window);
-        label.setObjectName(text("faint"));
+        label.setObjectName(text("low contrast"));
         label.setStyleSheet(text("background: white; color: #808080"));
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QCOMPARE(faintTexts(&window).size(), 1);
+        QCOMPARE(lowContrastTexts(&window).size(), 1);
         label.setStyleSheet(text("background: white; color: #707070"));
-        QCOMPARE(faintTexts(&window), QStringList());
+        QCOMPARE(lowContrastTexts(&window), QStringList());
     }
 };
 

@@ -365,10 +365,10 @@ QStringList LayoutChecks::badlyNamedControls(const QWidget *window)
     return bad;
 }
 
-QStringList LayoutChecks::faintTexts(QWidget *window)
+QStringList LayoutChecks::lowContrastTexts(QWidget *window)
 {
     constexpr double least = 4.5;
-    QStringList faint;
+    QStringList lowContrast;
     const QPixmap picture = window->grab();
     const qreal ratio = picture.devicePixelRatio();
     for (const QWidget *widget : shownWidgets(window)) {
@@ -377,9 +377,9 @@ QStringList LayoutChecks::faintTexts(QWidget *window)
             const QRectF pixels(corner * ratio, QSizeF(text.rect.size()) * ratio);
             const double found = contrast(picture.copy(pixels.toRect()).toImage());
             if (found < least) {
-                faint.append(QStringLiteral("%1: contrast %2").arg(text.what).arg(found));
+                lowContrast.append(QStringLiteral("%1: contrast %2").arg(text.what).arg(found));
             }
         }
     }
-    return faint;
+    return lowContrast;
 }

@@ -25,7 +25,7 @@ QStringList unreachableControls(QWidget *window);
 QStringList badlyNamedControls(const QWidget *window);
 
 /// Enabled texts whose contrast, measured on the painted pixels, is below 4.5 : 1.
-QStringList faintTexts(QWidget *window);
+QStringList lowContrastTexts(QWidget *window);
 
 /// The inputs, lists, tables and charts of @p window; not the parts that Qt makes them of.
 QList<QWidget *> inputs(const QWidget *window);
