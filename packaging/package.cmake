@@ -54,7 +54,10 @@ set(CPACK_RPM_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
 set(CPACK_RPM_SPEC_MORE_DEFINE "%define packager ${KV_MAINTAINER}
 %define use_source_date_epoch_as_buildtime 1
 %define clamp_mtime_to_source_date_epoch 1
-%define _buildhost localhost")
+%define _buildhost localhost
+Recommends: xdg-utils
+# Qt loads the SQLite driver as a plug-in, so no automatic dependency names it.
+Recommends: (qt5-qtbase or libQt5Sql5-sqlite)")
 set(CPACK_RPM_PACKAGE_GROUP Applications/Engineering)
 set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/postinst)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION

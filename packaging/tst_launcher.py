@@ -132,6 +132,11 @@ class Launcher(unittest.TestCase):
                          ["program: xdg-open", "scaling: none",
                           f"argument: {self.prefix}/share/doc/kvtool/manual/index.html"])
 
+    def test_names_the_manual_when_no_browser_opens_it(self):
+        run = self.launch("--manual")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn(f"{self.prefix}/share/doc/kvtool/manual/index.html", run.stderr)
+
     def test_prints_version_and_help_and_starts_nothing(self):
         self.assertEqual(self.launch("--version").stdout, f"KV Tool {VERSION}\n")
         self.assertIn("Usage: kvtool-launcher", self.launch("--help").stdout)

@@ -264,10 +264,14 @@ class CheckSettings(unittest.TestCase):
                 self.assertIn("Failed to load configuration from file", result.stdout)
 
     def test_explains_its_usage(self):
-        for arguments in (["--help"], ["a", "b"]):
+        usage = "Usage: kvtool-check-settings [FILE]"
+        result = self.check("--help")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn(usage, result.stdout)
+        for arguments in (["--unknown"], ["a", "b"]):
             result = self.check(*arguments)
-            self.assertEqual(result.returncode, 2)
-            self.assertIn("Usage: kvtool-check-settings [FILE]", result.stderr)
+            self.assertEqual((result.returncode, result.stdout), (2, ""))
+            self.assertIn(usage, result.stderr)
 
     def test_the_schema_accepts_what_is_sensible_and_refuses_the_rest(self):
         for name, (text, sensible, _) in CASES.items():

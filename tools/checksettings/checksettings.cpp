@@ -13,7 +13,13 @@
 
 namespace {
 
-enum ExitCode { FileIsWhole = 0, FileIsNotWhole = 1, WrongUsage = 2, InternalError = 3 };
+enum ExitCode {
+    FileIsWhole = 0,
+    HelpShown = 0,
+    FileIsNotWhole = 1,
+    WrongUsage = 2,
+    InternalError = 3
+};
 
 constexpr int longestList = 20;
 
@@ -204,9 +210,11 @@ int main(int argc, char *argv[])
     out().setCodec("UTF-8");
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.size() > 1 || arguments.value(0).startsWith(QLatin1Char('-'))) {
-        QTextStream(stderr) << "Usage: kvtool-check-settings [FILE]\n"
-                               "Reports what KV Tool reads from FILE (default: settings.xml).\n";
-        return WrongUsage;
+        const bool isHelp = arguments.first() == QLatin1String("--help");
+        QTextStream(isHelp ? stdout : stderr)
+            << "Usage: kvtool-check-settings [FILE]\n"
+               "Reports what KV Tool reads from FILE (default: settings.xml).\n";
+        return isHelp ? HelpShown : WrongUsage;
     }
     return check(arguments.value(0, QStringLiteral("settings.xml")));
 }
