@@ -3,11 +3,11 @@
 
 #include "tests/kit/text.h"
 
-#include <algorithm>
+#include <QtCore/QContiguousCache>
+#include <QtCore/QRegularExpression>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <deque>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/common_interface_defs.h>
@@ -18,11 +18,9 @@
 class ActionTrace
 {
 public:
-    /// Installs the handlers of log lines, crashes and hangs, which SIGALRM reports. @p command
-    /// repeats the run.
-    static void begin(const QByteArray &command)
+    /// Installs the handlers of log lines, crashes and hangs, which SIGALRM reports.
+    static void begin()
     {
-        m_command = command;
         qInstallMessageHandler(onLogLine);
         std::signal(SIGALRM, onHang);
 #if defined(__SANITIZE_ADDRESS__)
@@ -34,15 +32,11 @@ public:
 #endif
     }
 
-    /// Records an action, or a detail of it such as the name of the control that is clicked.
+    /// Adds an action, which begins with its number, or what it used: a control, a file, a command.
     static void add(const QByteArray &line)
     {
         constexpr int longest = 160;
-        constexpr std::size_t mostLines = 120;
-        m_lines.push_back(line.left(longest));
-        if (m_lines.size() > mostLines) {
-            m_lines.pop_front();
-        }
+        m_lines.append(line.left(longest));
     }
 
     /// Ends the process at once, with exit code 1, unless @p condition is true.
@@ -59,33 +53,26 @@ private:
     static void print()
     {
         std::fflush(stdout);
-        for (const QByteArray &line : m_lines) {
-            std::fprintf(stderr, "%s\n", line.constData());
+        for (int index = m_lines.firstIndex(); index <= m_lines.lastIndex(); ++index) {
+            std::fprintf(stderr, "%s\n", m_lines.at(index).constData());
         }
-        std::fprintf(stderr, "%s\n", m_command.constData());
     }
 
     static void onLogLine(QtMsgType type, const QMessageLogContext &, const QString &line)
     {
-        add("    " + line.toUtf8());
-        require(type == QtDebugMsg || type == QtInfoMsg || isExpected(line),
+        // Warnings that random input provokes. The tool's own: a reading that arrives before the
+        // device is known, a value requested before the first connect, a command for a port that
+        // the user has closed. Qt's: a NUL typed into a file dialog, a wait dialog opened again
+        // under a message box, a click on a selected cell of a table that is filled again, features
+        // of a real screen.
+        static const QRegularExpression expected(
+            text("^(Device details not set yet, can't add measurements yet"
+                 "|QIODevice::write \\(QSerialPort\\): device not open|Unable to add job false true"
+                 "|Broken filename passed to function|QDialog::exec: Recursive call detected"
+                 "|edit: index was invalid|edit: editing failed|This plugin does not support )"));
+        add(line.toUtf8());
+        require(type == QtDebugMsg || type == QtInfoMsg || expected.match(line).hasMatch(),
                 "unexpected warning: " + line.toUtf8());
-    }
-
-    /// Warnings that random input provokes. The tool's own: a reading that arrives before the
-    /// device is known, a value requested before the first connect, a command for a port that the
-    /// user has closed. Qt's: a NUL typed into a file dialog, a wait dialog opened again under a
-    /// message box, a click on a selected cell of a table that is filled again, features of a real
-    /// screen.
-    static bool isExpected(const QString &warning)
-    {
-        const QStringList beginnings =
-            texts("Device details not set yet, can't add measurements yet|"
-                  "QIODevice::write (QSerialPort): device not open|Unable to add job false true|"
-                  "Broken filename passed to function|QDialog::exec: Recursive call detected|"
-                  "edit: index was invalid|edit: editing failed|This plugin does not support ");
-        return std::any_of(beginnings.begin(), beginnings.end(),
-                           [&](const QString &text) { return warning.startsWith(text); });
     }
 
     static void onHang(int)
@@ -102,6 +89,5 @@ private:
     }
 
     // Never deleted: leaks are reported after the end of main().
-    static inline auto &m_command = *new QByteArray;
-    static inline auto &m_lines = *new std::deque<QByteArray>;
+    static inline auto &m_lines = *new QContiguousCache<QByteArray>(120);
 };

@@ -13,23 +13,21 @@ class RandomFiles
 {
 public:
     /// Creates images and backups of unusual sizes in @p folder.
-    RandomFiles(const QString &folder, RandomSource &random)
+    explicit RandomFiles(const QString &folder)
         : m_folder(folder)
-        , m_random(random)
+        , m_invalid(texts("|/dev/full|/dev/null|/proc/version|/proc/self/mem|/nowhere/at/all.bin")
+                    << file("folder.bin") << file("missing/out.csv") << file("大気 %1 é.csv")
+                    << file("") + QString(300, QLatin1Char('n')))
     {
         QDir().mkpath(file("folder.bin"));
         for (const int size : {0, 1, 15, 16, 17, 100, 1000, 4096}) {
-            m_images += create(file("image-%1.bin").arg(size), size);
+            create(file("image-%1.bin").arg(size), size);
         }
         for (const int size : {0, 1, 63, 64, 65, 4000, 65535, 65539, 70000}) {
-            m_backups += create(file("backup-%1.dat").arg(size), size);
+            create(file("backup-%1.dat").arg(size), size);
         }
-        constexpr int otherSize = 10;
-        create(file("old.csv"), otherSize);
-        m_invalid = texts("|/dev/full|/dev/null|/proc/version|/proc/self/mem|/nowhere/at/all.bin")
-            << file("folder.bin") << file("missing/out.csv")
-            << file("") + QString(300, QLatin1Char('n'))
-            << create(file("大気 %1 é.csv"), otherSize);
+        create(file("old.csv"), 10);
+        create(file("大気 %1 é.csv"), 10);
     }
 
     /// Takes @p dialog back into the folder and removes a typed name outside of it, so that a run
@@ -40,40 +38,35 @@ public:
         if (dialog->directory().absolutePath() != m_folder) {
             dialog->setDirectory(m_folder);
         }
-        auto *const name = dialog->findChild<QLineEdit *>(text("fileNameEdit"));
+        auto *const name = WindowDriver::part<QLineEdit>(dialog, "fileNameEdit");
         const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(name->text()));
-        if (!m_invalid.contains(name->text()) && !path.startsWith(m_folder + QLatin1Char('/'))) {
+        if (!m_invalid.contains(name->text()) && !path.startsWith(file(""))) {
             name->clear();
         }
     }
 
-    /// A path that can be read or written.
-    QString validPath(const QFileDialog *dialog)
+    /// A path that can be read or written, or a folder, a device, a missing, too long or empty one.
+    QString randomPath(const QFileDialog *dialog)
     {
-        if (dialog->acceptMode() == QFileDialog::AcceptOpen) {
-            return m_random.pick(isForImage(dialog) ? m_images : m_backups);
-        }
-        if (m_random.percent(20)) {
-            return file("old.csv");
-        }
-        return m_folder + text("/written: ") + dialog->windowTitle();
-    }
-
-    /// A folder, a device, a name that is too long, a missing or an empty path.
-    QString invalidPath(const QFileDialog *dialog)
-    {
-        const QString path = m_random.pick(m_invalid);
         const bool isRead = dialog->acceptMode() == QFileDialog::AcceptOpen;
-        // Reading it never ends.
-        return isRead && path == text("/dev/full") ? QString() : path;
+        if (Random::percent(25)) {
+            const QString path = Random::pick(m_invalid);
+            // Reading it never ends.
+            return isRead && path == text("/dev/full") ? QString() : path;
+        }
+        if (isRead) {
+            const bool isImage = dialog->windowTitle().contains(text("firmware"));
+            const QString names = isImage ? text("image-*") : text("backup-*");
+            return Random::pick(QDir(m_folder).entryInfoList({names})).filePath();
+        }
+        return Random::percent(20) ? file("old.csv") : file("written: ") + dialog->windowTitle();
     }
 
     /// Removes the files that have been written; their names, with the titles of the dialogs.
     QStringList takeWritten() const
     {
         QStringList names;
-        const auto found = QDir(m_folder).entryInfoList({text("written*")}, QDir::Files);
-        for (const QFileInfo &info : found) {
+        for (const auto &info : QDir(m_folder).entryInfoList({text("written*")}, QDir::Files)) {
             if (info.size() > 0) {
                 names << info.fileName();
                 QFile::remove(info.filePath());
@@ -82,29 +75,14 @@ public:
         return names;
     }
 
-    static bool isForImage(const QFileDialog *dialog)
-    {
-        return dialog->windowTitle().contains(text("firmware"));
-    }
-
-    static int sizeOf(const QString &path)
-    {
-        const QFileInfo info(path);
-        return info.isFile() ? static_cast<int>(info.size()) : 0;
-    }
-
 private:
     QString file(const char *name) const { return m_folder + QLatin1Char('/') + text(name); }
 
-    static QString create(const QString &path, int size)
+    static void create(const QString &path, int size)
     {
         files::write(path, files::pseudoRandomBytes(size));
-        return path;
     }
 
     QString m_folder;
-    RandomSource &m_random;
-    QStringList m_images;
-    QStringList m_backups;
     QStringList m_invalid;
 };
