@@ -248,25 +248,9 @@ private slots:
     {
         ConnectedController f;
         f.window.answer = true;
-        const QString dialogs =
-            text(question) + text("|selectOpenFile Select firmware file; %1; *.bin");
-        emit f.window.updateFirmwareClicked();
-        QCOMPARE(f.takeCalls(), dialogs.arg(QString()));
-
-        f.window.openFile = m_empty;
-        emit f.window.updateFirmwareClicked();
-        QCOMPARE(f.takeCalls(),
-                 dialogs.arg(QString())
-                     + text("|log \"firmware\" file is empty \"%1\"|"
-                            "Warning Selected firmware is empty!|setting firmware path=%1")
-                           .arg(m_empty));
-
-        f.window.openFile = text("/no/such/file.bin");
-        emit f.window.updateFirmwareClicked();
-        QCOMPARE(f.takeCalls(),
-                 dialogs.arg(m_empty)
-                     + text("|log Unable to open file \"/no/such/file.bin\"|"
-                            "Warning Unable to open firmware!"));
+        checkUnusableFiles(f, &FakeMainWindow::updateFirmwareClicked,
+                           text(question) + text("|selectOpenFile Select firmware file; %1; *.bin"),
+                           text("firmware path"));
         QCOMPARE(f.timerIntervals(), QList<int>({60000}));
     }
 
@@ -400,24 +384,9 @@ private slots:
     void restoreNamesItsFileFirmware()
     {
         ConnectedController f;
-        const QString dialog = text("selectOpenFile Select eeprom backup file; %1; *.dat");
-        emit f.window.restoreEepromFromBackupClicked();
-        QCOMPARE(f.takeCalls(), dialog.arg(QString()));
-
-        f.window.openFile = m_empty;
-        emit f.window.restoreEepromFromBackupClicked();
-        QCOMPARE(f.takeCalls(),
-                 dialog.arg(QString())
-                     + text("|log \"firmware\" file is empty \"%1\"|"
-                            "Warning Selected firmware is empty!|setting eeprom filename=%1")
-                           .arg(m_empty));
-
-        f.window.openFile = text("/no/such/file.dat");
-        emit f.window.restoreEepromFromBackupClicked();
-        QCOMPARE(f.takeCalls(),
-                 dialog.arg(m_empty)
-                     + text("|log Unable to open file \"/no/such/file.dat\"|"
-                            "Warning Unable to open firmware!"));
+        checkUnusableFiles(f, &FakeMainWindow::restoreEepromFromBackupClicked,
+                           text("selectOpenFile Select eeprom backup file; %1; *.dat"),
+                           text("eeprom filename"));
     }
 
     void cleanup()
@@ -427,6 +396,30 @@ private slots:
     }
 
 private:
+    /// No file, an empty one and one that can't be opened. @p dialogs are the calls that open the
+    /// file dialog on %1.
+    void checkUnusableFiles(ConnectedController &f, void (FakeMainWindow::*signal)(),
+                            const QString &dialogs, const QString &key)
+    {
+        emit(f.window.*signal)();
+        QCOMPARE(f.takeCalls(), dialogs.arg(QString()));
+
+        f.window.openFile = m_empty;
+        emit(f.window.*signal)();
+        QCOMPARE(f.takeCalls(),
+                 dialogs.arg(QString())
+                     + text("|log \"firmware\" file is empty \"%1\"|"
+                            "Warning Selected firmware is empty!|setting %2=%1")
+                           .arg(m_empty, key));
+
+        f.window.openFile = text("/no/such/file");
+        emit(f.window.*signal)();
+        QCOMPARE(f.takeCalls(),
+                 dialogs.arg(m_empty)
+                     + text("|log Unable to open file \"/no/such/file\"|"
+                            "Warning Unable to open firmware!"));
+    }
+
     // In the working folder.
     const QString m_csv = text("out.csv");
     const QString m_image = text("image.bin");
