@@ -4,7 +4,8 @@
 
 using namespace ConversionUtils;
 
-/// Compares exactly: the tolerance of QCOMPARE would accept a factor of 1.8 in double precision.
+/// Compares with ==, because the tolerance of QCOMPARE would accept a factor of 1.8 in double
+/// precision.
 class TestConversionUtils : public QObject
 {
     Q_OBJECT
@@ -26,7 +27,7 @@ private slots:
         QVERIFY(celsiusToFahrenheit(-40.0) == -39.999998092651367);
     }
 
-    void convertsFahrenheitBySubtractingMultiplyingDividing()
+    void convertsFahrenheitBySubtractingThenMultiplyingThenDividing()
     {
         QVERIFY(fahrenheitToCelsius(212.0) == 100.0);
         QVERIFY(fahrenheitToCelsius(32.0) == 0.0);
@@ -35,7 +36,10 @@ private slots:
         QVERIFY(fahrenheitToCelsius(111.9) == 44.388888888888886);
     }
 
-    void isNotItsOwnInverse() { QVERIFY(fahrenheitToCelsius(celsiusToFahrenheit(100.0)) < 100.0); }
+    void conversionsAreNotExactInverses()
+    {
+        QVERIFY(fahrenheitToCelsius(celsiusToFahrenheit(100.0)) < 100.0);
+    }
 };
 
 KV_TEST_CORE_MAIN(TestConversionUtils)

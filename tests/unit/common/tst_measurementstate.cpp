@@ -7,7 +7,7 @@ class TestMeasurementState : public QObject
     Q_OBJECT
 
 private slots:
-    void numbersAreThoseOfTheDevice()
+    void statesHaveTheNumbersThatTheDeviceSends()
     {
         const MeasurementState states[] = {MeasurementState::WarmingUp, MeasurementState::Ready,
                                            MeasurementState::TemperatureOverRange,
@@ -21,9 +21,9 @@ private slots:
         }
     }
 
-    void treatsAnyOtherNumberAsWarmingUp()
+    void treatsUnknownNumbersAsWarmingUp()
     {
-        // The last three are the largest int, -2 and -1.
+        // As int, the last three are INT_MAX, -2 and -1.
         for (const unsigned number : {5U, 0x80000001U, 0x7FFFFFFFU, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
             QCOMPARE(measurementStateFromInt(number), MeasurementState::WarmingUp);
         }

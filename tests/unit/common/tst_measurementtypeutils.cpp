@@ -18,50 +18,52 @@ constexpr bool fahrenheit = false;
 constexpr bool ppm = true;
 constexpr bool micrograms = false;
 
-const QString x = QStringLiteral("x");
+const QString itemName = QStringLiteral("x");
 
 QVector<MeasurementItem> oneItem(Type type, Unit unit, double multiplier = 1.0)
 {
-    return {{x, text("The x"), unit, type, multiplier}};
+    return {{itemName, text("The x"), unit, type, multiplier}};
 }
 
-/// The unit of an item of @p type, whatever the unit in which it is delivered.
+/// The display unit of @p type; Unit(-1) if it depends on the unit of the item.
 Unit unitOf(Type type, bool inCelsius, bool inPpm)
 {
     const Options options{inCelsius, inPpm, true};
     const Unit unit = Utils::displayUnitOf(type, options);
-    for (int delivered = 0; delivered <= 12 && type != Type::Undefined; ++delivered) {
-        if (Utils::displayUnitOf(x, oneItem(type, Unit(delivered)), options) != unit) {
+    for (int itemUnit = 0; itemUnit <= 12 && type != Type::Undefined; ++itemUnit) {
+        if (Utils::displayUnitOf(itemName, oneItem(type, Unit(itemUnit)), options) != unit) {
             return Unit(-1);
         }
     }
     return unit;
 }
 
-/// The number that all of @p results are, otherwise NaN.
-double agreed(const QVector<double> &results)
+/// The number that all @p results equal; NaN if they differ.
+double commonResult(const QVector<double> &results)
 {
     return results.count(results.first()) == results.size() ? results.first() : qQNaN();
 }
 
-/// What every function makes of a temperature, whatever the unit chosen for pollutants.
-double temperature(double value, Unit unit, bool inCelsius)
+/// The temperature @p value converted by every function and with both pollutant units; NaN if the
+/// results differ.
+double convertedTemperature(double value, Unit unit, bool inCelsius)
 {
-    constexpr double multiplier = 9.0; // for pollutants alone
+    constexpr double multiplier = 9.0; // applies to pollutants only
     QVector<double> results;
     for (const bool inPpm : {ppm, micrograms}) {
         const Options options{inCelsius, inPpm, true};
         const Type type = Type::AirTemperature;
         results << Utils::convertTemperature(value, unit, options)
                 << Utils::convertToDisplayUnit(value, type, unit, multiplier, options)
-                << Utils::convertToDisplayUnit(value, x, options, oneItem(type, unit, multiplier));
+                << Utils::convertToDisplayUnit(value, itemName, options,
+                                               oneItem(type, unit, multiplier));
     }
-    return agreed(results);
+    return commonResult(results);
 }
 
-/// What every function makes of 4.0 of a pollutant with the factor 2.5, whatever the unit chosen
-/// for temperatures.
-double pollutant(Unit unit, bool inPpm)
+/// The value 4.0 of a pollutant with the multiplier 2.5, converted by every function and with both
+/// temperature units; NaN if the results differ.
+double convertedPollutant(Unit unit, bool inPpm)
 {
     QVector<double> results;
     for (const bool inCelsius : {celsius, fahrenheit}) {
@@ -69,9 +71,9 @@ double pollutant(Unit unit, bool inPpm)
         const Type type = Type::Pollutant;
         results << Utils::convertPollutant(4.0, unit, 2.5, options)
                 << Utils::convertToDisplayUnit(4.0, type, unit, 2.5, options)
-                << Utils::convertToDisplayUnit(4.0, x, options, oneItem(type, unit, 2.5));
+                << Utils::convertToDisplayUnit(4.0, itemName, options, oneItem(type, unit, 2.5));
     }
-    return agreed(results);
+    return commonResult(results);
 }
 
 } // namespace
@@ -81,7 +83,7 @@ class TestMeasurementTypeUtils : public QObject
     Q_OBJECT
 
 private slots:
-    void typesHaveTheirNumbers()
+    void typesHaveFixedNumbers()
     {
         const Type types[] = {Type::Undefined,     Type::AirTemperature, Type::Pollutant,
                               Type::AirHumidity,   Type::AirPressure,    Type::ParticulateMatter,
@@ -93,7 +95,7 @@ private slots:
         }
     }
 
-    void recordsStartWithTheirDefaults()
+    void optionsAndItemsHaveDefaultValues()
     {
         const Options options;
         QVERIFY(options.temperatureInCelsius);
@@ -121,18 +123,18 @@ private slots:
         QCOMPARE(item.conversionMultiplier, 3.0);
     }
 
-    void takesTheFirstOfEqualNames()
+    void usesFirstItemOfADuplicateName()
     {
         const QVector<MeasurementItem> items{
-            {x, text("first"), Unit::Ppb, Type::Pollutant, 2.0},
-            {x, text("second"), Unit::Fahrenheit, Type::AirTemperature, 3.0}};
-        QCOMPARE(Utils::displayName(x, items), text("first"));
-        QCOMPARE(Utils::conversionMultiplier(x, items), 2.0);
-        QCOMPARE(Utils::displayUnitOf(x, items, Options()), Unit::Ppm);
-        QCOMPARE(Utils::convertToDisplayUnit(10.0, x, Options(), items), 20.0);
+            {itemName, text("first"), Unit::Ppb, Type::Pollutant, 2.0},
+            {itemName, text("second"), Unit::Fahrenheit, Type::AirTemperature, 3.0}};
+        QCOMPARE(Utils::displayName(itemName, items), text("first"));
+        QCOMPARE(Utils::conversionMultiplier(itemName, items), 2.0);
+        QCOMPARE(Utils::displayUnitOf(itemName, items, Options()), Unit::Ppm);
+        QCOMPARE(Utils::convertToDisplayUnit(10.0, itemName, Options(), items), 20.0);
     }
 
-    void leavesAnUnknownNameUnchanged()
+    void returnsUnknownNamesAndTheirValuesUnchanged()
     {
         const QString name = text("X");
         const Options options;
@@ -149,25 +151,25 @@ private slots:
 
     void convertsTemperatures()
     {
-        QVERIFY(temperature(100.0, Unit::Celsius, fahrenheit) == 211.99999523162842);
-        QVERIFY(temperature(212.0, Unit::Fahrenheit, celsius) == 100.0);
-        QVERIFY(temperature(0.1, Unit::Celsius, celsius) == 0.1);
-        QVERIFY(temperature(0.1, Unit::Fahrenheit, fahrenheit) == 0.1);
-        // A unit that is no temperature is taken for the one that was not chosen.
-        QVERIFY(temperature(212.0, Unit::Ppm, celsius) == 100.0);
-        QVERIFY(temperature(100.0, Unit::Ppm, fahrenheit) == 211.99999523162842);
-        QVERIFY(temperature(32.0, Unit::Undefined, celsius) == 0.0);
-        QVERIFY(temperature(0.0, Unit::Undefined, fahrenheit) == 32.0);
+        QVERIFY(convertedTemperature(100.0, Unit::Celsius, fahrenheit) == 211.99999523162842);
+        QVERIFY(convertedTemperature(212.0, Unit::Fahrenheit, celsius) == 100.0);
+        QVERIFY(convertedTemperature(0.1, Unit::Celsius, celsius) == 0.1);
+        QVERIFY(convertedTemperature(0.1, Unit::Fahrenheit, fahrenheit) == 0.1);
+        // A unit that is not a temperature unit is treated as the one that was not chosen.
+        QVERIFY(convertedTemperature(212.0, Unit::Ppm, celsius) == 100.0);
+        QVERIFY(convertedTemperature(100.0, Unit::Ppm, fahrenheit) == 211.99999523162842);
+        QVERIFY(convertedTemperature(32.0, Unit::Undefined, celsius) == 0.0);
+        QVERIFY(convertedTemperature(0.0, Unit::Undefined, fahrenheit) == 32.0);
     }
 
     void returnsTemperaturesInTheChosenUnitBitForBit()
     {
         const double denormal = std::numeric_limits<double>::denorm_min();
-        QVERIFY(temperature(denormal, Unit::Celsius, celsius) == denormal);
-        QVERIFY(std::signbit(temperature(-0.0, Unit::Fahrenheit, fahrenheit)));
+        QVERIFY(convertedTemperature(denormal, Unit::Celsius, celsius) == denormal);
+        QVERIFY(std::signbit(convertedTemperature(-0.0, Unit::Fahrenheit, fahrenheit)));
     }
 
-    void knowsTheChosenTemperatureUnit()
+    void recognizesTheChosenTemperatureUnit()
     {
         const Options inCelsius{celsius, ppm, true};
         const Options inFahrenheit{fahrenheit, ppm, true};
@@ -181,63 +183,65 @@ private slots:
 
     void convertsPollutants()
     {
-        QCOMPARE(pollutant(Unit::Ppb, ppm), 10.0);
-        QCOMPARE(pollutant(Unit::Ppb, micrograms), 10.0);
-        QCOMPARE(pollutant(Unit::Ppm, ppm), 4.0);
-        QCOMPARE(pollutant(Unit::Ppm, micrograms), 10.0);
-        QCOMPARE(pollutant(Unit::MicrogramsPerCubicMetre, ppm), 10.0);
-        QCOMPARE(pollutant(Unit::MicrogramsPerCubicMetre, micrograms), 4.0);
-        QCOMPARE(pollutant(Unit::Undefined, ppm), 10.0);
-        QCOMPARE(pollutant(Unit::Celsius, micrograms), 10.0);
+        QCOMPARE(convertedPollutant(Unit::Ppb, ppm), 10.0);
+        QCOMPARE(convertedPollutant(Unit::Ppb, micrograms), 10.0);
+        QCOMPARE(convertedPollutant(Unit::Ppm, ppm), 4.0);
+        QCOMPARE(convertedPollutant(Unit::Ppm, micrograms), 10.0);
+        QCOMPARE(convertedPollutant(Unit::MicrogramsPerCubicMetre, ppm), 10.0);
+        QCOMPARE(convertedPollutant(Unit::MicrogramsPerCubicMetre, micrograms), 4.0);
+        QCOMPARE(convertedPollutant(Unit::Undefined, ppm), 10.0);
+        QCOMPARE(convertedPollutant(Unit::Celsius, micrograms), 10.0);
     }
 
-    void passesEveryOtherTypeUnchanged()
+    void returnsValuesOfOtherTypesUnchanged()
     {
         for (const int number : {0, 3, 4, 5, 6, 7, 8, 9, 10, 11}) {
             const auto type = Type(number);
             for (int unit = 0; unit <= 13; ++unit) {
-                for (const bool first : {true, false}) {
-                    const Options options{first, first, true};
+                for (const bool firstUnits : {true, false}) {
+                    const Options options{firstUnits, firstUnits, true};
                     QVERIFY(Utils::convertToDisplayUnit(0.3, type, Unit(unit), 2.5, options)
                             == 0.3);
-                    QVERIFY(
-                        Utils::convertToDisplayUnit(0.3, x, options, oneItem(type, Unit(unit), 2.5))
-                        == 0.3);
+                    QVERIFY(Utils::convertToDisplayUnit(0.3, itemName, options,
+                                                        oneItem(type, Unit(unit), 2.5))
+                            == 0.3);
                 }
             }
         }
     }
 
-    void showsTheUnitOfTheType()
+    void displayUnitDependsOnTheType()
     {
         QCOMPARE(unitOf(Type::AirTemperature, celsius, micrograms), Unit::Celsius);
         QCOMPARE(unitOf(Type::AirTemperature, fahrenheit, ppm), Unit::Fahrenheit);
         QCOMPARE(unitOf(Type::Pollutant, fahrenheit, ppm), Unit::Ppm);
         QCOMPARE(unitOf(Type::Pollutant, celsius, micrograms), Unit::MicrogramsPerCubicMetre);
-        for (const bool first : {true, false}) {
-            QCOMPARE(unitOf(Type::Undefined, first, first), Unit::Undefined);
-            QCOMPARE(unitOf(Type::AirHumidity, first, first), Unit::RelativeHumidity);
-            QCOMPARE(unitOf(Type::AirPressure, first, first), Unit::Millibar);
-            QCOMPARE(unitOf(Type::ParticulateMatter, first, first), Unit::MicrogramsPerCubicMetre);
-            QCOMPARE(unitOf(Type::WindDirection, first, first), Unit::Degree);
-            QCOMPARE(unitOf(Type::WindSpeed, first, first), Unit::MetresPerSecond);
-            QCOMPARE(unitOf(Type::Rain, first, first), Unit::MillimetresPerHour);
-            QCOMPARE(unitOf(Type::Extra, first, first), Unit::ExtraUnit);
-            QCOMPARE(unitOf(Type::SolarRadiation, first, first), Unit::WattsPerSquareMetre);
+        for (const bool firstUnits : {true, false}) {
+            QCOMPARE(unitOf(Type::Undefined, firstUnits, firstUnits), Unit::Undefined);
+            QCOMPARE(unitOf(Type::AirHumidity, firstUnits, firstUnits), Unit::RelativeHumidity);
+            QCOMPARE(unitOf(Type::AirPressure, firstUnits, firstUnits), Unit::Millibar);
+            QCOMPARE(unitOf(Type::ParticulateMatter, firstUnits, firstUnits),
+                     Unit::MicrogramsPerCubicMetre);
+            QCOMPARE(unitOf(Type::WindDirection, firstUnits, firstUnits), Unit::Degree);
+            QCOMPARE(unitOf(Type::WindSpeed, firstUnits, firstUnits), Unit::MetresPerSecond);
+            QCOMPARE(unitOf(Type::Rain, firstUnits, firstUnits), Unit::MillimetresPerHour);
+            QCOMPARE(unitOf(Type::Extra, firstUnits, firstUnits), Unit::ExtraUnit);
+            QCOMPARE(unitOf(Type::SolarRadiation, firstUnits, firstUnits),
+                     Unit::WattsPerSquareMetre);
         }
-        for (const int noType : {-1, 11, 1000}) {
-            QCOMPARE(unitOf(Type(noType), celsius, ppm), Unit::Undefined);
+        for (const int unknownType : {-1, 11, 1000}) {
+            QCOMPARE(unitOf(Type(unknownType), celsius, ppm), Unit::Undefined);
         }
     }
 
-    void showsTheItemsOwnUnitForAnUndefinedType()
+    void displayUnitOfAnUndefinedTypeIsThatOfTheItem()
     {
         const auto items = oneItem(Type::Undefined, Unit::Ppb);
-        QCOMPARE(Utils::displayUnitOf(x, items, Options()), Unit::Ppb);
-        QCOMPARE(Utils::displayUnitText(x, items, Options()), text("ppb"));
+        QCOMPARE(Utils::displayUnitOf(itemName, items, Options()), Unit::Ppb);
+        QCOMPARE(Utils::displayUnitText(itemName, items, Options()), text("ppb"));
     }
 
-    void warnsAboutANumberThatIsNoUnit()
+    void warnsAboutAnUnknownUnitNumber()
     {
         for (const int number : {13, -1}) {
             const QByteArray line = "static QString MeasurementTypeUtils::measurementUnitToString"
@@ -248,18 +252,18 @@ private slots:
         }
     }
 
-    void hidesAnUndefinedUnitOnlyWhenAsked()
+    void hidesAnUndefinedUnitOnlyIfTheOptionIsSet()
     {
         const auto items = oneItem(Type::Undefined, Unit::Undefined);
         Options options;
-        QCOMPARE(Utils::displayUnitText(x, items, options), QString());
+        QCOMPARE(Utils::displayUnitText(itemName, items, options), QString());
         QCOMPARE(Utils::displayUnitText(text("unknown"), items, options), QString());
         options.hideUndefinedUnit = false;
-        QCOMPARE(Utils::displayUnitText(x, items, options), text("Undefined"));
+        QCOMPARE(Utils::displayUnitText(itemName, items, options), text("Undefined"));
         QCOMPARE(Utils::displayUnitCaption(text("unknown"), items, options), text("(Undefined)"));
     }
 
-    void putsTheUnitInBrackets()
+    void captionIsTheUnitInParentheses()
     {
         const struct
         {
@@ -268,29 +272,29 @@ private slots:
             const char *caption;
         } rows[] = {{Type::Rain, "mm/h", "(mm/h)"},
                     {Type::ParticulateMatter, "µg/m³", "(µg/m³)"},
-                    {Type::AirHumidity, "%RH", "(%RH)"}, // the pattern has place markers, too
+                    {Type::AirHumidity, "%RH", "(%RH)"}, // '%' does not start a place marker
                     {Type::Extra, "", ""}};
         for (const auto &row : rows) {
             const auto items = oneItem(row.type, Unit::Undefined);
-            QCOMPARE(Utils::displayUnitText(x, items, Options()), text(row.unit));
-            QCOMPARE(Utils::displayUnitCaption(x, items, Options()), text(row.caption));
+            QCOMPARE(Utils::displayUnitText(itemName, items, Options()), text(row.unit));
+            QCOMPARE(Utils::displayUnitCaption(itemName, items, Options()), text(row.caption));
         }
     }
 
-    void reportsTheMultiplier()
+    void returnsTheMultiplier()
     {
         for (const double multiplier : {2.5, -1.5, 1e-300}) {
             const auto items = oneItem(Type::AirHumidity, Unit::Ppm, multiplier);
-            QVERIFY(Utils::conversionMultiplier(x, items) == multiplier);
+            QVERIFY(Utils::conversionMultiplier(itemName, items) == multiplier);
         }
     }
 
-    void convertsByZeroThoughOneIsReported()
+    void multiplierZeroConvertsToZeroButIsReturnedAsOne()
     {
         for (const double zero : {0.0, -0.0}) {
             const auto items = oneItem(Type::Pollutant, Unit::Ppb, zero);
-            QVERIFY(Utils::convertToDisplayUnit(4.0, x, Options(), items) == 0.0);
-            QVERIFY(Utils::conversionMultiplier(x, items) == 1.0);
+            QVERIFY(Utils::convertToDisplayUnit(4.0, itemName, Options(), items) == 0.0);
+            QVERIFY(Utils::conversionMultiplier(itemName, items) == 1.0);
         }
     }
 };

@@ -15,10 +15,13 @@ namespace {
 
 const QDateTime noon(QDate(2023, 1, 2), QTime(12, 0, 0, 999), Qt::UTC);
 
-/// The text of the system for an error, in the language of the locale.
-QString systemText(int errorNumber) { return QString::fromLocal8Bit(std::strerror(errorNumber)); }
+/// The error message of the system, in the language of the locale.
+QString systemErrorMessage(int errorNumber)
+{
+    return QString::fromLocal8Bit(std::strerror(errorNumber));
+}
 
-/// The remainder of a division by the polynomial, bit by bit, as the definition has it.
+/// The remainder of the division by the polynomial, computed bit by bit as in the definition.
 int crcBitByBit(const QByteArray &bytes)
 {
     unsigned value = 0;
@@ -45,7 +48,7 @@ private slots:
         QVERIFY(m_dir->isValid());
     }
 
-    void writesTitlesAndRowsInTheirOrder()
+    void writesTitlesAndRowsInOrder()
     {
         QCOMPARE(csvOf(texts("Timestamp|NO2|T"),
                        {{{1.5, -2.0}, noon.addDays(1)}, {{0.0, 1013.25}, noon}}),
@@ -54,19 +57,19 @@ private slots:
                             "2023-01-02T12:00:00,0,1013.25\n"));
     }
 
-    void writesOnlyTitlesWithoutRows()
+    void writesOnlyTitlesIfThereAreNoRows()
     {
         QCOMPARE(csvOf(texts("a|b"), {}), QByteArray("a,b\n"));
         QCOMPARE(csvOf(texts("a"), {}), QByteArray("a\n"));
         QCOMPARE(csvOf({}, {}), QByteArray("\n"));
     }
 
-    void endsARowWithoutNumbersInAComma()
+    void rowWithoutNumbersEndsWithAComma()
     {
         QCOMPARE(csvOf(texts("a"), {{{}, noon}}), QByteArray("a\n2023-01-02T12:00:00,\n"));
     }
 
-    void leavesTheTimeEmptyWhenInvalid()
+    void writesInvalidTimeAsEmptyField()
     {
         QCOMPARE(csvOf(texts("a"), {{{1.0}, QDateTime()}}), QByteArray("a\n,1\n"));
     }
@@ -89,13 +92,13 @@ private slots:
                  QByteArray("a\n,1.23457e+06,123456,3.14159,20,1.23457e-05,-0.5,nan,inf\n"));
     }
 
-    void writesNumbersAlikeUnderADecimalComma()
+    void ignoresTheDecimalCommaOfTheLocale()
     {
         const QLocale before;
         const QByteArray numericBefore(setlocale(LC_NUMERIC, nullptr));
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        // Where the system has no such locale the call changes nothing, and Qt's own remains to be
-        // tried.
+        // If the system lacks this locale, the call has no effect and only Qt's default locale is
+        // tested.
         setlocale(LC_NUMERIC, "de_DE.UTF-8");
         const QByteArray csv = csvOf(texts("a"), {{{0.5, 1234.5}, noon}});
         setlocale(LC_NUMERIC, numericBefore.constData());
@@ -103,14 +106,15 @@ private slots:
         QCOMPARE(csv, QByteArray("a\n2023-01-02T12:00:00,0.5,1234.5\n"));
     }
 
-    void writesTheLocalTime()
+    void writesLocalTimes()
     {
         const TimeZoneScope zone(easternEurope);
-        const QDateTime forward(QDate(2023, 3, 26), QTime(1, 0), Qt::UTC);
-        const QDateTime back(QDate(2023, 10, 29), QTime(1, 0), Qt::UTC);
+        const QDateTime summerTimeStart(QDate(2023, 3, 26), QTime(1, 0), Qt::UTC);
+        const QDateTime summerTimeEnd(QDate(2023, 10, 29), QTime(1, 0), Qt::UTC);
         QVector<LogValue> rows;
         for (const QDateTime &time :
-             {forward.addSecs(-1), forward, back.addSecs(-1800), back.addSecs(1800),
+             {summerTimeStart.addSecs(-1), summerTimeStart, summerTimeEnd.addSecs(-1800),
+              summerTimeEnd.addSecs(1800),
               QDateTime(QDate(2023, 7, 1), QTime(12, 0), Qt::OffsetFromUTC, 20700)}) {
             rows.append({{1.0}, time});
         }
@@ -123,7 +127,7 @@ private slots:
                             "2023-07-01T09:15:00,1\n"));
     }
 
-    void writesTextInTheCodecOfTheLocale()
+    void writesTitlesInTheEncodingOfTheLocale()
     {
         QTextCodec *const before = QTextCodec::codecForLocale();
         const QStringList title{text("NO2 (µg/m³)")};
@@ -136,9 +140,9 @@ private slots:
         QCOMPARE(latin1, QByteArray("NO2 (\xB5g/m\xB3)\n"));
     }
 
-    void doesNotNoticeADiskThatIsFull()
+    void doesNotDetectAFullDisk()
     {
-        // More and less than the size of a buffer.
+        // More and less data than fit into the buffer of the file.
         for (const int rows : {100000, 1}) {
             QString error = text("before");
             QVERIFY(saveToCsv(text("/dev/full"), texts("a"),
@@ -160,7 +164,7 @@ private slots:
         QFETCH(int, errorNumber);
         QVERIFY(files::write(path("file"), "x"));
         const QString target = path(QTest::currentDataTag());
-        const QString reason = systemText(errorNumber);
+        const QString reason = systemErrorMessage(errorNumber);
         const QString line =
             QStringLiteral("Failed to open file \"%1\" \"%2\"").arg(target, reason);
         QTest::ignoreMessage(QtDebugMsg, line.toLocal8Bit().constData());
@@ -170,7 +174,7 @@ private slots:
         QVERIFY(!QFileInfo(target).isFile());
     }
 
-    void agreesWithKnownChecksums_data()
+    void crc8MatchesKnownChecksums_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("checksum");
@@ -182,7 +186,7 @@ private slots:
         QTest::addRow("check value") << QByteArray("123456789") << 0xA2;
     }
 
-    void agreesWithKnownChecksums()
+    void crc8MatchesKnownChecksums()
     {
         QFETCH(QByteArray, bytes);
         QFETCH(int, checksum);
@@ -190,7 +194,7 @@ private slots:
         QCOMPARE(crc8(QString::fromLatin1(bytes)), checksum);
     }
 
-    void agreesWithTheDefinitionForEveryPairOfBytes()
+    void crc8MatchesTheDefinitionForEveryPairOfBytes()
     {
         for (int first = 0; first < 256; ++first) {
             for (int second = 0; second < 256; ++second) {
@@ -202,12 +206,12 @@ private slots:
         }
     }
 
-    void takesACharacterOutsideLatin1ForAQuestionMark()
+    void crc8TreatsCharactersOutsideLatin1AsQuestionMarks()
     {
         QCOMPARE(crc8(text("€")), crc8(text("?")));
     }
 
-    void takesOnlyTheGivenNumberOfBytes()
+    void crc8ReadsOnlyTheGivenNumberOfBytes()
     {
         QCOMPARE(crc8("123456789 and more", 9), 0xA2);
         QCOMPARE(crc8("anything", 0), 0);
@@ -221,7 +225,7 @@ private slots:
         const char *const whole = "first\r\nsecond µg/m³ €\n";
         QTest::addRow("UTF-8") << QByteArray(whole) << text(whole);
         QTest::addRow("up to NUL") << QByteArray("before\0after", 12) << text("before");
-        QTest::addRow("no bytes") << QByteArray() << QString();
+        QTest::addRow("empty file") << QByteArray() << QString();
         QTest::addRow("begins with NUL") << QByteArray("\0text", 5) << QString();
     }
 
@@ -243,14 +247,14 @@ private slots:
         QString contents = text("before");
         QString error;
         QVERIFY(!readTextFile(path("missing.txt"), contents, error));
-        QCOMPARE(error, systemText(ENOENT));
+        QCOMPARE(error, systemErrorMessage(ENOENT));
         QCOMPARE(contents, text("before"));
     }
 
 private:
     QString path(const char *name) const { return m_dir->filePath(text(name)); }
 
-    /// The file with @p titles and @p rows; the error without one.
+    /// The contents of the file that saveToCsv() writes; its error message if it fails.
     QByteArray csvOf(const QStringList &titles, const QVector<LogValue> &rows) const
     {
         QString error = text("before");

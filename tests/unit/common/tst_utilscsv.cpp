@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The file of the CSV writer must equal the one that plain Qt calls write, byte by byte.
+// saveToCsv() must write exactly the same bytes as a simple implementation with QTextStream.
 #include "common/utils.h"
 #include "tests/kit/files.h"
 #include "tests/kit/testmain.h"
@@ -20,8 +20,9 @@
 
 namespace {
 
-/// Writes everything with one text stream in its default settings.
-bool savePlainly(const QString &fileName, const QStringList &titles, const QVector<LogValue> &rows)
+/// The simple implementation: one QTextStream with default settings.
+bool saveWithTextStream(const QString &fileName, const QStringList &titles,
+                        const QVector<LogValue> &rows)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
@@ -61,8 +62,8 @@ QVector<LogValue> rowsOf(const QVector<QDateTime> &times)
     return rows;
 }
 
-/// An instant with each Qt::TimeSpec.
-QVector<QDateTime> formsOf(qint64 ms)
+/// The instant @p ms, in ms since the epoch, with each Qt::TimeSpec.
+QVector<QDateTime> withEachTimeSpec(qint64 ms)
 {
     return {QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC),
             QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc()),
@@ -71,9 +72,9 @@ QVector<QDateTime> formsOf(qint64 ms)
             QDateTime::fromMSecsSinceEpoch(ms, Qt::LocalTime)};
 }
 
-using Random = std::mt19937_64; // the same numbers in each run
+using Random = std::mt19937_64; // seeded with constants: the same numbers in each run
 
-/// Rules with odd minutes and seconds, and the limits of an offset.
+/// Time zones of the POSIX form with unusual minutes and seconds, and with the greatest offsets.
 const QList<QByteArray> posixRules{easternEurope,
                                    "XYZ-24:59:59",
                                    "XYZ24:59:59",
@@ -88,9 +89,9 @@ const QList<QByteArray> posixRules{easternEurope,
                                    "IST-1GMT0,M10.5.0,M3.5.0/1",
                                    "ABC-3DEF-1,M5.3.3/12:30,M8.2.2/12:30"};
 
-// Four hours before and after a change: each full and half hour of the day and of the change, and
-// the seconds beside them.
-const QVector<int> secondsAroundChange = [] {
+// Seconds relative to a transition: each half hour from four hours before to four hours after it,
+// the seconds next to it, and one instant between it and the following one.
+const QVector<int> secondsAroundTransition = [] {
     QVector<int> seconds;
     for (int half = -8; half <= 8; ++half) {
         seconds << half * 1800 - 1 << half * 1800 << half * 1800 + 1 << half * 1800 + 613;
@@ -98,8 +99,9 @@ const QVector<int> secondsAroundChange = [] {
     return seconds;
 }();
 
-/// The offset in seconds and whether daylight-saving time is in force.
-std::pair<qint64, int> localRule(qint64 second)
+/// The offset from UTC in seconds, and whether daylight-saving time is in effect, at @p second
+/// since the epoch.
+std::pair<qint64, int> offsetAndDst(qint64 second)
 {
     const auto time = static_cast<std::time_t>(second);
     std::tm local{};
@@ -107,34 +109,34 @@ std::pair<qint64, int> localRule(qint64 second)
     return {local.tm_gmtoff, local.tm_isdst};
 }
 
-/// Changes of the zone that is set, in seconds since the epoch, and one day without a change. Of
-/// changes with the same offsets and flags before and after and the same place within an hour,
-/// only the first, unless the environment asks for all of them.
-QVector<qint64> zoneChanges()
+/// The UTC-offset transitions of the current time zone, in seconds since the epoch, and one instant
+/// without a transition. Of transitions with the same results of offsetAndDst() before and after
+/// them and the same position within an hour, only the first, unless KV_ZONE_TRANSITIONS is "all".
+QVector<qint64> zoneTransitions()
 {
-    static const bool all = qgetenv("KV_ZONE_CHANGES") == "all";
+    static const bool all = qgetenv("KV_ZONE_TRANSITIONS") == "all";
     constexpr qint64 end = 2145916800; // 2038-01-01
     const qint64 step = (all ? 1 : 5) * 86400;
-    QMap<QVector<qint64>, qint64> changes;
+    QMap<QVector<qint64>, qint64> transitions;
     for (qint64 from = 86400; from < end; from += step) {
         qint64 low = from;
         qint64 high = from + step;
-        const auto before = localRule(low);
-        const auto after = localRule(high);
+        const auto before = offsetAndDst(low);
+        const auto after = offsetAndDst(high);
         if (before == after) {
             continue;
         }
         while (high - low > 1) {
             const qint64 middle = (low + high) / 2;
-            (localRule(middle) == before ? low : high) = middle;
+            (offsetAndDst(middle) == before ? low : high) = middle;
         }
         const QVector<qint64> kind{before.first, before.second, after.first, after.second,
                                    all ? high : high % 3600};
-        if (!changes.contains(kind)) {
-            changes.insert(kind, high);
+        if (!transitions.contains(kind)) {
+            transitions.insert(kind, high);
         }
     }
-    return QVector<qint64>{1600000000} + changes.values().toVector();
+    return QVector<qint64>{1600000000} + transitions.values().toVector();
 }
 
 } // namespace
@@ -144,17 +146,18 @@ class TestUtilsCsv : public QObject
     Q_OBJECT
 
 private slots:
-    void writesNumbersAsATextStreamDoes_data()
+    void writesNumbersAsQTextStreamDoes_data()
     {
         QTest::addColumn<QVector<double>>("numbers");
         using Limits = std::numeric_limits<double>;
-        QVector<double> corners;
-        corners << 0.0 << 0.5 << 1.0 << 0.0001 << 0.00001 << 0.0009765625 << 9.5367431640625e-7
-                << 1013.25 << 33816.25 << 99999.95 << 123455.5 << 123456.5 << 999999.0 << 999999.5
-                << 999999.49999999988 << 1000000.0 << 1234565.0 << 1234575.0 << 1e21
-                << Limits::infinity() << Limits::quiet_NaN() << Limits::denorm_min()
-                << Limits::min() << Limits::max() << Limits::epsilon();
-        QTest::addRow("corners") << corners;
+        QVector<double> specialValues;
+        specialValues << 0.0 << 0.5 << 1.0 << 0.0001 << 0.00001 << 0.0009765625
+                      << 9.5367431640625e-7 << 1013.25 << 33816.25 << 99999.95 << 123455.5
+                      << 123456.5 << 999999.0 << 999999.5 << 999999.49999999988 << 1000000.0
+                      << 1234565.0 << 1234575.0 << 1e21 << Limits::infinity() << Limits::quiet_NaN()
+                      << Limits::denorm_min() << Limits::min() << Limits::max()
+                      << Limits::epsilon();
+        QTest::addRow("special values") << specialValues;
 
         Random random(1);
         const auto below = [&random](quint64 end) { return static_cast<double>(random() % end); };
@@ -163,26 +166,27 @@ private slots:
             std::generate(numbers.begin(), numbers.end(), next);
             QTest::addRow("%s", name) << numbers;
         };
-        addRow("any bits", [&random] {
+        addRow("random bits", [&random] {
             const quint64 bits = random();
             double number = 0.0;
             std::memcpy(&number, &bits, sizeof number);
             return number;
         });
-        // Half of the last digit, with each exponent that has such numbers, and some more.
-        addRow("halves",
+        // Halfway between two numbers of six digits, with each exponent for which a double can
+        // represent that, and with some more.
+        addRow("rounding ties",
                [below] { return (100000.5 + below(900000)) * std::pow(10.0, below(35) - 14.0); });
         addRow("binary fractions", [below] { return below(20000000) / std::exp2(below(24)); });
         addRow("decimal fractions", [below] { return below(20000000) / std::pow(10.0, below(9)); });
     }
 
-    void writesNumbersAsATextStreamDoes()
+    void writesNumbersAsQTextStreamDoes()
     {
         QFETCH(QVector<double>, numbers);
         compare(rowsOf(numbers));
     }
 
-    void writesUnusualTimesAsQtDoes_data()
+    void writesUnusualTimesAsQDateTimeDoes_data()
     {
         QTest::addColumn<QByteArray>("zone");
         for (const char *zone : {"UTC", "America/St_Johns", "Africa/Monrovia", easternEurope, ""}) {
@@ -190,7 +194,7 @@ private slots:
         }
     }
 
-    void writesUnusualTimesAsQtDoes()
+    void writesUnusualTimesAsQDateTimeDoes()
     {
         QFETCH(QByteArray, zone);
         const TimeZoneScope scope(zone.constData());
@@ -198,24 +202,24 @@ private slots:
         QVector<QDateTime> times{QDateTime(), QDateTime(QDate(2023, 2, 30), QTime(1, 2)),
                                  QDateTime(QDate(2023, 3, 26), QTime(3, 30)),
                                  QDateTime(QDate(2023, 10, 29), QTime(3, 30))};
-        // Years below 1000, before 0 and beyond 9999, the epoch, the last instant of all, the end
-        // of what a 32-bit time_t represents.
+        // Years below 1000, below 0 and above 9999, the greatest QDateTime, the epoch, and the end
+        // of a 32-bit time_t.
         for (const qint64 ms :
              QVector<qint64>{-62135596800000, -40000000000000, -99999999999999, 253402300799999,
                              253402300800000, 253402214400000, 9223372036854775807, -3600001, -1, 0,
                              999, 2147483647000, 2147483648000}) {
-            times += formsOf(ms);
+            times += withEachTimeSpec(ms);
         }
         Random random(2);
         for (int count = 0; count < 500; ++count) {
-            times += formsOf(static_cast<qint64>(random() % 2500000000000));
+            times += withEachTimeSpec(static_cast<qint64>(random() % 2500000000000));
         }
         compare(rowsOf(times));
     }
 
-    // Around each change of the clocks: in ascending order, newest first and shuffled, since the
-    // writer keeps the offset of an hour from one row to the next.
-    void writesTheTimesOfEveryZoneAsQtDoes()
+    // In ascending, random and descending order, because the writer keeps the offset of an hour
+    // from one row to the next.
+    void writesTimesOfEveryTimeZoneAsQDateTimeDoes()
     {
         QList<QByteArray> zones = posixRules;
         for (const QByteArray &id : QTimeZone::availableTimeZoneIds()) {
@@ -228,9 +232,9 @@ private slots:
         for (const QByteArray &zone : qAsConst(zones)) {
             const TimeZoneScope scope(zone.constData());
             QVector<QDateTime> ascending;
-            for (const qint64 change : zoneChanges()) {
-                for (const int second : secondsAroundChange) {
-                    ascending.append(QDateTime::fromSecsSinceEpoch(change + second, Qt::UTC));
+            for (const qint64 transition : zoneTransitions()) {
+                for (const int second : secondsAroundTransition) {
+                    ascending.append(QDateTime::fromSecsSinceEpoch(transition + second, Qt::UTC));
                 }
             }
             QVector<QDateTime> shuffled = ascending;
@@ -248,7 +252,7 @@ private slots:
         qDebug() << zones.size() << "zones," << instants << "rows";
     }
 
-    void usesTheZoneAtTheTimeOfWriting()
+    void usesTheTimeZoneInEffectWhenWriting()
     {
         const TimeZoneScope scope("UTC");
         const QVector<LogValue> rows = rowsOf(QVector<double>{1.5});
@@ -257,7 +261,7 @@ private slots:
         compare(rows);
     }
 
-    void writesTextsAsATextStreamDoes_data()
+    void writesTitlesAsQTextStreamDoes_data()
     {
         QTest::addColumn<QByteArray>("codec");
         for (const char *codec :
@@ -266,19 +270,19 @@ private slots:
         }
     }
 
-    void writesTextsAsATextStreamDoes()
+    void writesTitlesAsQTextStreamDoes()
     {
         QFETCH(QByteArray, codec);
         QTextCodec *const before = QTextCodec::codecForLocale();
-        QTextCodec *const tried = QTextCodec::codecForName(codec);
-        QVERIFY(tried != nullptr);
-        QTextCodec::setCodecForLocale(tried);
-        // The last two are longer than the buffer of a text stream, with surrogate pairs at every
-        // limit of a buffer.
-        const QString fog = text("\U0001F32B").repeated(40000);
+        QTextCodec *const testedCodec = QTextCodec::codecForName(codec);
+        QVERIFY(testedCodec != nullptr);
+        QTextCodec::setCodecForLocale(testedCodec);
+        // The last two titles are longer than the buffer of a QTextStream, and surrogate pairs
+        // cross the end of each buffer.
+        const QString longTitle = text("\U0001F32B").repeated(40000);
         compare(rowsOf(QVector<double>(2000, 1234.5)),
                 texts("Время|時刻|NO2 (µg/m³)|\U0001F32B, \"a\"\n")
-                    + QStringList{fog + text("x"), fog});
+                    + QStringList{longTitle + text("x"), longTitle});
         QTextCodec::setCodecForLocale(before);
     }
 
@@ -286,12 +290,12 @@ private:
     void compare(const QVector<LogValue> &rows, const QStringList &titles = texts("a"))
     {
         const QString path = m_dir.filePath(text("a.csv"));
-        const QString plainPath = m_dir.filePath(text("plain.csv"));
+        const QString referencePath = m_dir.filePath(text("reference.csv"));
         QString error;
         QVERIFY(saveToCsv(path, titles, rows, error));
-        QVERIFY(savePlainly(plainPath, titles, rows));
+        QVERIFY(saveWithTextStream(referencePath, titles, rows));
         const QByteArray written = files::contents(path);
-        const QByteArray expected = files::contents(plainPath);
+        const QByteArray expected = files::contents(referencePath);
         QVERIFY(expected.size() > rows.size());
         if (written != expected) {
             QCOMPARE(written.split('\n'), expected.split('\n'));

@@ -6,7 +6,7 @@
 
 namespace {
 
-QStringList unitTexts()
+QStringList unitStrings()
 {
     QStringList result;
     for (int number = 0; number <= static_cast<int>(MeasurementUnit::WattsPerSquareMetre);
@@ -18,31 +18,31 @@ QStringList unitTexts()
 
 } // namespace
 
-/// A program of its own, since the texts are made once in each.
-class TestMeasurementUnitTexts : public QObject
+/// A separate program, because the strings of the units are translated only once in a process.
+class TestMeasurementUnitTranslation : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void keepTheLanguageOfTheFirstCall()
+    void unitStringsKeepTheLanguageOfTheFirstCall()
     {
         {
             const PrefixingTranslator first("first ", "QObject");
-            // Any one text makes all of them.
+            // The first call translates the strings of all units.
             QCOMPARE(MeasurementTypeUtils::measurementUnitToString(MeasurementUnit::Ppm),
                      text("first ppm"));
         }
-        // In the order of the units' numbers; the unit "extra" has no text to translate.
+        // In the order of the units' numbers; the unit "extra" has no string to translate.
         const QStringList expected =
             texts("first Undefined|first °C|first °F|first ppb|first ppm|first µg/m³|first mbar|"
                   "first %RH|first °||first mm/h|first m/s|first W/m2");
-        QCOMPARE(unitTexts(), expected);
+        QCOMPARE(unitStrings(), expected);
 
         const PrefixingTranslator later("later ");
         QCOMPARE(QObject::tr("ppm"), text("later ppm"));
-        QCOMPARE(unitTexts(), expected);
+        QCOMPARE(unitStrings(), expected);
     }
 };
 
-KV_TEST_CORE_MAIN(TestMeasurementUnitTexts)
-#include "tst_measurementunittexts.moc"
+KV_TEST_CORE_MAIN(TestMeasurementUnitTranslation)
+#include "tst_measurementunittranslation.moc"
