@@ -8,30 +8,33 @@
 #include <QtCore/QScopedPointer>
 #include <QtCore/QTemporaryDir>
 
-inline MeasurementValue valid(const char *name, double value) { return {text(name), true, value}; }
+inline MeasurementValue validValue(const char *name, double value)
+{
+    return {text(name), true, value};
+}
 
-/// A base class for tests of a store in a folder of its own.
+/// A base class for tests of an SQLite store in a temporary folder.
 class SqliteStoreFixture
 {
 protected:
-    /// Makes a store in a new folder.
-    void begin()
+    /// Creates a store and an empty folder for its file.
+    void createStore()
     {
         m_dir.reset(new QTemporaryDir);
         m_store.reset(new LocalStorageSqlite);
     }
 
     /// Destroys the store and its connection.
-    void end()
+    void destroyStore()
     {
         m_store.reset();
         QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     }
 
-    /// Replaces the store by a new one for the same file, as the next start of the program does.
-    void restart()
+    /// Replaces the store with a new one, as after a restart of the tool. The folder remains.
+    void recreateStore()
     {
-        end();
+        destroyStore();
         m_store.reset(new LocalStorageSqlite);
     }
 
@@ -41,14 +44,14 @@ protected:
 
     QString path(const char *name = "measurements.db") const { return m_dir->filePath(text(name)); }
 
-    /// Runs @p sql on a second connection and returns the rows, with a comma between their columns.
-    QStringList rows(const QByteArray &sql) const
+    /// Runs @p sql on a second connection and returns its rows, with commas between the columns.
+    QStringList runSql(const QByteArray &sql) const
     {
         return DatabaseInspector(path()).texts(QString::fromUtf8(sql));
     }
 
-    /// Runs @p sql on the store's own connection.
-    static bool runInside(const char *sql) { return QSqlQuery().exec(text(sql)); }
+    /// Runs @p sql on the connection of the store.
+    static bool runSqlInStore(const char *sql) { return QSqlQuery().exec(text(sql)); }
 
 private:
     QScopedPointer<QTemporaryDir> m_dir;

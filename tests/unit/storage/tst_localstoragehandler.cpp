@@ -9,12 +9,12 @@
 namespace {
 
 constexpr unsigned noId = std::numeric_limits<unsigned>::max();
-constexpr const char *noDevice = "Device details not set yet, can't add measurements yet";
-const QDateTime time1(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
-const MeasurementMetadata metadata{MeasurementState::NotStabilized, time1};
+constexpr const char *noDeviceWarning = "Device details not set yet, can't add measurements yet";
+const QDateTime timestamp(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+const MeasurementMetadata metadata{MeasurementState::NotStabilized, timestamp};
 const QVector<MeasurementValue> values{{text("T"), true, 1.5}, {text("H"), false, 0.0}};
 
-/// Sets a device with the serial number @p serial, for which the log must have the id @p id.
+/// Sets a device with the serial number @p serial and expects the debug message with the id @p id.
 void setDevice(LocalStorageHandler &handler, const char *serial, unsigned id)
 {
     const QString line = text("void LocalStorageHandler::setDevice(const DeviceDetails&) "
@@ -42,21 +42,22 @@ private slots:
         }
     }
 
-    void forwardsMeasurements()
+    void forwardsQueriesOfMeasurements()
     {
         FakeLocalStorage store;
         store.measurementsResult.resize(2);
         store.measurementsResult[1].state = MeasurementState::HardwareError;
         LocalStorageHandler handler(&store);
 
-        // Measurements of any device can be read, also before one is connected.
-        const QVector<StoredMeasurement> found = handler.measurements(time1, time1.addSecs(10), 7);
+        // Readings of any device can be queried, even before a device is set.
+        const QVector<StoredMeasurement> found =
+            handler.measurements(timestamp, timestamp.addSecs(10), 7);
 
         QCOMPARE(found.size(), 2);
         QCOMPARE(found.at(1).state, MeasurementState::HardwareError);
         QCOMPARE(store.measurementsAsks.size(), 1);
-        QCOMPARE(store.measurementsAsks.at(0).from, time1);
-        QCOMPARE(store.measurementsAsks.at(0).to, time1.addSecs(10));
+        QCOMPARE(store.measurementsAsks.at(0).from, timestamp);
+        QCOMPARE(store.measurementsAsks.at(0).to, timestamp.addSecs(10));
         QCOMPARE(store.measurementsAsks.at(0).deviceId, 7U);
     }
 
@@ -73,20 +74,20 @@ private slots:
         QCOMPARE(store.addedDevices.at(0).hwVersion, text("A"));
     }
 
-    void dropsAMeasurementBeforeTheDeviceIsKnown()
+    void dropsReadingsBeforeADeviceIsSet()
     {
         FakeLocalStorage store;
         LocalStorageHandler handler(&store);
         QVERIFY(!handler.hasDevice());
         QCOMPARE(handler.localStorage(), &store);
-        QTest::ignoreMessage(QtWarningMsg, noDevice);
+        QTest::ignoreMessage(QtWarningMsg, noDeviceWarning);
         handler.addMeasurements(metadata, values);
         // Dropped, not queued.
         setDevice(handler, "S1", 1);
         QCOMPARE(store.calls, texts("addDevice"));
     }
 
-    void storesAMeasurementUnderTheDevice()
+    void storesReadingsUnderTheIdOfTheDevice()
     {
         FakeLocalStorage store;
         store.addDeviceId = 3;
@@ -99,7 +100,7 @@ private slots:
         const auto &added = store.addedMeasurements.at(0);
         QCOMPARE(added.deviceId, 3U);
         QCOMPARE(added.metadata.state, MeasurementState::NotStabilized);
-        QCOMPARE(added.metadata.timestamp, time1);
+        QCOMPARE(added.metadata.timestamp, timestamp);
         QCOMPARE(added.idBefore, noId);
         // Values that are not available are passed unchanged; the store skips them.
         const auto &passed = store.addedValues.at(0);
@@ -116,22 +117,22 @@ private slots:
         QVERIFY(store.addedValues.at(1).values.isEmpty());
     }
 
-    void storesNoValuesWithoutTheirMeasurement()
+    void storesNoValuesIfAddMeasurementFails()
     {
         FakeLocalStorage store;
         store.addMeasurementResult = false;
         LocalStorageHandler handler(&store);
         setDevice(handler, "S1", 1);
-        for (int reply = 1; reply <= 2; ++reply) {
+        for (int reading = 1; reading <= 2; ++reading) {
             QTest::ignoreMessage(QtWarningMsg, "Failed to add measurements to local database");
             handler.addMeasurements(metadata, values);
-            // The next reply is tried nevertheless.
-            QCOMPARE(store.count(text("addMeasurement")), reply);
+            // The next reading is still passed to the store.
+            QCOMPARE(store.count(text("addMeasurement")), reading);
         }
         QCOMPARE(store.count(text("addMeasurementValues")), 0);
     }
 
-    void followsAChangeOfDevice()
+    void usesIdOfLatestDevice()
     {
         FakeLocalStorage store;
         LocalStorageHandler handler(&store);
@@ -148,7 +149,7 @@ private slots:
         }
     }
 
-    void hasNoDeviceWhenTheStoreSetsNoId()
+    void hasNoDeviceIfAddDeviceSetsNoId()
     {
         for (const bool result : {false, true}) {
             FakeLocalStorage store;
@@ -161,17 +162,17 @@ private slots:
             }
             setDevice(handler, "S2", noId);
 
-            // Nothing of S2 is stored as S1's.
+            // No reading of S2 is stored under S1.
             QVERIFY(!handler.hasDevice());
-            for (int reply = 0; reply < 2; ++reply) {
-                QTest::ignoreMessage(QtWarningMsg, noDevice);
+            for (int reading = 0; reading < 2; ++reading) {
+                QTest::ignoreMessage(QtWarningMsg, noDeviceWarning);
                 handler.addMeasurements(metadata, values);
             }
             QCOMPARE(store.count(text("addMeasurement")), 0);
         }
     }
 
-    void keepsTheIdThatAFailingStoreWrote()
+    void keepsIdSetByFailedAddDevice()
     {
         FakeLocalStorage store;
         store.addDeviceResult = false;

@@ -9,11 +9,12 @@
 
 namespace {
 
-constexpr unsigned untouched = 4711;
-const QDateTime time1(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+constexpr unsigned initialId = 4711;
+const QDateTime timestamp(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
 
-// QtSql's text for a statement that the engine did not accept: the reason is no longer available.
-constexpr const char *noQuery = "No query Unable to fetch row";
+// The error text of a query after SQLite has rejected its statement; the reason is no longer
+// available.
+constexpr const char *noQueryError = "No query Unable to fetch row";
 
 const char *const schema[] = {
     "CREATE TABLE device(id integer primary key autoincrement, model text, serial text, "
@@ -25,7 +26,7 @@ const char *const schema[] = {
     "measurement_type_id integer, value real)",
 };
 
-/// Expects the one warning of a failed statement; @p error is the beginning of the engine's text.
+/// Expects the warning about one failed statement; @p error is the beginning of the error text.
 void expectFailure(const QByteArray &context, const char *error = ".")
 {
     const QString pattern =
@@ -33,9 +34,9 @@ void expectFailure(const QByteArray &context, const char *error = ".")
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(pattern));
 }
 
-void expectNoDatabase(int times)
+void expectDatabaseNotOpen(int count)
 {
-    for (int time = 0; time < times; ++time) {
+    for (int i = 0; i < count; ++i) {
         QTest::ignoreMessage(QtWarningMsg, "QSqlQuery::prepare: database not open");
     }
 }
@@ -46,17 +47,17 @@ bool isOpen()
     return QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false).isOpen();
 }
 
-/// A store that never gets a new measurement type.
+/// A store that fails to add measurement types.
 class StoreWithoutNewTypes : public LocalStorageSqlite
 {
 public:
     bool addMeasurementType(const QString &name, unsigned &typeId) override
     {
         Q_UNUSED(typeId)
-        asked << name;
+        requestedNames << name;
         return false;
     }
-    QStringList asked;
+    QStringList requestedNames;
 };
 
 } // namespace
@@ -66,10 +67,10 @@ class TestLocalStorageSqliteFile : public QObject, private SqliteStoreFixture
     Q_OBJECT
 
 private slots:
-    void init() { begin(); }
-    void cleanup() { end(); }
+    void init() { createStore(); }
+    void cleanup() { destroyStore(); }
 
-    void usesTheDefaultConnectionWhileItLives()
+    void usesTheDefaultConnectionUntilItIsDestroyed()
     {
         QCOMPARE(QSqlDatabase::connectionNames(), texts(QSqlDatabase::defaultConnection));
         QVERIFY(!isOpen());
@@ -77,7 +78,7 @@ private slots:
         QCOMPARE(QSqlDatabase::database().driverName(), text("QSQLITE"));
         QCOMPARE(QSqlDatabase::database().databaseName(), path());
         QVERIFY(isOpen());
-        end();
+        destroyStore();
         {
             LocalStorageSqlite store;
             QVERIFY(store.open(path()));
@@ -94,79 +95,79 @@ private slots:
             expected << text(statement);
         }
         QCOMPARE(
-            rows("select sql from sqlite_master where name not like 'sqlite_%' order by rowid"),
+            runSql("select sql from sqlite_master where name not like 'sqlite_%' order by rowid"),
             expected);
-        // Neither index, view nor version.
-        QCOMPARE(rows("select name from sqlite_master where type <> 'table'"), QStringList());
-        QCOMPARE(rows("pragma user_version"), texts("0"));
+        // No index, no view and no schema version.
+        QCOMPARE(runSql("select name from sqlite_master where type <> 'table'"), QStringList());
+        QCOMPARE(runSql("pragma user_version"), texts("0"));
         QVERIFY(store().devices().isEmpty());
         QVERIFY(store().measurementMetadata(1).isEmpty());
         QVERIFY(store().measurementTypes(1).isEmpty());
-        QVERIFY(store().measurements(time1, time1.addYears(100), 1).isEmpty());
+        QVERIFY(store().measurements(timestamp, timestamp.addYears(100), 1).isEmpty());
     }
 
-    void doesNotCheckAnExistingFile()
+    void doesNotCheckTheTablesOfAnExistingFile()
     {
         QVERIFY(open());
         QVERIFY(addDevice());
-        rows("drop table measurement_value");
-        restart();
+        runSql("drop table measurement_value");
+        recreateStore();
         QVERIFY(open());
         QCOMPARE(store().devices().size(), 1);
-        // Not repaired either.
-        QCOMPARE(rows("select name from sqlite_master where name = 'measurement_value'"),
+        // The table is not created again either.
+        QCOMPARE(runSql("select name from sqlite_master where name = 'measurement_value'"),
                  QStringList());
     }
 
-    void knowsTheTypesOfAnExistingFile()
+    void usesTheTypeIdsOfAnExistingFile()
     {
         QVERIFY(open());
-        store().addMeasurementValues(1, {valid("T", 1.0), valid("H", 2.0)});
-        restart();
+        store().addMeasurementValues(1, {validValue("T", 1.0), validValue("H", 2.0)});
+        recreateStore();
         QVERIFY(open());
-        store().addMeasurementValues(2, {valid("H", 3.0)});
-        QCOMPARE(rows("select id, name from measurement_type order by id"), texts("1,T|2,H"));
-        QCOMPARE(rows("select measurement_type_id from measurement_value order by id"),
+        store().addMeasurementValues(2, {validValue("H", 3.0)});
+        QCOMPARE(runSql("select id, name from measurement_type order by id"), texts("1,T|2,H"));
+        QCOMPARE(runSql("select measurement_type_id from measurement_value order by id"),
                  texts("1|2|2"));
     }
 
     void opensTheSameFileAgain()
     {
         QVERIFY(open());
-        store().addMeasurementValues(1, {valid("T", 1.0)});
+        store().addMeasurementValues(1, {validValue("T", 1.0)});
         QVERIFY(open());
-        store().addMeasurementValues(1, {valid("T", 2.0)});
+        store().addMeasurementValues(1, {validValue("T", 2.0)});
         store().close();
         store().close();
         QVERIFY(open());
-        store().addMeasurementValues(1, {valid("T", 3.0)});
-        QCOMPARE(rows("select name from measurement_type"), texts("T"));
-        QCOMPARE(rows("select value from measurement_value order by id"), texts("1|2|3"));
+        store().addMeasurementValues(1, {validValue("T", 3.0)});
+        QCOMPARE(runSql("select name from measurement_type"), texts("T"));
+        QCOMPARE(runSql("select value from measurement_value order by id"), texts("1|2|3"));
     }
 
-    void rejectsAFileThatIsNoStore_data()
+    void rejectsAnExistingFileWithoutTables_data()
     {
         QTest::addColumn<QByteArray>("bytes");
-        QTest::addRow("zero length") << QByteArray();
+        QTest::addRow("empty") << QByteArray();
         QTest::addRow("text") << QByteArray("no database at all\n").repeated(500);
         QTest::addRow("one byte") << QByteArray("x");
-        QTest::addRow("the magic alone")
+        QTest::addRow("magic number only")
             << QByteArray("SQLite format 3\0", 16) + QByteArray(4080, '\0');
     }
 
-    void rejectsAFileThatIsNoStore()
+    void rejectsAnExistingFileWithoutTables()
     {
         QFETCH(QByteArray, bytes);
         QVERIFY(files::write(path(), bytes));
-        expectFailure("reading measurement types", noQuery);
+        expectFailure("reading measurement types", noQueryError);
         QVERIFY(!open());
-        restart();
+        recreateStore();
         // The file was not changed.
         QVERIFY(QFile::exists(path()));
         QCOMPARE(files::contents(path()), bytes);
     }
 
-    void rejectsATruncatedStore_data()
+    void rejectsATruncatedDatabase_data()
     {
         QTest::addColumn<int>("size");
         QTest::addRow("within the header") << 50;
@@ -174,11 +175,11 @@ private slots:
         QTest::addRow("after the schema") << 4096;
     }
 
-    void rejectsATruncatedStore()
+    void rejectsATruncatedDatabase()
     {
         QFETCH(int, size);
         QVERIFY(open());
-        store().addMeasurementValues(1, {valid("T", 1.0)});
+        store().addMeasurementValues(1, {validValue("T", 1.0)});
         store().close();
         QVERIFY(QFile::resize(path(), size));
         expectFailure("reading measurement types");
@@ -195,7 +196,7 @@ private slots:
                                  "Error opening database");
             QVERIFY2(!store().open(path(name)), name);
         }
-        // No folder is made for the store.
+        // The missing folder is not created.
         QVERIFY(!QFileInfo::exists(path("missing")));
     }
 
@@ -206,22 +207,22 @@ private slots:
         QVERIFY(!store().open(path("missing/measurements.db")));
         const QString empty = path("empty.db");
         QVERIFY(files::write(empty, QByteArray()));
-        expectFailure("reading measurement types", noQuery);
+        expectFailure("reading measurement types", noQueryError);
         QVERIFY(!store().open(empty));
 
         QVERIFY(open());
         QVERIFY(addDevice());
-        QCOMPARE(rows("select serial from device"), texts("S1"));
+        QCOMPARE(runSql("select serial from device"), texts("S1"));
         QCOMPARE(QFileInfo(empty).size(), 0);
     }
 
-    void keepsTheTypesOfTheFileBefore()
+    void keepsTheTypeIdsOfThePreviousFile()
     {
         QVERIFY(open());
-        store().addMeasurementValues(1, {valid("T", 1.0)});
+        store().addMeasurementValues(1, {validValue("T", 1.0)});
         QVERIFY(store().open(path("other.db")));
-        store().addMeasurementValues(1, {valid("T", 2.0), valid("H", 3.0)});
-        // "T" is stored under its id of the first file, which is that of "H" in this one.
+        store().addMeasurementValues(1, {validValue("T", 2.0), validValue("H", 3.0)});
+        // "T" is stored with its id of the first file, which is the id of "H" in this one.
         DatabaseInspector other(path("other.db"));
         QCOMPARE(other.texts(text("select id, name from measurement_type")), texts("1,H"));
         QCOMPARE(other.texts(text("select measurement_type_id, value from measurement_value")),
@@ -230,7 +231,7 @@ private slots:
 
     void reportsASchemaThatCannotBeCreated()
     {
-        // The engine can create the file, but not the journal that a change needs.
+        // SQLite can create the file, but not the journal that a change needs.
         const QString journal = path("measurements.db-journal");
         QVERIFY(QDir().mkdir(journal));
         expectFailure("creating device table", "unable to open database file");
@@ -240,13 +241,13 @@ private slots:
         QVERIFY(isOpen());
         QVERIFY(QFile::exists(path()));
 
-        // The next attempt finds a file, and so creates nothing.
+        // The next attempt finds a file and therefore creates no tables.
         QVERIFY(QDir().rmdir(journal));
-        expectFailure("reading measurement types", noQuery);
+        expectFailure("reading measurement types", noQueryError);
         QVERIFY(!open());
     }
 
-    void stopsCreatingAtTheFirstFailure_data()
+    void stopsCreatingTablesAtTheFirstFailure_data()
     {
         QTest::addColumn<QByteArray>("context");
         QTest::addColumn<QStringList>("tables");
@@ -261,21 +262,21 @@ private slots:
             << texts("measurement_value|device|measurement_type|measurement_metadata");
     }
 
-    void stopsCreatingAtTheFirstFailure()
+    void stopsCreatingTablesAtTheFirstFailure()
     {
         QFETCH(QByteArray, context);
-        // A file that the engine finds and Qt does not: Qt interprets a path with a leading colon
-        // as one of its resources.
+        // SQLite finds this file but Qt does not: Qt interprets a path with a leading colon as a
+        // resource.
         const QString before = QDir::currentPath();
         QVERIFY(QDir::setCurrent(QFileInfo(path()).path()));
         QVERIFY(std::filesystem::create_directory(":"));
-        const QString hidden = text(":/measurements.db");
-        DatabaseInspector inspector(hidden);
+        const QString pathHiddenFromQt = text(":/measurements.db");
+        DatabaseInspector inspector(pathHiddenFromQt);
         inspector.texts(QStringLiteral("create table %1(id)").arg(text(QTest::currentDataTag())));
 
-        expectFailure(context, noQuery);
+        expectFailure(context, noQueryError);
         QTest::ignoreMessage(QtWarningMsg, "Failed to create database to :/measurements.db");
-        const bool opened = store().open(hidden);
+        const bool opened = store().open(pathHiddenFromQt);
         const QStringList found = inspector.tables();
         QDir::setCurrent(before);
         QVERIFY(!opened);
@@ -287,110 +288,112 @@ private slots:
         QVERIFY(open());
         store().close();
         QVERIFY(!isOpen());
-        expectNoDatabase(2);
+        expectDatabaseNotOpen(2);
         expectFailure("loading device details");
         expectFailure("loading device measurement range");
         QVERIFY(store().devices().isEmpty());
 
-        expectNoDatabase(1);
+        expectDatabaseNotOpen(1);
         expectFailure("adding measurement to local database");
-        unsigned id = untouched;
+        unsigned id = initialId;
         QVERIFY(!store().addMeasurement(1, {}, id));
-        QCOMPARE(id, untouched);
+        QCOMPARE(id, initialId);
 
-        expectNoDatabase(2);
+        expectDatabaseNotOpen(2);
         expectFailure("loading measurement metadatas");
         expectFailure("loading measurement values");
         QVERIFY(store().measurements(QDateTime(), QDateTime(), 1).isEmpty());
     }
 
-    void reportsThatAddingFails()
+    void reportsRowsThatCannotBeAdded()
     {
         QVERIFY(open());
-        QVERIFY(runInside("pragma query_only = 1"));
+        QVERIFY(runSqlInStore("pragma query_only = 1"));
         const char *const reason = "attempt to write a readonly database";
         expectFailure("adding device to local database", reason);
         QVERIFY(!addDevice());
         expectFailure("adding measurement to local database", reason);
         QVERIFY(!addMeasurement());
         expectFailure("adding measurement type T to local database", reason);
-        unsigned id = untouched;
+        unsigned id = initialId;
         QVERIFY(!store().addMeasurementType(text("T"), id));
     }
 
-    void goesOnAfterATypeThatCannotBeAdded()
+    void continuesAfterATypeThatCannotBeAdded()
     {
         QVERIFY(open());
         unsigned id = 0;
         QVERIFY(store().addMeasurementType(text("T"), id));
-        rows("create trigger no_types before insert on measurement_type "
-             "begin select raise(abort, 'no more types'); end");
+        runSql("create trigger no_types before insert on measurement_type "
+               "begin select raise(abort, 'no more types'); end");
         for (const QByteArray &name : {QByteArray("H"), QByteArray("P")}) {
             expectFailure("adding measurement type " + name + " to local database",
                           "no more types");
             QTest::ignoreMessage(QtWarningMsg, "Failed to resolve measurement type " + name);
         }
-        store().addMeasurementValues(
-            1, {valid("H", 1.0), valid("T", 2.0), valid("P", 3.0), valid("T", 4.0)});
-        QCOMPARE(rows("select value from measurement_value order by id"), texts("2|4"));
+        store().addMeasurementValues(1,
+                                     {validValue("H", 1.0), validValue("T", 2.0),
+                                      validValue("P", 3.0), validValue("T", 4.0)});
+        QCOMPARE(runSql("select value from measurement_value order by id"), texts("2|4"));
 
-        // A name that failed is not remembered.
-        rows("drop trigger no_types");
-        store().addMeasurementValues(1, {valid("H", 5.0)});
-        QCOMPARE(rows("select name from measurement_type order by id"), texts("T|H"));
+        // The name can be added later.
+        runSql("drop trigger no_types");
+        store().addMeasurementValues(1, {validValue("H", 5.0)});
+        QCOMPARE(runSql("select name from measurement_type order by id"), texts("T|H"));
     }
 
-    void asksForNewTypesThroughTheInterface()
+    void addsTypesThroughTheVirtualFunction()
     {
-        end();
+        destroyStore();
         StoreWithoutNewTypes store;
         QVERIFY(store.open(text(":memory:")));
         QTest::ignoreMessage(QtWarningMsg, "Failed to resolve measurement type T");
-        store.addMeasurementValues(1, {valid("T", 1.0), {text("H"), false, 0.0}});
-        QCOMPARE(store.asked, texts("T"));
+        store.addMeasurementValues(1, {validValue("T", 1.0), {text("H"), false, 0.0}});
+        QCOMPARE(store.requestedNames, texts("T"));
     }
 
-    void goesOnAfterAValueThatCannotBeAdded()
+    void continuesAfterAValueThatCannotBeAdded()
     {
         QVERIFY(open());
-        rows("create trigger no_twos before insert on measurement_value "
-             "when new.value = 2 begin select raise(abort, 'no twos'); end");
+        runSql("create trigger no_twos before insert on measurement_value "
+               "when new.value = 2 begin select raise(abort, 'no twos'); end");
         expectFailure("adding measurement values", "no twos");
-        store().addMeasurementValues(1, {valid("T", 1.0), valid("H", 2.0), valid("P", 3.0)});
-        QCOMPARE(rows("select value from measurement_value order by id"), texts("1|3"));
+        store().addMeasurementValues(
+            1, {validValue("T", 1.0), validValue("H", 2.0), validValue("P", 3.0)});
+        QCOMPARE(runSql("select value from measurement_value order by id"), texts("1|3"));
     }
 
-    void keepsTheMeasurementWhoseValuesFailed()
+    void keepsAMeasurementWhoseValuesCannotBeAdded()
     {
         QVERIFY(open());
         QVERIFY(addMeasurement());
         unsigned id = 0;
         QVERIFY(store().addMeasurementType(text("T"), id));
-        QVERIFY(runInside("pragma query_only = 1"));
+        QVERIFY(runSqlInStore("pragma query_only = 1"));
         expectFailure("adding measurement values", "attempt to write a readonly database");
-        store().addMeasurementValues(1, {valid("T", 1.0)});
-        const QVector<StoredMeasurement> found = store().measurements(time1, time1, 1);
+        store().addMeasurementValues(1, {validValue("T", 1.0)});
+        const QVector<StoredMeasurement> found = store().measurements(timestamp, timestamp, 1);
         QCOMPARE(found.size(), 1);
         QVERIFY(found.at(0).values.isEmpty());
     }
 
-    void returnsWhatCanBeReadWhenAQueryFails()
+    void returnsWhatCanBeReadIfAQueryFails()
     {
         QVERIFY(open());
         QVERIFY(addDevice());
         QVERIFY(addMeasurement());
-        rows("drop table measurement_value");
+        runSql("drop table measurement_value");
         expectFailure("loading measurement values");
-        const QVector<StoredMeasurement> found = store().measurements(time1, time1, 1);
+        const QVector<StoredMeasurement> found = store().measurements(timestamp, timestamp, 1);
         QCOMPARE(found.size(), 1);
         QCOMPARE(found.at(0).state, MeasurementState::Ready);
         QVERIFY(found.at(0).values.isEmpty());
 
-        rows("drop table measurement_type");
+        runSql("drop table measurement_type");
         expectFailure("loading measurement types");
         QVERIFY(store().measurementTypes(1).isEmpty());
 
-        rows("drop table measurement_metadata");
+        runSql("drop table measurement_metadata");
         expectFailure("loading measurement metadatas");
         QVERIFY(store().measurementMetadata(1).isEmpty());
         expectFailure("loading device measurement range");
@@ -398,7 +401,7 @@ private slots:
         QCOMPARE(devices.size(), 1);
         QVERIFY(!devices.at(0).lastMeasurement.isValid());
 
-        rows("drop table device");
+        runSql("drop table device");
         expectFailure("loading device details");
         expectFailure("loading device measurement range");
         QVERIFY(store().devices().isEmpty());
@@ -407,8 +410,8 @@ private slots:
     void reportsALockedFile()
     {
         QVERIFY(open());
-        // The engine would wait for five seconds; the test shortens that.
-        QVERIFY(runInside("pragma busy_timeout = 1"));
+        // SQLite would otherwise wait for five seconds.
+        QVERIFY(runSqlInStore("pragma busy_timeout = 1"));
         {
             DatabaseInspector locker(path());
             QCOMPARE(locker.texts(text("begin exclusive")), QStringList());
@@ -422,22 +425,22 @@ private slots:
             QVERIFY(!addDevice());
         }
         QVERIFY(addMeasurement());
-        QCOMPARE(rows("select id from measurement_metadata"), texts("1"));
+        QCOMPARE(runSql("select id from measurement_metadata"), texts("1"));
     }
 
-    void sendsEachStatementExactly()
+    void executesExactlyTheExpectedStatements()
     {
-        end();
-        const RecordingSqlScope engine;
-        restart();
+        destroyStore();
+        const RecordingSqlScope driver;
+        recreateStore();
         QVERIFY(open());
         addDevice();
         addMeasurement();
-        store().addMeasurementValues(1, {valid("T", 1.0)});
+        store().addMeasurementValues(1, {validValue("T", 1.0)});
         store().measurementTypes(1);
         store().measurementMetadata(1);
-        store().measurements(time1, time1, 1);
-        end();
+        store().measurements(timestamp, timestamp, 1);
+        destroyStore();
 
         const struct
         {
@@ -481,29 +484,30 @@ private slots:
              "and measurement_metadata.timestamp between :timestamp_from and :timestamp_to",
              ":device_id uint, :timestamp_from qlonglong, :timestamp_to qlonglong"},
         };
-        auto statement = engine.statements.cbegin();
+        auto statement = driver.statements.cbegin();
         for (const auto &row : expected) {
-            QVERIFY(statement != engine.statements.cend());
+            QVERIFY(statement != driver.statements.cend());
             QCOMPARE(statement->text, text(row.text));
             QCOMPARE(statement->bound.join(text(", ")), text(row.bound));
             ++statement;
         }
-        QVERIFY(statement == engine.statements.cend());
+        QVERIFY(statement == driver.statements.cend());
     }
 
 private:
-    /// Adds the device "S1"; if that fails, its id must be untouched.
+    /// Adds the device "S1"; false if that fails and leaves the id unchanged.
     bool addDevice()
     {
-        unsigned id = untouched;
-        return store().addDevice({{}, {}, text("S1"), {}}, id) || id != untouched;
+        unsigned id = initialId;
+        return store().addDevice({{}, {}, text("S1"), {}}, id) || id != initialId;
     }
 
-    /// Adds a measurement of the first device; if that fails, its id must be untouched.
+    /// Adds a measurement of the first device; false if that fails and leaves the id unchanged.
     bool addMeasurement()
     {
-        unsigned id = untouched;
-        return store().addMeasurement(1, {MeasurementState::Ready, time1}, id) || id != untouched;
+        unsigned id = initialId;
+        return store().addMeasurement(1, {MeasurementState::Ready, timestamp}, id)
+            || id != initialId;
     }
 };
 
