@@ -13,7 +13,7 @@ class TestGraph : public QObject
     Q_OBJECT
 
 private slots:
-    void placesTheChartInARowOfItsOwn()
+    void chartIsOnlyItemInLayout()
     {
         Graph graph;
         QCOMPARE(graph.findChildren<GraphQt *>().size(), 1);
@@ -23,7 +23,7 @@ private slots:
         QCOMPARE(layout->count(), 1);
         QCOMPARE(layout->itemAt(0)->widget(), chart);
         QCOMPARE(layout->contentsMargins(), QMargins());
-        // The keyboard passes over a chart, which nothing can be typed into.
+        // The Tab key skips the chart, because it has no keyboard input.
         QCOMPARE(chart->focusPolicy(), Qt::NoFocus);
     }
 
@@ -52,7 +52,7 @@ private slots:
         QCOMPARE(chart->series().at(0)->name(), text("NO2 (ppm)"));
         QCOMPARE(qobject_cast<QtCharts::QLineSeries *>(chart->series().at(0))->count(), 2);
 
-        // Neither begin nor end of an update changes anything.
+        // beginUpdate() and endUpdate() have no effect.
         graph.beginUpdate();
         graph.endUpdate();
         QCOMPARE(graph.findChild<GraphQt *>()->chart(), chart);

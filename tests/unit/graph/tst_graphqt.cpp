@@ -38,15 +38,15 @@ QLineSeries *lineAt(const GraphQt &graph, int index)
     return qobject_cast<QLineSeries *>(graph.chart()->series().value(index));
 }
 
-/// Starts a chart of one day.
-void start(GraphQt &graph, double minimum, double maximum)
+/// Starts an empty chart of one day.
+void startChart(GraphQt &graph, double minimum, double maximum)
 {
     graph.setTimeRange(from, to);
     graph.setValueRange(minimum, maximum);
     graph.clear();
 }
 
-GraphSeries wave(const QString &name, double lowest)
+GraphSeries sawtooth(const QString &name, double lowest)
 {
     GraphSeries series{name, orange, {}};
     for (int hour = 0; hour <= 24; ++hour) {
@@ -55,9 +55,9 @@ GraphSeries wave(const QString &name, double lowest)
     return series;
 }
 
-/// The picture that a chart gives when its lines get their points before they are added.
-QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<GraphSeries> &lines,
-                              const QSize &size)
+/// The image of a chart whose lines get their points before they are added to it.
+QImage imageWithPointsAddedFirst(double minimum, double maximum, const QVector<GraphSeries> &lines,
+                                 const QSize &size)
 {
     QtCharts::QChartView view;
     view.setRenderHint(QPainter::Antialiasing);
@@ -75,9 +75,9 @@ QImage pictureWithPointsFirst(double minimum, double maximum, const QVector<Grap
     value->setTitleText(text("Value"));
     value->setRange(minimum, maximum);
     chart->addAxis(value, Qt::AlignLeft);
-    QChart *first = view.chart();
+    QChart *defaultChart = view.chart();
     view.setChart(chart);
-    delete first;
+    delete defaultChart;
     for (const GraphSeries &series : lines) {
         auto *line = new QLineSeries;
         line->setName(series.name.toHtmlEscaped());
@@ -103,7 +103,7 @@ class TestGraphQt : public QObject
     Q_OBJECT
 
 private slots:
-    void isAntialiasedAndWithoutAxesBeforeTheFirstClear()
+    void isAntialiasedAndHasNoAxesBeforeTheFirstClear()
     {
         const GraphQt graph;
         QVERIFY(graph.renderHints().testFlag(QPainter::Antialiasing));
@@ -113,7 +113,7 @@ private slots:
     void buildsATimeAxisAndAValueAxis()
     {
         GraphQt graph;
-        start(graph, 9.9, 20.2);
+        startChart(graph, 9.9, 20.2);
 
         QCOMPARE(graph.chart()->axes().size(), 2);
         QVERIFY(timeAxis(graph) != nullptr);
@@ -131,10 +131,10 @@ private slots:
         QCOMPARE(valueAxis(graph)->max(), 20.2);
     }
 
-    void rangesTakeEffectAtTheNextClearOnly()
+    void rangesTakeEffectOnlyAtTheNextClear()
     {
         GraphQt graph;
-        start(graph, 1.0, 2.0);
+        startChart(graph, 1.0, 2.0);
         graph.setTimeRange(from.addDays(1), to.addDays(2));
         graph.setValueRange(3.0, 4.0);
         QCOMPARE(timeAxis(graph)->min(), from);
@@ -152,7 +152,7 @@ private slots:
     void linesHaveNameColourPointsAndAxes()
     {
         GraphQt graph;
-        start(graph, 0.0, 10.0);
+        startChart(graph, 0.0, 10.0);
         graph.addSeries({text("first"), orange, {{from, 1.5}, {to, -2.5}}});
         graph.addSeries({text("second"), QColor(Qt::black), {{to, 7.0}}});
         graph.addSeries({text("third"), QColor(Qt::red), {}});
@@ -173,7 +173,7 @@ private slots:
         QVERIFY(line->attachedAxes().contains(valueAxis(graph)));
     }
 
-    void legendShortensNamesOfMoreThan200Characters()
+    void legendShortensNamesLongerThan200Characters()
     {
         GraphQt graph;
         graph.clear();
@@ -198,7 +198,7 @@ private slots:
                     QVERIFY(part.isNull());
                 }
                 QVERIFY(graph.chart()->series().isEmpty());
-                graph.addSeries(wave(text("line"), 1.0));
+                graph.addSeries(sawtooth(text("line"), 1.0));
                 parts << graph.chart() << timeAxis(graph) << valueAxis(graph) << lineAt(graph, 0);
             }
         }
@@ -207,56 +207,56 @@ private slots:
         }
     }
 
-    void manyClearsLeaveNothingBehind()
+    void repeatedClearLeaksNoObjects()
     {
         GraphQt graph;
-        start(graph, 0.0, 10.0);
-        graph.addSeries(wave(text("line"), 1.0));
+        startChart(graph, 0.0, 10.0);
+        graph.addSeries(sawtooth(text("line"), 1.0));
         const int items = graph.scene()->items().size();
         const int objects = graph.findChildren<QObject *>().size();
 
         for (int i = 0; i < 100; ++i) {
             graph.clear();
-            graph.addSeries(wave(text("line"), 1.0));
+            graph.addSeries(sawtooth(text("line"), 1.0));
         }
 
         QCOMPARE(graph.scene()->items().size(), items);
         QCOMPARE(graph.findChildren<QObject *>().size(), objects);
     }
 
-    void pictureDoesNotDependOnTheOrderOfFilling_data()
+    void imageIsTheSameIfPointsAreAddedFirst_data()
     {
         QTest::addColumn<double>("minimum");
         QTest::addColumn<double>("maximum");
         QTest::addColumn<QStringList>("names");
         QTest::addColumn<QSize>("size");
-        const auto addRanges = [](const char *name, double minimum, double maximum) {
+        const auto addRangeRow = [](const char *name, double minimum, double maximum) {
             QTest::addRow("%s", name) << minimum << maximum << texts("low|high") << QSize(700, 400);
         };
-        addRanges("lines inside", 0.0, 20.0);
-        addRanges("lines partly outside", 3.0, 9.0);
-        addRanges("lines outside", 1000.0, 2000.0);
-        addRanges("no range", 0.0, 0.0);
-        addRanges("equal bounds", 5.0, 5.0);
-        addRanges("crossed bounds", 9.0, 3.0);
-        addRanges("practically nothing above", -4.95, std::numeric_limits<double>::min());
+        addRangeRow("lines inside the range", 0.0, 20.0);
+        addRangeRow("lines partly outside the range", 3.0, 9.0);
+        addRangeRow("lines outside the range", 1000.0, 2000.0);
+        addRangeRow("both bounds 0", 0.0, 0.0);
+        addRangeRow("equal bounds", 5.0, 5.0);
+        addRangeRow("reversed bounds", 9.0, 3.0);
+        addRangeRow("maximum just above 0", -4.95, std::numeric_limits<double>::min());
 
-        const auto addNames = [](const char *name, const QStringList &names, const QSize &size) {
+        const auto addNamesRow = [](const char *name, const QStringList &names, const QSize &size) {
             QTest::addRow("%s", name) << 0.0 << 20.0 << names << size;
         };
-        const QStringList short12(QVector<QString>(12, text("A0 ppm")).toList());
+        const QStringList twelveNames(QVector<QString>(12, text("A0 ppm")).toList());
         const QSize portrait(467, 640);
-        addNames("one line", texts("low"), QSize(700, 400));
-        addNames("empty names", texts("|"), QSize(700, 400));
-        addNames("twelve lines", short12, portrait);
-        addNames("wide", short12, QSize(1600, 200));
-        addNames("small", short12, QSize(240, 200));
-        addNames("a long name last", {text("low"), QString(300, QLatin1Char('w'))}, portrait);
-        addNames("HTML in the last name", texts("low|two<br>lines<br>or three"), portrait);
-        addNames("HTML in the first name", texts("two<br>lines<br>or three|low"), portrait);
+        addNamesRow("one line", texts("low"), QSize(700, 400));
+        addNamesRow("empty names", texts("|"), QSize(700, 400));
+        addNamesRow("twelve lines", twelveNames, portrait);
+        addNamesRow("wide", twelveNames, QSize(1600, 200));
+        addNamesRow("small", twelveNames, QSize(240, 200));
+        addNamesRow("long last name", {text("low"), QString(300, QLatin1Char('w'))}, portrait);
+        addNamesRow("HTML in the last name", texts("low|two<br>lines<br>or three"), portrait);
+        addNamesRow("HTML in the first name", texts("two<br>lines<br>or three|low"), portrait);
     }
 
-    void pictureDoesNotDependOnTheOrderOfFilling()
+    void imageIsTheSameIfPointsAreAddedFirst()
     {
         QFETCH(double, minimum);
         QFETCH(double, maximum);
@@ -264,31 +264,32 @@ private slots:
         QFETCH(QSize, size);
         QVector<GraphSeries> lines;
         for (const QString &name : names) {
-            lines.append(wave(name, 1.0 + lines.size() * 7 % 10));
+            lines.append(sawtooth(name, 1.0 + lines.size() * 7 % 10));
         }
-        for (const bool shown : {false, true}) {
+        for (const bool isShown : {false, true}) {
             GraphQt graph;
-            if (shown) {
+            if (isShown) {
                 graph.resize(size);
                 graph.show();
                 QVERIFY(QTest::qWaitForWindowExposed(&graph));
             }
-            // A shown one twice, as at a reload.
-            for (int fill = 0; fill < (shown ? 2 : 1); ++fill) {
-                start(graph, minimum, maximum);
+            // A visible chart is filled twice, as by a refresh of the graph dialog.
+            for (int fill = 0; fill < (isShown ? 2 : 1); ++fill) {
+                startChart(graph, minimum, maximum);
                 for (const GraphSeries &series : qAsConst(lines)) {
                     graph.addSeries(series);
                 }
-                if (shown) {
+                if (isShown) {
                     QCoreApplication::processEvents();
                 }
             }
             graph.resize(size);
-            QCOMPARE(graph.grab().toImage(), pictureWithPointsFirst(minimum, maximum, lines, size));
+            QCOMPARE(graph.grab().toImage(),
+                     imageWithPointsAddedFirst(minimum, maximum, lines, size));
         }
     }
 
-    void toleratesARangeThatTheAxisRejects()
+    void toleratesRangesThatTheAxesReject()
     {
         using Limits = std::numeric_limits<double>;
         const struct
@@ -309,13 +310,13 @@ private slots:
             graph.setValueRange(range.minimum, range.maximum);
             for (int clear = 0; clear < 2; ++clear) {
                 graph.clear();
-                graph.addSeries(wave(text("line"), 1.0));
+                graph.addSeries(sawtooth(text("line"), 1.0));
                 QCOMPARE(graph.chart()->series().size(), 1);
             }
         }
     }
 
-    void aYearOfPointsKeepsEveryPoint()
+    void keepsEveryPointOfAYear()
     {
         constexpr int minutesOfYear = 365 * 24 * 60;
         GraphSeries series{text("year"), orange, {}};
@@ -323,7 +324,7 @@ private slots:
             series.points.append({from.addSecs(minute * 60), minute % 50 + 0.25});
         }
         GraphQt graph;
-        start(graph, 0.0, 60.0);
+        startChart(graph, 0.0, 60.0);
         graph.addSeries(series);
         QCOMPARE(lineAt(graph, 0)->count(), minutesOfYear);
     }
