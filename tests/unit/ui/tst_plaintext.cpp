@@ -25,7 +25,7 @@ namespace {
 QString longWord(int size) { return QString(size, QLatin1Char('w')); }
 
 /// Runs @p steps on the next message box that is shown, and closes it.
-void inNextBox(const std::function<void(QMessageBox *)> &steps)
+void inNextMessageBox(const std::function<void(QMessageBox *)> &steps)
 {
     QTimer::singleShot(0, qApp, [steps] {
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
@@ -51,9 +51,9 @@ QString visibleToolTip(const QString &toolTip)
 
 } // namespace
 
-/// Text from a device, the store or the description of the models is shown character by character,
-/// and no length of it makes a window larger than the screen.
-class TestLiteralText : public QObject
+/// Text from a device, the store or settings.xml is shown as plain text, and no window becomes
+/// larger than the screen, however long the text is.
+class TestPlainText : public QObject
 {
     Q_OBJECT
 
@@ -66,8 +66,8 @@ private slots:
         m_graph = qobject_cast<MeasurementGraph *>(WindowDriver::topLevel("MeasurementGraph"));
     }
 
-    void boxesAreLiteral_data() { payloads(); }
-    void boxesAreLiteral()
+    void messageBoxesShowPlainText_data() { addPayloadRows(); }
+    void messageBoxesShowPlainText()
     {
         QFETCH(QString, payload);
         const auto check = [&](QMessageBox *box) {
@@ -79,17 +79,17 @@ private slots:
         };
         for (const auto icon :
              {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}) {
-            inNextBox(check);
+            inNextMessageBox(check);
             m_window->showMessageBox(icon, payload);
         }
-        inNextBox([&](QMessageBox *box) {
+        inNextMessageBox([&](QMessageBox *box) {
             check(box);
             QCOMPARE(box->windowTitle(), payload);
         });
         m_window->askQuestion(payload, payload);
     }
 
-    void longMessageGoesToTheDetails()
+    void messageBoxShowsLongTextInItsDetails()
     {
         const struct
         {
@@ -105,7 +105,7 @@ private slots:
             {text("<b>word</b> ").repeated(20000), true},
         };
         for (const auto &message : messages) {
-            inNextBox([&](QMessageBox *box) {
+            inNextMessageBox([&](QMessageBox *box) {
                 const QSize screen = box->screen()->availableSize();
                 QVERIFY2(box->width() <= screen.width(), qPrintable(QString::number(box->width())));
                 QVERIFY2(box->height() <= screen.height(),
@@ -123,8 +123,8 @@ private slots:
         }
     }
 
-    void mainWindowIsLiteral_data() { payloads(); }
-    void mainWindowIsLiteral()
+    void mainWindowShowsPlainText_data() { addPayloadRows(); }
+    void mainWindowShowsPlainText()
     {
         QFETCH(QString, payload);
         m_window->addPort(payload, text("/dev/first"));
@@ -155,18 +155,18 @@ private slots:
         checkComboBox(m_window->findChild<QComboBox *>(text("serialPorts")), payload);
     }
 
-    void graphAndExportDialogsAreLiteral_data() { payloads(); }
-    void graphAndExportDialogsAreLiteral()
+    void graphAndExportDialogsShowPlainText_data() { addPayloadRows(); }
+    void graphAndExportDialogsShowPlainText()
     {
         QFETCH(QString, payload);
-        setNames(payload);
+        fillStoreWithName(payload);
         showGraph();
         QVERIFY(QTest::qWaitForWindowExposed(m_graph));
         m_graph->resize(1500, 700);
         const QString shown = payload + QLatin1Char(' ');
         const auto *chart = m_graph->findChild<GraphQt *>()->chart();
         QCOMPARE(chart->series().constFirst()->name(), shown);
-        // A name that is too long for the legend ends in three dots there.
+        // The legend ends a name that is too long with three dots.
         QString legend;
         QTRY_VERIFY_WITH_TIMEOUT(!(legend = legendText().trimmed()).isEmpty(), 1000);
         legend.remove(text("..."));
@@ -185,19 +185,19 @@ private slots:
         checkComboBox(dialog.findChild<QComboBox *>(), text("KV - ") + payload);
     }
 
-    void longTextsKeepTheSizeOfTheWindows_data()
+    void longTextDoesNotEnlargeTheWindows_data()
     {
         QTest::addColumn<int>("size");
         QTest::addRow("500") << 500;
         QTest::addRow("20000") << 20000;
     }
 
-    void longTextsKeepTheSizeOfTheWindows()
+    void longTextDoesNotEnlargeTheWindows()
     {
         QFETCH(int, size);
         const QString word = longWord(size);
-        constexpr int widest = 900; // a little more than the windows need at this font
-        setNames(word);
+        constexpr int maximumWidth = 900; // a little more than the windows need with this font
+        fillStoreWithName(word);
         m_window->addPort(word, text("/dev/first"));
         m_window->show();
         showGraph();
@@ -209,8 +209,8 @@ private slots:
         const QWidget *widgets[] = {m_window.data(), m_graph, &dialog};
         for (const QWidget *widget : widgets) {
             QTRY_VERIFY_WITH_TIMEOUT(widget->isVisible(), 1000);
-            QVERIFY2(widget->width() <= widest, qPrintable(QString::number(widget->width())));
-            QVERIFY(widget->minimumSizeHint().width() <= widest);
+            QVERIFY2(widget->width() <= maximumWidth, qPrintable(QString::number(widget->width())));
+            QVERIFY(widget->minimumSizeHint().width() <= maximumWidth);
             auto *comboBox = widget->findChild<QComboBox *>();
             comboBox->showPopup();
             QVERIFY(comboBox->view()->window()->width()
@@ -229,18 +229,18 @@ private slots:
     void comboBoxElidesItsText()
     {
         constexpr int width = 200;
-        const auto picture = [](const QString &label) {
+        const auto imageOfComboBox = [](const QString &label) {
             MainWindow window(nullptr);
             window.addPort(label, QString());
             auto *comboBox = window.findChild<QComboBox *>(text("serialPorts"));
             comboBox->resize(width, 30);
             return comboBox->grab().toImage();
         };
-        const QImage elided = picture(longWord(100));
+        const QImage elided = imageOfComboBox(longWord(100));
         const QFontMetrics metrics = QApplication::fontMetrics();
-        int fitting = 1;
-        while (picture(longWord(fitting) + QChar(0x2026)) != elided) {
-            QVERIFY(metrics.horizontalAdvance(longWord(++fitting)) < width);
+        int characters = 1;
+        while (imageOfComboBox(longWord(characters) + QChar(0x2026)) != elided) {
+            QVERIFY(metrics.horizontalAdvance(longWord(++characters)) < width);
         }
     }
 
@@ -256,7 +256,7 @@ private slots:
     }
 
 private:
-    void payloads()
+    void addPayloadRows()
     {
         const QString fifo = QDir::currentPath() + text("/fifo");
         mkfifo(fifo.toLocal8Bit().constData(), S_IRUSR | S_IWUSR);
@@ -269,11 +269,11 @@ private:
         QTest::addRow("entity") << text("&amp; &lt;");
         QTest::addRow("mnemonic") << text("NO && O&3");
         QTest::addRow("place markers") << text("%1 %2 %n 100%");
-        QTest::addRow("blanks") << text("two  three   four");
+        QTest::addRow("consecutive spaces") << text("two  three   four");
         QTest::addRow("quotes") << text("\"a\" 'b'");
     }
 
-    void setNames(const QString &name)
+    void fillStoreWithName(const QString &name)
     {
         m_store.devicesResult = {{{{}, {}, name, text("KV")}, 7, {}, {}}};
         m_store.measurementTypesResult = {{2, name}};
@@ -317,5 +317,5 @@ private:
     MeasurementGraph *m_graph = nullptr;
 };
 
-KV_TEST_MAIN(TestLiteralText)
-#include "tst_literaltext.moc"
+KV_TEST_MAIN(TestPlainText)
+#include "tst_plaintext.moc"
