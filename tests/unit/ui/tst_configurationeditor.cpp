@@ -31,7 +31,8 @@ ConfigurationItem setting(const char *name, const char *alias,
     return {text("Group"), text(name), text(alias), min, max, type};
 }
 
-// Out of order by name, by alias and by type; with measurements, which the editor doesn't show.
+// Sorted neither by name, nor by alias, nor by type; with measurements, which the editor doesn't
+// show.
 DeviceConfiguration unsortedSettings()
 {
     return {{setting("Location", "zone", ConfigurationItemType::Text, 0.0F, 32.0F),
@@ -42,7 +43,7 @@ DeviceConfiguration unsortedSettings()
             QVector<MeasurementItem>(4)};
 }
 
-// Records the changes that it reports, as "alias=value".
+// Records the arguments of valueChanged() as "alias=value".
 struct Editor : ConfigurationEditor
 {
     explicit Editor(const DeviceConfiguration &configuration = unsortedSettings())
@@ -51,7 +52,7 @@ struct Editor : ConfigurationEditor
         setConfiguration(configuration);
         connect(this, &ConfigurationEditor::valueChanged, this,
                 [this](const QString &name, const QString &newValue) {
-                    reports << name + QLatin1Char('=') + newValue;
+                    changes << name + QLatin1Char('=') + newValue;
                 });
     }
 
@@ -69,10 +70,10 @@ struct Editor : ConfigurationEditor
         return item(columnTexts(Alias).indexOf(text(alias)), Value);
     }
 
-    QStringList reports;
+    QStringList changes;
 };
 
-// The editor with the edit triggers and the sorting that the main window's form gives it.
+// The editor with the edit triggers and the sorting of the main window's form.
 struct FormEditor : Editor
 {
     explicit FormEditor(const DeviceConfiguration &configuration = unsortedSettings())
@@ -93,15 +94,16 @@ struct FormEditor : Editor
 
     QLineEdit *cellEditor() const { return viewport()->findChild<QLineEdit *>(); }
 
-    // The first key opens the cell's editor, the others are typed into it, the last closes it.
-    void type(const char *alias, const QString &typed, Qt::Key last = Qt::Key_Return)
+    // The first character of @p input opens the cell's editor, the others are typed into it, and
+    // @p closingKey closes it.
+    void type(const char *alias, const QString &input, Qt::Key closingKey = Qt::Key_Return)
     {
         setCurrentItem(valueOf(alias));
-        QTest::keyClick(this, typed.front().toLatin1());
+        QTest::keyClick(this, input.front().toLatin1());
         QLineEdit *lineEdit = cellEditor();
         QVERIFY(lineEdit);
-        QTest::keyClicks(lineEdit, typed.mid(1));
-        QTest::keyClick(lineEdit, last);
+        QTest::keyClicks(lineEdit, input.mid(1));
+        QTest::keyClick(lineEdit, closingKey);
         QTRY_VERIFY(!isEditing());
     }
 };
@@ -117,7 +119,7 @@ class TestConfigurationEditor : public QObject
 private slots:
     void init() { m_parent.reset(new QWidget); }
 
-    void showsThreeUntranslatedHeadersAlsoWithoutRows()
+    void showsThreeUntranslatedHeadersEvenWithoutRows()
     {
         const PrefixingTranslator translator("translated ");
         ConfigurationEditor editor(nullptr);
@@ -135,7 +137,7 @@ private slots:
         QVERIFY(editor.configurationNames().isEmpty());
     }
 
-    void listsTheSettingsInTheOrderOfTheFile()
+    void listsTheSettingsInTheGivenOrder()
     {
         Editor editor;
         QCOMPARE(editor.columnTexts(Name), texts("Location|Altitude|Zero offset|Heater|Baud"));
@@ -157,7 +159,7 @@ private slots:
         }
     }
 
-    void installsANewDelegateAfterTheLastColumnEachTime()
+    void setConfigurationInstallsANewDelegateAfterTheLastColumn()
     {
         ConfigurationEditor editor(nullptr);
         QVERIFY(!editor.itemDelegateForColumn(Value));
@@ -179,17 +181,17 @@ private slots:
         QSignalSpy cellChanged(&editor, &QTableWidget::cellChanged);
         for (int round = 1; round <= 2; ++round) {
             editor.setConfigurationValue(text("zone"), text("Roof"));
-            QCOMPARE(editor.reports.size(), round);
+            QCOMPARE(editor.changes.size(), round);
             QCOMPARE(cellChanged.size(), round);
             editor.setConfiguration({{setting("Room", "zone")}, {}});
             QCOMPARE(editor.columnTexts(Name), texts("Room"));
             QCOMPARE(editor.columnTexts(Value), QStringList(QString()));
-            QCOMPARE(editor.reports.size(), round);
+            QCOMPARE(editor.changes.size(), round);
             QCOMPARE(cellChanged.size(), round);
         }
     }
 
-    void keepsTheCellsOfARowTogetherUnderASort()
+    void sortingKeepsTheCellsOfARowTogether()
     {
         const auto items = unsortedSettings().configurationItems;
         for (const int column : {Name, Alias, Value}) {
@@ -218,7 +220,7 @@ private slots:
         }
     }
 
-    void reportsAChangedValueOnlyWhileEnabled()
+    void emitsValueChangedOnlyWhileEnabled()
     {
         for (const bool enabled : {true, false}) {
             FormEditor editor;
@@ -227,7 +229,7 @@ private slots:
                 editor.setConfigurationValue(text("height"), text("120"));
                 QCOMPARE(editor.valueOf("height")->text(), text("120"));
                 QCOMPARE(editor.columnTexts(Value).count(QString()), 4);
-                QCOMPARE(editor.reports, enabled ? texts("height=120") : QStringList());
+                QCOMPARE(editor.changes, enabled ? texts("height=120") : QStringList());
             }
         }
     }
@@ -239,10 +241,10 @@ private slots:
             editor.setConfigurationValue(name, text("120"));
         }
         QCOMPARE(editor.columnTexts(Value), noValues);
-        QCOMPARE(editor.reports, QStringList());
+        QCOMPARE(editor.changes, QStringList());
     }
 
-    void setsEveryRowOfAnAliasAlsoWhereTheWriteMovesTheRow()
+    void setsEveryRowOfAnAliasEvenIfSortingMovesTheRow()
     {
         for (const int column : {Name, Value}) {
             for (const Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
@@ -253,7 +255,7 @@ private slots:
                 editor.sortByColumn(column, order);
                 editor.setConfigurationValue(text("once"), text("3"));
                 editor.setConfigurationValue(text("twice"), text("5"));
-                QCOMPARE(editor.reports, texts("once=3|twice=5|twice=5|twice=5"));
+                QCOMPARE(editor.changes, texts("once=3|twice=5|twice=5|twice=5"));
                 for (int row = 0; row < editor.rowCount(); ++row) {
                     const QMap<QString, QString> values{{text("twice"), text("5")},
                                                         {text("once"), text("3")}};
@@ -264,7 +266,7 @@ private slots:
         }
     }
 
-    void reportsTheAliasOfAMovedRow()
+    void emitsTheAliasOfAMovedRow()
     {
         FormEditor editor;
         editor.sortByColumn(Value, Qt::AscendingOrder);
@@ -274,7 +276,7 @@ private slots:
             editor.setConfigurationValue(alias, text("of ") + alias);
             expected << alias + text("=of ") + alias;
         }
-        QCOMPARE(editor.reports, expected);
+        QCOMPARE(editor.changes, expected);
         for (int row = 0; row < editor.rowCount(); ++row) {
             QCOMPARE(editor.item(row, Value)->text(),
                      text("of ") + editor.item(row, Alias)->text());
@@ -287,7 +289,7 @@ private slots:
         connect(&editor, &ConfigurationEditor::valueChanged, &editor,
                 [&] { editor.setConfiguration(unsortedSettings()); });
         editor.setConfigurationValue(text("twice"), text("5"));
-        QCOMPARE(editor.reports, texts("twice=5"));
+        QCOMPARE(editor.changes, texts("twice=5"));
         QCOMPARE(editor.columnTexts(Value), noValues);
     }
 
@@ -301,16 +303,16 @@ private slots:
         QCOMPARE(editor.item(0, Value)->text(), QString());
         QVERIFY(!editor.item(1, Value));
         editor.item(0, Value)->setText(text("3"));
-        QCOMPARE(editor.reports, texts("=3"));
+        QCOMPARE(editor.changes, texts("=3"));
         QTableWidgetItem *none = nullptr;
         emit editor.itemChanged(none);
-        QCOMPARE(editor.reports, texts("=3"));
+        QCOMPARE(editor.changes, texts("=3"));
         QTableWidgetItem stray(text("7"));
         emit editor.itemChanged(&stray);
-        QCOMPARE(editor.reports, texts("=3|=7"));
+        QCOMPARE(editor.changes, texts("=3|=7"));
     }
 
-    void startsAnEditOnTheEditKeyOrADoubleClick()
+    void startsEditingOnF2OrADoubleClick()
     {
         FormEditor editor;
         QVERIFY(editor.showActive());
@@ -350,11 +352,11 @@ private slots:
         QVERIFY(editor.showActive());
         for (const auto &value : values) {
             editor.setConfigurationValue(text(value.first), text("120"));
-            editor.reports.clear();
-            // Typed again, it is no change.
+            editor.changes.clear();
+            // Typing the same value again emits nothing.
             for (int round = 0; round < 2; ++round) {
                 editor.type(value.first, value.second);
-                QCOMPARE(editor.reports,
+                QCOMPARE(editor.changes,
                          QStringList(text(value.first) + QLatin1Char('=') + value.second));
                 QCOMPARE(editor.valueOf(value.first)->text(), value.second);
             }
@@ -367,7 +369,7 @@ private slots:
         QVERIFY(editor.showActive());
         editor.type("zone", text("5"), Qt::Key_Escape);
         QCOMPARE(editor.columnTexts(Value), noValues);
-        QCOMPARE(editor.reports, QStringList());
+        QCOMPARE(editor.changes, QStringList());
     }
 
     void delegateCreatesASpinBoxForAnInteger()
@@ -381,7 +383,7 @@ private slots:
             int expectedMax;
         } rows[] = {
             {-400.0F, 9000.0F, -400, 9000},
-            {-10.9F, 20.9F, -10, 20}, // cut toward zero
+            {-10.9F, 20.9F, -10, 20}, // truncated toward zero
             {-1e20F, 1e20F, Limits::min(), Limits::max()},
             {std::numeric_limits<float>::quiet_NaN(), 5.0F, 0, 5},
         };
@@ -394,7 +396,7 @@ private slots:
         }
     }
 
-    void delegateCreatesASpinBoxWithDecimalsForARealNumber()
+    void delegateCreatesADoubleSpinBoxForAFloat()
     {
         const auto *editor = createEditor<QDoubleSpinBox>(floatType, -1.5F, 60.25F);
         QVERIFY(editor);
@@ -417,14 +419,14 @@ private slots:
         }
     }
 
-    void delegateCreatesNothingForATextWithoutALineEdit()
+    void delegateCreatesNoEditorForATextSettingWithANumericValue()
     {
         QTest::ignoreMessage(QtDebugMsg, "Failed to cast editor");
         QVERIFY(!createEditor<QWidget>(textType, 0.0F, 10.0F, 7));
         QVERIFY(m_parent->children().isEmpty());
     }
 
-    void delegateCreatesNothingForAnyOtherType()
+    void delegateCreatesNoEditorForAnUnknownType()
     {
         for (const int type : {3, -1, 1000}) {
             QVERIFY(!createEditor<QWidget>(type, 0.0F, 10.0F));
@@ -442,7 +444,7 @@ private slots:
     }
 
 private:
-    /// The delegate's editor for a value cell; null when it is of another class.
+    /// The delegate's editor for a value cell; null if its class is not T.
     template <typename T>
     T *createEditor(int type, float min, float max, const QVariant &value = QString())
     {

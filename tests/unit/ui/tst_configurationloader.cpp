@@ -15,9 +15,9 @@ namespace {
 
 using Devices = QMap<QString, DeviceConfiguration>;
 
-const QByteArray goodItem =
+const QByteArray validItem =
     R"(<ConfigurationItem type="int" min="1" max="2" name="Label" alias="word"/>)";
-const QByteArray goodMeasurement = R"(<Measurement name="T" type="air temperature" unit="c"/>)";
+const QByteArray validMeasurement = R"(<Measurement name="T" type="air temperature" unit="c"/>)";
 const QString settingsPath = text("settings.xml");
 
 struct Loaded
@@ -40,7 +40,7 @@ Loaded load(const QByteArray &content)
     return files::write(settingsPath, content) ? loadFile(settingsPath) : Loaded();
 }
 
-QByteArray file(const QByteArray &devices)
+QByteArray document(const QByteArray &devices)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<KVTConfig><Devices>" + devices
         + "</Devices></KVTConfig>\n";
@@ -66,17 +66,18 @@ QByteArray measurements(const QByteArray &items)
     return "<Measurements>" + items + "</Measurements>";
 }
 
-QByteArray item(const QByteArray &alias) { return QByteArray(goodItem).replace("word", alias); }
+QByteArray item(const QByteArray &alias) { return QByteArray(validItem).replace("word", alias); }
 
 QByteArray measurement(const QByteArray &name)
 {
-    return QByteArray(goodMeasurement).replace("\"T\"", '"' + name + '"');
+    return QByteArray(validMeasurement).replace("\"T\"", '"' + name + '"');
 }
 
-/// What is read of a model with @p content; values that nothing expects if that fails or logs.
+/// The model with @p content as it is loaded; if that fails or logs anything, values that no test
+/// expects.
 DeviceConfiguration loadedModel(const QByteArray &content)
 {
-    const Loaded loaded = load(file(device("A", content)));
+    const Loaded loaded = load(document(device("A", content)));
     if (loaded.succeeded && loaded.log.isEmpty()) {
         return loaded.devices.first();
     }
@@ -85,18 +86,18 @@ DeviceConfiguration loadedModel(const QByteArray &content)
             {{{}, text("failed"), MeasurementUnit::Undefined, MeasurementType::Undefined, none}}};
 }
 
-/// goodItem as it is read with @p after instead of @p before.
+/// validItem as it is loaded after @p before has been replaced with @p after.
 ConfigurationItem loadedItem(const char *before, const QByteArray &after)
 {
-    return loadedModel(configuration(QByteArray(goodItem).replace(before, after)))
+    return loadedModel(configuration(QByteArray(validItem).replace(before, after)))
         .configurationItems.first();
 }
 
-/// goodMeasurement as it is read with one more attribute.
+/// validMeasurement as it is loaded with one more attribute.
 MeasurementItem loadedMeasurement(const QByteArray &attribute)
 {
     return loadedModel(
-               measurements(QByteArray(goodMeasurement).replace("/>", ' ' + attribute + "/>")))
+               measurements(QByteArray(validMeasurement).replace("/>", ' ' + attribute + "/>")))
         .measurementItems.first();
 }
 
@@ -139,9 +140,9 @@ class TestConfigurationLoader : public QObject
     Q_OBJECT
 
 private slots:
-    void readsAWholeModelInTheOrderOfTheFile()
+    void readsACompleteModelInTheOrderOfTheFile()
     {
-        const Loaded loaded = load(file(R"(
+        const Loaded loaded = load(document(R"(
             <Device name="KVT-9">
               <Configuration>
                 <ConfigurationItemGroup group="Site">
@@ -182,28 +183,28 @@ private slots:
     void readsModels_data()
     {
         addDocumentColumns();
-        addDocument("sorted by code units",
+        addDocument("sorted by UTF-16 code unit",
                     device("kvt") + device("KVT") + device("A") + device("") + device("KVT-2")
                         + device("KVT-10"),
                     "[][] A[][] KVT[][] KVT-10[][] KVT-2[][] kvt[][]");
-        addDocument("the later one of the same name replaces the earlier one",
+        addDocument("later model replaces an earlier one of the same name",
                     device("A", configuration(item("a")) + measurements(measurement("M")))
                         + device("B") + device("A", configuration(item("b"))),
                     "A[b][] B[][]");
-        addDocument("repeated parts add up",
+        addDocument("repeated elements are merged",
                     device("A",
                            measurements(measurement("M")) + configuration(item("a") + item("b"))
                                + "<Configuration>" + group(item("c")) + group(item("d"))
                                + "</Configuration>" + measurements(measurement("N"))),
                     "A[a b c d][M N]");
-        addDocument("none", "", "");
-        addDocument("no element", "\n", "");
-        addDocument("only those of the first list",
+        addDocument("no models", "", "");
+        addDocument("only white space", "\n", "");
+        addDocument("only models of the first list",
                     device("A") + "</Devices><Devices>" + device("B"), "A[][]");
     }
     void readsModels() { checkDocument(); }
 
-    void readsElementsInAnyCase()
+    void readsElementNamesCaseInsensitively()
     {
         const Loaded loaded = load(R"(
             <kvtCONFIG><dEVICES><dEVICE name="A">
@@ -216,31 +217,31 @@ private slots:
         QCOMPARE(summary(loaded.devices), text("A[a][M]"));
     }
 
-    void keepsTheModelsBeforeAFault()
+    void keepsTheModelsBeforeAnError()
     {
-        const QByteArray bad = measurement("O").replace("\"c\"", "\"bad\"");
-        const Loaded loaded = load(file(device("A", measurements(measurement("M")))
-                                        + device("B", measurements(measurement("N") + bad))
-                                        + device("C", measurements(measurement("P")))));
+        const QByteArray invalid = measurement("O").replace("\"c\"", "\"bad\"");
+        const Loaded loaded = load(document(device("A", measurements(measurement("M")))
+                                            + device("B", measurements(measurement("N") + invalid))
+                                            + device("C", measurements(measurement("P")))));
         QVERIFY(!loaded.succeeded);
         QCOMPARE(loaded.log, texts("warning: Unable to parse unit \"bad\""));
         QCOMPARE(summary(loaded.devices), text("A[][M]"));
     }
 
-    void endsWithoutAnErrorAtAnUnknownElementOrADeviceWithoutAName()
+    void stopsReadingWithoutAnErrorAtAnUnknownElementOrADeviceWithoutAName()
     {
         const QStringList line = texts(R"("name" attribute not specified for "Device" element!)");
         const QMap<QByteArray, QStringList> elements{
             {"<Device/>", line}, {"<Device Name=\"B\"/>", line}, {"<Unknown name=\"B\"/>", {}}};
         for (auto element = elements.begin(); element != elements.end(); ++element) {
-            const Loaded loaded = load(file(device("A") + element.key() + device("C")));
+            const Loaded loaded = load(document(device("A") + element.key() + device("C")));
             QVERIFY(loaded.succeeded);
             QCOMPARE(summary(loaded.devices), text("A[][]"));
             QCOMPARE(loaded.log, *element);
         }
     }
 
-    void rejectsAFileThatIsNoListOfModels()
+    void rejectsAFileThatIsNotAListOfModels()
     {
         for (const QByteArray &content :
              {QByteArray(), QByteArray("KVTConfig"), QByteArray("<?xml version=\"1.0\"?>"),
@@ -263,9 +264,9 @@ private slots:
             addDocument(name, device("A", content) + device("B"), models);
         };
         add("empty: ends the device", "<Unknown/>" + settings + values, "A[][]");
-        add("after all parts: the end of the device ends the list",
+        add("after all elements: the end of the device ends the list",
             settings + values + "<Unknown/>", "A[a][M]");
-        add("its children count as those of the device",
+        add("its children count as children of the device",
             "<Unknown>" + settings + values + "</Unknown>" + configuration(item("b")), "A[a][M]");
         add("its first end tag ends the device",
             "<Unknown><Deeper/>" + settings + "</Unknown>" + values, "A[][]");
@@ -273,7 +274,7 @@ private slots:
             "<Configuration>" + group(item("a")) + "<Unknown/>" + group(item("b"))
                 + "</Configuration>" + values,
             "A[a][]");
-        add("its groups count as those of the configuration",
+        add("its groups count as groups of the configuration",
             "<Configuration><Unknown>" + group(item("a")) + "</Unknown></Configuration>" + values,
             "A[a][]");
         add("in a group: skipped with its contents",
@@ -294,33 +295,33 @@ private slots:
                 + measurements(measurement("M").replace("/>", ">text") + measurement("X")
                                + "</Measurement>" + measurement("N")),
             "A[a][M N] B[][]");
-        add("text and comments are no elements",
+        add("text and comments are ignored",
             "text<!-- note -->" + settings + "text" + values + "text", "A[a][M] B[][]");
     }
     void unknownElementsEndAListOrAreSkipped() { checkDocument(); }
 
-    void treatsMalformedTextAsAnEnd()
+    void treatsMalformedXmlAsTheEndOfTheElement()
     {
-        const QByteArray begun = "<KVTConfig><Devices>" + device("A", configuration(item("a")))
+        const QByteArray beginning = "<KVTConfig><Devices>" + device("A", configuration(item("a")))
             + "<Device name=\"B\">" + measurements(measurement("M"))
             + "<Configuration><ConfigurationItemGroup group=\"G\">" + item("b");
-        for (const QByteArray &fault :
+        for (const QByteArray &malformed :
              {QByteArray(), QByteArray("<ConfigurationItem type=\"int"), QByteArray("</Device>"),
               QByteArray("& "), QByteArray("&unknown;"),
               QByteArray("<ConfigurationItem type=\"a\" type=\"b\"/>"), QByteArray(1, '\0')}) {
-            const Loaded loaded = load(begun + fault);
-            QVERIFY2(loaded.succeeded, fault.constData());
+            const Loaded loaded = load(beginning + malformed);
+            QVERIFY2(loaded.succeeded, malformed.constData());
             QCOMPARE(summary(loaded.devices), text("A[a][] B[b][M]"));
             QCOMPARE(loaded.log, QStringList());
         }
     }
 
-    void toleratesBytesThatAreNoText()
+    void toleratesInvalidUtf8()
     {
-        // The reader decodes ahead, so the amount of text that it reads before the fault is not
-        // tested.
+        // The reader decodes ahead, so the amount of text that it reads before these bytes is
+        // not tested.
         const Loaded loaded =
-            load(file(device("A", configuration(item("a"))) + "\xff\xfe\xff" + device("B")));
+            load(document(device("A", configuration(item("a"))) + "\xff\xfe\xff" + device("B")));
         QVERIFY(!loaded.devices.contains(text("B")));
         QCOMPARE(loaded.log, QStringList());
     }
@@ -350,8 +351,8 @@ private slots:
             }
             return targets.filter(settingsPath);
         };
-        for (const QByteArray &content : {file(device("A")), QByteArray("<Config/>"),
-                                          file(device("A", measurements("<Measurement/>")))}) {
+        for (const QByteArray &content : {document(device("A")), QByteArray("<Config/>"),
+                                          document(device("A", measurements("<Measurement/>")))}) {
             QVERIFY(files::write(settingsPath, content));
             QFile open(settingsPath);
             QVERIFY(open.open(QIODevice::ReadOnly));
@@ -363,20 +364,20 @@ private slots:
             QCOMPARE(openFiles(), QStringList());
             // The loader can be used again, although the file object of the first call was
             // destroyed.
-            QVERIFY(files::write(settingsPath, file(device("B"))));
+            QVERIFY(files::write(settingsPath, document(device("B"))));
             QVERIFY(loader.load(devices, settingsPath));
             QVERIFY(devices.contains(text("B")));
         }
     }
 
-    void looksInTheWorkingDirectory()
+    void resolvesARelativePathInTheWorkingDirectory()
     {
-        const QString work = QDir::currentPath();
-        QVERIFY(files::write(settingsPath, file(device("A"))));
+        const QString workingDirectory = QDir::currentPath();
+        QVERIFY(files::write(settingsPath, document(device("A"))));
         QVERIFY(QDir().mkpath(text("elsewhere")));
-        QDir::setCurrent(work + text("/elsewhere"));
+        QDir::setCurrent(workingDirectory + text("/elsewhere"));
         const Loaded elsewhere = loadFile(settingsPath);
-        QDir::setCurrent(work);
+        QDir::setCurrent(workingDirectory);
         QVERIFY(!elsewhere.succeeded);
         QCOMPARE(elsewhere.log, texts(R"(File "settings.xml" does not exist!)"));
         QCOMPARE(summary(loadFile(settingsPath).devices), text("A[][]"));
@@ -385,14 +386,14 @@ private slots:
     void doesNotClearTheMap()
     {
         Devices devices{{text("Old"), DeviceConfiguration()}};
-        for (const QByteArray &content : {file(device("A")), QByteArray("<Config/>")}) {
+        for (const QByteArray &content : {document(device("A")), QByteArray("<Config/>")}) {
             QVERIFY(files::write(settingsPath, content));
             ConfigurationLoader().load(devices, settingsPath);
             QCOMPARE(devices.keys(), texts("A|Old"));
         }
     }
 
-    void readsEachTypeAndUnitInAnyCase()
+    void readsEachTypeAndUnitCaseInsensitively()
     {
         using Type = MeasurementType;
         using Unit = MeasurementUnit;
@@ -432,7 +433,7 @@ private slots:
         }
     }
 
-    void readsEachItemTypeByExactSpelling()
+    void itemTypesAreComparedExactly()
     {
         const QMap<QByteArray, ConfigurationItemType> types{
             {"int", ConfigurationItemType::Int},   {"float", ConfigurationItemType::Float},
@@ -464,13 +465,13 @@ private slots:
         QLocale::setDefault(QLocale::c());
     }
 
-    void multipliesByOneWithoutAMultiplier()
+    void multiplierDefaultsToOne()
     {
         QCOMPARE(loadedMeasurement("").conversionMultiplier, 1.0);
         QCOMPARE(loadedMeasurement(R"(ConversionMultiplier="2")").conversionMultiplier, 1.0);
     }
 
-    void showsTheNameWithoutADisplayName()
+    void displayNameDefaultsToTheName()
     {
         const QMap<QByteArray, QString> displayNames{{"", text("T")},
                                                      {"displayName=\"\"", text("T")},
@@ -497,8 +498,8 @@ private slots:
             const char *element;
             QStringList attributes;
         } rows[] = {
-            {configuration(goodItem), "ConfigurationItem", texts("type|min|max|name|alias")},
-            // No value is looked at before all are known to be there.
+            {configuration(validItem), "ConfigurationItem", texts("type|min|max|name|alias")},
+            // Values are checked only after all attributes have been found.
             {measurements(R"(<Measurement name="" type="bad" unit="bad"/>)"), "MeasurementItem",
              texts("name|type|unit")},
             {configuration(""), "ConfigurationItemGroup", texts("group")},
@@ -507,14 +508,14 @@ private slots:
             for (const QString &attribute : row.attributes) {
                 const QByteArray name = attribute.toLatin1();
                 const QByteArray assignment = ' ' + name + '=';
-                const QByteArray capital = ' ' + name.left(1).toUpper() + name.mid(1) + '=';
+                const QByteArray capitalized = ' ' + name.left(1).toUpper() + name.mid(1) + '=';
                 const int position = row.content.indexOf(assignment);
-                for (const QByteArray &bad :
+                for (const QByteArray &incomplete :
                      {QByteArray(row.content).replace(assignment, " other="),
-                      QByteArray(row.content).replace(assignment, capital),
-                      // Of several missing attributes only the first is named.
+                      QByteArray(row.content).replace(assignment, capitalized),
+                      // Only the first of several missing attributes is named.
                       row.content.left(position) + "/>"}) {
-                    const Loaded loaded = load(file(device("A", bad)));
+                    const Loaded loaded = load(document(device("A", incomplete)));
                     QVERIFY(!loaded.succeeded);
                     QVERIFY(loaded.devices.isEmpty());
                     QCOMPARE(loaded.log,
@@ -527,11 +528,11 @@ private slots:
 
     void acceptsAnEmptyAttribute()
     {
-        const Loaded loaded = load(
-            file("<Device name=\"\"><Configuration><ConfigurationItemGroup group=\"\">"
-                 "<ConfigurationItem type=\"\" min=\"\" max=\"\" name=\"\" alias=\"\"/>"
-                 "</ConfigurationItemGroup></Configuration><Measurements>"
-                 "<Measurement name=\"\" type=\"rain\" unit=\"mm/h\"/></Measurements></Device>"));
+        const Loaded loaded = load(document(
+            "<Device name=\"\"><Configuration><ConfigurationItemGroup group=\"\">"
+            "<ConfigurationItem type=\"\" min=\"\" max=\"\" name=\"\" alias=\"\"/>"
+            "</ConfigurationItemGroup></Configuration><Measurements>"
+            "<Measurement name=\"\" type=\"rain\" unit=\"mm/h\"/></Measurements></Device>"));
         QVERIFY(loaded.succeeded);
         QCOMPARE(loaded.log, QStringList());
         QCOMPARE(loaded.devices.keys(), QStringList(QString()));
@@ -554,9 +555,9 @@ private slots:
         };
         for (const auto &row : rows) {
             for (const QString &spelling : row.spellings) {
-                const QByteArray bad =
-                    QByteArray(goodMeasurement).replace(row.known, '"' + spelling.toUtf8() + '"');
-                const Loaded loaded = load(file(device("A", measurements(bad))));
+                const QByteArray invalid =
+                    QByteArray(validMeasurement).replace(row.known, '"' + spelling.toUtf8() + '"');
+                const Loaded loaded = load(document(device("A", measurements(invalid))));
                 QVERIFY(!loaded.succeeded);
                 QVERIFY(loaded.devices.isEmpty());
                 QCOMPARE(loaded.log, QStringList(text(row.line).arg(spelling.toLower())));
@@ -564,7 +565,7 @@ private slots:
         }
     }
 
-    void readsTheSample()
+    void readsTheSampleFile()
     {
         const Loaded sample = loadFile(samplePath);
         QVERIFY(sample.succeeded);
@@ -582,13 +583,13 @@ private slots:
         }
     }
 
-    void sampleUsesEverySpelling()
+    void sampleUsesEveryTypeAndUnit()
     {
         const Devices devices = loadFile(samplePath).devices;
         QSet<int> types;
         QSet<int> units;
         QSet<int> itemTypes;
-        QSet<bool> namesShown;
+        QSet<bool> nameIsDisplayName;
         for (const DeviceConfiguration &device : devices) {
             for (const ConfigurationItem &setting : device.configurationItems) {
                 itemTypes.insert(int(setting.type));
@@ -596,35 +597,35 @@ private slots:
             for (const MeasurementItem &entry : device.measurementItems) {
                 types.insert(int(entry.type));
                 units.insert(int(entry.unit));
-                namesShown.insert(entry.name == entry.displayName);
+                nameIsDisplayName.insert(entry.name == entry.displayName);
             }
         }
-        // Everything but Undefined, the 0 of both.
+        // All except Undefined, which is 0 in both.
         QCOMPARE(types.size(), 10);
         QCOMPARE(units.size(), 12);
         QCOMPARE(itemTypes.size(), 3);
-        QCOMPARE(namesShown.size(), 2);
+        QCOMPARE(nameIsDisplayName.size(), 2);
         QVERIFY(files::contents(samplePath).contains("type=\"pm2.5\""));
         QVERIFY(files::contents(samplePath).contains("type=\"pm10\""));
     }
 
     void sampleUsesOnlyNamesThatADeviceCanSend()
     {
-        const QStringList taken =
+        const QStringList reservedNames =
             texts("date|hwver|health|meas|meas_state|model|serial|swver|unit");
-        const QRegularExpression word(text("^[a-z][a-z0-9_]*$"));
-        const QRegularExpression key(text("^[A-Za-z0-9]+$"));
+        const QRegularExpression aliasPattern(text("^[a-z][a-z0-9_]*$"));
+        const QRegularExpression measurementPattern(text("^[A-Za-z0-9]+$"));
         const Devices devices = loadFile(samplePath).devices;
         for (const DeviceConfiguration &device : devices) {
             QCOMPARE(aliases(device).removeDuplicates(), 0);
             QCOMPARE(names(device).removeDuplicates(), 0);
             for (const ConfigurationItem &setting : device.configurationItems) {
-                QVERIFY2(word.match(setting.alias).hasMatch(), qPrintable(setting.alias));
-                QVERIFY2(!taken.contains(setting.alias), qPrintable(setting.alias));
+                QVERIFY2(aliasPattern.match(setting.alias).hasMatch(), qPrintable(setting.alias));
+                QVERIFY2(!reservedNames.contains(setting.alias), qPrintable(setting.alias));
                 QVERIFY2(setting.min < setting.max, qPrintable(setting.alias));
             }
             for (const MeasurementItem &entry : device.measurementItems) {
-                QVERIFY2(key.match(entry.name).hasMatch(), qPrintable(entry.name));
+                QVERIFY2(measurementPattern.match(entry.name).hasMatch(), qPrintable(entry.name));
             }
         }
     }
@@ -632,25 +633,25 @@ private slots:
     void truncatedSampleKeepsItsCompleteElements()
     {
         const QByteArray content = files::contents(samplePath);
-        const Devices whole = loadFile(samplePath).devices;
+        const Devices complete = loadFile(samplePath).devices;
         QVERIFY(files::write(settingsPath, content));
-        QFile cut(settingsPath);
+        QFile truncated(settingsPath);
         for (int size = content.size(); size >= 0; --size) {
-            QVERIFY(cut.resize(size));
+            QVERIFY(truncated.resize(size));
             const Loaded loaded = loadFile(settingsPath);
-            const QString rest = QString::fromLatin1(content.left(size));
-            const auto count = [&rest](const char *pattern) {
-                return rest.count(QRegularExpression(text(pattern)));
+            const QString beginning = QString::fromLatin1(content.left(size));
+            const auto count = [&beginning](const char *pattern) {
+                return beginning.count(QRegularExpression(text(pattern)));
             };
             QCOMPARE(loaded.log, QStringList());
-            QCOMPARE(loaded.succeeded, rest.contains(text("<Devices>")));
+            QCOMPARE(loaded.succeeded, beginning.contains(text("<Devices>")));
             QCOMPARE(loaded.devices.size(), count("<Device [^>]*>"));
             int settings = 0;
             int entries = 0;
             for (auto found = loaded.devices.begin(); found != loaded.devices.end(); ++found) {
                 settings += found->configurationItems.size();
                 entries += found->measurementItems.size();
-                const DeviceConfiguration expected = whole.value(found.key());
+                const DeviceConfiguration expected = complete.value(found.key());
                 QCOMPARE(aliases(*found),
                          aliases(expected).mid(0, found->configurationItems.size()));
                 QCOMPARE(names(*found), names(expected).mid(0, found->measurementItems.size()));
@@ -667,7 +668,7 @@ private:
         QTest::addColumn<QString>("models");
     }
 
-    /// A row with a file that loads, and what is read from it.
+    /// Adds a row with the models of a document that loads without errors, and their summary().
     static void addDocument(const char *name, const QByteArray &devices, const char *models)
     {
         QTest::addRow("%s", name) << devices << text(models);
@@ -676,7 +677,7 @@ private:
     static void checkDocument()
     {
         QFETCH(QByteArray, devices);
-        const Loaded loaded = load(file(devices));
+        const Loaded loaded = load(document(devices));
         QVERIFY(loaded.succeeded);
         QTEST(summary(loaded.devices), "models");
         QCOMPARE(loaded.log, QStringList());
