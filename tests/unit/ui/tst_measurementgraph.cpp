@@ -27,8 +27,8 @@ constexpr int nameRole = Qt::UserRole + 2;
 const QDateTime start(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
 const QDateTime end(QDate(2024, 3, 2), QTime(12, 0), Qt::UTC);
 
-/// A measurement so many minutes after the start.
-StoredMeasurement row(int minute, const QVector<QPair<const char *, double>> &values)
+/// A reading @p minute minutes after @c start.
+StoredMeasurement reading(int minute, const QVector<QPair<const char *, double>> &values)
 {
     StoredMeasurement measurement;
     measurement.timestamp = start.addSecs(minute * 60);
@@ -63,8 +63,8 @@ private slots:
     {
         m_store.reset(new FakeLocalStorage);
         m_store->devicesResult = {device(7, "KV-310", "S1"), device(9, "KV-500", "S2")};
-        m_store->measurementsResult = {row(0, {{"A0", 100.0}, {"A1", 20.0}}),
-                                       row(1, {{"A0", 110.0}, {"A1", 21.0}})};
+        m_store->measurementsResult = {reading(0, {{"A0", 100.0}, {"A1", 20.0}}),
+                                       reading(1, {{"A0", 110.0}, {"A1", 21.0}})};
         m_settings = GraphSettings();
         m_settings.from = start;
         m_settings.to = end;
@@ -74,20 +74,20 @@ private slots:
 
     void unknownNamesHaveTheSameColoursInEachRun()
     {
-        // Must run first: the generator is not seeded, which is the same as seeded with 1.
-        m_store->measurementsResult = {row(0, {{"U0", 1.0}})};
+        // Must run first: without a call of srand(), rand() starts as if seeded with 1.
+        m_store->measurementsResult = {reading(0, {{"U0", 1.0}})};
         open("U0");
         std::srand(1);
         QCOMPARE(line(0)->pen().color(), nextRandomColor());
     }
 
-    void unknownNameDrawsBlueGreenRedAndKeepsThem()
+    void randomColourIsMadeOnceInTheOrderBlueGreenRed()
     {
         std::srand(42);
         const QColor color = nextRandomColor();
         const int next = std::rand();
         std::srand(42);
-        m_store->measurementsResult = {row(0, {{"U1", 1.0}})};
+        m_store->measurementsResult = {reading(0, {{"U1", 1.0}})};
         open("U1");
         QCOMPARE(listItem("U1")->foreground().color(), color);
         QCOMPARE(line(0)->pen().color(), color);
@@ -97,7 +97,7 @@ private slots:
         QCOMPARE(listItem("U1")->foreground().color(), color);
     }
 
-    void tableColours()
+    void knownNamesHaveFixedColours()
     {
         const QPair<const char *, QColor> colors[] = {
             {"A0", {178, 97, 191}},  {"A1", {0, 135, 69}},   {"A2", {255, 150, 0}},
@@ -107,14 +107,14 @@ private slots:
             {"W4", {0, 148, 255}},   {"W5", {51, 0, 255}},   {"P0", {39, 0, 132}},
             {"P1", {120, 104, 132}}};
         for (const auto &color : colors) {
-            m_store->measurementsResult = {row(0, {{color.first, 1.0}})};
+            m_store->measurementsResult = {reading(0, {{color.first, 1.0}})};
             open(color.first);
             QCOMPARE(listItem(color.first)->foreground().color(), color.second);
             QCOMPARE(line(0)->pen().color(), color.second);
         }
     }
 
-    void reactsToNothingUntilTheEndOfLoading()
+    void doesNothingBeforeEndLoading()
     {
         m_graph->setLocalStorage(m_store.data());
         m_graph->setFromDate(start);
@@ -125,16 +125,16 @@ private slots:
         m_graph->refresh();
         m_graph->beginLoading();
         m_graph->selectDevice(1);
-        manualBox()->click();
-        QCOMPARE(reads(), 0);
+        manualRangeCheckBox()->click();
+        QCOMPARE(readCount(), 0);
         QVERIFY(chart()->axes().isEmpty());
 
         m_graph->endLoading();
-        QCOMPARE(reads(), 1);
+        QCOMPARE(readCount(), 1);
         QCOMPARE(chart()->axes().size(), 2);
     }
 
-    void warnsOfAMissingStoreWhenLoadingBegins()
+    void beginLoadingWarnsIfThereIsNoStore()
     {
         QTest::ignoreMessage(QtWarningMsg, "Database not set!");
         m_graph->beginLoading();
@@ -146,7 +146,7 @@ private slots:
         QVERIFY(!list()->isEnabled());
     }
 
-    void listsTheDevicesOfTheStoreAtEachOpening()
+    void listsTheDevicesOfTheStoreEachTimeItIsOpened()
     {
         open();
         QCOMPARE(devices()->count(), 2);
@@ -163,7 +163,7 @@ private slots:
 
     void selectsTheConnectedDevice()
     {
-        // The first without one, and for an unknown one.
+        // The first device if none or an unknown one is connected.
         const QPair<const char *, unsigned> ids[] = {
             {"", 7}, {"S1", 7}, {"S2", 9}, {"S3", 7}, {"s2", 7}};
         for (const auto &id : ids) {
@@ -181,19 +181,19 @@ private slots:
         open();
         m_graph->selectDevice(-1);
         m_graph->selectDevice(2);
-        QCOMPARE(reads(), 1);
+        QCOMPARE(readCount(), 1);
         m_graph->selectDevice(1);
-        QCOMPARE(reads(), 2);
-        // The slot draws the current device of the box, whatever the index.
+        QCOMPARE(readCount(), 2);
+        // The slot shows the current device of the combo box, whatever valid index it gets.
         QCOMPARE(m_store->measurementsAsks.last().deviceId, 7U);
     }
 
-    void unknownDeviceReadsTheFirstOneAgain()
+    void selectingAnUnknownDeviceReadsTheFirstDeviceAgain()
     {
         m_store->devicesResult = {device(3, "KV-1", "S9")};
         open();
         m_graph->selectDevice(DeviceDetails());
-        QCOMPARE(reads(), 2);
+        QCOMPARE(readCount(), 2);
     }
 
     void emptyStoreShowsOnlyTheAxesAndDropsTheSelection()
@@ -210,9 +210,10 @@ private slots:
         QVERIFY(m_graph->selectedMeasurements().isEmpty());
     }
 
-    void listComesFromTheFirstRowAlone()
+    void listContainsOnlyNamesOfTheFirstReading()
     {
-        m_store->measurementsResult = {row(0, {{"A1", 20.0}, {"A0", 1.0}}), row(1, {{"W0", 3.0}})};
+        m_store->measurementsResult = {reading(0, {{"A1", 20.0}, {"A0", 1.0}}),
+                                       reading(1, {{"W0", 3.0}})};
         open("A0");
         QVERIFY(list()->isEnabled());
         QCOMPARE(list()->count(), 2);
@@ -223,34 +224,34 @@ private slots:
         QCOMPARE(list()->item(1)->data(nameRole).toString(), text("A0"));
         QCOMPARE(list()->item(1)->checkState(), Qt::Checked);
 
-        m_store->measurementsResult.prepend(row(-1, {}));
+        m_store->measurementsResult.prepend(reading(-1, {}));
         m_graph->refresh();
         QCOMPARE(list()->count(), 0);
         QVERIFY(!list()->isEnabled());
     }
 
-    void namesOfLaterRowsHaveNoLine()
+    void namesOnlyInLaterReadingsHaveNoLine()
     {
         open("A0|A1");
-        m_store->measurementsResult = {row(0, {{"A0", 10.0}}), row(1, {{"A1", 300.0}})};
+        m_store->measurementsResult = {reading(0, {{"A0", 10.0}}), reading(1, {{"A1", 300.0}})};
         m_graph->refresh();
         QCOMPARE(lineNames(), texts("NO2 (ppm)"));
-        // A selected one counts in the range of the axis.
+        // The selected name still counts for the range of the axis.
         QCOMPARE(valueAxis()->max(), 303.0);
     }
 
-    void emptyCaptionLeavesABlank()
+    void nameWithoutAUnitEndsWithASpace()
     {
-        m_store->measurementsResult = {row(0, {{"W5", 1.0}})};
+        m_store->measurementsResult = {reading(0, {{"W5", 1.0}})};
         open("W5");
         QCOMPARE(list()->item(0)->text(), text("W5 "));
         QCOMPARE(lineNames(), texts("W5 "));
     }
 
-    void selectionSurvivesAPeriodWithoutTheName()
+    void selectionKeepsNamesThatThePeriodLacks()
     {
         open("A0|A1");
-        m_store->measurementsResult = {row(0, {{"A1", 300.0}})};
+        m_store->measurementsResult = {reading(0, {{"A1", 300.0}})};
         m_graph->refresh();
         QCOMPARE(m_graph->selectedMeasurements(), texts("A0|A1"));
         m_graph->applySelection({});
@@ -260,58 +261,58 @@ private slots:
         QCOMPARE(m_graph->selectedMeasurements(), texts("A0"));
     }
 
-    void untickingRemovesEveryOccurrence()
+    void uncheckingANameRemovesEveryOccurrence()
     {
-        m_store->measurementsResult = {row(0, {{"A0", 1.0}, {"A0", 2.0}})};
+        m_store->measurementsResult = {reading(0, {{"A0", 1.0}, {"A0", 2.0}})};
         open("A0");
         QCOMPARE(m_graph->selectedMeasurements(), texts("A0|A0"));
         list()->item(1)->setCheckState(Qt::Unchecked);
         QVERIFY(m_graph->selectedMeasurements().isEmpty());
     }
 
-    void tickingDrawsWithoutReadingTheStore()
+    void checkingANameDrawsItWithoutReadingTheStore()
     {
         open();
         QVERIFY(chart()->series().isEmpty());
-        tick("A1");
+        checkName("A1");
         QCOMPARE(lineNames(), texts("Air (°C)"));
-        tick("A0");
-        // In the order of the row, not of the ticks.
+        checkName("A0");
+        // In the order of the list, not in the order in which they were checked.
         QCOMPARE(lineNames(), texts("NO2 (ppm)|Air (°C)"));
         QCOMPARE(m_graph->selectedMeasurements(), texts("A1|A0"));
         listItem("A1")->setCheckState(Qt::Unchecked);
         QCOMPARE(lineNames(), texts("NO2 (ppm)"));
-        QCOMPARE(reads(), 1);
+        QCOMPARE(readCount(), 1);
     }
 
-    void clearButtonUnticksAll()
+    void clearButtonUnchecksAllNames()
     {
         open("A0|A1");
-        m_store->measurementsResult = {row(0, {{"A0", 1.0}})};
+        m_store->measurementsResult = {reading(0, {{"A0", 1.0}})};
         m_graph->refresh();
         clearButton()->click();
         QCOMPARE(listItem("A0")->checkState(), Qt::Unchecked);
         QVERIFY(m_graph->selectedMeasurements().isEmpty());
         QVERIFY(chart()->series().isEmpty());
-        QCOMPARE(reads(), 2);
-        tick("A0");
+        QCOMPARE(readCount(), 2);
+        checkName("A0");
         QCOMPARE(chart()->series().size(), 1);
     }
 
-    void ticksAndTheClearButtonDoNothingWhileLoading()
+    void checkBoxesAndTheClearButtonDoNothingWhileLoading()
     {
         open("A0");
         m_graph->beginLoading();
-        const QPointer<QObject> drawn = chart();
-        tick("A1");
+        const QPointer<QObject> chartBefore = chart();
+        checkName("A1");
         listItem("A0")->setCheckState(Qt::Unchecked);
         QCOMPARE(m_graph->selectedMeasurements(), texts("A0"));
         clearButton()->click();
         QCOMPARE(m_graph->selectedMeasurements(), texts("A0"));
         QCOMPARE(listItem("A1")->checkState(), Qt::Checked);
         m_graph->refresh();
-        QCOMPARE(reads(), 1);
-        QVERIFY(!drawn.isNull());
+        QCOMPARE(readCount(), 1);
+        QVERIFY(!chartBefore.isNull());
 
         // The earlier selection is shown again.
         m_graph->endLoading();
@@ -319,7 +320,7 @@ private slots:
         QCOMPARE(listItem("A1")->checkState(), Qt::Unchecked);
     }
 
-    void applyingASelectionSetsEachBox()
+    void applyingASelectionSetsEachCheckBox()
     {
         open("A0|Z9");
         QCOMPARE(m_graph->selectedMeasurements(), texts("A0"));
@@ -327,16 +328,16 @@ private slots:
         QCOMPARE(m_graph->selectedMeasurements(), texts("A1"));
         QCOMPARE(lineNames(), texts("Air (°C)"));
         QCOMPARE(valueAxis()->max(), 21.0 * 1.01);
-        const QPointer<QObject> before = chart();
+        const QPointer<QObject> chartBefore = chart();
         m_graph->applySelection({text("A1")});
-        QVERIFY(!before.isNull());
-        QCOMPARE(reads(), 1);
+        QVERIFY(!chartBefore.isNull());
+        QCOMPARE(readCount(), 1);
     }
 
-    void linesHaveEveryPoint()
+    void linesContainEveryPoint()
     {
-        m_store->measurementsResult = {row(5, {{"A1", 20.0}}), row(2, {{"A1", 22.0}}), row(7, {}),
-                                       row(9, {{"A1", 1.0}, {"A1", 2.0}})};
+        m_store->measurementsResult = {reading(5, {{"A1", 20.0}}), reading(2, {{"A1", 22.0}}),
+                                       reading(7, {}), reading(9, {{"A1", 1.0}, {"A1", 2.0}})};
         m_store->measurementsResult[1].values[0].valid = false;
         open("A1");
         const auto x = [](int minute) {
@@ -345,28 +346,28 @@ private slots:
         const QVector<QPointF> expected{{x(5), 20.0}, {x(2), 22.0}, {x(9), 1.0}, {x(9), 2.0}};
         QCOMPARE(line(0)->pointsVector(), expected);
         QCOMPARE(line(0)->pen().width(), 3);
-        // The flag "valid" is not checked: stored rows are valid.
+        // The flag "valid" is ignored, because stored values are always valid.
         QCOMPARE(valueAxis()->max(), 22.0 * 1.01);
     }
 
-    void drawsWhereThePointsAre()
+    void drawsLinesThroughTheirPoints()
     {
-        m_store->measurementsResult = {row(0, {{"A2", 50.0}}), row(12 * 60, {{"A2", 50.0}}),
-                                       row(24 * 60, {{"A2", 50.0}})};
+        m_store->measurementsResult = {reading(0, {{"A2", 50.0}}), reading(12 * 60, {{"A2", 50.0}}),
+                                       reading(24 * 60, {{"A2", 50.0}})};
         m_settings.manualRange = true;
         m_settings.maximum = 100.0;
         open("A2");
         m_graph->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_graph.data()));
         auto *view = m_graph->findChild<GraphQt *>();
-        const QImage picture = view->grab().toImage();
+        const QImage image = view->grab().toImage();
         const QPointF inChart = chart()->mapToPosition(line(0)->at(1), line(0));
         const QPoint middle = view->mapFromScene(chart()->mapToScene(inChart));
-        QCOMPARE(picture.pixelColor(middle), QColor(255, 150, 0));
-        QCOMPARE(picture.pixelColor(middle + QPoint(7, 20)), QColor(Qt::white));
+        QCOMPARE(image.pixelColor(middle), QColor(255, 150, 0));
+        QCOMPARE(image.pixelColor(middle + QPoint(7, 20)), QColor(Qt::white));
     }
 
-    void changeOfUnitsRenamesAndConverts()
+    void changeOfUnitsRenamesLinesAndConvertsValues()
     {
         open("A0|A1");
         m_graph->setDisplayOptions({false, false, true});
@@ -377,19 +378,19 @@ private slots:
         QCOMPARE(line(0)->at(1).y(), 220.0);
         QCOMPARE(line(1)->at(0).y(), 20.0 * static_cast<double>(1.8F) + 32.0);
         QCOMPARE(valueAxis()->max(), 220.0 * 1.01);
-        QCOMPARE(reads(), 2);
+        QCOMPARE(readCount(), 2);
     }
 
-    void manyRefreshesLeaveOneChart()
+    void repeatedRefreshLeaksNoObjects()
     {
         open("A0|A1");
         const QGraphicsScene *scene = chart()->scene();
         const int items = scene->items().size();
         const int objects = m_graph->findChildren<QObject *>().size();
         for (int i = 0; i < 100; ++i) {
-            const QPointer<QObject> before = chart();
+            const QPointer<QObject> chartBefore = chart();
             m_graph->refresh();
-            QVERIFY(before.isNull());
+            QVERIFY(chartBefore.isNull());
         }
         QCOMPARE(scene->items().size(), items);
         QCOMPARE(m_graph->findChildren<QObject *>().size(), objects);
@@ -412,7 +413,7 @@ private slots:
             m_store->measurementsResult.clear();
             for (const double value : range.values) {
                 m_store->measurementsResult.append(
-                    row(m_store->measurementsResult.size(), {{"W0", value}, {"W1", 5000.0}}));
+                    reading(m_store->measurementsResult.size(), {{"W0", value}, {"W1", 5000.0}}));
             }
             open("W0");
             QCOMPARE(valueAxis()->min(), range.minimum);
@@ -431,21 +432,21 @@ private slots:
         } ranges[] = {
             {10.0, 20.0, 9.9, 20.2},
             {-10.0, 20.0, -9.9, 20.2},
-            {0.1234, 1.0, 0.123 * 0.99, 1.01}, // three decimals
+            {0.1234, 1.0, 0.123 * 0.99, 1.01}, // rounded to three decimals
         };
         m_settings.manualRange = true;
         for (const auto &range : ranges) {
             m_settings.minimum = range.lower;
             m_settings.maximum = range.upper;
-            for (const char *ticked : {"", "A0"}) {
-                open(ticked);
+            for (const char *checkedName : {"", "A0"}) {
+                open(checkedName);
                 QCOMPARE(valueAxis()->min(), range.minimum);
                 QCOMPARE(valueAxis()->max(), range.maximum);
             }
         }
     }
 
-    void applyingNoSelectionKeepsTheRangeOfTheLastLine()
+    void applyingAnEmptySelectionKeepsTheRangeOfTheLastLine()
     {
         open("A0|A1");
         QCOMPARE(valueAxis()->max(), 110.0 * 1.01);
@@ -455,7 +456,7 @@ private slots:
         QCOMPARE(valueAxis()->max(), 21.0 * 1.01);
     }
 
-    void withoutTicksTheValueAxisKeepsItsRange()
+    void valueAxisKeepsItsRangeIfNoNameIsChecked()
     {
         open("A1");
         clearButton()->click();
@@ -466,57 +467,57 @@ private slots:
         QCOMPARE(timeAxis()->max(), end);
     }
 
-    void spinBoxesFollowTheManualBoxAndRedrawOnlyInManualRange()
+    void spinBoxesAreEnabledAndRedrawOnlyInManualRange()
     {
         open();
-        const QPointer<QObject> automatic = chart();
+        const QPointer<QObject> automaticChart = chart();
         QVERIFY(!minimum()->isEnabled());
         QVERIFY(!maximum()->isEnabled());
         minimum()->setValue(10.0);
         maximum()->setValue(20.0);
-        QVERIFY(!automatic.isNull());
+        QVERIFY(!automaticChart.isNull());
         QCOMPARE(m_graph->minimumValue(), 10.0);
         QCOMPARE(m_graph->maximumValue(), 20.0);
 
-        manualBox()->click();
+        manualRangeCheckBox()->click();
         QVERIFY(minimum()->isEnabled());
         QVERIFY(maximum()->isEnabled());
         QVERIFY(m_graph->manualRange());
-        QVERIFY(automatic.isNull());
+        QVERIFY(automaticChart.isNull());
         QCOMPARE(valueAxis()->min(), 9.9);
         maximum()->setValue(40.0);
         QCOMPARE(valueAxis()->max(), 40.4);
         minimum()->setValue(20.0);
         QCOMPARE(valueAxis()->min(), 19.8);
 
-        manualBox()->click();
+        manualRangeCheckBox()->click();
         QVERIFY(!minimum()->isEnabled());
         QVERIFY(!maximum()->isEnabled());
-        // Setting the box by the program draws nothing.
-        const QPointer<QObject> before = chart();
+        // setManualRange() doesn't draw.
+        const QPointer<QObject> chartBefore = chart();
         m_graph->setManualRange(true);
         QVERIFY(minimum()->isEnabled());
-        QVERIFY(!before.isNull());
-        QCOMPARE(reads(), 1);
+        QVERIFY(!chartBefore.isNull());
+        QCOMPARE(readCount(), 1);
     }
 
-    void changesOfDateAndDeviceGoToTheStore()
+    void changesOfDateAndDeviceReadTheStore()
     {
         open();
         fromField()->setDateTime(start.addSecs(60).toLocalTime());
-        QCOMPARE(reads(), 2);
+        QCOMPARE(readCount(), 2);
         QCOMPARE(m_store->measurementsAsks.last().from, start.addSecs(60));
         toField()->setDateTime(end.addSecs(60).toLocalTime());
-        QCOMPARE(reads(), 3);
+        QCOMPARE(readCount(), 3);
         QCOMPARE(m_store->measurementsAsks.last().to, end.addSecs(60));
         devices()->setCurrentIndex(1);
-        QCOMPARE(reads(), 4);
+        QCOMPARE(readCount(), 4);
         QCOMPARE(m_store->measurementsAsks.last().deviceId, 9U);
     }
 
-    void periodIsLocalOnScreenAndUtcOutside()
+    void periodIsShownInLocalTimeAndReturnedInUtc()
     {
-        const QDate change(2024, 3, 31);
+        const QDate summerTimeStart(2024, 3, 31);
         const struct
         {
             const char *zone;
@@ -526,8 +527,10 @@ private slots:
             {"UTC0", start, {12, 0}},
             {easternEurope, start, {14, 0}},
             {easternEurope, {QDate(2024, 7, 1), {12, 0}, Qt::UTC}, {15, 0}},
-            {easternEurope, {change, {0, 59}, Qt::UTC}, {2, 59}}, // last minute of winter
-            {easternEurope, {change, {1, 0}, Qt::UTC}, {4, 0}},
+            {easternEurope,
+             {summerTimeStart, {0, 59}, Qt::UTC},
+             {2, 59}}, // last minute of winter time
+            {easternEurope, {summerTimeStart, {1, 0}, Qt::UTC}, {4, 0}},
             {"EST5", start, {7, 0}},
         };
         for (const auto &time : times) {
@@ -538,16 +541,16 @@ private slots:
             open();
             QCOMPARE(fromField()->time(), time.shown);
             QCOMPARE(toField()->time(), time.shown);
-            const auto asked = m_store->measurementsAsks.last();
-            for (const QDateTime &outside :
-                 {m_graph->fromDate(), m_graph->toDate(), asked.from, asked.to}) {
-                QCOMPARE(outside, time.utc);
-                QCOMPARE(outside.timeSpec(), Qt::UTC);
+            const auto requested = m_store->measurementsAsks.last();
+            for (const QDateTime &returned :
+                 {m_graph->fromDate(), m_graph->toDate(), requested.from, requested.to}) {
+                QCOMPARE(returned, time.utc);
+                QCOMPARE(returned.timeSpec(), Qt::UTC);
             }
         }
     }
 
-    void latestEndsAtThePresentMoment()
+    void showLatestEndsThePeriodAtTheCurrentTime()
     {
         m_settings.showLatest = true;
         const QDateTime before = QDateTime::currentDateTimeUtc();
@@ -560,40 +563,40 @@ private slots:
         QCOMPARE(toField()->dateTime(), end);
         QVERIFY(!toField()->isEnabled());
 
-        const QDateTime edge = timeAxis()->max();
-        QVERIFY(edge >= before);
-        QTRY_VERIFY(QDateTime::currentDateTimeUtc() > edge);
-        m_store->measurementsResult.append(row(2, {{"A0", 120.0}}));
+        const QDateTime axisEnd = timeAxis()->max();
+        QVERIFY(axisEnd >= before);
+        QTRY_VERIFY(QDateTime::currentDateTimeUtc() > axisEnd);
+        m_store->measurementsResult.append(reading(2, {{"A0", 120.0}}));
         m_graph->refresh();
-        QVERIFY(timeAxis()->max() > edge);
+        QVERIFY(timeAxis()->max() > axisEnd);
         QCOMPARE(line(0)->count(), 3);
     }
 
-    void latestBoxDisablesTheToField()
+    void showLatestCheckBoxDisablesTheToField()
     {
-        auto *latest = child<QCheckBox>("showLatestCheckBox");
+        auto *showLatest = child<QCheckBox>("showLatestCheckBox");
         // The dialog does not react before the end of loading.
-        latest->setChecked(true);
+        showLatest->setChecked(true);
         QVERIFY(toField()->isEnabled());
-        QCOMPARE(reads(), 0);
+        QCOMPARE(readCount(), 0);
         open();
         m_graph->beginLoading();
-        latest->click();
+        showLatest->click();
         QVERIFY(toField()->isEnabled());
-        latest->click();
+        showLatest->click();
         m_graph->endLoading();
-        QCOMPARE(reads(), 2);
+        QCOMPARE(readCount(), 2);
 
-        latest->click();
+        showLatest->click();
         QVERIFY(!toField()->isEnabled());
-        QCOMPARE(reads(), 3);
-        latest->click();
+        QCOMPARE(readCount(), 3);
+        showLatest->click();
         QVERIFY(toField()->isEnabled());
-        QCOMPARE(reads(), 4);
+        QCOMPARE(readCount(), 4);
         QCOMPARE(m_graph->toDate(), end);
     }
 
-    void anEndBeforeTheStartIsNoError()
+    void acceptsAnEndBeforeTheStart()
     {
         m_store->measurementsResult.clear();
         m_settings.from = end;
@@ -605,7 +608,7 @@ private slots:
     }
 
 private:
-    /// Opens the dialog as the main window does it, with the measurements @p selected.
+    /// Opens the dialog as the main window does, with the measurements @p selected.
     void open(const char *selected = "", const DeviceDetails &details = DeviceDetails())
     {
         m_graph->setDisplayOptions(MeasurementDisplayOptions());
@@ -636,7 +639,10 @@ private:
     QDateTimeEdit *toField() { return child<QDateTimeEdit>("toDateTimeEdit"); }
     QDoubleSpinBox *minimum() { return child<QDoubleSpinBox>("graphMinimumSpinBox"); }
     QDoubleSpinBox *maximum() { return child<QDoubleSpinBox>("graphMaximumSpinBox"); }
-    QCheckBox *manualBox() { return child<QCheckBox>("enableSettingsMinMaxForGraphcheckBox"); }
+    QCheckBox *manualRangeCheckBox()
+    {
+        return child<QCheckBox>("enableSettingsMinMaxForGraphcheckBox");
+    }
     QPushButton *clearButton() { return child<QPushButton>("buttonClear"); }
     QListWidget *list() { return child<QListWidget>("list"); }
 
@@ -650,7 +656,7 @@ private:
         return nullptr;
     }
 
-    void tick(const char *name) { listItem(name)->setCheckState(Qt::Checked); }
+    void checkName(const char *name) { listItem(name)->setCheckState(Qt::Checked); }
 
     QtCharts::QChart *chart() { return m_graph->findChild<GraphQt *>()->chart(); }
 
@@ -679,8 +685,8 @@ private:
         return names;
     }
 
-    /// How often the store was read.
-    int reads() { return m_store->count(text("measurements")); }
+    /// How often the store was asked for measurements.
+    int readCount() { return m_store->count(text("measurements")); }
 
     /// Not UTC, so that a missing conversion fails the test.
     const TimeZoneScope m_zone{easternEurope};

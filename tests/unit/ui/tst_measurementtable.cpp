@@ -30,9 +30,9 @@ const MeasurementItem humidity =
 const MeasurementItem ozone =
     measurement("O3", MeasurementType::Pollutant, MeasurementUnit::Ppm, 2.5);
 
-MeasurementValue reading(const char *name, double value) { return {text(name), true, value}; }
+MeasurementValue validValue(const char *name, double value) { return {text(name), true, value}; }
 
-MeasurementValue noReading(const char *name) { return {text(name), false, 0.0}; }
+MeasurementValue unavailableValue(const char *name) { return {text(name), false, 0.0}; }
 
 struct Table : MeasurementTable
 {
@@ -63,7 +63,7 @@ class TestMeasurementTable : public QObject
     Q_OBJECT
 
 private slots:
-    void showsTwoTranslatedHeadersAlsoWithoutRows()
+    void showsTwoTranslatedHeadersEvenWithoutRows()
     {
         const PrefixingTranslator language("translated ", "MeasurementTable");
         MeasurementTable table(nullptr);
@@ -73,7 +73,7 @@ private slots:
             QCOMPARE(table.horizontalHeaderItem(0)->text(), text("translated Name"));
             QCOMPARE(table.horizontalHeaderItem(1)->text(), text("translated Value"));
             QVERIFY(!table.isSortingEnabled());
-            table.updateMeasurements({reading("T", 20), noReading("T")});
+            table.updateMeasurements({validValue("T", 20), unavailableValue("T")});
             table.setMeasurementItems({temperature});
             table.updateMeasurements({});
             QCOMPARE(table.item(0, 1)->text(), QString());
@@ -82,7 +82,7 @@ private slots:
         }
     }
 
-    void storesItsDataInTheItems()
+    void storesTypeUnitRawValueAndMultiplierInTheItems()
     {
         Table table({ozone});
         const QTableWidgetItem *name = table.item(0, 0);
@@ -98,9 +98,9 @@ private slots:
         QCOMPARE(value->data(rawRole), QVariant(QString()));
         QCOMPARE(value->data(multiplierRole), QVariant(2.5));
 
-        // The raw reading, whatever the unit shown.
+        // The raw value, whatever unit is shown.
         table.setDisplayOptions(secondUnits);
-        table.updateMeasurements({reading("O3", 1.23456789012)});
+        table.updateMeasurements({validValue("O3", 1.23456789012)});
         QCOMPARE(value->data(rawRole).userType(), int(QMetaType::Double));
         QCOMPARE(value->data(rawRole).toDouble(), 1.23456789012);
     }
@@ -108,15 +108,15 @@ private slots:
     void replacesTheRowsOfAnEarlierModel()
     {
         Table table({temperature, ozone});
-        table.updateMeasurements({reading("T", 20), reading("O3", 1)});
+        table.updateMeasurements({validValue("T", 20), validValue("O3", 1)});
         table.setMeasurementItems({humidity, temperature});
         QCOMPARE(table.names(), texts("Shown RH|Shown T"));
-        // No unit without a reading.
+        // Without a value no unit is shown.
         table.setDisplayOptions(secondUnits);
         QCOMPARE(table.values(), texts("|"));
     }
 
-    void showsAReadingInTheUnitOfItsType()
+    void showsAValueInTheUnitOfItsType()
     {
         using Type = MeasurementType;
         using Unit = MeasurementUnit;
@@ -132,16 +132,16 @@ private slots:
             {Type::AirTemperature, Unit::Fahrenheit, "-6.66667 °C", "20 °F"},
             {Type::Pollutant, Unit::Ppm, "20 ppm", "50 µg/m³"},
             {Type::Pollutant, Unit::MicrogramsPerCubicMetre, "50 ppm", "20 µg/m³"},
-            {Type::Extra, Unit::ExtraUnit, "20 ", "20 "}, // ends in a blank
+            {Type::Extra, Unit::ExtraUnit, "20 ", "20 "}, // ends with a space
             {Type::AirPressure, Unit::Degree, "20 mbar", "20 mbar"}, // not the unit of the item
         };
         for (const auto &row : rows) {
             Table table({measurement("M", row.type, row.unit, 2.5), humidity});
-            table.updateMeasurements({reading("M", 20)});
+            table.updateMeasurements({validValue("M", 20)});
             QCOMPARE(table.values(), (QStringList{text(row.first), QString()}));
             table.setDisplayOptions(secondUnits);
             QCOMPARE(table.values(), (QStringList{text(row.second), QString()}));
-            table.updateMeasurements({reading("M", 20)});
+            table.updateMeasurements({validValue("M", 20)});
             QCOMPARE(table.item(0, 1)->text(), text(row.second));
             table.setDisplayOptions(firstUnits);
             QCOMPARE(table.item(0, 1)->text(), text(row.first));
@@ -150,40 +150,41 @@ private slots:
 
     void showsSixSignificantDigitsWithADecimalPoint()
     {
-        const QMap<double, const char *> readings{{0.1, "0.1 %RH"},
-                                                  {1.23456789, "1.23457 %RH"},
-                                                  {-40.25, "-40.25 %RH"},
-                                                  {12345.5, "12345.5 %RH"},
-                                                  {1234567.0, "1.23457e+06 %RH"},
-                                                  {0.00000123, "1.23e-06 %RH"},
-                                                  {100.0, "100 %RH"},
-                                                  {0.0, "0 %RH"}};
+        const QMap<double, const char *> shownTexts{{0.1, "0.1 %RH"},
+                                                    {1.23456789, "1.23457 %RH"},
+                                                    {-40.25, "-40.25 %RH"},
+                                                    {12345.5, "12345.5 %RH"},
+                                                    {1234567.0, "1.23457e+06 %RH"},
+                                                    {0.00000123, "1.23e-06 %RH"},
+                                                    {100.0, "100 %RH"},
+                                                    {0.0, "0 %RH"}};
         Table table({humidity});
         for (const QLocale &locale : {QLocale::c(), QLocale(QLocale::German, QLocale::Germany)}) {
             QLocale::setDefault(locale);
-            for (auto value = readings.begin(); value != readings.end(); ++value) {
-                table.updateMeasurements({reading("RH", value.key())});
+            for (auto value = shownTexts.begin(); value != shownTexts.end(); ++value) {
+                table.updateMeasurements({validValue("RH", value.key())});
                 QCOMPARE(table.item(0, 1)->text(), text(*value));
             }
         }
         QLocale::setDefault(QLocale::c());
     }
 
-    void keepsReadingsThatAReplyDoesNotMention()
+    void keepsValuesThatAReadingDoesNotContain()
     {
         Table table({temperature, humidity});
-        table.updateMeasurements({reading("T", 20), reading("RH", 50)});
-        table.updateMeasurements({reading("RH", 51)});
+        table.updateMeasurements({validValue("T", 20), validValue("RH", 50)});
+        table.updateMeasurements({validValue("RH", 51)});
         QCOMPARE(table.values(), texts("20 °C|51 %RH"));
     }
 
-    void findsRowsByExactNameAndNotByWhatIsShown()
+    void findsRowsByExactNameNotByDisplayName()
     {
         MeasurementItem first = temperature;
         first.displayName = text("RH");
         Table table({first, humidity});
-        table.updateMeasurements({reading("CO", 1), reading("t", 2), noReading("NO2"),
-                                  reading("", 3), reading("RH", 50), reading("Shown RH", 60)});
+        table.updateMeasurements({validValue("CO", 1), validValue("t", 2), unavailableValue("NO2"),
+                                  validValue("", 3), validValue("RH", 50),
+                                  validValue("Shown RH", 60)});
         QCOMPARE(table.names(), texts("RH|Shown RH"));
         QCOMPARE(table.values(), texts("|50 %RH"));
     }
@@ -191,26 +192,26 @@ private slots:
     void removesTheRowOfAnInvalidValueUntilTheModelIsSetAgain()
     {
         Table table({temperature, humidity, ozone});
-        table.updateMeasurements({reading("T", 20), reading("RH", 50), reading("O3", 1)});
-        table.updateMeasurements(
-            {noReading("RH"), reading("RH", 51), noReading("RH"), reading("O3", 2)});
-        table.updateMeasurements({reading("RH", 51)});
+        table.updateMeasurements({validValue("T", 20), validValue("RH", 50), validValue("O3", 1)});
+        table.updateMeasurements({unavailableValue("RH"), validValue("RH", 51),
+                                  unavailableValue("RH"), validValue("O3", 2)});
+        table.updateMeasurements({validValue("RH", 51)});
         QCOMPARE(table.names(), texts("Shown T|Shown O3"));
         QCOMPARE(table.values(), texts("20 °C|2 ppm"));
 
         table.setMeasurementItems({temperature, humidity, ozone});
-        table.updateMeasurements({reading("RH", 52)});
+        table.updateMeasurements({validValue("RH", 52)});
         QCOMPARE(table.values(), texts("|52 %RH|"));
     }
 
-    void showsReadingsInTheFirstOfTwoEqualNames()
+    void showsValuesInTheFirstOfTwoRowsWithTheSameName()
     {
         Table table({temperature, temperature});
-        table.updateMeasurements({reading("T", 20)});
+        table.updateMeasurements({validValue("T", 20)});
         QCOMPARE(table.values(), texts("20 °C|"));
     }
 
-    void readsARawTextThatIsNoNumberAsZeroUnlessItSaysNotAvailable()
+    void treatsNonNumericRawTextAsZeroUnlessItIsNA()
     {
         Table table({temperature, humidity, humidity});
         table.item(0, 1)->setData(rawRole, text("n/a"));
@@ -220,10 +221,10 @@ private slots:
         QCOMPARE(table.values(), texts("32 °F|0 %RH|NA"));
     }
 
-    void showsTheRawTextAsItIsForAnUndefinedType()
+    void showsTheRawTextUnchangedForAnUndefinedType()
     {
         Table table({measurement("X", MeasurementType::Undefined, MeasurementUnit::Millibar, 3.0)});
-        table.updateMeasurements({reading("X", 1234567.5)});
+        table.updateMeasurements({validValue("X", 1234567.5)});
         QCOMPARE(table.values(), texts("1234567.5 Undefined"));
         table.item(0, 1)->setData(rawRole, text("%2 of %1"));
         table.setDisplayOptions(firstUnits);
@@ -235,8 +236,9 @@ private slots:
         Table table({temperature, humidity, ozone});
         delete table.takeItem(0, 0);
         delete table.takeItem(1, 1);
-        table.updateMeasurements({reading("T", 20), reading("RH", 50), noReading("RH")});
-        table.updateMeasurements({reading("O3", 4)});
+        table.updateMeasurements(
+            {validValue("T", 20), validValue("RH", 50), unavailableValue("RH")});
+        table.updateMeasurements({validValue("O3", 4)});
         table.setDisplayOptions(secondUnits);
         QCOMPARE(table.rowCount(), 3);
         QCOMPARE(table.item(0, 1)->text(), QString());
