@@ -16,23 +16,23 @@
 
 namespace {
 
-/// The window on a machine with other serial ports.
+/// A main window with a replaceable list of ports.
 class Window : public MainWindow
 {
 public:
     using MainWindow::MainWindow;
 
-    /// "name" or "name: description"; the real ones when not set.
-    std::optional<QStringList> machinePorts;
+    /// Each "name" or "name: description". Without a value, the ports of the machine are listed.
+    std::optional<QStringList> fakePorts;
 
 protected:
     QVector<Port> availablePorts() override
     {
-        if (!machinePorts) {
+        if (!fakePorts) {
             return MainWindow::availablePorts();
         }
         QVector<Port> ports;
-        for (const QString &port : qAsConst(*machinePorts)) {
+        for (const QString &port : qAsConst(*fakePorts)) {
             const QStringList parts = port.split(text(": "));
             ports.append({parts[0], parts.value(1), text("at ") + parts[0]});
         }
@@ -40,13 +40,13 @@ protected:
     }
 };
 
-/// Records the signals of a window by name, in their order.
-class SignalNames : public QObject
+/// Records the names of the signals that a window emits, in order.
+class SignalNameRecorder : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit SignalNames(const MainWindow *window)
+    explicit SignalNameRecorder(const MainWindow *window)
     {
         const QMetaObject &meta = MainWindow::staticMetaObject;
         const QMetaMethod slot =
@@ -102,13 +102,13 @@ private slots:
         };
         m_window->setConnected(true);
         for (const auto &button : buttons) {
-            const SignalNames emitted(m_window.data());
+            const SignalNameRecorder emitted(m_window.data());
             click(button.first);
             QCOMPARE(emitted.names, texts(button.second));
         }
     }
 
-    void connectCarriesTheLocationOfThePort()
+    void connectClickedEmitsPortLocation()
     {
         QStringList locations;
         connect(m_window.data(), &MainWindow::connectClicked, this,
@@ -127,45 +127,46 @@ private slots:
                  text("/dev/second"));
     }
 
-    void selectorsEmitTheirIndex()
+    void unitComboBoxesEmitIndex()
     {
-        const SignalNames emitted(m_window.data());
-        recordUnits();
+        const SignalNameRecorder emitted(m_window.data());
+        recordUnitIndexes();
         QTest::keyClick(child<QComboBox>("unit"), Qt::Key_Down);
         QTest::keyClick(child<QComboBox>("unitTemperature"), Qt::Key_Down);
         QCOMPARE(emitted.names, texts("pollutantUnitIndexChanged|temperatureUnitIndexChanged"));
-        QCOMPARE(m_pollutantUnits, QVector<int>{1});
-        QCOMPARE(m_temperatureUnits, QVector<int>{1});
+        QCOMPARE(m_pollutantIndexes, QVector<int>{1});
+        QCOMPARE(m_temperatureIndexes, QVector<int>{1});
     }
 
-    void settingAUnitEmitsTwiceOrOnce()
+    void setUnitIndexEmitsSignals()
     {
         const struct
         {
             int index;
-            QVector<int> reports;
+            QVector<int> emitted;
             int shown;
         } rows[] = {
             {1, {1, 1}, 1},
-            {0, {0}, 0}, // the present index
-            // The selector then has no current item and emits -1; the operation emits its argument.
+            {0, {0}, 0}, // the current index
+            // The combo box has no such item and emits -1; setPollutantUnitIndex() then emits its
+            // argument.
             {2, {-1, 2}, -1},
             {-1, {-1, -1}, -1},
         };
         for (const auto &row : rows) {
             m_window.reset(new Window(nullptr));
-            recordUnits();
+            recordUnitIndexes();
             m_window->setPollutantUnitIndex(row.index);
-            QCOMPARE(m_temperatureUnits, QVector<int>());
+            QCOMPARE(m_temperatureIndexes, QVector<int>());
             QCOMPARE(child<QComboBox>("unit")->currentIndex(), row.shown);
             m_window->setTemperatureUnitIndex(row.index);
-            QCOMPARE(m_temperatureUnits, row.reports);
-            QCOMPARE(m_pollutantUnits, row.reports);
+            QCOMPARE(m_temperatureIndexes, row.emitted);
+            QCOMPARE(m_pollutantIndexes, row.emitted);
             QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), row.shown);
         }
     }
 
-    void configurationIsForwardedAndItsEditsAreRelayed()
+    void forwardsTheConfigurationAndItsChanges()
     {
         DeviceConfiguration configuration;
         configuration.configurationItems.resize(2);
@@ -185,7 +186,7 @@ private slots:
         QCOMPARE(changes[0], (QVariantList{text("span"), text("7")}));
     }
 
-    void identityIsShown()
+    void deviceIdentityIsShown()
     {
         m_window->setHwVersion(text("hw"));
         m_window->setSwVersion(text("sw"));
@@ -212,7 +213,7 @@ private slots:
 
     void clockIsShownInLocalTimeAndAdvancesBySeconds()
     {
-        // Across the start of summer time.
+        // From the last second before summer time into summer time.
         m_window->setDeviceClock(QDateTime(QDate(2024, 3, 31), QTime(0, 59, 59), Qt::UTC));
         auto *clock = child<QDateTimeEdit>("deviceClockDateTimeEdit");
         QCOMPARE(clock->time(), QTime(2, 59, 59));
@@ -223,12 +224,12 @@ private slots:
         }
     }
 
-    void clockRunsOnlyWhileSwitchedOn()
+    void clockAdvancesOnlyWhileRunning()
     {
-        const auto secondPasses = [] {
+        const auto waitLongerThanASecond = [] {
             QTimer timer;
             timer.setTimerType(Qt::PreciseTimer);
-            // More than the second of the clock's timer and the 5 % by which that may be late.
+            // Longer than the interval of the clock's timer plus its tolerance of 5 %.
             timer.start(1100);
             return QSignalSpy(&timer, &QTimer::timeout).wait();
         };
@@ -236,19 +237,20 @@ private slots:
             return child<QDateTimeEdit>("deviceClockDateTimeEdit")->time();
         };
         m_window->setDeviceClock(QDateTime(QDate(2024, 7, 1), QTime(12, 0, 30), Qt::UTC));
-        QVERIFY(secondPasses());
+        QVERIFY(waitLongerThanASecond());
         QCOMPARE(shown(), QTime(15, 0, 30));
         m_window->setDeviceClockRunning(true);
-        // A disconnect does not stop it; the controller does.
+        // setConnected(false) doesn't stop the clock; the controller calls
+        // setDeviceClockRunning(false).
         m_window->setConnected(false);
         QTRY_VERIFY(shown() >= QTime(15, 0, 32));
         m_window->setDeviceClockRunning(false);
         const QTime stopped = shown();
-        QVERIFY(secondPasses());
+        QVERIFY(waitLongerThanASecond());
         QCOMPARE(shown(), stopped);
     }
 
-    void connectionEnablesOrLeavesEnabled()
+    void setConnectedEnablesDeviceControls()
     {
         const QStringList enabledByConnection =
             texts("configuration|synchronizeButton|measurements|readLogButton|eraseLogButton|"
@@ -276,7 +278,7 @@ private slots:
         check(false);
     }
 
-    void disconnectKeepsTextsAndColours()
+    void setConnectedFalseKeepsShownValuesAndColours()
     {
         m_window->setMeasurementItems({MeasurementItem()});
         m_window->setConnected(true);
@@ -297,7 +299,7 @@ private slots:
         QCOMPARE(child<QTableWidget>("measurements")->rowCount(), 1);
     }
 
-    void readLogAndConnectAreEnabledSeparately()
+    void readLogAndConnectAreEnabledIndependently()
     {
         for (const bool enabled : {true, false}) {
             m_window->setReadLogEnabled(enabled);
@@ -308,13 +310,14 @@ private slots:
         }
     }
 
-    void stateIsShown()
+    void measurementStateIsShown()
     {
-        const QStringList messages = texts("Device is warming up|"
-                                           "Device is ready for measurements|"
-                                           "Device temperature is over the specified range|"
-                                           "Device has not stabilized yet|"
-                                           "Device has hardware error|"); // no text for a 5
+        const QStringList messages =
+            texts("Device is warming up|"
+                  "Device is ready for measurements|"
+                  "Device temperature is over the specified range|"
+                  "Device has not stabilized yet|"
+                  "Device has hardware error|"); // an unknown state has no message
         for (int state = 0; state < messages.size(); ++state) {
             m_window->setMeasurementState(static_cast<MeasurementState>(state));
             QCOMPARE(m_window->statusBar()->currentMessage(), messages[state]);
@@ -337,11 +340,11 @@ private slots:
                             const char *labels, int selected) {
             QTest::addRow("%s", name) << text(ports) << text(preferred) << text(labels) << selected;
         };
-        add("by code units", "COM2|COM10", "COM2", "COM10|COM2", 1);
-        add("nothing remembered", "COM2|COM10", "", "COM10|COM2", 0);
-        add("remembered port does not exist", "COM2|COM10", "COM7", "COM10|COM2", 0);
-        add("name within a location", "COM2|COM10", "at COM2 there", "COM10|COM2", 1);
-        add("by case", "COM2|COM10", "com2", "COM10|COM2", 0);
+        add("sorted by UTF-16 code unit", "COM2|COM10", "COM2", "COM10|COM2", 1);
+        add("no preferred port", "COM2|COM10", "", "COM10|COM2", 0);
+        add("preferred port does not exist", "COM2|COM10", "COM7", "COM10|COM2", 0);
+        add("preferred location contains a name", "COM2|COM10", "at COM2 there", "COM10|COM2", 1);
+        add("match is case-sensitive", "COM2|COM10", "com2", "COM10|COM2", 0);
         add("last match wins", "COM10|COM1", "COM10", "COM1|COM10", 1);
         add("last match wins, even a shorter name", "tty|ttyS0|S0", "ttyS0", "S0|tty|ttyS0", 2);
         add("descriptions", "ttyS0|ttyUSB0: USB %2 serial", "/dev/ttyUSB0",
@@ -353,7 +356,7 @@ private slots:
     {
         QFETCH(QString, ports);
         QFETCH(QString, preferred);
-        m_window->machinePorts = ports.split(QLatin1Char('|'), Qt::SkipEmptyParts);
+        m_window->fakePorts = ports.split(QLatin1Char('|'), Qt::SkipEmptyParts);
         m_window->refreshPorts(preferred);
         auto *list = child<QComboBox>("serialPorts");
         QStringList shown;
@@ -366,13 +369,13 @@ private slots:
         QTEST(list->currentIndex(), "selected");
     }
 
-    void refreshedPortsAreThoseOfTheMachine()
+    void refreshPortsListsAvailablePorts()
     {
-        const auto machine = QSerialPortInfo::availablePorts();
+        const auto available = QSerialPortInfo::availablePorts();
         m_window->refreshPorts(QString());
         auto *list = child<QComboBox>("serialPorts");
-        QCOMPARE(list->count(), machine.size());
-        for (const QSerialPortInfo &port : machine) {
+        QCOMPARE(list->count(), available.size());
+        for (const QSerialPortInfo &port : available) {
             const int index = list->findData(port.systemLocation());
             QVERIFY(index >= 0);
             QVERIFY(list->itemText(index).startsWith(port.portName()));
@@ -380,10 +383,10 @@ private slots:
         }
     }
 
-    void refreshingAppends()
+    void refreshPortsAppendsToList()
     {
         m_window->addPort(text("demo"), text("/dev/demo"));
-        m_window->machinePorts = texts("COM2");
+        m_window->fakePorts = texts("COM2");
         m_window->refreshPorts(QString());
         m_window->refreshPorts(QString());
         QCOMPARE(child<QComboBox>("serialPorts")->count(), 3);
@@ -397,20 +400,20 @@ private:
     }
     void click(const char *name) { QTest::mouseClick(child<QPushButton>(name), Qt::LeftButton); }
 
-    void recordUnits()
+    void recordUnitIndexes()
     {
-        m_pollutantUnits.clear();
-        m_temperatureUnits.clear();
+        m_pollutantIndexes.clear();
+        m_temperatureIndexes.clear();
         connect(m_window.data(), &MainWindow::pollutantUnitIndexChanged, this,
-                [this](int index) { m_pollutantUnits << index; });
+                [this](int index) { m_pollutantIndexes << index; });
         connect(m_window.data(), &MainWindow::temperatureUnitIndexChanged, this,
-                [this](int index) { m_temperatureUnits << index; });
+                [this](int index) { m_temperatureIndexes << index; });
     }
 
     const TimeZoneScope m_zone{easternEurope};
     QScopedPointer<Window> m_window;
-    QVector<int> m_pollutantUnits;
-    QVector<int> m_temperatureUnits;
+    QVector<int> m_pollutantIndexes;
+    QVector<int> m_temperatureIndexes;
 };
 
 KV_TEST_MAIN(TestMainWindow)

@@ -24,7 +24,7 @@ namespace {
 const QDateTime start(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
 const QDateTime end(QDate(2024, 3, 2), QTime(12, 0), Qt::UTC);
 
-/// Runs @p steps in the event loop of the next dialog, on that dialog; closes one that they leave.
+/// Runs @p steps on the next modal dialog, inside its event loop, and hides it if it is still open.
 template <typename T>
 void inNextDialog(const std::function<void(T *)> &steps)
 {
@@ -67,7 +67,7 @@ private slots:
         m_settings.showLatest = false;
     }
 
-    void messageBoxes()
+    void messageBoxHasTheGivenIconAndText()
     {
         for (const auto icon :
              {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}) {
@@ -86,7 +86,7 @@ private slots:
         }
     }
 
-    void otherIconsShowNothingAndWriteOneLine()
+    void otherIconsShowNothingAndAreLogged()
     {
         const QMap<QMessageBox::Icon, QString> icons{{QMessageBox::NoIcon, text("NoIcon")},
                                                      {QMessageBox::Question, text("Question")}};
@@ -102,7 +102,7 @@ private slots:
         }
     }
 
-    void questions()
+    void askQuestionReturnsTrueOnlyForYes()
     {
         for (const auto button : {QMessageBox::Yes, QMessageBox::No, QMessageBox::NoButton}) {
             inNextDialog<QMessageBox>([&](QMessageBox *box) {
@@ -123,7 +123,7 @@ private slots:
         }
     }
 
-    void fileDialogsReturnThePathOrNothing()
+    void fileDialogsReturnThePathOrAnEmptyString()
     {
         const QString folder = QDir::currentPath();
         const QString filter = text("CSV (*.csv)");
@@ -149,12 +149,12 @@ private slots:
 
     void waitDialogReportsTheReasonLastShown()
     {
-        QVector<WaitDialogReason> cancels;
+        QVector<WaitDialogReason> reasons;
         connect(m_window.data(), &MainWindow::waitDialogCancelled, this,
-                [&](WaitDialogReason reason) { cancels << reason; });
+                [&](WaitDialogReason reason) { reasons << reason; });
         m_window->closeWaitDialog();
-        QCOMPARE(cancels, QVector<WaitDialogReason>{WaitDialogReason::NoReason});
-        cancels.clear();
+        QCOMPARE(reasons, QVector<WaitDialogReason>{WaitDialogReason::NoReason});
+        reasons.clear();
 
         inNextDialog<WaitDialog>([&](WaitDialog *dialog) {
             const auto *bar = dialog->findChild<QProgressBar *>();
@@ -175,10 +175,10 @@ private slots:
         const QVector<WaitDialogReason> expected{WaitDialogReason::UpdatingFirmware,
                                                  WaitDialogReason::ReadingLog,
                                                  WaitDialogReason::ReadingLog};
-        QCOMPARE(cancels, expected);
+        QCOMPARE(reasons, expected);
     }
 
-    void acceptedExportFillsTheSelection()
+    void acceptedExportDialogFillsTheSelection()
     {
         inNextDialog<ExportMeasurementsToCsvDialog>([&](ExportMeasurementsToCsvDialog *dialog) {
             QCOMPARE(dialog->parentWidget(), m_window.data());
@@ -203,7 +203,7 @@ private slots:
         QVERIFY(WindowDriver::topLevel("ExportMeasurementsToCsvDialog") == nullptr);
     }
 
-    void exportAcceptedAtOnceCoversAnEmptyPeriodOfTheConnectedDevice()
+    void exportDialogStartsWithAnEmptyPeriodAndTheConnectedDevice()
     {
         inNextDialog<ExportMeasurementsToCsvDialog>([](ExportMeasurementsToCsvDialog *dialog) {
             WindowDriver::press(dialog, QDialogButtonBox::Ok);
@@ -220,7 +220,7 @@ private slots:
         QCOMPARE(m_store.calls, texts("devices|measurementTypes|measurementTypes"));
     }
 
-    void cancelledExportChangesNothing()
+    void cancelledExportDialogKeepsTheSelection()
     {
         inNextDialog<ExportMeasurementsToCsvDialog>([](ExportMeasurementsToCsvDialog *dialog) {
             WindowDriver::press(dialog, QDialogButtonBox::Cancel);
@@ -233,13 +233,13 @@ private slots:
         QCOMPARE(selection.measurementTypes, (QMap<unsigned, QString>{{1, text("X")}}));
     }
 
-    void graphGetsItsSettingsAndReturnsThem()
+    void graphUsesItsSettingsAndReturnsThem()
     {
         m_settings.measurementTypes = texts("A1|A0");
         m_settings.manualRange = true;
         m_settings.minimum = -1.5;
         m_settings.maximum = 30.25;
-        // Shown only once it is complete.
+        // The dialog is still hidden while its list is filled.
         connect(m_graph->findChild<QListWidget *>(), &QListWidget::itemChanged, this,
                 [this] { QVERIFY(!m_graph->isVisible()); });
         showGraph();
@@ -250,7 +250,7 @@ private slots:
         const GraphSettings settings = graphSettings();
         QCOMPARE(settings.from, start);
         QCOMPARE(settings.to, end);
-        // In the order of the boxes, in which they were ticked.
+        // In the order of the list, in which they were checked.
         QCOMPARE(settings.measurementTypes, texts("A0|A1"));
         QCOMPARE(settings.manualRange, true);
         QCOMPARE(settings.showLatest, false);
@@ -258,7 +258,7 @@ private slots:
         QCOMPARE(settings.maximum, 30.25);
     }
 
-    void visibleGraphIsNotChanged()
+    void showGraphDoesNotChangeAVisibleGraph()
     {
         showGraph();
         const QStringList calls = m_store.calls;
@@ -273,7 +273,7 @@ private slots:
         QVERIFY(settings.measurementTypes.isEmpty());
     }
 
-    void reopenedGraphTakesItsSettingsInOrder()
+    void reopenedGraphAppliesItsSettingsInOrder()
     {
         showGraph();
         m_graph->close();
@@ -288,7 +288,8 @@ private slots:
         m_window->showGraph(DeviceDetails(), &other, m_items, MeasurementDisplayOptions(),
                             m_settings);
 
-        // Units, start and end are each read from the old store; the latest from the new one.
+        // Setting the units, the start and the end reads the old store each time; everything after
+        // that reads the new one.
         QCOMPARE(m_store.measurementsAsks.size(), 3);
         QCOMPARE(m_store.measurementsAsks[0].from, start);
         QCOMPARE(m_store.measurementsAsks[0].to, end);
@@ -297,7 +298,7 @@ private slots:
         QCOMPARE(m_store.measurementsAsks[2].to, end.addDays(1));
         QCOMPARE(other.calls, texts("measurements|devices|measurements"));
         QVERIFY(other.measurementsAsks[0].to >= before);
-        // The period ends at the moment of the call, not at the time in the field.
+        // The period ends at the time of the call, not at the time in the field.
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const GraphSettings settings = graphSettings();
         QVERIFY(settings.showLatest);
@@ -306,7 +307,7 @@ private slots:
         m_window.reset();
     }
 
-    void everyMeasurementReadsTheStoreForTheGraph()
+    void addMeasurementReloadsTheGraphOnceItHasBeenShown()
     {
         const auto add = [this] {
             m_window->addMeasurement(MeasurementMetadata(), {});
@@ -340,7 +341,7 @@ private slots:
         QCOMPARE(chart->series().first()->name(), text("Air (°F)"));
     }
 
-    void closingTheGraphEmitsASignal()
+    void closingTheGraphEmitsGraphDialogClosed()
     {
         QSignalSpy closes(m_window.data(), &MainWindow::graphDialogClosed);
         showGraph();
@@ -356,31 +357,31 @@ private slots:
     void closingTheWindowClosesGraphThenWaitDialog_data()
     {
         QTest::addColumn<bool>("graphOpen");
-        QTest::addColumn<bool>("all");
+        QTest::addColumn<bool>("callCloseAll");
         QTest::addColumn<QString>("expected");
-        QTest::addRow("with the graph") << true << false << text("graph|wait");
-        // The hidden wait dialog counts as cancelled too.
-        QTest::addRow("alone") << false << false << text("wait");
-        // The window's own closing closes the wait dialog once more.
-        QTest::addRow("all") << true << true << text("graph|wait|wait");
+        QTest::addRow("close() with the graph open") << true << false << text("graph|wait");
+        // Closing the hidden wait dialog counts as a cancellation too.
+        QTest::addRow("close() with the graph closed") << false << false << text("wait");
+        // closeAll() closes the wait dialog, and the close event of the window closes it once more.
+        QTest::addRow("closeAll() with the graph open") << true << true << text("graph|wait|wait");
     }
 
     void closingTheWindowClosesGraphThenWaitDialog()
     {
         QFETCH(bool, graphOpen);
-        QFETCH(bool, all);
+        QFETCH(bool, callCloseAll);
         QStringList order;
-        const auto note = [&](const char *what) {
-            order << text(what);
+        const auto record = [&](const char *dialog) {
+            order << text(dialog);
             QVERIFY(m_window->isVisible());
         };
-        connect(m_window.data(), &MainWindow::graphDialogClosed, this, [&] { note("graph"); });
-        connect(m_window.data(), &MainWindow::waitDialogCancelled, this, [&] { note("wait"); });
+        connect(m_window.data(), &MainWindow::graphDialogClosed, this, [&] { record("graph"); });
+        connect(m_window.data(), &MainWindow::waitDialogCancelled, this, [&] { record("wait"); });
         m_window->show();
         if (graphOpen) {
             showGraph();
         }
-        if (all) {
+        if (callCloseAll) {
             m_window->closeAll();
         } else {
             m_window->close();
@@ -391,7 +392,8 @@ private slots:
     }
 
 private:
-    /// Accepts and cancels the dialog of @p select with @p file, or the folder without one.
+    /// Runs @p select twice: accepts and then cancels its file dialog, in which @p file is
+    /// selected, or the folder if @p file is empty.
     void checkFileDialog(QFileDialog::AcceptMode acceptMode, QFileDialog::FileMode fileMode,
                          const QString &file, const std::function<QString()> &select)
     {
@@ -404,7 +406,7 @@ private:
                 QCOMPARE(dialog->directory().absolutePath(), QDir::currentPath());
                 QCOMPARE(dialog->parentWidget(), m_window.data());
                 QVERIFY(!dialog->testOption(QFileDialog::DontConfirmOverwrite));
-                // Not among the options here, unlike in Qt's own default for a folder.
+                // Unlike in Qt's default options for selecting a folder.
                 QVERIFY(!dialog->testOption(QFileDialog::ShowDirsOnly));
                 if (file.isEmpty()) {
                     QVERIFY(dialog->testOption(QFileDialog::DontUseNativeDialog));
