@@ -23,10 +23,10 @@ private slots:
                      QByteArray(property.name()) + "Changed(QString)");
             QCOMPARE(property.read(&item).toString(), QString());
             QSignalSpy changed(&item, property.notifySignal());
-            // An equal value is reported too.
-            for (int reports = 1; reports <= 2; ++reports) {
+            // Setting an equal value emits the signal too.
+            for (int emissions = 1; emissions <= 2; ++emissions) {
                 QVERIFY(property.write(&item, names.last()));
-                QCOMPARE(changed.size(), reports);
+                QCOMPARE(changed.size(), emissions);
                 QCOMPARE(changed.last().first().toString(), names.last());
             }
         }

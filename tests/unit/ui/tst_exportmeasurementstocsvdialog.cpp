@@ -36,19 +36,20 @@ private slots:
               1.0}});
     }
 
-    void periodIsLocalOnScreenAndUtcOutside()
+    void periodIsShownInLocalTimeAndReturnedInUtc()
     {
-        const QDate change(2024, 3, 31);
-        const QPair<QDateTime, QTime> times[] = {{{QDate(2024, 3, 1), {14, 0}}, {12, 0}},
-                                                 {{QDate(2024, 7, 1), {15, 0}}, {12, 0}},
-                                                 {{change, {2, 59}}, {0, 59}}, // still winter
-                                                 {{change, {4, 0}}, {1, 0}}};
+        const QDate summerTimeStart(2024, 3, 31);
+        const QPair<QDateTime, QTime> times[] = {
+            {{QDate(2024, 3, 1), {14, 0}}, {12, 0}},
+            {{QDate(2024, 7, 1), {15, 0}}, {12, 0}},
+            {{summerTimeStart, {2, 59}}, {0, 59}}, // still winter time
+            {{summerTimeStart, {4, 0}}, {1, 0}}};
         for (const auto &time : times) {
             child<QDateTimeEdit>("exportDateTimeFrom")->setDateTime(time.first);
             child<QDateTimeEdit>("exportDateTimeTo")->setDateTime(time.first);
-            for (const QDateTime &outside : {m_dialog->fromDate(), m_dialog->toDate()}) {
-                QCOMPARE(outside, QDateTime(time.first.date(), time.second, Qt::UTC));
-                QCOMPARE(outside.timeSpec(), Qt::UTC);
+            for (const QDateTime &returned : {m_dialog->fromDate(), m_dialog->toDate()}) {
+                QCOMPARE(returned, QDateTime(time.first.date(), time.second, Qt::UTC));
+                QCOMPARE(returned.timeSpec(), Qt::UTC);
             }
             // The two are not compared: the end may precede the start.
             child<QDateTimeEdit>("exportDateTimeTo")->setDateTime(time.first.addDays(-1));
@@ -87,7 +88,7 @@ private slots:
 
     void selectsTheConnectedDevice()
     {
-        // An unknown one changes nothing.
+        // An unknown serial number changes nothing.
         const QPair<const char *, unsigned> ids[] = {{"", 7},   {"S3", 7}, {"s2", 7},
                                                      {"S2", 9}, {"S3", 9}, {"S1", 7}};
         m_dialog->loadDevices();
@@ -97,20 +98,20 @@ private slots:
         }
     }
 
-    void changeOfDeviceChecksAllTypesAgain()
+    void changingTheDeviceChecksAllTypesAgain()
     {
         m_dialog->loadDevices();
         type(0)->setCheckState(Qt::Unchecked);
         child<QComboBox>("deviceComboBox")->setCurrentIndex(1);
         QCOMPARE(m_dialog->selectedMeasurementTypes(), (QMap<unsigned, QString>{{5, text("W0")}}));
-        // Not among the measurements of the model, so shown by its raw name.
+        // The model has no measurement of this name, so its raw name is shown.
         QCOMPARE(type(0)->text(), text("W0"));
         child<QComboBox>("deviceComboBox")->setCurrentIndex(0);
         QCOMPARE(type(0)->checkState(), Qt::Checked);
         QCOMPARE(m_store.typesAsks, (QVector<unsigned>{7, 9, 7}));
     }
 
-    void uncheckedTypesAreLeftOut()
+    void uncheckedTypesAreNotSelected()
     {
         m_dialog->loadDevices();
         QCOMPARE(m_dialog->selectedMeasurementTypes(),

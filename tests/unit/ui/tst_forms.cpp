@@ -23,7 +23,7 @@
 
 namespace {
 
-// The items of each window's layouts: name, class, text and, for a label, its buddy.
+// The layout items of each window: object name, class, caption and, for a label, its buddy.
 
 const char *const mainWindowOutline = R"(
 verticalLayout QVBoxLayout
@@ -32,19 +32,19 @@ verticalLayout QVBoxLayout
     portList QGroupBox "Communication"
       verticalLayout_5 QVBoxLayout
         formLayout_3 QFormLayout
-          label QLabel "COM port:" of serialPorts
+          label QLabel "COM port:", buddy serialPorts
           serialPorts QComboBox
-          label_2 QLabel "Serial number:" of serialNumber
+          label_2 QLabel "Serial number:", buddy serialNumber
           serialNumber QLineEdit, read-only
-          label_3 QLabel "Model number:" of modelNumber
+          label_3 QLabel "Model number:", buddy modelNumber
           modelNumber QLineEdit, read-only
-          label_4 QLabel "SW version:" of swVersion
+          label_4 QLabel "SW version:", buddy swVersion
           swVersion QLineEdit, read-only
-          label_5 QLabel "HW version:" of hwVersion
+          label_5 QLabel "HW version:", buddy hwVersion
           hwVersion QLineEdit, read-only
-          label_8 QLabel "Device health" of deviceHealth
+          label_8 QLabel "Device health", buddy deviceHealth
           deviceHealth QLineEdit, read-only
-          label_9 QLabel "Device clock" of deviceClockDateTimeEdit
+          label_9 QLabel "Device clock", buddy deviceClockDateTimeEdit
           deviceClockDateTimeEdit QDateTimeEdit, read-only
         horizontalLayout_5 QHBoxLayout
           verticalLayout_4 QVBoxLayout
@@ -66,25 +66,25 @@ verticalLayout QVBoxLayout
         exportLocalMeasurementsButton QPushButton "Export to csv"
       verticalLayout_8 QVBoxLayout
         verticalLayout_2 QVBoxLayout
-          label_6 QLabel "Measurement units:" of unit
+          label_6 QLabel "Measurement units:", buddy unit
           horizontalLayout_4 QHBoxLayout
             unit QComboBox
             unitTemperature QComboBox
         verticalLayout_9 QVBoxLayout
-          label_7 QLabel "Graph:" of buttonShowGraph
+          label_7 QLabel "Graph:", buddy buttonShowGraph
           buttonShowGraph QPushButton "Show graph"
-          label_13 QLabel "Firmware:" of updateFirmwareButton
+          label_13 QLabel "Firmware:", buddy updateFirmwareButton
           updateFirmwareButton QPushButton "Update firmware"
           vertical spacer
       verticalLayout_11 QVBoxLayout
-        label_11 QLabel "Memory logging:" of readLogButton
+        label_11 QLabel "Memory logging:", buddy readLogButton
         readLogButton QPushButton "Read"
         eraseLogButton QPushButton "Clear"
-        label_12 QLabel "Device clock:" of syncClockButton
+        label_12 QLabel "Device clock:", buddy syncClockButton
         syncClockButton QPushButton "Set to UTC"
         vertical spacer
       layoutEeprom QVBoxLayout
-        eepromLabel QLabel "Eeprom" of backupEepromButton
+        eepromLabel QLabel "Eeprom", buddy backupEepromButton
         backupEepromButton QPushButton "Backup"
         restoreEepromButton QPushButton "Restore"
         vertical spacer)";
@@ -101,16 +101,16 @@ horizontalLayout QHBoxLayout
         buttonClear QPushButton "Clear"
     groupBox_3 QGroupBox "Date range"
       verticalLayout_3 QVBoxLayout
-        label QLabel "From" of fromDateTimeEdit
+        label QLabel "From", buddy fromDateTimeEdit
         fromDateTimeEdit QDateTimeEdit
         showLatestCheckBox QCheckBox "Always show latest"
-        label_2 QLabel "To" of toDateTimeEdit
+        label_2 QLabel "To", buddy toDateTimeEdit
         toDateTimeEdit QDateTimeEdit
     groupBox_4 QGroupBox "Graph"
       verticalLayout_5 QVBoxLayout
-        label_3 QLabel "Minimum" of graphMinimumSpinBox
+        label_3 QLabel "Minimum", buddy graphMinimumSpinBox
         graphMinimumSpinBox QDoubleSpinBox
-        label_4 QLabel "Maximum" of graphMaximumSpinBox
+        label_4 QLabel "Maximum", buddy graphMaximumSpinBox
         graphMaximumSpinBox QDoubleSpinBox
         enableSettingsMinMaxForGraphcheckBox QCheckBox "Manual range"
     vertical spacer
@@ -119,13 +119,13 @@ horizontalLayout QHBoxLayout
 const char *const exportOutline = R"(
 verticalLayout QVBoxLayout
   formLayout QFormLayout
-    label QLabel "Device" of deviceComboBox
+    label QLabel "Device", buddy deviceComboBox
     deviceComboBox QComboBox
-    label_2 QLabel "From" of exportDateTimeFrom
+    label_2 QLabel "From", buddy exportDateTimeFrom
     exportDateTimeFrom QDateTimeEdit
-    label_3 QLabel "To" of exportDateTimeTo
+    label_3 QLabel "To", buddy exportDateTimeTo
     exportDateTimeTo QDateTimeEdit
-    label_4 QLabel "Measurement types" of measurementTypeList
+    label_4 QLabel "Measurement types", buddy measurementTypeList
     measurementTypeList QListWidget
   buttonBox QDialogButtonBox)";
 
@@ -153,7 +153,7 @@ QString describe(const QObject *object)
     }
     const auto *label = qobject_cast<const QLabel *>(object);
     if (label && label->buddy()) {
-        line += text(" of ") + label->buddy()->objectName();
+        line += text(", buddy ") + label->buddy()->objectName();
     }
     return object->property("readOnly").toBool() ? line + text(", read-only") : line;
 }
@@ -188,13 +188,13 @@ QStringList outline(QLayoutItem *item, const QString &indent = QString())
 
 } // namespace
 
-/// The windows as their forms define them.
+/// Checks the windows that the forms define.
 class TestForms : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void windowsHaveTheTextsLayoutAndTabOrderOfTheirForms()
+    void windowsHaveTheExpectedCaptionsLayoutAndTabOrder()
     {
         const struct
         {
@@ -248,7 +248,7 @@ private slots:
         QVERIFY(exit->associatedWidgets().isEmpty());
     }
 
-    void bannerShowsThePicture()
+    void bannerShowsTheImage()
     {
         const auto *banner = child<QLabel>("label_10");
         const QImage shown = banner->pixmap(Qt::ReturnByValue).toImage();
@@ -256,16 +256,16 @@ private slots:
         QCOMPARE(shown, QImage(text(":/images/banner.png")).convertToFormat(shown.format()));
     }
 
-    void unitSelectorsOfferTwoUnitsEach()
+    void unitComboBoxesOfferTwoUnitsEach()
     {
-        const QPair<const char *, const char *> selectors[] = {{"unit", "ppm|µg/m³"},
-                                                               {"unitTemperature", "°C|°F"}};
-        for (const auto &selector : selectors) {
-            const auto *combo = child<QComboBox>(selector.first);
+        const QPair<const char *, const char *> comboBoxes[] = {{"unit", "ppm|µg/m³"},
+                                                                {"unitTemperature", "°C|°F"}};
+        for (const auto &comboBox : comboBoxes) {
+            const auto *combo = child<QComboBox>(comboBox.first);
             QCOMPARE(combo->count(), 2);
-            QCOMPARE((QStringList{combo->itemText(0), combo->itemText(1)}), texts(selector.second));
+            QCOMPARE((QStringList{combo->itemText(0), combo->itemText(1)}), texts(comboBox.second));
             QCOMPARE(combo->currentIndex(), 0);
-            for (const QString &unit : texts(selector.second)) {
+            for (const QString &unit : texts(comboBox.second)) {
                 QVERIFY2(m_translator.has("MainWindow", unit), qPrintable(unit));
             }
         }
@@ -315,7 +315,7 @@ private slots:
         QCOMPARE(sizeOf("readLogButton"), button);
     }
 
-    void graphDialogCanBeMaximizedAndBlocksNoWindow()
+    void graphDialogIsModelessAndCanBeMaximized()
     {
         QVERIFY(!m_graph.isModal());
         QVERIFY(m_graph.windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
@@ -341,7 +341,7 @@ private slots:
         }
     }
 
-    void boundsOfTheGraphAcceptEveryFiniteNumber()
+    void spinBoxesOfTheGraphAcceptEveryFiniteNumber()
     {
         const auto boxes = m_graph.findChildren<QDoubleSpinBox *>();
         QCOMPARE(boxes.size(), 2);
@@ -352,7 +352,7 @@ private slots:
         }
     }
 
-    void exportDialogHasOkAndCancelInARow()
+    void exportDialogHasOkAndCancelSideBySide()
     {
         const auto *buttons = m_export.findChild<QDialogButtonBox *>();
         QCOMPARE(buttons->orientation(), Qt::Horizontal);
@@ -366,7 +366,7 @@ private:
         return m_window.findChild<T *>(text(name));
     }
 
-    /// Records the texts that the windows after it look up.
+    /// Records the strings that the windows below look up.
     RecordingTranslator m_translator;
     const bool m_isInstalled = QCoreApplication::installTranslator(&m_translator);
     MainWindow m_window{nullptr};

@@ -15,7 +15,7 @@ class TestSettings : public QObject
 private slots:
     void cleanup() { QSettings(text("Orvanta"), text("Kv tool")).clear(); }
 
-    void storesEachKeyFromRunToRun()
+    void keepsEachValueBetweenRuns()
     {
         const QDateTime from(QDate(2017, 11, 13), QTime(10, 20, 30, 456), Qt::UTC);
         const QMap<QString, QVariant> values{
@@ -49,7 +49,8 @@ private slots:
             QVERIFY(stored.convert(value->userType()));
             QCOMPARE(stored, *value);
         }
-        // The file of organisation and application; its keys have blanks and no groups.
+        // The file is named after the organisation and the application; its keys contain spaces and
+        // have no groups.
         const QSettings file(QSettings::NativeFormat, QSettings::UserScope, text("Orvanta"),
                              text("Kv tool"));
         QCOMPARE(file.fileName(),
@@ -72,7 +73,7 @@ private slots:
         QVERIFY(!settings.value(text("graph from")).isValid());
     }
 
-    void asksWithAnInvalidDefaultWhenNoneIsGiven()
+    void usesAnInvalidDefaultIfNoneIsGiven()
     {
         FakeSettings fake;
         QStringList reads;
@@ -82,7 +83,7 @@ private slots:
         QCOMPARE(reads, texts("graph from"));
     }
 
-    void convertsAValueOfAnUnexpectedTypeByTheRulesOfVariants()
+    void convertsValuesOfAnUnexpectedTypeAsQVariantDoes()
     {
         Settings settings;
         settings.setValue(text("pollutant unit"), text("none"));

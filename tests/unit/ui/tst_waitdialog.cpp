@@ -19,11 +19,11 @@ private slots:
     {
         m_dialog.reset(new WaitDialog(nullptr));
         m_bar = m_dialog->findChild<QProgressBar *>();
-        m_cancels = 0;
-        connect(m_dialog.data(), &WaitDialog::cancelClicked, this, [this] { ++m_cancels; });
+        m_cancelCount = 0;
+        connect(m_dialog.data(), &WaitDialog::cancelClicked, this, [this] { ++m_cancelCount; });
     }
 
-    void reasonsHaveTheirNumbers()
+    void reasonsHaveFixedNumbers()
     {
         using Reason = WaitDialogReason;
         const Reason reasons[] = {Reason::ReadingLog,      Reason::UpdatingFirmware,
@@ -35,34 +35,34 @@ private slots:
         }
     }
 
-    void showsABarFromZeroToAHundredOrARunningBar()
+    void showsProgressInPercentOrABusyIndicator()
     {
         m_dialog->progress(10);
         QVERIFY(!m_dialog->isVisible());
-        // It is the same at each showing, and also where an open dialog changes.
-        for (const bool progress : {true, false, true}) {
-            showAndDo(progress, [&] {
+        // This applies each time the dialog is shown, and also to a change of the open dialog.
+        for (const bool showProgress : {true, false, true}) {
+            showAndDo(showProgress, [&] {
                 QVERIFY(m_dialog->isVisible());
                 QCOMPARE(m_dialog->windowTitle(), text("Please wait"));
                 QCOMPARE(m_bar->minimum(), 0);
-                QCOMPARE(m_bar->maximum(), progress ? 100 : 0);
-                QCOMPARE(m_bar->text(), progress ? text("0%") : QString());
+                QCOMPARE(m_bar->maximum(), showProgress ? 100 : 0);
+                QCOMPARE(m_bar->text(), showProgress ? text("0%") : QString());
                 m_dialog->progress(42);
-                QCOMPARE(m_bar->text(), progress ? text("42%") : QString());
+                QCOMPARE(m_bar->text(), showProgress ? text("42%") : QString());
                 m_dialog->progress(100);
                 QCoreApplication::processEvents();
                 QVERIFY(m_dialog->isVisible());
 
-                m_dialog->showDialog(text("Changed"), !progress);
+                m_dialog->showDialog(text("Changed"), !showProgress);
                 QVERIFY(m_dialog->isVisible());
                 QCOMPARE(m_dialog->windowTitle(), text("Changed"));
-                QCOMPARE(m_bar->maximum(), progress ? 0 : 100);
+                QCOMPARE(m_bar->maximum(), showProgress ? 0 : 100);
             });
         }
-        QCOMPARE(m_cancels, 0);
+        QCOMPARE(m_cancelCount, 0);
     }
 
-    void restartsTheBarOfAnOpenDialogAndKeepsItUntilTheNextShowing()
+    void resetsTheProgressWhenShownAgainAndKeepsItWhenClosed()
     {
         showAndDo(true, [&] {
             m_dialog->progress(70);
@@ -76,18 +76,18 @@ private slots:
         QCOMPARE(m_bar->maximum(), 100);
     }
 
-    void blocksAllWindowsAndItsCallerWhileItIsOpen()
+    void isApplicationModalAndBlocksItsCaller()
     {
         QPushButton other;
         other.show();
         QVERIFY(QTest::qWaitForWindowExposed(&other));
-        bool isInside = false;
+        bool hasRun = false;
         showAndDo(true, [&] {
             QCOMPARE(m_dialog->windowModality(), Qt::ApplicationModal);
             QCOMPARE(QApplication::activeModalWidget(), m_dialog.data());
-            isInside = true;
+            hasRun = true;
         });
-        QVERIFY(isInside);
+        QVERIFY(hasRun);
         QVERIFY(!m_dialog->isVisible());
     }
 
@@ -98,39 +98,39 @@ private slots:
             QCoreApplication::processEvents();
             QVERIFY(m_dialog->isVisible());
         });
-        QCOMPARE(m_cancels, 1);
+        QCOMPARE(m_cancelCount, 1);
     }
 
-    void emitsOneCancelPerClose()
+    void emitsCancelClickedOncePerClose()
     {
-        const std::function<void()> closes[] = {[this] { m_dialog->close(); },
-                                                [this] { m_dialog->finished(); },
-                                                [this] { m_dialog->windowHandle()->close(); }};
-        for (const auto &close : closes) {
-            m_cancels = 0;
+        const std::function<void()> closeActions[] = {
+            [this] { m_dialog->close(); }, [this] { m_dialog->finished(); },
+            [this] { m_dialog->windowHandle()->close(); }};
+        for (const auto &close : closeActions) {
+            m_cancelCount = 0;
             showAndDo(true, [&] {
                 close();
                 QVERIFY(!m_dialog->isVisible());
             });
-            QCOMPARE(m_cancels, 1);
+            QCOMPARE(m_cancelCount, 1);
         }
     }
 
-    void emitsACancelForACloseOfTheHiddenDialog()
+    void emitsCancelClickedIfClosedWhileHidden()
     {
         m_dialog->close();
-        QCOMPARE(m_cancels, 1);
+        QCOMPARE(m_cancelCount, 1);
         showAndDo(true, [] {});
         m_dialog->close();
-        QCOMPARE(m_cancels, 2);
+        QCOMPARE(m_cancelCount, 2);
     }
 
-    void emitsANestedCancelIfASlotClosesTheDialog()
+    void emitsNestedCancelClickedIfASlotClosesTheDialog()
     {
         int depth = 0;
-        int deepest = 0;
+        int maxDepth = 0;
         connect(m_dialog.data(), &WaitDialog::cancelClicked, this, [&] {
-            deepest = qMax(deepest, ++depth);
+            maxDepth = qMax(maxDepth, ++depth);
             m_dialog->close();
             --depth;
         });
@@ -138,11 +138,11 @@ private slots:
             QTest::mouseClick(m_dialog->findChild<QPushButton *>(), Qt::LeftButton);
             QVERIFY(!m_dialog->isVisible());
         });
-        QCOMPARE(m_cancels, 2);
-        QCOMPARE(deepest, 2);
+        QCOMPARE(m_cancelCount, 2);
+        QCOMPARE(maxDepth, 2);
     }
 
-    void closesWithoutASignalOnEscape()
+    void closesWithoutCancelClickedOnEscape()
     {
         QSignalSpy rejected(m_dialog.data(), &QDialog::rejected);
         showAndDo(true, [&] {
@@ -150,11 +150,11 @@ private slots:
             QVERIFY(!m_dialog->isVisible());
         });
         QCOMPARE(rejected.size(), 1);
-        QCOMPARE(m_cancels, 0);
+        QCOMPARE(m_cancelCount, 0);
     }
 
 private:
-    /// Runs @p steps inside the dialog's own event loop, which ends with them.
+    /// Shows the dialog, runs @p steps in its event loop and hides it.
     void showAndDo(bool showProgress, const std::function<void()> &steps)
     {
         bool isDone = false;
@@ -169,7 +169,7 @@ private:
 
     QScopedPointer<WaitDialog> m_dialog;
     QProgressBar *m_bar = nullptr;
-    int m_cancels = 0;
+    int m_cancelCount = 0;
 };
 
 KV_TEST_MAIN(TestWaitDialog)
