@@ -8,7 +8,7 @@ using F = FaultKind;
 constexpr Expectation done = "done, 1 send";
 constexpr Expectation sentAgain = "done, 2 sends";
 constexpr Expectation sentTwiceAgain = "done, 3 sends";
-constexpr Expectation twoAnswers = "passed on: two answers in one, 2 sends";
+constexpr Expectation twoReplies = "passed on: two replies in one, 2 sends";
 constexpr Expectation stopped = "queue stopped after 5 sends; works after clear";
 constexpr Expectation stoppedUntilClose = "queue stopped after 5 sends; works after close";
 constexpr Expectation stoppedUntilConnect = "queue stopped after 5 sends; works after connect";
@@ -29,8 +29,8 @@ QVector<FaultOperation> operations()
         {part, "store settings",  "write --really",           "3"},
         {part, "read log",        "log --read=1",             "7"},
         {part, "erase log",       "log --erase",              "3"},
-        {part, "read memory",     "eeprom --read_block 5",    "68"},
-        {part, "write memory",    "eeprom --write_block 5",   "3"},
+        {part, "read EEPROM",     "eeprom --read_block 5",    "68"},
+        {part, "write EEPROM",    "eeprom --write_block 5",   "3"},
         {part, "reboot",          "reboot --really",          "3"},
         {part, "update firmware", "reboot --really",          "3"},
     };
@@ -41,20 +41,20 @@ QVector<FaultMatrix::Entry> entries()
 {
     // clang-format off
     return {
-        // Only the text of the restart is waited for.
+        // The job waits only for the message of the restart.
         {{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte}, Reboot, done},
-        // Two answers with a prompt between them in a chunk: the value extends to the last prompt.
-        {F::LateAnswer, {ReadModel, ReadValue, SetValue}, twoAnswers},
+        // Two replies in one chunk with a prompt between them: the value extends to the last prompt.
+        {F::LateAnswer, {ReadModel, ReadValue, SetValue}, twoReplies},
         {F::LostByte, SetValue, "passed on: 21, 1 send"},
         {F::LostByte, SetClock, "passed on: 0200-01-02T03:04:05Z, 1 send"},
-        {F::LostByte, ReadMemory, "passed on: 63 bytes, 1 send"}, // an odd digit is dropped
+        {F::LostByte, ReadEeprom, "passed on: 63 bytes, 1 send"}, // an unpaired digit is dropped
         {F::FlippedBit, SetValue, "passed on: 221, 1 send"},
         {F::FlippedBit, SetClock, "passed on: 2020-01-02T03:04:05Z, 1 send"},
-        // Sent again at once; that answer is parsed together with the bad line and times out.
+        // Sent again immediately; that reply is parsed with the damaged line before it and times out.
         {{F::LostByte, F::FlippedBit, F::WrongChecksum}, ReadLog, sentTwiceAgain},
         {{F::SilenceOnce, F::LateAnswer, F::LostByte, F::FlippedBit, F::NulByte}, {}, sentAgain},
         {F::Silence, Connect, stoppedUntilConnect},
-        {F::Silence, {ReadLog, ReadMemory, WriteMemory}, stoppedUntilCancel},
+        {F::Silence, {ReadLog, ReadEeprom, WriteEeprom}, stoppedUntilCancel},
         {F::Silence, {}, stopped},
         {{F::ShortDelay, F::SingleBytes, F::Chatter}, {}, done},
         {F::UnknownModel, ReadModel, "passed on: KVT-900, 1 send"},
@@ -66,19 +66,19 @@ QVector<FaultMatrix::Entry> entries()
         {{F::WrongChecksum, F::WrongChecksumAlways, F::WrongEntry, F::WrongEntryAlways,
           F::MalformedRecord, F::MalformedRecordAlways}, {}, notApplicable("not a log line")},
         {F::NoLogOption, {ReadLog, EraseLog}, "reports that there is no log"},
-        {F::NoLogOption, {}, notApplicable("only log commands look for the option")},
-        {F::MalformedBlock, ReadMemory, sentAgain},
-        {F::MalformedBlockAlways, ReadMemory, stoppedUntilCancel},
+        {F::NoLogOption, {}, notApplicable("only log commands check for the option")},
+        {F::MalformedBlock, ReadEeprom, sentAgain},
+        {F::MalformedBlockAlways, ReadEeprom, stoppedUntilCancel},
         {{F::MalformedBlock, F::MalformedBlockAlways}, {},
-         notApplicable("no memory block is read")},
+         notApplicable("no EEPROM block is read")},
 
         {{F::BlockRejected, F::BlockUnanswered}, UpdateFirmware, "failed at block 2"},
         {F::BlockRepliesInOneChunk, UpdateFirmware, "failed at block 3"},
-        {F::FinalStar, UpdateFirmware, "all blocks accepted, no end reported"},
+        {F::FinalStar, UpdateFirmware, "all blocks accepted, completion not reported"},
         {{F::BlockRejected, F::BlockUnanswered, F::BlockRepliesInOneChunk, F::FinalStar}, {},
          notApplicable("no firmware block is sent")},
         {F::BootWithLineEnd, UpdateFirmware, "queue stopped after 1 send; works after cancel"},
-        {F::BootWithLineEnd, {}, notApplicable("the bootloader isn't waited for")},
+        {F::BootWithLineEnd, {}, notApplicable("the operation doesn't wait for the bootloader")},
         {{F::HangUpBefore, F::HangUpDuring}, {}, stoppedUntilClose},
         {F::HangUpAfter, {}, "done, 1 send; next command: queue stopped, works after close"},
     };

@@ -3,7 +3,7 @@
 
 #include "tests/kit/faultmatrix.h"
 
-/// What the device handler is asked for.
+/// The operations of the device handler that are tested.
 enum HandlerOperation {
     Connect,
     Poll,
@@ -15,13 +15,14 @@ enum HandlerOperation {
     StoreSettings,
     ReadLog,
     EraseLog,
-    ReadMemory,
-    WriteMemory,
+    ReadEeprom,
+    WriteEeprom,
     Reboot,
     UpdateFirmware
 };
 
-/// Each operation of the handler under each fault of device and line. An outcome begins with "done"
-/// (correct, after so many sends), "passed on" (damaged text that nothing checks), "queue stopped"
-/// (without a signal, until the named call), "reports" or "failed" (actionFailed).
+/// The expected outcome of each operation of the handler under each fault of the device and the
+/// line. An outcome begins with "done" (correct result, after so many sends), "passed on" (damaged
+/// data that no check detects), "queue stopped" (without a signal, until the named call), "reports"
+/// or "failed" (actionFailed).
 FaultMatrix handlerFaultMatrix();

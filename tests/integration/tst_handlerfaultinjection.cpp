@@ -12,23 +12,23 @@ namespace {
 
 using Faults = FaultMatrix::AnyOf<FaultKind>;
 
-constexpr int affectedBlock = 5; // of the memory
-constexpr int sufficientBlocks = 9; // of 1024, the affected one among them
+constexpr int affectedBlock = 5; // of the EEPROM, as in operations()
+constexpr int sufficientBlocks = 9; // of 1024; includes the affected one
 constexpr int blockSize = 64;
 
-QByteArray memoryImage() { return files::pseudoRandomBytes(65536); }
+QByteArray eepromImage() { return files::pseudoRandomBytes(65536); }
 
 QByteArray firmwareImage()
 {
-    return memoryImage().left(40); // three blocks
+    return eepromImage().left(40); // three blocks
 }
 
 /// How an operation is requested, how its success is reported and how it is cancelled.
 struct Steps
 {
     void (*request)(SerialPortHandler &);
-    const char *report; ///< the beginning of an event
-    const char *value = ""; ///< that follows
+    const char *report; ///< the beginning of the event that reports success
+    const char *value = ""; ///< the rest of the event
     void (SerialPortHandler::*cancel)() = nullptr;
 };
 
@@ -50,7 +50,7 @@ const Steps allSteps[] = {
     {[](auto &handler) { handler.eraseLog(); }, "finished ActionEraseLog nothing"},
     {[](auto &handler) { handler.readEeprom(); }, "finished ActionEepromRead", "",
      &SerialPortHandler::cancelEepromRead},
-    {[](auto &handler) { handler.writeEeprom(memoryImage()); },
+    {[](auto &handler) { handler.writeEeprom(eepromImage()); },
      "finished ActionEepromWritten nothing", "", &SerialPortHandler::cancelEepromWrite},
     {[](auto &handler) { handler.reboot(); }, "finished ActionReboot nothing"},
     {[](auto &handler) {
@@ -65,19 +65,19 @@ bool isRestart(HandlerOperation operation)
     return operation == Reboot || operation == UpdateFirmware;
 }
 
-// The time-outs of the pair, in ms; 0: the job's own.
+// The time-out of the jobs for a pair, in ms; 0 keeps the default of each job.
 int timeoutMs(FaultKind fault, HandlerOperation operation)
 {
     using F = FaultKind;
-    constexpr int afterRestartMs = 2000; // by then the device is back
-    constexpr int gatheredMs = 300; // for answers that are gathered
-    const Faults oneBadAnswer{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte};
-    if (isRestart(operation) && (fault == F::LateAnswer || oneBadAnswer.contains(fault))) {
+    constexpr int afterRestartMs = 2000; // by then the device has restarted
+    constexpr int collectedMs = 300; // for replies whose chunks are collected
+    const Faults oneBadReply{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte};
+    if (isRestart(operation) && (fault == F::LateAnswer || oneBadReply.contains(fault))) {
         return afterRestartMs;
     }
     const QVector<QPair<Faults, int>> timeouts = {
         {F::LateAnswer, lateAnswerTimeoutMs},
-        {oneBadAnswer, operation == ReadLog ? gatheredMs : 200},
+        {oneBadReply, operation == ReadLog ? collectedMs : 200},
         {F::HangUpBefore, 40},
         {{F::Silence, F::HangUpDuring, F::WrongChecksumAlways, F::WrongEntryAlways,
           F::MalformedRecordAlways, F::MalformedBlockAlways},
@@ -91,7 +91,7 @@ int timeoutMs(FaultKind fault, HandlerOperation operation)
             return timeout.second;
         }
     }
-    return gatheredMs;
+    return collectedMs;
 }
 
 QByteArray sendsText(int sends)
@@ -135,9 +135,9 @@ private slots:
 private:
     bool prepare()
     {
-        // An update needs long times: the announcement of the restart must not arrive in one piece
-        // with the bootloader's greeting, nor the bootloader stop waiting, when the machine is
-        // slow.
+        // An update needs longer delays: even on a slow machine, the message of the restart must
+        // not arrive in one chunk with the bootloader's prompt, and the bootloader must not stop
+        // waiting.
         const bool update = m_operation == UpdateFirmware;
         QString options = text("--log-rows 3 --write-ms 1 --reboot-ms %1 --boot-wait %2 --image %3 "
                                "--image-size %4")
@@ -161,7 +161,8 @@ private:
         }
         const Faults damagesLine{FaultKind::WrongChecksum, FaultKind::LostByte,
                                  FaultKind::FlippedBit};
-        // Otherwise each piece of the line after a wrong checksum uses up another send.
+        // Without this pause, each further chunk of a line with a wrong checksum causes another
+        // send.
         m_link->gatherMs = m_operation == ReadLog && damagesLine.contains(m_fault) ? 30 : 0;
         return true;
     }
@@ -172,7 +173,7 @@ private:
             return "delay@reboot:3000"; // longer than the time-out
         }
         const FaultOperation &operation = m_matrix.operation(m_operation);
-        // A colon would end the command.
+        // A colon would end the command in the description of the fault.
         const QByteArray command = QByteArray(operation.command).split(':').first();
         return faultInfo(m_fault).simulatorFaultFor(command, operation.damagedByte);
     }
@@ -182,7 +183,7 @@ private:
         const auto hasEvent = [this](const char *name) {
             return m_link->events.contains(text(name));
         };
-        if (m_operation == ReadMemory || m_operation == WriteMemory) {
+        if (m_operation == ReadEeprom || m_operation == WriteEeprom) {
             return m_link->memoryProgress.size() >= sufficientBlocks;
         }
         return m_operation == ReadLog
@@ -191,8 +192,8 @@ private:
                 || hasEvent("allJobsDone");
     }
 
-    /// Keeps the event loop from running after the second send until both answers have arrived.
-    bool awaitBothAnswers()
+    /// After the second send, blocks the event loop until both replies have arrived.
+    bool waitForBothReplies()
     {
         constexpr unsigned long pauseMs = lateAnswerMs - lateAnswerTimeoutMs + 300;
         if (!runUntil([&] { return m_link->sends(command()) == 2; })) {
@@ -210,11 +211,11 @@ private:
         }
         steps().request(m_link->handler);
         m_link->setTimeouts(timeoutMs(m_fault, m_operation));
-        if (m_fault == FaultKind::LateAnswer && !isRestart(m_operation) && !awaitBothAnswers()) {
+        if (m_fault == FaultKind::LateAnswer && !isRestart(m_operation) && !waitForBothReplies()) {
             return "not sent again";
         }
         if (!runUntil([&] { return m_link->isStalled() || hasEnded(); })) {
-            return "no end within 20 s";
+            return "no outcome within 20 s";
         }
         if (m_link->isStalled()) {
             return stallOutcome();
@@ -225,7 +226,7 @@ private:
 
     QByteArray outcome()
     {
-        if (m_operation == ReadMemory || m_operation == WriteMemory) {
+        if (m_operation == ReadEeprom || m_operation == WriteEeprom) {
             (m_link->handler.*steps().cancel)();
         }
         const QStringList &events = m_link->events;
@@ -236,12 +237,12 @@ private:
             return "failed at block " + QByteArray::number(m_link->port->blocks.size());
         }
         if (m_operation == UpdateFirmware && m_link->firmwareProgress.contains(100.0)) {
-            return "all blocks accepted, no end reported";
+            return "all blocks accepted, completion not reported";
         }
         QString value;
         const bool correct = isCorrect(value);
         if (value.contains(text("\r\n"))) {
-            value = text("two answers in one");
+            value = text("two replies in one");
         }
         return (correct ? QByteArray("done, ") : "passed on: " + value.toLatin1() + ", ")
             + sendsText(m_link->sends(command()));
@@ -251,7 +252,7 @@ private:
     {
         QStringList reported = m_link->events;
         if (m_operation == ReadLog && !reported.isEmpty()) {
-            reported = reported.mid(2); // the first two report the count of rows
+            reported = reported.mid(2); // the first two report the number of rows
         }
         reported.removeAll(text("finished ActionRebootForFirmware nothing"));
         if (!reported.isEmpty()) {
@@ -292,7 +293,7 @@ private:
 
     QByteArray outcomeAfterHangUp()
     {
-        // The end is reported before the last job has left the queue.
+        // Completion is reported before the last job has left the queue.
         runUntil([&] { return m_link->isIdle(); });
         m_link->simulator.hangUp();
         m_link->clearRecords();
@@ -306,7 +307,7 @@ private:
             + (worksAgain() ? "works after close" : "doesn't work after close");
     }
 
-    /// Whether the device can be connected and read, on a new line if the old one was hung up.
+    /// Whether the device can be connected and read, through a new port after a hang-up.
     bool worksAgain()
     {
         m_link->setTimeouts(0);
@@ -323,11 +324,11 @@ private:
             && m_link->connectDevice() && m_link->canRead("hwver", "B");
     }
 
-    /// Whether the reported result is the device's own; @p value is what was reported.
+    /// Whether the reported result equals the device's data; @p value is set to what was reported.
     bool isCorrect(QString &value)
     {
         SimulatorProcess &simulator = m_link->simulator;
-        const auto ownBlock = [&] {
+        const auto deviceBlock = [&] {
             return QByteArray::fromHex(
                 simulator.control("memory " + QByteArray::number(affectedBlock)).value(0));
         };
@@ -349,11 +350,11 @@ private:
             return m_link->hasDevicesLog();
         case EraseLog:
             return isReported && simulator.state("log") == "0";
-        case ReadMemory:
+        case ReadEeprom:
             value = text("%1 bytes").arg(m_blocks.value(affectedBlock).size());
-            return m_blocks.value(affectedBlock) == ownBlock();
-        case WriteMemory:
-            return memoryImage().mid(affectedBlock * blockSize, blockSize) == ownBlock();
+            return m_blocks.value(affectedBlock) == deviceBlock();
+        case WriteEeprom:
+            return eepromImage().mid(affectedBlock * blockSize, blockSize) == deviceBlock();
         case UpdateFirmware:
             return isReported && files::contents(imageFile()) == firmwareImage();
         default:
@@ -377,12 +378,12 @@ private:
 
     FaultMatrix m_matrix = handlerFaultMatrix();
 
-    // Of the pair that is being run.
+    // The pair that is being tested, and its device.
     FaultKind m_fault = {};
     HandlerOperation m_operation = {};
     QScopedPointer<QTemporaryDir> m_folder;
     QScopedPointer<DeviceLink> m_link;
-    QMap<int, QByteArray> m_blocks; ///< read from the memory
+    QMap<int, QByteArray> m_blocks; ///< EEPROM blocks that were read, by number
 };
 
 KV_TEST_CORE_MAIN(TestHandlerFaultInjection)

@@ -11,8 +11,8 @@ constexpr int blockCount = 1024;
 constexpr int blockSize = 64;
 constexpr int imageSize = 65535;
 
-// Quirk: the tool puts each block at the offset of its number, so that of all but the last only the
-// first byte remains.
+// Quirk: the tool writes each block at the offset of its number, so that only the first byte of
+// each block but the last remains.
 QByteArray backupOf(const QByteArrayList &blocks)
 {
     QByteArray image;
@@ -25,7 +25,7 @@ QByteArray backupOf(const QByteArrayList &blocks)
 
 } // namespace
 
-class TestLogAndMemory : public QObject
+class TestDeviceLogAndEeprom : public QObject
 {
     Q_OBJECT
 
@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(m_link->port->texts.at(1), text("\r\nlog --read=0\r\n"));
     }
 
-    void logReadCanBeCancelledAndStartedAgainAtOnce()
+    void logReadCanBeCancelledAndImmediatelyStartedAgain()
     {
         QVERIFY(m_link->startConnected(text("--log-rows 200")));
         const auto connection = connect(&m_link->handler, &SerialPortHandler::logReadProgress, this,
@@ -76,13 +76,13 @@ private slots:
         const int sent = m_link->port->texts.size();
         QVERIFY(sent > 100 && sent < 110);
 
-        // The rest of the cancelled row's answer is still to arrive.
+        // The rest of the reply with the cancelled row has not arrived yet.
         m_link->clearRecords();
         readLog();
         QCOMPARE(m_link->port->texts.size(), 202);
     }
 
-    void takesARowThatWasReadAtTheCancelIntoTheNextRead()
+    void rowReceivedDuringTheCancellationIsPartOfTheNextRead()
     {
         QVERIFY(m_link->startConnected(text("--log-rows 3")));
         const auto connection =
@@ -98,14 +98,14 @@ private slots:
         // Quirk: rows are counted, not numbered, and the late one is counted too.
         m_link->handler.readLog();
         QVERIFY(m_link->waitFor(text("log")));
-        const QVector<LogValue> own = m_link->simulator.logRows();
+        const QVector<LogValue> deviceRows = m_link->simulator.logRows();
         QCOMPARE(m_link->log.size(), 3);
-        QCOMPARE(m_link->log.at(0).time, own.at(1).time);
-        QCOMPARE(m_link->log.at(1).time, own.at(0).time);
-        QCOMPARE(m_link->log.at(2).time, own.at(1).time);
+        QCOMPARE(m_link->log.at(0).time, deviceRows.at(1).time);
+        QCOMPARE(m_link->log.at(1).time, deviceRows.at(0).time);
+        QCOMPARE(m_link->log.at(2).time, deviceRows.at(1).time);
     }
 
-    void refusesASecondLogReadWhileReading()
+    void ignoresASecondLogReadWhileReading()
     {
         QVERIFY(m_link->startConnected(text("--log-rows 50")));
         m_link->handler.readLog();
@@ -116,17 +116,17 @@ private slots:
         QCOMPARE(m_link->events.count(text("log")), 1);
     }
 
-    void stopsAtLogTitlesThatStayWrong_data()
+    void stopsIfTheLogTitlesStayInvalid_data()
     {
         QTest::addColumn<QByteArray>("fault");
-        // Quirk: correct titles after damaged ones have a wrong checksum, each time.
+        // Quirk: correct titles that follow damaged ones have a wrong checksum each time.
         for (const char *fault : {"bad-checksum", "bad-checksum-always", "wrong-entry-always",
                                   "malformed-record-always"}) {
             QTest::addRow("%s", fault) << QByteArray(fault) + "@0";
         }
     }
 
-    void stopsAtLogTitlesThatStayWrong()
+    void stopsIfTheLogTitlesStayInvalid()
     {
         QFETCH(QByteArray, fault);
         QVERIFY(m_link->startConnected(text("--log-rows 3")));
@@ -135,7 +135,7 @@ private slots:
         m_link->handler.readLog();
         QVERIFY(m_link->waitForStall());
         QCOMPARE(m_link->sends(text("log --read=0")), 5);
-        // Only the count has ended.
+        // Only the number of rows was read.
         QCOMPARE(m_link->events, texts("value ValueLogOption bool true|allJobsDone"));
         QVERIFY(m_link->logProgress.isEmpty());
 
@@ -143,14 +143,14 @@ private slots:
         m_link->setTimeouts(0);
         m_link->handler.cancelLogRead();
         QVERIFY(m_link->isIdle());
-        QTest::qWait(100); // for the rest of the bad line
+        QTest::qWait(100); // for the rest of the damaged line
         readLog();
     }
 
-    void readsTheMemoryByBlockNumber()
+    void readsTheEepromByBlockNumber()
     {
         QVERIFY(m_link->startConnected(text("--seed 5")));
-        const QByteArrayList blocks = devicesBlocks();
+        const QByteArrayList blocks = deviceBlocks();
         QCOMPARE(blocks.size(), blockCount);
         m_link->handler.readEeprom();
         QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
@@ -168,7 +168,7 @@ private slots:
         QCOMPARE(m_link->port->texts.size(), blockCount);
     }
 
-    void writesEveryBlockOfTheMemory()
+    void writesEveryBlockOfTheEeprom()
     {
         QVERIFY(m_link->startConnected());
         const QByteArray data = files::pseudoRandomBytes(blockCount * blockSize);
@@ -177,7 +177,7 @@ private slots:
         QCOMPARE(m_link->events, texts("finished ActionEepromWritten nothing|allJobsDone"));
         QCOMPARE(m_link->memoryProgress.size(), blockCount);
         QCOMPARE(m_link->memoryProgress.last(), 100);
-        const QByteArrayList blocks = devicesBlocks();
+        const QByteArrayList blocks = deviceBlocks();
         QCOMPARE(blocks.join().toHex(), data.toHex());
 
         m_link->clearRecords();
@@ -189,7 +189,7 @@ private slots:
     void sendsOnlyTheContentsOfAShortFile()
     {
         QVERIFY(m_link->startConnected(text("--block-idle-ms 50")));
-        QByteArrayList expected = devicesBlocks();
+        QByteArrayList expected = deviceBlocks();
         const QByteArray data = files::pseudoRandomBytes(100);
         m_link->handler.writeEeprom(data);
         QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
@@ -202,12 +202,12 @@ private slots:
         QCOMPARE(m_link->port->blocks.first(), data.left(blockSize));
         QCOMPARE(m_link->port->blocks.last(), data.mid(blockSize));
         expected[0] = data.left(blockSize);
-        QVERIFY(devicesBlocks() == expected);
+        QVERIFY(deviceBlocks() == expected);
         m_link->handler.cancelEepromWrite();
-        findsTheDeviceAfterACancel();
+        checkThatTheDeviceRepliesAfterACancel();
     }
 
-    void memoryReadCanBeCancelled()
+    void eepromReadCanBeCancelled()
     {
         QVERIFY(m_link->startConnected());
         m_link->handler.readEeprom();
@@ -216,25 +216,25 @@ private slots:
         QVERIFY(!m_link->queue->hasJob(SerialPortJobType::JobReadEepromBlock));
         const int sent = m_link->port->texts.size();
         QVERIFY(sent > 100 && sent < blockCount);
-        findsTheDeviceAfterACancel();
+        checkThatTheDeviceRepliesAfterACancel();
     }
 
-    void memoryWriteCanBeCancelled()
+    void eepromWriteCanBeCancelled()
     {
         QVERIFY(m_link->startConnected());
-        const QByteArray before = devicesBlocks().join();
+        const QByteArray before = deviceBlocks().join();
         const QByteArray data = files::pseudoRandomBytes(blockCount * blockSize);
         m_link->handler.writeEeprom(data);
         QVERIFY(runUntil([&] { return m_link->memoryProgress.size() > 100; }));
         m_link->handler.cancelEepromWrite();
         const int sent = m_link->port->texts.size() * blockSize;
-        findsTheDeviceAfterACancel();
+        checkThatTheDeviceRepliesAfterACancel();
         // All that was sent has been written, and the rest is unchanged.
-        QCOMPARE(devicesBlocks().join().toHex(), (data.left(sent) + before.mid(sent)).toHex());
+        QCOMPARE(deviceBlocks().join().toHex(), (data.left(sent) + before.mid(sent)).toHex());
     }
 
 private:
-    // Reads the log and compares it with the device's own.
+    // Reads the log and compares it with that of the device.
     void readLog()
     {
         m_link->handler.readLog();
@@ -242,7 +242,7 @@ private:
         QVERIFY(m_link->hasDevicesLog());
     }
 
-    QByteArrayList devicesBlocks()
+    QByteArrayList deviceBlocks()
     {
         QByteArrayList blocks;
         for (const QByteArray &digits : m_link->simulator.control("memory")) {
@@ -251,7 +251,7 @@ private:
         return blocks;
     }
 
-    void findsTheDeviceAfterACancel()
+    void checkThatTheDeviceRepliesAfterACancel()
     {
         QVERIFY(m_link->isIdle());
         QTRY_COMPARE(m_link->events, QStringList{text("allJobsDone")});
@@ -265,6 +265,6 @@ private:
     QScopedPointer<DeviceLink> m_link;
 };
 
-KV_TEST_CORE_MAIN(TestLogAndMemory)
+KV_TEST_CORE_MAIN(TestDeviceLogAndEeprom)
 
-#include "tst_logandmemory.moc"
+#include "tst_devicelogandeeprom.moc"
