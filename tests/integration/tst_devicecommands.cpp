@@ -12,9 +12,9 @@ namespace {
 const QStringList infoVariables = {text("swver"), text("hwver"),      text("serial"),
                                    text("model"), text("meas_state"), text("health")};
 
-// An empty value arrives as a null text, as an unknown one does: QRegExp does not
-// distinguish them.
-QString report(const char *what, const QString &name, const QString &value)
+// An empty value and that of an unknown variable are both reported as a null string: QRegExp does
+// not distinguish them.
+QString variableEvent(const char *what, const QString &name, const QString &value)
 {
     return text("%1 %2=%3").arg(text(what), name, value.isEmpty() ? text("null") : value);
 }
@@ -32,7 +32,7 @@ class TestDeviceCommands : public QObject
 private slots:
     void init() { m_link.reset(new DeviceLink); }
 
-    void readsEverythingOfEachModel_data()
+    void readsAllDataOfEachModel_data()
     {
         QTest::addColumn<int>("settings");
         for (const char *options : {"", "--debug", "--debug --fault chatter:1"}) {
@@ -44,7 +44,7 @@ private slots:
         QTest::addRow("--fault delay:150") << 8;
     }
 
-    void readsEverythingOfEachModel()
+    void readsAllDataOfEachModel()
     {
         QFETCH(int, settings);
         QVERIFY(m_link->startConnected(text(QTest::currentDataTag())));
@@ -65,8 +65,8 @@ private slots:
                                     + QString::fromLatin1(simulator().setting("model")),
                                 text("measurements")};
         for (const QString &name : names) {
-            expected +=
-                report("read", name, QString::fromLatin1(simulator().setting(name.toLatin1())));
+            expected += variableEvent("read", name,
+                                      QString::fromLatin1(simulator().setting(name.toLatin1())));
         }
         QStringList seen = m_link->events;
         QCOMPARE(seen.takeLast(), text("allJobsDone"));
@@ -77,11 +77,11 @@ private slots:
                  qPrintable(clock));
         QVERIFY(m_link->hasDevicesMeasurements());
         QCOMPARE(simulator().setting("debug"), QByteArray("0"));
-        // Each command has been sent once, and nothing else.
+        // Each command was sent once, and nothing else was sent.
         QCOMPARE(m_link->port->texts.size(), 4 + names.size());
     }
 
-    void sendsTheCommandsInOrderWithTheirLineEnds()
+    void sendsCommandsInOrderWithTheirLineEndings()
     {
         QTemporaryDir folder;
         const QString journal = folder.filePath(text("journal"));
@@ -126,7 +126,7 @@ private slots:
             QTest::addRow("%s=%s", name, value) << text(name) << text(value) << text(echoed);
         };
         row("altitude", "321", "321");
-        row("altitude", "99999", "9000"); // the limits of the range
+        row("altitude", "99999", "9000"); // limited to the range
         row("altitude", "-500", "-400");
         row("altitude", "high", "120");
         row("gain_co", "1.23456", "1.235");
@@ -147,8 +147,8 @@ private slots:
         handler().readValue(name);
         QVERIFY(m_link->waitForDone());
         QCOMPARE(m_link->events,
-                 QStringList({report("written", name, echoed), report("read", name, echoed),
-                              text("allJobsDone")}));
+                 QStringList({variableEvent("written", name, echoed),
+                              variableEvent("read", name, echoed), text("allJobsDone")}));
         QCOMPARE(simulator().setting(name.toLatin1()), echoed.toLatin1());
     }
 
@@ -200,7 +200,7 @@ private slots:
         QVERIFY(m_link->port->bytes.startsWith("\r\ndate 2030-01-02T03:04:05\r\n"));
     }
 
-    void restoresStoredSettingsAtARestartAndFactoryValuesAtAReset()
+    void restartRestoresStoredSettingsAndFactoryResetRestoresDefaults()
     {
         QVERIFY(m_link->startConnected(text("--write-ms 50 --reboot-ms 10 --boot-wait 20")));
         handler().setValue(text("altitude"), text("321"));
@@ -208,7 +208,7 @@ private slots:
         handler().setValue(text("altitude"), text("322"));
         handler().reboot();
         handler().readValue(text("altitude"));
-        handler().factoryReset(); // not reported
+        handler().factoryReset(); // emits no signal
         handler().readValue(text("altitude"));
         QVERIFY(m_link->waitForDone());
         QCOMPARE(events(),
@@ -261,7 +261,7 @@ private slots:
         QVERIFY(m_link->canRead("hwver", "B"));
     }
 
-    void connectsAgainOnTheOpenPort()
+    void connectsAgainWhileThePortIsOpen()
     {
         QVERIFY(m_link->startConnected());
         handler().readValue(text("altitude"));
@@ -271,7 +271,7 @@ private slots:
         QVERIFY(m_link->port->isOpen());
     }
 
-    void connectsOnAnotherTransport()
+    void connectsThroughAnotherTransport()
     {
         SimulatorProcess other;
         QVERIFY(other.start({text("--model"), text("KVT-300")}));
@@ -314,21 +314,20 @@ private slots:
         QVERIFY(m_link->canRead("altitude", "120"));
     }
 
-    // After a hang-up the jobs time out until the port is closed; the port's errors are not
-    // evaluated.
+    // After a hang-up the jobs time out until the port is closed; the port's errors are ignored.
     void keepsTheEventLoopRunningAfterAHangUp_data()
     {
         QTest::addColumn<QByteArray>("command");
         QTest::addRow("before the exchange") << QByteArray("hangup");
-        QTest::addRow("instead of the answer") << QByteArray("fault hangup@show altitude:0");
-        QTest::addRow("during the answer") << QByteArray("fault hangup@show altitude:9");
+        QTest::addRow("instead of the reply") << QByteArray("fault hangup@show altitude:0");
+        QTest::addRow("during the reply") << QByteArray("fault hangup@show altitude:9");
     }
 
     void keepsTheEventLoopRunningAfterAHangUp()
     {
         QFETCH(QByteArray, command);
-        constexpr int watchMs = 1000;
-        constexpr int noticeableMs = 250;
+        constexpr int observationMs = 1000;
+        constexpr int maxBlockedMs = 250;
         QVERIFY(m_link->startConnected());
         simulator().control(command);
         QVERIFY(simulator().succeeded());
@@ -337,13 +336,13 @@ private slots:
         QElapsedTimer time;
         time.start();
         handler().readValue(text("altitude"));
-        handler().readEeprom(); // many more jobs
+        handler().readEeprom(); // adds many jobs
         m_link->setTimeouts(100);
-        QVERIFY(runUntil([&] { return m_link->isStalled() && time.elapsed() > watchMs; }));
+        QVERIFY(runUntil([&] { return m_link->isStalled() && time.elapsed() > observationMs; }));
         monitor.print(QTest::currentDataTag());
-        QVERIFY2(monitor.longestGap() < noticeableMs,
+        QVERIFY2(monitor.longestGap() < maxBlockedMs,
                  qPrintable(QString::number(monitor.longestGap())));
-        QVERIFY(monitor.ticks() > watchMs / 50);
+        QVERIFY(monitor.ticks() > observationMs / 50);
         QCOMPARE(m_link->sends(text("show altitude")), 5);
         QCOMPARE(events(), QString());
         QVERIFY(m_link->port->isOpen());
@@ -361,7 +360,7 @@ private slots:
         QVERIFY(m_link->canRead("altitude", "120"));
     }
 
-    void treatsTheEndOfTheSimulatorAsAHangUp()
+    void treatsTheExitOfTheSimulatorAsAHangUp()
     {
         QVERIFY(m_link->startConnected());
         simulator().kill();
@@ -373,7 +372,7 @@ private slots:
         QVERIFY(m_link->startConnected());
     }
 
-    void canBeDestroyedWithAHungUpPortOpen()
+    void canBeDestroyedWhileAHungUpPortIsOpen()
     {
         const EventLoopLatencyMonitor monitor;
         QVERIFY(m_link->startConnected());

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int blockSize = 16;
 
-// Begins with the bootloader's own answers.
+// Begins with the bootloader's replies.
 QByteArray imageOf(int size) { return ("*.!b" + files::pseudoRandomBytes(size)).left(size); }
 
 } // namespace
@@ -39,7 +39,7 @@ private slots:
     {
         QFETCH(int, size);
         const QByteArray image = imageOf(size);
-        update(image);
+        startUpdate(image);
         QVERIFY(m_link->waitForDone());
         QCOMPARE(m_link->events,
                  texts("finished ActionRebootForFirmware nothing|"
@@ -49,7 +49,7 @@ private slots:
 
         QCOMPARE(m_link->port->blocks.size(), (size + blockSize - 1) / blockSize);
         QVERIFY(m_link->port->bytes == "reboot --really\r\nb" + image);
-        // The end is reported instead of the last block's share.
+        // For the last block, completion is reported instead of progress.
         QVector<double> progress;
         for (int sent = blockSize; sent < size; sent += blockSize) {
             progress.append(static_cast<double>(sent) / size * 100);
@@ -85,15 +85,15 @@ private slots:
         QElapsedTimer time;
         time.start();
         QVERIFY(m_link->waitForDone());
-        QVERIFY2(time.elapsed() >= 300, "before the firmware can have started");
+        QVERIFY2(time.elapsed() >= 300, "finished before the firmware could have started");
         QCOMPARE(m_link->events, texts("finished ActionReboot nothing|allJobsDone"));
         QCOMPARE(m_link->port->bytes, QByteArray("reboot --really\r\n"));
         QCOMPARE(m_link->simulator.state("mode"), QByteArray("console"));
     }
 
-    void canBeCancelledHalfway()
+    void canBeCancelledDuringTransfer()
     {
-        update(imageOf(16000));
+        startUpdate(imageOf(16000));
         QVERIFY(runUntil([&] { return m_link->firmwareProgress.size() > 100; }));
         m_link->handler.cancelFirmwareUpdate();
         QVERIFY(m_link->isIdle());
@@ -107,7 +107,7 @@ private slots:
         QTest::qWait(100);
         QCOMPARE(m_link->port->blocks.size(), sent);
         QVERIFY(!QFile::exists(m_imageFile));
-        findsTheDeviceAgain();
+        reconnectAndRead();
     }
 
     void canBeCancelledWhileItWaitsForTheBootloader()
@@ -119,17 +119,17 @@ private slots:
         QVERIFY(m_link->waitForDone());
         QCOMPARE(m_link->events, QStringList{text("allJobsDone")});
         QVERIFY(m_link->port->bytes.isEmpty());
-        findsTheDeviceAgain();
+        reconnectAndRead();
     }
 
-    void failsAtABlock_data()
+    void reportsTheFailureOfABlock_data()
     {
         QTest::addColumn<int>("blocks"); // sent, the failed one included
         QTest::addRow("block-rejected@1") << 1;
         QTest::addRow("block-rejected@3") << 3;
         QTest::addRow("block-rejected@7") << 7;
         QTest::addRow("block-unanswered@3") << 3;
-        QTest::addRow("block-replies-in-one-chunk") << 7; // of the complete image
+        QTest::addRow("block-replies-in-one-chunk") << 7; // all, the image is complete
         QTest::addRow("block-replies-in-one-chunk@2") << 2;
         QTest::addRow("hangup-input:1") << 1;
         QTest::addRow("hangup-input:16") << 2;
@@ -138,11 +138,11 @@ private slots:
         QTest::addRow("hangup-input:99") << 7;
     }
 
-    void failsAtABlock()
+    void reportsTheFailureOfABlock()
     {
         QFETCH(int, blocks);
         const QByteArray fault = QTest::currentDataTag();
-        update(m_image, text("--fault ") + text(fault));
+        startUpdate(m_image, text("--fault ") + text(fault));
         m_link->setTimeouts(1000);
         QVERIFY(m_link->waitFor(text("failed ActionFirmwareBlockTransmitted")));
         QVERIFY(m_link->isIdle());
@@ -159,12 +159,12 @@ private slots:
             m_link->renewPort();
             QVERIFY(m_link->handler.openPort());
         }
-        findsTheDeviceAgain();
+        reconnectAndRead();
     }
 
     void ignoresABootPromptWithALineEnd()
     {
-        update(m_image, text("--fault boot-with-line-end"));
+        startUpdate(m_image, text("--fault boot-with-line-end"));
         QVERIFY(m_link->waitFor(text("finished ActionRebootForFirmware nothing")));
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "bootloader"; }));
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "console"; }));
@@ -191,16 +191,16 @@ private:
             + options);
     }
 
-    // Starts the device and the transmission.
-    void update(const QByteArray &image, const QString &options = QString())
+    // Starts the device and the update.
+    void startUpdate(const QByteArray &image, const QString &options = QString())
     {
         QVERIFY(startDevice(image.size(), options));
         m_link->handler.rebootToBootloader();
         m_link->handler.updateFirmware(image);
     }
 
-    // Restarts the device and reads from it.
-    void findsTheDeviceAgain()
+    // Restarts the device, connects and reads from it.
+    void reconnectAndRead()
     {
         QVERIFY(m_link->isIdle());
         m_link->simulator.control("restart");

@@ -14,10 +14,10 @@
 
 namespace {
 
-const QLatin1String failure("Critical Failed to load configuration from file settings.xml");
+const QLatin1String failureMessage("Critical Failed to load configuration from file settings.xml");
 
-/// After a start: whether a message box reported a failure, and the numbers of models, settings and
-/// measurements loaded.
+/// The result of a start: 1 if a message box reported a failure, otherwise 0; the numbers of
+/// models, settings and measurements that were loaded.
 using LoadResult = QVector<int>;
 
 /// What must be loaded from @p beginning, by counting its complete start tags.
@@ -37,7 +37,7 @@ LoadResult expected(const QByteArray &beginning)
 
 } // namespace
 
-/// Starts with settings.xml cut off after each of its bytes.
+/// Starts the controller with settings.xml truncated after each byte.
 class TestTruncatedSettings : public QObject
 {
     Q_OBJECT
@@ -56,12 +56,12 @@ private slots:
 
     void cleanupTestCase()
     {
-        const auto row = [](int count, const char *words) {
-            // As expected: the table is saved only when all sizes have passed.
-            return QByteArrayList{QByteArray::number(count), words, "the same"};
+        const auto row = [](int count, const char *description) {
+            // The table is saved only if all sizes have passed.
+            return QByteArrayList{QByteArray::number(count), description, "as expected"};
         };
         const QVector<QByteArrayList> rows = {
-            {"Beginnings", "Expected", "Seen"},
+            {"Files", "Expected", "Seen"},
             row(m_reported,
                 "reports \"Failed to load configuration from file settings.xml\"; then starts"),
             row(m_partial, "starts with the models, settings and measurements before the cut"),
@@ -77,7 +77,7 @@ private:
     {
         const QString name = QStringLiteral("settings.xml");
         if (!files::write(name, beginning)) {
-            qFatal("Unable to write the test's file");
+            qFatal("Unable to write settings.xml");
         }
         FakeMainWindow window;
         FakeSerialPortHandler handler;
@@ -85,7 +85,7 @@ private:
         FakeLocalStorage storage;
         MainWindowController controller(&window, &handler, &userSettings, &storage, nullptr);
         if (!controller.start()) {
-            qFatal("The program did not start");
+            qFatal("The controller did not start");
         }
         QMap<QString, DeviceConfiguration> models;
         ConfigurationLoader().load(models, name);
@@ -95,15 +95,16 @@ private:
             settings += model.configurationItems.size();
             measurements += model.measurementItems.size();
         }
-        // The window has the first model, if there is one.
+        // The window shows the settings of the first model, if there is one.
         const int shown = window.configuration.configurationItems.size();
         const bool isFirst =
             shown == (models.isEmpty() ? 0 : models.first().configurationItems.size());
-        return {window.calls.count(failure), isFirst ? models.size() : -1, settings, measurements};
+        return {window.calls.count(failureMessage), isFirst ? models.size() : -1, settings,
+                measurements};
     }
 
     const QByteArray m_sample = files::contents(testpaths::sourceFile("settings.xml"));
-    int m_reported = 0; ///< beginnings of each kind
+    int m_reported = 0; ///< number of truncated files with each outcome
     int m_partial = 0;
     int m_complete = 0;
 };
