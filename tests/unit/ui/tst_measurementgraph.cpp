@@ -396,7 +396,7 @@ private slots:
         QCOMPARE(m_graph->findChildren<QObject *>().size(), objects);
     }
 
-    void automaticRange()
+    void automaticRangeScalesTheLowestAndHighestValue()
     {
         const struct
         {
@@ -421,7 +421,7 @@ private slots:
         }
     }
 
-    void manualRange()
+    void manualRangeScalesTheGivenBounds()
     {
         const struct
         {
@@ -575,7 +575,7 @@ private slots:
     void showLatestCheckBoxDisablesTheToField()
     {
         auto *showLatest = child<QCheckBox>("showLatestCheckBox");
-        // The dialog does not react before the end of loading.
+        // The dialog does not react before endLoading().
         showLatest->setChecked(true);
         QVERIFY(toField()->isEnabled());
         QCOMPARE(readCount(), 0);
