@@ -104,7 +104,7 @@ private slots:
         QCOMPARE(MeasurementItem().conversionMultiplier, 1.0);
     }
 
-    void findsByExactName()
+    void findsItemsByExactName()
     {
         const QVector<MeasurementItem> items{
             {text("a"), text("A"), Unit::Ppb, Type::Pollutant, 2.0},

@@ -61,7 +61,7 @@ private slots:
         QCOMPARE(store.measurementsAsks.at(0).deviceId, 7U);
     }
 
-    void registersTheDevice()
+    void addsTheDeviceToTheStore()
     {
         FakeLocalStorage store;
         LocalStorageHandler handler(&store);

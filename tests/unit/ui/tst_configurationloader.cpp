@@ -484,7 +484,7 @@ private slots:
         }
     }
 
-    void decodesUmlautsAndEntities()
+    void decodesNonAsciiCharactersAndEntities()
     {
         QCOMPARE(loadedItem("Label", "Höhe &lt;µg/m³&gt; &amp; °C").name,
                  text("Höhe <µg/m³> & °C"));

@@ -122,7 +122,7 @@ private slots:
         QVERIFY(m_dialog->selectedMeasurementTypes().isEmpty());
     }
 
-    void emptyStoreHasDeviceZeroAndNoTypes()
+    void emptyStoreHasDeviceIdZeroAndNoTypes()
     {
         m_store.devicesResult.clear();
         m_dialog->loadDevices();

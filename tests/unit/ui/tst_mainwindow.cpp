@@ -77,7 +77,7 @@ private slots:
 
     void waitDialogReasonIsRegisteredByName()
     {
-        // Must run first: naming the type in the code registers it too.
+        // Must run first: any use of qMetaTypeId<WaitDialogReason>() registers the type too.
         const int type = QMetaType::type("WaitDialogReason");
         QVERIFY(type != QMetaType::UnknownType);
         QCOMPARE(type, qMetaTypeId<WaitDialogReason>());
