@@ -29,7 +29,7 @@ using namespace LayoutChecks;
 
 namespace {
 
-/// What the windows show.
+/// How much the windows show.
 struct Content
 {
     int measurements;
@@ -39,8 +39,8 @@ struct Content
 
 const QMap<QString, Content> contents{
     {QStringLiteral("empty"), {0, 0, false}},
-    {QStringLiteral("usual"), {6, 8, false}},
-    {QStringLiteral("large"), {12, 40, false}},
+    {QStringLiteral("typical"), {6, 8, false}},
+    {QStringLiteral("many"), {12, 40, false}},
     {QStringLiteral("long names"), {12, 40, true}},
 };
 
@@ -57,11 +57,11 @@ QVector<MeasurementValue> measurementValues(int count)
     return values;
 }
 
-/// A shown window of the tool, and its store.
-class Shown
+/// A window of the tool that is shown, and the fake store with its readings.
+class ShownWindow
 {
 public:
-    explicit Shown(const QString &form, const QString &content = text("usual"))
+    explicit ShownWindow(const QString &form, const QString &content = text("typical"))
         : m_content(contents.value(content))
     {
         if (m_content.measurements > 0) {
@@ -85,7 +85,7 @@ public:
             dialog->setWindowTitle(text("Updating firmware, please wait."));
             show(dialog);
         }
-        // The content may need a new layout.
+        // Filling the window may change its layout.
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
     }
@@ -106,7 +106,7 @@ public:
     }
 
 private:
-    /// One device, and two days of measurements.
+    /// Adds one device with hourly readings of two days.
     void fillStore()
     {
         StoredDevice device;
@@ -169,17 +169,17 @@ private:
 
     DeviceConfiguration configuration() const
     {
-        DeviceConfiguration made;
+        DeviceConfiguration result;
         for (int i = 0; i < m_content.settings; ++i) {
             ConfigurationItem item;
             item.name = name(texts("Temp. offset (°F)|Log interval (min)"), "Setting %1", i);
             item.alias = name(texts("temp_offset|alarm_humidity"), "alias_%1", i);
-            made.configurationItems.append(item);
+            result.configurationItems.append(item);
         }
-        return made;
+        return result;
     }
 
-    /// One of @p first, or after their end @p others with the number.
+    /// Element @p number of @p first; beyond its end, @p others with the number.
     QString name(const QStringList &first, const char *others, int number) const
     {
         constexpr int longNameLetters = 90;
@@ -193,8 +193,8 @@ private:
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window));
-        // A window smaller than its contents grows; their size is known only after the style's
-        // layout.
+        // A window that is smaller than its contents grows, but only after the style has laid them
+        // out.
         QTRY_VERIFY(window->width() >= window->minimumSizeHint().width());
         for (int pass = 0; pass < 3; ++pass) {
             QCoreApplication::processEvents();
@@ -220,10 +220,10 @@ QPalette darkPalette()
     return palette;
 }
 
-/// Saves a picture in the folder that the environment names; without one, does nothing.
-void takePicture(QWidget *window, const QString &name)
+/// Saves a screenshot in the folder that KV_LAYOUT_SCREENSHOTS names; without it, does nothing.
+void saveLayoutScreenshot(QWidget *window, const QString &name)
 {
-    const QString folder = qEnvironmentVariable("KV_LAYOUT_PICTURES");
+    const QString folder = qEnvironmentVariable("KV_LAYOUT_SCREENSHOTS");
     if (!folder.isEmpty()) {
         window->grab().save(QDir(folder).filePath(
             QString(name).replace(QLatin1Char(' '), QLatin1Char('-')) + text(".png")));
@@ -232,8 +232,8 @@ void takePicture(QWidget *window, const QString &name)
 
 } // namespace
 
-/// Each window in each style of this machine, in the resolution that the environment sets: texts
-/// can be read, controls can be reached with the keyboard, and screen readers get names.
+/// Each window in each installed style, with the scale factor or DPI that the environment sets:
+/// texts are readable, controls can be reached with the keyboard, and screen readers get names.
 class TestLayout : public QObject
 {
     Q_OBJECT
@@ -241,13 +241,13 @@ class TestLayout : public QObject
 private slots:
     void init()
     {
-        // The usual size on a desktop; the font of the test platform is larger.
+        // The default size on a desktop; the offscreen platform's font is larger.
         QApplication::setFont(QFont(text("Sans Serif"), 9));
         QApplication::setStyle(text("Fusion"));
         QApplication::setPalette(QApplication::style()->standardPalette());
     }
 
-    void everythingCanBeReadAndReached_data()
+    void textsAreReadableAndControlsReachable_data()
     {
         QTest::addColumn<QString>("style");
         QTest::addColumn<bool>("dark");
@@ -266,7 +266,7 @@ private slots:
         }
     }
 
-    void everythingCanBeReadAndReached()
+    void textsAreReadableAndControlsReachable()
     {
         QFETCH(QString, style);
         QFETCH(bool, dark);
@@ -274,40 +274,41 @@ private slots:
         QFETCH(QString, content);
         QApplication::setStyle(style);
         QApplication::setPalette(dark ? darkPalette() : QApplication::style()->standardPalette());
-        const Shown window(form, content);
+        const ShownWindow window(form, content);
         const bool isLong = contents.value(content).longNames;
 
-        takePicture(window.get(), text(QTest::currentDataTag()));
+        saveLayoutScreenshot(window.get(), text(QTest::currentDataTag()));
         QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
         QCOMPARE(isLong ? QString() : cutContents(window.get()).join(text("; ")), QString());
         QCOMPARE(unreachableControls(window.get()).join(text("; ")), QString());
         QCOMPARE(badlyNamedControls(window.get()).join(text("; ")), QString());
-        // The desktop determines the colours of a selection, and a style may fade them out.
+        // The colours of a selection are the desktop's choice, and a style may animate them.
         QApplication::focusWidget()->clearFocus();
         QTRY_COMPARE(lowContrastTexts(window.get()).join(text("; ")), QString());
 
-        const QSize own = window->size();
-        const QSize least = window->minimumSizeHint().expandedTo(window->minimumSize());
-        window->resize(least);
-        QTRY_COMPARE(window->size(), least);
-        takePicture(window.get(), text(QTest::currentDataTag()) + text(" small"));
+        const QSize originalSize = window->size();
+        const QSize minimumSize = window->minimumSizeHint().expandedTo(window->minimumSize());
+        window->resize(minimumSize);
+        QTRY_COMPARE(window->size(), minimumSize);
+        saveLayoutScreenshot(window.get(), text(QTest::currentDataTag()) + text(" small"));
         QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
-        window->resize(2 * own);
-        QTRY_COMPARE(window->size(), 2 * own);
+        window->resize(2 * originalSize);
+        QTRY_COMPARE(window->size(), 2 * originalSize);
         QCOMPARE(cutTexts(window.get()).join(text("; ")), QString());
     }
 
-    void tabGoesDownAColumnBeforeTheNext()
+    void tabOrderGoesDownEachColumn()
     {
         for (const char *form : forms) {
-            const Shown window(text(form));
+            const ShownWindow window(text(form));
             const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
             QVERIFY(!order.isEmpty());
-            // The first is the widget that had the focus.
+            // order.first() is the widget that had the focus initially.
             for (int i = 1; i < order.size(); ++i) {
                 const QRect before = window.rectOf(order.at(i - 1));
                 const QRect after = window.rectOf(order.at(i));
-                // Back to the left only where the next row of groups begins below.
+                // The focus moves to the left only if it also moves down, to the next row of
+                // groups.
                 QVERIFY2(after.top() > before.top() || after.left() > before.left(),
                          qPrintable(order.at(i - 1)->objectName() + text(" then ")
                                     + order.at(i)->objectName()));
@@ -315,7 +316,7 @@ private slots:
         }
     }
 
-    void buttonsAndBannerAreDescribed()
+    void buttonsAndBannerHaveAccessibleDescriptions()
     {
         const char *const widgets[][3] = {
             // form, widget, description
@@ -324,7 +325,7 @@ private slots:
             {"graph", "buttonClear", "Unticks all measurements"},
         };
         for (const auto &[form, name, description] : widgets) {
-            const Shown window(text(form));
+            const ShownWindow window(text(form));
             const auto *const accessible =
                 QAccessible::queryAccessibleInterface(window.child<QWidget>(name));
             QCOMPARE(accessible->text(QAccessible::Description), text(description));
@@ -332,9 +333,9 @@ private slots:
         }
     }
 
-    void graphIsMostlyChart()
+    void chartTakesMostOfGraphWindow()
     {
-        const Shown graph(text("graph"));
+        const ShownWindow graph(text("graph"));
         QCOMPARE(graph->size(), QSize(775, 606));
         auto *const list = graph.child<QListWidget>("list");
         const int rowHeight = list->visualItemRect(list->item(0)).height();
@@ -345,7 +346,7 @@ private slots:
                  qPrintable(QString::number(view->width())));
         const double plot = view->chart()->plotArea().width();
         QVERIFY2(plot >= 0.55 * graph->width(), qPrintable(QString::number(plot)));
-        // No wider than the widest of a name beside a scroll bar and the other fields.
+        // As wide as its contents with a scroll bar or as the widest of the other fields.
         const int widest = list->sizeHintForColumn(0)
             + list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth();
         const int fields =
@@ -355,9 +356,9 @@ private slots:
         QCOMPARE(list->width(), std::max(widest, fields));
     }
 
-    void graphListGrowsFirst()
+    void graphListTakesExtraHeight()
     {
-        const Shown graph(text("graph"), text("large"));
+        const ShownWindow graph(text("graph"), text("many"));
         const int list = graph.child<QWidget>("list")->height();
         const int dates = graph.child<QWidget>("groupBox_3")->height();
         graph->resize(graph->size() + QSize(0, 100));
@@ -365,23 +366,23 @@ private slots:
         QCOMPARE(graph.child<QWidget>("groupBox_3")->height(), dates);
     }
 
-    void timeLabelsAreWhole()
+    void timeLabelsAreNotElided()
     {
-        const Shown graph(text("graph"));
+        const ShownWindow graph(text("graph"));
         const auto *const view = graph->findChild<GraphQt *>();
-        int whole = 0;
+        int unelided = 0;
         for (const QGraphicsItem *item : view->scene()->items()) {
             const auto *const label = dynamic_cast<const QGraphicsTextItem *>(item);
             const bool isTime = label
                 && QDateTime::fromString(label->toPlainText(), text("dd.MM.yyyy hh:mm")).isValid();
-            whole += isTime && label->isVisible() && label->rotation() == -90.0 ? 1 : 0;
+            unelided += isTime && label->isVisible() && label->rotation() == -90.0 ? 1 : 0;
         }
-        QCOMPARE(whole, 10);
+        QCOMPARE(unelided, 10);
     }
 
     void mainWindowShowsSixMeasurements()
     {
-        const Shown window(text("main window"));
+        const ShownWindow window(text("main window"));
         QCOMPARE(window->size(), QSize(711, 689));
         const auto *const table = window.child<QTableWidget>("measurements");
         const int rowHeight = table->rowHeight(0);
@@ -391,7 +392,7 @@ private slots:
         QCOMPARE(button->width(), button->sizeHint().width());
     }
 
-    void captionsAreNearestToTheirControls()
+    void captionsAreNearestToTheirBuddies()
     {
         const char *const captions[][3] = {
             // form, caption, widget above it
@@ -402,7 +403,7 @@ private slots:
             {"graph", "label_4", "graphMinimumSpinBox"},
         };
         for (const auto &[form, name, above] : captions) {
-            const Shown window(text(form));
+            const ShownWindow window(text(form));
             const auto *const caption = window.child<QLabel>(name);
             const QRect rect = window.rectOf(caption);
             const int textTop = rect.bottom() - caption->fontMetrics().height();
@@ -412,10 +413,10 @@ private slots:
         }
     }
 
-    void valuesKeepTheirShareOfTheView()
+    void valueColumnsKeepMinimumShareOfWidth()
     {
-        for (const char *content : {"usual", "large", "long names"}) {
-            const Shown window(text("main window"), text(content));
+        for (const char *content : {"typical", "many", "long names"}) {
+            const ShownWindow window(text("main window"), text(content));
             for (const char *name : {"configuration", "measurements"}) {
                 const auto *const table = window.child<QTableWidget>(name);
                 const int view = table->viewport()->width();
@@ -423,7 +424,7 @@ private slots:
                 const double share = qstrcmp(name, "measurements") == 0 ? 0.5 : 1.0 / 3;
                 QVERIFY2(table->columnWidth(lastColumn) >= std::floor(share * view), content);
                 QVERIFY2(table->columnWidth(0) <= view / 2, content);
-                for (int column = 0; column < lastColumn && qstrcmp(content, "usual") == 0;
+                for (int column = 0; column < lastColumn && qstrcmp(content, "typical") == 0;
                      ++column) {
                     const QAbstractItemView *const cells = table;
                     QVERIFY(table->columnWidth(column) >= cells->sizeHintForColumn(column));
@@ -433,9 +434,9 @@ private slots:
         }
     }
 
-    void nameColumnsCanBeDragged()
+    void nameColumnsCanBeResizedByDragging()
     {
-        const Shown window(text("main window"), text("long names"));
+        const ShownWindow window(text("main window"), text("long names"));
         for (const char *name : {"configuration", "measurements"}) {
             auto *const table = window.child<QTableWidget>(name);
             QHeaderView *const header = table->horizontalHeader();
@@ -453,9 +454,9 @@ private slots:
         }
     }
 
-    void tabLeavesTheTables()
+    void tabMovesFocusOutOfTables()
     {
-        const Shown window(text("main window"));
+        const ShownWindow window(text("main window"));
         for (const char *name : {"configuration", "measurements"}) {
             auto *const table = window.child<QTableWidget>(name);
             for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
@@ -466,7 +467,7 @@ private slots:
         }
     }
 
-    void cutTextIsFound()
+    void cutTextIsDetected()
     {
         const QString longText(40, QLatin1Char('w'));
         auto *const box = new QComboBox;
@@ -506,7 +507,7 @@ private slots:
         }
     }
 
-    void unreachableControlIsFound()
+    void unreachableControlIsDetected()
     {
         QWidget window;
         QLineEdit first(&window);
@@ -521,7 +522,7 @@ private slots:
         QCOMPARE(unreachableControls(&window), QStringList());
     }
 
-    void missingNameIsFound()
+    void missingAccessibleNameIsDetected()
     {
         QWidget window;
         QLineEdit first(&window);
@@ -535,10 +536,10 @@ private slots:
         QCOMPARE(badlyNamedControls(&window), QStringList());
     }
 
-    void lowContrastTextIsFound()
+    void lowContrastTextIsDetected()
     {
         QWidget window;
-        QLabel label(text("Hardly to be seen"), &window);
+        QLabel label(text("Low contrast"), &window);
         label.setObjectName(text("low contrast"));
         label.setStyleSheet(text("background: white; color: #808080"));
         window.show();

@@ -12,18 +12,19 @@ namespace {
 
 QString contents(const QString &path) { return QString::fromUtf8(files::contents(path)); }
 
-// Connected, but hidden for now: tests can only click them by code.
+// Hidden from users, but connected: tests can only click them by code.
 const QStringList hiddenButtons =
     texts("MainWindow.backupEepromButton|MainWindow.restoreEepromButton");
 
-// Never shown: an export has as many rows as measurements, whose number was checked before.
+// Never shown: the message for an export without rows. The controller checks the number of readings
+// before, and each gives a row.
 const QStringList neverShown{QStringLiteral("No measurements to save")};
 
-// Part of another text, of a table's header or of a file.
+// Not recorded: parts of other texts, headings of tables, and what is only written to files.
 const QStringList notOnScreen = texts("Timestamp|firmware|CSV files (*.csv)|Name|Value");
 
 /// Sorted, so that a failure shows what is missing.
-QString listed(const QSet<QString> &names)
+QString sortedAndJoined(const QSet<QString> &names)
 {
     QStringList all(names.begin(), names.end());
     all.sort();
@@ -32,8 +33,8 @@ QString listed(const QSet<QString> &names)
 
 } // namespace
 
-/// Checks the records that UiCoverageRecorder made in the end-to-end tests: together they show and
-/// use every window, control and text of the tool.
+/// Checks the records that UiCoverageRecorder wrote in the end-to-end tests: together these tests
+/// show every window and text of the tool, and use every control.
 class TestUiCoverage : public QObject
 {
     Q_OBJECT
@@ -41,9 +42,9 @@ class TestUiCoverage : public QObject
 private slots:
     void initTestCase()
     {
-        for (const QString &scenario : text(KV_SCENARIOS).split(QLatin1Char(','))) {
-            const QString records = contents(text(KV_RECORDS_FOLDER "/") + scenario + text(".txt"));
-            QVERIFY2(!records.isEmpty(), qPrintable(scenario));
+        for (const QString &test : text(KV_RECORDED_TESTS).split(QLatin1Char(','))) {
+            const QString records = contents(text(KV_RECORDS_FOLDER "/") + test + text(".txt"));
+            QVERIFY2(!records.isEmpty(), qPrintable(test));
             for (const QString &line : records.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
                 const QStringList fields = line.split(QLatin1Char('\t'));
                 QCOMPARE(fields.size(), 3);
@@ -54,11 +55,10 @@ private slots:
         QVERIFY(inventory.open(QIODevice::WriteOnly));
         for (auto event = m_records.constBegin(); event != m_records.constEnd(); ++event) {
             for (auto record = event->constBegin(); record != event->constEnd(); ++record) {
-                const QString scenario = record->size() == 1
+                const QString test = record->size() == 1
                     ? record->first()
                     : text("%1 and %2 more").arg(record->first()).arg(record->size() - 1);
-                inventory.write(
-                    text("%1\t%2\t%3\n").arg(event.key(), record.key(), scenario).toUtf8());
+                inventory.write(text("%1\t%2\t%3\n").arg(event.key(), record.key(), test).toUtf8());
             }
         }
     }
@@ -77,61 +77,62 @@ private slots:
 
     void everyControlIsPressed()
     {
-        const QSet<QString> offered = subjects("offered");
-        QVERIFY(offered.size() > 30);
+        const QSet<QString> offeredControls = subjects("offered");
+        QVERIFY(offeredControls.size() > 30);
         const QSet<QString> hidden(hiddenButtons.begin(), hiddenButtons.end());
-        QCOMPARE(listed(offered - subjects("pressed")), listed(hidden));
-        QCOMPARE(listed(hidden - subjects("clicked")), QString());
+        QCOMPARE(sortedAndJoined(offeredControls - subjects("pressed")), sortedAndJoined(hidden));
+        QCOMPARE(sortedAndJoined(hidden - subjects("clicked")), QString());
     }
 
-    void everyWindowIsClosedByItsFrameAndEveryDialogGetsTheEscapeKey()
+    void everyWindowIsClosedByFrameAndEveryDialogGetsEscape()
     {
-        QCOMPARE(listed(subjects("shown") - subjects("closed")), QString());
-        QCOMPARE(listed(subjects("shown") - subjects("escaped")), text("MainWindow"));
+        QCOMPARE(sortedAndJoined(subjects("shown") - subjects("closed")), QString());
+        QCOMPARE(sortedAndJoined(subjects("shown") - subjects("escaped")), text("MainWindow"));
     }
 
-    void everyTextIsShown()
+    void everyTranslatableStringIsShown()
     {
-        const QStringList all = programTexts();
+        const QStringList all = translatableStrings();
         QVERIFY(all.size() > 40);
         QStringList missing;
-        for (const QString &one : all) {
-            if (!notOnScreen.contains(one) && !isShown(one)) {
-                missing.append(one);
+        for (const QString &string : all) {
+            if (!notOnScreen.contains(string) && !isShown(string)) {
+                missing.append(string);
             }
         }
         QCOMPARE(missing.join(text("; ")), neverShown.join(text("; ")));
     }
 
-    void everyQuestionIsAnsweredBothWays()
+    void everyQuestionIsAnsweredYesAndNo()
     {
         QMap<QString, QSet<QString>> questions;
-        for (const QString &end : subjects("ended")) {
-            // The file dialog asks a question of its own.
-            if (!end.contains(text("already exists"))) {
-                questions[end.section(text(" = "), -1)].insert(end.section(text(" = "), 0, -2));
+        for (const QString &dialogResult : subjects("ended")) {
+            // Qt's file dialog asks this question, not the tool.
+            if (!dialogResult.contains(text("already exists"))) {
+                questions[dialogResult.section(text(" = "), -1)].insert(
+                    dialogResult.section(text(" = "), 0, -2));
             }
         }
-        QCOMPARE(listed(questions[text("Yes")]), listed(questions[text("No")]));
+        QCOMPARE(sortedAndJoined(questions[text("Yes")]), sortedAndJoined(questions[text("No")]));
         QCOMPARE(questions[text("Yes")].size(), 3);
     }
 
     void everyFileDialogIsAcceptedAndCancelled()
     {
-        const QSet<QString> ends = subjects("ended");
-        const QStringList captions = programTexts().filter(
+        const QSet<QString> dialogResults = subjects("ended");
+        const QStringList captions = translatableStrings().filter(
             QRegularExpression(text("^(Select|Choose) (where|firmware|eeprom)")));
         QCOMPARE(captions.size(), 6);
         for (const QString &caption : captions) {
-            QVERIFY2(ends.contains(caption + text(" = accepted")), qPrintable(caption));
-            QVERIFY2(ends.contains(caption + text(" = rejected")), qPrintable(caption));
+            QVERIFY2(dialogResults.contains(caption + text(" = accepted")), qPrintable(caption));
+            QVERIFY2(dialogResults.contains(caption + text(" = rejected")), qPrintable(caption));
         }
     }
 
 private:
-    /// The texts for the user in the sources of @p folder as arguments of @p call, with their
-    /// placeholders.
-    static QStringList programTexts(const char *folder, const char *call)
+    /// The string literals, with their placeholders, that the sources of @p folder pass to @p call,
+    /// a regular expression.
+    static QStringList translatableStrings(const char *folder, const char *call)
     {
         const QRegularExpression literal(text(call)
                                          + text("\\(\\s*((?:\"(?:[^\"\\\\]|\\\\.)*\"\\s*)+)"));
@@ -149,23 +150,24 @@ private:
         return texts;
     }
 
-    /// Texts of the windows and the controller, and the errors of the serial layer, which a box
-    /// shows after a text of its own.
-    static QStringList programTexts()
+    /// The strings of the windows and of the controller, and the errors of the serial layer, which
+    /// a message box shows after a prefix.
+    static QStringList translatableStrings()
     {
-        return programTexts("control", "\\btr") + programTexts("ui", "\\btr") + serialErrors();
+        return translatableStrings("control", "\\btr") + translatableStrings("ui", "\\btr")
+            + serialErrors();
     }
 
-    static QStringList serialErrors() { return programTexts("serial", "\\berror\\(tr"); }
+    static QStringList serialErrors() { return translatableStrings("serial", "\\berror\\(tr"); }
 
-    bool isShown(const QString &programText)
+    bool isShown(const QString &string)
     {
-        const QStringList parts = programText.split(QRegularExpression(text("%[1-9]")));
+        const QStringList parts = string.split(QRegularExpression(text("%[1-9]")));
         QStringList patterns;
         for (const QString &part : parts) {
             patterns.append(QRegularExpression::escape(part.trimmed()));
         }
-        if (serialErrors().contains(programText)) {
+        if (serialErrors().contains(string)) {
             patterns.prepend(QString());
         }
         const QRegularExpression pattern(
@@ -180,6 +182,7 @@ private:
         return QSet<QString>(keys.begin(), keys.end());
     }
 
+    /// The tests that recorded a subject, by event and subject.
     QMap<QString, QMap<QString, QStringList>> m_records;
 };
 

@@ -1,5 +1,5 @@
-"""How the interactive demo starts and ends, with the keyboard on a virtual display and by signals.
-Usage: test_demostartandend.py <kvtool-demo>"""
+"""Starts the interactive demo on a virtual display, and closes it with the keyboard or a signal.
+Usage: test_demostartandexit.py <kvtool-demo>"""
 
 import os
 import pathlib
@@ -13,8 +13,8 @@ import unittest
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 TIMEOUT_S = 60
-# In the order of Shift+Tab without a device. In the other direction each section of the clock takes a Tab.
-STOPS = ["serialPorts", "updateFirmwareButton", "buttonShowGraph", "unitTemperature", "unit",
+# The order in which Shift+Tab moves the focus without a device. Tab would stop at each section of the clock.
+REVERSE_TAB_ORDER = ["serialPorts", "updateFirmwareButton", "buttonShowGraph", "unitTemperature", "unit",
          "exportLocalMeasurementsButton", "connectButton"]
 
 
@@ -26,7 +26,7 @@ def wait_until(condition, what):
         time.sleep(0.02)
 
 
-class DemoStartAndEnd(unittest.TestCase):
+class DemoStartAndExit(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         read, write = os.pipe()
@@ -34,16 +34,16 @@ class DemoStartAndEnd(unittest.TestCase):
                                         "-noreset"], pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as number:
-            # The platform's OpenGL library leaks, which the sanitizers would report at the end; and the
-            # platform warns of windows that closed during a request to the window manager.
+            # The platform plugin's OpenGL library leaks, which the sanitizers would report at the exit; and the
+            # plugin warns when a window is closed during a request to the window manager.
             cls.environment = {**os.environ, "DISPLAY": f":{number.readline().strip()}",
                                "QT_XCB_GL_INTEGRATION": "none",
                                "QT_LOGGING_RULES": "qt.qpa.xcb.warning=false"}
         cls.environment.pop("QT_QPA_PLATFORM", None)
-        # At the first key of a display the window manager grabs its own keys again, and one that is
-        # pressed meanwhile is lost: so the first one is sent before it starts.
+        # After the first key press on a display the window manager grabs its shortcuts again, and a key that is
+        # pressed meanwhile is lost. So the first key is pressed before the window manager starts.
         subprocess.run(["xdotool", "key", "Shift_L"], env=cls.environment, timeout=TIMEOUT_S, check=True)
-        # It passes Alt+F4 on to the window as a request to close.
+        # On Alt+F4 it asks the window to close.
         cls.manager = subprocess.Popen(["openbox", "--startup", "echo ready"], env=cls.environment,
                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         while cls.manager.stdout.readline() not in ("ready\n", ""):
@@ -65,25 +65,25 @@ class DemoStartAndEnd(unittest.TestCase):
         runtime.mkdir(mode=0o700)
         self.errors = open(self.root / "errors", "w+")
         self.addCleanup(self.errors.close)
-        # A session of its own: a signal for its group reaches the simulator too, as Ctrl+C does.
+        # In a new session: a signal to the process group reaches the simulator too, as Ctrl+C does.
         self.demo = subprocess.Popen(
             [sys.argv[1], "--output", self.output], cwd=SOURCES, text=True, start_new_session=True,
             stdout=subprocess.PIPE, stderr=self.errors,
             env={**self.environment, "TMPDIR": str(self.temporary), "XDG_RUNTIME_DIR": str(runtime)})
         self.addCleanup(self.demo.stdout.close)
-        self.addCleanup(self.end_by_force)
+        self.addCleanup(self.kill_demo)
         self.output_lines = [self.demo.stdout.readline() for _ in range(2)]
-        self.keys("KV Tool")
+        self.wait_and_press("KV Tool")
         children = pathlib.Path(f"/proc/{self.demo.pid}/task/{self.demo.pid}/children").read_text().split()
         self.simulators = [int(child) for child in children]
 
-    def end_by_force(self):
+    def kill_demo(self):
         if self.demo.poll() is None:
             os.killpg(self.demo.pid, signal.SIGKILL)
             self.demo.wait()
 
-    def keys(self, title, *keys):
-        """Waits for the window with this title, and types."""
+    def wait_and_press(self, title, *keys):
+        """Waits until the window with this title has the focus, then presses the keys."""
         wait_until(lambda: self.xdotool("getwindowfocus", "getwindowname") == title, title)
         if keys:
             self.xdotool("key", *keys)
@@ -93,9 +93,9 @@ class DemoStartAndEnd(unittest.TestCase):
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout.strip()
 
     def press(self, button):
-        self.keys("KV Tool", *["shift+Tab"] * STOPS.index(button), "space")
+        self.wait_and_press("KV Tool", *["shift+Tab"] * REVERSE_TAB_ORDER.index(button), "space")
 
-    def measurements(self):
+    def stored_readings(self):
         store = sqlite3.connect(f"file:{self.output}/measurements.db?mode=ro", uri=True)
         try:
             return store.execute("select count(*) from measurement_metadata").fetchone()[0]
@@ -103,49 +103,49 @@ class DemoStartAndEnd(unittest.TestCase):
             store.close()
 
     def connect(self):
-        before = self.measurements()
+        before = self.stored_readings()
         self.press("connectButton")
-        wait_until(lambda: self.measurements() > before, "a measurement in the store")
+        wait_until(lambda: self.stored_readings() > before, "a reading in the database")
 
-    def check_clean_end(self):
-        rest, _ = self.demo.communicate(timeout=TIMEOUT_S)
+    def check_clean_exit(self):
+        remaining_output, _ = self.demo.communicate(timeout=TIMEOUT_S)
         self.errors.seek(0)
-        self.assertEqual((self.demo.returncode, rest, self.errors.read()), (0, "", ""))
+        self.assertEqual((self.demo.returncode, remaining_output, self.errors.read()), (0, "", ""))
         self.assertEqual(len(self.simulators), 1)
-        wait_until(lambda: not pathlib.Path(f"/proc/{self.simulators[0]}").exists(), "the simulator's end")
+        wait_until(lambda: not pathlib.Path(f"/proc/{self.simulators[0]}").exists(), "the simulator's exit")
         self.assertEqual([*self.temporary.iterdir()], [])
         self.assertEqual([*self.output.glob("*-journal")], [])
         locks = [lock for lock in pathlib.Path("/var/lock").glob("LCK..*")
                  if lock.read_text().split()[:1] == [str(self.demo.pid)]]
         self.assertEqual(locks, [])
 
-    def test_two_lines_say_what_happens_and_where_the_files_are(self):
+    def test_prints_the_next_step_and_the_output_folder(self):
         self.assertIn("press Connect", self.output_lines[0])
         self.assertTrue(self.output_lines[1].endswith(f" {self.output}\n"), self.output_lines)
         self.assertTrue((self.output / "measurements.db").is_file())
         os.killpg(self.demo.pid, signal.SIGINT)
-        self.check_clean_end()
+        self.check_clean_exit()
 
-    def test_ctrl_c_ends_it_with_the_device_connected(self):
+    def test_exits_on_ctrl_c_while_connected(self):
         self.connect()
         os.killpg(self.demo.pid, signal.SIGINT)
-        self.check_clean_end()
+        self.check_clean_exit()
 
-    def test_a_signal_for_the_tool_alone_ends_the_simulator_too(self):
+    def test_sigterm_for_the_demo_alone_stops_the_simulator_too(self):
         self.connect()
         self.demo.send_signal(signal.SIGTERM)
-        self.check_clean_end()
+        self.check_clean_exit()
 
-    def test_ctrl_c_ends_it_during_an_open_dialog(self):
+    def test_exits_on_ctrl_c_while_a_dialog_is_open(self):
         self.press("exportLocalMeasurementsButton")
-        self.keys("Select measurements to export")
+        self.wait_and_press("Select measurements to export")
         os.killpg(self.demo.pid, signal.SIGINT)
-        self.check_clean_end()
+        self.check_clean_exit()
 
-    def test_closing_the_window_ends_it(self):
+    def test_exits_when_the_window_is_closed(self):
         self.connect()
-        self.keys("KV Tool", "alt+F4")
-        self.check_clean_end()
+        self.wait_and_press("KV Tool", "alt+F4")
+        self.check_clean_exit()
 
 
 if __name__ == "__main__":

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The program's own main function with an object that answers its dialogs and prints a line for
-// each window and dialog. It closes the main window once that is shown.
+// The main function of the program, together with an object that answers the program's dialogs,
+// prints a line for each window and dialog, and closes the main window when it is shown.
 //
-// A port as the argument is connected to before; "cancel" cancels the folder dialog, and any other
-// argument is the folder to choose there.
+// The argument is a port to connect to before the main window is closed, "cancel" to cancel the
+// folder dialog, or the folder to choose there.
 #define main toolMain
 #include "main/main.cpp"
 #undef main
@@ -39,11 +39,11 @@ bool isOpen(const QString &path)
     });
 }
 
-class Probe : public QObject
+class ToolDriver : public QObject
 {
 public:
-    explicit Probe(const QString &task)
-        : m_task(task)
+    explicit ToolDriver(const QString &argument)
+        : m_argument(argument)
     {
         startTimer(intervalMs);
     }
@@ -85,12 +85,12 @@ private:
 
     void answer(QFileDialog *dialog)
     {
-        if (m_task == QLatin1String("cancel")) {
+        if (m_argument == QLatin1String("cancel")) {
             dialog->reject();
             return;
         }
-        // A folder that can't be used the first time, then the one given.
-        const QString folder = m_folders++ == 0 ? QStringLiteral("/proc") : m_task;
+        // First a folder in which no file can be created, then the one from the command line.
+        const QString folder = m_folders++ == 0 ? QStringLiteral("/proc") : m_argument;
         dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(folder);
         static_cast<QDialog *>(dialog)->done(QDialog::Accepted);
     }
@@ -100,52 +100,52 @@ private:
         const auto button = [=](const char *name) {
             return window->findChild<QPushButton *>(QLatin1String(name));
         };
-        if (m_task.startsWith(QLatin1String("/dev/"))) {
-            if (!m_connects) {
-                m_connects = true;
+        if (m_argument.startsWith(QLatin1String("/dev/"))) {
+            if (!m_connectClicked) {
+                m_connectClicked = true;
                 auto *const ports = window->findChild<QComboBox *>(QStringLiteral("serialPorts"));
                 ports->clear();
-                ports->addItem(QString(), m_task);
+                ports->addItem(QString(), m_argument);
                 button("connectButton")->click();
             }
             if (!button("readLogButton")->isEnabled()) {
                 return;
             }
         }
-        if (isOpen(m_task)) {
+        if (isOpen(m_argument)) {
             print(QStringLiteral("port is open"));
         }
         print(QStringLiteral("closing"));
         window->close();
     }
 
-    QString m_task;
+    QString m_argument;
     QPointer<QWidget> m_window;
-    bool m_connects = false;
+    bool m_connectClicked = false;
     int m_folders = 0;
     bool m_takingScreenshot = false;
 };
 
-Probe *probe = nullptr;
-QString task;
+ToolDriver *driver = nullptr;
+QString argument;
 
-// Runs when the application object has been made, inside the program's main.
-void startProbe()
+// Called by the constructor of the application object, inside the program's main function.
+void startDriver()
 {
-    probe = new Probe(task);
-    qApp->installEventFilter(probe);
+    driver = new ToolDriver(argument);
+    qApp->installEventFilter(driver);
     new UiCoverageRecorder(qApp);
 }
-Q_COREAPP_STARTUP_FUNCTION(startProbe)
+Q_COREAPP_STARTUP_FUNCTION(startDriver)
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    task = QString::fromLocal8Bit(argv[argc - 1]);
+    argument = QString::fromLocal8Bit(argv[argc - 1]);
     const int code = toolMain(1, argv);
-    delete probe;
-    if (isOpen(task)) {
+    delete driver;
+    if (isOpen(argument)) {
         print(QStringLiteral("port is still open"));
     }
     return code;

@@ -16,17 +16,18 @@ namespace {
 
 constexpr int waitMs = 30000;
 
-const QStringList windowAlone = texts("window|closing|end 0");
-const QStringList failedLoad(text("box 3 Failed to load configuration from file settings.xml"));
-const QString folderWanted =
+// Lines that tooldriver prints. The number after "box" is the QMessageBox::Icon.
+const QStringList windowOnly = texts("window|closing|exit code 0");
+const QStringList loadErrorBox(text("box 3 Failed to load configuration from file settings.xml"));
+const QString folderRequestBox =
     text("box 1 Kv tool automatically stores measurements to disk. Please select a directory where "
          "the measurements can be stored.");
 const QString folderDialog = text("folder Choose where to store measurements");
 
 } // namespace
 
-/// The whole program, as a process with its own folders.
-class TestProgram : public QObject
+/// Runs the program as a process with its own folders, from the start to the exit.
+class TestStartAndExit : public QObject
 {
     Q_OBJECT
 
@@ -45,19 +46,20 @@ private slots:
         QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), path("work/settings.xml")));
     }
 
-    void startsAndEndsWithItsWindow()
+    void exitsWhenMainWindowIsClosed()
     {
-        QCOMPARE(run(text("close")), windowAlone);
-        // The data folder does not exist, and the program makes none: the home folder is next.
+        QCOMPARE(run(text("close")), windowOnly);
+        // The data folder doesn't exist and the program doesn't create it, so the home folder,
+        // which is tried next, is used.
         QVERIFY(QFile::exists(path("home/measurements.db")));
         QCOMPARE(rememberedFolder(), path("home"));
     }
 
-    void endClosesThePort()
+    void exitClosesPort()
     {
         SimulatorProcess device;
         QVERIFY(device.start());
-        QCOMPARE(run(device.port()), texts("window|port is open|closing|end 0"));
+        QCOMPARE(run(device.port()), texts("window|port is open|closing|exit code 0"));
     }
 
     void builtProgramReachesItsEventLoop()
@@ -67,7 +69,7 @@ private slots:
         program.setWorkingDirectory(path("work"));
         program.start(testpaths::buildFile("kvtool"), QStringList());
         QVERIFY(program.waitForStarted(waitMs));
-        // The store is opened last before the window; the event loop writes the settings.
+        // QSettings writes its file in the event loop, so the start is complete by then.
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path("config/Orvanta/Kv tool.conf")), waitMs);
         QCOMPARE(program.state(), QProcess::Running);
         QVERIFY(QFile::exists(path("home/measurements.db")));
@@ -78,61 +80,61 @@ private slots:
         QVERIFY(!program.readAllStandardError().contains("Sanitizer"));
     }
 
-    void badModelFileIsReportedAndIgnored()
+    void badSettingsFileIsReportedAndIgnored()
     {
-        const QString models = path("work/settings.xml");
-        const QByteArray all = files::contents(models);
-        QVERIFY(QFile::remove(models));
-        QCOMPARE(run(text("close")), failedLoad + windowAlone);
+        const QString settingsFile = path("work/settings.xml");
+        const QByteArray all = files::contents(settingsFile);
+        QVERIFY(QFile::remove(settingsFile));
+        QCOMPARE(run(text("close")), loadErrorBox + windowOnly);
         for (const QByteArray &contents :
              {all.left(all.indexOf("<Devices>")), QByteArray("Transmitters:\n  - KVT-100\n"),
               QByteArray("<KVTConfig><Devices></Devices></KVTConfig>")}) {
-            QVERIFY(files::write(models, contents));
-            QCOMPARE(run(text("close")), failedLoad + windowAlone);
+            QVERIFY(files::write(settingsFile, contents));
+            QCOMPARE(run(text("close")), loadErrorBox + windowOnly);
         }
-        // One that is truncated in a model is read up to its end.
-        QVERIFY(files::write(models, all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
-        QCOMPARE(run(text("close")), windowAlone);
-        // A folder exists, and even root can't read it.
-        QVERIFY(QFile::remove(models));
-        QVERIFY(QDir().mkdir(models));
-        QCOMPARE(run(text("close")), failedLoad + windowAlone);
+        // A file that is truncated inside a model is read up to there.
+        QVERIFY(files::write(settingsFile, all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
+        QCOMPARE(run(text("close")), windowOnly);
+        // Not even root can read a folder as a file.
+        QVERIFY(QFile::remove(settingsFile));
+        QVERIFY(QDir().mkdir(settingsFile));
+        QCOMPARE(run(text("close")), loadErrorBox + windowOnly);
     }
 
-    void rememberedFolderComesFirst()
+    void rememberedFolderIsTriedFirst()
     {
         QSettings(path("config/Orvanta/Kv tool.conf"), QSettings::IniFormat)
             .setValue(text("local storage path"), path("data"));
-        QCOMPARE(run(text("close")), windowAlone);
+        QCOMPARE(run(text("close")), windowOnly);
         QVERIFY(QFile::exists(path("data/measurements.db")));
         QVERIFY(!QFile::exists(path("home/measurements.db")));
     }
 
-    void cancelledFolderDialogEndsWithoutAWindow()
+    void cancellingFolderDialogExitsWithoutWindow()
     {
-        makeUnwritable();
+        makeStandardFoldersUnusable();
         QVERIFY(QFile::remove(path("work/settings.xml")));
         const QStringList lines = run(text("cancel"));
         QCOMPARE(lines.size(), 5);
-        QCOMPARE(lines.mid(0, 3), failedLoad + QStringList({folderWanted, folderDialog}));
+        QCOMPARE(lines.mid(0, 3), loadErrorBox + QStringList({folderRequestBox, folderDialog}));
         QVERIFY2(
             lines.at(3).startsWith(text("box 3 Unable to write measurements to disk. Unable to "
                                         "write to default location: ")
                                    + m_home),
             qPrintable(lines.at(3)));
         QVERIFY(lines.at(3).endsWith(text(" and no replacement directory was chosen. Exiting!")));
-        QCOMPARE(lines.at(4), text("end 0"));
+        QCOMPARE(lines.at(4), text("exit code 0"));
     }
 
     void chosenFolderIsUsedAndRemembered()
     {
-        makeUnwritable();
+        makeStandardFoldersUnusable();
         QCOMPARE(run(path("data")),
-                 QStringList({folderWanted, folderDialog,
+                 QStringList({folderRequestBox, folderDialog,
                               text("box 3 Unable to write measures to /proc. Please choose another "
                                    "directory."),
                               folderDialog})
-                     + windowAlone);
+                     + windowOnly);
         QVERIFY(QFile::exists(path("data/measurements.db")));
         QCOMPARE(rememberedFolder(), path("data"));
     }
@@ -147,34 +149,35 @@ private:
         environment.insert(text("XDG_CACHE_HOME"), path("cache"));
         environment.insert(text("XDG_RUNTIME_DIR"), path("runtime"));
         environment.insert(text("KV_SCENARIO"),
-                           text("tst_program::") + QLatin1String(QTest::currentTestFunction()));
+                           text("tst_startandexit::")
+                               + QLatin1String(QTest::currentTestFunction()));
         environment.insert(text("LSAN_OPTIONS"),
                            text("suppressions=") + testpaths::sourceFile("tests/kit/lsan.supp"));
         return environment;
     }
 
-    /// Puts the standard folders inside a file, where even root can't create them.
-    void makeUnwritable()
+    /// Moves the standard folders below a regular file, where not even root can create them.
+    void makeStandardFoldersUnusable()
     {
         QVERIFY(files::write(path("file"), QByteArray()));
         m_home = path("file/home");
     }
 
-    /// Runs the probe; the lines that it prints, and how it ended.
-    QStringList run(const QString &word)
+    /// Runs tooldriver; returns the lines that it prints, and how it ended.
+    QStringList run(const QString &argument)
     {
         QProcess program;
         program.setProcessEnvironment(environment());
         program.setWorkingDirectory(path("work"));
         program.setStandardErrorFile(path("log"));
-        program.start(testpaths::buildFile("tests/e2e/programprobe"), {word});
+        program.start(testpaths::buildFile("tests/e2e/tooldriver"), {argument});
         if (!program.waitForFinished(waitMs)) {
-            return {text("did not end")};
+            return {text("did not exit")};
         }
         const bool crashed = program.exitStatus() == QProcess::CrashExit;
         return QString::fromLocal8Bit(program.readAllStandardOutput())
                    .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-            << (crashed ? text("crashed") : text("end %1").arg(program.exitCode()));
+            << (crashed ? text("crashed") : text("exit code %1").arg(program.exitCode()));
     }
 
     QString rememberedFolder() const
@@ -190,5 +193,5 @@ private:
     QString m_home;
 };
 
-KV_TEST_CORE_MAIN(TestProgram)
-#include "tst_program.moc"
+KV_TEST_CORE_MAIN(TestStartAndExit)
+#include "tst_startandexit.moc"

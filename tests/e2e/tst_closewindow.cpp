@@ -7,8 +7,8 @@
 
 namespace {
 
-/// A button of the main window, the title of the dialog that it leads to, and for a wait dialog
-/// the beginning of the command that the device then gets.
+/// A button of the main window, the title of a dialog that it opens, and for a wait dialog the
+/// beginning of the command that is then sent to the device.
 struct DialogRow
 {
     const char *name;
@@ -29,7 +29,7 @@ constexpr DialogRow restore{"restore", "restoreEepromButton",
                             "Waiting for eeprom backup to be written to device from file",
                             "eeprom --write_block"};
 
-// One dialog of each other kind.
+// Examples of the other kinds of dialogs.
 constexpr DialogRow question{"question", "eraseLogButton", "Clear log", ""};
 constexpr DialogRow fileDialog{"file dialog", "backupEepromButton",
                                "Select where to write eeprom backup", ""};
@@ -52,16 +52,16 @@ void addDialogRows(std::initializer_list<DialogRow> rows)
 
 } // namespace
 
-/// Every modal dialog runs an event loop of its own, in which timers and device traffic continue
-/// while the code that opened the dialog is blocked. And the main window is closed during every
-/// kind of activity: the program ends with 0, leaves an intact store and connects to the device
-/// again at its next start.
-class TestClosing : public ToolFixture
+/// Closes the main window during every kind of activity: the program exits with code 0, the
+/// database is intact, and after the next start the tool can connect to the device again. In
+/// particular while a modal dialog is open: it runs its own event loop, in which timers and device
+/// traffic continue while the code that opened it is blocked.
+class TestCloseWindow : public ToolFixture
 {
     Q_OBJECT
 
 private slots:
-    void closesDuringAConnect_data()
+    void canBeClosedWhileConnecting_data()
     {
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QByteArray>("command");
@@ -70,11 +70,11 @@ private slots:
         QTest::addRow("settings") << text("delay@show altitude:20000")
                                   << QByteArray("show altitude");
         QTest::addRow("clock") << text("silence@date") << QByteArray("date");
-        // By its number, because the name is the beginning of another command's name.
+        // The 19th command: "show meas" would also be the beginning of "show meas_state".
         QTest::addRow("first reading") << text("silence@19") << QByteArray("show meas$");
     }
 
-    void closesDuringAConnect()
+    void canBeClosedWhileConnecting()
     {
         QFETCH(QString, fault);
         QFETCH(QByteArray, command);
@@ -87,14 +87,14 @@ private slots:
         checkRestart();
     }
 
-    void closesInTheBoxOfAnUnknownModel()
+    void canBeClosedWhileUnknownModelBoxIsOpen()
     {
         QVERIFY(startDevice({text("--fault"), text("unknown-model")}) && startTool());
         dialogs().answerDialog(text("Kv tool"), [this](QDialog *) { QVERIFY(window().close()); });
         QCOMPARE(runProgram([this] { QVERIFY(click("connectButton")); }), 0);
     }
 
-    void closesDuringAPoll()
+    void canBeClosedDuringPoll()
     {
         QVERIFY(startConnected());
         const int readings = storedReadings();
@@ -109,14 +109,14 @@ private slots:
         checkRestart();
     }
 
-    void closesRightAfterADisconnect()
+    void canBeClosedRightAfterDisconnect()
     {
         QVERIFY(startPolling());
         closeAfter([&] { QVERIFY(click("disconnectButton")); });
         checkRestart();
     }
 
-    void closesWhileACellIsEdited()
+    void canBeClosedWhileCellIsEdited()
     {
         QVERIFY(startPolling());
         closeAfter([&] {
@@ -126,13 +126,13 @@ private slots:
             QTest::keyClicks(cell, text("77"));
         });
         checkRestart();
-        // The cell loses the focus with its window, so its value may be sent.
+        // Closing the window takes the focus from the cell, so its value may be sent.
         for (const QString &command : commands().filter(text("set altitude"))) {
             QCOMPARE(command, text("set altitude=77"));
         }
     }
 
-    void closesWithTheGraph()
+    void canBeClosedWhileGraphIsOpen()
     {
         QVERIFY(startPolling());
         closeAfter([&] {
@@ -143,19 +143,19 @@ private slots:
         checkRestart();
     }
 
-    void closesAfterEscapeHidTheWaitDialog_data()
+    void canBeClosedAfterEscapeHidWaitDialog_data()
     {
         addDialogRows({readLog, writeSettings, setClock, backup, restore});
     }
 
-    void closesAfterEscapeHidTheWaitDialog()
+    void canBeClosedAfterEscapeHidWaitDialog()
     {
         QFETCH(DialogRow, dialog);
         QVERIFY(
             startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
         forgetCommands();
         prepareAnswers(dialog.button);
-        // Escape hides the dialog alone, which had blocked the main window's frame.
+        // The dialog blocks the main window's frame until Escape hides it.
         dialogs().answerDialog(text(dialog.title), [this](QDialog *shown) {
             QVERIFY(!closeByFrame(&window()));
             QTest::keyClick(shown, Qt::Key_Escape);
@@ -169,15 +169,15 @@ private slots:
         checkRestart();
     }
 
-    void closesAtEachStepOfAnUpdate_data()
+    void canBeClosedDuringFirmwareUpdate_data()
     {
         QTest::addColumn<QString>("rebootMs");
         QTest::addColumn<int>("progress");
         QTest::addRow("before the bootloader") << text("60000") << 0;
-        QTest::addRow("in the transfer") << text("3000") << 5;
+        QTest::addRow("during the transfer") << text("3000") << 5;
     }
 
-    void closesAtEachStepOfAnUpdate()
+    void canBeClosedDuringFirmwareUpdate()
     {
         QFETCH(QString, rebootMs);
         QFETCH(int, progress);
@@ -197,7 +197,7 @@ private slots:
         checkRestart();
     }
 
-    void dialogBlocksTheFrameButNoReadings_data()
+    void dialogBlocksMainWindowButNotReadings_data()
     {
         addDialogRows({readLog,
                        {"log file dialog", "readLogButton", "Select where to save log to", ""},
@@ -206,15 +206,15 @@ private slots:
                        exportDialog});
     }
 
-    void dialogBlocksTheFrameButNoReadings()
+    void dialogBlocksMainWindowButNotReadings()
     {
         QFETCH(DialogRow, dialog);
-        // Enough that the log is still being read while its dialog is answered.
+        // Enough rows that the log is still being read while the dialog is answered.
         const bool duringJob = *dialog.command != 0;
         QVERIFY(startPolling({text("--log-rows"), text(duringJob ? "3000" : "300")}));
         dialogs().answerDialog(text(dialog.title), [=](QDialog *shown) {
             QVERIFY(!closeByFrame(&window()));
-            // During a long operation readings wait for its end.
+            // During a long operation, readings wait until it has finished.
             QVERIFY(duringJob || readingsArrive());
             QVERIFY(shown->isVisible());
             QVERIFY(closeByFrame(shown));
@@ -228,12 +228,12 @@ private slots:
         checkRestart();
     }
 
-    void closesByCodeInADialog_data()
+    void canBeClosedByCodeWhileDialogIsOpen_data()
     {
         addDialogRows({readLog, setClock, question, fileDialog, exportDialog});
     }
 
-    void closesByCodeInADialog()
+    void canBeClosedByCodeWhileDialogIsOpen()
     {
         QFETCH(DialogRow, dialog);
         QVERIFY(startPolling({text("--log-rows"), text("3000")}));
@@ -241,42 +241,43 @@ private slots:
         QCOMPARE(runProgram([&] { child<QPushButton>(dialog.button)->click(); }), 0);
         QVERIFY(!rememberedValue("graph to").isValid());
         QVERIFY(queue().serialPort()->isOpen());
-        checkEnd();
+        checkExit();
     }
 
-    void boxFromAPollBlocksNothing()
+    void messageBoxDuringPollBlocksNoReadings()
     {
         QVERIFY(startPolling());
-        bool arrived = false;
+        bool readingsArrived = false;
         dialogs().answerDialog(text("Kv tool"), [&](QDialog *dialog) {
-            arrived = readingsArrive();
+            readingsArrived = readingsArrive();
             dialog->accept();
         });
-        // In the slot of the reading, so that the box nests in the delivery of the poll.
-        const auto once = std::make_shared<bool>(true);
+        // Opened in a slot of the reading's signal, so that its event loop runs inside the
+        // emission.
+        const auto isFirst = std::make_shared<bool>(true);
         connect(&tool().handler, &SerialPortHandlerInterface::measurementsRead, &window(), [=] {
-            if (*once) {
-                *once = false;
+            if (*isFirst) {
+                *isFirst = false;
                 window().showMessageBox(QMessageBox::Warning, text("In the middle of a poll"));
             }
         });
         QVERIFY(waitForAnswers());
-        QVERIFY(arrived);
+        QVERIFY(readingsArrived);
 
         QVERIFY(readingsArrive());
-        // None was lost: each answer of the device is in the store.
+        // No reading was lost: each reply of the device is in the database.
         tool().controller.stopMeasurementPolling();
         QVERIFY(waitUntilQuiet());
         QCOMPARE(storedReadings(), commandCount("show meas$"));
     }
 
-    void twoErrorsAreShownAboveEachOther()
+    void messageBoxesOfTwoErrorsAreNested()
     {
         QVERIFY(startPolling());
-        QStringList answered;
+        QStringList answeredTexts;
         for (int count = 0; count < 4; ++count) {
             dialogs().answerDialog(text("Kv tool"), [&](QDialog *dialog) {
-                answered.append(qobject_cast<QMessageBox *>(dialog)->text());
+                answeredTexts.append(qobject_cast<QMessageBox *>(dialog)->text());
                 QTest::keyClick(dialog, Qt::Key_Return);
             });
         }
@@ -286,18 +287,18 @@ private slots:
         // All are open before the first is answered, and the last one is in front.
         const QString one = text("Error occurred with serial port communication: one");
         const QString two = text("Error occurred with serial port communication: two");
-        QCOMPARE(answered, QStringList({two, two, one, one}));
+        QCOMPARE(answeredTexts, QStringList({two, two, one, one}));
         QVERIFY(isConnected());
         QVERIFY(readingsArrive());
     }
 
-    void disconnectInAWaitDialogEndsItsJob_data()
+    void disconnectDuringWaitDialogRemovesItsJobs_data()
     {
-        // The clock's dialog closes before the clock is written.
+        // Not setClock: its dialog closes before the clock is written.
         addDialogRows({readLog, writeSettings, backup, restore});
     }
 
-    void disconnectInAWaitDialogEndsItsJob()
+    void disconnectDuringWaitDialogRemovesItsJobs()
     {
         QFETCH(DialogRow, dialog);
         QVERIFY(
@@ -321,14 +322,14 @@ private slots:
         QVERIFY(isVisible("connectButton"));
         QVERIFY(qstrcmp(dialog.button, backup.button) != 0 || !QFile::exists(chosenFile()));
 
-        // A write continues in the device; after the other jobs it can be connected again.
+        // The device continues to write settings; in the other cases it can be connected again.
         if (qstrcmp(dialog.button, writeSettings.button) != 0) {
             QVERIFY(connectByClick());
             QVERIFY(readingsArrive());
         }
     }
 
-    void deletesObjectsWithJobsInTheQueue()
+    void canBeDeletedWithJobsInQueue()
     {
         QVERIFY(startPolling({text("--fault"), text("silence@show health")}));
         QVERIFY(click("synchronizeButton"));
@@ -340,7 +341,7 @@ private slots:
     }
 
 private:
-    /// Runs @p steps in the program's event loop, closes the main window and checks the end.
+    /// Runs @p steps in the program's event loop, closes the main window and checks the exit.
     void closeAfter(const std::function<void()> &steps)
     {
         const int code = runProgram([&] {
@@ -349,10 +350,10 @@ private:
             QVERIFY(!window().isVisible());
         });
         QCOMPARE(code, 0);
-        checkEnd();
+        checkExit();
     }
 
-    void checkEnd()
+    void checkExit()
     {
         QVERIFY(!window().isVisible());
         QVERIFY(!waitDialog()->isVisible());
@@ -363,7 +364,7 @@ private:
         QCOMPARE(sqlite(text("pragma integrity_check")), QStringList(text("ok")));
     }
 
-    /// Checks another start with the same files and device.
+    /// Checks that the tool starts again with the same files and connects to the same device.
     void checkRestart()
     {
         device().control("fault clear");
@@ -375,5 +376,5 @@ private:
     }
 };
 
-KV_TEST_MAIN(TestClosing)
-#include "tst_closing.moc"
+KV_TEST_MAIN(TestCloseWindow)
+#include "tst_closewindow.moc"
