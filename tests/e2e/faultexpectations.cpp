@@ -46,21 +46,22 @@ constexpr Expectation nothingToExport =
 constexpr Expectation portIsOpen = notApplicable("the port is open by then");
 constexpr Expectation opensNoPort = notApplicable("it opens no port");
 constexpr Expectation sendsNothing = notApplicable("nothing is sent to the device");
-constexpr Expectation awaitsNoAnswer = notApplicable("no answer is waited for");
+constexpr Expectation awaitsNoReply = notApplicable("no reply is waited for");
 constexpr Expectation noChecksum = notApplicable("only log lines carry a checksum");
 constexpr Expectation storesNothing = notApplicable("it stores no reading");
 constexpr Expectation writesNothing = notApplicable("it writes no file");
 constexpr Expectation readAtStart = notApplicable("settings.xml is only read at start");
 constexpr Expectation keepsFile = notApplicable("an open store keeps its file");
 
-/// The pairs that differ from the rules below: each of the faults with each of the actions.
+/// The pairs to which lineRule() and diskRule() don't apply: each fault of a row with each of its
+/// actions.
 QVector<FaultMatrix::Exception> exceptions()
 {
     const QVector<FaultKind> damage{F::LostByte, F::FlippedBit};
-    const QVector<FaultKind> noPort{F::HangUpBefore, F::PortMissing, F::PortInUse};
-    const QVector<FaultKind> noWriting{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase};
-    const QVector<FaultKind> badStore{F::CorruptDatabase, F::TruncatedDatabase,
-                                      F::UnexpectedSchema};
+    const QVector<FaultKind> unusablePort{F::HangUpBefore, F::PortMissing, F::PortInUse};
+    const QVector<FaultKind> unwritableStore{F::ReadOnlyFolder, F::FullDisk, F::LockedDatabase};
+    const QVector<FaultKind> damagedStore{F::CorruptDatabase, F::TruncatedDatabase,
+                                          F::UnexpectedSchema};
     // clang-format off
     const struct
     {
@@ -69,15 +70,15 @@ QVector<FaultMatrix::Exception> exceptions()
         Expectation expectation;
     } rows[] = {
         {{F::Silence}, {Connect}, stoppedUntilConnect},
-        // Cancel only closes the dialog; the restart for an update stays in the queue.
+        // Cancel only closes the dialog; the job that restarts the device stays in the queue.
         {{F::Silence}, {WriteSettings, SetClock, UpdateConnected}, dialogStays},
         {{F::Silence}, {ReadLog, Backup, Restore}, worksAfterCancel},
         {{F::Silence, F::NulByte}, {UpdateUnconnected}, connectedAfterCancel},
         // The device ignores the second command.
         {{F::LateAnswer}, {UpdateConnected, UpdateUnconnected}, done},
 
-        // Without a checksum, damage inside a value is another value. Neither the version that is
-        // read first nor the echo of a value is shown.
+        // Without a checksum, a damaged value is read as another value. The damaged version that
+        // Connect reads first and the damaged echoes of the other two actions aren't shown.
         {damage, {Connect, SetValue, SetClock}, done},
         {damage, {Poll}, "damaged value shown and stored"},
         {damage, {Backup}, "damaged block in the file"},
@@ -87,15 +88,16 @@ QVector<FaultMatrix::Exception> exceptions()
          "damaged value 677 shown and sent back; the device has 677"},
         // The value extends to the last prompt.
         {{F::RepliesInOneChunk}, {Synchronize},
-         "damaged value of two answers shown and sent back; the device has 777"},
+         "damaged value of two replies shown and sent back; the device has 777"},
         {{F::RepliesInOneChunk}, {UpdateConnected}, updateFails},
         {{F::RepliesInOneChunk, F::HangUpDuring}, {UpdateUnconnected}, updateFailsUnconnected},
         {{F::WrongChecksum}, {ReadLog}, sentAgain},
-        // Each piece after the bad line is parsed together with it and costs a send.
+        // Each chunk after the damaged line is parsed together with it, fails the checksum again
+        // and so uses up one of the five sends.
         {{F::WrongChecksumInPieces}, {ReadLog}, worksAfterCancel},
 
-        {noPort, {Connect}, cannotOpen},
-        {noPort, {UpdateUnconnected}, cannotOpenThenWaits},
+        {unusablePort, {Connect}, cannotOpen},
+        {unusablePort, {UpdateUnconnected}, cannotOpenThenWaits},
         {{F::HangUpBefore}, {SetClock, UpdateConnected}, dialogStays},
         {{F::HangUpBefore, F::HangUpDuring}, {WriteSettings, ReadLog, Backup, Restore},
          dialogStays},
@@ -107,8 +109,8 @@ QVector<FaultMatrix::Exception> exceptions()
         {{F::Silence, F::LateAnswer, F::Chatter, F::HangUpBefore, F::HangUpDuring}, {CloseProgram},
          exits},
 
-        {noWriting, {Connect}, storedAfterConnect},
-        {noWriting, {Poll}, notStored},
+        {unwritableStore, {Connect}, storedAfterConnect},
+        {unwritableStore, {Poll}, notStored},
         {{F::ReadOnlyFolder, F::FullDisk}, {ShowGraph}, done},
         {{F::ReadOnlyFolder}, {ReadLog},
          "reports \"Unable to save log to file FOLDER/log.csv: Permission denied\""},
@@ -119,9 +121,10 @@ QVector<FaultMatrix::Exception> exceptions()
         {{F::FullDisk}, {ReadLog, Backup, ExportMeasurements}, "nothing reported, an empty file"},
         {{F::FullDisk}, {StartProgram},
          "asks for a folder, the chosen one is used; warning logged"},
-        {badStore, {Connect, Poll}, neverStored},
-        {badStore + QVector<FaultKind>{F::LockedDatabase}, {ShowGraph}, opensEmpty},
-        {badStore + QVector<FaultKind>{F::LockedDatabase}, {ExportMeasurements}, nothingToExport},
+        {damagedStore, {Connect, Poll}, neverStored},
+        {damagedStore + QVector<FaultKind>{F::LockedDatabase}, {ShowGraph}, opensEmpty},
+        {damagedStore + QVector<FaultKind>{F::LockedDatabase}, {ExportMeasurements},
+         nothingToExport},
         {{F::ReadOnlyFolder, F::LockedDatabase, F::CorruptDatabase, F::TruncatedDatabase,
           F::FolderInPlaceOfStore}, {StartProgram}, nextFolder},
         {{F::UnexpectedSchema}, {StartProgram}, "used as it is"},
@@ -169,7 +172,7 @@ Expectation lineRule(FaultKind fault, UserAction action)
 {
     const bool cannotOpenPort = fault == F::PortMissing || fault == F::PortInUse;
     if (action == CloseProgram) {
-        return cannotOpenPort ? opensNoPort : awaitsNoAnswer;
+        return cannotOpenPort ? opensNoPort : awaitsNoReply;
     }
     if (cannotOpenPort) {
         return usesDevice(action) ? portIsOpen : opensNoPort;

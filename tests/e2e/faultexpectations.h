@@ -3,7 +3,7 @@
 
 #include "tests/kit/faultmatrix.h"
 
-/// What a user does with the tool.
+/// A user's action that is run under each fault.
 enum UserAction {
     Connect,
     Poll,
@@ -23,7 +23,7 @@ enum UserAction {
     CloseProgram
 };
 
-/// The parts of the matrix, named after their tables.
+/// The parts of the matrix. Each is saved as a table with this name.
 namespace FaultParts {
 constexpr char everydayWork[] = "faults-in-everyday-work";
 constexpr char longOperations[] = "faults-in-long-operations";
@@ -39,5 +39,6 @@ inline bool isFirmwareUpdate(UserAction action)
 /// Whether the action sends commands to the device.
 inline bool usesDevice(UserAction action) { return action < ShowGraph; }
 
-/// Each user action under each fault of line, port and disk, with what the user must see.
+/// Each user action under each fault of line, port and disk, with the outcome that the user is
+/// expected to see.
 FaultMatrix userFaultMatrix();

@@ -13,14 +13,14 @@ constexpr int unacceptableGapMs = 1000; // longer than this, a window appears to
 
 // A warning is part of the outcome, not a failure.
 QStringList warnings;
-QtMessageHandler testLog = nullptr;
+QtMessageHandler previousHandler = nullptr;
 
 void recordWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (type == QtWarningMsg && !message.startsWith(text("This plugin does not support"))) {
         warnings.append(message);
     } else if (type != QtDebugMsg) {
-        testLog(type, context, message);
+        previousHandler(type, context, message);
     }
 }
 
@@ -28,8 +28,8 @@ QString homeStore() { return QDir::homePath() + text("/measurements.db"); }
 
 } // namespace
 
-/// Runs user actions under faults, with the whole tool and its real window, and compares what the
-/// user sees with the expectation.
+/// Runs user actions under faults, with the whole tool and its real window, and compares the
+/// outcomes that the user sees with the expected ones.
 class TestFaultInjection : public UserActionFixture
 {
     Q_OBJECT
@@ -39,11 +39,11 @@ private slots:
     {
         constexpr int intervalMs = 5;
         prepareApplication();
-        m_watch.setInterval(intervalMs);
-        connect(&m_watch, &QTimer::timeout, this, [this] {
+        m_watchTimer.setInterval(intervalMs);
+        connect(&m_watchTimer, &QTimer::timeout, this, [this] {
             if (m_tool) {
                 shortenTimeouts();
-                cancelStalledDialog();
+                cancelDialogIfQueueStopped();
             }
         });
     }
@@ -62,47 +62,47 @@ private slots:
         m_boxes.clear();
         m_firstValues.clear();
         warnings.clear();
-        testLog = qInstallMessageHandler(recordWarning);
+        previousHandler = qInstallMessageHandler(recordWarning);
     }
 
     void cleanup()
     {
-        m_watch.stop();
+        m_watchTimer.stop();
         removeFault();
-        // The boxes that came, or did not, are part of the outcome.
+        // Unexpected and missing message boxes are part of the outcome, not failures of the test.
         dialogs().reset();
         endTestFunction();
         m_terminal.reset();
-        qInstallMessageHandler(testLog);
+        qInstallMessageHandler(previousHandler);
     }
 
     void everydayWorkEndsAsExpected_data() { m_matrix.addRows(FaultParts::everydayWork); }
-    void everydayWorkEndsAsExpected() { runRow(); }
+    void everydayWorkEndsAsExpected() { runPair(); }
     void longOperationsEndAsExpected_data() { m_matrix.addRows(FaultParts::longOperations); }
-    void longOperationsEndAsExpected() { runRow(); }
+    void longOperationsEndAsExpected() { runPair(); }
     void firmwareUpdatesEndAsExpected_data() { m_matrix.addRows(FaultParts::firmwareUpdates); }
-    void firmwareUpdatesEndAsExpected() { runRow(); }
+    void firmwareUpdatesEndAsExpected() { runPair(); }
     void actionsWithoutADeviceEndAsExpected_data() { m_matrix.addRows(FaultParts::withoutDevice); }
-    void actionsWithoutADeviceEndAsExpected() { runRow(); }
+    void actionsWithoutADeviceEndAsExpected() { runPair(); }
     void everyPairHasAnExpectation() { m_matrix.verify(23 * 16); }
     void cleanupTestCase() { QVERIFY(m_matrix.saveTables()); }
 
 private:
-    void runRow()
+    void runPair()
     {
         QFETCH(int, fault);
         QFETCH(int, operation);
         m_fault = static_cast<FaultKind>(fault);
         m_action = static_cast<UserAction>(operation);
         m_expected = m_matrix.expected(m_fault, m_action).text;
-        m_watch.start();
-        const QByteArray seen = isDiskFault(m_fault) ? runDiskFault() : runLineFault();
-        m_matrix.record(m_fault, m_action, seen);
-        QCOMPARE(seen, m_expected);
+        m_watchTimer.start();
+        const QByteArray outcomeSeen = isDiskFault(m_fault) ? runDiskFault() : runLineFault();
+        m_matrix.record(m_fault, m_action, outcomeSeen);
+        QCOMPARE(outcomeSeen, m_expected);
     }
 
-    /// Starts the tool, with a short time-out for locks of the database.
-    bool startTools()
+    /// Starts the tool with a short time-out for waiting for a locked database.
+    bool startToolWithShortLockTimeout()
     {
         m_tool = std::make_unique<Tool>();
         QSqlDatabase store =
@@ -111,16 +111,19 @@ private:
         return startExistingTool();
     }
 
-    bool startToolsConnected() { return startTools() && connectByClick() && waitUntilQuiet(); }
+    bool startToolConnected()
+    {
+        return startToolWithShortLockTimeout() && connectByClick() && waitUntilQuiet();
+    }
 
-    bool isStalled()
+    bool isQueueStopped()
     {
         const auto job = queue().currentJob();
         return job && !job->isRunning();
     }
 
-    /// Whether all commands have been answered and the answers have arrived.
-    bool isQuiet()
+    /// Whether each command has been answered, the results were delivered and no dialog is open.
+    bool isDeviceQuiet()
     {
         for (int turn = 0; turn < 3 && isIdle(); ++turn) {
             QCoreApplication::processEvents();
@@ -141,7 +144,7 @@ private:
     /// The message boxes, and whether the log had a warning.
     QByteArray reports() const { return reportedBoxes() + logSuffix(); }
 
-    QByteArray noEnd() const { return "no end within 20 s; " + reports(); }
+    QByteArray timeoutOutcome() const { return "no end within 20 s; " + reports(); }
 
     // Faults of device, line and port.
 
@@ -157,53 +160,53 @@ private:
         m_readingsBefore = storedReadings();
         const EventLoopLatencyMonitor monitor;
         perform();
-        if (!waitFor([this] { return isStalled() || isQuiet(); })) {
-            return noEnd();
+        if (!waitFor([this] { return isQueueStopped() || isDeviceQuiet(); })) {
+            return timeoutOutcome();
         }
-        const bool hung = isHangUp(m_fault) && monitor.longestGap() >= unacceptableGapMs;
-        const QByteArray seen = lineOutcome() + (hung ? "; window hung" : "");
+        const bool windowHung = isHangUp(m_fault) && monitor.longestGap() >= unacceptableGapMs;
+        const QByteArray outcomeSeen = lineOutcome() + (windowHung ? "; window hung" : "");
         if (m_fault != FaultKind::HangUpAfter) {
-            return seen + recovery();
+            return outcomeSeen + recovery();
         }
         device().hangUp();
         if (isFirmwareUpdate(m_action) || !usesDevice(m_action)) {
-            return seen;
+            return outcomeSeen;
         }
-        // Nothing reports the hang-up: the next command gets no answer and the queue stops.
+        // The hang-up isn't reported: the next command gets no reply, and the queue stops.
         m_shortensTimeouts = false;
         if (!isConnected() || !click("synchronizeButton")
-            || !waitFor([this] { return isStalled(); }) || !isConnected()) {
-            return seen + "; later hang-up noticed";
+            || !waitFor([this] { return isQueueStopped(); }) || !isConnected()) {
+            return outcomeSeen + "; later hang-up noticed";
         }
-        return seen + "; later hang-up not reported" + recovery();
+        return outcomeSeen + "; later hang-up not reported" + recovery();
     }
 
     /// The outcome of the action, without the recovery.
     QByteArray lineOutcome()
     {
-        QByteArrayList words;
+        QByteArrayList parts;
         if (isFirmwareUpdate(m_action) && m_boxes.removeAll(text("Firmware updated")) > 0) {
-            words.append(outcome());
+            parts.append(outcome());
         }
         if (!m_boxes.isEmpty()) {
-            words.append(reportedBoxes());
+            parts.append(reportedBoxes());
         }
         if (m_cancelled) {
-            words.append("dialog stays until cancelled");
-        } else if (isStalled()) {
-            words.append("queue stopped");
-        } else if (words.isEmpty()) {
-            words.append(outcome());
+            parts.append("dialog stays until cancelled");
+        } else if (isQueueStopped()) {
+            parts.append("queue stopped");
+        } else if (parts.isEmpty()) {
+            parts.append(outcome());
         }
-        return words.join("; ") + logSuffix();
+        return parts.join("; ") + logSuffix();
     }
 
-    /// Removes the fault and returns the steps after which the tool works again; none when the
-    /// action succeeded and the tool works.
+    /// Removes the fault and returns the steps after which the tool works again; empty if the
+    /// action succeeded and the tool works without any.
     QByteArray recovery()
     {
-        const bool wasStalled = isStalled();
-        const bool endedWell = !m_cancelled && !wasStalled && m_boxes.isEmpty();
+        const bool queueWasStopped = isQueueStopped();
+        const bool succeeded = !m_cancelled && !queueWasStopped && m_boxes.isEmpty();
         m_shortensTimeouts = false;
         removeFault();
         m_terminal.reset();
@@ -216,35 +219,35 @@ private:
                 device().control("restart");
             }
             if (!waitFor([this] { return device().state("mode") == "console"; })) {
-                return "; the device doesn't come back";
+                return "; the device doesn't start again";
             }
         } else if (!startDevice()) {
             return "; no device";
         }
         choosePort(device().port());
         if (!isConnected()) {
-            return !connectByClick() ? "; Connect fails" : endedWell ? "" : "; works after Connect";
+            return !connectByClick() ? "; Connect fails" : succeeded ? "" : "; works after Connect";
         }
-        // The end of the jobs of an unconnected update counts as the end of a connect.
+        // A known quirk: the end of an update without a connection counts as a connection.
         const QByteArray shown = m_action == UpdateUnconnected ? "; shows connected" : "";
-        if (wasStalled || isHangUp(m_fault) || m_action == UpdateUnconnected) {
+        if (queueWasStopped || isHangUp(m_fault) || m_action == UpdateUnconnected) {
             return shown
                 + (reconnect() ? "; works after Disconnect and Connect" : "; doesn't work again");
         }
-        const bool works = click("synchronizeButton") && waitUntilQuiet();
-        return !works ? "; then doesn't work" : endedWell ? "" : "; then works";
+        const bool isWorking = click("synchronizeButton") && waitUntilQuiet();
+        return !isWorking ? "; then doesn't work" : succeeded ? "" : "; then works";
     }
 
-    /// Starts the device and the tool and brings both to the state in which the action is possible.
+    /// Starts the device and the tool and prepares what the action needs.
     bool prepareDevice()
     {
-        const bool damagedGreeting = m_action == UpdateUnconnected
+        const bool damagesBootMessage = m_action == UpdateUnconnected
             && (m_fault == FaultKind::LostByte || m_fault == FaultKind::FlippedBit
                 || m_fault == FaultKind::NulByte);
-        if (damagedGreeting) {
-            // The simulator has no such fault, so the test answers in place of the device.
+        if (damagesBootMessage) {
+            // The simulator has no such fault, so the test sends the boot message itself.
             m_terminal = std::make_unique<PseudoTerminal>();
-            if (!startTools()) {
+            if (!startToolWithShortLockTimeout()) {
                 return false;
             }
             choosePort(m_terminal->path());
@@ -256,8 +259,8 @@ private:
                           text("1000")})) {
             return false;
         }
-        const bool unconnected = m_action == Connect || m_action == UpdateUnconnected;
-        if (unconnected ? !startTools() : !startToolsConnected()) {
+        const bool isUnconnected = m_action == Connect || m_action == UpdateUnconnected;
+        if (isUnconnected ? !startToolWithShortLockTimeout() : !startToolConnected()) {
             return false;
         }
         if (m_action == Synchronize) {
@@ -267,7 +270,7 @@ private:
         } else if (m_action == ShowGraph || m_action == ExportMeasurements) {
             return writeHistory();
         }
-        m_memoryBefore = device().control("memory").join();
+        m_eepromBefore = device().control("memory").join();
         return true;
     }
 
@@ -285,9 +288,9 @@ private:
             choosePort(text("/dev/pts/there-is-none"));
             return true;
         case FaultKind::PortInUse:
-            m_scopes.push_back(std::make_shared<PortInUseScope>(device().port()));
-            m_scopes.push_back(std::make_shared<DropPrivilegesScope>());
-            return std::static_pointer_cast<PortInUseScope>(m_scopes.front())->isActive();
+            m_faultScopes.push_back(std::make_shared<PortInUseScope>(device().port()));
+            m_faultScopes.push_back(std::make_shared<DropPrivilegesScope>());
+            return std::static_pointer_cast<PortInUseScope>(m_faultScopes.front())->isActive();
         case FaultKind::WrongChecksumInPieces:
             if (!device().fault("single-bytes@" + QByteArray(affectedCommand()) + ":12")) {
                 return false;
@@ -297,7 +300,7 @@ private:
         case FaultKind::LostByte:
         case FaultKind::FlippedBit:
             if (m_action == ReadLog) {
-                gatherChunks();
+                delayReading();
             }
             break;
         default:
@@ -312,7 +315,7 @@ private:
         if (isFirmwareUpdate(m_action)) {
             switch (m_fault) {
             case FaultKind::LateAnswer:
-                // Longer than the restart of the device.
+                // Longer than the device needs to restart.
                 return m_action == UpdateConnected ? "delay@reboot:2000" : "";
             case FaultKind::SingleBytes:
                 return "single-bytes:1";
@@ -332,45 +335,45 @@ private:
             : info.simulatorFaultFor(command, m_matrix.operation(m_action).damagedByte);
     }
 
-    /// Lets all pieces of an answer arrive before the tool continues to read: after a wrong
-    /// checksum each piece would use up a send.
-    void gatherChunks()
+    /// Makes the tool read the rest of a reply in one chunk: after a wrong checksum each further
+    /// chunk would use up one of the five sends.
+    void delayReading()
     {
-        constexpr unsigned long gatherMs = 30;
+        constexpr unsigned long delayMs = 30;
         connect(
             queue().serialPort().data(), &SerialPortInterface::dataReady, this,
             [this] {
                 queue().serialPort()->flush();
-                QThread::msleep(gatherMs);
+                QThread::msleep(delayMs);
             },
             Qt::QueuedConnection);
     }
 
-    /// The time-out of a job of @p type: short where it decides the outcome, long where it doesn't,
-    /// so that a slow machine has no effect.
+    /// The time-out of a job of @p type: short if the expected outcome depends on time-outs,
+    /// otherwise long, so that a slow machine doesn't change the outcome.
     int timeoutMs(SerialPortJobType type) const
     {
-        constexpr int silentMs = 200;
-        constexpr int oneBadAnswerMs = 500;
+        constexpr int noReplyMs = 200;
+        constexpr int oneBadReplyMs = 500;
         constexpr int afterRestartMs = 2000; // by then the device is back
-        constexpr int inPiecesMs = 3000;
+        constexpr int manyChunksMs = 3000;
         constexpr int longMs = 5000;
         if (type == SerialPortJobType::JobTransmitFirmwareBlock) {
-            return m_expected.startsWith("reports \"Firmware") ? oneBadAnswerMs : longMs;
+            return m_expected.startsWith("reports \"Firmware") ? oneBadReplyMs : longMs;
         }
         if (m_fault == FaultKind::LateAnswer) {
-            return m_action == UpdateUnconnected ? silentMs : lateAnswerTimeoutMs;
+            return m_action == UpdateUnconnected ? noReplyMs : lateAnswerTimeoutMs;
         }
         if (m_fault == FaultKind::WrongChecksumInPieces) {
-            return inPiecesMs;
+            return manyChunksMs;
         }
         if (m_expected.contains("queue stopped") || m_expected.contains("dialog stays")) {
-            return silentMs;
+            return noReplyMs;
         }
         if (m_action == UpdateConnected && m_fault != FaultKind::SingleBytes) {
             return afterRestartMs;
         }
-        return m_expected.contains("sent again") ? oneBadAnswerMs : longMs;
+        return m_expected.contains("sent again") ? oneBadReplyMs : longMs;
     }
 
     void shortenTimeouts()
@@ -387,9 +390,9 @@ private:
         }
     }
 
-    void cancelStalledDialog()
+    void cancelDialogIfQueueStopped()
     {
-        if (waitDialog()->isVisible() && isStalled()) {
+        if (waitDialog()->isVisible() && isQueueStopped()) {
             m_cancelled = true;
             press(cancelButton());
         }
@@ -420,7 +423,7 @@ private:
         const bool needsStore =
             m_fault >= FaultKind::LockedDatabase && m_fault <= FaultKind::UnexpectedSchema;
         if (needsStore) {
-            if (!startTools() || !writeHistory()) {
+            if (!startToolWithShortLockTimeout() || !writeHistory()) {
                 return "not prepared";
             }
             endTool();
@@ -442,27 +445,27 @@ private:
                                        dialog->done(QDialog::Accepted);
                                    });
         }
-        const bool started = startTools() && window().isVisible();
+        const bool started = startToolWithShortLockTimeout() && window().isVisible();
         write(text("settings.xml"), sample);
         if (!started) {
             return "not started; " + reports();
         }
-        const QString used = QSqlDatabase::database().databaseName();
-        if (used == chosen + text("/measurements.db") && m_boxes.size() == 1
+        const QString openedPath = QSqlDatabase::database().databaseName();
+        if (openedPath == chosen + text("/measurements.db") && m_boxes.size() == 1
             && m_boxes.first().contains(text("Please select a directory"))) {
             return "asks for a folder, the chosen one is used" + logSuffix();
         }
-        if (used == homeStore()) {
+        if (openedPath == homeStore()) {
             return "the next folder is used, "
                 + (m_boxes.isEmpty() ? "nothing reported" + logSuffix() : reports());
         }
-        const QByteArray words = reports();
-        return words.isEmpty() ? "used as it is" : words + "; then starts";
+        const QByteArray result = reports();
+        return result.isEmpty() ? "used as it is" : result + "; then starts";
     }
 
     QByteArray useHistoryUnderDiskFault()
     {
-        if (!startTools() || !writeHistory() || !injectDiskFault()) {
+        if (!startToolWithShortLockTimeout() || !writeHistory() || !injectDiskFault()) {
             return "not prepared";
         }
         if (m_action == CloseProgram) {
@@ -479,58 +482,59 @@ private:
     /// Saves a file with data from the device: its log or its memory.
     QByteArray saveUnderDiskFault()
     {
-        if (!startDevice() || !startToolsConnected() || !injectDiskFault()) {
+        if (!startDevice() || !startToolConnected() || !injectDiskFault()) {
             return "not prepared";
         }
         perform();
-        if (!waitFor([this] { return isQuiet(); })) {
-            return noEnd();
+        if (!waitFor([this] { return isDeviceQuiet(); })) {
+            return timeoutOutcome();
         }
         removeFault();
         return fileOutcome(m_action == ReadLog ? "log.csv" : "backup.dat");
     }
 
-    /// Causes a reading that the store can't accept, by a connect or by a poll.
+    /// Connects or polls, so that a reading arrives that can't be stored.
     QByteArray storeUnderDiskFault()
     {
-        const bool connected = m_action == Poll;
-        if (!startDevice() || !(connected ? startToolsConnected() : startTools())) {
+        const bool isConnectedBefore = m_action == Poll;
+        if (!startDevice()
+            || !(isConnectedBefore ? startToolConnected() : startToolWithShortLockTimeout())) {
             return "not prepared";
         }
-        const int before = storedReadings();
-        if (!connected && m_fault == FaultKind::FullDisk) {
-            // Only once the port has its lock file, which is usually on another disk.
+        const int readingsBefore = storedReadings();
+        if (!isConnectedBefore && m_fault == FaultKind::FullDisk) {
+            // Not before the port's lock file has been created: it is usually on another disk.
             connect(&tool().handler, &SerialPortHandlerInterface::connected, this,
                     [this] { injectDiskFault(); });
         } else if (!injectDiskFault()) {
             return "not prepared";
         }
         perform();
-        if (!waitFor([this] { return isQuiet() && isConnected(); })) {
-            return noEnd();
+        if (!waitFor([this] { return isDeviceQuiet() && isConnected(); })) {
+            return timeoutOutcome();
         }
-        const QByteArray logged = logSuffix();
+        const QByteArray warningSuffix = logSuffix();
         tool().handler.disconnect(this);
         removeFault();
-        const auto isStored = [=] { return storedReadings() > before; };
-        const QByteArray words = QByteArray(isReadingShown() ? "shown" : "not shown")
-            + (isStored() ? ", stored" : ", not stored") + logged;
+        const auto isStored = [=] { return storedReadings() > readingsBefore; };
+        const QByteArray result = QByteArray(isReadingShown() ? "shown" : "not shown")
+            + (isStored() ? ", stored" : ", not stored") + warningSuffix;
         if (isStored()) {
-            return words;
+            return result;
         }
         poll();
-        if (!waitFor([this] { return isQuiet(); })) {
-            return noEnd();
+        if (!waitFor([this] { return isDeviceQuiet(); })) {
+            return timeoutOutcome();
         }
         if (isStored()) {
-            return words + "; the next is stored";
+            return result + "; the next is stored";
         }
         const bool isRemovable = m_fault == FaultKind::ReadOnlyFolder
             || m_fault == FaultKind::FullDisk || m_fault == FaultKind::LockedDatabase;
         if (!isRemovable) {
-            return words + "; the next is not stored either";
+            return result + "; the next is not stored either";
         }
-        return words
+        return result
             + (reconnect() ? "; stored again after a new Connect" : "; never stored again");
     }
 
@@ -539,10 +543,12 @@ private:
     {
         LocalStorageSqlite &storage = tool().storage;
         unsigned device = 0;
-        // The graph opens with the device that is connected.
-        const QString own = field("serialNumber");
-        bool written = storage.addDevice(
-            {text("2"), text("B"), own.isEmpty() ? text("S-1") : own, text("KVT-100")}, device);
+        // The graph opens on the connected device.
+        const QString connectedSerial = field("serialNumber");
+        bool written = storage.addDevice({text("2"), text("B"),
+                                          connectedSerial.isEmpty() ? text("S-1") : connectedSerial,
+                                          text("KVT-100")},
+                                         device);
         for (int hour = 1; hour <= 3; ++hour) {
             unsigned id = 0;
             const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(-hour * 3600);
@@ -558,14 +564,14 @@ private:
     {
         switch (m_fault) {
         case FaultKind::ReadOnlyFolder:
-            m_scopes.push_back(std::make_shared<DropPrivilegesScope>());
+            m_faultScopes.push_back(std::make_shared<DropPrivilegesScope>());
             return QFile::setPermissions(folder(), QFile::ReadOwner | QFile::ExeOwner);
         case FaultKind::FullDisk:
-            m_scopes.push_back(std::make_shared<FullDiskScope>());
+            m_faultScopes.push_back(std::make_shared<FullDiskScope>());
             return true;
         case FaultKind::LockedDatabase:
-            m_scopes.push_back(std::make_shared<LockedDatabaseScope>(storePath()));
-            return std::static_pointer_cast<LockedDatabaseScope>(m_scopes.front())->isActive();
+            m_faultScopes.push_back(std::make_shared<LockedDatabaseScope>(storePath()));
+            return std::static_pointer_cast<LockedDatabaseScope>(m_faultScopes.front())->isActive();
         case FaultKind::FolderInPlaceOfStore:
             return QDir().mkpath(storePath());
         default:
@@ -576,7 +582,7 @@ private:
     /// Overwrites, truncates or replaces the store's file while it is open.
     bool damageStore()
     {
-        constexpr int headerBytes = 24; // followed by the counter of changes
+        constexpr int headerBytes = 24; // up to the file change counter
         QFile store(storePath());
         switch (m_fault) {
         case FaultKind::CorruptDatabase: {
@@ -601,7 +607,7 @@ private:
     void removeFault()
     {
         QFile::setPermissions(folder(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        m_scopes.clear();
+        m_faultScopes.clear();
     }
 
     QByteArray fileOutcome(const char *name)
@@ -615,11 +621,11 @@ private:
                                        : "nothing reported, a file";
     }
 
-    QTimer m_watch; ///< handles time-outs and dialogs in any event loop
+    QTimer m_watchTimer; ///< shortens time-outs and cancels dialogs, in nested event loops too
     bool m_shortensTimeouts = false; ///< jobs have the pair's time-outs instead of their own
     bool m_cancelled = false; ///< a wait dialog had to be cancelled
-    QStringList m_boxes; ///< texts of the message boxes, without questions
-    std::vector<std::shared_ptr<void>> m_scopes; ///< in which a fault of port or disk exists
+    QStringList m_boxes; ///< texts of the message boxes, except questions
+    std::vector<std::shared_ptr<void>> m_faultScopes; ///< each causes a fault of port or disk
 };
 
 KV_TEST_MAIN(TestFaultInjection)

@@ -8,14 +8,14 @@
 #include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QListWidget>
 
-/// The user actions of the fault matrix, and the checks of what they have done.
+/// Performs the user actions of the fault matrix and determines their outcomes.
 class UserActionFixture : public ToolFixture
 {
 protected:
     /// Three blocks, the last one short.
     static QByteArray firmwareImage() { return QByteArray(40, 'i'); }
 
-    static QByteArray restoreImage() { return files::pseudoRandomBytes(memoryBytes); }
+    static QByteArray restoreImage() { return files::pseudoRandomBytes(eepromBytes); }
 
     void perform()
     {
@@ -52,7 +52,7 @@ protected:
             click("eraseLogButton");
             break;
         case Backup:
-            // The button is hidden from users; its connection is tested all the same.
+            // The button is hidden from users, but connected.
             answerFileDialog("Select where to write eeprom backup", "backup.dat");
             child<QPushButton>("backupEepromButton")->click();
             break;
@@ -77,7 +77,7 @@ protected:
         }
     }
 
-    /// One time-out of the measurement timer.
+    /// Lets the controller's measurement timer time out once.
     void poll()
     {
         constexpr int minuteMs = 60000;
@@ -93,7 +93,7 @@ protected:
         controller.disconnect(this);
     }
 
-    /// Closes the main window; under a fault of the line in the middle of an exchange.
+    /// Closes the main window, with a line fault during an exchange; returns the outcome.
     QByteArray closeProgram()
     {
         const int code = runProgram([=] {
@@ -123,27 +123,27 @@ protected:
     QByteArray outcome()
     {
         const int sends = m_action == Connect ? 2 : 1;
-        // The whole command: block 5 is not block 50.
+        // The regular expression matches the whole command: for block 5, not for block 50.
         const QByteArray command =
             affectedCommand() + QByteArray(m_action == SetClock ? "" : "(?![0-9])");
-        const auto isSentAgain = [&] {
+        const auto wasResent = [&] {
             return qstrlen(affectedCommand()) > 0 && commandCount(command.constData()) > sends;
         };
-        // A late device takes the second command up only after its answer to the first.
-        const bool again = m_expected.contains("sent again") ? waitFor(isSentAgain) : isSentAgain();
-        const char *const withoutEffect = m_action == Connect ? "not connected"
-            : m_action == Backup                              ? "damaged block in the file"
-                                 : "reported as done, but without effect";
-        const QByteArray words = m_action == Poll ? readingOutcome()
-            : m_action == Synchronize             ? synchronizeOutcome()
-                                      : QByteArray(hasTakenEffect() ? "done" : withoutEffect);
-        return again && words == "done" ? words + ", command sent again" : words;
+        // A device that replies late receives the resent command only after its first reply.
+        const bool isResent = m_expected.contains("sent again") ? waitFor(wasResent) : wasResent();
+        const char *const failure = m_action == Connect ? "not connected"
+            : m_action == Backup                        ? "damaged block in the file"
+                                                        : "reported as done, but without effect";
+        const QByteArray result = m_action == Poll ? readingOutcome()
+            : m_action == Synchronize              ? synchronizeOutcome()
+                                      : QByteArray(hasTakenEffect() ? "done" : failure);
+        return isResent && result == "done" ? result + ", command sent again" : result;
     }
 
     const char *affectedCommand() const
     {
-        // A late answer to "show" arrives with the second one, in one piece or in two, so that the
-        // outcome would vary. That of the clock doesn't.
+        // A late reply to "show" may arrive in the same chunk as the next one, so the outcome would
+        // vary. That of "date" doesn't.
         return m_action == Synchronize && m_fault == FaultKind::LateAnswer
             ? "date"
             : m_matrix.operation(m_action).command;
@@ -164,17 +164,17 @@ protected:
 
     FaultMatrix m_matrix = userFaultMatrix();
 
-    // Of the pair that is being run.
+    // The current pair and its state.
     FaultKind m_fault = {};
     UserAction m_action = {};
     QByteArray m_expected;
-    QByteArray m_memoryBefore;
+    QByteArray m_eepromBefore;
     int m_readingsBefore = 0;
-    QStringList m_firstValues; ///< that the device gave to the first of two polls
-    std::unique_ptr<PseudoTerminal> m_terminal; ///< in the device's place
+    QStringList m_firstValues; ///< in the device's reply to the first of two polls
+    std::unique_ptr<PseudoTerminal> m_terminal; ///< replaces the device if it exists
 
 private:
-    static constexpr int memoryBytes = 65536;
+    static constexpr int eepromBytes = 65536;
 
     void answerFileDialog(const char *caption, const char *name)
     {
@@ -198,12 +198,12 @@ private:
         click("updateFirmwareButton");
     }
 
-    /// Switches the device off and on, as the dialog asks the user to.
+    /// Switches the device off and on, as the dialog tells the user to.
     void restartForUpdate()
     {
         constexpr int longerThanATimeoutMs = 500;
         switch (m_fault) {
-        case FaultKind::Silence: // the user doesn't
+        case FaultKind::Silence: // as if the user didn't
         case FaultKind::HangUpBefore:
         case FaultKind::PortMissing:
         case FaultKind::PortInUse:
@@ -250,31 +250,32 @@ private:
         click("exportLocalMeasurementsButton");
     }
 
-    /// The outcome of the last reading, in table and store.
+    /// The outcome of the last reading, according to the table and the database.
     QByteArray readingOutcome()
     {
         if (!isReadingShown() || storedReadings() <= m_readingsBefore) {
             return isReadingShown() ? "shown, not stored" : "nothing new";
         }
-        // Of two answers in one chunk the first one is used.
-        const QStringList given = m_firstValues.isEmpty() ? deviceValues() : m_firstValues;
-        return lastStoredValues() == given ? "done" : "damaged value shown and stored";
+        // Of two replies in one chunk the first one is used.
+        const QStringList expected = m_firstValues.isEmpty() ? deviceValues() : m_firstValues;
+        return lastStoredValues() == expected ? "done" : "damaged value shown and stored";
     }
 
     QByteArray synchronizeOutcome()
     {
-        // A value that differs from the one in the cell is sent to the device, as a typed one is.
+        // A read value that differs from the one in the cell is sent to the device, like a typed
+        // one.
         const QString shown = setting("altitude")->text();
-        const QByteArray own = device().setting("altitude");
-        if (shown == text("777") && own == "777") {
+        const QByteArray deviceValue = device().setting("altitude");
+        if (shown == text("777") && deviceValue == "777") {
             return "done";
         }
         const QByteArray value =
-            shown.contains(QLatin1Char('\n')) ? "of two answers" : shown.toUtf8();
-        return "damaged value " + value + " shown and sent back; the device has " + own;
+            shown.contains(QLatin1Char('\n')) ? "of two replies" : shown.toUtf8();
+        return "damaged value " + value + " shown and sent back; the device has " + deviceValue;
     }
 
-    /// Whether the action has had its effect, by the device's own state and the files.
+    /// Whether the action has taken effect, according to the device's state and the files.
     bool hasTakenEffect()
     {
         switch (m_action) {
@@ -284,7 +285,7 @@ private:
             return device().setting("altitude") == "321"
                 && setting("altitude")->text() == text("321");
         case WriteSettings:
-            return device().control("memory").join() != m_memoryBefore;
+            return device().control("memory").join() != m_eepromBefore;
         case SetClock:
             return qAbs(device().clock().secsTo(QDateTime::currentDateTimeUtc())) < 20
                 && commandCount("write --really") > 0;
@@ -293,7 +294,7 @@ private:
         case ClearLog:
             return device().state("log") == "0";
         case Backup:
-            return isDevicesMemory();
+            return backupMatchesEeprom();
         case Restore:
             return device().control("memory").join() == restoreImage().toHex();
         case UpdateConnected:
@@ -325,14 +326,14 @@ private:
             && readingOutcome() == "done";
     }
 
-    bool isDevicesMemory()
+    bool backupMatchesEeprom()
     {
         constexpr int blockBytes = 64;
         // Each block is stored at the offset of its number, over all but the first byte of the
         // previous one.
         const QByteArray memory = QByteArray::fromHex(device().control("memory").join());
-        QByteArray image(memoryBytes - 1, '\0');
-        for (int block = 0; block < memoryBytes / blockBytes; ++block) {
+        QByteArray image(eepromBytes - 1, '\0');
+        for (int block = 0; block < eepromBytes / blockBytes; ++block) {
             image.replace(block, blockBytes, memory.mid(block * blockBytes, blockBytes));
         }
         return contents(file(text("backup.dat"))).mid(4) == image;
