@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Usage: kvtool-tour <folder>
-// Runs the scripted tour with all its files in the folder; exits with 0 when every step worked.
+// Runs the scripted tour and keeps all its files in the folder; the exit code is 0 if every step
+// worked.
 #include "demo/startdemo.h"
 #include "tests/kit/screenshots.h"
 #include "tests/kit/toolfixture.h"
@@ -16,36 +17,37 @@ constexpr int graphNameRole = Qt::UserRole + 2;
 constexpr int exportNameRole = Qt::UserRole + 4;
 constexpr qint64 secondsPerHour = 3600;
 
-/// As the date fields have it, in whole minutes.
+/// In whole minutes, like the values of the date fields.
 QDateTime hoursAgo(int hours)
 {
     const qint64 minutes = QDateTime::currentSecsSinceEpoch() / 60;
     return QDateTime::fromSecsSinceEpoch(minutes * 60 - hours * secondsPerHour);
 }
 
-/// A user's main tasks in one go, by mouse and keys at the real windows, each compared with the
-/// device, the store and the files. Prints each step and takes pictures of the windows.
+/// Does a user's main tasks one after the other, with mouse and keyboard input to the real windows,
+/// and compares the results with the device, the database and the files. Prints each step and saves
+/// screenshots of the windows.
 class Tour : public ToolFixture
 {
 public:
-    /// @p folder is for the pictures, the log of steps and the files that the tool writes. What an
-    /// earlier tour has left there is removed.
+    /// @p folder is for the screenshots, the log of steps and the files that the tool writes. Files
+    /// of an earlier tour are removed from it.
     explicit Tour(const QString &folder)
         : m_log(folder + QLatin1String("/steps.log"))
     {
         QDir files(folder);
-        const QStringList old =
+        const QStringList oldFiles =
             files.entryList({text("[0-9][0-9]-*.png"), text("device.state"), text("firmware.bin"),
                              text("log.csv"), text("measurements.*"), text("received.bin")},
                             QDir::Files);
-        for (const QString &name : old) {
+        for (const QString &name : oldFiles) {
             files.remove(name);
         }
         m_log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
         beginTestFunction(folder);
         dialogs().onDialogShown = [this](QDialog *shown) {
-            if (!m_dialogPictures.isEmpty()) {
-                picture(m_dialogPictures.takeFirst(), shown);
+            if (!m_dialogScreenshots.isEmpty()) {
+                screenshot(m_dialogScreenshots.takeFirst(), shown);
             }
         };
     }
@@ -64,7 +66,7 @@ public:
         disconnectFromDevice();
         print(
             (m_passed ? text("Every step worked") : text("The tour stopped at a step that failed"))
-            + text("; files and pictures are in ") + folder());
+            + text("; files and screenshots are in ") + folder());
         if (m_tool) {
             window().close();
         }
@@ -91,15 +93,15 @@ private:
             return;
         }
         dialogs().reset();
-        m_dialogPictures.clear();
+        m_dialogScreenshots.clear();
         const bool worked = work();
-        const QString complaint = dialogs().complaint();
-        m_passed = worked && complaint.isEmpty();
+        const QString dialogError = dialogs().complaint();
+        m_passed = worked && dialogError.isEmpty();
         print(text("%1 %2 ... %3")
                   .arg(++m_steps, 2)
-                  .arg(text(what), m_passed ? text("ok") : text("FAILED ") + complaint));
+                  .arg(text(what), m_passed ? text("ok") : text("FAILED ") + dialogError));
         if (!m_passed) {
-            picture(text("failed"));
+            screenshot(text("failed"));
         }
     }
 
@@ -110,33 +112,34 @@ private:
         m_log.flush();
     }
 
-    /// Does nothing without a name.
-    void picture(const QString &name, QWidget *shown = nullptr)
+    /// Saves a screenshot of @p shown, by default the main window; does nothing without a name.
+    void screenshot(const QString &name, QWidget *shown = nullptr)
     {
-        // For the documentation: more time for window manager and painter than a test needs.
+        // The documentation shows the screenshots: more time to draw frame and window than in
+        // tests.
         constexpr int frameMs = 5000;
         constexpr int paintMs = 300;
         if (!name.isEmpty()) {
             const QString path =
-                file(text("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name));
+                file(text("%1-%2.png").arg(++m_screenshots, 2, 10, QLatin1Char('0')).arg(name));
             saveScreenshot(shown ? shown : &window(), path, frameMs, paintMs);
         }
     }
 
     void useConnection()
     {
-        const auto saysState = [this](const char *control, const char *state) {
+        const auto showsState = [this](const char *control, const char *state) {
             device().control(control);
             return click("synchronizeButton")
                 && waitFor([=] { return window().statusBar()->currentMessage() == text(state); });
         };
-        step("Try a port that does not open; the tool says so", [this] {
+        step("Try a port that can't be opened; a message reports it", [this] {
             auto *const ports = child<QComboBox>("serialPorts");
             const int simulated = ports->currentIndex();
-            picture(text("start"));
+            screenshot(text("start"));
             tool().choosePort(text("Unplugged adapter"), file(text("nowhere")));
             dialogs().answerBox(text("Unable to open port!"), text("OK"));
-            m_dialogPictures << text("port-does-not-open");
+            m_dialogScreenshots << text("port-does-not-open");
             const bool clicked = click("connectButton");
             ports->removeItem(ports->count() - 1);
             window().selectPortIndex(simulated);
@@ -154,16 +157,16 @@ private:
                 [this] { return !shownValues().isEmpty() && shownValues() == expectedValues(); });
         });
         step("The store has the same values", [this] {
-            picture(text("connected"));
+            screenshot(text("connected"));
             return !deviceValues().isEmpty() && lastStoredValues() == deviceValues();
         });
         step("The device is no longer ready: the readings turn red", [=] {
-            const bool said = saysState("meas-state 3", "Device has not stabilized yet");
-            picture(text("not-ready"));
-            return said;
+            const bool wasShown = showsState("meas-state 3", "Device has not stabilized yet");
+            screenshot(text("not-ready"));
+            return wasShown;
         });
         step("It is ready again",
-             [=] { return saysState("meas-state 1", "Device is ready for measurements"); });
+             [=] { return showsState("meas-state 1", "Device is ready for measurements"); });
     }
 
     void changeSettings()
@@ -179,55 +182,56 @@ private:
             }
             QTest::keyClick(cell, Qt::Key_A, Qt::ControlModifier);
             QTest::keyClicks(cell, text("321"));
-            picture(text("setting-typed"));
+            screenshot(text("setting-typed"));
             QTest::keyClick(cell, Qt::Key_Return);
             return deviceHasAltitude("321");
         });
-        step("Type one out of range; Synchronize shows what the device made of it", [=] {
-            return typeSetting("altitude", text("99999")) && deviceHasAltitude("9000")
-                && click("synchronizeButton")
-                && waitFor([this] { return setting("altitude")->text() == text("9000"); });
-        });
-        step("Correct it", [=] {
-            const bool taken = typeSetting("altitude", text("321")) && deviceHasAltitude("321");
-            picture(text("setting-changed"));
-            return taken;
+        step("Type one out of range; Synchronize shows the value to which the device limited it",
+             [=] {
+                 return typeSetting("altitude", text("99999")) && deviceHasAltitude("9000")
+                     && click("synchronizeButton")
+                     && waitFor([this] { return setting("altitude")->text() == text("9000"); });
+             });
+        step("Type the valid value again", [=] {
+            const bool accepted = typeSetting("altitude", text("321")) && deviceHasAltitude("321");
+            screenshot(text("setting-changed"));
+            return accepted;
         });
     }
 
     void useLog()
     {
         const QString path = file(text("log.csv"));
-        step("Read the log into a CSV file; the bar moves", [=] {
+        step("Read the log into a CSV file; the progress bar advances", [=] {
             const QSignalSpy progress(bar(), &QProgressBar::valueChanged);
             dialogs().answerFileDialog(text("Select where to save log to"), path);
             return click("readLogButton") && waitFor([=] { return QFile::exists(path); })
                 && progress.size() > 10;
         });
-        step("Every row of the file is the device's", [=] {
+        step("The file has the same rows as the device's log", [=] {
             const QStringList lines =
                 QString::fromUtf8(contents(path)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
             return lines.size() > 1 && lines == device().logAsCsv();
         });
-        step("Cancel the reading of a long log half-way", [this] {
+        step("Cancel reading the log half-way", [this] {
             bool cancelled = false;
-            const auto waiting = atProgress(50, [&] {
-                picture(text("log-half-read"), waitDialog());
+            const auto connection = atProgress(50, [&] {
+                screenshot(text("log-half-read"), waitDialog());
                 cancelled = press(cancelButton());
             });
             const bool clicked = click("readLogButton");
-            disconnect(waiting);
+            disconnect(connection);
             return clicked && cancelled && !waitDialog()->isVisible();
         });
-        step("The tool works on", [this] {
+        step("The tool still works", [this] {
             device().control("health 77%");
             return click("synchronizeButton")
                 && waitFor([this] { return field("deviceHealth") == text("77%"); })
                 && isEnabled("readLogButton");
         });
-        step("Clear the log; the device's is empty", [this] {
+        step("Clear the log; the device's log is empty", [this] {
             dialogs().answerBox(text("clear the log"), text("Yes"));
-            m_dialogPictures << text("log-clear");
+            m_dialogScreenshots << text("log-clear");
             return click("eraseLogButton")
                 && waitFor([this] { return device().state("log") == "0"; });
         });
@@ -247,9 +251,9 @@ private:
             };
             return !isRight() && click("syncClockButton") && waitFor(isRight);
         });
-        step("Write the settings to the device's memory", [this] {
+        step("Write the settings to the EEPROM", [this] {
             dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
-            m_dialogPictures << text("write-question") << text("write-wait");
+            m_dialogScreenshots << text("write-question") << text("write-wait");
             return click("writeToEepromButton") && !waitDialog()->isVisible();
         });
         step("Restart the device; the settings are still there", [this] {
@@ -268,11 +272,11 @@ private:
             dialogs().answerBox(text("aborting firmware"), text("Yes"));
             dialogs().answerFileDialog(text("Select firmware file"), path);
             dialogs().answerBox(text("Firmware updated"), text("OK"));
-            m_dialogPictures << text("firmware-warning") << QString() << text("firmware-start");
-            const auto waiting =
-                atProgress(40, [this] { picture(text("firmware"), waitDialog()); });
+            m_dialogScreenshots << text("firmware-warning") << QString() << text("firmware-start");
+            const auto connection =
+                atProgress(40, [this] { screenshot(text("firmware"), waitDialog()); });
             const bool clicked = write(path, image) && click("updateFirmwareButton");
-            disconnect(waiting);
+            disconnect(connection);
             return clicked && waitFor([this] { return !queue().serialPort()->isOpen(); })
                 && !isConnected();
         });
@@ -296,28 +300,28 @@ private:
         const auto isInFahrenheit = [=] {
             return !list->findItems(text("°F"), Qt::MatchContains).isEmpty();
         };
-        step("Open the graph on the last day and tick two measurements", [=] {
+        step("Open the graph for the last 22 hours and select two measurements", [=] {
             const bool opened = open();
             part<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(from);
             toggle(list, graphNameRole, types);
-            picture(text("graph"), graph);
+            screenshot(text("graph"), graph);
             return opened && checked(list, graphNameRole) == types;
         });
-        step("Change the unit; the list says °F or °C accordingly", [=] {
+        step("Change the unit; the list shows °F or °C accordingly", [=] {
             auto *const unit = child<QComboBox>("unitTemperature");
             QTest::keyClick(unit, Qt::Key_Down);
             const bool changed = isInFahrenheit();
-            picture(text("graph-fahrenheit"), graph);
+            screenshot(text("graph-fahrenheit"), graph);
             QTest::keyClick(unit, Qt::Key_Up);
             return changed && !isInFahrenheit();
         });
         step("Show a shorter period that ends in the past", [=] {
             toggle(latest);
             to->setDateTime(from.addSecs(12 * secondsPerHour));
-            picture(text("graph-period"), graph);
+            screenshot(text("graph-period"), graph);
             return !latest->isChecked() && to->isEnabled();
         });
-        step("Close it and open it again; it is as it was", [=] {
+        step("Close the graph and open it again; its settings are the same", [=] {
             const QDateTime end = to->dateTime();
             graph->close();
             const bool isSame =
@@ -340,21 +344,21 @@ private:
                 QStringList others = checked(list, exportNameRole);
                 others.removeAll(text("W2"));
                 toggle(list, exportNameRole, others);
-                picture(text("export"), dialog);
+                screenshot(text("export"), dialog);
                 press(dialog, QDialogButtonBox::Ok);
             });
             dialogs().answerFileDialog(text("Select where to save measurements to"), path);
             return click("exportLocalMeasurementsButton") && QFile::exists(path);
         });
-        step("The file has the rows of the database, and no other",
+        step("The file has the same rows as the database",
              [=] { return csvEqualsStore(path, text("W2"), from, to); });
     }
 
     void disconnectFromDevice()
     {
         step("Press Disconnect", [this] { return disconnectByClick() && !isConnected(); });
-        step("The database is sound and has a value for each reading", [this] {
-            picture(text("disconnected"));
+        step("The database is intact and has a value for each reading", [this] {
+            screenshot(text("disconnected"));
             return sqlite(text("pragma integrity_check")) == QStringList(text("ok"))
                 && sqlite(text("select count(*) from measurement_metadata m where not exists "
                                "(select 1 from measurement_value v where v.measurement_id = "
@@ -364,10 +368,10 @@ private:
     }
 
     QFile m_log;
-    QStringList m_dialogPictures; ///< names for the next dialogs; an empty one takes none
+    QStringList m_dialogScreenshots; ///< for the next dialogs; an empty name: none is saved
     bool m_passed = false;
     int m_steps = 0;
-    int m_pictures = 0;
+    int m_screenshots = 0;
 };
 
 } // namespace
