@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Starts the built program on the current display and ends it with the keyboard only.
+"""Starts the built program on the current display, and uses and closes it with the keyboard only.
 
-Usage: test_keyboardonly.py KVTOOL [TEST...]    (needs xdotool, and a window manager that closes by Alt+F4)
+Usage: test_keyboardonly.py KVTOOL [TEST...]    (needs xdotool, and a window manager that closes windows on Alt+F4)
 """
 import os
 import pathlib
@@ -13,15 +13,15 @@ import unittest
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 KVTOOL = str(pathlib.Path(sys.argv.pop(1)).resolve()) if len(sys.argv) > 1 else sys.exit(__doc__)
-DEADLINE_S = 60
+TIMEOUT_S = 60
 MAIN_WINDOW = "KV Tool"
-BOX = "Kv tool"
+MESSAGE_BOX = "Kv tool"
 FOLDER_DIALOG = "Choose where to store measurements"
 
 
 def xdotool(*arguments):
     result = subprocess.run(("xdotool",) + arguments, stdout=subprocess.PIPE,
-                            stderr=subprocess.DEVNULL, timeout=DEADLINE_S, check=False)
+                            stderr=subprocess.DEVNULL, timeout=TIMEOUT_S, check=False)
     return result.stdout.decode().split("\n")[:-1]
 
 
@@ -36,7 +36,7 @@ class KeyboardOnly(unittest.TestCase):
         (self.root / "work/settings.xml").write_bytes(sample)
 
     def start(self, home="home"):
-        """Starts the program with a home in the test's folder and no other folder of the user's."""
+        """Starts the program with home and settings in the test's folder instead of the user's."""
         folders = {"HOME": home, "XDG_DATA_HOME": home + "/data", "XDG_CONFIG_HOME": "config",
                    "XDG_CACHE_HOME": home + "/cache", "XDG_RUNTIME_DIR": "runtime"}
         environment = {**os.environ, "QT_QPA_PLATFORM": "xcb",
@@ -49,19 +49,19 @@ class KeyboardOnly(unittest.TestCase):
         self.addCleanup(self.program.kill)
 
     def windows(self):
-        """The titles of the program's visible windows, and their numbers."""
+        """Returns the ids of the program's visible windows by title."""
         found = xdotool("search", "--onlyvisible", "--pid", str(self.program.pid))
-        return {"".join(xdotool("getwindowname", number)): number for number in found}
+        return {"".join(xdotool("getwindowname", window_id)): window_id for window_id in found}
 
     def press(self, title, key):
         """Presses a key in the window with this title, and waits until it has closed."""
-        number = self.wait_for(lambda: self.windows().get(title), title)
-        xdotool("windowactivate", "--sync", number)
+        window_id = self.wait_for(lambda: self.windows().get(title), title)
+        xdotool("windowactivate", "--sync", window_id)
         xdotool("key", key)
-        self.wait_for(lambda: number not in self.windows().values(), f"the end of {title}")
+        self.wait_for(lambda: window_id not in self.windows().values(), f"{title} to close")
 
     def wait_for(self, condition, what):
-        deadline = time.monotonic() + DEADLINE_S
+        deadline = time.monotonic() + TIMEOUT_S
         while time.monotonic() < deadline:
             result = condition()
             if result:
@@ -69,31 +69,31 @@ class KeyboardOnly(unittest.TestCase):
             time.sleep(0.05)
         return self.fail(f"waited for {what}, saw {self.windows()}")
 
-    def assert_ends_well(self):
-        code = self.program.wait(DEADLINE_S)
+    def check_clean_exit(self):
+        code = self.program.wait(TIMEOUT_S)
         self.assertEqual(code, 0, (self.root / "log").read_text())
 
-    def test_closed_window_ends_the_program(self):
+    def test_exits_when_the_window_is_closed(self):
         self.start()
         self.press(MAIN_WINDOW, "alt+F4")
-        self.assert_ends_well()
+        self.check_clean_exit()
         self.assertTrue((self.root / "home/measurements.db").exists())
 
-    def test_box_before_the_window_closes_by_its_frame_too(self):
+    def test_alt_f4_closes_the_message_box_before_the_window(self):
         (self.root / "work/settings.xml").unlink()
         self.start()
-        self.press(BOX, "alt+F4")
+        self.press(MESSAGE_BOX, "alt+F4")
         self.press(MAIN_WINDOW, "alt+F4")
-        self.assert_ends_well()
+        self.check_clean_exit()
 
-    def test_cancelled_folder_dialog_ends_without_a_window(self):
+    def test_exits_without_a_window_when_the_folder_dialog_is_cancelled(self):
         (self.root / "file").touch()
         self.start(home="file/home")
-        self.press(BOX, "Return")
+        self.press(MESSAGE_BOX, "Return")
         self.press(FOLDER_DIALOG, "Escape")
         self.assertNotIn(MAIN_WINDOW, self.windows())
-        self.press(BOX, "Return")
-        self.assert_ends_well()
+        self.press(MESSAGE_BOX, "Return")
+        self.check_clean_exit()
 
 
 if __name__ == "__main__":

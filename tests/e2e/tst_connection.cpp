@@ -35,12 +35,13 @@ private slots:
                  QStringList(text("1|1")));
     }
 
-    void connectingAsksInAFixedOrderThenPolls()
+    void connectingSendsCommandsInFixedOrderThenPolls()
     {
         QVERIFY(startDevice() && startTool());
         const QStringList names = window().configurationNames();
         QCOMPARE(names.size(), 8);
-        const QSignalSpy polls(&tool().controller, &MainWindowController::measurementPollStarted);
+        const QSignalSpy startedPolls(&tool().controller,
+                                      &MainWindowController::measurementPollStarted);
         QVERIFY(connectByClick());
 
         QStringList expected = texts("show swver|set debug=0|show unit|show hwver|show swver|"
@@ -50,17 +51,17 @@ private slots:
         }
         expected << text("date") << text("show meas");
         QCOMPARE(commands(), expected);
-        QCOMPARE(polls.size(), 1);
+        QCOMPARE(startedPolls.size(), 1);
 
-        // Later readings come by the timer.
+        // The timer triggers further readings.
         tool().controller.setMeasurementInterval(10);
         QTRY_VERIFY(storedReadings() >= 4);
         tool().controller.stopMeasurementPolling();
         QVERIFY(waitUntilQuiet());
-        QTRY_COMPARE(storedReadings(), polls.size());
+        QTRY_COMPARE(storedReadings(), startedPolls.size());
     }
 
-    void windowShowsDisconnectedAndIgnoresEditsUntilTheReadsEnd()
+    void showsDisconnectedAndIgnoresEditsUntilFirstReadsHaveEnded()
     {
         QVERIFY(startDevice({text("--fault"), text("silence@date")}) && startTool());
         QVERIFY(click("connectButton"));
@@ -79,7 +80,7 @@ private slots:
         QCOMPARE(commands().filter(text("set ")), QStringList(text("set debug=0")));
     }
 
-    void synchronizeSendsTheDevicesValueBack()
+    void synchronizeSendsReadValueBackToDevice()
     {
         QVERIFY(startConnected());
         forgetCommands();
@@ -94,7 +95,7 @@ private slots:
                      texts("set location=Room 2|set altitude=99999|set altitude=9000"));
     }
 
-    void secondConnectMakesATransportAndReadsTheSettingsOfTheModel()
+    void secondConnectCreatesTransportAndReadsSettingsOfModel()
     {
         QVERIFY(startConnected({text("--model"), text("KVT-300")}));
         QCOMPARE(commandCount("show temp_offset"), 1);
@@ -104,11 +105,11 @@ private slots:
         QCOMPARE(setting("heater_band")->text(), QString());
         QCOMPARE(table()->rowCount(), 12);
 
-        const QWeakPointer<SerialPortInterface> first = queue().serialPort();
+        const QWeakPointer<SerialPortInterface> firstTransport = queue().serialPort();
         QVERIFY(disconnectByClick());
-        QVERIFY(!first.isNull());
+        QVERIFY(!firstTransport.isNull());
         QVERIFY(connectByClick());
-        QVERIFY(first.isNull());
+        QVERIFY(firstTransport.isNull());
         QVERIFY(queue().serialPort()->isOpen());
         QCOMPARE(commandCount("show heater_band"), 1);
         QCOMPARE(setting("heater_band")->text(), text("0.5"));
@@ -128,7 +129,7 @@ private slots:
         QTRY_VERIFY(storedReadings() >= 3);
     }
 
-    void invalidReadingRemovesItsRowUntilTheNextConnect()
+    void unavailableValueHasNoRowUntilNextConnect()
     {
         QVERIFY(startConnected({text("--warmup"), text("1500")}));
         device().control("restart");
@@ -150,7 +151,7 @@ private slots:
         QCOMPARE(table()->rowCount(), 6);
     }
 
-    void readingsAreRedUntilTheDeviceIsReady()
+    void readingsAreRedUntilDeviceIsReady()
     {
         QVERIFY(startDevice({text("--meas-state"), text("3")}) && startTool());
         tool().controller.setMeasurementAvailabilityInterval(20);
@@ -168,8 +169,8 @@ private slots:
         QCOMPARE(bar->styleSheet(), text("QStatusBar { color : green; }"));
         QCOMPARE(table()->styleSheet(), text("QTableWidget { color: black}"));
 
-        // The state is requested no more: a command of another kind is answered before the next
-        // request.
+        // The state is no longer requested: there is no request for it before the reply to another
+        // command.
         QVERIFY(waitUntilQuiet());
         forgetCommands();
         QVERIFY(typeSetting("altitude", text("5")));
@@ -177,7 +178,7 @@ private slots:
         QCOMPARE(commandCount("show meas_state"), 0);
     }
 
-    void lostLineIsNotReportedAndAnotherCanBeChosen()
+    void hangUpIsNotReportedAndAnotherPortCanBeChosen()
     {
         QVERIFY(startConnected());
         const QMap<QString, QString> shown = shownValues();
@@ -195,7 +196,7 @@ private slots:
         QCOMPARE(sqlite(text("select count(*) from device")), QStringList(text("1")));
     }
 
-    void lockedStoreBlocksTheWindowForALimitedTime()
+    void lockedDatabaseBlocksWindowForLimitedTime()
     {
         constexpr int sqliteTimeoutMs = 5000;
         QVERIFY(startConnected());

@@ -24,7 +24,7 @@ double valueOf(const StoredMeasurement &measurement, const QString &name)
 
 } // namespace
 
-/// The day that the demo stores, followed by a reading of the simulated device.
+/// The day of history that the demo stores, followed by a reading of the simulated device.
 class TestDemoHistory : public QObject
 {
     Q_OBJECT
@@ -32,20 +32,21 @@ class TestDemoHistory : public QObject
 private slots:
     void initTestCase()
     {
-        const auto stored = [this] {
+        const auto storedMeasurements = [this] {
             const QDateTime now = QDateTime::currentDateTimeUtc();
             return m_tool.storage.measurements(now.addDays(-2), now, 1);
         };
         QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
         QVERIFY(startDemo(m_tool, m_device, m_folder.path()));
-        const int history = stored().size();
+        const int history = storedMeasurements().size();
         QCOMPARE(history, 23 * 60);
         m_tool.window.findChild<QPushButton *>(text("connectButton"))->click();
-        QTRY_COMPARE_WITH_TIMEOUT((m_measurements = stored()).size(), history + 1, 60000);
+        QTRY_COMPARE_WITH_TIMEOUT((m_measurements = storedMeasurements()).size(), history + 1,
+                                  60000);
         m_device.stop();
     }
 
-    void everyValueIsExportedUnderItsOwnTitle()
+    void everyValueIsExportedInItsColumn()
     {
         FakeMainWindow window;
         FakeSerialPortHandler handler;
@@ -59,37 +60,38 @@ private slots:
 
         const QStringList lines = QString::fromUtf8(files::contents(window.saveFile))
                                       .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        const QStringList titles = lines.first().split(QLatin1Char(','));
-        QCOMPARE(titles.size(), 7);
+        const QStringList headings = lines.first().split(QLatin1Char(','));
+        QCOMPARE(headings.size(), 7);
         QCOMPARE(lines.size(), m_measurements.size() + 1);
         for (int row = 1; row < lines.size(); ++row) {
             const QStringList cells = lines.at(row).split(QLatin1Char(','));
             QCOMPARE(cells.size(), 1 + m_measurements.at(row - 1).values.size());
             for (int column = 1; column < cells.size(); ++column) {
                 QCOMPARE(cells.at(column).toDouble(),
-                         valueOf(m_measurements.at(row - 1), titles.at(column)));
+                         valueOf(m_measurements.at(row - 1), headings.at(column)));
             }
         }
     }
 
     void firstLiveReadingContinuesTheHistory()
     {
-        const int live = m_measurements.size() - 1;
-        for (const MeasurementValue &value : m_measurements.at(live).values) {
+        const int liveIndex = m_measurements.size() - 1;
+        for (const MeasurementValue &value : m_measurements.at(liveIndex).values) {
             const auto stepTo = [&](int index) {
                 return qAbs(valueOf(m_measurements.at(index), value.name)
                             - valueOf(m_measurements.at(index - 1), value.name));
             };
             double largestStep = 0.0;
-            for (int index = 1; index < live; ++index) {
-                // Not across the hours without values, where the comparison with NaN is false.
+            for (int index = 1; index < liveIndex; ++index) {
+                // Steps within consecutive minutes only. With a missing value (NaN) the comparison
+                // is false.
                 const QDateTime before = m_measurements.at(index - 1).timestamp;
                 if (before.secsTo(m_measurements.at(index).timestamp) == 60
                     && stepTo(index) > largestStep) {
                     largestStep = stepTo(index);
                 }
             }
-            QVERIFY2(stepTo(live) <= 1.5 * largestStep, qPrintable(value.name));
+            QVERIFY2(stepTo(liveIndex) <= 1.5 * largestStep, qPrintable(value.name));
         }
     }
 
@@ -97,7 +99,7 @@ private:
     QTemporaryDir m_folder;
     Tool m_tool;
     SimulatorProcess m_device;
-    QVector<StoredMeasurement> m_measurements; ///< the last one is of the device itself
+    QVector<StoredMeasurement> m_measurements; ///< the last one was read from the device
 };
 
 KV_TEST_MAIN(TestDemoHistory)

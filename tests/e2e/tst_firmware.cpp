@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int memoryBytes = 65535;
+constexpr int backupBytes = 65535;
 
 const QLatin1String question("Are you sure you wish to continue?");
 
@@ -25,13 +25,13 @@ constexpr FileDialog backupDialog{"backupEepromButton", "Select where to write e
 
 } // namespace
 
-/// The three risky operations: firmware, backup of the device's memory, and its restore.
+/// The three risky operations: firmware update, backup and restore of the EEPROM.
 class TestFirmware : public ToolFixture
 {
     Q_OBJECT
 
 private slots:
-    void refusedQuestionChangesNothing()
+    void answeringNoChangesNothing()
     {
         QVERIFY(startPolling());
         dialogs().answerBox(question, text("No"));
@@ -43,15 +43,15 @@ private slots:
     {
         QVERIFY(startConnected());
         forgetCommands();
-        for (const FileDialog &one : {firmwareDialog, restoreDialog, backupDialog}) {
-            if (qstrcmp(one.button, firmwareDialog.button) == 0) {
+        for (const FileDialog &dialog : {firmwareDialog, restoreDialog, backupDialog}) {
+            if (qstrcmp(dialog.button, firmwareDialog.button) == 0) {
                 dialogs().answerBox(question, text("Yes"));
             }
-            dialogs().answerDialog(text(one.caption),
-                                   [](QDialog *dialog) { QVERIFY(closeByFrame(dialog)); });
-            child<QPushButton>(one.button)->click();
+            dialogs().answerDialog(text(dialog.caption),
+                                   [](QDialog *shown) { QVERIFY(closeByFrame(shown)); });
+            child<QPushButton>(dialog.button)->click();
             QVERIFY(waitForAnswers());
-            QVERIFY(!rememberedValue(one.key).isValid());
+            QVERIFY(!rememberedValue(dialog.key).isValid());
             QVERIFY(!waitDialog()->isVisible());
         }
         QVERIFY(waitUntilQuiet());
@@ -62,19 +62,19 @@ private slots:
     {
         QVERIFY(startConnected());
         forgetCommands();
-        for (const FileDialog &one : {firmwareDialog, restoreDialog}) {
-            prepareAnswers(one.button);
+        for (const FileDialog &dialog : {firmwareDialog, restoreDialog}) {
+            prepareAnswers(dialog.button);
             QVERIFY(write(chosenFile(), QByteArray()));
             dialogs().answerBox(text("Selected firmware is empty!"), text("OK"));
-            child<QPushButton>(one.button)->click();
+            child<QPushButton>(dialog.button)->click();
             QVERIFY(waitForAnswers());
-            QCOMPARE(rememberedValue(one.key).toString(), chosenFile());
+            QCOMPARE(rememberedValue(dialog.key).toString(), chosenFile());
         }
         QVERIFY(waitUntilQuiet());
         QCOMPARE(commands(), QStringList());
     }
 
-    void missingImageIsReported()
+    void missingFirmwareFileIsReported()
     {
         QVERIFY(startConnected());
         QVERIFY(write(imagePath(), "image"));
@@ -90,11 +90,11 @@ private slots:
         QCOMPARE(commandCount("reboot"), 0);
     }
 
-    void connectedDeviceIsUpdated()
+    void connectedDeviceCanBeUpdated()
     {
         constexpr int size = 1000; // not a multiple of a block
         QVERIFY(startReceiver(size));
-        chooseImage(size);
+        prepareImage(size);
         const QSignalSpy titles(waitDialog(), &QWidget::windowTitleChanged);
         const QSignalSpy progress(bar(), &QProgressBar::valueChanged);
         dialogs().answerBox(text("Firmware updated"), text("OK"));
@@ -112,13 +112,13 @@ private slots:
         QVERIFY(connectByClick());
     }
 
-    void waitingDeviceIsUpdatedWithoutAConnect()
+    void deviceCanBeUpdatedWithoutConnection()
     {
         constexpr int size = 64;
         QVERIFY(startDevice({text("--image-size"), QString::number(size), text("--image"),
                              file(text("received.bin")), text("--boot-wait"), text("2000")}));
         QVERIFY(startTool());
-        chooseImage(size);
+        prepareImage(size);
         // The user switches the device off and on.
         dialogs().answerDialog(text("Please reboot the device manually"),
                                [this](QDialog *) { device().control("restart"); });
@@ -128,7 +128,7 @@ private slots:
         QVERIFY(waitForAnswers());
     }
 
-    void withoutAPortNothingIsOpened()
+    void connectAndUpdateOpenNothingWithoutPort()
     {
         QVERIFY(startTool());
         child<QComboBox>("serialPorts")->clear();
@@ -136,33 +136,33 @@ private slots:
         QVERIFY(click("connectButton"));
         QVERIFY(queue().serialPort().isNull());
 
-        chooseImage(16);
+        prepareImage(16);
         dialogs().answerBox(text("Unable to open serial port: "), text("OK"));
         QVERIFY(click("updateFirmwareButton"));
         QVERIFY(!waitDialog()->isVisible());
         QVERIFY(queue().serialPort().isNull());
     }
 
-    void starAfterTheLastBlockKeepsTheDialogOpen()
+    void asteriskAfterLastBlockKeepsDialogOpen()
     {
         QVERIFY(startReceiver(160));
         QVERIFY(device().fault("final-star"));
-        chooseImage(160);
-        // No reply reports the end: the full bar stays until the user cancels.
-        bool stayed = false;
-        const auto watch = atProgress(100, [&] {
+        prepareImage(160);
+        // The device doesn't report the end, so the dialog stays at 100 % until the user cancels.
+        bool dialogStayedOpen = false;
+        const auto connection = atProgress(100, [&] {
             QTRY_COMPARE(received(), files::pseudoRandomBytes(160));
             QVERIFY(waitUntilQuiet());
-            stayed = waitDialog()->isVisible();
+            dialogStayedOpen = waitDialog()->isVisible();
             QVERIFY(press(cancelButton()));
         });
         QVERIFY(click("updateFirmwareButton"));
-        disconnect(watch);
-        QVERIFY(stayed);
+        disconnect(connection);
+        QVERIFY(dialogStayedOpen);
         QVERIFY(isConnected());
     }
 
-    void pollingStopsUntilTheNextConnect_data()
+    void unfinishedUpdateStopsPollingUntilNextConnect_data()
     {
         QTest::addColumn<QByteArray>("fault");
         QTest::addColumn<int>("lastBlock");
@@ -171,14 +171,14 @@ private slots:
         QTest::addRow("after an unanswered block") << QByteArray("block-unanswered@2") << 2;
     }
 
-    void pollingStopsUntilTheNextConnect()
+    void unfinishedUpdateStopsPollingUntilNextConnect()
     {
         QFETCH(QByteArray, fault);
         QFETCH(int, lastBlock);
         QVERIFY(startReceiver(8000));
         tool().controller.setMeasurementInterval(10);
         QVERIFY(readingsArrive());
-        chooseImage(8000);
+        prepareImage(8000);
         if (!fault.isEmpty()) {
             QVERIFY(device().fault(fault));
             dialogs().answerBox(text("Firmware update failed due to unknown reason"), text("OK"));
@@ -192,27 +192,28 @@ private slots:
         QVERIFY(!contents(file(text("journal"))).contains(next));
         QVERIFY(isConnected());
 
-        const QSignalSpy polls(&tool().controller, &MainWindowController::measurementPollStarted);
+        const QSignalSpy startedPolls(&tool().controller,
+                                      &MainWindowController::measurementPollStarted);
         QTRY_COMPARE(device().state("mode"), QByteArray("console"));
         QVERIFY(click("synchronizeButton"));
         QVERIFY(waitUntilQuiet());
-        QVERIFY(polls.isEmpty());
+        QVERIFY(startedPolls.isEmpty());
 
         QVERIFY(disconnectByClick());
         QVERIFY(connectByClick());
-        QTRY_VERIFY(polls.size() > 2);
+        QTRY_VERIFY(startedPolls.size() > 2);
     }
 
-    void memoryIsBackedUpIntoAFile()
+    void eepromIsBackedUpToFile()
     {
         QVERIFY(startConnected());
         QVERIFY(!isVisible("backupEepromButton"));
         const QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
         prepareAnswers("backupEepromButton");
         child<QPushButton>("backupEepromButton")->click();
-        QTRY_COMPARE(contents(chosenFile()).size(), 4 + memoryBytes);
+        QTRY_COMPARE(contents(chosenFile()).size(), 4 + backupBytes);
         QVERIFY(!waitDialog()->isVisible());
-        // The report of the last block closes the dialog, which cancels the job that reports.
+        // The signal of the last block closes the dialog, which cancels the job that emits it.
         QCOMPARE(cancels.size(), 1);
         QVERIFY(waitUntilQuiet());
         QCOMPARE(commandCount("eeprom --read_block"), 1024);
@@ -220,10 +221,10 @@ private slots:
 
         // Each block is stored at the offset of its number, over all but the first byte of the one
         // before.
-        const QByteArray memory = deviceMemory();
-        QByteArray image(memoryBytes, '\0');
+        const QByteArray eeprom = deviceEeprom();
+        QByteArray image(backupBytes, '\0');
         for (int block = 0; block < 1024; ++block) {
-            image.replace(block, 64, memory.mid(block * 64, 64));
+            image.replace(block, 64, eeprom.mid(block * 64, 64));
         }
         QCOMPARE(contents(chosenFile()).mid(4), image);
         QVERIFY(click("synchronizeButton"));
@@ -231,23 +232,23 @@ private slots:
         QVERIFY(isConnected());
     }
 
-    void fileIsRestoredIncludingItsLength()
+    void restoreWritesFileIncludingLengthPrefix()
     {
         QVERIFY(startConnected());
         const QByteArray image =
-            QByteArray("\x00\x00\xff\xff", 4) + files::pseudoRandomBytes(memoryBytes);
+            QByteArray("\x00\x00\xff\xff", 4) + files::pseudoRandomBytes(backupBytes);
         prepareAnswers("restoreEepromButton");
         QVERIFY(write(chosenFile(), image));
         child<QPushButton>("restoreEepromButton")->click();
         QTRY_VERIFY(!waitDialog()->isVisible());
         QVERIFY(waitUntilQuiet());
         QCOMPARE(commandCount("eeprom --write_block"), 1024);
-        QVERIFY(deviceMemory() == image.left(65536));
+        QVERIFY(deviceEeprom() == image.left(65536));
     }
 
 private:
-    /// Connects to a device that receives an image of @p size bytes, and whose reset and wait for
-    /// the image are longer than the delays of a busy machine.
+    /// Connects to a device that receives an image of @p size bytes. It takes longer to restart,
+    /// and waits longer for the image, than a busy machine delays the tool.
     bool startReceiver(int size)
     {
         return startConnected({text("--image-size"), QString::number(size), text("--image"),
@@ -255,7 +256,7 @@ private:
                                text("--boot-wait"), text("1000")});
     }
 
-    void chooseImage(int size)
+    void prepareImage(int size)
     {
         dialogs().answerBox(question, text("Yes"));
         dialogs().answerFileDialog(text("Select firmware file"), imagePath());
@@ -264,7 +265,7 @@ private:
 
     QString imagePath() const { return file(text("image.bin")); }
     QByteArray received() { return contents(file(text("received.bin"))); }
-    QByteArray deviceMemory() { return QByteArray::fromHex(device().control("memory").join()); }
+    QByteArray deviceEeprom() { return QByteArray::fromHex(device().control("memory").join()); }
 };
 
 KV_TEST_MAIN(TestFirmware)

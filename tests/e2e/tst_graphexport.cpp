@@ -24,7 +24,7 @@ const QStringList allTypes = texts("W0|W1|W2|A2|A4|LUX");
 
 } // namespace
 
-/// Graph and export of a store with a day of history of a KVT-100.
+/// Graph and export of a database that contains a day of readings of a KVT-100.
 class TestGraphExport : public ToolFixture
 {
     Q_OBJECT
@@ -47,7 +47,7 @@ private slots:
         QVERIFY(QFile::copy(m_history.filePath(text("measurements.db")), storePath()));
     }
 
-    void everyControlOfTheGraphWorks()
+    void everyControlOfGraphWorks()
     {
         QVERIFY(startWithTwoDevices());
         QVERIFY(openGraph());
@@ -56,14 +56,14 @@ private slots:
         QCOMPARE(devices->count(), 2);
         QCOMPARE(list()->count(), 0);
 
-        stepYear(date("fromDateTimeEdit"), Qt::Key_Down);
+        stepYear(dateField("fromDateTimeEdit"), Qt::Key_Down);
         QVERIFY(chooseModel(devices, "KVT-100"));
         QCOMPARE(list()->count(), 6);
         QVERIFY(chooseModel(devices, "KVT-300"));
         QCOMPARE(list()->count(), 12);
         toggle(list(), 0);
         QCOMPARE(lines().size(), 1);
-        // The first key enters the list.
+        // The first key only makes an item the current one.
         for (const Qt::Key key : {Qt::Key_Home, Qt::Key_End, Qt::Key_Space}) {
             QTest::keyClick(list(), key);
         }
@@ -73,17 +73,17 @@ private slots:
         QVERIFY(chooseModel(devices, "KVT-100"));
         QCOMPARE(list()->count(), 6);
 
-        check("enableSettingsMinMaxForGraphcheckBox");
-        typeNumber(limit("graphMinimumSpinBox"), text("100"));
-        typeNumber(limit("graphMaximumSpinBox"), text("200"));
+        toggleCheckBox("enableSettingsMinMaxForGraphcheckBox");
+        typeNumber(spinBox("graphMinimumSpinBox"), text("100"));
+        typeNumber(spinBox("graphMaximumSpinBox"), text("200"));
         const auto *const axis =
             qobject_cast<QtCharts::QValueAxis *>(chart()->axes(Qt::Vertical).first());
         QCOMPARE(axis->min(), 99.0);
         QCOMPARE(axis->max(), 202.0);
 
-        // A period that ends before it begins is empty, without an error.
-        check("showLatestCheckBox");
-        auto *const to = date("toDateTimeEdit");
+        // A period that ends before it begins contains nothing; no error appears.
+        toggleCheckBox("showLatestCheckBox");
+        auto *const to = dateField("toDateTimeEdit");
         stepYear(to, Qt::Key_Down);
         stepYear(to, Qt::Key_Down);
         QCOMPARE(list()->count(), 0);
@@ -96,13 +96,13 @@ private slots:
         QCOMPARE(lines().size(), 1);
         QTest::mouseClick(part<QPushButton>(graph(), "buttonClear"), Qt::LeftButton);
         QVERIFY(lines().isEmpty());
-        QVERIFY(ticked().isEmpty());
+        QVERIFY(checkedNames().isEmpty());
     }
 
-    void graphDrawsTheStoreWithoutADevice()
+    void graphShowsStoredReadingsWithoutDevice()
     {
         QVERIFY(startTool() && openGraph());
-        // The period is empty at the first opening.
+        // When the graph is opened for the first time, its period is empty.
         QCOMPARE(list()->count(), 0);
         QVERIFY(!list()->isEnabled());
         const auto *const devices = part<QComboBox>(graph(), "deviceComboBox");
@@ -110,7 +110,7 @@ private slots:
         QVERIFY(devices->currentText().startsWith(text("KVT-100 - ")));
         QVERIFY(part<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
 
-        date("fromDateTimeEdit")->setDateTime(hoursAgo(12));
+        dateField("fromDateTimeEdit")->setDateTime(hoursAgo(12));
         QCOMPARE(list()->count(), 6);
         QVERIFY(list()->isEnabled());
         QVERIFY(lines().isEmpty());
@@ -128,7 +128,7 @@ private slots:
                      "t on t.id = v.measurement_type_id where t.name = '%1' and m.timestamp >= "
                      "%2 order by m.id")
                     .arg(name)
-                    .arg(date("fromDateTimeEdit")->dateTime().toMSecsSinceEpoch()));
+                    .arg(dateField("fromDateTimeEdit")->dateTime().toMSecsSinceEpoch()));
             QStringList drawn;
             for (const QPointF &point : line->pointsVector()) {
                 drawn.append(text("%1|%2").arg(point.x(), 0, 'f', 0).arg(point.y(), 0, 'f', 3));
@@ -138,41 +138,41 @@ private slots:
         }
     }
 
-    void reopenedGraphIsAsItWas()
+    void graphSettingsAreRestored()
     {
         const QStringList types = texts("W0|W1");
         const QDateTime from = hoursAgo(10);
         QVERIFY(startTool() && openGraph());
-        date("fromDateTimeEdit")->setDateTime(from);
-        check("showLatestCheckBox");
-        date("toDateTimeEdit")->setDateTime(from.addSecs(3600));
+        dateField("fromDateTimeEdit")->setDateTime(from);
+        toggleCheckBox("showLatestCheckBox");
+        dateField("toDateTimeEdit")->setDateTime(from.addSecs(3600));
         toggle(list(), graphNameRole, types);
-        check("enableSettingsMinMaxForGraphcheckBox");
-        limit("graphMinimumSpinBox")->setValue(-5.5);
-        limit("graphMaximumSpinBox")->setValue(99.0);
+        toggleCheckBox("enableSettingsMinMaxForGraphcheckBox");
+        spinBox("graphMinimumSpinBox")->setValue(-5.5);
+        spinBox("graphMaximumSpinBox")->setValue(99.0);
         graph()->close();
 
-        // The same window, and then another run of the program.
+        // First in the same window, then after a restart of the program.
         for (int run = 0; run < 2; ++run) {
             QVERIFY(openGraph());
-            QStringList names = ticked();
+            QStringList names = checkedNames();
             names.sort();
             QCOMPARE(names, types);
             QCOMPARE(lines().size(), 2);
             QCOMPARE(lines().first()->count(), 60);
-            QCOMPARE(date("fromDateTimeEdit")->dateTime(), from);
-            QCOMPARE(date("toDateTimeEdit")->dateTime(), from.addSecs(3600));
+            QCOMPARE(dateField("fromDateTimeEdit")->dateTime(), from);
+            QCOMPARE(dateField("toDateTimeEdit")->dateTime(), from.addSecs(3600));
             QVERIFY(!part<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
             QVERIFY(part<QCheckBox>(graph(), "enableSettingsMinMaxForGraphcheckBox")->isChecked());
-            QCOMPARE(limit("graphMinimumSpinBox")->value(), -5.5);
-            QCOMPARE(limit("graphMaximumSpinBox")->value(), 99.0);
+            QCOMPARE(spinBox("graphMinimumSpinBox")->value(), -5.5);
+            QCOMPARE(spinBox("graphMaximumSpinBox")->value(), 99.0);
             graph()->close();
             endTool();
             QVERIFY(startTool());
         }
     }
 
-    void graphClosesByEachInput()
+    void graphCanBeClosedByFrameAndEscape()
     {
         QVERIFY(startTool());
         for (const bool byFrame : {true, false}) {
@@ -188,11 +188,11 @@ private slots:
         }
     }
 
-    void everyControlOfTheExportWorks()
+    void everyControlOfExportWorks()
     {
         QVERIFY(startWithTwoDevices());
         const QString path = file(text("measurements.csv"));
-        const auto exportAll = [=](const char *model, int types) {
+        const auto exportModel = [=](const char *model, int types) {
             dialogs().answerDialog(exportTitle, [=](QDialog *dialog) {
                 auto *const list = part<QListWidget>(dialog, "measurementTypeList");
                 QVERIFY(chooseModel(part<QComboBox>(dialog, "deviceComboBox"), model));
@@ -204,20 +204,20 @@ private slots:
             dialogs().answerFileDialog(saveCaption, path);
             return click("exportLocalMeasurementsButton");
         };
-        QVERIFY(exportAll("KVT-300", 12));
+        QVERIFY(exportModel("KVT-300", 12));
         QList<QByteArray> lines = contents(path).split('\n');
         QCOMPARE(lines.first().count(','), 11);
-        const int ofSecond = lines.size();
+        const int linesOfSecondModel = lines.size();
 
         dialogs().answerBox(text("already exists"), text("Yes"));
-        QVERIFY(exportAll("KVT-100", 6));
+        QVERIFY(exportModel("KVT-100", 6));
         lines = contents(path).split('\n');
         QCOMPARE(lines.first().count(','), 5);
-        // A title and an end for each of the two.
-        QCOMPARE(lines.size() + ofSecond, storedReadings() + 4);
+        // Each of the two files has a row of headings and, as the last part, an empty string.
+        QCOMPARE(lines.size() + linesOfSecondModel, storedReadings() + 4);
     }
 
-    void exportClosesByEachInput()
+    void exportCanBeClosedByCancelFrameAndEscape()
     {
         const std::function<void(QDialog *)> inputs[] = {
             [](QDialog *dialog) { press(dialog, QDialogButtonBox::Cancel); },
@@ -232,33 +232,33 @@ private slots:
         }
     }
 
-    void exportEqualsTheStore_data()
+    void exportMatchesDatabase_data()
     {
         QTest::addColumn<QString>("type");
         QTest::addColumn<double>("factor");
         QTest::addColumn<double>("offset");
-        QTest::addColumn<QByteArray>("title");
+        QTest::addColumn<QByteArray>("heading");
         QTest::addColumn<QByteArray>("zone");
         const auto row = [](const char *name, const char *type, double factor, double offset,
-                            const QByteArray &title, const QByteArray &zone) {
-            QTest::addRow("%s", name) << text(type) << factor << offset << title << zone;
+                            const QByteArray &heading, const QByteArray &zone) {
+            QTest::addRow("%s", name) << text(type) << factor << offset << heading << zone;
         };
         row("as stored", "W1", 1.0, 0.0, "Relative humidity", "UTC");
-        row("in another unit", "W0", 5.0 / 9.0, -32.0, "Room temperature", "UTC");
-        row("with values that were not available", "W2", 1.0, 0.0, "Air pressure", "UTC");
+        row("converted to another unit", "W0", 5.0 / 9.0, -32.0, "Room temperature", "UTC");
+        row("with unavailable values", "W2", 1.0, 0.0, "Air pressure", "UTC");
         row("in another time zone", "LUX", 1.0, 0.0, "LUX", "Asia/Kathmandu");
     }
 
-    void exportEqualsTheStore()
+    void exportMatchesDatabase()
     {
         QFETCH(QString, type);
         QFETCH(double, factor);
         QFETCH(double, offset);
-        QFETCH(QByteArray, title);
+        QFETCH(QByteArray, heading);
         QFETCH(QByteArray, zone);
         const TimeZoneScope scope(zone.constData());
         const QString path = file(text("measurements.csv"));
-        // Whole minutes, as the fields have them.
+        // In whole minutes, like the values of the fields.
         const QDateTime from =
             QDateTime::fromSecsSinceEpoch((m_now.toSecsSinceEpoch() / 60 - 20 * 60) * 60);
         const QDateTime to = from.addSecs(13 * 3600);
@@ -268,12 +268,12 @@ private slots:
         prepareExport(others, from, to);
         dialogs().answerFileDialog(saveCaption, path);
         QVERIFY(click("exportLocalMeasurementsButton"));
-        QCOMPARE(contents(path).split('\n').first(), "Timestamp," + title);
+        QCOMPARE(contents(path).split('\n').first(), "Timestamp," + heading);
         QVERIFY(csvEqualsStore(path, type, from, to, factor, offset));
         QCOMPARE(rememberedValue("measurement export filename").toString(), path);
     }
 
-    void exportWithoutMeasurementsOrFileWritesNothing()
+    void exportWithoutReadingsOrFileWritesNothing()
     {
         QVERIFY(startTool());
         const QDateTime before = m_now.addDays(-2);
@@ -291,7 +291,7 @@ private slots:
         QVERIFY(!rememberedValue("measurement export filename").isValid());
     }
 
-    void unwritableExportIsReported()
+    void unwritableExportFileIsReported()
     {
         QVERIFY(startTool());
         dialogs().answerDialog(exportTitle, [](QDialog *dialog) {
@@ -305,7 +305,7 @@ private slots:
     }
 
 private:
-    /// The store has readings of a KVT-300 too, which was connected.
+    /// Starts the tool with readings of a KVT-300 in the database too, which is then disconnected.
     bool startWithTwoDevices()
     {
         constexpr int readings = 4;
@@ -320,8 +320,8 @@ private:
     QDateTime hoursAgo(int hours) const { return m_now.addSecs(-hours * 3600).toLocalTime(); }
 
     QWidget *graph() { return topLevel("MeasurementGraph"); }
-    QDateTimeEdit *date(const char *name) { return part<QDateTimeEdit>(graph(), name); }
-    QDoubleSpinBox *limit(const char *name) { return part<QDoubleSpinBox>(graph(), name); }
+    QDateTimeEdit *dateField(const char *name) { return part<QDateTimeEdit>(graph(), name); }
+    QDoubleSpinBox *spinBox(const char *name) { return part<QDoubleSpinBox>(graph(), name); }
     QtCharts::QChart *chart() { return graph()->findChild<QtCharts::QChartView *>()->chart(); }
 
     QList<QtCharts::QLineSeries *> lines()
@@ -334,27 +334,29 @@ private:
     }
 
     QListWidget *list() { return part<QListWidget>(graph(), "list"); }
-    QStringList ticked() { return checked(list(), graphNameRole); }
-    void check(const char *box) { toggle(part<QCheckBox>(graph(), box)); }
+    QStringList checkedNames() { return checked(list(), graphNameRole); }
+    void toggleCheckBox(const char *box) { toggle(part<QCheckBox>(graph(), box)); }
 
     static bool chooseModel(QComboBox *devices, const char *model)
     {
         return choose(devices, devices->findText(text(model), Qt::MatchStartsWith));
     }
 
-    /// By a year in both directions.
+    /// Extends the period of the export by a year in both directions.
     static void widenPeriod(const QDialog *dialog)
     {
         stepYear(part<QDateTimeEdit>(dialog, "exportDateTimeFrom"), Qt::Key_Down);
         stepYear(part<QDateTimeEdit>(dialog, "exportDateTimeTo"), Qt::Key_Up);
     }
 
-    void prepareExport(const QStringList &untick, const QDateTime &from, const QDateTime &to)
+    void prepareExport(const QStringList &namesToUncheck, const QDateTime &from,
+                       const QDateTime &to)
     {
         dialogs().answerDialog(exportTitle, [=](QDialog *dialog) {
             part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
             part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
-            toggle(part<QListWidget>(dialog, "measurementTypeList"), exportNameRole, untick);
+            toggle(part<QListWidget>(dialog, "measurementTypeList"), exportNameRole,
+                   namesToUncheck);
             press(dialog, QDialogButtonBox::Ok);
         });
     }

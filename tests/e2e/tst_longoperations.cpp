@@ -15,36 +15,36 @@ const QLatin1String writingTitle("Writing data to eeprom, please wait");
 
 } // namespace
 
-/// The operations with a wait dialog that read and write log, settings and clock.
+/// The operations on log, settings and clock, most of which show a wait dialog.
 class TestLongOperations : public ToolFixture
 {
     Q_OBJECT
 
 private slots:
-    void logIsReadIntoTheChosenFile()
+    void logIsSavedToChosenFile()
     {
         QVERIFY(startConnected({text("--log-rows"), text("12")}));
         forgetCommands();
         QList<int> progress;
         QSet<QString> titles;
-        bool readEnabled = false;
+        bool readWasEnabled = false;
         connect(bar(), &QProgressBar::valueChanged, this, [&](int value) {
             progress.append(value);
             if (value > 0) {
                 titles.insert(waitDialog()->windowTitle());
-                readEnabled = readEnabled || isEnabled("readLogButton");
+                readWasEnabled = readWasEnabled || isEnabled("readLogButton");
             }
         });
         dialogs().answerDialog(readingTitle, [](QDialog *) {});
-        // Slow enough for the dialog to be shown.
+        // Long enough for the dialog to be shown.
         QVERIFY(device().fault("delay:30"));
         QVERIFY(saveLog());
         QVERIFY(!waitDialog()->isVisible());
         QCOMPARE(titles, QSet<QString>{readingTitle});
-        QVERIFY(!readEnabled);
+        QVERIFY(!readWasEnabled);
         QVERIFY(isEnabled("readLogButton"));
 
-        // The row before the last shows 100, and the last shows nothing more.
+        // The last row but one sets the progress to 100; the last one doesn't report progress.
         QVERIFY(progress.size() > 5);
         QVERIFY(std::is_sorted(progress.begin() + 1, progress.end()));
         QCOMPARE(progress.last(), 100);
@@ -57,7 +57,7 @@ private slots:
         QCOMPARE(commandCount("log --read="), 13);
     }
 
-    void cancelledSaveDialogDropsTheLog()
+    void cancellingSaveDialogDiscardsLog()
     {
         QVERIFY(startConnected());
         dialogs().escapeDialog(saveCaption);
@@ -66,7 +66,7 @@ private slots:
         QVERIFY(!rememberedValue("log filename").isValid());
         QVERIFY(isEnabled("readLogButton"));
 
-        // The next reading finds nothing of this one.
+        // The next log contains no rows of the discarded one.
         QVERIFY(saveLog());
         QCOMPARE(contents(logPath()).count('\n'), 6);
     }
@@ -81,14 +81,14 @@ private slots:
         QCOMPARE(rememberedValue("log filename").toString(), path);
     }
 
-    void cancelEndsTheReading()
+    void cancelStopsReadingLog()
     {
         QVERIFY(startConnected({text("--log-rows"), text("200")}));
         const QSignalSpy cancelled(&window(), &MainWindow::waitDialogCancelled);
         atProgress(20, [] { QVERIFY(press(cancelButton())); });
         QVERIFY(click("readLogButton"));
         QVERIFY(!waitDialog()->isVisible());
-        // The button's own signal, and the one of the close that it causes.
+        // One signal from the button, and one from the close event that it causes.
         QCOMPARE(cancelled.size(), 2);
         QVERIFY(isEnabled("readLogButton"));
         QVERIFY(isIdle());
@@ -99,7 +99,7 @@ private slots:
         QVERIFY(isConnected());
     }
 
-    void emptyLogIsReportedAndItsDialogsReasonRemains()
+    void emptyLogIsReportedAndWaitDialogKeepsReason()
     {
         QVERIFY(startConnected({text("--log-rows"), text("0")}));
         dialogs().answerBox(text("Log is empty"), text("OK"));
@@ -108,8 +108,8 @@ private slots:
         QVERIFY(!waitDialog()->isVisible());
         QVERIFY(isEnabled("readLogButton"));
 
-        // From now on each clock reply closes the hidden dialog, which cancels the log read: the
-        // jobs after the clock are removed from the queue.
+        // From now on each clock reply closes the hidden dialog, which counts as a cancellation of
+        // the log read: the waiting jobs are removed from the queue.
         QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
         forgetCommands();
         QVERIFY(click("synchronizeButton"));
@@ -121,7 +121,7 @@ private slots:
         QVERIFY(commands().size() < 2 * 15);
     }
 
-    void missingLogOptionEndsWithTheControlEnabled()
+    void missingLogOptionIsReportedAndReadIsEnabledAgain()
     {
         const QString missing =
             text("No LOG option installed to device, unable to read or clear log.");
@@ -130,7 +130,7 @@ private slots:
         QVERIFY(click("readLogButton"));
         QVERIFY(waitForAnswers());
         QVERIFY(!waitDialog()->isVisible());
-        // The dialog's close runs the cancel of its reason, which enables the control.
+        // Closing the dialog counts as a cancellation of the log read, which enables the button.
         QVERIFY(isEnabled("readLogButton"));
 
         dialogs().answerBox(clearQuestion, text("Yes"));
@@ -139,7 +139,7 @@ private slots:
         QVERIFY(waitForAnswers());
     }
 
-    void logIsClearedAfterAQuestion()
+    void logIsClearedAfterConfirmation()
     {
         QVERIFY(startConnected());
         dialogs().answerBox(clearQuestion, text("No"));
@@ -154,7 +154,7 @@ private slots:
         QCOMPARE(commandCount("log --erase"), 1);
     }
 
-    void settingsAreWrittenAfterAQuestion()
+    void settingsAreWrittenAfterConfirmation()
     {
         QVERIFY(startConnected({text("--write-ms"), text("300")}));
         forgetCommands();
@@ -162,17 +162,18 @@ private slots:
         QVERIFY(click("writeToEepromButton"));
         QCOMPARE(commands(), QStringList());
 
-        bool running = false;
+        bool barWasBusy = false;
         dialogs().answerBox(writeQuestion, text("Yes"));
-        dialogs().answerDialog(writingTitle, [&](QDialog *) { running = bar()->maximum() == 0; });
+        dialogs().answerDialog(writingTitle,
+                               [&](QDialog *) { barWasBusy = bar()->maximum() == 0; });
         QVERIFY(click("writeToEepromButton"));
         QVERIFY(!waitDialog()->isVisible());
-        QVERIFY(running);
+        QVERIFY(barWasBusy);
         QCOMPARE(commands(), QStringList(text("write --really")));
         QVERIFY(!queue().currentJob());
     }
 
-    void clockIsSetInItsOrder()
+    void settingClockSendsCommandsInFixedOrder()
     {
         QVERIFY(startConnected({text("--clock-offset"), text("-86400")}));
         const auto isRight = [this] {
@@ -195,14 +196,14 @@ private slots:
         QVERIFY(waitUntilQuiet());
         QVERIFY(isRight());
 
-        // Everything is read again first; then the clock is written, stored, and read back.
-        const QStringList order = commands();
-        QCOMPARE(order.size(), 6 + 8 + 1 + 3);
-        QCOMPARE(order.first(), text("show hwver"));
-        QCOMPARE(order.at(14), text("date"));
-        QVERIFY(order.at(15).startsWith(text("date 2")));
-        QVERIFY(!order.at(15).endsWith(QLatin1Char('Z')));
-        QCOMPARE(order.mid(16), texts("write --really|date"));
+        // First everything is read again; then the clock is written, stored and read.
+        const QStringList sent = commands();
+        QCOMPARE(sent.size(), 6 + 8 + 1 + 3);
+        QCOMPARE(sent.first(), text("show hwver"));
+        QCOMPARE(sent.at(14), text("date"));
+        QVERIFY(sent.at(15).startsWith(text("date 2")));
+        QVERIFY(!sent.at(15).endsWith(QLatin1Char('Z')));
+        QCOMPARE(sent.mid(16), texts("write --really|date"));
         const QDateTime shown = child<QDateTimeEdit>("deviceClockDateTimeEdit")->dateTime();
         QVERIFY(qAbs(shown.secsTo(QDateTime::currentDateTime())) <= 5);
     }

@@ -13,21 +13,21 @@ namespace {
 
 constexpr int aliasColumn = 1;
 constexpr int valueColumn = 2;
-constexpr Qt::Key frame{}; ///< in place of a key
+constexpr Qt::Key noKey{}; ///< the window frame is used instead of a key
 
 const QLatin1String portError("Error occurred with serial port communication: ");
 
 } // namespace
 
-/// Each control of the main window, by every kind of mouse and keyboard input that it accepts, and
-/// the texts that only rare events show.
+/// Uses each control of the main window by every kind of mouse and keyboard input that it accepts,
+/// and causes the messages that only rare events show.
 class TestMainWindowControls : public ToolFixture
 {
     Q_OBJECT
 
 private slots:
-    /// Tab, arrows, Space, Return, Escape and typed text go to the window that has the focus.
-    void mainJobIsDoneByKeys()
+    /// Sends only keys (Tab, arrows, Space, Return, Escape, letters), to the window with the focus.
+    void mainTasksCanBeDoneWithKeyboardOnly()
     {
         constexpr int imageBytes = 1000;
         const QString received = file(text("received.bin"));
@@ -36,41 +36,41 @@ private slots:
                              text("1000")}));
         QVERIFY(startTool());
 
-        QVERIFY(pressByKeys("connectButton"));
+        QVERIFY(pressWithKeyboard("connectButton"));
         QTRY_COMPARE(storedReadings(), 1);
-        // The button that had the focus is hidden, and the next one has the focus.
-        QVERIFY(pressByKeys("disconnectButton"));
+        // "Connect", which had the focus, is now hidden; another widget has the focus.
+        QVERIFY(pressWithKeyboard("disconnectButton"));
         QTRY_VERIFY(!queue().serialPort()->isOpen());
-        QVERIFY(pressByKeys("connectButton"));
+        QVERIFY(pressWithKeyboard("connectButton"));
         QTRY_COMPARE(storedReadings(), 2);
 
-        changeSettingByKeys("altitude", text("456"));
+        changeSettingWithKeyboard("altitude", text("456"));
         QTRY_COMPARE(device().setting("altitude"), QByteArray("456"));
         QVERIFY(waitUntilQuiet());
 
         const QString log = file(text("log.csv"));
-        answerFileDialogByKeys(text("Select where to save log to"), log);
-        QVERIFY(pressByKeys("readLogButton"));
+        answerFileDialogWithKeyboard(text("Select where to save log to"), log);
+        QVERIFY(pressWithKeyboard("readLogButton"));
         QTRY_VERIFY(QFile::exists(log));
 
-        showGraphByKeys();
-        exportByKeys(file(text("measurements.csv")));
+        showGraphWithKeyboard();
+        exportWithKeyboard(file(text("measurements.csv")));
         QVERIFY(!QTest::currentTestFailed());
 
         const QString image = file(text("image.bin"));
         const QByteArray bytes(imageBytes, 'k');
         QVERIFY(write(image, bytes));
         // Yes has the focus.
-        answerByKeys(text("Are you sure?"), [](QDialog *) { key(Qt::Key_Return); });
-        answerFileDialogByKeys(text("Select firmware file"), image);
-        answerByKeys(text("Kv tool"), [](QDialog *) { key(Qt::Key_Return); });
-        QVERIFY(pressByKeys("updateFirmwareButton"));
+        answerWithKeyboard(text("Are you sure?"), [](QDialog *) { key(Qt::Key_Return); });
+        answerFileDialogWithKeyboard(text("Select firmware file"), image);
+        answerWithKeyboard(text("Kv tool"), [](QDialog *) { key(Qt::Key_Return); });
+        QVERIFY(pressWithKeyboard("updateFirmwareButton"));
         QVERIFY(waitForAnswers());
         QTRY_COMPARE(contents(received), bytes);
         QTRY_VERIFY(!queue().serialPort()->isOpen());
     }
 
-    void portIsChosenInTheList()
+    void selectedPortIsOpened()
     {
         QVERIFY(startDevice() && startTool());
         auto *const ports = child<QComboBox>("serialPorts");
@@ -84,7 +84,7 @@ private slots:
         QVERIFY(connectByClick());
     }
 
-    void unitsAreChosenInTheirListsAndRemembered()
+    void selectedUnitsAreAppliedAndRemembered()
     {
         const QString settings = QSettings(text("Orvanta"), text("Kv tool")).fileName();
         const char *const pollutantUnits[] = {"ppm", "µg/m³"};
@@ -124,19 +124,19 @@ private slots:
         QCOMPARE(commands(), QStringList());
     }
 
-    void cellIsEditedByEachInput()
+    void cellCanBeEditedWithMouseOrKeyboard()
     {
         QVERIFY(startConnected());
         QWidget *const cells = editor()->viewport();
-        const auto place = [this] {
+        const auto cellCenter = [this] {
             editor()->scrollToItem(setting("altitude"));
             return editor()->visualItemRect(setting("altitude")).center();
         };
         const auto clickCell = [=] {
-            QTest::mouseClick(cells, Qt::LeftButton, Qt::NoModifier, place());
+            QTest::mouseClick(cells, Qt::LeftButton, Qt::NoModifier, cellCenter());
         };
         const std::function<void()> inputs[] = {
-            [=] { QTest::mouseDClick(cells, Qt::LeftButton, Qt::NoModifier, place()); },
+            [=] { QTest::mouseDClick(cells, Qt::LeftButton, Qt::NoModifier, cellCenter()); },
             clickCell,
             [this] { QTest::keyClick(editor(), Qt::Key_F2); },
             [this] { QTest::keyClick(editor(), Qt::Key_4); },
@@ -153,17 +153,17 @@ private slots:
                 QTest::keyClick(cellEditor(), Qt::Key_A, Qt::ControlModifier);
                 QTest::keyClicks(cellEditor(), text("4"));
             }
-            const QString typed = QString::number(++value);
-            QTest::keyClicks(cellEditor(), typed.mid(1));
+            const QString newValue = QString::number(++value);
+            QTest::keyClicks(cellEditor(), newValue.mid(1));
             QTest::keyClick(cellEditor(), Qt::Key_Return);
-            QTRY_COMPARE(device().setting("altitude"), typed.toLatin1());
-            QCOMPARE(setting("altitude")->text(), typed);
+            QTRY_COMPARE(device().setting("altitude"), newValue.toLatin1());
+            QCOMPARE(setting("altitude")->text(), newValue);
             QVERIFY(waitUntilQuiet());
-            QCOMPARE(commands(), QStringList(text("set altitude=") + typed));
+            QCOMPARE(commands(), QStringList(text("set altitude=") + newValue));
         }
     }
 
-    void onlyValuesOfSettingsAreEdited()
+    void onlyValuesOfSettingsCanBeEdited()
     {
         QVERIFY(startConnected());
         for (int column = 0; column < valueColumn; ++column) {
@@ -180,7 +180,7 @@ private slots:
         QCOMPARE(shownValues(), shown);
     }
 
-    void editorSortedByItsHeaderSendsTheRightSetting()
+    void sortedEditorSendsRightSetting()
     {
         QVERIFY(startConnected());
         const auto values = [this] {
@@ -198,7 +198,7 @@ private slots:
         clickSection(editor()->horizontalHeader(), valueColumn);
         QVERIFY(rowOf("altitude") != before);
 
-        // Its row moves with the value.
+        // The row moves to the place of its new value.
         QVERIFY(typeSetting("altitude", text("9")));
         QTRY_COMPARE(device().setting("altitude"), QByteArray("9"));
         expected[text("altitude")] = text("9");
@@ -209,7 +209,7 @@ private slots:
         QCOMPARE(commands().filter(text("set ")), QStringList(text("set altitude=9")));
     }
 
-    void stateAndMissingHealthAreShown()
+    void stateAndUnavailableHealthAreShown()
     {
         const char *const texts[] = {"Device is warming up", "Device is ready for measurements",
                                      "Device temperature is over the specified range",
@@ -231,13 +231,14 @@ private slots:
         QTRY_COMPARE(field("deviceHealth"), text("N/A"));
     }
 
-    void rareFailureIsShown()
+    void rareFailuresAreReported()
     {
         const auto answer = [this](const char *message) {
             dialogs().answerBox(text(message), text("OK"));
         };
         QVERIFY(startPolling());
-        // The queue never reports these jobs as failed, and the handler reports no failed restart.
+        // Emitted here, because the queue never reports these jobs as failed and the handler never
+        // a restart.
         answer("communication: Unable to determine connected device type");
         emit queue().jobFailed(SerialPortJobType::JobReadModel);
         QVERIFY(waitForAnswers());
@@ -254,7 +255,7 @@ private slots:
         QVERIFY(readingsArrive());
     }
 
-    void missingTimeIsReported()
+    void invalidTimeIsReported()
     {
         QVERIFY(startConnected());
         forgetCommands();
@@ -263,22 +264,22 @@ private slots:
         // Each error of the queue is shown twice.
         dialogs().answerBox(message, text("OK"));
         dialogs().answerBox(message, text("OK"));
-        // The window always sends the current time.
+        // Called here, because the window always sends the current time.
         tool().handler.setDate(QDateTime());
         QVERIFY(waitForAnswers());
         QVERIFY(waitUntilQuiet());
         QCOMPARE(commands(), QStringList());
     }
 
-    void boxClosesByEachInput()
+    void messageBoxCanBeClosedByKeysAndFrame()
     {
         QVERIFY(startConnected());
         int erased = 0;
-        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Escape, frame}) {
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Escape, noKey}) {
             const auto answer = [=](QDialog *box) {
-                // It blocks the main window's frame.
+                // The box blocks the main window's frame.
                 QVERIFY(!closeByFrame(&window()));
-                if (key == frame) {
+                if (key == noKey) {
                     QVERIFY(closeByFrame(box));
                 } else {
                     QVERIFY(waitForFocus(box));
@@ -309,28 +310,29 @@ private:
 
     static void key(Qt::Key key) { QTest::keyClick(QGuiApplication::focusWindow(), key); }
 
-    static void type(const QString &typed)
+    static void type(const QString &characters)
     {
-        for (const QChar &letter : typed) {
-            QTest::keyClick(QGuiApplication::focusWindow(), letter.toLatin1());
+        for (const QChar &character : characters) {
+            QTest::keyClick(QGuiApplication::focusWindow(), character.toLatin1());
         }
     }
 
     /// Presses Tab until @p target has the focus.
-    static bool goTo(const QWidget *target)
+    static bool tabTo(const QWidget *target)
     {
-        constexpr int enough = 100;
-        for (int press = 0; press < enough && QApplication::focusWidget() != target; ++press) {
+        constexpr int maximumPresses = 100;
+        for (int press = 0; press < maximumPresses && QApplication::focusWidget() != target;
+             ++press) {
             key(Qt::Key_Tab);
         }
         return QApplication::focusWidget() == target;
     }
 
-    bool pressByKeys(const char *buttonName)
+    bool pressWithKeyboard(const char *buttonName)
     {
-        // The platform of the tests has no window manager that gives the focus back after a dialog.
+        // The offscreen platform has no window manager that restores the focus after a dialog.
         window().activateWindow();
-        if (!QTest::qWaitForWindowActive(&window()) || !goTo(child<QPushButton>(buttonName))) {
+        if (!QTest::qWaitForWindowActive(&window()) || !tabTo(child<QPushButton>(buttonName))) {
             return false;
         }
         key(Qt::Key_Space);
@@ -343,7 +345,7 @@ private:
     }
 
     /// Runs @p keys on the next dialog with the title @p title once it has the focus.
-    void answerByKeys(const QString &title, const std::function<void(QDialog *)> &keys)
+    void answerWithKeyboard(const QString &title, const std::function<void(QDialog *)> &keys)
     {
         dialogs().answerDialog(title, [=](QDialog *dialog) {
             QVERIFY(waitForFocus(dialog));
@@ -351,11 +353,11 @@ private:
         });
     }
 
-    void answerFileDialogByKeys(const QString &caption, const QString &path)
+    void answerFileDialogWithKeyboard(const QString &caption, const QString &path)
     {
-        answerByKeys(caption, [path](QDialog *dialog) {
+        answerWithKeyboard(caption, [path](QDialog *dialog) {
             type(path);
-            // The first may only close the list of completions.
+            // The first Return may only close the completer's list.
             const QPointer<QDialog> open = dialog;
             QVERIFY(waitFor([open] {
                 if (open && open->isVisible()) {
@@ -366,10 +368,10 @@ private:
         });
     }
 
-    static bool beginAYearEarlier(const QDateTimeEdit *from)
+    static bool moveBackOneYear(const QDateTimeEdit *from)
     {
         const QDateTime before = from->dateTime();
-        goTo(from);
+        tabTo(from);
         while (QApplication::focusWidget() == from
                && from->currentSection() != QDateTimeEdit::YearSection) {
             key(Qt::Key_Tab);
@@ -378,9 +380,9 @@ private:
         return from->dateTime() < before;
     }
 
-    void changeSettingByKeys(const char *alias, const QString &value)
+    void changeSettingWithKeyboard(const char *alias, const QString &value)
     {
-        QVERIFY(goTo(editor()));
+        QVERIFY(tabTo(editor()));
         while (editor()->currentRow() != rowOf(alias)) {
             key(editor()->currentRow() < rowOf(alias) ? Qt::Key_Down : Qt::Key_Up);
         }
@@ -391,14 +393,14 @@ private:
         key(Qt::Key_Return);
     }
 
-    void showGraphByKeys()
+    void showGraphWithKeyboard()
     {
-        QVERIFY(pressByKeys("buttonShowGraph"));
+        QVERIFY(pressWithKeyboard("buttonShowGraph"));
         QWidget *const graph = topLevel("MeasurementGraph");
         QVERIFY(QTest::qWaitForWindowActive(graph));
-        QVERIFY(beginAYearEarlier(part<QDateTimeEdit>(graph, "fromDateTimeEdit")));
+        QVERIFY(moveBackOneYear(part<QDateTimeEdit>(graph, "fromDateTimeEdit")));
         auto *const list = graph->findChild<QListWidget *>();
-        QVERIFY(goTo(list));
+        QVERIFY(tabTo(list));
         key(Qt::Key_Down);
         key(Qt::Key_Space);
         QCOMPARE(list->item(1)->checkState(), Qt::Checked);
@@ -407,15 +409,15 @@ private:
         QVERIFY(!graph->isVisible());
     }
 
-    void exportByKeys(const QString &path)
+    void exportWithKeyboard(const QString &path)
     {
-        answerByKeys(text("Select measurements to export"), [](QDialog *dialog) {
-            QVERIFY(beginAYearEarlier(part<QDateTimeEdit>(dialog, "exportDateTimeFrom")));
-            QVERIFY(goTo(dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)));
+        answerWithKeyboard(text("Select measurements to export"), [](QDialog *dialog) {
+            QVERIFY(moveBackOneYear(part<QDateTimeEdit>(dialog, "exportDateTimeFrom")));
+            QVERIFY(tabTo(dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)));
             key(Qt::Key_Return);
         });
-        answerFileDialogByKeys(text("Select where to save measurements to"), path);
-        QVERIFY(pressByKeys("exportLocalMeasurementsButton"));
+        answerFileDialogWithKeyboard(text("Select where to save measurements to"), path);
+        QVERIFY(pressWithKeyboard("exportLocalMeasurementsButton"));
         QTRY_VERIFY(QFile::exists(path));
     }
 };
