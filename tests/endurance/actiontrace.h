@@ -13,12 +13,12 @@
 #include <sanitizer/common_interface_defs.h>
 #endif
 
-/// The last actions and log lines of the run, printed with each failure: an unexpected warning, a
-/// blocked event loop, a sanitizer's report or a crash. A failure ends the process.
+/// Records the last actions and log messages of the run and prints them on a failure: an unexpected
+/// warning, a blocked event loop, a sanitizer's report or a crash. A failure ends the process.
 class ActionTrace
 {
 public:
-    /// Installs the handlers of log lines, crashes and hangs, which SIGALRM reports.
+    /// Installs the handlers of log messages, crashes and hangs, which SIGALRM reports.
     static void begin()
     {
         qInstallMessageHandler(onLogLine);
@@ -32,14 +32,15 @@ public:
 #endif
     }
 
-    /// Adds an action, which begins with its number, or what it used: a control, a file, a command.
+    /// Records an action, which begins with its number, or what the action used: a control, a file
+    /// or a command of the simulator.
     static void add(const QByteArray &line)
     {
-        constexpr int longest = 160;
-        m_lines.append(line.left(longest));
+        constexpr int maximumLength = 160;
+        m_entries.append(line.left(maximumLength));
     }
 
-    /// Ends the process at once, with exit code 1, unless @p condition is true.
+    /// Ends the process immediately with exit code 1, unless @p condition is true.
     static void require(bool condition, const QByteArray &reason)
     {
         if (!condition) {
@@ -53,18 +54,18 @@ private:
     static void print()
     {
         std::fflush(stdout);
-        for (int index = m_lines.firstIndex(); index <= m_lines.lastIndex(); ++index) {
-            std::fprintf(stderr, "%s\n", m_lines.at(index).constData());
+        for (int index = m_entries.firstIndex(); index <= m_entries.lastIndex(); ++index) {
+            std::fprintf(stderr, "%s\n", m_entries.at(index).constData());
         }
     }
 
     static void onLogLine(QtMsgType type, const QMessageLogContext &, const QString &line)
     {
-        // Warnings that random input provokes. The tool's own: a reading that arrives before the
-        // device is known, a value requested before the first connect, a command for a port that
-        // the user has closed. Qt's: a NUL typed into a file dialog, a wait dialog opened again
-        // under a message box, a click on a selected cell of a table that is filled again, features
-        // of a real screen.
+        // Warnings that random input may cause. From the tool: a reading that arrives before the
+        // device is known, a value requested before the first connection, a command for a port that
+        // the user has closed. From Qt: a NUL typed into a file dialog, a wait dialog opened again
+        // while a message box covers it, a click on a selected cell of a table that is being
+        // refilled, unsupported features of the offscreen platform.
         static const QRegularExpression expected(
             text("^(Device details not set yet, can't add measurements yet"
                  "|QIODevice::write \\(QSerialPort\\): device not open|Unable to add job false true"
@@ -89,5 +90,5 @@ private:
     }
 
     // Never deleted: leaks are reported after the end of main().
-    static inline auto &m_lines = *new QContiguousCache<QByteArray>(120);
+    static inline auto &m_entries = *new QContiguousCache<QByteArray>(120);
 };

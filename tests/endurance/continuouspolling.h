@@ -9,7 +9,7 @@ inline void pollContinuously(Tool &tool)
 {
     constexpr int minuteMs = 60000;
     MainWindowController *const controller = &tool.controller;
-    // Called after the controller's own slot: the reading is in the store.
+    // Called after the controller's slot, which has stored the reading.
     QObject::connect(&tool.handler, &SerialPortHandlerInterface::measurementsRead, controller,
                      [controller] { controller->setMeasurementInterval(0); });
     QObject::connect(controller, &MainWindowController::measurementPollStarted, controller,

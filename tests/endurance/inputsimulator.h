@@ -15,9 +15,9 @@
 #include <QtWidgets/QTableWidget>
 #include <algorithm>
 
-/// The random numbers of the current action. They follow from the seed and the action's number
-/// alone, so that an action that meets another state than in an earlier run doesn't change the
-/// later draws.
+/// The random numbers of the current action. They depend only on the seed and the action's number.
+/// So if the tool is in another state than in an earlier run, the random numbers of later actions
+/// are still the same.
 namespace Random {
 
 inline QRandomGenerator generator;
@@ -39,7 +39,7 @@ T pick(const QList<T> &choices)
     return choices.at(below(choices.size()));
 }
 
-/// One of the texts between the bars of @p choices.
+/// One of the strings in @p choices, which are separated by '|'.
 inline QByteArray pick(const QByteArray &choices) { return pick(choices.split('|')); }
 
 } // namespace Random
@@ -49,13 +49,13 @@ inline QByteArray pick(const QByteArray &choices) { return pick(choices.split('|
 class InputSimulator
 {
 protected:
-    /// Clicks the middle of what is visible of @p widget.
+    /// Clicks the middle of the visible part of @p widget.
     static void clickMiddle(const QWidget *widget)
     {
-        const QRect seen = widget->visibleRegion().boundingRect();
-        if (!seen.isEmpty()) {
+        const QRect visible = widget->visibleRegion().boundingRect();
+        if (!visible.isEmpty()) {
             QTest::mouseClick(windowOf(widget), Qt::LeftButton, {},
-                              widget->mapTo(widget->window(), seen.center()));
+                              widget->mapTo(widget->window(), visible.center()));
         }
     }
 
@@ -65,35 +65,36 @@ protected:
         // Cells and header sections are drawn by the viewport.
         auto *const area = qobject_cast<QAbstractScrollArea *>(control);
         QWidget *const widget = area ? area->viewport() : control;
-        const QRect seen = widget->visibleRegion().boundingRect();
-        if (seen.isEmpty()) {
+        const QRect visible = widget->visibleRegion().boundingRect();
+        if (visible.isEmpty()) {
             return;
         }
         ActionTrace::add(control->objectName().toUtf8());
-        const QPoint at = widget->mapTo(widget->window(), randomPoint(seen));
-        const int way = Random::below(100);
-        if (way < 5) {
-            QTest::mouseMove(windowOf(widget), at);
-        } else if (way < 15) {
-            QTest::mouseDClick(windowOf(widget), Qt::LeftButton, {}, at);
+        const QPoint position = widget->mapTo(widget->window(), randomPoint(visible));
+        const int choice = Random::below(100);
+        if (choice < 5) {
+            QTest::mouseMove(windowOf(widget), position);
+        } else if (choice < 15) {
+            QTest::mouseDClick(windowOf(widget), Qt::LeftButton, {}, position);
         } else {
-            const auto button = way < 18 ? Qt::MiddleButton
-                : way < 25               ? Qt::RightButton
-                                         : Qt::LeftButton;
-            QTest::mouseClick(windowOf(widget), button, {}, at);
+            const auto button = choice < 18 ? Qt::MiddleButton
+                : choice < 25               ? Qt::RightButton
+                                            : Qt::LeftButton;
+            QTest::mouseClick(windowOf(widget), button, {}, position);
         }
     }
 
     static void turnWheel(QWidget *widget)
     {
-        const QPoint at = randomPoint(widget->rect());
+        const QPoint position = randomPoint(widget->rect());
         const QPoint turn(0, QWheelEvent::DefaultDeltasPerStep * (Random::below(7) - 3));
-        QWheelEvent event(at, widget->mapToGlobal(at), {}, turn, {}, {}, Qt::NoScrollPhase, false);
+        QWheelEvent event(position, widget->mapToGlobal(position), {}, turn, {}, {},
+                          Qt::NoScrollPhase, false);
         QApplication::sendEvent(widget, &event);
     }
 
-    /// Sends @p key, such as Qt::CTRL + Qt::Key_V, to the widget with the focus in @p window, which
-    /// the press may delete.
+    /// Sends @p key, such as Qt::CTRL + Qt::Key_V, to the widget with the focus in @p window. The
+    /// window may be deleted by the key press.
     static void pressKey(const QPointer<QWidget> &window, int key)
     {
         const Qt::KeyboardModifiers modifiers(key & static_cast<int>(Qt::KeyboardModifierMask));
@@ -118,24 +119,24 @@ protected:
         pressKey(window, QKeySequence::fromString(text(modifiers + key))[0]);
     }
 
-    /// Enters a random text by keys, by an input method or from the clipboard.
+    /// Enters a random string by keys, by an input method or from the clipboard.
     static void enterRandomText(const QPointer<QWidget> &window)
     {
-        constexpr ushort halfOfAPair = 0xD800;
+        constexpr ushort unpairedSurrogate = 0xD800;
         static const QRegularExpression withoutKey(text("[^!-~]"));
-        static const QStringList all =
+        static const QStringList inputs =
             texts("|12|-1|1e308|0.000000000000000000001|x=y|a b\tc|%1%n%s|$ ok|BOOT*.|"
                   "'; drop table measurement; --|line\r\nshow log|Höhe µg ÅÆ|大気の質|"
                   "качество воздуха|جودة الهواء|\xF0\x9F\x8C\xAB\xF0\x9F\x90\x92")
-            << QChar(halfOfAPair) << QChar(0) << QString(4000, QLatin1Char('x'));
-        const QString entered = Random::pick(all);
-        const int way = Random::below(3);
+            << QChar(unpairedSurrogate) << QChar(0) << QString(4000, QLatin1Char('x'));
+        const QString entered = Random::pick(inputs);
+        const int choice = Random::below(3);
         QWidget *const focus = QApplication::focusWidget();
-        if (way == 0) {
+        if (choice == 0) {
             for (const char letter : entered.left(40).remove(withoutKey).toLatin1()) {
                 pressKey(window, QTest::asciiToKey(letter));
             }
-        } else if (way == 1 && focus && focus->testAttribute(Qt::WA_InputMethodEnabled)) {
+        } else if (choice == 1 && focus && focus->testAttribute(Qt::WA_InputMethodEnabled)) {
             QInputMethodEvent event;
             event.setCommitString(entered);
             QApplication::sendEvent(focus, &event);
@@ -145,7 +146,8 @@ protected:
         }
     }
 
-    /// Opens the editor of a cell of @p table, enters a text and leaves the editor in a random way.
+    /// Opens the editor of a random cell of @p table, enters a random string and ends editing in a
+    /// random way.
     static void editRandomCell(QTableWidget *table)
     {
         constexpr int valueColumn = 2;
@@ -158,13 +160,16 @@ protected:
         WindowDriver::editCell(table, row, column);
         pressKey(window, Qt::CTRL + Qt::Key_A);
         enterRandomText(window);
-        const int way = Random::below(10); // with the last two the editor stays open
-        if (way < 8) {
-            pressKey(window, way < 6 ? Qt::Key_Return : way < 7 ? Qt::Key_Tab : Qt::Key_Escape);
+        const int choice = Random::below(10); // 8 and 9: the editor stays open
+        if (choice < 8) {
+            pressKey(window,
+                     choice < 6       ? Qt::Key_Return
+                         : choice < 7 ? Qt::Key_Tab
+                                      : Qt::Key_Escape);
         }
     }
 
-    /// Changes a section of a date and time field by the key @p arrow.
+    /// Changes a random section of the date and time field @p field with the key @p arrow.
     static void changeDate(const QWidget *field, Qt::Key arrow)
     {
         const QPointer<QWidget> window = field->window();
@@ -178,8 +183,8 @@ protected:
         }
     }
 
-    /// A random descendant of @p window that a click can reach and that is of one of the classes
-    /// @p classNames; the window itself when there is none.
+    /// A random visible descendant of @p window that inherits one of the classes @p classNames,
+    /// separated by '|'; the window itself if there is none.
     static QWidget *randomPart(QWidget *window, const QByteArray &classNames = "QWidget")
     {
         const QList<QByteArray> names = classNames.split('|');
@@ -197,11 +202,11 @@ protected:
     /// Resizes, minimises, maximises or restores @p window.
     static void resizeRandomly(QWidget *window)
     {
-        const int way = Random::below(10);
-        way < 6       ? window->resize(Random::below(1400) + 1, Random::below(1000) + 1)
-            : way < 7 ? window->showMinimized()
-            : way < 8 ? window->showMaximized()
-                      : window->showNormal();
+        const int choice = Random::below(10);
+        choice < 6       ? window->resize(Random::below(1400) + 1, Random::below(1000) + 1)
+            : choice < 7 ? window->showMinimized()
+            : choice < 8 ? window->showMaximized()
+                         : window->showNormal();
     }
 
 private:

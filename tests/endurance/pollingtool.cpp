@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The program's own objects: connects to the port that the argument names and polls without a
-// pause until it is killed. Prints "reading" for each reading in the store.
+// The tool with its window: connects to the port that the argument names and polls without pauses
+// until it is killed. Prints "reading" for each reading that has been stored.
 #include "tests/endurance/continuouspolling.h"
 
 #include <cstdio>

@@ -8,14 +8,14 @@
 #include <numeric>
 #include <unistd.h>
 
-/// Under AddressSanitizer freed memory stays in its quarantine, which always grows.
+/// False under AddressSanitizer: it keeps freed memory in a quarantine, which always grows.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool memoryIsMeasurable = false;
 #else
 constexpr bool memoryIsMeasurable = true;
 #endif
 
-/// The resident memory of this process.
+/// The resident set size of this process.
 inline qint64 residentBytes()
 {
     QFile file(QStringLiteral("/proc/self/statm"));
@@ -24,12 +24,12 @@ inline qint64 residentBytes()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Samples of the memory in use, and whether it grows with the number of actions.
+/// Takes samples of the memory in use and determines whether it grows with the number of actions.
 class MemoryTrend
 {
 public:
-    /// Takes a sample after @p actions, for a moment in which the tool has just ended. Free memory
-    /// is returned to the system first.
+    /// Takes a sample after @p actions actions; to be called when the tool has just been deleted.
+    /// Returns free memory to the system first.
     void sample(int actions)
     {
         malloc_trim(0);
@@ -38,28 +38,29 @@ public:
         m_heap.append(static_cast<double>(mallinfo2().uordblks));
     }
 
-    /// Prints the trend. False when the resident set or the heap grows by 20 bytes an action or
-    /// more.
+    /// Prints the trend; false if the resident set or the heap grows by 20 bytes or more per
+    /// action.
     bool isFlat() const
     {
-        constexpr int fewestSamples = 30;
-        constexpr double mostBytesAnAction = 20;
-        if (m_actions.size() < fewestSamples) {
-            std::printf("memory: too few samples to judge\n");
+        constexpr int minimumSamples = 30;
+        constexpr double maximumBytesPerAction = 20;
+        if (m_actions.size() < minimumSamples) {
+            std::printf("memory: too few samples for a trend\n");
             return true;
         }
-        const double resident = growth(m_resident);
-        const double heap = growth(m_heap);
-        std::printf("memory in %d samples: resident %.0f bytes at the end, %+.1f an action; heap "
-                    "%.0f, %+.1f\n",
+        const double resident = bytesPerAction(m_resident);
+        const double heap = bytesPerAction(m_heap);
+        std::printf("memory in %d samples: resident %.0f bytes at the end, %+.1f per action; heap "
+                    "%.0f bytes, %+.1f\n",
                     m_actions.size(), m_resident.last(), resident, m_heap.last(), heap);
-        return !memoryIsMeasurable || (resident < mostBytesAnAction && heap < mostBytesAnAction);
+        return !memoryIsMeasurable
+            || (resident < maximumBytesPerAction && heap < maximumBytesPerAction);
     }
 
 private:
-    /// Bytes an action, from the second third of the samples to the last one. The first third fills
-    /// Qt's caches of glyphs, icons, styles and signal types.
-    double growth(const QVector<double> &bytes) const
+    /// The growth from the second third of the samples to the last one. The first third fills Qt's
+    /// caches of glyphs, icons, styles and signal types.
+    double bytesPerAction(const QVector<double> &bytes) const
     {
         const int third = bytes.size() / 3;
         const auto mean = [=](const QVector<double> &values, int from) {

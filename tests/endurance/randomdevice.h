@@ -4,17 +4,17 @@
 #include "tests/endurance/inputsimulator.h"
 #include "tests/kit/simulatorprocess.h"
 
-/// The simulated transmitter with random faults, which are removed after a while. Its port keeps
-/// one path, as that of a device that is unplugged and plugged in again.
+/// The simulated transmitter with random faults, which are removed after a while. The path of its
+/// port stays the same, like that of a device that is unplugged and plugged in again.
 class RandomDevice : public SimulatorProcess
 {
 public:
-    /// @p link is the path of the port, a symbolic link.
+    /// @p link is the path of the port; a symbolic link is created there.
     explicit RandomDevice(const QString &link)
         : m_link(link)
     { }
 
-    /// Starts another device; false when the simulator didn't start.
+    /// Starts a device with random options; false if the simulator didn't start.
     bool start()
     {
         m_state = Healthy;
@@ -33,33 +33,34 @@ public:
     bool isHealthy() const { return m_state == Healthy; }
     bool isHungUp() const { return m_state == HungUp || m_state == Killed; }
 
-    /// False when the simulator's process ended by itself.
+    /// False if the simulator's process has exited by itself.
     bool isAlive() const { return m_state == Killed || isRunning(); }
 
-    /// Removes all faults if there are any, otherwise changes a state or causes a fault.
-    void disturbOrRepair()
+    /// Removes all faults if there are any; otherwise causes a fault, replaces the device or
+    /// changes one of its states.
+    void injectOrClearFaults()
     {
-        const int way = Random::below(100);
+        const int choice = Random::below(100);
         if (!isHealthy()) {
-            ActionTrace::require(repair(), "the simulator can't be repaired");
-        } else if (way < 20) {
-            disturb(Healthy,
+            ActionTrace::require(clearFaults(), "the simulator's faults can't be removed");
+        } else if (choice < 20) {
+            execute(Healthy,
                     Random::pick("health 0%|health 100%|health|health 4711%|health x|meas-state 0|"
                                  "meas-state 1|meas-state 2|meas-state 3|meas-state 4|meas-state 9|"
                                  "meas-state 1|set altitude=1|set location=Yard|meas-state 1"));
-        } else if (way < 28) {
+        } else if (choice < 28) {
             ActionTrace::add("replace");
             ActionTrace::require(stop() && start(), "the simulator can't be replaced");
-        } else if (way < 38) {
-            disturb(Healthy, "restart");
-        } else if (way < 46) {
-            disturb(HungUp, "hangup");
-        } else if (way < 50) {
+        } else if (choice < 38) {
+            execute(Healthy, "restart");
+        } else if (choice < 46) {
+            execute(HungUp, "hangup");
+        } else if (choice < 50) {
             ActionTrace::add("kill");
             m_state = Killed;
             kill();
         } else {
-            disturb(Faulty, "fault " + randomFault());
+            execute(Faulty, "fault " + randomFault());
         }
     }
 
@@ -74,7 +75,7 @@ public:
 private:
     enum State { Healthy, Faulty, HungUp, Killed };
 
-    bool repair()
+    bool clearFaults()
     {
         if (m_state == Killed) {
             return start();
@@ -84,7 +85,7 @@ private:
         return succeeded() && (!state("port").isEmpty() || resume());
     }
 
-    void disturb(State state, const QByteArray &command)
+    void execute(State state, const QByteArray &command)
     {
         m_state = state;
         ActionTrace::add(command);
@@ -92,7 +93,8 @@ private:
         ActionTrace::require(succeeded(), "the simulator rejected the command");
     }
 
-    /// A fault without a place is permanent; "@next" affects one exchange, "+" all from there on.
+    /// A fault without a place is permanent; "@next" affects the next exchange, "@next+" all
+    /// further ones.
     QByteArray randomFault()
     {
         if (Random::percent(35)) {

@@ -8,7 +8,7 @@
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 
-/// The files to choose in file dialogs, and those that the tool should write.
+/// The files that are chosen in file dialogs, and those that the tool writes.
 class RandomFiles
 {
 public:
@@ -30,8 +30,8 @@ public:
         create(file("大気 %1 é.csv"), 10);
     }
 
-    /// Takes @p dialog back into the folder and removes a typed name outside of it, so that a run
-    /// can't rename or delete anything else.
+    /// Returns @p dialog to the folder and clears a typed name outside of it, so that no other
+    /// files can be renamed, deleted or overwritten.
     void confine(QFileDialog *dialog) const
     {
         dialog->setOption(QFileDialog::ReadOnly);
@@ -45,13 +45,14 @@ public:
         }
     }
 
-    /// A path that can be read or written, or a folder, a device, a missing, too long or empty one.
+    /// A path that can be read or written, or one of a folder, a device or a missing file, or a
+    /// path that is too long or empty.
     QString randomPath(const QFileDialog *dialog)
     {
         const bool isRead = dialog->acceptMode() == QFileDialog::AcceptOpen;
         if (Random::percent(25)) {
             const QString path = Random::pick(m_invalid);
-            // Reading it never ends.
+            // The tool would read it endlessly.
             return isRead && path == text("/dev/full") ? QString() : path;
         }
         if (isRead) {
@@ -62,8 +63,9 @@ public:
         return Random::percent(20) ? file("old.csv") : file("written: ") + dialog->windowTitle();
     }
 
-    /// Removes the files that have been written; their names, with the titles of the dialogs.
-    QStringList takeWritten() const
+    /// Removes the files that the tool has written; returns their names, which contain the titles
+    /// of the file dialogs.
+    QStringList takeWrittenFiles() const
     {
         QStringList names;
         for (const auto &info : QDir(m_folder).entryInfoList({text("written*")}, QDir::Files)) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Random input to the whole tool: its real window, a real port with the simulated transmitter, a
-// real store and real files. The same seed gives the same actions; their effect also depends on
-// time. Usage: kv_randominput [--actions N] [--seed S]
+// Random input to the whole tool: its real windows, a pseudo-terminal with the simulated
+// transmitter, a database file and real files. The same seed gives the same random numbers; what an
+// action does also depends on timing. Usage: kv_randominput [--actions N] [--seed S]
 #include "tests/endurance/inputsimulator.h"
 #include "tests/endurance/processmemory.h"
 #include "tests/endurance/randomdevice.h"
@@ -16,9 +16,10 @@
 #include <QtWidgets/QMessageBox>
 #include <unistd.h>
 
-/// Sends random input, mostly towards the tool's operations: connects when the tool is
-/// disconnected, starts every operation, lets most of them end and interrupts others. An action may
-/// find a modal dialog that an earlier one has opened and that still blocks it.
+/// Sends random input that mostly uses the tool's operations: connects when the tool is
+/// disconnected, starts every operation, lets most of them finish and interrupts the others. An
+/// action that opens a modal dialog doesn't return before the dialog is closed: further actions are
+/// nested in it and act on the dialog.
 class RandomInput : public ToolFixture, private InputSimulator
 {
 public:
@@ -26,19 +27,19 @@ public:
         : m_seed(seed)
         , m_actions(actions)
     {
-        m_next.setSingleShot(true);
-        m_next.setTimerType(Qt::PreciseTimer);
-        connect(&m_next, &QTimer::timeout, this, &RandomInput::step);
+        m_stepTimer.setSingleShot(true);
+        m_stepTimer.setTimerType(Qt::PreciseTimer);
+        connect(&m_stepTimer, &QTimer::timeout, this, &RandomInput::step);
     }
 
-    /// Runs the program as often as needed and prints the statistics. A failure ends the process at
-    /// once; false when memory grows or too few states were visited.
+    /// Runs the program as often as needed and prints the statistics. A failure ends the process
+    /// immediately; returns false if memory grows or states were visited too rarely.
     bool run()
     {
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         Random::begin(m_seed, 0);
         ActionTrace::require(m_transmitter.start(), "the simulator did not start");
-        for (; m_done < m_actions; ++m_runs) {
+        for (; m_actionsDone < m_actions; ++m_runs) {
             runOnce();
         }
         ::alarm(0);
@@ -46,12 +47,12 @@ public:
     }
 
 private:
-    static constexpr unsigned longestBlockSeconds = 20; ///< of the event loop, nested ones included
+    static constexpr unsigned maximumBlockedSeconds = 20; ///< for which no event loop runs
 
     struct Choice
     {
         double percent;
-        const char *kind; ///< null if the action records its own
+        const char *kind; ///< null if the action records its kind itself
         std::function<void()> action;
     };
 
@@ -62,8 +63,8 @@ private:
         constexpr int pollMs = 500; // instead of a minute
         prepareStore();
         prepareModels();
-        m_levels.clear();
-        m_next.start(0);
+        m_activeLoopLevels.clear();
+        m_stepTimer.start(0);
         m_tool = std::make_unique<Tool>();
         tool().controller.setMeasurementInterval(pollMs);
         tool().controller.setMeasurementAvailabilityInterval(pollMs);
@@ -71,43 +72,45 @@ private:
         choosePort(m_port);
         window().show();
         ActionTrace::require(QApplication::exec() == 0, "the program's exit code is not 0");
-        m_next.stop();
+        m_stepTimer.stop();
         endTool();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        ::alarm(longestBlockSeconds);
-        m_memory.sample(m_done);
+        ::alarm(maximumBlockedSeconds);
+        m_memory.sample(m_actionsDone);
         ActionTrace::require(sqlite(text("pragma integrity_check")) == texts("ok"),
                              "the store is damaged");
     }
 
-    /// Uses a new folder from time to time, so that the graph's memory stays that of a short
-    /// history.
+    /// Starts with an empty database from time to time, so that the memory of the graph doesn't
+    /// grow with the history.
     void prepareStore()
     {
-        constexpr int enoughReadings = 400;
-        if (!m_folder || storedReadings() >= enoughReadings) {
+        constexpr int maximumReadings = 400;
+        if (!m_folder || storedReadings() >= maximumReadings) {
             m_folder = std::make_unique<QTemporaryDir>();
             QSettings(text("Orvanta"), text("Kv tool"))
                 .setValue(text("local storage path"), folder());
         }
     }
 
-    /// After the first run, the description of the models is sometimes incomplete or missing.
+    /// Writes settings.xml, which is sometimes truncated or missing after the first run.
     void prepareModels()
     {
         const QByteArray models = contents(testpaths::sourceFile("settings.xml"));
         Random::begin(m_seed, -m_runs - 1);
-        const int way = m_runs == 0 ? 0 : Random::below(100);
+        const int choice = m_runs == 0 ? 0 : Random::below(100);
         QFile::remove(text("settings.xml"));
-        if (way < 97) {
-            write(text("settings.xml"), models.left(way < 94 ? -1 : Random::below(models.size())));
+        if (choice < 97) {
+            write(text("settings.xml"),
+                  models.left(choice < 94 ? -1 : Random::below(models.size())));
         }
     }
 
     bool report() const
     {
-        // Several times the average, so that a short run on a busy machine doesn't fail by chance.
-        static const QMap<QByteArray, int> actionsForOneVisit{
+        // Several times the average number of actions between two visits, so that a short run on a
+        // busy machine doesn't fail by chance.
+        static const QMap<QByteArray, int> actionsPerVisit{
             {"connected", 1000},
             {"connected to a hung-up line", 6000},
             {"queue stopped", 4000},
@@ -123,58 +126,58 @@ private:
             {"graph with lines", 4000},
             {"written: Select where to save log to", 12000},
             {"written: Select where to save measurements to", 4000}};
-        const int connectedPercent =
-            m_counts.value("actions while connected") * 100 / qMax(1, m_done);
-        std::printf("%d actions in %d runs of the program, %d %% of them connected; up to %d "
-                    "actions nested\n",
-                    m_done, m_runs, connectedPercent, m_deepest);
+        const int percentConnected =
+            m_counts.value("actions while connected") * 100 / qMax(1, m_actionsDone);
+        std::printf("%d actions in %d runs of the program, %d %% of them while connected; up "
+                    "to %d nested actions\n",
+                    m_actionsDone, m_runs, percentConnected, m_deepestNesting);
         m_latency.print("event loop:");
         for (auto count = m_counts.begin(); count != m_counts.end(); ++count) {
             std::printf("  %7d %s\n", count.value(), count.key().constData());
         }
-        bool isPassed = true;
+        bool passed = true;
         const auto expect = [&](bool condition, const QByteArray &failure) {
             if (!condition) {
                 std::printf("FAILED: %s\n", failure.constData());
-                isPassed = false;
+                passed = false;
             }
         };
         expect(m_memory.isFlat(), "memory grows");
-        expect(connectedPercent >= (m_actions < 10000 ? 20 : 40), "not connected enough");
-        for (auto row = actionsForOneVisit.begin(); row != actionsForOneVisit.end(); ++row) {
+        expect(percentConnected >= (m_actions < 10000 ? 20 : 40), "connected too rarely");
+        for (auto row = actionsPerVisit.begin(); row != actionsPerVisit.end(); ++row) {
             expect(m_counts.value(row.key()) >= m_actions / row.value(),
                    "too few visits of " + row.key());
         }
-        std::puts(isPassed ? "passed" : "FAILED");
-        return isPassed;
+        std::puts(passed ? "passed" : "FAILED");
+        return passed;
     }
 
     // One action.
 
     void step()
     {
-        ::alarm(longestBlockSeconds);
+        ::alarm(maximumBlockedSeconds);
         const int level = QThread::currentThread()->loopLevel();
-        if (!m_levels.isEmpty() && m_levels.last() == level) {
-            // An action of this event loop hasn't returned; it processes events itself.
-            m_next.start(1);
+        if (!m_activeLoopLevels.isEmpty() && m_activeLoopLevels.last() == level) {
+            // An action of this event loop hasn't returned: it is processing events itself.
+            m_stepTimer.start(1);
         } else if (m_dialog && !m_dialog->isVisible()) {
-            // A user can't act in the iteration of the event loop that closes a dialog.
+            // A user can't act in the same iteration of the event loop that closes a dialog.
             m_dialog = nullptr;
-            m_next.start(0);
-        } else if (m_done >= m_actions) {
+            m_stepTimer.start(0);
+        } else if (m_actionsDone >= m_actions) {
             window().close();
             QApplication::quit();
         } else {
-            ++m_done;
-            Random::begin(m_seed, m_done);
-            m_levels.append(level);
-            m_deepest = qMax(m_deepest, m_levels.size());
-            m_next.start(Random::percent(85) ? 0 : Random::below(12));
+            ++m_actionsDone;
+            Random::begin(m_seed, m_actionsDone);
+            m_activeLoopLevels.append(level);
+            m_deepestNesting = qMax(m_deepestNesting, m_activeLoopLevels.size());
+            m_stepTimer.start(Random::percent(85) ? 0 : Random::below(12));
             shortenTimeout();
             observe();
             act();
-            m_levels.removeLast();
+            m_activeLoopLevels.removeLast();
         }
     }
 
@@ -188,14 +191,14 @@ private:
 
     void observe()
     {
-        ActionTrace::require(m_transmitter.isAlive(), "the simulator ended by itself");
+        ActionTrace::require(m_transmitter.isAlive(), "the simulator exited by itself");
         const QSet<QByteArray> seen = states();
         for (const QByteArray &state : seen - m_states) {
             ++m_counts[state];
         }
         m_states = seen;
         m_counts["actions while connected"] += seen.contains("connected") ? 1 : 0;
-        for (const QString &name : m_files.takeWritten()) {
+        for (const QString &name : m_files.takeWrittenFiles()) {
             ++m_counts[name.toUtf8()];
         }
     }
@@ -225,7 +228,7 @@ private:
         return {found.begin(), found.end()};
     }
 
-    /// Whether a job has been sent five times without an answer.
+    /// Whether the queue has stopped because its job timed out too often.
     bool isStopped() { return queue().currentJob() && !queue().currentJob()->isRunning(); }
 
     static QWidget *graph() { return topLevel("MeasurementGraph"); }
@@ -233,16 +236,16 @@ private:
     void begin(const QByteArray &kind)
     {
         ++m_counts["action: " + kind];
-        ActionTrace::add(QByteArray::number(m_done) + ' ' + kind);
+        ActionTrace::add(QByteArray::number(m_actionsDone) + ' ' + kind);
     }
 
-    void wait(int atMostMs)
+    void wait(int maximumMs)
     {
         begin("wait");
-        m_next.start(Random::below(atMostMs) + 1);
+        m_stepTimer.start(Random::below(maximumMs) + 1);
     }
 
-    /// Chooses one of @p choices at random; their percentages have the sum 100.
+    /// Runs one of @p choices at random; the sum of their percentages is 100.
     void choose(const std::vector<Choice> &choices)
     {
         auto chosen = choices.begin();
@@ -257,20 +260,20 @@ private:
 
     void act()
     {
-        constexpr int deepestNesting = 6;
+        constexpr int maximumNesting = 6;
         QWidget *const popup = QApplication::activePopupWidget();
-        QWidget *const modal = QApplication::activeModalWidget();
-        checkDialogAge(modal);
+        QWidget *const dialog = QApplication::activeModalWidget();
+        checkDialogAge(dialog);
         if (Random::percent(m_transmitter.isHealthy() ? 1 : 3)) {
-            begin(m_transmitter.isHealthy() ? "disturb device" : "repair device");
-            m_transmitter.disturbOrRepair();
+            begin(m_transmitter.isHealthy() ? "inject fault" : "clear faults");
+            m_transmitter.injectOrClearFaults();
         } else if (popup) {
             choose({{50, "click in a popup", [=] { useMouse(randomPart(popup)); }},
                     {30, "press a key in a popup", [=] { pressRandomKey(popup); }},
                     {20, "escape a popup", [=] { pressKey(popup, Qt::Key_Escape); }}});
-        } else if (modal) {
-            actOnDialog(modal);
-        } else if (m_levels.size() > deepestNesting || Random::percent(7)) {
+        } else if (dialog) {
+            actOnDialog(dialog);
+        } else if (m_activeLoopLevels.size() > maximumNesting || Random::percent(7)) {
             wait(12);
         } else {
             actOnWindow();
@@ -306,7 +309,7 @@ private:
         const auto button = [this](double percent, const char *kind, const char *name) {
             return Choice{percent, kind, [=] { clickMain(name); }};
         };
-        const auto pressHidden = [this](const char *name) { child<QPushButton>(name)->click(); };
+        const auto clickHidden = [this](const char *name) { child<QPushButton>(name)->click(); };
         choose({button(5, "read log", "readLogButton"),
                 button(3.5, "clear log", "eraseLogButton"),
                 button(4, "write settings", "writeToEepromButton"),
@@ -316,12 +319,12 @@ private:
                 button(2.5, "open graph", "buttonShowGraph"),
                 button(5, "export", "exportLocalMeasurementsButton"),
                 button(3, "update firmware", "updateFirmwareButton"),
-                {0.5, "back up memory", [=] { pressHidden("backupEepromButton"); }},
-                {0.5, "restore memory", [=] { pressHidden("restoreEepromButton"); }},
+                {0.5, "back up memory", [=] { clickHidden("backupEepromButton"); }},
+                {0.5, "restore memory", [=] { clickHidden("restoreEepromButton"); }},
                 {3.5, "change unit", [this] { changeUnit(); }},
                 {10, "edit setting", [this] { editRandomCell(editor()); }},
                 {1.2, "close main window", [this] { window().windowHandle()->close(); }},
-                {0.3, "end the program", [this] { window().close(); }},
+                {0.3, "quit the program", [this] { window().close(); }},
                 {53, nullptr, [this] { useAnything(&window()); }}});
     }
 
@@ -366,7 +369,7 @@ private:
                 {33, nullptr, [=] { useAnything(graph); }}});
     }
 
-    /// Any input of mouse and keyboard that a window can get.
+    /// Sends any mouse or keyboard input to @p window.
     void useAnything(QWidget *window)
     {
         const char *const controls = "QAbstractButton|QComboBox|QHeaderView|QAbstractSpinBox|"
@@ -381,74 +384,75 @@ private:
 
     // Dialogs.
 
-    /// The wait dialog is the same for all operations, so its title distinguishes them.
-    void checkDialogAge(QWidget *modal)
+    /// Fails if a dialog stays open for too many actions. All operations use the same wait dialog,
+    /// so its title distinguishes them.
+    void checkDialogAge(QWidget *dialog)
     {
-        constexpr int tooOld = 2000;
-        const QString title = modal ? modal->windowTitle() : QString();
-        m_dialogAge = modal == m_dialog && title == m_dialogTitle ? m_dialogAge + 1 : 0;
-        m_dialog = modal;
+        constexpr int maximumAge = 2000;
+        const QString title = dialog ? dialog->windowTitle() : QString();
+        m_dialogAge = dialog == m_dialog && title == m_dialogTitle ? m_dialogAge + 1 : 0;
+        m_dialog = dialog;
         m_dialogTitle = title;
-        ActionTrace::require(!modal || m_dialogAge <= tooOld,
+        ActionTrace::require(!dialog || m_dialogAge <= maximumAge,
                              "a dialog that can't be closed: " + title.toUtf8());
     }
 
-    void actOnDialog(QWidget *modal)
+    void actOnDialog(QWidget *dialog)
     {
         constexpr int deepNesting = 4;
         constexpr int longestWait = 40; // in actions
-        const bool isWait = modal == waitDialog();
-        modal->activateWindow();
-        if (auto *const files = qobject_cast<QFileDialog *>(modal)) {
+        const bool isWait = dialog == waitDialog();
+        dialog->activateWindow();
+        if (auto *const files = qobject_cast<QFileDialog *>(dialog)) {
             m_files.confine(files);
         }
-        const double endPercent = m_levels.size() > deepNesting   ? 100
-            : isWait && !isStopped() && m_dialogAge < longestWait ? 0.8
-            : isWait                                              ? 15
-            : qobject_cast<QMessageBox *>(modal)                  ? 33
-                                                                  : 17;
+        const double endPercent = m_activeLoopLevels.size() > deepNesting ? 100
+            : isWait && !isStopped() && m_dialogAge < longestWait         ? 0.8
+            : isWait                                                      ? 15
+            : qobject_cast<QMessageBox *>(dialog)                         ? 33
+                                                                          : 17;
         if (!Random::percent(endPercent)) {
-            useDialog(modal);
+            useDialog(dialog);
         } else if (Random::percent(isWait ? 40 : 15)) {
-            choose({{60, "escape a dialog", [=] { pressKey(modal, Qt::Key_Escape); }},
-                    {40, "close a dialog", [=] { modal->windowHandle()->close(); }}});
+            choose({{60, "escape a dialog", [=] { pressKey(dialog, Qt::Key_Escape); }},
+                    {40, "close a dialog", [=] { dialog->windowHandle()->close(); }}});
         } else {
-            answer(modal);
+            answer(dialog);
         }
     }
 
-    void useDialog(QWidget *modal)
+    void useDialog(QWidget *dialog)
     {
-        if (modal == waitDialog()) {
+        if (dialog == waitDialog()) {
             choose({{75, nullptr, [this] { wait(40); }},
                     {5, "restart device during a wait",
                      [this] { m_transmitter.controlUnlessHungUp("restart"); }},
                     {6, "click a blocked window", [this] { clickMain("disconnectButton"); }},
                     {4, "close a blocked window", [this] { window().windowHandle()->close(); }},
                     {10, "press a key in a wait dialog",
-                     [=] { pressKey(modal, Random::percent(50) ? Qt::Key_A : Qt::Key_Down); }}});
-        } else if (qobject_cast<QMessageBox *>(modal) && Random::percent(60)) {
+                     [=] { pressKey(dialog, Random::percent(50) ? Qt::Key_A : Qt::Key_Down); }}});
+        } else if (qobject_cast<QMessageBox *>(dialog) && Random::percent(60)) {
             wait(10);
-        } else if (part<QWidget>(modal, "exportDateTimeFrom") && Random::percent(70)) {
+        } else if (part<QWidget>(dialog, "exportDateTimeFrom") && Random::percent(70)) {
             begin("change the export's period");
             Random::percent(80)
-                ? changeDate(part<QWidget>(modal, "exportDateTimeFrom"), Qt::Key_Down)
-                : changeDate(part<QWidget>(modal, "exportDateTimeTo"), Qt::Key_Up);
+                ? changeDate(part<QWidget>(dialog, "exportDateTimeFrom"), Qt::Key_Down)
+                : changeDate(part<QWidget>(dialog, "exportDateTimeTo"), Qt::Key_Up);
         } else {
-            useAnything(modal);
+            useAnything(dialog);
         }
     }
 
-    void answer(QWidget *modal)
+    void answer(QWidget *dialog)
     {
-        if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
+        if (auto *const box = qobject_cast<QMessageBox *>(dialog)) {
             begin("answer a box");
             QAbstractButton *const yes = box->button(QMessageBox::Yes);
             press(yes && Random::percent(75) ? yes : Random::pick(box->buttons()));
-        } else if (modal == waitDialog()) {
+        } else if (dialog == waitDialog()) {
             begin("cancel a wait");
             press(cancelButton());
-        } else if (auto *const files = qobject_cast<QFileDialog *>(modal)) {
+        } else if (auto *const files = qobject_cast<QFileDialog *>(dialog)) {
             begin("answer a file dialog");
             choosePath(files);
             press(files,
@@ -456,7 +460,7 @@ private:
                                                                  : QDialogButtonBox::Save);
         } else {
             begin("answer the export dialog");
-            press(qobject_cast<QDialog *>(modal),
+            press(qobject_cast<QDialog *>(dialog),
                   Random::percent(80) ? QDialogButtonBox::Ok : QDialogButtonBox::Cancel);
         }
     }
@@ -466,11 +470,11 @@ private:
         const QString path = m_files.randomPath(dialog);
         ActionTrace::add(path.toUtf8());
         if (dialog->acceptMode() == QFileDialog::AcceptOpen) {
-            // For a firmware update, the end of the image; with size 0 a pause ends it.
+            // How many bytes a firmware update has; with 0 it is complete after a pause.
             const qint64 size = Random::percent(60) ? QFileInfo(path).size() : 0;
             m_transmitter.controlUnlessHungUp("image-size " + QByteArray::number(size));
         }
-        // Not typed: the completer's list would take the next key.
+        // Not typed, because the completer's list would receive the next key.
         part<QLineEdit>(dialog, "fileNameEdit")->setText(path);
     }
 
@@ -482,11 +486,11 @@ private:
     RandomFiles m_files{m_home.filePath(text("files"))};
     MemoryTrend m_memory;
     EventLoopLatencyMonitor m_latency;
-    QTimer m_next;
-    int m_done = 0;
+    QTimer m_stepTimer;
+    int m_actionsDone = 0;
     int m_runs = 0;
-    int m_deepest = 0;
-    QVector<int> m_levels; ///< the loop levels of the actions that haven't returned
+    int m_deepestNesting = 0;
+    QVector<int> m_activeLoopLevels; ///< the loop levels of the actions that haven't returned
     QMap<QByteArray, int> m_counts; ///< of each kind of action, and of the visits of each state
     QSet<QByteArray> m_states;
     QPointer<QWidget> m_dialog;
@@ -497,7 +501,7 @@ private:
 int main(int argc, char *argv[])
 {
     TestHome home;
-    // Otherwise each label of the graph's axis reads the time zone file again.
+    // Without TZ, the file of the time zone is read for each label of the graph's axis.
     qputenv("TZ", "UTC");
     QApplication application(argc, argv);
     QCommandLineParser parser;

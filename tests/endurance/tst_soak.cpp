@@ -15,13 +15,13 @@ namespace {
 
 constexpr int daysPerMonth = 30;
 constexpr int warmUpDays = 3;
-constexpr int longestDayMs = 3600000;
-constexpr int exactDigits = 15; ///< of values that the device gives with fewer
-constexpr int valuesPerReading = 5; // and one that is never available
+constexpr int maximumDayMs = 3600000;
+constexpr int exactDigits = 15; ///< more than the device's values have
+constexpr int valuesPerReading = 5; // the sixth is never available
 
 constexpr qint64 allowedGrowthKiB = 4096;
 
-/// The highest resident memory of this process so far.
+/// The largest resident set size of this process so far.
 qint64 peakKiB()
 {
     rusage usage = {};
@@ -31,7 +31,8 @@ qint64 peakKiB()
 
 } // namespace
 
-/// A month of polling with the graph open on the current day, without the minute between readings.
+/// A month of readings, polled without the minute between them, with the graph of the current day
+/// open.
 class TestSoak : public ToolFixture
 {
     Q_OBJECT
@@ -42,7 +43,7 @@ private slots:
         qputenv("QT_LOGGING_RULES", "*.debug=false");
         QLoggingCategory::setFilterRules(text("*.debug=false"));
         prepareApplication();
-        // A reading takes six commits; on a disk a month of them would take an hour.
+        // Storing a reading takes six commits; on a disk, those of a month would take an hour.
         const QString memory = text("/dev/shm");
         if (QFileInfo(memory).isWritable()) {
             qputenv("TMPDIR", memory.toLocal8Bit());
@@ -66,35 +67,36 @@ private slots:
         pollContinuously(tool());
         tool().controller.setMeasurementInterval(0);
 
-        qint64 warmKiB = 0;
-        qint64 nowKiB = 0;
+        qint64 afterWarmUpKiB = 0;
+        qint64 currentKiB = 0;
         for (int day = 1; day <= daysPerMonth; ++day) {
             QElapsedTimer dayTime;
             dayTime.start();
-            QVERIFY(runUntil([=] { return m_ofDay.size() >= readingsPerDay * valuesPerReading; },
-                             longestDayMs));
-            const int readings = m_ofDay.size() / valuesPerReading;
-            // A reading is shown before it is stored, so that the graph draws it with the next one.
+            QVERIFY(runUntil(
+                [=] { return m_expectedOfDay.size() >= readingsPerDay * valuesPerReading; },
+                maximumDayMs));
+            const int readings = m_expectedOfDay.size() / valuesPerReading;
+            // The graph is updated before a reading is stored, so it lacks the last one.
             QCOMPARE(drawnPoints(), (readings - 1) * valuesPerReading);
-            QCOMPARE(storedSince(m_readings - readings + 1), m_ofDay);
-            nowKiB = residentBytes() / 1024;
-            warmKiB = day == warmUpDays ? nowKiB : warmKiB;
+            QCOMPARE(storedSince(m_readings - readings + 1), m_expectedOfDay);
+            currentKiB = residentBytes() / 1024;
+            afterWarmUpKiB = day == warmUpDays ? currentKiB : afterWarmUpKiB;
             qInfo("day %d: %d readings, %.1f ms each, %lld KiB", day, m_readings,
-                  static_cast<double>(dayTime.elapsed()) / readings, nowKiB);
+                  static_cast<double>(dayTime.elapsed()) / readings, currentKiB);
             beginDay();
         }
         QCOMPARE(storedReadings(), m_readings);
         QCOMPARE(commandCount("show meas$"), m_readings);
         QCOMPARE(sqlite(text("PRAGMA integrity_check")), texts("ok"));
-        const qint64 growthKiB = nowKiB - warmKiB;
+        const qint64 growthKiB = currentKiB - afterWarmUpKiB;
         qInfo("%d readings, all stored, in %lld s; %lld KiB after %d days, %+lld KiB at the end, "
               "peak %lld KiB",
-              m_readings, time.elapsed() / 1000, warmKiB, warmUpDays, growthKiB, peakKiB());
+              m_readings, time.elapsed() / 1000, afterWarmUpKiB, warmUpDays, growthKiB, peakKiB());
         QVERIFY(!memoryIsMeasurable || growthKiB <= allowedGrowthKiB);
     }
 
 private:
-    /// All lines ticked, the newest reading always shown.
+    /// Opens the graph with all measurements selected, up to the latest reading.
     void openGraph()
     {
         QSettings settings(text("Orvanta"), text("Kv tool"));
@@ -105,7 +107,8 @@ private:
         QCOMPARE(drawnPoints(), valuesPerReading);
     }
 
-    /// Adds the device's last reading in the form of storedSince().
+    /// Adds the values of the device's last reading to m_expectedOfDay, as storedSince() returns
+    /// them.
     void recordReading()
     {
         ++m_readings;
@@ -116,10 +119,10 @@ private:
         }
         values.remove("LUX");
         for (auto value = values.cbegin(); value != values.cend(); ++value) {
-            m_ofDay << text("%1|%2|%3")
-                           .arg(m_readings)
-                           .arg(text(value.key()),
-                                QString::number(value->toDouble(), 'g', exactDigits));
+            m_expectedOfDay << text("%1|%2|%3")
+                                   .arg(m_readings)
+                                   .arg(text(value.key()),
+                                        QString::number(value->toDouble(), 'g', exactDigits));
         }
     }
 
@@ -138,7 +141,7 @@ private:
     /// Sets the start of the graph's period to the new day, as a user does each morning.
     void beginDay()
     {
-        m_ofDay.clear();
+        m_expectedOfDay.clear();
         graph()
             ->findChild<QDateTimeEdit *>(text("fromDateTimeEdit"))
             ->setDateTime(QDateTime::currentDateTime());
@@ -156,8 +159,8 @@ private:
         return points;
     }
 
-    int m_readings = 0; ///< that the device has answered
-    QStringList m_ofDay; ///< the values of those of the current day
+    int m_readings = 0; ///< received from the device
+    QStringList m_expectedOfDay; ///< the values of the current day's readings, as "ID|NAME|VALUE"
 };
 
 KV_TEST_MAIN(TestSoak)

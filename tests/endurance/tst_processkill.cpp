@@ -20,10 +20,10 @@ namespace {
 
 constexpr int waitMs = 60000;
 constexpr int valuesPerReading = 6;
-constexpr int longestPollingUs = 200000; ///< from the first reading to the kill
-constexpr int longestCreationUs = 120000; ///< from the creation of the file to the kill
+constexpr int maximumPollingUs = 200000; ///< from the first reading to the kill
+constexpr int maximumCreationUs = 120000; ///< from the creation of the file to the kill
 
-/// A process of the tool, killed with this object and with the test.
+/// A process of the tool. It is killed when this object is deleted or the test program exits.
 class ToolProcess : public QProcess
 {
 public:
@@ -42,10 +42,10 @@ public:
         return canReadLine();
     }
 
-    /// The number of readings that it reported as stored, to be called after the kill.
+    /// How many readings the process has reported as stored; to be called after killNow().
     int reportedReadings() { return readAllStandardOutput().count("reading\n"); }
 
-    /// False when it had ended before.
+    /// Kills the process; false if it had already exited.
     bool killNow()
     {
         kill();
@@ -53,7 +53,7 @@ public:
         return exitStatus() == QProcess::CrashExit && exitCode() == SIGKILL;
     }
 
-    /// The warnings that it has logged, but for those that the offscreen platform logs.
+    /// The warnings that the process has logged, except those of the offscreen platform.
     QString warnings()
     {
         m_errors += readAllStandardError();
@@ -72,8 +72,8 @@ private:
 
 } // namespace
 
-/// The tool, killed at random moments, again and again on the same files.
-class TestKilled : public QObject
+/// Kills the tool at random moments, repeatedly with the same files.
+class TestProcessKill : public QObject
 {
     Q_OBJECT
 
@@ -101,14 +101,14 @@ private slots:
         m_folder.reset();
     }
 
-    /// One kill in five during start, connect and the first readings, the others while polling.
-    void storeIsIntactAfterKillsWhilePolling()
+    /// Every fifth kill is during start, connect or the first readings, the others while polling.
+    void databaseIsIntactAfterKillsWhilePolling()
     {
-        constexpr int connectingInterval = 5;
+        constexpr int connectKillInterval = 5;
         const int kills = TestParameters::number("KV_KILLS", 12);
-        m_partial.fill(0, valuesPerReading);
+        m_killsByPartialValues.fill(0, valuesPerReading);
         for (int kill = 0; kill < kills; ++kill) {
-            if (kill % connectingInterval == connectingInterval - 1) {
+            if (kill % connectKillInterval == connectKillInterval - 1) {
                 killWhileConnecting();
             } else {
                 killWhilePolling();
@@ -118,24 +118,25 @@ private slots:
             }
         }
         QCOMPARE(DatabaseInspector(storePath()).integrity(), text("ok"));
-        QStringList partial;
-        for (const int count : m_partial) {
-            partial += QString::number(count);
+        QStringList counts;
+        for (const int count : m_killsByPartialValues) {
+            counts += QString::number(count);
         }
         qInfo(
-            "%d kills, %d readings; the last had none, one, ... of its %d values after %s kills; a "
-            "commit was interrupted in %d; longest start to the first reading %d ms",
-            kills, m_readings.size(), valuesPerReading, qPrintable(partial.join(text(", "))),
+            "%d kills, %d readings; the last one had 0, 1, ... of its %d values after %s kills; %d "
+            "kills interrupted a commit; longest time from a start to its first reading %d ms",
+            kills, m_readings.size(), valuesPerReading, qPrintable(counts.join(text(", "))),
             m_interrupted, m_longestStartUs / 1000);
-        QVERIFY(std::accumulate(m_partial.cbegin(), m_partial.cend(), 0) > 0);
+        QVERIFY(std::accumulate(m_killsByPartialValues.cbegin(), m_killsByPartialValues.cend(), 0)
+                > 0);
     }
 
-    /// The built program, killed while it creates its tables.
-    void storeIsIntactAfterKillsDuringCreation()
+    /// Kills kvtool while it creates its tables.
+    void databaseIsIntactAfterKillsDuringCreation()
     {
         const QStringList tablesInOrder = {text("device"), text("measurement_type"),
                                            text("measurement_metadata"), text("measurement_value")};
-        QVector<int> seen(tablesInOrder.size() + 1, 0);
+        QVector<int> killsByTableCount(tablesInOrder.size() + 1, 0);
         const int kills = qMax(4, TestParameters::number("KV_KILLS", 12) / 4);
         for (int kill = 0; kill < kills; ++kill) {
             m_folder = std::make_unique<QTemporaryDir>();
@@ -152,14 +153,15 @@ private slots:
                 tables = inspector.tables();
             }
             QCOMPARE(tables, tablesInOrder.mid(0, tables.size()));
-            ++seen[tables.size()];
+            ++killsByTableCount[tables.size()];
             startOnIncompleteStore(tables);
             if (QTest::currentTestFailed()) {
                 return;
             }
         }
-        qInfo("%d kills during creation; none to all four tables left: %d %d %d %d %d", kills,
-              seen.at(0), seen.at(1), seen.at(2), seen.at(3), seen.at(4));
+        qInfo("%d kills during creation; kills that left 0 to 4 tables: %d %d %d %d %d", kills,
+              killsByTableCount.at(0), killsByTableCount.at(1), killsByTableCount.at(2),
+              killsByTableCount.at(3), killsByTableCount.at(4));
     }
 
 private:
@@ -182,7 +184,7 @@ private:
 
     bool startTool(ToolProcess &process)
     {
-        // On the port of the previous process.
+        // The new process uses the port of the previous one.
         return m_device->release()
             && process.startProgram(text("/tests/endurance/pollingtool"), {m_device->port()});
     }
@@ -191,7 +193,7 @@ private:
     {
         ToolProcess process;
         QVERIFY(startTool(process));
-        killAndCheckStore(process, m_startUs);
+        killAndCheckStore(process, m_firstStartUs);
     }
 
     void killWhilePolling()
@@ -200,24 +202,24 @@ private:
         QElapsedTimer time;
         time.start();
         QVERIFY(startTool(process));
-        // With the files as the last kill left them.
+        // The process starts with the files that the last kill left.
         QVERIFY2(process.waitForReading(), qPrintable(process.warnings()));
-        const int us = static_cast<int>(time.nsecsElapsed() / 1000);
-        m_startUs = m_startUs == 0 ? us : m_startUs;
-        m_longestStartUs = qMax(m_longestStartUs, us);
-        killAndCheckStore(process, longestPollingUs);
+        const int startUs = static_cast<int>(time.nsecsElapsed() / 1000);
+        m_firstStartUs = m_firstStartUs == 0 ? startUs : m_firstStartUs;
+        m_longestStartUs = qMax(m_longestStartUs, startUs);
+        killAndCheckStore(process, maximumPollingUs);
     }
 
-    /// Kills within @p longestUs.
-    void killAndCheckStore(ToolProcess &process, int longestUs)
+    /// Kills @p process after a random time of up to @p maximumUs, then checks the database.
+    void killAndCheckStore(ToolProcess &process, int maximumUs)
     {
-        sleepUpTo(longestUs);
+        sleepUpTo(maximumUs);
         QVERIFY2(process.killNow(), qPrintable(process.warnings()));
         QCOMPARE(process.warnings(), QString());
         checkStore(process.reportedReadings());
     }
 
-    void checkStore(int reported)
+    void checkStore(int reportedCount)
     {
         QTemporaryDir folder;
         m_interrupted += QFile::exists(storePath() + DatabaseInspector::journalSuffix()) ? 1 : 0;
@@ -232,20 +234,20 @@ private:
         const auto readings = inspector.readings();
         // Readings of earlier runs are unchanged, incomplete ones included.
         QCOMPARE(readings.mid(0, m_readings.size()), m_readings);
-        int whole = 0;
+        int complete = 0;
         for (int index = m_readings.size(); index < readings.size(); ++index) {
             const DatabaseInspector::Reading &reading = readings.at(index);
             QCOMPARE(reading.id, qint64(index) + 1);
             QCOMPARE(reading.types, reading.values);
             if (reading.values == valuesPerReading) {
-                ++whole;
+                ++complete;
             } else {
                 QVERIFY(index == readings.size() - 1 && reading.values < valuesPerReading);
-                ++m_partial[reading.values];
+                ++m_killsByPartialValues[reading.values];
             }
         }
         // One reading may have been stored and not yet reported.
-        QVERIFY(whole == reported || whole == reported + 1);
+        QVERIFY(complete == reportedCount || complete == reportedCount + 1);
         m_readings = readings;
         QCOMPARE(rememberedFolder(), m_folder->path());
     }
@@ -259,16 +261,17 @@ private:
         while (!QFile::exists(storePath()) && time.elapsed() < waitMs) {
             QThread::yieldCurrentThread();
         }
-        // Early moments more often: the time of the four commits depends on the disk.
-        sleepUpTo(m_random.bounded(1, longestCreationUs));
+        // Early moments are more frequent: the time of the four commits depends on the disk.
+        sleepUpTo(m_random.bounded(1, maximumCreationUs));
         QVERIFY2(program.killNow(), qPrintable(program.warnings()));
         QCOMPARE(program.warnings(), QString());
         QVERIFY(QFile::exists(storePath()));
     }
 
-    /// An existing file is used without a check, and opening reads the type table only. So a store
-    /// with all tables is continued, one without the type table is skipped for the next folder, and
-    /// the two cases between are used and every reading is logged as an error.
+    /// Starts the tool with the database that the kill left. An existing file isn't checked, and
+    /// opening it only reads the type table. So a database with all tables is used; without the
+    /// type table, the next folder is used instead; with two or three of the tables, the database
+    /// is used but a warning is logged for every reading.
     void startOnIncompleteStore(const QStringList &tables)
     {
         const bool skipped = tables.size() < 2;
@@ -287,7 +290,7 @@ private:
         QCOMPARE(inspector.integrity(), text("ok"));
         if (tables.size() == 2 || tables.size() == 3) {
             QCOMPARE(inspector.tables(), tables);
-            // Without the table, the text of the error instead of an id.
+            // If the table doesn't exist, the error message instead of an id.
             const QStringList ids = inspector.texts(text("select id from measurement_metadata"));
             QCOMPARE(ids.value(0).toInt(), tables.size() == 3 ? 1 : 0);
             return;
@@ -301,12 +304,12 @@ private:
     QRandomGenerator m_random;
     std::unique_ptr<SimulatorProcess> m_device;
     std::unique_ptr<QTemporaryDir> m_folder;
-    int m_startUs = 0; ///< from the first start to its first reading
+    int m_firstStartUs = 0; ///< from the first start to its first reading
     int m_longestStartUs = 0;
-    QVector<DatabaseInspector::Reading> m_readings; ///< in the store after the last kill
-    QVector<int> m_partial; ///< kills that left the last reading with so many values, but not all
+    QVector<DatabaseInspector::Reading> m_readings; ///< in the database after the last kill
+    QVector<int> m_killsByPartialValues; ///< by the number of values in an incomplete last reading
     int m_interrupted = 0; ///< kills that left a journal to roll back
 };
 
-KV_TEST_CORE_MAIN(TestKilled)
-#include "tst_killed.moc"
+KV_TEST_CORE_MAIN(TestProcessKill)
+#include "tst_processkill.moc"
