@@ -1,4 +1,4 @@
-"""Links, quoted texts, examples and queries of the manual and the reference.
+"""Checks links, quoted texts, examples and queries of the manual and the reference.
 Usage: test_manual.py KVTOOL-CHECK-SETTINGS"""
 
 import contextlib
@@ -53,25 +53,25 @@ class Manual(unittest.TestCase):
                               f"{page}: the tool doesn't show \"Error occurred with serial port "
                               'communication: Unable to close port!"'])
 
-    def test_every_page_is_linked_from_the_first(self):
-        seen, ahead = set(), [SOURCES / "docs/manual/index.md"]
-        while ahead:
-            page = ahead.pop()
+    def test_every_page_can_be_reached_from_the_index(self):
+        seen, pending = set(), [SOURCES / "docs/manual/index.md"]
+        while pending:
+            page = pending.pop()
             if page not in seen:
                 seen.add(page)
-                ahead += [(page.parent / target.partition("#")[0]).resolve() for target in
+                pending += [(page.parent / target.partition("#")[0]).resolve() for target in
                           re.findall(r"\]\(([^)#]+\.md[^)]*)\)", page.read_text())]
         self.assertEqual(seen & set(manual.pages()), set(manual.pages()))
 
-    def test_every_picture_is_taken_by_the_tour(self):
+    def test_tour_saves_every_screenshot(self):
         script = (SOURCES / "scripts/update-images").read_text()
         tour = "".join(file.read_text() for file in (SOURCES / "tests/e2e/tour").glob("*.cpp"))
-        taken = set(re.search(r"for name in (.*?); do", script, re.DOTALL)[1].replace("\\", " ").split())
-        self.assertEqual({file.stem for file in (SOURCES / "docs/images").glob("*.png")}, taken)
-        for name in taken:
+        copied = set(re.search(r"for name in (.*?); do", script, re.DOTALL)[1].replace("\\", " ").split())
+        self.assertEqual({file.stem for file in (SOURCES / "docs/images").glob("*.png")}, copied)
+        for name in copied:
             self.assertIn(f'text("{name}")', tour)
 
-    def test_the_example_of_a_model_file_is_valid(self):
+    def test_settings_file_example_is_valid(self):
         (example,) = blocks("settings-file.md", "xml")
         with tempfile.NamedTemporaryFile("w", suffix=".xml") as file:
             file.write(example)
@@ -83,20 +83,20 @@ class Manual(unittest.TestCase):
                                 input=example, capture_output=True, text=True)
         self.assertEqual(result.returncode, 0, result.stderr)
 
-    def test_the_schema_is_that_of_the_program(self):
+    def test_database_schema_matches_the_sources(self):
         statements, *_ = blocks("database.md", "sql")
         source = (SOURCES / "src/storage/localstoragesqlite.cpp").read_text()
         source = " ".join(re.sub(r'"\s*\n?\s*"', "", source).split())
         for statement in statements.strip().split(";\n"):
             self.assertIn(" ".join(statement.rstrip(";").split()), source)
 
-    def test_the_queries_return_what_their_headings_say(self):
+    def test_queries_return_what_their_headings_say(self):
         schema, *queries = blocks("database.md", "sql")
         store = sqlite3.connect(":memory:")
         store.executescript(schema)
         store.execute("insert into device values (1, 'KVT-100', 'K529636', '2.4.1', 'B')")
         store.executemany("insert into measurement_type values (?, ?)", [(1, "W0"), (2, "W1")])
-        # Three minutes of readings, the second without humidity, the third after a gap.
+        # Three readings, the second one without humidity, the third one after a gap.
         hour = 3600_000
         for reading, (time, values) in enumerate([(0, (20.0, 40.0)), (60_000, (21.0, None)),
                                                   (hour, (22.0, 44.0))], 1):
