@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The reply with a block of the device's memory. The first byte selects the check, the next two are
-// the block's number.
+// The reply with a block of the EEPROM. The first byte of the input selects the check, the next two
+// are the block's number.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/replysamples.h"
 
 namespace {
 
-const QByteArray before("before");
+const QByteArray earlierBytes("before");
 
-// Parses with and without bytes of earlier blocks, which must not matter.
+// Parses a reply with and without bytes of earlier blocks in the array: the result is the same.
 bool parse(const QString &reply, quint16 index, QByteArray &bytes)
 {
     bytes.clear();
-    QByteArray appended = before;
+    QByteArray appended = earlierBytes;
     const bool recognised = DataParser::parseEepromBlock(reply, index, bytes);
     FUZZ_ASSERT(DataParser::parseEepromBlock(reply, index, appended) == recognised);
-    FUZZ_ASSERT(recognised ? appended == before + bytes : bytes.isEmpty());
+    FUZZ_ASSERT(recognised ? appended == earlierBytes + bytes : bytes.isEmpty());
     return recognised;
 }
 
@@ -33,17 +33,17 @@ void checkBlock(const QByteArray &bytes, quint16 index)
     FUZZ_ASSERT(!parse(eepromReply(index, digits), static_cast<quint16>(index + 1), parsed));
 }
 
-// Each pair of characters between the command and "Done" is a byte.
-void checkDigits(const QString &digits, quint16 index)
+// Each pair of characters between the command and "Done" becomes a byte.
+void checkArbitraryDigits(const QString &digits, quint16 index)
 {
-    QByteArray data = before;
+    QByteArray data = earlierBytes;
     const bool recognised = DataParser::parseEepromBlock(eepromReply(index, digits), index, data);
-    FUZZ_ASSERT(recognised
-                    ? data.startsWith(before) && data.size() == before.size() + digits.size() / 2
-                    : data.isEmpty());
+    FUZZ_ASSERT(recognised ? data.startsWith(earlierBytes)
+                        && data.size() == earlierBytes.size() + digits.size() / 2
+                           : data.isEmpty());
 }
 
-void checkAnyText(const QString &text, quint16 index)
+void checkArbitraryReply(const QString &text, quint16 index)
 {
     QByteArray bytes;
     FUZZ_ASSERT(!parse(text, index, bytes)
@@ -65,10 +65,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         checkBlock(bytes, index);
         break;
     case 1:
-        checkDigits(text, index);
+        checkArbitraryDigits(text, index);
         break;
     default:
-        checkAnyText(text, index);
+        checkArbitraryReply(text, index);
     }
     return 0;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The two CSV files, with arbitrary names from a database and titles from a device. The expected
-// contents are computed independently.
+// The CSV files of an export, with arbitrary names of measurements in the database, and of a log,
+// with arbitrary titles from the device. The expected contents are computed independently.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/files.h"
 #include "tests/unit/control/controllerfixture.h"
@@ -14,13 +14,13 @@ constexpr int maxNames = 6;
 constexpr int maxRows = 4;
 constexpr size_t maxNameLength = 40;
 
-QString anyName(FuzzedDataProvider &input, const QStringList &names)
+QString consumeName(FuzzedDataProvider &input, const QStringList &names)
 {
     return names.at(input.ConsumeIntegralInRange<int>(0, names.size() - 1));
 }
 
-// Names in a store: those of the model and others.
-QStringList anyNames(FuzzedDataProvider &input)
+// Names of measurements in a database: those of the model and others.
+QStringList consumeNames(FuzzedDataProvider &input)
 {
     QStringList names{QStringLiteral("O3"), QStringLiteral("T"), QStringLiteral("Timestamp")};
     for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
@@ -29,12 +29,12 @@ QStringList anyNames(FuzzedDataProvider &input)
     return names;
 }
 
-QDateTime anyTime(FuzzedDataProvider &input)
+QDateTime consumeTime(FuzzedDataProvider &input)
 {
     return QDateTime::fromMSecsSinceEpoch(input.ConsumeIntegral<qint64>(), Qt::UTC);
 }
 
-double anyNumber(FuzzedDataProvider &input)
+double consumeNumber(FuzzedDataProvider &input)
 {
     double number = 0.0;
     const auto bytes = input.ConsumeIntegral<quint64>();
@@ -43,14 +43,14 @@ double anyNumber(FuzzedDataProvider &input)
     return number;
 }
 
-QVector<StoredMeasurement> anyMeasurements(FuzzedDataProvider &input, const QStringList &names)
+QVector<StoredMeasurement> consumeMeasurements(FuzzedDataProvider &input, const QStringList &names)
 {
     QVector<StoredMeasurement> result(input.ConsumeIntegralInRange(0, maxRows));
     for (StoredMeasurement &measurement : result) {
-        measurement.timestamp = anyTime(input);
+        measurement.timestamp = consumeTime(input);
         for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
             measurement.values.append(
-                {anyName(input, names), input.ConsumeBool(), anyNumber(input)});
+                {consumeName(input, names), input.ConsumeBool(), consumeNumber(input)});
         }
     }
     return result;
@@ -67,7 +67,7 @@ QString rowText(const QDateTime &time, const QVector<double> &numbers)
     return time.toLocalTime().toString(Qt::ISODate) + QLatin1Char(',') + line(cells);
 }
 
-// The model's ozone comes in ppb and its temperature in Celsius.
+// The device's values are in ppb for ozone and in degrees Celsius for the temperature.
 double displayValue(const MeasurementValue &value, bool celsius)
 {
     if (value.name == QLatin1String("O3")) {
@@ -115,7 +115,7 @@ struct Exporter
 
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("values.csv"));
-    ControllerFixture *fixture = nullptr; ///< constructed in the folder
+    ControllerFixture *fixture = nullptr; ///< constructed with folder as the working directory
 };
 
 void checkExport(FuzzedDataProvider &input, const Exporter &exporter)
@@ -124,37 +124,37 @@ void checkExport(FuzzedDataProvider &input, const Exporter &exporter)
     const bool celsius = input.ConsumeBool();
     emit fixture.window.temperatureUnitIndexChanged(celsius ? 0 : 1);
     emit fixture.window.pollutantUnitIndexChanged(input.ConsumeBool() ? 0 : 1);
-    const QStringList names = anyNames(input);
+    const QStringList names = consumeNames(input);
     QStringList chosen;
     fixture.window.exportSelection.measurementTypes.clear();
     for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
-        chosen << anyName(input, names);
+        chosen << consumeName(input, names);
         fixture.window.exportSelection.measurementTypes.insert(static_cast<unsigned>(i),
                                                                chosen.last());
     }
-    fixture.storage.measurementsResult = anyMeasurements(input, names);
+    fixture.storage.measurementsResult = consumeMeasurements(input, names);
     fixture.takeCalls();
 
     emit fixture.window.exportLocalMeasurementsToCsvClicked();
 
-    const bool nothing = chosen.isEmpty() || fixture.storage.measurementsResult.isEmpty();
+    const bool isEmpty = chosen.isEmpty() || fixture.storage.measurementsResult.isEmpty();
     FUZZ_ASSERT(fixture.calls.contains(
                     QStringLiteral("Information No measurements found from given time period"))
-                == nothing);
-    FUZZ_ASSERT(nothing
+                == isEmpty);
+    FUZZ_ASSERT(isEmpty
                 || files::contents(exporter.path)
                     == exportText(fixture.storage.measurementsResult, chosen, celsius).toUtf8());
 }
 
 void checkLog(FuzzedDataProvider &input, const Exporter &exporter)
 {
-    const QStringList titles = anyNames(input);
+    const QStringList titles = consumeNames(input);
     QVector<LogValue> rows(input.ConsumeIntegralInRange(1, maxRows));
     QString expected = line(titles);
     for (LogValue &row : rows) {
-        row.time = anyTime(input);
+        row.time = consumeTime(input);
         for (int i = input.ConsumeIntegralInRange(0, maxNames); i > 0; --i) {
-            row.values << anyNumber(input);
+            row.values << consumeNumber(input);
         }
         expected += rowText(row.time, row.values);
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Jobs and their queue with arbitrary bytes from the port. The first byte selects the dialogue, the
-// second how the following bytes are split into chunks, where time-outs occur and whether a queue
-// runs the job.
+// Jobs and their queue with arbitrary bytes from the port. The first byte of the input selects the
+// dialogue; the second one, how the following bytes are split into chunks, where time-outs occur
+// and whether a queue runs the job.
 #include "serial/serialportqueue.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/fakeserialport.h"
@@ -13,15 +13,15 @@
 
 namespace {
 
-constexpr int singleBytes = 12; // at the end of an input; more would only be slower
+constexpr int maxSingleBytes = 12; // at the end of an input; more would only be slow
 
-// How an input is split into chunks and where time-outs occur; it follows from one byte.
-class Plan
+// Determines from one byte how an input is split into chunks and where time-outs occur.
+class ChunkPlan
 {
 public:
-    explicit Plan(uint8_t byte)
+    explicit ChunkPlan(uint8_t byte)
         : m_state(byte * 2654435761U + 1U)
-        , m_kind(byte % 4)
+        , m_splitting(byte % 4)
         , m_withTimeouts((byte & 0x40U) != 0)
     { }
 
@@ -29,16 +29,17 @@ public:
 
     uint next() { return (m_state = m_state * 1664525U + 1013904223U) >> 16U; }
 
-    QByteArrayList cut(const QByteArray &bytes)
+    QByteArrayList split(const QByteArray &bytes)
     {
-        if (m_kind == 0) {
+        if (m_splitting == 0) {
             return {bytes};
         }
         QByteArrayList chunks;
-        int position = m_kind == 1 ? qMax(0, bytes.size() - singleBytes) : 0;
+        int position = m_splitting == 1 ? qMax(0, bytes.size() - maxSingleBytes) : 0;
         chunks << bytes.left(position);
         while (position < bytes.size()) {
-            const int size = m_kind == 1 ? 1 : static_cast<int>(next()) % (bytes.size() / 4 + 2);
+            const int size =
+                m_splitting == 1 ? 1 : static_cast<int>(next()) % (bytes.size() / 4 + 2);
             chunks << bytes.mid(position, size);
             position += size;
         }
@@ -47,7 +48,7 @@ public:
 
 private:
     uint m_state;
-    int m_kind;
+    int m_splitting;
     bool m_withTimeouts;
 };
 
@@ -62,16 +63,16 @@ void timeOutNow(SerialPortJobInterface *job)
     FUZZ_ASSERT(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));
 }
 
-int mostSends(const JobDialogue &dialogue)
+int maxSendCount(const JobDialogue &dialogue)
 {
     constexpr int attempts = 5;
     return attempts * dialogue.command.size() + dialogue.answer.size();
 }
 
-// A second job, which gets the whole text at once.
-struct WholeTextJob
+// A second job, which receives the whole text in one chunk.
+struct SingleChunkJob
 {
-    explicit WholeTextJob(const JobDialogue &dialogue)
+    explicit SingleChunkJob(const JobDialogue &dialogue)
         : job(dialogue.make(&port))
     {
         recorder.record(job.data());
@@ -92,16 +93,16 @@ struct WholeTextJob
 };
 
 // The result depends on the text received since the last stop, not on how it was split.
-void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
+void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, ChunkPlan plan)
 {
     FakeSerialPort port;
     SignalRecorder recorder;
     const JobPointer job = dialogue.make(&port);
     recorder.record(job.data());
     job->start();
-    WholeTextJob wholeTextJob(dialogue);
+    SingleChunkJob singleChunkJob(dialogue);
     QString received;
-    for (const QByteArray &chunk : plan.cut(bytes)) {
+    for (const QByteArray &chunk : plan.split(bytes)) {
         if (plan.timesOutHere()) {
             timeOutNow(job.data());
             FUZZ_ASSERT(recorder.log == QStringList(latin1("timedOut")));
@@ -114,14 +115,14 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, Plan plan)
         const QString text = Fuzzing::asReceived(chunk);
         received += text;
         port.receive(text);
-        FUZZ_ASSERT(recorder.log == wholeTextJob.signalsAfter(received));
+        FUZZ_ASSERT(recorder.log == singleChunkJob.signalsAfter(received));
         if (!recorder.log.isEmpty()) {
             FUZZ_ASSERT(job->isRunning() == !dialogue.stopsItself);
             break;
         }
         FUZZ_ASSERT(job->isRunning());
     }
-    FUZZ_ASSERT(port.sent.size() <= mostSends(dialogue));
+    FUZZ_ASSERT(port.sent.size() <= maxSendCount(dialogue));
     for (int i = 0; i < port.sent.size() - dialogue.answer.size(); ++i) {
         FUZZ_ASSERT(port.sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
     }
@@ -141,8 +142,9 @@ QStringList endedTypes(const QStringList &log)
     return types.replaceInStrings(QRegularExpression(latin1("^.* ")), QString());
 }
 
-// Jobs end in order of arrival, none is sent more often than allowed, and an idle queue is empty.
-void checkQueue(int first, const QByteArray &bytes, Plan plan)
+// Jobs end in the order in which they were added, no command is sent more often than allowed, and
+// an idle queue is empty.
+void checkQueue(int first, const QByteArray &bytes, ChunkPlan plan)
 {
     const auto port = QSharedPointer<FakeSerialPort>::create();
     SerialPortQueue queue(nullptr);
@@ -150,14 +152,14 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
     recorder.record(&queue);
     queue.setSerialPort(port);
     QStringList types;
-    int most = 0;
+    int maxSends = 0;
     for (int i = 0; i < 3; ++i) {
         const JobDialogue &dialogue = dialogues().at((first + i * 7) % dialogues().size());
         queue.addJob(dialogue.make(port.data()));
         types << enumeratorName(dialogue.type);
-        most += mostSends(dialogue);
+        maxSends += maxSendCount(dialogue);
     }
-    for (const QByteArray &chunk : plan.cut(bytes)) {
+    for (const QByteArray &chunk : plan.split(bytes)) {
         const auto current = queue.currentJob();
         if (current && current->isRunning() && plan.timesOutHere()) {
             timeOutNow(current.data());
@@ -167,7 +169,7 @@ void checkQueue(int first, const QByteArray &bytes, Plan plan)
         FUZZ_ASSERT(ends == types.mid(0, ends.size()));
         FUZZ_ASSERT(queue.currentJob() ? queue.jobs().size() + ends.size() + 1 == types.size()
                                        : queue.jobs().isEmpty() && ends == types);
-        FUZZ_ASSERT(port->sent.size() <= most);
+        FUZZ_ASSERT(port->sent.size() <= maxSends);
     }
 }
 
@@ -181,9 +183,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const int index = data[0] % dialogues().size();
     const QByteArray bytes = Fuzzing::bytesOf(data + 2, size - 2);
     if (data[1] < 0x80) {
-        checkJob(dialogues().at(index), bytes, Plan(data[1]));
+        checkJob(dialogues().at(index), bytes, ChunkPlan(data[1]));
     } else {
-        checkQueue(index, bytes, Plan(data[1]));
+        checkQueue(index, bytes, ChunkPlan(data[1]));
     }
     return 0;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The description of the models: the input is the file settings.xml.
+// The loader of settings.xml: the input is the contents of the file.
 #include "common/measurementtypeutils.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/files.h"
@@ -38,7 +38,7 @@ void checkMeasurement(const MeasurementItem &item, const QVector<MeasurementItem
     FUZZ_ASSERT(MeasurementTypeUtils::displayName(item.name, items) == found.displayName);
 }
 
-QStringList described(const Devices &devices)
+QStringList toStringList(const Devices &devices)
 {
     QStringList result;
     for (auto it = devices.cbegin(); it != devices.cend(); ++it) {
@@ -89,6 +89,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!devices.contains(otherName)) {
         FUZZ_ASSERT(filled.remove(otherName) == 1);
     }
-    FUZZ_ASSERT(described(filled) == described(devices));
+    FUZZ_ASSERT(toStringList(filled) == toStringList(devices));
     return 0;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The rows of the device's log and their checksum. The first byte selects the check, the second is
-// the row's number.
+// The rows of the device's log and their checksum. The first byte of the input selects the check,
+// the second is the row's number.
 #include "common/utils.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/replysamples.h"
@@ -18,27 +18,27 @@ bool isRecord(const QString &record)
     });
 }
 
-// The reply with one of the eight bits of its checksum wrong.
-QString damaged(const QString &reply, int bit)
+// The reply with one of the eight bits of its checksum inverted.
+QString withDamagedChecksum(const QString &reply, int bit)
 {
     const uint wrong = reply.right(2).toUInt(nullptr, 16) ^ (1U << (bit % 8));
     return reply.chopped(2) + QStringLiteral("%1").arg(wrong, 2, 16, QLatin1Char('0'));
 }
 
-void checkAnyTitles(const QString &text)
+void checkArbitraryTitlesReply(const QString &text)
 {
     QStringList titles;
-    QStringList again{latin1("left over")};
+    QStringList titlesAgain{latin1("left over")};
     const DataParserResult result = DataParser::parseLogTitles(text, titles);
-    FUZZ_ASSERT(DataParser::parseLogTitles(text, again) == result);
+    FUZZ_ASSERT(DataParser::parseLogTitles(text, titlesAgain) == result);
     if (result == DataParserResult::Matched) {
         const QString record = titles.join(QLatin1Char(','));
-        FUZZ_ASSERT(titles == again);
+        FUZZ_ASSERT(titles == titlesAgain);
         FUZZ_ASSERT(text.contains(logLine(latin1("00000"), record), Qt::CaseInsensitive));
     }
 }
 
-void checkAnyValues(const QString &text, int index)
+void checkArbitraryRowReply(const QString &text, int index)
 {
     QDateTime time;
     QVector<double> values;
@@ -55,32 +55,33 @@ void checkAnyValues(const QString &text, int index)
     }
 }
 
-void checkTitlesOfRecord(const QString &record, int bit)
+void checkTitles(const QString &record, int bit)
 {
     QStringList titles;
-    const DataParserResult sound = DataParser::parseLogTitles(titlesReply(record), titles);
-    FUZZ_ASSERT(sound == DataParserResult::Matched);
+    const DataParserResult undamagedResult =
+        DataParser::parseLogTitles(titlesReply(record), titles);
+    FUZZ_ASSERT(undamagedResult == DataParserResult::Matched);
     FUZZ_ASSERT(titles == record.split(QLatin1Char(',')));
-    FUZZ_ASSERT(DataParser::parseLogTitles(damaged(titlesReply(record), bit), titles)
+    FUZZ_ASSERT(DataParser::parseLogTitles(withDamagedChecksum(titlesReply(record), bit), titles)
                 == DataParserResult::ChecksumMismatch);
 }
 
-void checkValuesOfRecord(const QString &record, int index)
+void checkRow(const QString &record, int index)
 {
     QDateTime time;
     QVector<double> values;
     const QString number = QStringLiteral("%1").arg(index, 5, 10, QLatin1Char('0'));
     const QString reply = rowReply(index, number, record);
-    const DataParserResult sound = DataParser::parseLogValue(reply, index, time, values);
+    const DataParserResult undamagedResult = DataParser::parseLogValue(reply, index, time, values);
     if (!isRecord(record)) {
-        FUZZ_ASSERT(sound == DataParserResult::NoMatch);
+        FUZZ_ASSERT(undamagedResult == DataParserResult::NoMatch);
         FUZZ_ASSERT(values.isEmpty());
         return;
     }
     FUZZ_ASSERT(values.size() == record.count(QLatin1Char(',')));
     FUZZ_ASSERT(time.timeSpec() == Qt::UTC);
-    FUZZ_ASSERT(sound == DataParserResult::Matched);
-    FUZZ_ASSERT(DataParser::parseLogValue(damaged(reply, index), index, time, values)
+    FUZZ_ASSERT(undamagedResult == DataParserResult::Matched);
+    FUZZ_ASSERT(DataParser::parseLogValue(withDamagedChecksum(reply, index), index, time, values)
                 == DataParserResult::ChecksumMismatch);
     // A record may contain another reply.
     FUZZ_ASSERT(record.contains(latin1("log"), Qt::CaseInsensitive)
@@ -114,16 +115,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString text = Fuzzing::asReceived(bytes);
     switch (data[0] % 5) {
     case 0:
-        checkAnyTitles(text);
+        checkArbitraryTitlesReply(text);
         break;
     case 1:
-        checkAnyValues(text, number);
+        checkArbitraryRowReply(text, number);
         break;
     case 2:
-        checkTitlesOfRecord(text, number);
+        checkTitles(text, number);
         break;
     case 3:
-        checkValuesOfRecord(text, number);
+        checkRow(text, number);
         break;
     default:
         checkChecksum(bytes);

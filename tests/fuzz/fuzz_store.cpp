@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The measurement store on an arbitrary database file.
+// The measurement store with an arbitrary database file: the input is the contents of the file.
 #include "storage/localstoragehandler.h"
 #include "storage/localstoragesqlite.h"
 #include "tests/fuzz/fuzzing.h"
@@ -13,7 +13,7 @@ namespace {
 
 constexpr unsigned noDevice = std::numeric_limits<unsigned>::max();
 
-// Larger ids don't fit the interface; the tool never reaches them.
+// Larger ids don't fit into the interface's type; the tool never reaches them.
 constexpr unsigned highestId = 0x7fffffff;
 
 const QDateTime now = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59, 999), Qt::UTC);
@@ -33,8 +33,8 @@ QVector<MeasurementValue> values()
             {QStringLiteral("new"), true, -1.25}};
 }
 
-// Whether the file is intact and contains the store's tables and nothing else.
-bool isSoundStore(const QString &path)
+// Whether the file is intact and contains only the tables that the tool creates.
+bool isIntactDatabase(const QString &path)
 {
     static const QStringList tables{
         QStringLiteral("CREATE TABLE device(id integer primary key autoincrement, model text, "
@@ -51,13 +51,14 @@ bool isSoundStore(const QString &path)
         && inspector.integrity() == QLatin1String("ok");
 }
 
-// The range applies in an intact store only: times that are texts compare as texts.
+// The limits of the period apply only if the database is intact: SQLite compares times that are
+// stored as text as text.
 void checkMeasurements(LocalStorageSqlite &store, const QDateTime &from, const QDateTime &to,
-                       unsigned deviceId, bool sound)
+                       unsigned deviceId, bool intact)
 {
     const QVector<StoredMeasurement> measurements = store.measurements(from, to, deviceId);
     for (const StoredMeasurement &measurement : measurements) {
-        FUZZ_ASSERT(!sound || (measurement.timestamp >= from && measurement.timestamp <= to));
+        FUZZ_ASSERT(!intact || (measurement.timestamp >= from && measurement.timestamp <= to));
         FUZZ_ASSERT(measurement.timestamp.timeSpec() != Qt::LocalTime);
         FUZZ_ASSERT(measurement.state <= MeasurementState::HardwareError);
         for (const MeasurementValue &value : measurement.values) {
@@ -66,7 +67,7 @@ void checkMeasurements(LocalStorageSqlite &store, const QDateTime &from, const Q
     }
 }
 
-void readAll(LocalStorageSqlite &store, bool sound)
+void readDatabase(LocalStorageSqlite &store, bool intact)
 {
     QDateTime newest;
     QVector<StoredDevice> devices = store.devices();
@@ -74,29 +75,29 @@ void readAll(LocalStorageSqlite &store, bool sound)
         FUZZ_ASSERT(device.firstMeasurement.isValid() == device.lastMeasurement.isValid());
         FUZZ_ASSERT(newest.isNull() || !(newest < device.lastMeasurement));
         newest = device.lastMeasurement;
-        // The queries of the dialogs; the first few devices are enough.
+        // The queries that the dialogs use; two devices are enough.
         if (&device - devices.constData() < 2) {
             store.measurementMetadata(device.id);
             store.measurementTypes(device.id);
             checkMeasurements(store, device.firstMeasurement, device.lastMeasurement, device.id,
-                              sound);
+                              intact);
         }
     }
-    checkMeasurements(store, QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), now, 1, sound);
+    checkMeasurements(store, QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), now, 1, intact);
 }
 
-// Stores a measurement as a poll does.
-void storeOne(LocalStorageSqlite &store, bool sound)
+// Stores a reading as the controller does.
+void storeReading(LocalStorageSqlite &store, bool intact)
 {
     LocalStorageHandler handler(&store);
     handler.setDevice(details());
     handler.addMeasurements({MeasurementState::Ready, now}, values());
     unsigned deviceId = noDevice;
     const bool known = store.addDevice(details(), deviceId);
-    FUZZ_ASSERT(!handler.hasDevice() || !sound || known);
+    FUZZ_ASSERT(!handler.hasDevice() || !intact || known);
     unsigned id = 0;
     const bool added = known && store.addMeasurement(deviceId, {MeasurementState::Ready, now}, id);
-    if (!added || !sound || deviceId > highestId || id > highestId) {
+    if (!added || !intact || deviceId > highestId || id > highestId) {
         return;
     }
     store.addMeasurementValues(id, values());
@@ -117,12 +118,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     {
         LocalStorageSqlite store;
         const bool opened = store.open(path);
-        const bool sound = opened && isSoundStore(path);
-        readAll(store, sound);
-        storeOne(store, sound);
+        const bool intact = opened && isIntactDatabase(path);
+        readDatabase(store, intact);
+        storeReading(store, intact);
         store.close();
-        FUZZ_ASSERT(store.open(path) || !sound);
-        readAll(store, sound);
+        FUZZ_ASSERT(store.open(path) || !intact);
+        readDatabase(store, intact);
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     for (const char *suffix : {"-journal", "-wal", "-shm"}) {

@@ -11,13 +11,13 @@ static void onMessage(QtMsgType type, const QMessageLogContext &, const QString 
     }
 }
 
-/// Called by libFuzzer before the first input. Turns off log lines, which would take most of the
-/// time, and constructs the application.
+/// Called by libFuzzer before the first input. Turns off log messages, which would take most of the
+/// time, and constructs the application object.
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     qInstallMessageHandler(onMessage);
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Never deleted: Qt's own static objects are destroyed before it otherwise.
+    // Never deleted: otherwise Qt's static objects would be destroyed before it.
     static auto *const application = new QApplication(*argc, *argv);
     application->setQuitOnLastWindowClosed(false);
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));

@@ -25,8 +25,8 @@ inline QByteArray bytesOf(const uint8_t *data, size_t size)
     return QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size));
 }
 
-/// A chunk of bytes as the transport passes it on: up to the first NUL, decoded as UTF-8 with the
-/// device's six letters.
+/// A chunk of bytes as the transport emits it: up to the first NUL, decoded as UTF-8 and then with
+/// DataParser::fromDeviceText().
 inline QString asReceived(const QByteArray &chunk)
 {
     const auto length = qstrnlen(chunk.constData(), static_cast<uint>(chunk.size()));

@@ -8,74 +8,79 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-/// The result of one function of the grammar.
-struct Verdict
+/// The outcome of one parser function.
+struct ParseOutcome
 {
     bool recognised = false;
     QString result;
     bool plausible = true;
 };
 
-/// One function of the grammar: how to call it, and its properties.
+/// One parser function: how to call it, and the replies that it recognises.
 struct ReplyRow
 {
     enum Rule {
-        Found, ///< every text of the form is recognised, also with more text before and after it
-        Whole, ///< every text of the form is recognised
-        Restricted ///< not every text of the form is recognised
+        Anywhere, ///< every text of the format is recognised, also with more text before and after
+                  ///< it
+        WholeText, ///< every text of the format is recognised
+        Restricted ///< not every text of the format is recognised
     };
 
     const char *name;
-    const char *form; ///< see ReplyForm
-    Verdict (*read)(const QString &text, bool dirty); ///< dirty: with values in out-parameters
-    Rule rule = Found;
+    const char *format; ///< see ReplyFormat
+    /// With @p withOldValues, the out-parameters have values before the call.
+    ParseOutcome (*read)(const QString &text, bool withOldValues);
+    Rule rule = Anywhere;
     const char *opening = nullptr; ///< the literals before the captured text, separated by "|"
     const char *closing = ""; ///< the literal after it
 };
 
 namespace ReplyTable {
 
-inline QString dirtyText(bool dirty) { return dirty ? latin1("left over") : QString(); }
+inline QString oldText(bool withOldValues)
+{
+    return withOldValues ? latin1("left over") : QString();
+}
 
 template <bool (*Function)(const QString &)>
-Verdict recogniser(const QString &text, bool)
+ParseOutcome recogniser(const QString &text, bool)
 {
     return {Function(text), {}};
 }
 
 template <bool (*Function)(const QString &, QString &)>
-Verdict textReader(const QString &text, bool dirty)
+ParseOutcome textReader(const QString &text, bool withOldValues)
 {
-    QString value = dirtyText(dirty);
+    QString value = oldText(withOldValues);
     const bool recognised = Function(text, value);
     return {recognised, value};
 }
 
-inline Verdict readValue(const QString &name, const QString &text, bool dirty)
+inline ParseOutcome readValue(const QString &name, const QString &text, bool withOldValues)
 {
-    QString value = dirtyText(dirty);
+    QString value = oldText(withOldValues);
     const bool recognised = DataParser::parseValue(name, text, value);
     return {recognised, value, text.contains(value)};
 }
 
-inline Verdict readValueOfP(const QString &text, bool dirty)
+inline ParseOutcome readValueOfP(const QString &text, bool withOldValues)
 {
-    return readValue(latin1("p"), text, dirty);
+    return readValue(latin1("p"), text, withOldValues);
 }
 
-// The name is the first line. It becomes part of the pattern unescaped, so that the match can't be
-// predicted. Without braces, as a repetition could be arbitrarily long.
-inline Verdict readValueOfAnyName(const QString &text, bool dirty)
+// The name is the first line. It becomes part of the pattern without escaping, so the match can't
+// be predicted. Braces are removed, because a quantifier could repeat very often.
+inline ParseOutcome readValueOfAnyName(const QString &text, bool withOldValues)
 {
     const int end = text.indexOf(QLatin1Char('\n'));
     const QString name = text.left(qMin(end, 24)).remove(QLatin1Char('{'));
-    return readValue(name, text.mid(end + 1), dirty);
+    return readValue(name, text.mid(end + 1), withOldValues);
 }
 
-inline Verdict readMeasurements(const QString &text, bool dirty)
+inline ParseOutcome readMeasurements(const QString &text, bool withOldValues)
 {
     QMap<QString, QString> values;
-    if (dirty) {
+    if (withOldValues) {
         values.insert(latin1("left"), latin1("over"));
     }
     const bool recognised = DataParser::parseMeasurements(text, values);
@@ -89,10 +94,10 @@ inline Verdict readMeasurements(const QString &text, bool dirty)
 }
 
 template <bool (*Function)(const QString &, QDateTime &)>
-Verdict dateReader(const QString &text, bool dirty)
+ParseOutcome dateReader(const QString &text, bool withOldValues)
 {
     QDateTime time;
-    if (dirty) {
+    if (withOldValues) {
         time = QDateTime(QDate(1999, 12, 31), QTime(23, 59, 58, 999), Qt::LocalTime);
     }
     const bool recognised = Function(text, time);
@@ -104,36 +109,36 @@ Verdict dateReader(const QString &text, bool dirty)
     return {recognised, time.toString(Qt::ISODateWithMs), plausible};
 }
 
-inline Verdict readLogCount(const QString &text, bool dirty)
+inline ParseOutcome readLogCount(const QString &text, bool withOldValues)
 {
-    int count = dirty ? -7 : 0;
+    int count = withOldValues ? -7 : 0;
     const bool recognised = DataParser::parseLogCount(text, count);
     return {recognised, QString::number(count), count >= 0};
 }
 
 template <bool (*Function)(const QString &, ListItem &)>
-Verdict listReader(const QString &text, bool dirty)
+ParseOutcome listReader(const QString &text, bool withOldValues)
 {
     ListItem item;
-    item.value = dirtyText(dirty);
-    item.index = dirty ? -7 : 0;
+    item.value = oldText(withOldValues);
+    item.index = withOldValues ? -7 : 0;
     const bool recognised = Function(text, item);
     return {recognised, QStringLiteral("%1:%2").arg(item.index).arg(item.value),
             item.index >= 0 && text.contains(item.value)};
 }
 
-/// The replies except log records and memory blocks, which have targets of their own.
+/// The parser functions, except those for log rows and EEPROM blocks, which have their own targets.
 inline const QVector<ReplyRow> &rows()
 {
     using P = DataParser;
     using Row = ReplyRow;
     static const QVector<ReplyRow> table = {
-        {"parseModel", "*Model: *\r\nSerial:*", textReader<P::parseModel>, Row::Found,
+        {"parseModel", "*Model: *\r\nSerial:*", textReader<P::parseModel>, Row::Anywhere,
          "Model: ", "\r\nSerial:"},
-        {"parseValue", "*show:~p=*\r\n*$*", readValueOfP, Row::Found, "show:~p=", "\r\n"},
+        {"parseValue", "*show:~p=*\r\n*$*", readValueOfP, Row::Anywhere, "show:~p=", "\r\n"},
         {"parseValue, any name", "*", readValueOfAnyName, Row::Restricted},
         {"isUnknownParameter", "*show: Unknown parameter!*", recogniser<P::isUnknownParameter>},
-        {"parseSetValue", "*set:~*=*\r\n*$*", textReader<P::parseSetValue>, Row::Found,
+        {"parseSetValue", "*set:~*=*\r\n*$*", textReader<P::parseSetValue>, Row::Anywhere,
          "set:~|=", "\r\n"},
         {"parseMeasurements", "*show: meas=%\r\n*$*", readMeasurements, Row::Restricted},
         {"parseDate", "*+-+-+T+:+:+\r\n*$*", dateReader<P::parseDate>, Row::Restricted},
@@ -155,10 +160,10 @@ inline const QVector<ReplyRow> &rows()
          "*Performing selftest...*All tests passed.*Orvanta KVT*\r\nCompiled on *\r\nCopyright *",
          recogniser<P::isRebooted>},
         {"isResetting", "*Reseting device in 5 seconds*", recogniser<P::isResetting>},
-        {"isBootPrompt", "*BOOT", recogniser<P::isBootPrompt>, Row::Whole},
-        {"isFirmwareBlockAccepted", "\\*", recogniser<P::isFirmwareBlockAccepted>, Row::Whole},
-        {"isFirmwareBlockRejected", "!", recogniser<P::isFirmwareBlockRejected>, Row::Whole},
-        {"isFirmwareDone", "\\.*", recogniser<P::isFirmwareDone>, Row::Whole},
+        {"isBootPrompt", "*BOOT", recogniser<P::isBootPrompt>, Row::WholeText},
+        {"isFirmwareBlockAccepted", "\\*", recogniser<P::isFirmwareBlockAccepted>, Row::WholeText},
+        {"isFirmwareBlockRejected", "!", recogniser<P::isFirmwareBlockRejected>, Row::WholeText},
+        {"isFirmwareDone", "\\.*", recogniser<P::isFirmwareDone>, Row::WholeText},
         {"parseShowList", "*show:~list+=*\r\n*$*", listReader<P::parseShowList>, Row::Restricted},
         {"parseSetList", "*set:~list+=*\r\n*$*", listReader<P::parseSetList>, Row::Restricted},
     };

@@ -1,4 +1,4 @@
--- Another program's file: the tables' names with other columns, keys and constraints.
+-- Another program's database: the same table names, with other columns, keys and constraints.
 CREATE TABLE device(serial text primary key, id blob, model text, sw_version text, hw_version text) WITHOUT ROWID;
 CREATE TABLE measurement_type(name text unique not null, id integer default 7);
 CREATE TABLE measurement_metadata(id text, timestamp text, meas_state text, device_id text);

@@ -1,4 +1,4 @@
--- The store's tables with everything in the columns but what belongs there.
+-- The tool's tables, with values of unexpected types and ranges.
 CREATE TABLE device(id integer primary key autoincrement, model text, serial text, sw_version text, hw_version text);
 CREATE TABLE measurement_type(id integer primary key autoincrement, name text);
 CREATE TABLE measurement_metadata(id integer primary key autoincrement, timestamp integer, meas_state integer, device_id integer);

@@ -1,4 +1,4 @@
--- Views and triggers in the place of tables; text in UTF-16.
+-- Views and triggers instead of tables; text in UTF-16.
 PRAGMA encoding = 'UTF-16le';
 CREATE TABLE base(id integer primary key, name text);
 INSERT INTO base VALUES (1, 'T'), (2, 'O3');

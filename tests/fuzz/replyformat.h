@@ -8,21 +8,22 @@
 // Coverage of the matcher itself would distract the fuzzer from the code under test.
 #define KV_UNINSTRUMENTED __attribute__((no_sanitize("coverage", "address", "undefined")))
 
-/// The form of a reply, matched independently of the product: by the set of positions in the form
-/// that the text read so far can have reached.
+/// The format of a reply, matched independently of the product: keeps the set of positions in the
+/// format that the text read so far can have reached.
 ///
-/// * any text, + decimal digits, ~ a white space, . any character, % the text of a quoted list with
-/// or without its quotes; \\ makes the next character literal. Letters match in either case. The
-/// position reached also guides the fuzzer, which has no coverage of QRegExp.
-class ReplyForm
+/// In a format, * is any text, + decimal digits, ~ a whitespace character, . any character, % the
+/// text of a list with or without quotes around it; \\ makes the next character literal. Letters
+/// match in either case. The position reached also guides the fuzzer, which has no coverage of
+/// QRegExp.
+class ReplyFormat
 {
 public:
-    explicit ReplyForm(const QString &form)
+    explicit ReplyFormat(const QString &format)
     {
-        for (int i = 0; i < form.size(); ++i) {
-            const QChar character = form.at(i);
+        for (int i = 0; i < format.size(); ++i) {
+            const QChar character = format.at(i);
             if (character == QLatin1Char('\\')) {
-                m_elements.append({Literal, form.at(++i).toLower()});
+                m_elements.append({Literal, format.at(++i).toLower()});
             } else if (character == QLatin1Char('%')) {
                 const Element quote{Quote, QLatin1Char('"')};
                 m_elements << quote << Element{Unquoted, character} << quote;
@@ -34,27 +35,28 @@ public:
         }
     }
 
-    /// Whether the whole of @p text has the form. @p furthest: the furthest position reached.
+    /// Whether the whole of @p text has the format. Sets @p furthest to the furthest position
+    /// reached.
     KV_UNINSTRUMENTED bool matches(const QString &text, int *furthest = nullptr) const
     {
         Positions positions;
         reach(positions, 0);
-        Positions seen = positions;
+        Positions allReached = positions;
         for (const QChar character : text) {
             const QChar letter = character.toLower();
-            Positions next;
+            Positions nextPositions;
             for (size_t i = positions._Find_first(); i < end(); i = positions._Find_next(i)) {
                 const Element &element = m_elements[static_cast<int>(i)];
                 if (accepts(element, character, letter)) {
-                    next.set(i, next.test(i) || repeats(element.kind));
-                    reach(next, i + 1);
+                    nextPositions.set(i, nextPositions.test(i) || repeats(element.kind));
+                    reach(nextPositions, i + 1);
                 }
             }
-            positions = next;
-            seen |= next;
+            positions = nextPositions;
+            allReached |= nextPositions;
         }
         if (furthest != nullptr) {
-            for (*furthest = m_elements.size(); !seen.test(static_cast<size_t>(*furthest));) {
+            for (*furthest = m_elements.size(); !allReached.test(static_cast<size_t>(*furthest));) {
                 --*furthest;
             }
         }
@@ -66,7 +68,7 @@ public:
 private:
     enum Kind : ushort {
         Literal,
-        Quote, ///< or nothing
+        Quote, ///< optional
         Unquoted, ///< any text without quotes
         Any = '*',
         Digits = '+',

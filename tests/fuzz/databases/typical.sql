@@ -1,5 +1,5 @@
--- A store as the tool makes it: two devices, a type that is shared, a measurement without values;
--- and values that stand in another order than their measurements.
+-- A database as the tool creates it: two devices, a type that both use, a reading without values,
+-- and values in another order than their readings.
 CREATE TABLE device(id integer primary key autoincrement, model text, serial text, sw_version text, hw_version text);
 CREATE TABLE measurement_type(id integer primary key autoincrement, name text);
 CREATE TABLE measurement_metadata(id integer primary key autoincrement, timestamp integer, meas_state integer, device_id integer);

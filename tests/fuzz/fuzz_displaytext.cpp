@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Texts from a device, the store or settings.xml in the window: a message box, the device's fields,
-// the graph's device, list and legend. They have to be shown literally and at once.
+// Text from a device, the database or settings.xml that the windows show: in a message box, in the
+// fields of the device, and in the graph's combo box, list and legend. It has to be shown as plain
+// text, without delay.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "ui/mainwindow.h"
@@ -64,7 +65,7 @@ void checkGraph(MainWindow &window, const QString &text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static auto *const window = new MainWindow(nullptr); // never deleted, as the application
+    static auto *const window = new MainWindow(nullptr); // never deleted, like the application
     const QString text = Fuzzing::asReceived(Fuzzing::bytesOf(data, size));
     window->setModelNumber(text);
     window->setSerialNumber(text);
