@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// CSV: rows per second of the tool's writer, compared with only the conversions by std::to_chars
-// and localtime_r, and with Python's csv module, which csv_reference.py uses.
+// CSV: rows per second of the tool's writer, compared with the bare conversions by std::to_chars
+// and localtime_r, and with Python's csv module (csvreference.py).
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/benchmarkoutput.h"
-#include "benchmarks/minutes.h"
+#include "benchmarks/readingtimes.h"
 #include "common/utils.h"
 #include "tests/kit/files.h"
 #include "tests/kit/testpaths.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr int typeCount = 12;
 constexpr int maximumRowBytes = 256; // more than any row has
 
-QStringList titles()
+QStringList headings()
 {
     QStringList names{QStringLiteral("Timestamp")};
     for (int type = 0; type < typeCount; ++type) {
@@ -45,39 +45,40 @@ QVector<LogValue> exportRows(int count)
     return rows;
 }
 
-char *writeTwoDigits(char *to, int number, char separator)
+char *writeTwoDigits(char *pos, int number, char separator)
 {
-    *to++ = static_cast<char>('0' + number / 10);
-    *to++ = static_cast<char>('0' + number % 10);
-    *to++ = separator;
-    return to;
+    *pos++ = static_cast<char>('0' + number / 10);
+    *pos++ = static_cast<char>('0' + number % 10);
+    *pos++ = separator;
+    return pos;
 }
 
-/// Writes @p rows into the buffer @p to, without a file, a stream or a string object; returns the
-/// end of the text.
-char *writeWithToChars(char *to, const QVector<LogValue> &rows)
+/// Writes @p rows at @p pos, without a file, a stream or a string object; returns the end of
+/// the text.
+char *writeWithToChars(char *pos, const QVector<LogValue> &rows)
 {
     for (const LogValue &row : rows) {
         const auto seconds = static_cast<std::time_t>(row.time.toMSecsSinceEpoch() / 1000);
         std::tm local{};
         localtime_r(&seconds, &local);
-        to = std::to_chars(to, to + maximumRowBytes, local.tm_year + 1900).ptr;
-        *to++ = '-';
-        to = writeTwoDigits(to, local.tm_mon + 1, '-');
-        to = writeTwoDigits(to, local.tm_mday, 'T');
-        to = writeTwoDigits(to, local.tm_hour, ':');
-        to = writeTwoDigits(to, local.tm_min, ':');
-        to = writeTwoDigits(to, local.tm_sec, ',');
+        pos = std::to_chars(pos, pos + maximumRowBytes, local.tm_year + 1900).ptr;
+        *pos++ = '-';
+        pos = writeTwoDigits(pos, local.tm_mon + 1, '-');
+        pos = writeTwoDigits(pos, local.tm_mday, 'T');
+        pos = writeTwoDigits(pos, local.tm_hour, ':');
+        pos = writeTwoDigits(pos, local.tm_min, ':');
+        pos = writeTwoDigits(pos, local.tm_sec, ',');
         for (const double value : row.values) {
-            to = std::to_chars(to, to + maximumRowBytes, value, std::chars_format::general, 6).ptr;
-            *to++ = ',';
+            pos =
+                std::to_chars(pos, pos + maximumRowBytes, value, std::chars_format::general, 6).ptr;
+            *pos++ = ',';
         }
-        to[-1] = '\n';
+        pos[-1] = '\n';
     }
-    return to;
+    return pos;
 }
 
-/// The file from which csv_reference.py reads the times in seconds and the values, and the CSV file
+/// The file from which csvreference.py reads the times in seconds and the values, and the CSV file
 /// that it writes.
 struct PythonFiles
 {
@@ -100,14 +101,14 @@ struct PythonFiles
         }
     }
 
-    /// Runs csv_reference.py, which measures the time of writing itself; in seconds.
+    /// Runs csvreference.py, which measures the time of writing itself; in seconds.
     double seconds() const
     {
         QProcess python;
         python.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         python.start(QStringLiteral("python3"),
-                     {testpaths::sourceFile("benchmarks/csv_reference.py"), input, output,
-                      titles().join(QLatin1Char(','))});
+                     {testpaths::sourceFile("benchmarks/csvreference.py"), input, output,
+                      headings().join(QLatin1Char(','))});
         python.waitForFinished(-1);
         const double seconds = python.readAllStandardOutput().trimmed().toDouble();
         if (seconds <= 0) {
@@ -133,7 +134,7 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     const BenchmarkArguments arguments(argc, argv);
-    if (!arguments.wants("CSV")) {
+    if (!arguments.isRequested("CSV")) {
         return 0;
     }
     const QTemporaryDir folder;
@@ -142,7 +143,7 @@ int main(int argc, char *argv[])
     const QVector<LogValue> rows = exportRows(count);
     const PythonFiles python(folder);
     python.write(rows);
-    const QByteArray heading = titles().join(QLatin1Char(',')).toLatin1() + '\n';
+    const QByteArray headingLine = headings().join(QLatin1Char(',')).toLatin1() + '\n';
     QByteArray buffer(count * maximumRowBytes, '\0');
     char *end = nullptr;
 
@@ -150,13 +151,13 @@ int main(int argc, char *argv[])
         arguments.size(9, 1),
         {[&] {
              QString error;
-             return secondsOf([&] { saveToCsv(path, titles(), rows, error); });
+             return secondsOf([&] { saveToCsv(path, headings(), rows, error); });
          },
          [&] { return secondsOf([&] { end = writeWithToChars(buffer.data(), rows); }); },
          [&] { return python.seconds(); }});
 
     const QByteArray written = files::contents(path);
-    checkEqual(written, heading + QByteArray(buffer.constData(), int(end - buffer.constData())),
+    checkEqual(written, headingLine + QByteArray(buffer.constData(), int(end - buffer.constData())),
                "The tool's file and the one of std::to_chars differ.");
     checkEqual(written, files::contents(python.output), "The tool's file and Python's differ.");
     const auto rate = [&](std::size_t writer) { return count / median(seconds[writer]); };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The tool's own time for an exchange. EXCH: over a pseudo-terminal without a limited rate,
-// compared with a minimal client. SCALE log: with logs of increasing length. CHATTY: waiting for
-// the end of a restart, with a long boot text.
+// The time that the tool itself needs for an exchange. EXCH: over a pseudo-terminal without a rate
+// limit, compared with a minimal client. SCALE log: for logs of increasing length. CHATTY: for a
+// restart of the device with long boot messages.
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/minimaldevice.h"
 #include "benchmarks/toollink.h"
@@ -20,7 +20,7 @@ using Handler = SerialPortHandlerInterface;
 
 constexpr double usPerSecond = 1e6;
 
-/// Restricts this process, and those that it starts, to one core.
+/// Restricts this process, and the processes that it starts, to one core.
 void pinToOneCore()
 {
     cpu_set_t allowed;
@@ -173,17 +173,17 @@ void benchmarkLogSizes(const BenchmarkArguments &arguments, MinimalDevice &devic
     }
     Samples exponents;
     for (std::size_t run = 0; run < static_cast<std::size_t>(runs); ++run) {
-        std::vector<double> ofRun;
+        std::vector<double> secondsOfRun;
         for (const Samples &samples : seconds) {
-            ofRun.push_back(samples[run]);
+            secondsOfRun.push_back(samples[run]);
         }
-        exponents.push_back(exponent(sizes, ofRun));
+        exponents.push_back(exponent(sizes, secondsOfRun));
     }
     printRow("SCALE log", measured, "1,000, 10,000, 100,000 rows", exponents, "<= 1.05");
 }
 
-/// The text that a device sends while it starts, extended to about @p size characters.
-QString bootText(int size)
+/// The messages that a device sends while it starts, extended to about @p size characters.
+QString bootMessages(int size)
 {
     QString text = QStringLiteral("Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\n");
     for (int line = 0; text.size() < size; ++line) {
@@ -208,7 +208,7 @@ QStringList chunksOf(const QString &text)
 }
 
 /// The index of the chunk with which the reboot job finishes; -1 if it doesn't.
-int lastChunkOfJob(const QStringList &chunks)
+int finishingChunkOfJob(const QStringList &chunks)
 {
     FakeSerialPort port;
     const auto job = QSharedPointer<SerialPortJobReboot>::create(
@@ -228,7 +228,7 @@ int lastChunkOfJob(const QStringList &chunks)
 
 /// The index of the chunk with which the whole pattern, matched anew at each chunk, matches; -1 if
 /// it doesn't.
-int lastChunkOfPlainMatcher(const QStringList &chunks)
+int matchingChunkOfPlainMatcher(const QStringList &chunks)
 {
     const QString pattern =
         QStringLiteral(".*Performing selftest...((.|\r\n)*)All tests passed.((.|\r\n)*)"
@@ -251,15 +251,15 @@ double cpuSecondsOf(const std::function<void()> &operation)
     return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
-void benchmarkLongBootText(const BenchmarkArguments &arguments)
+void benchmarkLongBootMessages(const BenchmarkArguments &arguments)
 {
-    const QStringList chunks = chunksOf(bootText(arguments.size(20000, 500)));
+    const QStringList chunks = chunksOf(bootMessages(arguments.size(20000, 500)));
     int toolChunk = -1;
     int plainChunk = -1;
     const std::vector<Samples> seconds = interleaved(
         arguments.size(5, 1),
-        {[&] { return cpuSecondsOf([&] { toolChunk = lastChunkOfJob(chunks); }); },
-         [&] { return cpuSecondsOf([&] { plainChunk = lastChunkOfPlainMatcher(chunks); }); }});
+        {[&] { return cpuSecondsOf([&] { toolChunk = finishingChunkOfJob(chunks); }); },
+         [&] { return cpuSecondsOf([&] { plainChunk = matchingChunkOfPlainMatcher(chunks); }); }});
     if (toolChunk < 0 || toolChunk != plainChunk) {
         fail("CHATTY: the job and the plain matcher finish with different chunks.");
     }
@@ -278,7 +278,7 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     const BenchmarkArguments arguments(argc, argv);
     arguments.run({{"EXCH", [&] { benchmarkExchange(arguments, device); }},
-                   {"CHATTY", [&] { benchmarkLongBootText(arguments); }},
+                   {"CHATTY", [&] { benchmarkLongBootMessages(arguments); }},
                    {"SCALE", [&] { benchmarkLogSizes(arguments, device); }}});
     return 0;
 }

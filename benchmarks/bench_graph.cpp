@@ -3,7 +3,7 @@
 // GRAPH-OPEN with a chart that is redrawn for each check box.
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/benchmarkoutput.h"
-#include "benchmarks/minutes.h"
+#include "benchmarks/readingtimes.h"
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
 #include "ui/measurementgraph.h"
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int linePixels = 3;
 
-/// The names of @p count measurements that have colours of their own in the graph.
+/// The names of @p count measurements for which the graph has predefined colours.
 QStringList names(int count)
 {
     QStringList names;
@@ -34,19 +34,20 @@ QStringList names(int count)
 /// How the measured values change over time.
 enum class Waveform {
     Device, ///< waves of hours and of minutes, and jitter, as those of the simulated transmitter
-    Smooth ///< only a wave of hours: little area to fill, so that the cost of the lines dominates
+    Smooth ///< only a wave of hours: the line covers little area, so its segments dominate the cost
 };
 
 double valueOf(int minute, int type, Waveform waveform)
 {
     constexpr double amplitude = 5.0;
     static std::minstd_rand random; // with the default seed: the same values in each run
-    const double slow = std::sin(minute / 57.3 + type);
+    const double slowWave = std::sin(minute / 57.3 + type);
     if (waveform == Waveform::Smooth) {
-        return 20.0 + amplitude * slow;
+        return 20.0 + amplitude * slowWave;
     }
     const double jitter = 2.0 * double(random() - random.min()) / double(random.max()) - 1.0;
-    return 20.0 + amplitude * (0.7 * slow + 0.2 * std::sin(minute * 0.8976 + type) + 0.1 * jitter);
+    return 20.0
+        + amplitude * (0.7 * slowWave + 0.2 * std::sin(minute * 0.8976 + type) + 0.1 * jitter);
 }
 
 /// @p minutes readings with @p types values each.
@@ -65,7 +66,7 @@ QVector<StoredMeasurement> readings(int minutes, int types, Waveform waveform)
     return rows;
 }
 
-/// Observes when a widget is painted for the first time after the construction.
+/// Detects the first time that a widget is painted after the construction of this object.
 class FirstPaint : public QObject
 {
 public:
@@ -77,8 +78,8 @@ public:
         return false;
     }
 
-    /// Runs the event loop until then.
-    void await() const
+    /// Processes events until the widget has been painted.
+    void waitForPaint() const
     {
         while (!m_painted) {
             QCoreApplication::processEvents();
@@ -90,9 +91,9 @@ private:
 };
 
 /// The graph dialog, showing @p types measurements, one reading a minute for @p minutes.
-struct Dialog
+struct GraphDialog
 {
-    Dialog(int minutes, int types, Waveform waveform)
+    GraphDialog(int minutes, int types, Waveform waveform)
     {
         storage.devicesResult.append(StoredDevice());
         storage.measurementsResult = readings(minutes, types, waveform);
@@ -100,8 +101,8 @@ struct Dialog
         list = graph.findChild<QListWidget *>();
     }
 
-    /// Opens it as the main window does. @p checked are the measurements whose check boxes are
-    /// checked.
+    /// Opens the dialog as the main window does, with the check boxes of the measurements @p
+    /// checked checked.
     void open(const QStringList &checked)
     {
         graph.setDisplayOptions({});
@@ -128,7 +129,7 @@ struct Dialog
 class QwtReference
 {
 public:
-    QwtReference(const QVector<StoredMeasurement> &rows, const Dialog &dialog)
+    QwtReference(const QVector<StoredMeasurement> &rows, const GraphDialog &dialog)
         : m_rows(rows)
     {
         m_plot.resize(dialog.chart->size());
@@ -141,7 +142,7 @@ public:
             m_curves.last()->attach(&m_plot);
         }
         m_plot.show();
-        FirstPaint(m_plot.canvas()).await();
+        FirstPaint(m_plot.canvas()).waitForPaint();
     }
 
     double secondsToDraw()
@@ -159,7 +160,7 @@ public:
                 m_curves.at(type)->setSamples(points);
             }
             m_plot.replot();
-            paint.await();
+            paint.waitForPaint();
         });
     }
 
@@ -179,7 +180,7 @@ private:
 };
 
 /// The time from checking the last check box until all lines have been painted.
-double secondsToCheck(const Dialog &dialog)
+double secondsToCheck(const GraphDialog &dialog)
 {
     QListWidgetItem *last = dialog.list->item(dialog.list->count() - 1);
     last->setCheckState(Qt::Unchecked);
@@ -187,17 +188,17 @@ double secondsToCheck(const Dialog &dialog)
     const FirstPaint paint(dialog.viewport());
     return secondsOf([&] {
         last->setCheckState(Qt::Checked);
-        paint.await();
+        paint.waitForPaint();
     });
 }
 
-void benchmarkCheckingABox(const char *name, int points, Waveform waveform, int runs,
-                           const char *target)
+void benchmarkCheckBox(const char *name, int points, Waveform waveform, int runs,
+                       const char *target)
 {
     constexpr int lines = 4;
-    Dialog dialog(points, lines, waveform);
+    GraphDialog dialog(points, lines, waveform);
     dialog.open(names(lines));
-    FirstPaint(dialog.viewport()).await();
+    FirstPaint(dialog.viewport()).waitForPaint();
     QwtReference qwt(dialog.storage.measurementsResult, dialog);
     const std::vector<Samples> seconds = interleaved(
         runs, {[&] { return secondsToCheck(dialog); }, [&] { return qwt.secondsToDraw(); }});
@@ -211,7 +212,7 @@ void benchmarkCheckingABox(const char *name, int points, Waveform waveform, int 
 class RedrawnGraph : public GraphQt
 {
 public:
-    explicit RedrawnGraph(const Dialog &dialog)
+    explicit RedrawnGraph(const GraphDialog &dialog)
         : GraphQt(nullptr)
         , m_rows(dialog.storage.measurementsResult)
     {
@@ -230,7 +231,7 @@ public:
                 redraw(checked);
             }
             show();
-            paint.await();
+            paint.waitForPaint();
         });
         hide();
         return seconds;
@@ -281,18 +282,18 @@ private:
     QVector<QColor> m_colors;
 };
 
-QImage pictureOf(QWidget &widget)
+QImage imageOf(QWidget &widget)
 {
-    // A widget within a window has an alpha channel, a window has none.
+    // The image of a widget within a window has an alpha channel, that of a window has none.
     return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
 }
 
 void benchmarkOpeningTheDialog(const BenchmarkArguments &arguments)
 {
     constexpr int types = 12;
-    Dialog dialog(arguments.size(minutesPerMonth, 200), types, Waveform::Device);
+    GraphDialog dialog(arguments.size(minutesPerMonth, 200), types, Waveform::Device);
     dialog.open(names(types));
-    FirstPaint(dialog.viewport()).await();
+    FirstPaint(dialog.viewport()).waitForPaint();
     RedrawnGraph redrawn(dialog);
     const auto secondsToOpen = [&] {
         dialog.graph.applySelection({});
@@ -300,13 +301,13 @@ void benchmarkOpeningTheDialog(const BenchmarkArguments &arguments)
         const FirstPaint paint(dialog.viewport());
         return secondsOf([&] {
             dialog.open(names(types));
-            paint.await();
+            paint.waitForPaint();
         });
     };
     const std::vector<Samples> seconds =
         interleaved(arguments.size(5, 1), {secondsToOpen, [&] { return redrawn.secondsToOpen(); }});
-    const QImage picture = pictureOf(*dialog.chart->findChild<GraphQt *>());
-    if (picture != pictureOf(redrawn)) {
+    const QImage image = imageOf(*dialog.chart->findChild<GraphQt *>());
+    if (image != imageOf(redrawn)) {
         fail("The dialog's chart and the redrawn one differ.");
     }
     printRow("GRAPH-OPEN", withUnit(median(seconds[0]), 3, "s"),
@@ -321,16 +322,16 @@ int main(int argc, char *argv[])
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     const BenchmarkArguments arguments(argc, argv);
-    if (arguments.wants("GRAPH")) {
+    if (arguments.isRequested("GRAPH")) {
         const int few = arguments.size(10000, 100);
         const int many = arguments.size(100000, 200);
         const int runs = arguments.size(9, 1);
-        benchmarkCheckingABox("GRAPH 10,000", few, Waveform::Device, runs, "<= 2");
-        benchmarkCheckingABox("GRAPH 100,000", many, Waveform::Device, runs, "<= 4");
-        benchmarkCheckingABox("GRAPH 10,000 smooth", few, Waveform::Smooth, runs, "<= 2");
-        benchmarkCheckingABox("GRAPH 100,000 smooth", many, Waveform::Smooth, runs, "<= 4");
+        benchmarkCheckBox("GRAPH 10,000", few, Waveform::Device, runs, "<= 2");
+        benchmarkCheckBox("GRAPH 100,000", many, Waveform::Device, runs, "<= 4");
+        benchmarkCheckBox("GRAPH 10,000 smooth", few, Waveform::Smooth, runs, "<= 2");
+        benchmarkCheckBox("GRAPH 100,000 smooth", many, Waveform::Smooth, runs, "<= 4");
     }
-    if (arguments.wants("GRAPH-OPEN")) {
+    if (arguments.isRequested("GRAPH-OPEN")) {
         benchmarkOpeningTheDialog(arguments);
     }
     return 0;

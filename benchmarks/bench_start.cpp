@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // START: the time from the start of a process until its main window is drawn, and its memory then,
-// on a virtual display. The library of start_probe.cpp, preloaded into the process, reports both.
+// on a virtual display. The library of startprobe.cpp, preloaded into the process, reports both.
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/benchmarkoutput.h"
 #include "tests/kit/testpaths.h"
@@ -13,11 +13,11 @@
 
 namespace {
 
-/// A virtual display that exists as long as this object. DISPLAY names it.
-class Display
+/// A virtual display during the lifetime of this object. Sets DISPLAY.
+class VirtualDisplay
 {
 public:
-    Display()
+    VirtualDisplay()
     {
         m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_server.start(QStringLiteral("Xvfb"),
@@ -32,12 +32,12 @@ public:
         }
         qputenv("DISPLAY", ':' + m_server.readLine().trimmed());
     }
-    ~Display()
+    ~VirtualDisplay()
     {
         m_server.terminate();
         m_server.waitForFinished();
     }
-    Q_DISABLE_COPY(Display)
+    Q_DISABLE_COPY(VirtualDisplay)
 
 private:
     QProcess m_server;
@@ -76,7 +76,7 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     const BenchmarkArguments arguments(argc, argv);
-    if (!arguments.wants("START")) {
+    if (!arguments.isRequested("START")) {
         return 0;
     }
     const QString binaries = QCoreApplication::applicationDirPath();
@@ -87,26 +87,27 @@ int main(int argc, char *argv[])
     for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
         qputenv(name, home.path().toLocal8Bit());
     }
-    const Display display;
+    const VirtualDisplay display;
     qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("LD_PRELOAD", (binaries + QStringLiteral("/libstart_probe.so")).toLocal8Bit());
+    qputenv("LD_PRELOAD", (binaries + QStringLiteral("/libstartprobe.so")).toLocal8Bit());
 
     const QString tool = binaries + QStringLiteral("/kvtool");
-    const QString empty = binaries + QStringLiteral("/empty-window");
+    const QString emptyWindow = binaries + QStringLiteral("/empty-window");
     // The first start creates the store and loads the libraries into memory.
     start(tool);
-    start(empty);
+    start(emptyWindow);
     Samples toolMemory;
-    Samples emptyMemory;
-    const auto timed = [](const QString &program, Samples &memory) {
+    Samples emptyWindowMemory;
+    const auto measureStart = [](const QString &program, Samples &memory) {
         const StartResult result = start(program);
         memory.push_back(result.megabytes);
         return result.seconds;
     };
-    const std::vector<Samples> seconds = interleaved(
-        arguments.size(21, 1),
-        {[&] { return timed(tool, toolMemory); }, [&] { return timed(empty, emptyMemory); }});
-    // They add to the time of the tool, which asks udev for each of them when it lists the ports.
+    const std::vector<Samples> seconds =
+        interleaved(arguments.size(21, 1),
+                    {[&] { return measureStart(tool, toolMemory); },
+                     [&] { return measureStart(emptyWindow, emptyWindowMemory); }});
+    // Terminals add to the time of the tool: it asks udev for each one when it lists the ports.
     const auto terminals = QDir(QStringLiteral("/sys/class/tty"))
                                .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                                .size();
@@ -115,7 +116,7 @@ int main(int argc, char *argv[])
                  + std::to_string(terminals) + " terminals",
              ratiosOf(seconds[0], seconds[1]), "<= 1.5");
     printRow("START memory", withUnit(median(toolMemory), 1, "MB"),
-             withUnit(median(emptyMemory), 1, "MB") + ", an empty QMainWindow",
-             ratiosOf(toolMemory, emptyMemory), "<= 1.3");
+             withUnit(median(emptyWindowMemory), 1, "MB") + ", an empty QMainWindow",
+             ratiosOf(toolMemory, emptyWindowMemory), "<= 1.3");
     return 0;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // FW-WIRE, LOG-WIRE and EE-WIRE: the tool's long operations over a line of 115200 baud, compared
-// with a minimal client, one poll(2) loop. CONNECT: the connection, compared with the time on the
-// wire.
+// with a minimal client, one poll(2) loop. CONNECT: connecting, compared with the time for which
+// the line was in use.
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/cpuidleinhibitor.h"
 #include "benchmarks/toollink.h"
@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int longestMs = 600000;
+constexpr int timeoutMs = 600000;
 constexpr double nsPerSecond = 1e9;
 constexpr int eepromBytes = 65536;
 constexpr int eepromBlockBytes = 64;
@@ -29,10 +29,13 @@ constexpr int settingCount = 20;
 
 using Handler = SerialPortHandlerInterface;
 
-QStringList words(const QString &text) { return text.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
+QStringList splitWords(const QString &text)
+{
+    return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
 
-/// A process with the simulated device on a line of 115200 baud.
-class PacedDevice
+/// The simulated device on a line of 115200 baud, as a process.
+class RateLimitedDevice
 {
 public:
     struct Counters
@@ -42,9 +45,9 @@ public:
         double wireSeconds = 0; ///< for which the line was in use
     };
 
-    explicit PacedDevice(const QString &options)
+    explicit RateLimitedDevice(const QString &options)
     {
-        if (!m_process.start(words(QStringLiteral("--rate 115200 ") + options))) {
+        if (!m_process.start(splitWords(QStringLiteral("--rate 115200 ") + options))) {
             fail("The simulated device did not start: " + m_process.error().toStdString());
         }
     }
@@ -67,32 +70,33 @@ public:
 
 private:
     SimulatorProcess m_process{QCoreApplication::applicationDirPath()
-                               + QLatin1String("/paced-simulator")};
+                               + QLatin1String("/rate-limited-simulator")};
 };
 
-std::string toText(const PacedDevice::Counters &counters)
+std::string toText(const RateLimitedDevice::Counters &counters)
 {
     return std::to_string(counters.bytesIn) + " + " + std::to_string(counters.bytesOut) + " bytes, "
         + withUnit(counters.wireSeconds, 3, "s on the wire");
 }
 
-/// Calls @p start and waits until the handler has reported the action @p awaited @p times times.
-void runUntil(const SerialPortHandler &handler, SerialPortActionType awaited, int times,
+/// Calls @p start and waits until @p handler has emitted actionFinished() for @p expected @p times
+/// times.
+void runUntil(const SerialPortHandler &handler, SerialPortActionType expected, int times,
               const std::function<void()> &start)
 {
     Waiter waiter;
     QObject context;
     QObject::connect(&handler, &Handler::actionFinished, &context,
                      [&](SerialPortActionType action) {
-                         if (action == awaited && --times == 0) {
+                         if (action == expected && --times == 0) {
                              waiter.quit();
                          }
                      });
     waiter.run(start);
 }
 
-/// A client with one poll(2) loop that only waits for the end of each reply: it takes as long as
-/// the line and the machine alone.
+/// A client with one poll(2) loop that only waits for the end of each reply, so it takes no longer
+/// than the line and the machine require.
 class MinimalClient
 {
 public:
@@ -109,15 +113,15 @@ public:
         }
     }
 
-    /// Reads until @p text and @p more bytes after it have arrived.
-    void await(const QByteArray &text, int more = 0)
+    /// Reads until @p text and @p extraBytes bytes after it have arrived.
+    void waitFor(const QByteArray &text, int extraBytes = 0)
     {
-        int at = m_received.indexOf(text);
-        while (at < 0 || m_received.size() < at + text.size() + more) {
+        int offset = m_received.indexOf(text);
+        while (offset < 0 || m_received.size() < offset + text.size() + extraBytes) {
             read();
-            at = m_received.indexOf(text);
+            offset = m_received.indexOf(text);
         }
-        m_received.remove(0, at + text.size() + more);
+        m_received.remove(0, offset + text.size() + extraBytes);
     }
 
 private:
@@ -126,7 +130,7 @@ private:
         pollfd polled = {m_port, POLLIN, 0};
         char bytes[256];
         const ssize_t count =
-            ::poll(&polled, 1, longestMs) == 1 ? ::read(m_port, bytes, sizeof bytes) : -1;
+            ::poll(&polled, 1, timeoutMs) == 1 ? ::read(m_port, bytes, sizeof bytes) : -1;
         if (count <= 0) {
             fail("The minimal client received no reply.");
         }
@@ -134,22 +138,23 @@ private:
     }
 
     int m_port;
-    QByteArray m_received; ///< after the last reply
+    QByteArray m_received; ///< since the last reply
 };
 
 /// Resets the device's counters, runs one operation and returns its duration in seconds.
-using Operation = std::function<double(PacedDevice &)>;
+using Operation = std::function<double(RateLimitedDevice &)>;
 
-/// Prints the row @p name. Runs of the tool and of the minimal client alternate, each with a new
-/// device that has @p deviceOptions.
-void compare(const BenchmarkArguments &arguments, const char *name, const QString &deviceOptions,
-             const Operation &tool, const Operation &minimal)
+/// Measures and prints the row @p name. Runs of the tool and of the minimal client alternate, each
+/// with a new device that is started with @p deviceOptions.
+void benchmarkOperation(const BenchmarkArguments &arguments, const char *name,
+                        const QString &deviceOptions, const Operation &tool,
+                        const Operation &minimal)
 {
     constexpr double maximumRatio = 1.01;
-    PacedDevice::Counters toolCounters;
-    PacedDevice::Counters minimalCounters;
-    const auto run = [&](const Operation &operation, PacedDevice::Counters &counters) {
-        PacedDevice device(deviceOptions);
+    RateLimitedDevice::Counters toolCounters;
+    RateLimitedDevice::Counters minimalCounters;
+    const auto run = [&](const Operation &operation, RateLimitedDevice::Counters &counters) {
+        RateLimitedDevice device(deviceOptions);
         const double seconds = operation(device);
         counters = device.counters();
         return seconds;
@@ -173,7 +178,7 @@ void benchmarkFirmware(const BenchmarkArguments &arguments)
     const QTemporaryDir folder;
     const QByteArray image = files::pseudoRandomBytes(arguments.size(64 * 1024, 512));
     const QString received = folder.filePath(QStringLiteral("image"));
-    const auto tool = [&](PacedDevice &device) {
+    const auto tool = [&](RateLimitedDevice &device) {
         ToolLink link(device.port());
         link.handler.openPort();
         device.resetCounters();
@@ -188,28 +193,28 @@ void benchmarkFirmware(const BenchmarkArguments &arguments)
         }
         return seconds;
     };
-    const auto minimal = [&](PacedDevice &device) {
+    const auto minimal = [&](RateLimitedDevice &device) {
         MinimalClient client(device.port());
         device.resetCounters();
         return secondsOf([&] {
             device.powerCycle();
-            client.await("BOOT");
+            client.waitFor("BOOT");
             client.send("b");
-            for (int at = 0; at < image.size(); at += blockSize) {
-                client.send(image.mid(at, blockSize));
-                client.await(at + blockSize < image.size() ? "*" : ".");
+            for (int offset = 0; offset < image.size(); offset += blockSize) {
+                client.send(image.mid(offset, blockSize));
+                client.waitFor(offset + blockSize < image.size() ? "*" : ".");
             }
         });
     };
-    compare(arguments, "FW-WIRE",
-            QStringLiteral("--image-size %1 --image %2").arg(image.size()).arg(received), tool,
-            minimal);
+    benchmarkOperation(arguments, "FW-WIRE",
+                       QStringLiteral("--image-size %1 --image %2").arg(image.size()).arg(received),
+                       tool, minimal);
 }
 
 void benchmarkLog(const BenchmarkArguments &arguments)
 {
     const int count = arguments.size(1000, 20);
-    const auto tool = [&](PacedDevice &device) {
+    const auto tool = [&](RateLimitedDevice &device) {
         ToolLink link(device.port());
         link.connectToDevice();
         int read = 0;
@@ -227,65 +232,65 @@ void benchmarkLog(const BenchmarkArguments &arguments)
         }
         return seconds;
     };
-    const auto minimal = [&](PacedDevice &device) {
+    const auto minimal = [&](RateLimitedDevice &device) {
         MinimalClient client(device.port());
         device.resetCounters();
         return secondsOf([&] {
             client.send("\r\nlog --count\r\n");
-            client.await("count=");
-            client.await("$");
+            client.waitFor("count=");
+            client.waitFor("$");
             for (int i = 0; i <= count; ++i) {
                 client.send("\r\nlog --read=" + QByteArray::number(i) + "\r\n");
-                client.await("#", 2); // the checksum's digits
+                client.waitFor("#", 2); // the checksum's digits
             }
         });
     };
-    compare(arguments, "LOG-WIRE", QStringLiteral("--model KVT-200 --log-rows %1").arg(count), tool,
-            minimal);
+    benchmarkOperation(arguments, "LOG-WIRE",
+                       QStringLiteral("--model KVT-200 --log-rows %1").arg(count), tool, minimal);
 }
 
 void benchmarkEeprom(const BenchmarkArguments &arguments)
 {
     const int blocks = arguments.size(256, 2);
     const QByteArray data = files::pseudoRandomBytes(eepromBytes);
-    const auto tool = [blocks](SerialPortActionType blockDone, const auto &start) {
-        return [=](PacedDevice &device) {
+    const auto tool = [blocks](SerialPortActionType blockAction, const auto &start) {
+        return [=](RateLimitedDevice &device) {
             ToolLink link(device.port());
             link.connectToDevice();
             device.resetCounters();
             return secondsOf(
-                [&] { runUntil(link.handler, blockDone, blocks, [&] { start(link.handler); }); });
+                [&] { runUntil(link.handler, blockAction, blocks, [&] { start(link.handler); }); });
         };
     };
     const auto minimal = [blocks](const QByteArray &command, const QByteArray &blockData) {
-        return [=](PacedDevice &device) {
+        return [=](RateLimitedDevice &device) {
             MinimalClient client(device.port());
             device.resetCounters();
             return secondsOf([&] {
                 for (int block = 0; block < blocks; ++block) {
                     client.send("\r\neeprom --" + command + ' ' + QByteArray::number(block) + "\r\n"
                                 + blockData.mid(block * eepromBlockBytes, eepromBlockBytes));
-                    client.await("Done\r\n");
+                    client.waitFor("Done\r\n");
                 }
             });
         };
     };
-    compare(arguments, "EE-WIRE read", QString(),
-            tool(SerialPortActionType::ActionEepromBlockRead,
-                 [](Handler &handler) { handler.readEeprom(); }),
-            minimal("read_block", QByteArray()));
-    compare(arguments, "EE-WIRE written", QString(),
-            tool(SerialPortActionType::ActionEepromBlockWritten,
-                 [&data](Handler &handler) { handler.writeEeprom(data); }),
-            minimal("write_block", data));
+    benchmarkOperation(arguments, "EE-WIRE read", QString(),
+                       tool(SerialPortActionType::ActionEepromBlockRead,
+                            [](Handler &handler) { handler.readEeprom(); }),
+                       minimal("read_block", QByteArray()));
+    benchmarkOperation(arguments, "EE-WIRE written", QString(),
+                       tool(SerialPortActionType::ActionEepromBlockWritten,
+                            [&data](Handler &handler) { handler.writeEeprom(data); }),
+                       minimal("write_block", data));
 }
 
 /// Writes a settings.xml for the device's model with settingCount settings, some of them repeated.
 bool writeConfiguration(const QString &fileName)
 {
-    const QStringList names =
-        words(QStringLiteral("location altitude north_offset avg_interval log_interval "
-                             "heater_setpoint heater_band alarm_ozone alarm_particles alarm_wind"));
+    const QStringList names = splitWords(
+        QStringLiteral("location altitude north_offset avg_interval log_interval "
+                       "heater_setpoint heater_band alarm_ozone alarm_particles alarm_wind"));
     QString text = QStringLiteral("<KVTConfig><Devices><Device name=\"KVT-300\"><Configuration>"
                                   "<ConfigurationItemGroup group=\"All\">");
     for (int i = 0; i < settingCount; ++i) {
@@ -300,7 +305,7 @@ bool writeConfiguration(const QString &fileName)
     return files::write(fileName, text.toUtf8());
 }
 
-double secondsToConnect(PacedDevice &device)
+double secondsToConnect(RateLimitedDevice &device)
 {
     Tool tool;
     if (!tool.controller.start()) {
@@ -313,7 +318,8 @@ double secondsToConnect(PacedDevice &device)
     int values = 0;
     QObject context;
     QObject::connect(&tool.handler, &Handler::dataRead, &context, [&values] { ++values; });
-    // The queue emits this before the controller stores the reading: the disk's time doesn't count.
+    // The queue emits this signal before the controller stores the reading, so the time of the disk
+    // isn't included.
     QElapsedTimer clock;
     double seconds = 0;
     QObject::connect(tool.queue.data(), &SerialPortQueueInterface::measurementsRead, &context, [&] {
@@ -325,7 +331,7 @@ double secondsToConnect(PacedDevice &device)
         clock.start();
         tool.window.findChild<QPushButton *>(QStringLiteral("connectButton"))->click();
     });
-    // The device's identity and state are read in the same way.
+    // The device's identity and state are counted too.
     if (values <= settingCount) {
         fail("CONNECT: the settings were not read completely.");
     }
@@ -339,8 +345,8 @@ void benchmarkConnecting(const BenchmarkArguments &arguments)
         fail("CONNECT: the settings file could not be written.");
     }
     Settings().setValue(QStringLiteral("local storage path"), folder.path());
-    PacedDevice device(QStringLiteral("--model KVT-300"));
-    PacedDevice::Counters counters;
+    RateLimitedDevice device(QStringLiteral("--model KVT-300"));
+    RateLimitedDevice::Counters counters;
     Samples seconds;
     Samples wireSeconds;
     for (int run = 0; run < arguments.size(7, 1); ++run) {

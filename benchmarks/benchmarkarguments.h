@@ -23,23 +23,23 @@ public:
         }
     }
 
-    /// Whether each benchmark runs once with tiny sizes, only to check that it runs.
+    /// Whether each benchmark runs once with tiny sizes, only to check that it works.
     bool isSmall() const { return m_small; }
 
     /// @p size, or @p small with --small.
     int size(int size, int small) const { return m_small ? small : size; }
 
-    /// Whether the row @p name is asked for; without names on the command line, every row is.
-    bool wants(const std::string &name) const
+    /// Whether the row @p name was requested; without names on the command line, all rows were.
+    bool isRequested(const std::string &name) const
     {
         return m_names.empty() || std::find(m_names.begin(), m_names.end(), name) != m_names.end();
     }
 
-    /// Runs those of @p benchmarks whose row names are asked for.
+    /// Runs those of @p benchmarks whose row names were requested.
     void run(const std::vector<std::pair<const char *, std::function<void()>>> &benchmarks) const
     {
         for (const auto &[name, benchmark] : benchmarks) {
-            if (wants(name)) {
+            if (isRequested(name)) {
                 benchmark();
             }
         }

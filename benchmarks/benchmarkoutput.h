@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "benchmarks/interleaved.h"
+#include "benchmarks/alternatingruns.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -21,10 +21,10 @@ inline std::string withUnit(double number, int decimals, const char *unit)
 inline void printRow(const char *name, const std::string &measured, const std::string &reference,
                      const Samples &ratios, const char *target)
 {
-    const auto [least, most] = std::minmax_element(ratios.cbegin(), ratios.cend());
+    const auto [smallest, largest] = std::minmax_element(ratios.cbegin(), ratios.cend());
     const std::string spread = ratios.size() == 1 ? "measured once"
-                                                  : withUnit(*least, 3, "to ")
-            + withUnit(*most, 3, "in ") + withUnit(double(ratios.size()), 0, "runs");
+                                                  : withUnit(*smallest, 3, "to ")
+            + withUnit(*largest, 3, "in ") + withUnit(double(ratios.size()), 0, "runs");
     std::printf("ROW\t%s\t%s\t%s\t%.3f\t%s\t%s\n", name, measured.c_str(), reference.c_str(),
                 median(ratios), spread.c_str(), target);
     std::fflush(stdout);

@@ -7,10 +7,10 @@
 #include <thread>
 #include <vector>
 
-/// Prevents the cores from entering an idle state during this object's lifetime: for each core, one
-/// thread with the scheduling policy SCHED_IDLE runs in a loop. Waking an idle core of a virtual
-/// machine takes longer than the tool's own part of an exchange, and would be added to every
-/// client's time.
+/// Prevents the cores from entering an idle state during this object's lifetime: one thread per
+/// core runs a busy loop with the scheduling policy SCHED_IDLE. Waking up an idle core of a virtual
+/// machine takes longer than the tool's own part of an exchange, and would be added to the time of
+/// every client.
 class CpuIdleInhibitor
 {
 public:

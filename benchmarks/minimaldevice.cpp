@@ -146,7 +146,8 @@ void MinimalDevice::exchange(const QByteArray &command)
     const QByteArray request = "\r\n" + command + "\r\n";
     writeAll(m_client, request.constData(), static_cast<std::size_t>(request.size()));
     char bytes[512];
-    // The first prompt answers the line end before the command, the second one ends the reply.
+    // The first prompt is the reply to the line end before the command; the second one ends the
+    // reply to the command.
     for (std::ptrdiff_t prompts = 0; prompts < 2;) {
         waitReadable(m_client);
         const ssize_t count = read(m_client, bytes, sizeof bytes);

@@ -5,26 +5,26 @@
 #include <QtCore/QString>
 #include <atomic>
 
-/// The reference of an exchange, written with system calls only: a process that answers on a
-/// pseudo-terminal as the device's console does, and a minimal client of it. Each is one poll(2)
-/// loop.
+/// The reference of EXCH, written with system calls only: a process that replies on a
+/// pseudo-terminal as the device's console does, and a minimal client that uses it. Each is one
+/// poll(2) loop.
 class MinimalDevice
 {
 public:
-    /// Starts the process; to be constructed before the application object.
+    /// Starts the process. Construct this object before the application object.
     MinimalDevice();
     ~MinimalDevice();
 
     Q_DISABLE_COPY(MinimalDevice)
 
-    /// The port, for the tool; empty when the process did not start.
+    /// The port for the tool; empty if the process did not start.
     QString port() const { return m_port; }
 
     /// Sets how many rows the log has.
     void setLogRows(int count) { m_logRows->store(count); }
 
-    /// Exchanges as the minimal client: sends @p command with the same line ends as a reading job
-    /// and waits for the whole reply.
+    /// One exchange of the minimal client: sends @p command with the same line ends as a job that
+    /// reads, and waits for the whole reply.
     void exchange(const QByteArray &command);
 
 private:

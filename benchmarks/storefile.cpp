@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The statements that fill a store with @p minutes readings.
+/// The statements that fill a database with @p minutes readings.
 QByteArray fillStatements(int minutes)
 {
     return QStringLiteral(

@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "benchmarks/minutes.h"
+#include "benchmarks/readingtimes.h"
 
 #include <QtCore/QString>
 #include <sqlite3.h>
 
-/// Stores of one device with one reading a minute, 12 values each.
+/// Databases with readings of one device, one a minute, 12 values each.
 namespace StoreFile {
 
 constexpr int typeCount = 12;
 
-/// The folder beside the program where stores are kept for the next run; ends in a slash.
+/// The folder next to the program in which databases are kept for later runs; ends in a slash.
 QString folder();
 
-/// The path of the store with @p minutes readings. If the file doesn't exist, `LocalStorageSqlite`
-/// creates it and one transaction fills it. Empty, with the reason on standard error, when that
-/// fails.
+/// The path of the database with @p minutes readings. If the file doesn't exist,
+/// `LocalStorageSqlite` creates it and one transaction fills it. Empty if that fails, with the
+/// reason on standard error.
 QString path(int minutes);
 
 /// What was read through SQLite's C interface.
@@ -24,7 +24,7 @@ struct ReadTotals
 {
     qint64 readings = 0;
     qint64 values = 0;
-    double sum = 0.0; ///< of all columns, so that the compiler leaves none out
+    double sum = 0.0; ///< of all columns, so that the compiler doesn't skip reading one
 };
 
 /// Executes the two statements that query the readings from @p fromMs to @p toMs, and reads each

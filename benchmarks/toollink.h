@@ -23,11 +23,11 @@ public:
     /// Calls @p start, then runs the event loop. Ends the program after ten minutes without quit().
     void run(const std::function<void()> &start)
     {
-        constexpr int longestMs = 600000;
+        constexpr int timeoutMs = 600000;
         m_done = false;
-        QTimer longest;
-        QObject::connect(&longest, &QTimer::timeout, &m_loop, &QEventLoop::quit);
-        longest.start(longestMs);
+        QTimer timeout;
+        QObject::connect(&timeout, &QTimer::timeout, &m_loop, &QEventLoop::quit);
+        timeout.start(timeoutMs);
         start();
         if (!m_done) {
             m_loop.exec();

@@ -7,26 +7,26 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
 
-/// A device on a pseudo-terminal with the bit rate of a serial line: each byte takes ten bit times,
-/// exact to the microsecond and in each direction separately. To be that exact, it sleeps until
-/// shortly before a byte is due and waits for the rest of the time in a loop.
+/// A device on a pseudo-terminal that limits the bit rate like a serial line: each byte takes ten
+/// bit times, exact to the microsecond and in each direction separately. To be that exact, it
+/// sleeps until shortly before a byte is due and then waits in a busy loop.
 ///
 /// The device's own latency is 0: a reply begins when the last byte of its command has arrived.
-class PacedLine : public QObject
+class RateLimitedLine : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @p rate in bits a second; 0 for no limit.
-    PacedLine(Simulator::Device &device, int rate);
+    /// @p rate in bits per second; 0 for no limit.
+    RateLimitedLine(Simulator::Device &device, int rate);
 
     /// Opens the pseudo-terminal and returns its path; empty on failure.
     QByteArray open();
 
-    /// Transfers bytes in both directions until standard input ends. It executes the commands on
-    /// standard input: "reset" sets the counters to 0; "counters" prints the bytes that the device
-    /// received, those that it sent, and for how many nanoseconds the line was in use; "restart"
-    /// switches the device off and on. Each reply ends with the line "ok".
+    /// Transfers bytes in both directions until the end of standard input, and executes the
+    /// commands from there: "reset" sets the counters to 0; "counters" prints how many bytes the
+    /// device received and sent, and for how many nanoseconds the line was in use; "restart"
+    /// switches the device off and on. The output of each command ends with the line "ok".
     void serve();
 
 private:

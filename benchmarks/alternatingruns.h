@@ -10,7 +10,7 @@
 /// One value for each run of an operation.
 using Samples = std::vector<double>;
 
-/// Wall time of @p operation in seconds.
+/// The wall-clock time of @p operation in seconds.
 template <typename Operation>
 double secondsOf(Operation operation)
 {
@@ -20,8 +20,8 @@ double secondsOf(Operation operation)
 }
 
 /// Runs each of @p operations, which return their duration in seconds, @p runs times; returns the
-/// durations of each. The operations alternate, in reverse order in every second run, so that a
-/// change of the machine's load affects all of them alike.
+/// durations of each. The operations run alternately, in reverse order in every second run, so that
+/// a change of the machine's load affects all of them equally.
 inline std::vector<Samples> interleaved(int runs,
                                         const std::vector<std::function<double()>> &operations)
 {
@@ -35,7 +35,7 @@ inline std::vector<Samples> interleaved(int runs,
     return seconds;
 }
 
-/// @p dividends by @p divisors, run by run.
+/// For each run, the ratio of its value in @p dividends to that in @p divisors.
 inline Samples ratiosOf(const Samples &dividends, const Samples &divisors)
 {
     Samples ratios;
@@ -44,8 +44,8 @@ inline Samples ratiosOf(const Samples &dividends, const Samples &divisors)
     return ratios;
 }
 
-/// The middle one of @p values in ascending order, the upper one of an even number of them; 0 if
-/// there are none.
+/// The median of @p values, for an even number of them the upper of the two middle ones; 0 if there
+/// are none.
 inline double median(Samples values)
 {
     if (values.empty()) {

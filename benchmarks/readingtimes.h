@@ -11,7 +11,7 @@ constexpr int minutesPerDay = 1440;
 constexpr int minutesPerMonth = 30 * minutesPerDay;
 constexpr int minutesPerYear = 365 * minutesPerDay;
 
-/// The time of the reading number @p minute, from 0, in a series with one reading a minute.
+/// The time of reading number @p minute, counted from 0, in a series with one reading a minute.
 inline QDateTime timeOf(qint64 minute)
 {
     return QDateTime::fromMSecsSinceEpoch(startMs + minute * minuteMs, QTimeZone::utc());

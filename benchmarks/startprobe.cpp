@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A library that is preloaded (LD_PRELOAD) into a program. When the program's main window has been
-// drawn for the first time, it prints the time, in seconds of the monotonic clock, and the
-// process's proportional share of memory (PSS) in kB; then it ends the process.
+// A library that is preloaded (LD_PRELOAD) into a program. When the main window of the program has
+// been drawn for the first time, it prints the time in seconds of the monotonic clock and the
+// process's proportional set size (PSS) in kB, and ends the process.
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
@@ -32,7 +32,7 @@ double proportionalKilobytes()
     _exit(0);
 }
 
-class Probe : public QObject
+class PaintProbe : public QObject
 {
 public:
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -49,7 +49,7 @@ private:
     bool m_painted = false;
 };
 
-void installProbe() { qApp->installEventFilter(new Probe); }
+void installProbe() { qApp->installEventFilter(new PaintProbe); }
 Q_COREAPP_STARTUP_FUNCTION(installProbe)
 
 } // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The reference of START: the smallest program with a main window, linked to the same libraries of
-// Qt as the tool.
+// The reference of START: the smallest program with a main window, linked with the same Qt
+// libraries as the tool.
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMainWindow>
 

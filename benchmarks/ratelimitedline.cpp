@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "benchmarks/pacedline.h"
+#include "benchmarks/ratelimitedline.h"
 
 #include <QtCore/QCoreApplication>
 #include <cstdio>
@@ -13,7 +13,7 @@ namespace {
 constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
 constexpr int burstSize = 16; ///< bytes written at once, as from the FIFO of a UART
-constexpr qint64 busyWaitNs = 120000; ///< longer than a sleep may overrun
+constexpr qint64 busyWaitNs = 120000; ///< longer than a sleep may oversleep
 constexpr qint64 inputWaitNs = 5000000;
 
 qint64 nowNs()
@@ -32,14 +32,14 @@ void sleepUntilReadable(int descriptor, qint64 ns)
 
 } // namespace
 
-PacedLine::PacedLine(Simulator::Device &device, int rate)
+RateLimitedLine::RateLimitedLine(Simulator::Device &device, int rate)
     : m_device(device)
     , m_byteNs(rate > 0 ? bitsPerByte * nsPerSecond / rate : 0)
 {
-    connect(&device, &Simulator::Device::transmit, this, &PacedLine::send);
+    connect(&device, &Simulator::Device::transmit, this, &RateLimitedLine::send);
 }
 
-QByteArray PacedLine::open()
+QByteArray RateLimitedLine::open()
 {
     QString error;
     if (m_terminal.open(error)) {
@@ -48,7 +48,7 @@ QByteArray PacedLine::open()
     return m_terminal.path().toLocal8Bit();
 }
 
-void PacedLine::serve()
+void RateLimitedLine::serve()
 {
     // The default slack makes each sleep up to 50 us longer.
     prctl(PR_SET_TIMERSLACK, 1);
@@ -70,7 +70,7 @@ void PacedLine::serve()
     }
 }
 
-void PacedLine::readInput()
+void RateLimitedLine::readInput()
 {
     const QByteArray bytes = m_terminal.read();
     if (bytes.isEmpty()) {
@@ -83,7 +83,7 @@ void PacedLine::readInput()
     countUse(begin, bytes.size());
 }
 
-void PacedLine::deliverInput()
+void RateLimitedLine::deliverInput()
 {
     if (m_in.isEmpty() || nowNs() < m_inDueNs) {
         return;
@@ -95,7 +95,7 @@ void PacedLine::deliverInput()
     m_inputArrivalNs = -1;
 }
 
-void PacedLine::send(const QByteArray &bytes)
+void RateLimitedLine::send(const QByteArray &bytes)
 {
     if (m_out.isEmpty()) {
         m_outBeginNs = qMax(m_outBeginNs, m_inputArrivalNs >= 0 ? m_inputArrivalNs : nowNs());
@@ -105,7 +105,7 @@ void PacedLine::send(const QByteArray &bytes)
     m_bytesOut += bytes.size();
 }
 
-void PacedLine::deliverOutput()
+void RateLimitedLine::deliverOutput()
 {
     const qint64 now = nowNs();
     if (m_out.isEmpty() || now < m_outBeginNs + nextBurstSize() * m_byteNs) {
@@ -117,27 +117,27 @@ void PacedLine::deliverOutput()
     m_outBeginNs += written * m_byteNs;
 }
 
-int PacedLine::nextBurstSize() const { return qMin(burstSize, m_out.size()); }
+int RateLimitedLine::nextBurstSize() const { return qMin(burstSize, m_out.size()); }
 
 /// When the next bytes are to be delivered, in either direction; -1 if there are none.
-qint64 PacedLine::nextDueNs() const
+qint64 RateLimitedLine::nextDueNs() const
 {
     const qint64 out = m_out.isEmpty() ? -1 : m_outBeginNs + nextBurstSize() * m_byteNs;
     const qint64 in = m_in.isEmpty() ? -1 : m_inDueNs;
     return out < 0 ? in : in < 0 ? out : qMin(in, out);
 }
 
-/// Adds the time of @p bytes bytes from @p fromNs on to the time for which the line was in use.
-/// Time in which both directions are in use counts once.
-void PacedLine::countUse(qint64 fromNs, int bytes)
+/// Adds the time that @p bytes bytes take from @p fromNs on to the time for which the line was in
+/// use. Time in which both directions are in use is counted once.
+void RateLimitedLine::countUse(qint64 fromNs, int bytes)
 {
     const qint64 untilNs = fromNs + bytes * m_byteNs;
     m_usedNs += qMax<qint64>(0, untilNs - qMax(fromNs, m_usedUntilNs));
     m_usedUntilNs = qMax(m_usedUntilNs, untilNs);
 }
 
-/// Waits up to 5 ms for bytes of the client or a command; false when standard input has ended.
-bool PacedLine::waitForInput()
+/// Waits up to 5 ms for bytes from the client or a command; false at the end of standard input.
+bool RateLimitedLine::waitForInput()
 {
     pollfd polled[] = {{m_terminal.descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     const timespec time = {0, inputWaitNs};
@@ -146,7 +146,7 @@ bool PacedLine::waitForInput()
     return (polled[1].revents & (POLLIN | POLLHUP)) == 0 || executeCommands();
 }
 
-bool PacedLine::executeCommands()
+bool RateLimitedLine::executeCommands()
 {
     char bytes[256];
     const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);

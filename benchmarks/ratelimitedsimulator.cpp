@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "benchmarks/pacedline.h"
+#include "benchmarks/ratelimitedline.h"
 #include "simulator/commandline.h"
 
 #include <QtCore/QCoreApplication>
 #include <cstdio>
 
 /// The simulated transmitter on a line with an exact bit rate. It accepts the options of
-/// kvt-simulator, and prints its port as that does.
+/// kvt-simulator and prints its port in the same way.
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
@@ -17,7 +17,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     Simulator::Device device(commandLine.transmitter.device);
-    PacedLine line(device, commandLine.transmitter.rate);
+    RateLimitedLine line(device, commandLine.transmitter.rate);
     const QByteArray path = line.open();
     if (path.isEmpty()) {
         std::fprintf(stderr, "no pseudo-terminal\n");
