@@ -22,8 +22,8 @@ double secondsOf(Operation operation)
 /// Runs each of @p operations, which return their duration in seconds, @p runs times; returns the
 /// durations of each. The operations run alternately, in reverse order in every second run, so that
 /// a change of the machine's load affects all of them equally.
-inline std::vector<Samples> interleaved(int runs,
-                                        const std::vector<std::function<double()>> &operations)
+inline std::vector<Samples> runAlternately(int runs,
+                                           const std::vector<std::function<double()>> &operations)
 {
     std::vector<Samples> seconds(operations.size(), Samples(static_cast<std::size_t>(runs)));
     for (std::size_t run = 0; run < static_cast<std::size_t>(runs); ++run) {

@@ -147,7 +147,7 @@ int main(int argc, char *argv[])
     QByteArray buffer(count * maximumRowBytes, '\0');
     char *end = nullptr;
 
-    const std::vector<Samples> seconds = interleaved(
+    const std::vector<Samples> seconds = runAlternately(
         arguments.size(9, 1),
         {[&] {
              QString error;

@@ -200,7 +200,7 @@ void benchmarkCheckBox(const char *name, int points, Waveform waveform, int runs
     dialog.open(names(lines));
     FirstPaint(dialog.viewport()).waitForPaint();
     QwtReference qwt(dialog.storage.measurementsResult, dialog);
-    const std::vector<Samples> seconds = interleaved(
+    const std::vector<Samples> seconds = runAlternately(
         runs, {[&] { return secondsToCheck(dialog); }, [&] { return qwt.secondsToDraw(); }});
     printRow(name, withUnit(median(seconds[0]) * 1e3, 1, "ms"),
              withUnit(median(seconds[1]) * 1e3, 1, "ms") + ", Qwt",
@@ -304,8 +304,8 @@ void benchmarkOpeningTheDialog(const BenchmarkArguments &arguments)
             paint.waitForPaint();
         });
     };
-    const std::vector<Samples> seconds =
-        interleaved(arguments.size(5, 1), {secondsToOpen, [&] { return redrawn.secondsToOpen(); }});
+    const std::vector<Samples> seconds = runAlternately(
+        arguments.size(5, 1), {secondsToOpen, [&] { return redrawn.secondsToOpen(); }});
     const QImage image = imageOf(*dialog.chart->findChild<GraphQt *>());
     if (image != imageOf(redrawn)) {
         fail("The dialog's chart and the redrawn one differ.");

@@ -104,16 +104,16 @@ int main(int argc, char *argv[])
         return result.seconds;
     };
     const std::vector<Samples> seconds =
-        interleaved(arguments.size(21, 1),
-                    {[&] { return measureStart(tool, toolMemory); },
-                     [&] { return measureStart(emptyWindow, emptyWindowMemory); }});
+        runAlternately(arguments.size(21, 1),
+                       {[&] { return measureStart(tool, toolMemory); },
+                        [&] { return measureStart(emptyWindow, emptyWindowMemory); }});
     // Terminals add to the time of the tool: it asks udev for each one when it lists the ports.
-    const auto terminals = QDir(QStringLiteral("/sys/class/tty"))
-                               .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
-                               .size();
+    const auto ttyDevices = QDir(QStringLiteral("/sys/class/tty"))
+                                .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
+                                .size();
     printRow("START time", withUnit(median(seconds[0]) * 1e3, 0, "ms"),
              withUnit(median(seconds[1]) * 1e3, 0, "ms") + ", an empty QMainWindow; "
-                 + std::to_string(terminals) + " terminals",
+                 + std::to_string(ttyDevices) + " tty devices",
              ratiosOf(seconds[0], seconds[1]), "<= 1.5");
     printRow("START memory", withUnit(median(toolMemory), 1, "MB"),
              withUnit(median(emptyWindowMemory), 1, "MB") + ", an empty QMainWindow",

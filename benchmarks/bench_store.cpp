@@ -142,7 +142,7 @@ void benchmarkReadingADay(const BenchmarkArguments &arguments)
 {
     StoreReader reader(arguments.size(minutesPerYear, 2 * minutesPerDay), minutesPerDay);
     reader.secondsBySqlite();
-    const std::vector<Samples> seconds = interleaved(
+    const std::vector<Samples> seconds = runAlternately(
         arguments.size(9, 1),
         {[&] { return reader.secondsByTool(); }, [&] { return reader.secondsBySqlite(); }});
     printRow("READ-DAY", withUnit(median(seconds[0]) * 1e3, 1, "ms"),
@@ -185,10 +185,10 @@ void benchmarkReadingAYear(const BenchmarkArguments &arguments)
     {
         StoreReader reader(minutes, minutes);
         reader.secondsBySqlite();
-        seconds = interleaved(arguments.size(5, 1),
-                              {[&] { return reader.secondsByTool(); },
-                               [&] { return reader.secondsBySqlite(); },
-                               [&] { return reader.secondsByQtSql(); }});
+        seconds = runAlternately(arguments.size(5, 1),
+                                 {[&] { return reader.secondsByTool(); },
+                                  [&] { return reader.secondsBySqlite(); },
+                                  [&] { return reader.secondsByQtSql(); }});
     }
     printRow("READ-YEAR time", withUnit(median(seconds[0]), 3, "s"),
              withUnit(median(seconds[1]), 3, "s")
@@ -289,9 +289,9 @@ void benchmarkStoring(const BenchmarkArguments &arguments)
         storeWithQtSql(time, values, typeIds);
     };
     const std::vector<Samples> seconds =
-        interleaved(runs,
-                    {[&] { return storeBatch(toolSyncs, storeWithTool); },
-                     [&] { return storeBatch(referenceSyncs, storeWithReference); }});
+        runAlternately(runs,
+                       {[&] { return storeBatch(toolSyncs, storeWithTool); },
+                        [&] { return storeBatch(referenceSyncs, storeWithReference); }});
     if (referenceSyncs == 0) {
         fail("No sync was counted.");
     }
@@ -317,7 +317,7 @@ void benchmarkStoreSizes(const BenchmarkArguments &arguments)
             return reader.secondsByTool();
         });
     }
-    const std::vector<Samples> seconds = interleaved(arguments.size(3, 1), operations);
+    const std::vector<Samples> seconds = runAlternately(arguments.size(3, 1), operations);
     Samples exponents;
     for (const double growth : ratiosOf(seconds.back(), seconds.front())) {
         exponents.push_back(std::log(growth)

@@ -159,7 +159,7 @@ void benchmarkOperation(const BenchmarkArguments &arguments, const char *name,
         counters = device.counters();
         return seconds;
     };
-    const std::vector<Samples> seconds = interleaved(
+    const std::vector<Samples> seconds = runAlternately(
         arguments.size(5, 1),
         {[&] { return run(tool, toolCounters); }, [&] { return run(minimal, minimalCounters); }});
     const double sent = double(toolCounters.bytesIn) / double(minimalCounters.bytesIn);
