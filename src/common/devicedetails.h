@@ -6,7 +6,7 @@
 /// Identity of a device as it reports it. The store identifies a device by its serial number alone.
 struct DeviceDetails
 {
-    /// The values of the variables of these names, see DeviceVariables.
+    /// Each is the value of the variable of this name in DeviceVariables.
     /// @{
     QString swVersion;
     QString hwVersion;
@@ -14,6 +14,6 @@ struct DeviceDetails
     QString modelNumber;
     /// @}
 
-    /// Empties all four texts.
+    /// Clears all four strings.
     void clear() { *this = DeviceDetails(); }
 };

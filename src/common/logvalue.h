@@ -8,7 +8,7 @@
 /// One row of the device's log or of a measurement export.
 struct LogValue
 {
-    QVector<double> values; ///< the row's numbers, in the order of the titles
+    QVector<double> values; ///< the row's numbers, in the order of the columns
     QDateTime time; ///< the row's timestamp
 };
 

@@ -6,5 +6,5 @@ struct MeasurementDisplayOptions
 {
     bool temperatureInCelsius = true; ///< °C, otherwise °F
     bool pollutantInPpm = true; ///< ppm, otherwise µg/m³
-    bool hideUndefinedUnit = true; ///< no text for an undefined unit
+    bool hideUndefinedUnit = true; ///< leaves out an undefined unit, otherwise shows "Undefined"
 };

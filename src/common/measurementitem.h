@@ -10,11 +10,11 @@
 /// The description of one measurement of a model.
 struct MeasurementItem
 {
-    QString name; ///< the key, as the device's reply spells it
-    QString displayName; ///< the text to show
-    MeasurementUnit unit = MeasurementUnit::Undefined; ///< the unit in which the device delivers
+    QString name; ///< name in the device's replies; identifies the measurement
+    QString displayName; ///< the name to show
+    MeasurementUnit unit = MeasurementUnit::Undefined; ///< the unit of the device's values
 
     /// What is measured; determines the unit to show.
     MeasurementType type = MeasurementType::Undefined;
-    double conversionMultiplier = 1.0; ///< factor of a pollutant that is shown in another unit
+    double conversionMultiplier = 1.0; ///< factor that converts a pollutant to the other unit
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// Whether a device's readings are valid. They are only in the state Ready.
+/// Whether a device's readings are valid. They are valid only in the state Ready.
 enum class MeasurementState {
     WarmingUp = 0,
     Ready = 1,
@@ -10,5 +10,5 @@ enum class MeasurementState {
     HardwareError = 4
 };
 
-/// The state with the number @p value; WarmingUp for a number that no state has.
+/// The state with the number @p value; WarmingUp for an unknown number.
 MeasurementState measurementStateFromInt(unsigned value);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// The quantity that is measured. MeasurementTable stores the numbers in its items.
+/// The quantity that is measured. MeasurementTable stores the value as item data.
 enum class MeasurementType {
     Undefined = 0,
     AirTemperature = 1,

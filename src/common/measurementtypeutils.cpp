@@ -24,7 +24,7 @@ double MeasurementTypeUtils::convertToDisplayUnit(double value, const QString &n
                                                   const MeasurementDisplayOptions &options,
                                                   const QVector<MeasurementItem> &items)
 {
-    // Without an item the type stays undefined, and a value of that type is not converted.
+    // Without an item the type is Undefined, and the value is not converted.
     MeasurementItem item;
     findMeasurementItem(name, items, item);
     return convertToDisplayUnit(value, item.type, item.unit, item.conversionMultiplier, options);
@@ -46,8 +46,8 @@ double MeasurementTypeUtils::convertToDisplayUnit(double value, MeasurementType 
 double MeasurementTypeUtils::convertPollutant(double value, MeasurementUnit unit, double multiplier,
                                               const MeasurementDisplayOptions &options)
 {
-    // Quirk: multiplied in either direction, never divided: a model contains the factor that its
-    // device needs.
+    // Quirk: multiplied in either direction, never divided: a model contains the factor for the
+    // direction that its device needs.
     return unit == displayUnitOf(MeasurementType::Pollutant, options)
         ? value
         : ConversionUtils::multiply(value, multiplier);

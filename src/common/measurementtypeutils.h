@@ -9,12 +9,12 @@
 ///
 /// The items are those of the current model. A name is compared exactly; the first of several items
 /// with the same name is used. The value and the name of an unknown measurement are returned
-/// unchanged, and it has no unit.
+/// unchanged, and its unit is Undefined.
 class MeasurementTypeUtils
 {
 public:
-    /// Copies the first item called @p name into @p item; false, with @p item untouched, without
-    /// one.
+    /// Copies the first item named @p name to @p item. Returns false and leaves @p item unchanged
+    /// if there is none.
     static bool findMeasurementItem(const QString &name, const QVector<MeasurementItem> &items,
                                     MeasurementItem &item);
 
@@ -23,18 +23,19 @@ public:
                                        const MeasurementDisplayOptions &options,
                                        const QVector<MeasurementItem> &items);
 
-    /// @p value, delivered in @p unit, in the chosen unit. Only air temperature and pollutants have
-    /// a choice; every other type passes unchanged, whatever its @p multiplier.
+    /// @p value, which the device reported in @p unit, in the chosen unit. The user can choose a
+    /// unit only for air temperature and pollutants; values of other types are returned unchanged,
+    /// whatever @p multiplier is.
     static double convertToDisplayUnit(double value, MeasurementType type, MeasurementUnit unit,
                                        double multiplier, const MeasurementDisplayOptions &options);
 
-    /// @p value times @p multiplier unless @p unit is the chosen unit already. There is one
-    /// factor for both directions: a model contains the one that its device needs.
+    /// @p value times @p multiplier unless @p unit already is the chosen unit. Never divided: a
+    /// model contains the factor for the direction that its device needs.
     static double convertPollutant(double value, MeasurementUnit unit, double multiplier,
                                    const MeasurementDisplayOptions &options);
 
-    /// @p value in the chosen temperature unit. A @p unit of another type is treated
-    /// as the one that was not chosen.
+    /// @p value in the chosen temperature unit. A @p unit that is not a temperature unit is treated
+    /// as the temperature unit that was not chosen.
     static double convertTemperature(double value, MeasurementUnit unit,
                                      const MeasurementDisplayOptions &options);
 
@@ -46,26 +47,27 @@ public:
     static MeasurementUnit displayUnitOf(MeasurementType type,
                                          const MeasurementDisplayOptions &options);
 
-    /// The unit in which the measurement @p name is shown: that of its type, or the item's own when
-    /// the type is Undefined. Undefined for an unknown name.
+    /// The unit in which the measurement @p name is shown: that of its type, or the unit of its
+    /// item if the type is Undefined. Undefined for an unknown name.
     static MeasurementUnit displayUnitOf(const QString &name, const QVector<MeasurementItem> &items,
                                          const MeasurementDisplayOptions &options);
 
-    /// The text of @p unit; empty, with a warning in the log, for a number that is no unit.
+    /// The string to show for @p unit. Empty for ExtraUnit, and, with a warning in the log, for a
+    /// value that is not an enumerator.
     static QString measurementUnitToString(MeasurementUnit unit);
 
-    /// The text of the unit in which @p name is shown; empty for Undefined while
+    /// The string to show for the unit of @p name; also empty for Undefined if
     /// options.hideUndefinedUnit is set.
     static QString displayUnitText(const QString &name, const QVector<MeasurementItem> &items,
                                    const MeasurementDisplayOptions &options);
 
-    /// displayUnitText() in brackets, to follow a name; empty when there is no text.
+    /// displayUnitText() in parentheses, to be appended to a name; empty if displayUnitText() is.
     static QString displayUnitCaption(const QString &name, const QVector<MeasurementItem> &items,
                                       const MeasurementDisplayOptions &options);
 
-    /// The text to show for the measurement @p name; the name itself when it is unknown.
+    /// The name to show for the measurement @p name; @p name itself if it is unknown.
     static QString displayName(const QString &name, const QVector<MeasurementItem> &items);
 
-    /// The factor of the measurement @p name; 1.0 when it is unknown or its factor is exactly 0.
+    /// The factor of the measurement @p name; 1.0 if it is unknown or its factor is exactly 0.
     static double conversionMultiplier(const QString &name, const QVector<MeasurementItem> &items);
 };

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// The unit in which a measurement is delivered or shown. The numbers are stored as data of table
-/// items.
+/// The unit in which a device reports a measurement, or in which it is shown. MeasurementTable
+/// stores the value as item data.
 enum class MeasurementUnit {
     Undefined = 0,
     Celsius = 1,

@@ -29,25 +29,26 @@ constexpr std::array<quint8, 256> makeCrcTable()
 
 constexpr std::array<quint8, 256> crcTable = makeCrcTable();
 
-/// Writes @p number in the format of @p stream, in a quarter of the time.
+/// Writes @p number as @p stream would, in a quarter of the time.
 void writeNumber(QTextStream &stream, double number)
 {
-    // A number halfway between two texts of six digits, which the stream rounds up and to_chars to
-    // even, is a multiple of 1/1024. So are the infinities, which they spell differently.
+    // A number halfway between two numbers of six digits is rounded up by the stream, to even by
+    // to_chars. Each such number is a multiple of 1/1024. So are the infinities, which the two
+    // write differently.
     const double scaled = number * 1024.0;
     if (!(scaled > std::floor(scaled))) {
         stream << number;
         return;
     }
-    std::array<char, 32> text{};
-    const char *end =
-        std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::general, 6)
-            .ptr;
-    stream << QLatin1String(text.data(), static_cast<int>(end - text.data()));
+    std::array<char, 32> digits{};
+    const char *end = std::to_chars(digits.data(), digits.data() + digits.size(), number,
+                                    std::chars_format::general, 6)
+                          .ptr;
+    stream << QLatin1String(digits.data(), static_cast<int>(end - digits.data()));
 }
 
-/// Formats times as local time. Qt queries the time zone for each time; this class queries it once
-/// for each hour without a change of the offset.
+/// Formats times as local time. Qt determines the UTC offset for each time; this class determines
+/// it once for each hour in which it doesn't change.
 class LocalTimeFormatter
 {
 public:
@@ -66,7 +67,7 @@ public:
         }
         QString text =
             QDateTime::fromMSecsSinceEpoch(ms + m_offsetMs, Qt::UTC).toString(Qt::ISODate);
-        text.chop(1); // the zone letter
+        text.chop(1); // the "Z"
         return text;
     }
 
@@ -74,8 +75,8 @@ private:
     static constexpr qint64 msPerHour = 3600000;
     static constexpr qint64 year10000Ms = 253402300800000; // the ISO format ends at year 9999
 
-    // Not by offsetFromUtc(): it starts from the local time, which is ambiguous in an hour that
-    // occurs twice.
+    // Not offsetFromUtc(): it starts from the local time, which is ambiguous in an hour that occurs
+    // twice.
     static qint64 offsetAt(qint64 ms)
     {
         const QDateTime local = QDateTime::fromMSecsSinceEpoch(ms, Qt::LocalTime);

@@ -6,7 +6,7 @@
 
 #include <QtWidgets/QWidget>
 
-/// The chart widget for forms; forwards everything to its GraphQt.
+/// The chart widget that forms use; forwards all calls to its GraphQt.
 class Graph : public QWidget
 {
     Q_OBJECT
@@ -15,7 +15,8 @@ public:
     /// The GraphQt fills the whole widget.
     explicit Graph(QWidget *parent = nullptr);
 
-    /// Begins a series of changes. Has no effect with GraphQt; another back end may need it.
+    /// Begins a series of changes. Has no effect with GraphQt; another charting backend may need
+    /// it.
     void beginUpdate();
 
     /// Stores the bounds of the time axis for the next clear().
@@ -24,10 +25,10 @@ public:
     /// Stores the bounds of the value axis, in the unit of the values, for the next clear().
     void setValueRange(double minimum, double maximum);
 
-    /// Starts an empty chart with the stored ranges.
+    /// Replaces the chart with an empty one that has the stored ranges.
     void clear();
 
-    /// Draws @p series in the present chart; to be called after the first clear().
+    /// Draws @p series in the current chart; must not be called before the first clear().
     void addSeries(const GraphSeries &series);
 
     /// Ends a series of changes, see beginUpdate().

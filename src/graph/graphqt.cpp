@@ -17,7 +17,7 @@ constexpr int timeLabelsAngle = -90;
 constexpr int linePixels = 3;
 constexpr int chartMargin = 6;
 
-// More than fit into a legend, which needs quadratic time to elide a name.
+// More than a legend can show. Eliding a name takes quadratic time.
 constexpr int maximumLegendCharacters = 200;
 
 static QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
@@ -30,7 +30,7 @@ static QVector<QPointF> chartPoints(const QVector<GraphPoint> &points)
     return result;
 }
 
-// The text with which the legend shows @p name literally.
+// The label with which the legend shows @p name literally.
 static QString legendText(const QString &name)
 {
     const QString shown = name.size() > maximumLegendCharacters
@@ -43,7 +43,7 @@ GraphQt::GraphQt(QWidget *parent)
     : QtCharts::QChartView(parent)
 {
     setRenderHint(QPainter::Antialiasing);
-    // The chart handles no keys, so the Tab key skips it.
+    // The chart has no keyboard input, so the Tab key skips it.
     setFocusPolicy(Qt::NoFocus);
 }
 
@@ -65,7 +65,8 @@ void GraphQt::setValueRange(double minimum, double maximum)
 
 void GraphQt::clear()
 {
-    // The first one is the chart that the view was constructed with; setChart() releases it too.
+    // At first this is the chart that the view was constructed with; setChart() gives up its
+    // ownership too.
     QtCharts::QChart *oldChart = chart();
     m_chart = new QtCharts::QChart;
     m_chart->layout()->setContentsMargins(0, 0, 0, 0);

@@ -12,7 +12,7 @@ class QValueAxis;
 
 /// Lines over time, drawn by Qt Charts.
 ///
-/// Each clear() builds a new chart, so that no series need to be tracked. The view owns the chart,
+/// Each clear() builds a new chart, so series don't have to be tracked. The view owns the chart,
 /// its axes and its series.
 class GraphQt : public QtCharts::QChartView
 {
@@ -23,24 +23,24 @@ public:
     explicit GraphQt(QWidget *parent = nullptr);
     ~GraphQt() override;
 
-    /// Nothing to do for this back end.
+    /// Does nothing in this backend.
     void beginUpdate();
 
     /// Stores the bounds of the time axis; they take effect at the next clear().
     void setTimeRange(const QDateTime &from, const QDateTime &to);
 
-    /// Stores the bounds of the value axis; they take effect at the next clear(). The axis decides
-    /// what equal or crossed bounds mean.
+    /// Stores the bounds of the value axis; they take effect at the next clear(). Equal or reversed
+    /// bounds are passed on to the axis.
     void setValueRange(double minimum, double maximum);
 
-    /// Replaces the chart by a new one with the stored ranges and destroys the old one.
+    /// Replaces the chart with an empty one that has the stored ranges, and destroys the old one.
     void clear();
 
-    /// Draws @p series in the present chart, with its name shown literally in the legend. Requires
-    /// a clear() before.
+    /// Draws @p series in the current chart, with its name shown literally in the legend. Must not
+    /// be called before the first clear().
     void addSeries(const GraphSeries &series);
 
-    /// Nothing to do for this back end.
+    /// Does nothing in this backend.
     void endUpdate();
 
 private:

@@ -13,10 +13,10 @@ struct GraphPoint
     double value = 0.0; ///< in the unit of the value axis
 };
 
-/// One line in the chart; its points are joined in their order.
+/// One line in the chart; it connects the points in their order.
 struct GraphSeries
 {
-    QString name; ///< shown in the legend; not escaped
+    QString name; ///< shown literally in the legend
     QColor color; ///< colour of the line
     QVector<GraphPoint> points; ///< may be empty
 };
