@@ -13,7 +13,8 @@ constexpr char promptSuffix[] = "\r\n.*\\$.*";
 
 // What completes a reply.
 enum class Ending {
-    Pattern, // the pattern alone; the rest of the reply arrives during the next job, which skips it
+    Pattern, // the pattern alone; the rest of the reply arrives during the next job, which ignores
+             // it
     Prompt // the pattern followed by the device's next prompt
 };
 
@@ -24,8 +25,8 @@ struct ReplyPattern
     int minCaptures;
 };
 
-// The grammar. A dot of the engine matches line ends too, and the whole text has to match; hence
-// the ".*" at the ends. Quirk: "Reseting" is how the device spells it.
+// The grammar. In QRegExp a dot also matches line ends, and the whole text has to match; hence the
+// ".*" at both ends. Quirk: "Reseting" is how the device spells it.
 constexpr ReplyPattern modelReply = {".*Model: (.*)\r\nSerial:.*", Ending::Pattern, 1};
 constexpr ReplyPattern valueReply = {".*show\\:\\s%1=(.*)", Ending::Prompt, 1};
 constexpr ReplyPattern unknownParameterReply = {".*show: Unknown parameter!.*", Ending::Pattern, 0};
@@ -88,7 +89,7 @@ bool matches(const QString &text, const ReplyPattern &reply)
     return matches(text, reply, rx);
 }
 
-/// The first capture of @p reply in @p value, which stays as it is without a match.
+/// Sets @p value to the first capture of @p reply; doesn't change it without a match.
 template <typename... Argument>
 bool parseText(const QString &text, const ReplyPattern &reply, QString &value,
                const Argument &...argument)
@@ -117,8 +118,8 @@ bool parseListReply(const QString &text, const ReplyPattern &reply, ListItem &it
     return DataParser::parseInt(rx.cap(1), item.index);
 }
 
-// Whether @p text contains @p literal, the last one of a pattern. Much faster than the pattern,
-// which is matched against the whole of a long boot text at each chunk.
+// Whether @p text contains @p literal, which comes last in a pattern. Much faster than the pattern,
+// which is matched against all boot messages so far whenever a chunk arrives.
 bool mayMatch(const QString &text, const char *literal)
 {
     return text.contains(QLatin1String(literal), Qt::CaseInsensitive);
@@ -129,8 +130,8 @@ constexpr int digitsPerByte = 2;
 
 struct DeviceLetter
 {
-    ushort letter;
-    ushort onDevice;
+    ushort unicode;
+    ushort deviceCode;
 };
 
 constexpr DeviceLetter deviceLetters[] = {{0x00E4, 0x0084}, {0x00F6, 0x0094}, {0x00C4, 0x008E},
@@ -142,7 +143,7 @@ QString DataParser::toDeviceText(const QString &text)
 {
     QString result = text;
     for (const DeviceLetter &entry : deviceLetters) {
-        result.replace(QChar(entry.letter), QChar(entry.onDevice), Qt::CaseSensitive);
+        result.replace(QChar(entry.unicode), QChar(entry.deviceCode), Qt::CaseSensitive);
     }
     return result;
 }
@@ -151,7 +152,7 @@ QString DataParser::fromDeviceText(const QString &text)
 {
     QString result = text;
     for (const DeviceLetter &entry : deviceLetters) {
-        result.replace(QChar(entry.onDevice), QChar(entry.letter), Qt::CaseSensitive);
+        result.replace(QChar(entry.deviceCode), QChar(entry.unicode), Qt::CaseSensitive);
     }
     return result;
 }
@@ -227,8 +228,9 @@ DataParserResult DataParser::parseLogValue(const QString &text, int index, QDate
     if (!matches(text, logValueReply, rx, index) || !intEquals(rx.cap(1), index)) {
         return DataParserResult::NoMatch;
     }
-    // Quirk: the record is parsed before the checksum, so a malformed record is an incomplete reply
-    // and times out, and only a well-formed one with a wrong checksum is read again at once.
+    // Quirk: the record is parsed before the checksum, so a malformed record counts as an
+    // incomplete reply and times out; only a well-formed one with a wrong checksum is requested
+    // again immediately.
     unsigned checksum = 0;
     if (!parseLogRecord(rx.cap(2), time, values) || !parseHex(rx.cap(3), checksum)) {
         return DataParserResult::NoMatch;

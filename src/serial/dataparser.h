@@ -12,7 +12,7 @@
 /// The result of parsing a log line.
 enum class DataParserResult {
     Matched = 0, ///< complete and correct
-    NoMatch = 1, ///< not a complete reply yet, or its parts do not parse
+    NoMatch = 1, ///< not a complete reply yet, or malformed
     ChecksumMismatch = 2 ///< complete, but the checksum is wrong
 };
 
@@ -25,13 +25,14 @@ struct ListItem
 
 /// Recognises the replies of the device's console.
 ///
-/// Each function receives all the text that a job has received so far and returns whether it is the
-/// complete reply to one command; older text may precede it. Case does not matter. On false
-/// (NoMatch, ChecksumMismatch) the out-parameters are unspecified, unless stated otherwise.
+/// Each function receives all the text that a job has received so far and returns whether it
+/// contains the complete reply to one command; older text may precede the reply. Matching is
+/// case-insensitive. If a function returns false, NoMatch or ChecksumMismatch, its output
+/// parameters are unspecified, unless stated otherwise.
 class DataParser
 {
 public:
-    /// Converts the six letters ä, ö, å, Ä, Ö, Å to and from their codes in code page 437.
+    /// Converts the letters ä, ö, å, Ä, Ö and Å to and from their codes in code page 437.
     /// @{
     static QString toDeviceText(const QString &text);
     static QString fromDeviceText(const QString &text);
@@ -46,14 +47,15 @@ public:
     /// Whether the device reports that it has no such variable.
     static bool isUnknownParameter(const QString &text);
 
-    /// The value in the device's reply to a set.
+    /// The value in the device's reply to "set".
     static bool parseSetValue(const QString &text, QString &value);
 
-    /// The measurement line as raw name and raw value. False with no values when the line is empty
-    /// or a pair has no "=".
+    /// The reading in the device's reply, from raw name to raw value. Returns false and clears
+    /// @p values if the reading is empty or a pair has no "=".
     static bool parseMeasurements(const QString &text, QMap<QString, QString> &values);
 
-    /// The device's clock, in UTC; true with an invalid @p date for numbers that are no date.
+    /// The device's clock, in UTC, in the reply that shows it or in the one that confirms a new
+    /// time. Returns true and an invalid @p date for numbers that are not a date and time.
     /// @{
     static bool parseDate(const QString &text, QDateTime &date);
     static bool parseDateUpdated(const QString &text, QDateTime &date);
@@ -82,22 +84,22 @@ public:
     static bool isFactoryResetDone(const QString &text);
 
     /// Appends the bytes of block @p index to @p data. An odd last digit is ignored and the length
-    /// is not checked; false and empty data when a pair is not hexadecimal.
+    /// is not checked. Returns false and clears @p data if a pair is not hexadecimal.
     static bool parseEepromBlock(const QString &text, quint16 index, QByteArray &data);
 
     /// Whether the device has stored the block.
     static bool isEepromBlockWritten(const QString &text);
 
-    /// The whole boot text, from the self test to the banner's last line.
+    /// Whether the boot messages are complete, from the self-test to the last line of the banner.
     static bool isRebooted(const QString &text);
 
-    /// Whether the device announces a reset.
+    /// Whether the device announces its restart.
     static bool isResetting(const QString &text);
 
     /// Whether the text ends with the bootloader's prompt.
     static bool isBootPrompt(const QString &text);
 
-    /// The bootloader's replies to a block, and to the last one.
+    /// Whether the bootloader has accepted a block, rejected it, or received the whole image.
     /// @{
     static bool isFirmwareBlockAccepted(const QString &text);
     static bool isFirmwareBlockRejected(const QString &text);
@@ -111,32 +113,35 @@ public:
     /// @}
 
     /// Matches the whole of @p text against @p pattern, which must have at least @p minCaptures
-    /// captures; they are in @p rx afterwards. All replies are matched by this function.
+    /// capturing groups; @p rx then contains the captures. All replies are matched by this
+    /// function.
     static bool matchReply(const QString &text, const QString &pattern, int minCaptures,
                            QRegExp &rx);
 
-    /// Adds the pairs of "a=1;b=2" to @p values; false and an empty map on a part without "=".
+    /// Adds the pairs of "a=1;b=2" to @p values. Returns false and clears @p values if a part has
+    /// no "=".
     static bool parseMeasurementPairs(const QString &text, QMap<QString, QString> &values);
 
-    /// Captures 1 to 6 are year, month, day, hour, minute, second. False only when one is not a
-    /// number; true with an invalid result for a date or time that does not exist.
+    /// Converts the captures of @p rx: 1 to 6 are year, month, day, hour, minute, second. Returns
+    /// false only if one is not a number; returns true and an invalid result for a date or time
+    /// that does not exist.
     /// @{
     static bool dateTimeFromCaptures(const QRegExp &rx, QDateTime &date);
     static bool timeFromCaptures(const QRegExp &rx, QTime &time);
     static bool dateFromCaptures(const QRegExp &rx, QDate &date);
     /// @}
 
-    /// A decimal number; false for anything else.
+    /// Parses a decimal number; returns false for anything else.
     static bool parseInt(const QString &text, int &out);
 
     /// Whether @p text is a decimal number equal to @p value.
     static bool intEquals(const QString &text, int value);
 
-    /// A hexadecimal number; false for anything else.
+    /// Parses a hexadecimal number; returns false for anything else.
     static bool parseHex(const QString &text, unsigned &out);
 
-    /// Splits "timestamp,number,..."; false and no values for a field that is not a number, true
-    /// and an invalid @p time for a malformed timestamp.
+    /// Parses "timestamp,number,...". Returns false and clears @p values if a field is not a
+    /// number; returns true and an invalid @p time for a malformed timestamp.
     static bool parseLogRecord(const QString &text, QDateTime &time, QVector<double> &values);
 
     /// The parts between the commas.

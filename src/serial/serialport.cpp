@@ -59,12 +59,12 @@ void SerialPort::onReadyRead()
     QSerialPort *port = m_port;
     const QPointer<SerialPort> self(this);
     m_isReading = true;
-    // Quirk: a chunk ends at its first NUL; what follows is lost.
+    // Quirk: a chunk ends at its first NUL byte; the rest of it is lost.
     emit dataReady(DataParser::fromDeviceText(QString::fromUtf8(port->readAll().constData())));
     if (self) {
         m_isReading = false;
     } else {
-        // Not at once, since QSerialPort writes to its members after readyRead().
+        // Not deleted immediately, since QSerialPort writes to its members after readyRead().
         port->deleteLater();
     }
 }

@@ -5,17 +5,17 @@
 
 #include <QtSerialPort/QSerialPort>
 
-/// A serial port of the machine: 115200 baud, 8 data bits, no parity, one stop bit, no flow
+/// A serial port of the computer: 115200 baud, 8 data bits, no parity, one stop bit, no flow
 /// control.
 ///
-/// A port that fails once it is open emits no signal: its jobs time out. A slot of dataReady() may
-/// close or delete it.
+/// A port that fails after it has been opened emits no signal; its jobs time out. A slot connected
+/// to dataReady() may close or delete it.
 class SerialPort : public SerialPortInterface
 {
     Q_OBJECT
 
 public:
-    /// @p portName is a name or a location, as "ttyUSB0" or "/dev/ttyUSB0".
+    /// @p portName is a name or a location, such as "ttyUSB0" or "/dev/ttyUSB0".
     SerialPort(QString portName, QObject *parent);
     ~SerialPort() override;
     Q_DISABLE_COPY(SerialPort)
@@ -33,5 +33,5 @@ private slots:
 
 private:
     QSerialPort *m_port; // owned; outlives an object that is deleted inside dataReady()
-    bool m_isReading = false; // dataReady() is being emitted
+    bool m_isReading = false; // true while dataReady() is being emitted
 };

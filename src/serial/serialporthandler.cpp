@@ -24,7 +24,7 @@
 #include <limits>
 #include <utility>
 
-constexpr int noLogRead = -1;
+constexpr int noLogBeingRead = -1;
 
 constexpr int eepromBlockSize = 64; // bytes
 constexpr int eepromBlocks = 1024;
@@ -33,7 +33,7 @@ constexpr int eepromImageSize = 65535;
 
 constexpr unsigned firmwareBlockSize = 16; // bytes
 
-// Truncates. 0 for what no int can represent, which is no meaningful percentage.
+// Rounds toward zero. 0 for a value that no int can represent; it is not a meaningful percentage.
 static int truncateToInt(double value)
 {
     constexpr double lowest = std::numeric_limits<int>::min();
@@ -164,7 +164,7 @@ void SerialPortHandler::cancelLogRead()
 {
     clearJobs();
     // Quirk: a row whose queued signal is delivered after this becomes the first row of the next
-    // log, since a row doesn't identify its read.
+    // log, since a row doesn't identify the read that it belongs to.
     resetLogData();
 }
 
@@ -368,7 +368,7 @@ void SerialPortHandler::checkIfLogRead()
         return;
     }
     if (m_logTitles.isEmpty()) {
-        // Quirk: the spelling is part of the line, which support staff search for.
+        // Quirk: the spelling is required: support staff search for this line.
         qDebug() << "Got all log values, but log titles are msising";
         return;
     }
@@ -381,13 +381,13 @@ void SerialPortHandler::resetLogData()
 {
     m_logTitles.clear();
     m_logValues.clear();
-    m_logCount = noLogRead;
+    m_logCount = noLogBeingRead;
 }
 
 int SerialPortHandler::logReadPercentage() const
 {
-    // Quirk: the last row but one shows 100, since no progress is reported after it. With a single
-    // row this is 0 / 0, hence truncateToInt().
+    // Quirk: the second-to-last row shows 100, since the last row ends the read without a progress
+    // report. With a single row this is 0 / 0, hence truncateToInt().
     return truncateToInt(m_logValues.size() / (static_cast<double>(m_logCount) - 1) * 100);
 }
 

@@ -8,9 +8,9 @@
 /// Turns each request into jobs for the queue, and what the queue reports into its own signals.
 ///
 /// Shares the queue; a transport has to be set before the first request. Most signals of the queue
-/// are received by queued connections, out of the call stack of the job, so a slot may add jobs or
-/// clear the queue. Failed jobs and EEPROM blocks are received at once, so that a cancellation
-/// takes effect before the next job starts.
+/// arrive by queued connections, outside the call stack of the job, so a slot may add jobs or clear
+/// the queue. Failures of jobs and EEPROM blocks arrive directly, so that a cancellation takes
+/// effect before the next job starts.
 class SerialPortHandler : public SerialPortHandlerInterface
 {
     Q_OBJECT
@@ -24,7 +24,7 @@ public:
 
     void setSerialPort(QSharedPointer<SerialPortInterface> port) override;
 
-    /// Logs a warning when no device has been connected yet or @p name is empty.
+    /// Logs a warning if no device has been connected yet or @p name is empty.
     void readValue(const QString &name) override;
     void readValues(const QStringList &names) override;
     void readMeasurements() override;
@@ -36,7 +36,7 @@ public:
     QString portName() override;
 
     /// Reads the number of log entries, then the titles and each entry; logRead() carries all of
-    /// them. Ignored while entries are being read.
+    /// them. Ignored while entries are already being read.
     void readLog() override;
     void writeToEeprom() override;
 
@@ -66,7 +66,7 @@ public:
     /// Reads all 1024 blocks; ActionEepromRead carries the image of 65535 bytes or more.
     void readEeprom() override;
 
-    /// Blocks beyond the end of @p data are short or empty, and are written all the same.
+    /// Blocks beyond the end of @p data are short or empty, and are written nevertheless.
     void writeEeprom(const QByteArray &data) override;
 
 public slots:
@@ -102,5 +102,5 @@ private:
     QStringList m_logTitles;
     QVector<LogValue> m_logValues;
     QByteArray m_eepromData;
-    int m_logCount = -1; // -1 while no log is read
+    int m_logCount = -1; // -1 while no log is being read
 };

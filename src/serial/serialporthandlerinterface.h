@@ -35,7 +35,8 @@ public:
     /// Sets the device's variable @p name; an empty name is ignored.
     virtual void setValue(const QString &name, const QString &value) = 0;
 
-    /// Sets each "name=value" of a list, or of the lines of a text; others are ignored.
+    /// Sets the variable of each "name=value" in a list or in the lines of a string; ignores any
+    /// other item.
     /// @{
     virtual void setValues(const QStringList &keyValuePairs) = 0;
     virtual void setValues(const QString &text) = 0;
@@ -44,7 +45,7 @@ public:
     /// Removes all jobs, including the current one.
     virtual void clearJobs() = 0;
 
-    /// Removes all jobs and closes the port. isConnected() stays as it is.
+    /// Removes all jobs and closes the port. The result of isConnected() doesn't change.
     virtual void disconnectFromDevice() = 0;
 
     /// Name of the current port; empty without one.
@@ -57,13 +58,14 @@ public:
     /// actionFinished(ActionWriteToEeprom).
     virtual void writeToEeprom() = 0;
 
-    /// Ends the reading of the log without logRead().
+    /// Cancels the reading of the log; logRead() is not emitted.
     virtual void cancelLogRead() = 0;
 
     /// Erases the device's log; then emits actionFinished(ActionEraseLog).
     virtual void eraseLog() = 0;
 
-    /// Sets the device's clock, in UTC; then emits actionFinished(ActionSetDate).
+    /// Sets the device's clock to @p date, which should be in UTC; then emits
+    /// actionFinished(ActionSetDate).
     virtual void setDate(const QDateTime &date) = 0;
 
     /// Reads the clock or the model; then emits valueRead().
@@ -75,7 +77,8 @@ public:
     /// Opens the port if it is not open. On failure emits error() and returns false.
     virtual bool openPort() = 0;
 
-    /// Whether a device has replied since the start. Stays true after a disconnection.
+    /// Whether any device has been connected since the program started. Stays true after a
+    /// disconnection.
     virtual bool isConnected() = 0;
 
     /// Loads the device's factory settings.
@@ -93,10 +96,10 @@ public:
     /// accepted block, and with ActionFirmwareTransmitted.
     virtual void updateFirmware(const QByteArray &firmware) = 0;
 
-    /// Removes the wait for the bootloader and all blocks, including the current one.
+    /// Removes the jobs of the transfer, including the current one.
     virtual void cancelFirmwareUpdate() = 0;
 
-    /// Removes the blocks left to be read or written, including the current one.
+    /// Removes the jobs that read blocks, or those that write them, including the current one.
     /// @{
     virtual void cancelEepromRead() = 0;
     virtual void cancelEepromWrite() = 0;
@@ -115,19 +118,20 @@ public slots:
     virtual void connectToDevice() = 0;
 
 signals:
-    /// A job failed or the port could not be opened; @p reason is a text for the user.
+    /// A job failed or the port could not be opened; @p reason is a message for the user.
     void error(QString reason);
 
-    /// The device has sent its first reply.
+    /// The device has replied to the first command of connectToDevice().
     void connected();
 
-    /// The device's variable @p name has this @p value; null if the device has no such variable.
+    /// The device's variable @p name was set or read and has this @p value; null if the device has
+    /// no such variable.
     /// @{
     void dataWritten(QString name, QString value);
     void dataRead(QString name, QString value);
     /// @}
 
-    /// One reading, raw name to raw value, and when it was received, in UTC.
+    /// One reading, from raw name to raw value, and the time in UTC at which it was received.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
 
     /// The whole log.
@@ -136,7 +140,7 @@ signals:
     /// How much of the log has been read. Meaningless for a log of one row.
     void logReadProgress(int percentage);
 
-    /// The last job has ended.
+    /// No job is left, see SerialPortQueueInterface::allJobsDone().
     void allJobsDone();
 
     /// An action was completed, or has made progress if it has several steps; @p result depends on

@@ -26,10 +26,10 @@ public:
     /// Closes the port.
     virtual void close() = 0;
 
-    /// Passes as many of the buffered bytes to the system as it accepts.
+    /// Writes as much of the buffered output to the port as possible without blocking.
     virtual void flush() = 0;
 
-    /// The name of the port, without its folder.
+    /// The name of the port, without a leading "/dev/".
     virtual QString portName() = 0;
 
     /// Whether the port is open.

@@ -4,7 +4,8 @@
 #include <QtCore/QDebug>
 
 constexpr int defaultTimeoutMs = 500;
-// The last of these is refused, so a command is sent five times in all.
+// The fifth call of restart() returns false: a command is sent once by start() and up to four times
+// by restart().
 constexpr int maxRestarts = 5;
 // Fixed, since the compilers' Q_FUNC_INFO differ and support staff search for these lines.
 constexpr const char *restartSignature = "virtual bool SerialPortJob::restart()";
@@ -78,7 +79,7 @@ void SerialPortJob::dataReady(QString data)
     if (!m_running) {
         return;
     }
-    // Quirk: the timer is not restarted, so a device that sends text without end times out.
+    // Quirk: the timer is not restarted, so a device that keeps sending text times out.
     m_buffer.append(data);
     parseData(m_buffer);
 }

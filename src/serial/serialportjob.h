@@ -8,8 +8,8 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QTimer>
 
-/// Base of every exchange with the device: sends the command, collects the received text until it
-/// is a reply, and reports by signal.
+/// Base class of all jobs: sends the command, collects the received text until it contains the
+/// complete reply, and reports the result by a signal.
 ///
 /// Does not own the port; without one, or after its deletion, nothing is sent. If the job is held
 /// by shared pointers, a slot may release the last one inside any signal: the job is not deleted
@@ -21,7 +21,7 @@ class SerialPortJob : public SerialPortJobInterface,
     Q_OBJECT
 
 public:
-    /// The time-out is 500 ms until setTimeout().
+    /// The time-out is 500 ms until setTimeout() is called.
     SerialPortJob(SerialPortInterface *port, SerialPortJobType type, QObject *parent);
     ~SerialPortJob() override;
 
@@ -29,7 +29,8 @@ public:
     void start() override;
     void stop() override;
 
-    /// False from the fifth call on: a job is sent at most five times, whatever the reasons.
+    /// Returns false from the fifth call on, so a command is sent at most five times, whatever the
+    /// reasons.
     bool restart() override;
     SerialPortJobType type() override;
     void setTimeout(int ms) override;
@@ -40,7 +41,7 @@ public:
     bool canRestart() override;
 
 protected slots:
-    /// Appends to the received text and checks the whole of it.
+    /// Appends @p data to the received text and checks all of it.
     void dataReady(QString data) override;
 
     /// Stops the job and emits timedOut().

@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Asks for the software version, to find out whether the device replies.
+/// Requests the software version, to find out whether a device replies.
 class SerialPortJobConnect : public SerialPortJob
 {
     Q_OBJECT

@@ -9,7 +9,7 @@ SerialPortJobEraseLog::SerialPortJobEraseLog(SerialPortInterface *port, QObject 
 
 void SerialPortJobEraseLog::sendCommand()
 {
-    // Quirk: no empty line first, unlike the reading commands; the protocol has none here.
+    // Quirk: no empty line first, unlike most commands; the protocol has none here.
     write(QStringLiteral("log --erase\r\n"));
 }
 

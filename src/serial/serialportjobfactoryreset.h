@@ -3,14 +3,14 @@
 
 #include "serial/serialportjob.h"
 
-/// Loads the device's default settings. They are lost at the next restart unless written, which is
-/// not done here.
+/// Loads the device's default settings. They are lost at the next restart unless they are stored,
+/// which this job doesn't do.
 class SerialPortJobFactoryReset : public SerialPortJob
 {
     Q_OBJECT
 
 public:
-    /// Command: "initconf --really". The device gets up to 60 s for it.
+    /// Command: "initconf --really". The time-out is 60 s.
     explicit SerialPortJobFactoryReset(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

@@ -25,13 +25,14 @@ public:
     /// Connects to the port, starts the timer and sends the command.
     virtual void start() = 0;
 
-    /// Disconnects from the port and discards the received text.
+    /// Disconnects from the port, stops the timer and discards the received text.
     virtual void stop() = 0;
 
-    /// Uses up one restart and starts again; false, and nothing else, when none is left.
+    /// Uses up one restart and starts the job again. Returns false and doesn't start it if none is
+    /// left.
     virtual bool restart() = 0;
 
-    /// What kind of exchange this is.
+    /// The kind of the exchange.
     virtual SerialPortJobType type() = 0;
 
     /// The time-out, in ms.
@@ -40,24 +41,24 @@ public:
     virtual int timeout() = 0;
     /// @}
 
-    /// Whether the job has started and neither ended nor stopped.
+    /// Whether the job has been started and not been stopped since.
     virtual bool isRunning() = 0;
 
     /// Whether the job may be sent again after a time-out.
     virtual bool canRestart() = 0;
 
 protected slots:
-    /// A chunk of text arrived.
+    /// A chunk of text has arrived.
     virtual void dataReady(QString data) = 0;
 
-    /// The timer fired.
+    /// The time-out has expired.
     virtual void onTimeOut() = 0;
 
 protected:
     /// Writes the job's bytes to the port.
     virtual void sendCommand() = 0;
 
-    /// Checks whether @p buffer, all the text received so far, is the reply.
+    /// Checks whether @p buffer, all the text received so far, contains the complete reply.
     virtual void parseData(QString buffer) = 0;
 
 signals:
@@ -74,11 +75,11 @@ signals:
     void dataRead(QString name, QString value);
     /// @}
 
-    /// One reading, raw name to raw value, and when it was received, in UTC.
+    /// One reading, from raw name to raw value, and the time in UTC at which it was received.
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
 
-    /// Row @p index of the log, from 1 up, with its values in the order of the titles; @p time is
-    /// UTC.
+    /// Row @p index of the log, 1 or more, with its values in the order of the titles; @p time is
+    /// in UTC.
     void logValueRead(int index, QVector<double> values, QDateTime time);
 
     /// A block of 64 bytes of the memory was read or written; @p blockIndex is 0 to 1023.
@@ -96,7 +97,7 @@ signals:
     /// The exchange, a job of this type, failed.
     void failed(SerialPortJobType type);
 
-    /// Not emitted; actionFinished() with ActionWriteToEeprom is.
+    /// Never emitted: actionFinished() with ActionWriteToEeprom is emitted instead.
     void dataWrittenToEeprom();
 
     /// An action was completed, or has made progress if it has several steps; @p result depends on

@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Asks for the number of log entries. Emits valueRead() with ValueLogOption, and with
+/// Requests the number of log entries. Emits valueRead() with ValueLogOption, and with
 /// ValueLogCount if the device has a log.
 class SerialPortJobReadLog : public SerialPortJob
 {

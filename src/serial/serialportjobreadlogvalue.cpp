@@ -32,7 +32,8 @@ void SerialPortJobReadLogValue::parseData(QString buffer)
         emit finished();
         break;
     case DataParserResult::ChecksumMismatch:
-        // Quirk: the buffer keeps the damaged line, so it is parsed together with the resent line.
+        // Quirk: the buffer keeps the line with the wrong checksum, so it is parsed together with
+        // the resent one.
         restart();
         break;
     case DataParserResult::NoMatch:

@@ -5,7 +5,7 @@
 
 /// Reads all measurements. Emits measurementsRead() with the computer's time in UTC.
 ///
-/// Leaves stop() to the queue, as the only job class.
+/// The only job class that leaves stop() to the queue.
 class SerialPortJobReadMeasurements : public SerialPortJob
 {
     Q_OBJECT

@@ -3,7 +3,7 @@
 
 #include "serial/serialportjob.h"
 
-/// Asks the device for the name of its model. Emits valueRead() with ValueDeviceModel.
+/// Requests the name of the device's model. Emits valueRead() with ValueDeviceModel.
 class SerialPortJobReadModel : public SerialPortJob
 {
     Q_OBJECT

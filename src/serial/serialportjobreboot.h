@@ -3,10 +3,11 @@
 
 #include "serial/serialportjob.h"
 
-/// When a restart counts as done.
+/// When a restart counts as completed.
 enum class RebootMode {
-    RebootAndWaitForSelftest = 0, ///< the device has come up and passed its self test
-    RebootForFirmwareUpdate = 1 ///< the device has announced its reset; the bootloader follows
+    RebootAndWaitForSelftest = 0, ///< the device has started again and passed its self-test
+    RebootForFirmwareUpdate =
+        1 ///< the device has announced its restart; its bootloader starts next
 };
 
 /// Restarts the device. Emits actionFinished() with ActionReboot or ActionRebootForFirmware,
@@ -16,7 +17,7 @@ class SerialPortJobReboot : public SerialPortJob
     Q_OBJECT
 
 public:
-    /// Command: "reboot --really". The time-out of 30 s includes the self test.
+    /// Command: "reboot --really". The time-out of 30 s includes the self-test.
     SerialPortJobReboot(SerialPortInterface *port, RebootMode mode, QObject *parent = nullptr);
 
 protected:

@@ -16,8 +16,8 @@ void SerialPortJobSetDate::sendCommand()
         emit error(tr("Unable to set time, invalid timestamp given: %1").arg(text));
         return;
     }
-    // The device does not parse the zone letter of UTC. Quirk: an offset is sent, since only UTC is
-    // used.
+    // The device does not parse the zone letter of UTC. Quirk: an offset is sent, since only dates
+    // in UTC are used.
     if (text.endsWith(QLatin1Char('Z'))) {
         text.chop(1);
     }

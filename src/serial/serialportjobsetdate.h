@@ -6,9 +6,10 @@
 /// Sets the device's clock. Emits actionFinished() with ActionSetDate and the date that the device
 /// confirms.
 ///
-/// The date is sent in ISO form: one in UTC or local time without a zone, one with an offset or a
-/// time zone with its offset, as "+02:00". The device's clock is UTC, so only dates in UTC are
-/// useful. For an invalid date error() is emitted, and nothing is sent.
+/// The date is sent in ISO 8601 format, without conversion: a date in UTC or local time without a
+/// zone, a date with an offset or a time zone with its offset, such as "+02:00". The device's clock
+/// is UTC, so only dates in UTC are useful. For an invalid date error() is emitted, and nothing is
+/// sent.
 class SerialPortJobSetDate : public SerialPortJob
 {
     Q_OBJECT

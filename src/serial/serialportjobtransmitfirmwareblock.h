@@ -5,8 +5,8 @@
 
 /// Sends one block (up to 16 bytes) of a firmware image to the bootloader. Emits actionFinished()
 /// with ActionFirmwareBlockTransmitted and @p progress in percent, or with
-/// ActionFirmwareTransmitted when the bootloader has the whole image, or failed() when it rejects
-/// the block.
+/// ActionFirmwareTransmitted if the bootloader has received the whole image, or failed() if it
+/// rejects the block.
 ///
 /// A block is never sent twice.
 class SerialPortJobTransmitFirmwareBlock : public SerialPortJob

@@ -10,7 +10,7 @@ class SerialPortJobUpdateFirmware : public SerialPortJob
     Q_OBJECT
 
 public:
-    /// Sends nothing until the bootloader's prompt arrives, and waits 15 minutes for it.
+    /// Sends nothing until the bootloader's prompt arrives. The time-out is 15 minutes.
     explicit SerialPortJobUpdateFirmware(SerialPortInterface *port, QObject *parent = nullptr);
 
 protected:

@@ -19,7 +19,7 @@ SerialPortJobWriteEepromBlock::SerialPortJobWriteEepromBlock(SerialPortInterface
 void SerialPortJobWriteEepromBlock::sendCommand()
 {
     write(QStringLiteral("\r\neeprom --write_block %1\r\n").arg(m_blockIndex));
-    // At once: the device's request for the bytes is not awaited.
+    // Sent immediately, without waiting for the device to request the bytes.
     write(m_data);
 }
 

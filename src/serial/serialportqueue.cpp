@@ -137,7 +137,7 @@ void SerialPortQueue::onJobFailed(SerialPortJobType type)
     }
 }
 
-// By value: the job exists until its start() returns, even if a slot removes it.
+// By value, so that the job exists until its start() returns, even if a slot removes it.
 void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 {
     if (!job || (m_current && m_current->isRunning())) {
@@ -153,8 +153,8 @@ void SerialPortQueue::startJob(QSharedPointer<SerialPortJobInterface> job)
 void SerialPortQueue::startNextJob()
 {
     if (!m_queue.isEmpty()) {
-        // Quirk: lost, with a warning, if a slot of allJobsDone() has started another job, since
-        // nothing may interrupt a running job.
+        // Quirk: lost, with a warning, if a slot connected to allJobsDone() has started another
+        // job, since nothing may interrupt a running job.
         startJob(m_queue.dequeue());
     }
 }

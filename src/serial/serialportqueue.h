@@ -35,11 +35,11 @@ public:
     /// The current job, or null.
     QSharedPointer<SerialPortJobInterface> currentJob();
 
-    /// The waiting jobs, first to run first.
+    /// The waiting jobs, in the order in which they will run.
     QVector<QSharedPointer<SerialPortJobInterface>> jobs();
 
 protected slots:
-    /// The current job has ended, timed out or failed.
+    /// The current job has finished, timed out, reported an error or failed.
     /// @{
     void onJobFinished();
     void onJobTimedOut();
@@ -54,8 +54,8 @@ private:
     void finishCurrentJob();
     void connectJob(SerialPortJobInterface *job);
 
-    // The current job if it emitted the signal that is being handled, otherwise null. A slot that
-    // is called directly is about the current job.
+    // The current job if it emitted the signal that is being handled, otherwise null. If the slot
+    // was called directly, the current job.
     QSharedPointer<SerialPortJobInterface> reportingJob() const;
 
     static QString displayName(SerialPortJobType type);

@@ -16,7 +16,7 @@ public:
     /// An empty queue without a transport.
     using QObject::QObject;
 
-    /// Removes all jobs, closes and releases the present transport, and uses @p port instead.
+    /// Removes all jobs, closes and releases the current transport, and uses @p port instead.
     virtual void setSerialPort(QSharedPointer<SerialPortInterface> port) = 0;
 
     /// Removes all waiting jobs and stops the current one. Emits no signal.
@@ -25,16 +25,17 @@ public:
     /// Removes all jobs and closes the port.
     virtual void close() = 0;
 
-    /// Opens the port if it is not open; false if that fails. A transport must have been set.
+    /// Opens the port if it is not open. Returns false if that fails. A transport must have been
+    /// set.
     virtual bool open() = 0;
 
-    /// The transport's port name, or a null text without a transport.
+    /// The transport's port name, or a null string without a transport.
     virtual QString portName() = 0;
 
-    /// Starts @p job at once if there is no current job, otherwise appends it. Null is ignored.
+    /// Starts @p job immediately if there is no current job, otherwise appends it. Null is ignored.
     virtual void addJob(QSharedPointer<SerialPortJobInterface> job) = 0;
 
-    /// The transport; null before the first one was set.
+    /// The transport; null before the first one has been set.
     virtual QSharedPointer<SerialPortInterface> serialPort() = 0;
 
     /// Whether a job of this type is waiting; the current job does not count.
@@ -54,11 +55,11 @@ signals:
     void measurementsRead(QDateTime timestamp, QMap<QString, QString> values);
     /// @}
 
-    /// A job has ended and none is waiting. Not emitted after a connect job, since more jobs
-    /// follow.
+    /// The current job has finished, or was removed by removeJobs(), and none is waiting. Not
+    /// emitted after a job that failed, nor after a connect job, since more jobs follow.
     void allJobsDone();
 
-    /// A job has ended; the next one, if any, starts after this signal.
+    /// The current job has finished; the next one, if any, starts after this signal.
     void jobFinished(SerialPortJobType type);
 
     /// Relayed from the current job, see SerialPortJobInterface.

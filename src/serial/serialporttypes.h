@@ -3,7 +3,7 @@
 
 #include <QtCore/QMetaType>
 
-/// The kind of a job, one number per job class.
+/// The kind of a job, one enumerator for each job class.
 enum class SerialPortJobType {
     JobConnect = 0,
     JobReadValue = 1,
@@ -24,11 +24,11 @@ enum class SerialPortJobType {
     JobWriteEepromBlock = 16
 };
 
-/// An action that the user sees: completed, or one step of it. The comment after each describes the
+/// An action on the device, or a step of one. The comment after each enumerator describes the
 /// result in actionFinished().
 enum class SerialPortActionType {
     ActionWriteToEeprom = 0, ///< none
-    ActionSetDate = 1, ///< QDateTime that the device confirmed
+    ActionSetDate = 1, ///< QDateTime, as the device confirmed it
     ActionEraseLog = 2, ///< none
     ActionReboot = 3, ///< none
     ActionRebootForFirmware = 4, ///< none
@@ -41,7 +41,7 @@ enum class SerialPortActionType {
     ActionEepromBlockWritten = 11 ///< int, percent
 };
 
-/// What a value that was read is. After each, its type.
+/// The meaning of a value in valueRead(). The comment after each enumerator describes the value.
 enum class SerialPortValueType {
     ValueDeviceDate = 0, ///< QDateTime, UTC
     ValueLogOption = 1, ///< bool: the device has the log option
