@@ -18,7 +18,7 @@ QString FileSelection::selectSaveFileName(const QString &defaultName, const QStr
     const QString proposed = m_settings->value(settingsKey, defaultName).toString();
     QString fileName = m_window->selectSaveFile(caption, proposed, filter);
     if (!fileName.isEmpty()) {
-        // Quirk: the choice is remembered even if the file turns out not to be writable.
+        // Quirk: the path is stored even if the file turns out not to be writable.
         m_settings->setValue(settingsKey, fileName);
     }
     return fileName;
@@ -43,7 +43,7 @@ QByteArray FileSelection::readFileWithDialog(const QString &caption, const QStri
         qDebug() << label << "file is empty" << path;
         m_window->showMessageBox(QMessageBox::Warning, tr("Selected %1 is empty!").arg(label));
     }
-    // Quirk: an empty file is remembered as well, so the next dialog opens in its folder.
+    // Quirk: the path of an empty file is stored as well, so the next dialog opens in its folder.
     m_settings->setValue(settingsKey, path);
     return contents;
 }

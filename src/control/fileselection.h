@@ -8,23 +8,22 @@
 class MainWindowInterface;
 class SettingsInterface;
 
-/// The file dialogs, each with a settings key under which the path of the chosen file is
-/// remembered.
+/// Opens file dialogs and stores the path of each chosen file under a settings key.
 class FileSelection
 {
     Q_DECLARE_TR_FUNCTIONS(MainWindowController)
 
 public:
-    /// Both are not owned and must outlive this.
+    /// Neither is owned; both must outlive this object.
     FileSelection(MainWindowInterface *window, SettingsInterface *settings);
 
-    /// The path of a file to write; empty when the user cancelled. @p defaultName is proposed until
-    /// a path has been remembered.
+    /// Lets the user choose a file to write and returns its path; empty if the user cancelled.
+    /// @p defaultName is proposed until a path has been stored.
     QString selectSaveFileName(const QString &defaultName, const QString &settingsKey,
                                const QString &caption, const QString &filter);
 
-    /// The contents of a file to read. Empty when the user cancelled, and, after a message that
-    /// calls the file @p label, when it can't be opened or is empty.
+    /// Lets the user choose a file to read and returns its contents. Empty if the user cancelled,
+    /// and, after a message that calls the file @p label, if it can't be opened or is empty.
     QByteArray readFileWithDialog(const QString &caption, const QString &settingsKey,
                                   const QString &filter, const QString &label);
 

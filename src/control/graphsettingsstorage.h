@@ -5,10 +5,11 @@
 
 class SettingsInterface;
 
-/// The graph dialog's state among the user's settings.
+/// Stores the state of the graph dialog in the user's preferences.
 namespace GraphSettingsStorage {
 
-/// What was written last; until then a period that begins and ends now, without measurements.
+/// The state that was written last; before that, a period that begins and ends now, without
+/// measurements.
 GraphSettings read(const SettingsInterface &settings);
 
 /// Writes all of @p graph.

@@ -69,7 +69,7 @@ void MainWindowController::connectHandler()
 bool MainWindowController::start()
 {
     m_window->refreshPorts(m_settings->value(SettingsKeys::serialPort).toString());
-    // Without models the editor stays empty; graph, export and firmware update work all the same.
+    // Without models the editor stays empty; graph, export and firmware update still work.
     loadConfiguration(m_configurationFileName);
     m_window->setPollutantUnitIndex(m_settings->value(SettingsKeys::pollutantUnit, 0).toInt());
     m_window->setTemperatureUnitIndex(m_settings->value(SettingsKeys::temperatureUnit, 0).toInt());
@@ -149,7 +149,7 @@ bool MainWindowController::openStorage(const QString &folder, bool report)
         return true;
     }
     if (report) {
-        // Quirk: "measures" for "measurements"; the text is required.
+        // Quirk: "measures" for "measurements"; the wording is required.
         m_window->showMessageBox(
             QMessageBox::Critical,
             tr("Unable to write measures to %1. Please choose another directory.").arg(folder));
@@ -187,7 +187,7 @@ void MainWindowController::onConnected()
     m_serialPortHandler->setValue(DeviceVariables::debug, QStringLiteral("0"));
     m_serialPortHandler->readModel();
     // Quirk: the order of the first commands is fixed, so the names are those of the current model;
-    // the device's own model is available later.
+    // the reply with the device's own model arrives later.
     onSynchronizeClicked();
     m_settings->setValue(SettingsKeys::serialPort, m_serialPortHandler->portName());
 }
@@ -210,7 +210,8 @@ void MainWindowController::onValueRead(SerialPortValueType type, QVariant value)
         break;
     case SerialPortValueType::ValueLogOption:
         if (!value.toBool()) {
-            // Quirk: only the close of a visible dialog enables "Read"; there is no log to read.
+            // Quirk: only this close enables "Read", as a cancellation, if the dialog was last
+            // shown for a log read; there is no log to read.
             m_window->closeWaitDialog();
             m_window->showMessageBox(
                 QMessageBox::Warning,
@@ -278,7 +279,8 @@ void MainWindowController::onAllJobsDone()
     if (!m_synchronizing) {
         return;
     }
-    // Quirk: also after a firmware update without a connection; its device has no serial number.
+    // Quirk: also reached after a firmware update without a connection; its device has no serial
+    // number.
     m_synchronizing = false;
     m_window->setConnected(true);
     onMeasurementTimer();
@@ -312,7 +314,7 @@ void MainWindowController::onDisconnectClicked()
     m_window->setDeviceClockRunning(false);
     m_window->setConnected(false);
     m_deviceDetails.clear();
-    // Quirk: m_synchronizing stays set if the first reads have not ended, so changes of values are
+    // Quirk: m_synchronizing stays true if the first reads have not ended, so changes of values are
     // ignored until the next connection is complete.
     // Quirk: the availability timer keeps running until a device is ready.
     QTimer::singleShot(disconnectDelayMs, Qt::CoarseTimer, this,
@@ -339,7 +341,7 @@ void MainWindowController::onActionFinished(SerialPortActionType action, QVarian
         m_window->closeWaitDialog();
         break;
     case SerialPortActionType::ActionSetDate:
-        // Quirk: setting the clock also saves all settings, as the clock is kept with them.
+        // Quirk: setting the clock also saves all settings, as the clock is stored with them.
         m_serialPortHandler->writeToEeprom();
         m_serialPortHandler->readDate();
         break;
@@ -393,7 +395,7 @@ void MainWindowController::onActionFailed(SerialPortActionType action)
         qDebug() << "Failed to transfer firmware";
         showActionFailure(tr("Firmware update failed due to unknown reason"));
         break;
-    // Quirk: the two messages of the EEPROM say "firmware"; their texts are required.
+    // Quirk: the two messages about the EEPROM say "firmware"; their wording is required.
     case SerialPortActionType::ActionEepromRead:
     case SerialPortActionType::ActionEepromBlockRead:
         showActionFailure(tr("Failed to read device firmware"));
@@ -466,8 +468,9 @@ void MainWindowController::onLoadSettingsClicked()
 
 void MainWindowController::onSynchroniceClockClicked()
 {
-    // Quirk: the call returns when the dialog has closed. The same button reads the device again,
-    // and the clock reply of that read closes the dialog; then the clock is written.
+    // Quirk: showWaitDialog() returns when the dialog has closed. The same button has also started
+    // reading the device; the reply with the clock closes the dialog, and then the clock is
+    // written.
     m_window->showWaitDialog(WaitDialogReason::SettingDeviceClock,
                              tr("Setting device clock, please wait"));
     m_serialPortHandler->setDate(QDateTime::currentDateTimeUtc());
@@ -611,8 +614,8 @@ void MainWindowController::onUpdateFirmwareClicked()
         return;
     }
     qDebug() << "Updating firmware";
-    // Quirk: not started again after a failed or cancelled update, since the device may be in its
-    // bootloader.
+    // Quirk: the timers are not restarted after a failed or cancelled update, since the device may
+    // be in its bootloader.
     m_measurementTimer.stop();
     m_measurementAvailabilityTimer.stop();
     m_serialPortHandler->clearJobs();
@@ -678,7 +681,7 @@ void MainWindowController::saveEepromBackup(const QByteArray &data)
 
 void MainWindowController::onRestoreEepromClicked()
 {
-    // Quirk: the messages about this file say "firmware" too; their texts are required.
+    // Quirk: the messages about this file say "firmware" too; their wording is required.
     const QByteArray contents = m_fileSelection.readFileWithDialog(
         tr("Select eeprom backup file"), SettingsKeys::eepromFileName, QStringLiteral("*.dat"),
         tr("firmware"));

@@ -26,7 +26,7 @@ class SettingsInterface;
 /// handler communicates with the device and the store keeps the readings; only this class connects
 /// them.
 ///
-/// Owns none of its four collaborators; each must outlive it. Wait dialogs, message boxes and file
+/// Doesn't own its four collaborators; each must outlive it. Wait dialogs, message boxes and file
 /// dialogs run a nested event loop, so any slot may run while another one waits for the user.
 class MainWindowController : public QObject
 {
@@ -38,8 +38,8 @@ public:
     MainWindowController(MainWindowInterface *window, SerialPortHandlerInterface *serialPortHandler,
                          SettingsInterface *settings, LocalStorage *localStorage, QObject *parent);
 
-    /// Fills the window from settings.xml and the user's remembered choices and opens the store.
-    /// False when no folder for the store was found: the program ends then.
+    /// Fills the window from settings.xml and the user's preferences, and opens the store. Returns
+    /// false if the store could not be opened in any folder; the program must then exit.
     bool start();
 
     /// While true, value changes from the window are not sent to the device.

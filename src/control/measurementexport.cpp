@@ -22,8 +22,8 @@ QVector<LogValue> MeasurementExport::rows(const QVector<StoredMeasurement> &meas
                                           const MeasurementDisplayOptions &options,
                                           const QVector<MeasurementItem> &items)
 {
-    // Looked up once: a year of measurements has millions of values. A name without an item keeps
-    // its value, as it does with the initial type.
+    // Looked up once: a year of measurements has millions of values. A name without an item gets
+    // the type Undefined, so its values are not converted.
     QHash<QString, MeasurementItem> itemsByName;
     for (const QString &name : chosen) {
         MeasurementTypeUtils::findMeasurementItem(name, items, itemsByName[name]);

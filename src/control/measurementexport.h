@@ -15,7 +15,7 @@ namespace MeasurementExport {
 QStringList valueNames(const StoredMeasurement &measurement, const QStringList &chosen);
 
 /// A row for each measurement: those of its values whose names are among @p chosen, in their stored
-/// order and in the units of @p options. A value that is missing shifts those after it to the left.
+/// order and in the units of @p options. A missing value shifts the values after it to the left.
 QVector<LogValue> rows(const QVector<StoredMeasurement> &measurements, const QStringList &chosen,
                        const MeasurementDisplayOptions &options,
                        const QVector<MeasurementItem> &items);

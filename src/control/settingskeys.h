@@ -3,12 +3,12 @@
 
 #include <QtCore/QString>
 
-/// The keys of the user's choices. They are part of the persisted format: another spelling loses
-/// the user's value.
+/// The keys of the user's preferences. They are part of the stored format: if a key is changed, the
+/// stored value is lost.
 namespace SettingsKeys {
 
 /// @name Keys
-/// The value is what the name says, unless a note says more.
+/// The names describe the values; comments add details.
 /// @{
 const QLatin1String serialPort("serial port");
 const QLatin1String pollutantUnit("pollutant unit"); ///< 0 ppm, otherwise µg/m³

@@ -3,6 +3,6 @@
 
 class QObject;
 
-/// Connects the signals of the main window to the controller's slots. Both by name, so that any
-/// object with these signals can implement the window.
+/// Connects the signals of the main window to the controller's slots. The connections are
+/// string-based, so any object with these signals can implement the window.
 void connectWindowSignals(const QObject *window, const QObject *controller);

@@ -9,9 +9,9 @@
 
 #include <QtCore/QMap>
 
-/// The store of devices and their readings, each of which is called a measurement here. Values are
-/// raw: in the device's units and under its own names. A failure is reported by false or an empty
-/// result, and in the log.
+/// The store of devices and their readings. In this folder a reading is called a measurement.
+/// Values are raw: in the device's units and under its own names. A failure is reported by false or
+/// an empty result, and in the log.
 class LocalStorage
 {
 public:
@@ -37,13 +37,13 @@ public:
     virtual void addMeasurementValues(unsigned measurementId,
                                       const QVector<MeasurementValue> &values) = 0;
 
-    /// All devices, the one with the newest measurement first.
+    /// All devices, sorted by their newest measurement, latest first.
     virtual QVector<StoredDevice> devices() = 0;
 
-    /// All measurements of a device without their values, by measurement id.
+    /// All measurements of a device without their values, from measurement id to metadata.
     virtual QMap<unsigned, MeasurementMetadata> measurementMetadata(unsigned deviceId) = 0;
 
-    /// The raw names that a device has values of, by type id.
+    /// The measurement types of which the device has values, from type id to raw name.
     virtual QMap<unsigned, QString> measurementTypes(unsigned deviceId) = 0;
 
     /// The measurements from @p from to @p to, both included, in the order in which they

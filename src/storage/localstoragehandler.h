@@ -3,13 +3,13 @@
 
 #include "storage/localstorage.h"
 
-/// Stores the readings of the connected device, whose row id it keeps.
+/// Stores the readings of the connected device, whose id in the store it keeps.
 ///
 /// A failure of the store is only logged.
 class LocalStorageHandler
 {
 public:
-    /// @p localStorage is not owned, never null, and must outlive this.
+    /// @p localStorage is not owned, must not be null, and must outlive this object.
     explicit LocalStorageHandler(LocalStorage *localStorage);
 
     /// Opens the store in the file @p path.
@@ -23,10 +23,11 @@ public:
     void addMeasurements(const MeasurementMetadata &metadata,
                          const QVector<MeasurementValue> &values);
 
-    /// The store itself, to read from.
+    /// The store, for reading.
     LocalStorage *localStorage();
 
-    /// The measurements from @p from to @p to, both included, of any device of the store.
+    /// The measurements from @p from to @p to, both included, of the device with the id
+    /// @p deviceId, which can be any device of the store.
     QVector<StoredMeasurement> measurements(const QDateTime &from, const QDateTime &to,
                                             unsigned deviceId);
 

@@ -75,7 +75,7 @@ constexpr Statement selectValuesInRange = {
     "and measurement_metadata.timestamp between :timestamp_from and :timestamp_to",
     "loading measurement values"};
 
-/// A row of measurement_metadata, small enough for a year of them in memory.
+/// A row of measurement_metadata, small enough to keep those of a year in memory.
 struct MetadataRow
 {
     qlonglong timestamp;
@@ -127,15 +127,17 @@ QVector<MetadataRow> readMetadataRows(QSqlQuery &query)
     return rows;
 }
 
-/// Appends the values of @p query to the measurements whose ids @p rows has at the same indexes.
+/// Appends the values of @p query to @p measurements; @p rows contains their ids at the same
+/// indexes.
 void assembleValues(QSqlQuery &query, const QVector<MetadataRow> &rows,
                     QVector<StoredMeasurement> &measurements)
 {
-    QSet<QString> names; // A year has millions of values: equal names share their characters.
+    QSet<QString> names; // A year has millions of values: equal names share one string.
     int valueCount = 0; // of the previous measurement; the next one usually has as many
     auto row = rows.cbegin();
     while (query.next()) {
-        // The driver's own type: a conversion by toUInt() takes 6 % of the time for a year.
+        // The type that the driver returns: a conversion with toUInt() takes 6 % of the time for a
+        // year.
         const auto id = static_cast<unsigned>(query.value(0).toLongLong());
         // Nearly every value belongs to the same measurement as the previous one, or to the next.
         if (row != rows.cend() && row->id < id) {
@@ -355,7 +357,7 @@ bool LocalStorageSqlite::createTables()
 
 bool LocalStorageSqlite::readTypeIds()
 {
-    // Quirk: what an earlier open() cached remains, also if it was another file.
+    // Quirk: the types that an earlier open() cached remain, even if it opened another file.
     QSqlQuery query = prepared(m_database, selectTypes);
     const bool read = executeOrWarn(query, selectTypes);
     while (query.next()) {

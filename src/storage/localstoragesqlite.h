@@ -5,9 +5,11 @@
 
 #include <QtSql/QSqlDatabase>
 
-/// The store as an SQLite file, on the default connection of QtSql, so a program has one at a time.
+/// The store as an SQLite file, on the default connection of Qt SQL, so a program can have only one
+/// such object at a time.
 ///
-/// Every statement commits on its own, so a failure halfway leaves a measurement with fewer values.
+/// Every statement commits on its own, so a failure may leave a measurement with only some of its
+/// values.
 class LocalStorageSqlite : public LocalStorage
 {
 public:
@@ -16,9 +18,9 @@ public:
     Q_DISABLE_COPY(LocalStorageSqlite)
 
     /// Opens the file @p path. If it does not exist, it is created with its tables; its folder must
-    /// exist. The tables of an existing file are not checked. False if the file cannot be opened, a
-    /// table cannot be created or the measurement types cannot be read; what was created until then
-    /// remains. May be called again, also with another path.
+    /// exist. The tables of an existing file are not checked. Returns false if the file cannot be
+    /// opened, a table cannot be created or the measurement types cannot be read; what has been
+    /// created until then remains. May be called again, also with another path.
     bool open(const QString &path) override;
 
     void close() override;
@@ -29,11 +31,11 @@ public:
     bool addMeasurement(unsigned deviceId, const MeasurementMetadata &metadata,
                         unsigned &measurementId) override;
 
-    /// Adds a row even if there is one with this name, and remembers its id for the name.
+    /// Adds a row even if there already is one with this name, and caches its id for the name.
     bool addMeasurementType(const QString &name, unsigned &typeId) override;
 
-    /// Values that are not valid are not stored. One that cannot be stored does not stop the
-    /// others.
+    /// Values that are not valid are not stored. If one cannot be stored, the others are stored
+    /// nevertheless.
     void addMeasurementValues(unsigned measurementId,
                               const QVector<MeasurementValue> &values) override;
 

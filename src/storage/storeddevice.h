@@ -5,8 +5,8 @@
 
 #include <QtCore/QDateTime>
 
-/// A device in the store, with the times of its oldest and newest measurement. Both are invalid for
-/// a device without measurements.
+/// A device in the store, with the times of its oldest and newest measurement. Both times are
+/// invalid for a device without measurements.
 struct StoredDevice
 {
     DeviceDetails details; ///< as they were at the device's first connection

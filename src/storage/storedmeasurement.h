@@ -9,6 +9,6 @@
 /// A reading in the store. Its values are always valid.
 struct StoredMeasurement : MeasurementMetadata
 {
-    /// Empty if none could be stored.
+    /// Empty if none was valid or none could be stored.
     QVector<MeasurementValue> values;
 };
