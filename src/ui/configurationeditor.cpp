@@ -103,7 +103,7 @@ void ConfigurationEditor::setupColumns()
     setColumnCount(ColumnCount);
     setHorizontalHeaderLabels(
         {QStringLiteral("Name"), QStringLiteral("Alias"), QStringLiteral("Value")});
-    // Quirk: no view owns a delegate and nothing deletes it, so each model adds one.
+    // Quirk: a view doesn't own its delegates and nothing deletes them, so each call adds one.
     setItemDelegateForColumn(delegateColumn, new ConfigurationItemDelegate(nullptr));
 }
 

@@ -15,18 +15,18 @@ class ConfigurationEditor : public QTableWidget
     Q_OBJECT
 
 public:
-    /// A table with its column titles and without rows.
+    /// A table with column headings and without rows.
     explicit ConfigurationEditor(QWidget *parent);
 
     /// Rebuilds the rows from the settings of @p configuration, with empty values and without a
-    /// signal. Sorting stays as it is.
+    /// signal. Whether sorting is enabled doesn't change.
     void setConfiguration(const DeviceConfiguration &configuration);
 
-    /// Shows @p value in every row with the alias @p name. Emits valueChanged() like a user's edit
-    /// while the editor is enabled. A name without a row is ignored.
+    /// Shows @p value in every row with the alias @p name. While the editor is enabled, emits
+    /// valueChanged(), as for an edit by the user. A name without a row is ignored.
     void setConfigurationValue(const QString &name, const QString &value);
 
-    /// The aliases, from the top.
+    /// The aliases, from the top row down.
     QStringList configurationNames();
 
 signals:

@@ -5,7 +5,7 @@
 
 /// How a setting's value is to be edited.
 enum class ConfigurationItemType {
-    Text = 0, ///< free text; max, when above 0, is the maximum length
+    Text = 0, ///< free text; max, if above 0, is the maximum length
     Int = 1, ///< integer from min to max
     Float = 2 ///< real number from min to max
 };
@@ -15,9 +15,9 @@ struct ConfigurationItem
 {
     QString group; ///< the group in settings.xml; not shown
     QString name; ///< label
-    QString alias; ///< the device's variable, identifies the setting in the program
+    QString alias; ///< the device's variable; identifies the setting
 
-    float min = 0.0F; ///< smallest number; not used for a text
-    float max = 0.0F; ///< largest number; the greatest length of a text, when above 0
+    float min = 0.0F; ///< smallest number; not used for Text
+    float max = 0.0F; ///< largest number; for Text the maximum length, if above 0
     ConfigurationItemType type = ConfigurationItemType::Text; ///< kind of the value
 };

@@ -7,7 +7,7 @@
 namespace ConfigurationRole {
 constexpr int type = Qt::UserRole + 1; ///< ConfigurationItemType as int
 constexpr int min = Qt::UserRole + 2; ///< float
-constexpr int max = Qt::UserRole + 3; ///< float; for a text its greatest length, when above 0
+constexpr int max = Qt::UserRole + 3; ///< float; for Text the maximum length, if above 0
 } // namespace ConfigurationRole
 
 /// Creates the editor that fits the type and the range of a setting.
@@ -20,7 +20,8 @@ public:
     using QItemDelegate::QItemDelegate;
 
     /// A spin box, a spin box with decimals or a line edit, owned by @p parent. Null, so that the
-    /// cell can't be edited, for any other type and for a text without a line edit.
+    /// cell can't be edited, for any other type and for Text if the default editor is not a line
+    /// edit.
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                           const QModelIndex &index) const override;
 };

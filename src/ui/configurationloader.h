@@ -9,15 +9,15 @@
 
 /// Reads settings.xml, the description of the models. An object is used for one load.
 ///
-/// Malformed XML is not an error of its own: it counts as the end of the current element, so a
+/// Malformed XML is not reported as an error: it counts as the end of the current element, so a
 /// truncated file is read up to that point.
 class ConfigurationLoader
 {
 public:
     /// Adds the models of the file @p path to @p devices, by model name; a later model replaces an
-    /// earlier one of its name. False when the file can't be read, isn't a list of models, lacks a
-    /// required attribute or has an unknown type or unit; the models before the fault are then
-    /// added.
+    /// earlier one with the same name. Returns false if the file can't be read, isn't a list of
+    /// models, lacks a required attribute within a model or has an unknown type or unit; the models
+    /// before the error have then been added.
     bool load(QMap<QString, DeviceConfiguration> &devices, const QString &path);
 
 private:

@@ -7,7 +7,7 @@
 /// A device's identity as properties, ready to be bound to a view. Not used yet: the identity
 /// is passed as DeviceDetails.
 ///
-/// Each setter emits its signal, also when the value stays the same.
+/// Each setter emits its signal, even if the value doesn't change.
 class DeviceItem : public QObject
 {
     Q_OBJECT
@@ -18,10 +18,10 @@ class DeviceItem : public QObject
     Q_PROPERTY(QString hwVersion READ hwVersion WRITE setHwVersion NOTIFY hwVersionChanged)
 
 public:
-    /// All texts are empty.
+    /// All values are empty.
     using QObject::QObject;
 
-    /// The identity as it was last set; empty before.
+    /// The value that was set last; empty before that.
     /// @{
     QString serialNumber() const { return m_serialNumber; }
     QString modelNumber() const { return m_modelNumber; }
@@ -38,7 +38,7 @@ public:
     /// @}
 
 signals:
-    /// The value was set, possibly to the same.
+    /// The value was set, possibly without a change.
     /// @{
     void serialNumberChanged(QString newValue);
     void modelNumberChanged(QString newValue);

@@ -3,7 +3,7 @@
 
 #include <QtWidgets/QComboBox>
 
-/// A combo box for texts of any length and content, as a device or the store may contain them.
+/// A combo box for strings of any length and content, such as those from a device or the store.
 ///
 /// Draws the current text elided. The tool tips of the box and of each item show the text
 /// literally and wrapped, up to 2,000 characters of it.

@@ -18,7 +18,7 @@ ExportMeasurementsToCsvDialog::ExportMeasurementsToCsvDialog(LocalStorage *local
     m_ui->setupUi(this);
     connect(m_ui->deviceComboBox, qOverload<int>(&QComboBox::currentIndexChanged), this,
             &ExportMeasurementsToCsvDialog::onDeviceChanged);
-    // The same time for both, so that a dialog accepted at once covers an empty period.
+    // The same time for both, so that a dialog accepted without a change selects an empty period.
     const QDateTime now = QDateTime::currentDateTime();
     m_ui->exportDateTimeFrom->setDateTime(now);
     m_ui->exportDateTimeTo->setDateTime(now);

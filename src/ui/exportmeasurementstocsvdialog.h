@@ -20,12 +20,12 @@ class ExportMeasurementsToCsvDialog : public QDialog
     Q_OBJECT
 
 public:
-    /// @p localStorage is not owned and must not be null. Both ends of the period start at the
-    /// present moment.
+    /// @p localStorage is not owned and must not be null. The period begins and ends at the current
+    /// time until the user changes it.
     ExportMeasurementsToCsvDialog(LocalStorage *localStorage, QWidget *parent);
     ~ExportMeasurementsToCsvDialog() override;
 
-    /// Sets the measurements with their display names, for the next list of types.
+    /// Sets the measurements, whose display names are used when types are next listed.
     void setMeasurementItems(const QVector<MeasurementItem> &items);
 
     /// Adds the devices of the store and lists the types of the first one, all checked.
@@ -37,16 +37,16 @@ public:
     /// The store's id of the selected device; 0 without devices.
     unsigned selectedDeviceId();
 
-    /// The checked types, type id to raw name.
+    /// The checked types, from type id to raw name.
     QMap<unsigned, QString> selectedMeasurementTypes();
 
-    /// Bounds of the period, in UTC and not compared.
+    /// Bounds of the period, in UTC; not checked against each other.
     /// @{
     QDateTime fromDate();
     QDateTime toDate();
     /// @}
 
-    /// Serial numbers of all devices listed.
+    /// Serial numbers of all listed devices.
     QStringList deviceSerialNumbers();
 
     /// The file to export to. Not used yet.

@@ -11,5 +11,5 @@ struct ExportSelection
     QDateTime from; ///< start of the period, included
     QDateTime to; ///< end of the period, included
     unsigned deviceId = 0; ///< the store's id of the device
-    QMap<unsigned, QString> measurementTypes; ///< type id to raw name
+    QMap<unsigned, QString> measurementTypes; ///< from type id to raw name
 };

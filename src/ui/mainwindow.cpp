@@ -14,7 +14,7 @@
 constexpr int locationRole = Qt::UserRole;
 constexpr int deviceClockIntervalMs = 1000;
 
-// What a message box shows without its details.
+// The part of a message that is shown without its details.
 constexpr int maximumBoxLines = 25;
 constexpr int maximumBoxCharacters = 600;
 
@@ -23,8 +23,8 @@ static QString portLabel(const QString &name, const QString &description)
     return description.isEmpty() ? name : QStringLiteral("%1 - %2").arg(name, description);
 }
 
-/// Makes a row one line of text high, and the table wide enough for its headers. Not in the form,
-/// where sizes are in pixels.
+/// Sets the height of a row to that of one line of text, and a minimum width that fits the headers.
+/// Not set in the form, because sizes there are in pixels.
 static void sizeByFont(QTableWidget *table)
 {
     constexpr double rowLines = 1.4;
@@ -34,8 +34,8 @@ static void sizeByFont(QTableWidget *table)
     table->setMinimumWidth(widthLines * line);
 }
 
-/// Fits the columns of names to their contents: none wider than half of the view, all together two
-/// thirds at most. The last column fills the rest. The user can drag them afterwards.
+/// Resizes all columns but the last to their contents: each to half of the view at most, together
+/// to two thirds at most. The last column fills the rest. The user can resize them afterwards.
 static void fitNameColumns(QTableWidget *table)
 {
     QSize view = table->maximumViewportSize();
@@ -43,18 +43,18 @@ static void fitNameColumns(QTableWidget *table)
     if (table->verticalHeader()->length() > view.height()) {
         view.rwidth() -= table->verticalScrollBar()->sizeHint().width();
     }
-    int room = view.width() * 2 / 3;
-    int rest = view.width();
+    int available = view.width() * 2 / 3;
+    int remaining = view.width();
     for (int column = table->columnCount() - 2; column >= 0; --column) {
         table->resizeColumnToContents(column);
         const int width =
-            std::min({table->columnWidth(column), view.width() / 2, room / (column + 1)});
+            std::min({table->columnWidth(column), view.width() / 2, available / (column + 1)});
         table->setColumnWidth(column, width);
-        room -= width;
-        rest -= width;
+        available -= width;
+        remaining -= width;
     }
     // The stretched column keeps its width until the next resize of the view.
-    table->setColumnWidth(table->columnCount() - 1, rest);
+    table->setColumnWidth(table->columnCount() - 1, remaining);
 }
 
 MainWindow::MainWindow(QWidget *parent)
@@ -63,7 +63,8 @@ MainWindow::MainWindow(QWidget *parent)
     , m_waitDialog(nullptr)
     , m_graph(nullptr)
 {
-    // The controller connects by name, and a queued connection needs the name of the type.
+    // The controller's connections are string-based, and a queued one needs the registered name of
+    // the type.
     qRegisterMetaType<WaitDialogReason>("WaitDialogReason");
     m_ui->setupUi(this);
     m_waitDialog.setWindowIcon(windowIcon());
@@ -91,7 +92,7 @@ void MainWindow::connectWidgets()
 
     onClick(m_ui->writeToEepromButton, &MainWindow::writeToEepromClicked);
     onClick(m_ui->connectButton, &MainWindow::onConnectClicked);
-    // Quirk: "Set to UTC" reads the device first. The reply to that reading closes the wait dialog,
+    // Quirk: "Set to UTC" reads the device first. The reply with the clock closes the wait dialog,
     // so this connection precedes the one to synchronizeClockClicked().
     onClick(m_ui->syncClockButton, &MainWindow::synchronizeClicked);
     onClick(m_ui->disconnectButton, &MainWindow::disconnectClicked);
@@ -223,7 +224,7 @@ void MainWindow::setMeasurementState(MeasurementState state)
         {MeasurementState::NotStabilized, tr("Device has not stabilized yet")},
         {MeasurementState::HardwareError, tr("Device has hardware error")},
     };
-    // Quirk: black or red on the background of any theme, also a dark one.
+    // Quirk: black or red on the background of any theme, even a dark one.
     const bool ready = state == MeasurementState::Ready;
     m_ui->statusBar->setStyleSheet(ready ? QStringLiteral("QStatusBar { color : green; }")
                                          : QStringLiteral("QStatusBar { color : red; }"));
@@ -242,14 +243,15 @@ void MainWindow::selectPortIndex(int index) { m_ui->serialPorts->setCurrentIndex
 void MainWindow::refreshPorts(const QString &preferredPort)
 {
     QVector<Port> ports = availablePorts();
-    // Quirk: by code units, so COM10 comes before COM2.
+    // Quirk: sorted by UTF-16 code unit, so COM10 comes before COM2.
     std::sort(ports.begin(), ports.end(),
               [](const Port &left, const Port &right) { return left.name < right.name; });
     int selected = 0;
     int index = 0;
     for (const Port &port : qAsConst(ports)) {
         addPort(portLabel(port.name, port.description), port.location);
-        // Quirk: a name that occurs anywhere in the stored text matches, and the last match wins.
+        // Quirk: a name that occurs anywhere in the preferred port matches, and the last match
+        // wins.
         if (preferredPort.indexOf(port.name) != -1) {
             selected = index;
         }
@@ -317,8 +319,8 @@ int MainWindow::execMessageBox(QMessageBox::Icon icon, const QString &title, con
                                QMessageBox::StandardButtons buttons)
 {
     QMessageBox box(icon, title, QString(), buttons, this);
-    // The text may come from a device or a file. By default a box interprets text that looks
-    // like HTML as HTML, hence the format is set before the text.
+    // The text may come from a device or a file. By default a message box renders text that looks
+    // like HTML as HTML; hence the format is set before the text.
     box.setTextFormat(Qt::PlainText);
     const QString shown =
         text.section(QLatin1Char('\n'), 0, maximumBoxLines - 1).left(maximumBoxCharacters);

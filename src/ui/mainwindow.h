@@ -13,7 +13,7 @@ class MainWindow;
 }
 
 /// The top-level window. It makes no decisions: each button emits a signal, and each change on
-/// screen is made by an operation of MainWindowInterface.
+/// screen is made by a function of MainWindowInterface.
 ///
 /// Owns the wait dialog and the graph dialog, which are windows without a parent.
 class MainWindow : public QMainWindow, public MainWindowInterface
@@ -21,7 +21,7 @@ class MainWindow : public QMainWindow, public MainWindowInterface
     Q_OBJECT
 
 public:
-    /// Shows no device and no ports yet, and is hidden until show().
+    /// A hidden window without a device and without ports.
     explicit MainWindow(QWidget *parent);
     ~MainWindow() override;
 
@@ -52,9 +52,9 @@ public:
     void addPort(const QString &label, const QString &location) override;
     void selectPortIndex(int index) override;
 
-    /// Appends the machine's ports by name and selects the last one whose name occurs in
-    /// @p preferredPort, otherwise the first of the list. Meant to be called once, as it clears
-    /// nothing.
+    /// Appends the computer's ports, sorted by name, and selects the last one whose name occurs in
+    /// @p preferredPort, otherwise the first of the list. Intended to be called once, since it
+    /// doesn't clear the list.
     void refreshPorts(const QString &preferredPort) override;
 
     void setConfiguration(const DeviceConfiguration &configuration) override;
@@ -78,9 +78,10 @@ public:
     QString selectedPort() override;
 
 signals:
-    void synchronizeClicked(); ///< "Synchronize" or, first, "Set to UTC" was clicked
+    void synchronizeClicked(); ///< "Synchronize" or "Set to UTC" was clicked
 
-    /// "Connect" was clicked. @p portName is the location of the selected port, empty without one.
+    /// "Connect" was clicked. @p portName is the location of the selected port; empty if there is
+    /// none.
     void connectClicked(QString portName);
 
     void disconnectClicked(); ///< "Disconnect" was clicked
@@ -91,17 +92,18 @@ signals:
     void startReadingLogClicked(); ///< "Read" was clicked
     void showGraphClicked(); ///< "Show graph" was clicked
 
-    /// The wait dialog was cancelled or closed; @p reason is the one last shown.
+    /// The wait dialog was cancelled or closed; @p reason is the one for which it was last shown.
     void waitDialogCancelled(WaitDialogReason reason);
 
     void eraseLogClicked(); ///< "Clear" was clicked
     void writeToEepromClicked(); ///< "Write to eeprom" was clicked
     void loadSettingsClicked(); ///< "Load settings" was clicked
     void exportLocalMeasurementsToCsvClicked(); ///< "Export to csv" was clicked
-    void synchronizeClockClicked(); ///< "Set to UTC" was clicked, after synchronizeClicked()
+    void synchronizeClockClicked(); ///< "Set to UTC" was clicked; follows synchronizeClicked()
 
-    /// @p index is the index now selected, by the user or by the operation. The operation then
-    /// emits once more the index it was called with, even if the selector has no such index.
+    /// The user, or setPollutantUnitIndex() or setTemperatureUnitIndex(), has selected the unit at
+    /// @p index. Each of these functions then emits the index that it was called with once more,
+    /// even if it is not an index of the combo box.
     /// @{
     void pollutantUnitIndexChanged(int index);
     void temperatureUnitIndexChanged(int index);
@@ -118,12 +120,12 @@ protected:
     /// A serial port as the port list shows it.
     struct Port
     {
-        QString name; ///< the short name, as "ttyUSB0" or "COM2"
+        QString name; ///< the short name, such as "ttyUSB0" or "COM2"
         QString description; ///< may be empty
-        QString location; ///< what the port is opened by
+        QString location; ///< the system's path, by which the port is opened
     };
 
-    /// The ports of this machine, in any order; tests override it.
+    /// The ports of this computer, in any order; tests override it.
     virtual QVector<Port> availablePorts();
 
     /// Closes the dialogs too.

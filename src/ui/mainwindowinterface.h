@@ -13,11 +13,11 @@
 
 #include <QtWidgets/QMessageBox>
 
-/// The controller's whole view of the user interface.
+/// The user interface as the controller uses it.
 ///
-/// The object is also a QObject with the signals of MainWindow; the controller connects to them by
-/// name. Dialogs and message boxes run a nested event loop: such a call returns only when
-/// the user or a signal has ended the dialog.
+/// The object that implements it must also be a QObject with the signals of MainWindow; the
+/// controller connects to them by name. Dialogs and message boxes run a nested event loop: such a
+/// call returns only when the user or a slot has closed the dialog. The graph dialog does not.
 class MainWindowInterface
 {
 public:
@@ -26,14 +26,14 @@ public:
     /// Closes the wait dialog, which counts as a cancellation.
     virtual void closeWaitDialog() = 0;
 
-    /// Enables the button that reads the log.
+    /// Enables or disables the button that reads the log.
     virtual void setReadLogEnabled(bool enabled) = 0;
 
     /// Shows @p text literally in an Information, Warning or Critical box; any other icon shows
     /// nothing.
     virtual void showMessageBox(QMessageBox::Icon icon, const QString &text) = 0;
 
-    /// File and folder dialogs; each returns the chosen path, empty when cancelled.
+    /// File and folder dialogs; each returns the chosen path, empty if cancelled.
     /// @{
     virtual QString selectSaveFile(const QString &caption, const QString &path,
                                    const QString &filter) = 0;
@@ -42,7 +42,7 @@ public:
     virtual QString selectDirectory(const QString &caption, const QString &path) = 0;
     /// @}
 
-    /// Shows a part of the device's identity; empty without a device.
+    /// Shows a part of the device's identity.
     /// @{
     virtual void setHwVersion(const QString &version) = 0;
     virtual void setSwVersion(const QString &version) = 0;
@@ -63,25 +63,26 @@ public:
     virtual void addMeasurement(const MeasurementMetadata &metadata,
                                 const QVector<MeasurementValue> &values) = 0;
 
-    /// The device's variables that have a row in the configuration editor, from the top.
+    /// The device's variables that have a row in the configuration editor, from the top row down.
     virtual QStringList configurationNames() = 0;
 
     /// Closes all windows of the program.
     virtual void closeAll() = 0;
 
-    /// Enables what needs a device, and shows Disconnect in place of Connect.
+    /// Enables or disables the controls that need a device, and shows Disconnect or Connect.
     virtual void setConnected(bool connected) = 0;
 
-    /// Shows the state as text and as the colour of the measurements.
+    /// Shows the state in the status bar and as the colour of the measurements.
     virtual void setMeasurementState(MeasurementState state) = 0;
 
-    /// Appends a port to the list. @p location is what the port is opened by.
+    /// Appends a port to the list. @p location is the path by which the port is opened.
     virtual void addPort(const QString &label, const QString &location) = 0;
 
-    /// Selects the port at @p index of the list, from 0 up.
+    /// Selects the port at @p index of the list, 0 for the first.
     virtual void selectPortIndex(int index) = 0;
 
-    /// Appends the machine's ports; the last one whose name occurs in @p preferredPort is selected.
+    /// Appends the computer's ports; the last one whose name occurs in @p preferredPort is
+    /// selected.
     virtual void refreshPorts(const QString &preferredPort) = 0;
 
     /// Fills the configuration editor with the settings of a model, without values.
@@ -90,40 +91,41 @@ public:
     /// Fills the table with the measurements of a model, without values.
     virtual void setMeasurementItems(const QVector<MeasurementItem> &items) = 0;
 
-    /// Selects the unit at @p index and emits the index, also when it has not changed.
+    /// Selects the unit at @p index and emits the index, even if it has not changed.
     /// @{
     virtual void setPollutantUnitIndex(int index) = 0;
     virtual void setTemperatureUnitIndex(int index) = 0;
     /// @}
 
-    /// Enables or disables the button that connects. The controller only enables it, after
-    /// disconnecting; setConnected() hides it while a device is connected.
+    /// Enables or disables the Connect button. The controller only enables it, after disconnecting;
+    /// setConnected() hides it while a device is connected.
     virtual void setConnectEnabled(bool enabled) = 0;
 
-    /// Shows the wait dialog with a bar from 0 to 100, or changes an open one accordingly.
+    /// Shows the wait dialog with a progress bar, or changes an open one accordingly.
     virtual void showProgressWaitDialog(WaitDialogReason reason, const QString &text) = 0;
 
-    /// Shows the wait dialog with a running bar, or changes an open one accordingly.
+    /// Shows the wait dialog with a busy indicator, or changes an open one accordingly.
     virtual void showWaitDialog(WaitDialogReason reason, const QString &text) = 0;
 
     /// Asks a question with Yes and No, shown literally; true only for Yes.
     virtual bool askQuestion(const QString &title, const QString &text) = 0;
 
-    /// Moves the wait dialog's bar, 0 to 100 percent.
+    /// Sets the wait dialog's progress, 0 to 100 percent.
     virtual void setWaitDialogProgress(int percentage) = 0;
 
-    /// Lets the user choose what to export. False when cancelled; @p selection is untouched then.
+    /// Lets the user choose what to export. Returns false and leaves @p selection unchanged if
+    /// cancelled.
     virtual bool showExportDialog(const DeviceDetails &device, LocalStorage *storage,
                                   const QVector<MeasurementItem> &items,
                                   ExportSelection *selection) = 0;
 
-    /// Opens the graph dialog beside the window; does nothing while it is open.
+    /// Opens the graph dialog, which is modeless; does nothing while it is open.
     virtual void showGraph(const DeviceDetails &device, LocalStorage *storage,
                            const QVector<MeasurementItem> &items,
                            const MeasurementDisplayOptions &options,
                            const GraphSettings &settings) = 0;
 
-    /// Starts or stops the one-second tick of the clock display.
+    /// Starts or stops advancing the displayed clock every second.
     virtual void setDeviceClockRunning(bool running) = 0;
 
     /// Fills @p settings from the graph dialog.
@@ -132,6 +134,6 @@ public:
     /// Sets the units of the table and the graph.
     virtual void setDisplayOptions(const MeasurementDisplayOptions &options) = 0;
 
-    /// The location of the port selected in the list; empty when the list is empty.
+    /// The location of the port selected in the list; empty if the list is empty.
     virtual QString selectedPort() = 0;
 };

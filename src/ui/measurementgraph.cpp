@@ -17,11 +17,11 @@ constexpr int nameRole = Qt::UserRole + 2;
 
 constexpr int valueDecimals = 3;
 
-// In characters; longer names scroll instead of narrowing the chart.
-constexpr int longestFullName = 30;
+// In characters; for longer names the list scrolls instead of narrowing the chart.
+constexpr int maximumNameLength = 30;
 
-// In line heights: the ten upright labels of the time axis, and a legend of two names.
-constexpr int leastChartWidth = 27;
+// In line heights: enough for the ten vertical labels of the time axis and a legend with two names.
+constexpr int minimumChartWidth = 27;
 
 // The range of the axis exceeds the values by one percent.
 // Quirk: the same factors apply to negative values, where they narrow the range.
@@ -34,8 +34,8 @@ static int randomPastelChannel()
     return (std::rand() % white + white) / 2;
 }
 
-/// The colour of a measurement's line. An unknown name gets a random pastel colour for the whole
-/// run.
+/// The colour of a measurement's line. An unknown name gets a random pastel colour, which it keeps
+/// until the program exits.
 static QColor measurementColor(const QString &name)
 {
     static QHash<QString, QColor> colors{
@@ -66,7 +66,7 @@ MeasurementGraph::MeasurementGraph(QWidget *parent)
     m_ui->setupUi(this);
     setWindowFlags(windowFlags() | Qt::WindowMaximizeButtonHint);
     m_ui->list->setEnabled(false);
-    m_ui->chart->setMinimumWidth(leastChartWidth * fontMetrics().height());
+    m_ui->chart->setMinimumWidth(minimumChartWidth * fontMetrics().height());
     for (QDoubleSpinBox *box : {m_ui->graphMinimumSpinBox, m_ui->graphMaximumSpinBox}) {
         box->setDecimals(valueDecimals);
         box->setRange(std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max());
@@ -177,7 +177,8 @@ void MeasurementGraph::endLoading()
 
 void MeasurementGraph::applySelection(const QStringList &measurementTypes)
 {
-    // The chart is drawn once for all boxes, since each line of a year takes about half a second.
+    // The chart is drawn once for all check boxes, since drawing each line of a year takes about
+    // half a second.
     const QStringList selectedBefore = m_selectedMeasurements;
     m_applyingSelection = true;
     for (int row = 0; row < m_ui->list->count(); ++row) {
@@ -211,7 +212,7 @@ void MeasurementGraph::loadMeasurements()
         return;
     } // GCOVR_EXCL_STOP
     const unsigned deviceId = m_ui->deviceComboBox->currentData(deviceIdRole).toUInt();
-    // Frees the old rows before the new ones are read, so that a long period is in memory only
+    // Frees the old readings before the new ones are read, so that a long period is in memory only
     // once.
     m_measurements = {};
     m_measurements = m_localStorage->measurements(fromDate(), toDate(), deviceId);
@@ -231,14 +232,14 @@ void MeasurementGraph::fillList()
 void MeasurementGraph::fitListWidth()
 {
     QListWidget *list = m_ui->list;
-    const int widest = longestFullName * list->fontMetrics().averageCharWidth();
-    const int around = list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth();
-    list->setMinimumWidth(qMin(list->sizeHintForColumn(0), widest) + around);
+    const int maximum = maximumNameLength * list->fontMetrics().averageCharWidth();
+    const int margins = list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth();
+    list->setMinimumWidth(qMin(list->sizeHintForColumn(0), maximum) + margins);
 }
 
 void MeasurementGraph::addItem(const QString &name)
 {
-    // Complete before it is added: a change of an item in the list counts as the user's.
+    // Complete before it is added: a change of an item in the list counts as one by the user.
     auto item = std::make_unique<QListWidgetItem>(itemText(name));
     item->setForeground(measurementColor(name));
     item->setData(nameRole, name);
@@ -256,7 +257,7 @@ QString MeasurementGraph::itemText(const QString &name) const
 QStringList MeasurementGraph::measurementNames() const
 {
     QStringList names;
-    // Quirk: a measurement that is only in later rows has neither an item nor a line.
+    // Quirk: a measurement that is only in later readings has neither an item nor a line.
     const StoredMeasurement first = m_measurements.value(0);
     for (const MeasurementValue &value : first.values) {
         names.append(value.name);
@@ -349,7 +350,7 @@ bool MeasurementGraph::findValueRange(double &minimum, double &maximum) const
 double MeasurementGraph::displayValue(const MeasurementValue &value,
                                       const MeasurementItem &item) const
 {
-    // The item of an unknown name has no type, with which the value stays as it is.
+    // The item of an unknown name has the type Undefined, whose values are not converted.
     return MeasurementTypeUtils::convertToDisplayUnit(value.value, item.type, item.unit,
                                                       item.conversionMultiplier, m_displayOptions);
 }
@@ -398,7 +399,7 @@ void MeasurementGraph::itemChanged(QListWidgetItem *item)
     if (!m_applyingSelection) {
         reloadGraph();
     } else if (m_localStorage != nullptr && item->checkState() == Qt::Unchecked) {
-        // With nothing ticked at the end, the axis keeps the range of the lines that were ticked
+        // If no item is checked at the end, the axis keeps the range of the lines that were checked
         // last.
         updateValueRange();
     }

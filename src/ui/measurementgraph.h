@@ -17,17 +17,18 @@ namespace Ui {
 class MeasurementGraph;
 }
 
-/// Draws stored measurements over time: a device of the store, a period, the measurements ticked.
+/// Draws stored measurements over time. The user selects a device of the store, a period and the
+/// measurements.
 ///
 /// All data comes from the store, which must outlive the use of the dialog; no device needs to be
 /// connected. The dialog does not react to its widgets until the first endLoading(). It reports no
-/// errors: without rows only the axes are drawn.
+/// errors: without readings only the axes are drawn.
 class MeasurementGraph : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// A hidden dialog without a store, whose list is disabled.
+    /// A hidden dialog without a store, with a disabled list of measurements.
     explicit MeasurementGraph(QWidget *parent);
     ~MeasurementGraph() override;
 
@@ -46,10 +47,10 @@ public:
     void setMaximumValue(double value);
     /// @}
 
-    /// Sets whether the value axis has the manual range or that of the values.
+    /// Sets whether the value axis has the manual range or the range of the values.
     void setManualRange(bool manual);
 
-    /// Sets whether the period ends at the present moment.
+    /// Sets whether the period ends at the current time.
     void setShowLatest(bool latest);
 
     /// Sets the store to read from; not owned.
@@ -62,26 +63,27 @@ public:
     /// store.
     void beginLoading();
 
-    /// Selects the device with the serial number of @p device, without one the first device.
+    /// Selects the device with the serial number of @p device. If that is empty or not in the list,
+    /// the current device remains: after beginLoading(), the first.
     void selectDevice(const DeviceDetails &device);
 
     /// Resumes reactions to the widgets and draws.
     void endLoading();
 
-    /// Ticks exactly the measurements with the raw names @p measurementTypes. A name without an
-    /// item in the present period changes nothing.
+    /// Checks exactly the measurements with the raw names @p measurementTypes. A name without an
+    /// item in the current period is ignored.
     void applySelection(const QStringList &measurementTypes);
 
     /// Reads the store and redraws; does nothing without a store or while loading.
     void refresh();
 
-    /// Bounds of the period, in UTC; the upper one is the present moment while the latest is shown.
+    /// Bounds of the period, in UTC; toDate() is the current time if showLatest() is true.
     /// @{
     QDateTime fromDate();
     QDateTime toDate();
     /// @}
 
-    /// Raw names of the ticked measurements.
+    /// Raw names of the checked measurements.
     QStringList selectedMeasurements();
 
     /// The manual value range in the unit shown, and the states of the two check boxes.
@@ -93,8 +95,8 @@ public:
     /// @}
 
 public slots:
-    /// Reads and draws the current device of the device list, whatever the valid index @p index is.
-    /// An index outside the list changes nothing.
+    /// Reads and draws the current device of the device list if @p index is valid, even if it is
+    /// the index of another device. Ignores an invalid index.
     void selectDevice(int index);
 
 private slots:

@@ -59,8 +59,7 @@ void MeasurementTable::updateMeasurements(const QVector<MeasurementValue> &value
             continue;
         }
         if (!value.valid) {
-            // Quirk: the row does not come back with a later valid value, only with the next
-            // model.
+            // Quirk: a later valid value doesn't restore the row, only the next model does.
             removeRow(row(valueItem));
             continue;
         }

@@ -15,17 +15,17 @@ class MeasurementTable : public QTableWidget
     Q_OBJECT
 
 public:
-    /// Has its columns but no rows before setMeasurementItems().
+    /// A table with column headings and without rows.
     explicit MeasurementTable(QWidget *parent);
 
     /// Rebuilds all rows, in the order of @p items and without values.
     void setMeasurementItems(const QVector<MeasurementItem> &items);
 
-    /// Shows one reading. Unknown names are ignored; a value that is not valid removes its row
-    /// until the next setMeasurementItems(); rows without a value keep their last one.
+    /// Shows one reading. Unknown names are ignored. A value that is not valid removes its row
+    /// until the next setMeasurementItems(). Rows without a value in @p values keep their last one.
     void updateMeasurements(const QVector<MeasurementValue> &values);
 
-    /// Redraws every row in the units of @p options.
+    /// Shows every row in the units of @p options.
     void setDisplayOptions(const MeasurementDisplayOptions &options);
 
 private:

@@ -5,9 +5,9 @@
 
 #include <QtCore/QSettings>
 
-/// The user's choices, stored by QSettings.
+/// The user's preferences, stored by QSettings.
 ///
-/// Writes reach the file when QSettings synchronizes, at the latest in the destructor.
+/// Changes are written to the file when QSettings synchronizes, at the latest in the destructor.
 class Settings : public SettingsInterface
 {
 public:

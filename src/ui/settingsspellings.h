@@ -16,14 +16,14 @@ const QMap<QString, MeasurementType> &measurementTypes();
 /// The units of measurements, in lower case; a file may use any case.
 const QMap<QString, MeasurementUnit> &measurementUnits();
 
-/// The type that @p text means.
-/// Quirk: case-sensitive, unlike types and units of measurements, so "Float" means a text.
+/// The type that @p text denotes.
+/// Quirk: case-sensitive, unlike types and units of measurements, so "Float" means Text.
 ConfigurationItemType configurationItemType(const QString &text);
 
-/// The attributes that a setting must have, in the order in which they are looked for.
+/// The attributes that a setting must have, in the order in which they are checked.
 QStringList requiredOfConfigurationItem();
 
-/// The attributes that a measurement must have, in the order in which they are looked for.
+/// The attributes that a measurement must have, in the order in which they are checked.
 QStringList requiredOfMeasurement();
 
 } // namespace SettingsSpellings

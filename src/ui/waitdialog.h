@@ -19,19 +19,19 @@ public:
     explicit WaitDialog(QWidget *parent);
     ~WaitDialog() override;
 
-    /// Shows @p text as the title and a bar from 0 to 100, or a running bar without @p
-    /// showProgress. Returns when the dialog has closed, or at once if it was already visible.
+    /// Shows @p text as the title, and a progress bar or, if @p showProgress is false, a busy
+    /// indicator. Returns when the dialog has closed, or immediately if it was already visible.
     void showDialog(const QString &text, bool showProgress);
 
 public slots:
-    /// Moves the bar to @p progress percent. Does not close the dialog at 100.
+    /// Sets the progress bar to @p progress percent. Does not close the dialog at 100.
     void progress(int progress);
 
     /// Closes the dialog, and so emits cancelClicked().
     void finished();
 
 signals:
-    /// The cancel button was clicked, or the dialog got a close event from whatever source.
+    /// The cancel button was clicked, or the dialog received a close event, whatever caused it.
     void cancelClicked();
 
 protected:
