@@ -14,12 +14,12 @@ namespace {
 
 constexpr qint64 secondsPerMinute = 60;
 constexpr int minutesPerDay = 24 * 60;
-constexpr int gapBegin = 300;
-constexpr int gapEnd = 360;
-constexpr int notAvailableBegin = 1020;
-constexpr int notAvailableEnd = 1080;
+constexpr int gapBeginMinute = 300;
+constexpr int gapEndMinute = 360;
+constexpr int notAvailableBeginMinute = 1020;
+constexpr int notAvailableEndMinute = 1080;
 
-/// The reading "A=1.23;B=N" as the tool gets it from the device.
+/// The reading "A=1.23;B=N" as the device handler delivers it, from raw name to raw value.
 QMap<QString, QString> parseReading(const QByteArray &line)
 {
     QMap<QString, QString> reply;
@@ -52,19 +52,20 @@ bool writeHistory(LocalStorage &storage, const QString &path, SimulatorProcess &
     const Simulator::DeviceMeasurements measurements(*model, Simulator::DeviceOptions().seed, {});
     const QDateTime begin =
         QDateTime::currentDateTimeUtc().addSecs(-secondsPerMinute * minutesPerDay);
-    // The device's readings follow its own clock.
+    // The device's readings depend on the device's clock.
     const qint64 clockOffset = QDateTime::currentDateTimeUtc().secsTo(device.clock());
-    // A day has thousands of statements, each of which would wait for the disk on its own.
+    // A day takes thousands of statements, each of which would otherwise be flushed to disk
+    // separately.
     QSqlDatabase::database().transaction();
     for (int minute = 0; minute < minutesPerDay; ++minute) {
-        if (minute >= gapBegin && minute < gapEnd) {
+        if (minute >= gapBeginMinute && minute < gapEndMinute) {
             continue;
         }
         const QDateTime time = begin.addSecs(secondsPerMinute * minute);
-        auto reply = parseReading(measurements.lineAt(time.addSecs(clockOffset), true));
-        if (minute >= notAvailableBegin && minute < notAvailableEnd) {
-            // The last by name: a missing value shifts those after it to other columns of an
-            // export.
+        auto reply = parseReading(measurements.readingAt(time.addSecs(clockOffset), true));
+        if (minute >= notAvailableBeginMinute && minute < notAvailableEndMinute) {
+            // The last measurement by name, because a missing value shifts the following columns of
+            // an export.
             reply.last() = QStringLiteral("N");
         }
         handler.addMeasurements({MeasurementState::Ready, time}, measurementValues(reply));

@@ -74,7 +74,7 @@ void Bootloader::feed(char byte)
             endBlock();
         }
         // Last, because a slot may hang up the line, and the block must be complete before that.
-        emit rawBytesTaken(1);
+        emit rawBytesReceived(1);
         break;
     }
     }
@@ -105,8 +105,8 @@ void Bootloader::onImageIdleTimedOut()
 
 void Bootloader::endBlock()
 {
-    const int beyond = m_incoming.size() % blockSize;
-    const int size = beyond == 0 ? blockSize : beyond;
+    const int remainder = m_incoming.size() % blockSize;
+    const int size = remainder == 0 ? blockSize : remainder;
     ++m_blocks;
     emit eventOccurred("block " + QByteArray::number(m_blocks) + ", " + QByteArray::number(size)
                        + " bytes");
@@ -122,11 +122,12 @@ void Bootloader::endBlock()
     const bool complete = m_imageSize > 0 && m_incoming.size() >= m_imageSize;
     if (complete) {
         replyToLastBlock(false);
-    } else if (beyond == 0) {
+    } else if (remainder == 0) {
         constexpr DeviceFaultKind kind = DeviceFaultKind::BlockRepliesInOneChunk;
         // Without a place the fault affects only the last block, see replyToLastBlock().
-        const bool here = m_faults.active(kind) == nullptr && m_faults.triggersAt(kind, m_blocks);
-        emit output(here ? "*." : accepted, Delivery::OneChunk, 0);
+        const bool affectsBlock =
+            m_faults.active(kind) == nullptr && m_faults.triggersAt(kind, m_blocks);
+        emit output(affectsBlock ? "*." : accepted, Delivery::OneChunk, 0);
     }
 }
 
@@ -134,7 +135,7 @@ void Bootloader::replyToLastBlock(bool lastBlockAcknowledged)
 {
     // Before the reply, so that the image exists when a client has read the reply.
     m_image = m_incoming;
-    emit imageTaken(m_image);
+    emit imageReceived(m_image);
     if (m_faults.triggersAt(DeviceFaultKind::FinalStar, m_blocks)) {
         if (!lastBlockAcknowledged) {
             emit output(accepted, Delivery::OneChunk, 0);

@@ -11,14 +11,15 @@
 
 namespace Simulator {
 
-/// The bootloader: sends its banner, and receives an image when the start byte arrives in time.
+/// The bootloader: sends its banner, and receives a firmware image if the start byte arrives in
+/// time. Otherwise it starts the firmware.
 ///
-/// An image arrives in blocks of 16 bytes. The reply to each is "*", and "." to the block that
-/// completes the image. With an image size that is the block which reaches the size. Otherwise a
-/// pause ends the image: the reply to a short last block is then ".", and after a full one a "."
-/// follows its "*". A rejected or interrupted transfer leaves the old firmware in place. When
-/// nothing arrives for as long as the wait for the first byte, the bootloader sends its banner
-/// again.
+/// An image arrives in blocks of 16 bytes. The reply to a block is "*", or "." if the block
+/// completes the image. If the image size is known, this is the block that reaches it. Otherwise a
+/// pause ends the image: the reply to a short last block is then ".", and after a full one "."
+/// follows its "*". A rejected or interrupted transfer leaves the old firmware in place. If no byte
+/// arrives during a transfer for as long as the bootloader waits for the start byte, it sends its
+/// banner again.
 class Bootloader : public QObject
 {
     Q_OBJECT
@@ -32,13 +33,13 @@ public:
     /// Sends the banner and waits for the start byte.
     void start();
 
-    /// Stops, as a loss of power does.
+    /// Stops, as after a loss of power.
     void reset();
 
     /// Receives one byte from the line.
     void feed(char byte);
 
-    /// The size of images from the next start on, 0 for unknown.
+    /// Sets the size of images in bytes, 0 for unknown.
     void setImageSize(int bytes) { m_imageSize = bytes; }
 
     /// The image that was received last; empty before the first.
@@ -48,12 +49,12 @@ signals:
     /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
     /// A whole image has been received.
-    void imageTaken(const QByteArray &image);
-    /// The bootloader leaves and the firmware starts.
+    void imageReceived(const QByteArray &image);
+    /// The bootloader has ended and the firmware starts.
     void firmwareStarting();
 
     /// @p bytes bytes of an image have been received.
-    void rawBytesTaken(int bytes);
+    void rawBytesReceived(int bytes);
 
     /// An event for the event log.
     void eventOccurred(const QByteArray &event);
@@ -64,7 +65,8 @@ private:
     void onBootWaitTimedOut();
     void onImageIdleTimedOut();
     void endBlock();
-    /// Replies to the block that completes the image; @p lastBlockAcknowledged: "*" has been sent.
+    /// Replies to the block that completes the image. @p lastBlockAcknowledged: its "*" has already
+    /// been sent.
     void replyToLastBlock(bool lastBlockAcknowledged);
     void finish();
 
@@ -74,7 +76,7 @@ private:
     QTimer m_bootWaitTimer;
     QTimer m_imageIdleTimer;
     QByteArray m_incoming;
-    int m_blocks = 0; ///< complete blocks so far
+    int m_blocks = 0; ///< blocks received so far
     QByteArray m_image;
 };
 

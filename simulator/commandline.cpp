@@ -24,21 +24,22 @@ QString text(const char *latin1) { return QString::fromLatin1(latin1); }
 
 QString description()
 {
-    QString words =
+    QString result =
         text("A simulated transmitter on a pseudo-terminal. Prints \"port PATH\" when it "
-             "is ready.\n\nFaults (KIND, KIND@PLACE, KIND@PLACE:ARG; \"+\" after the "
-             "place: from that place on;\n\"-always\" after the kind: it is repeated "
-             "instead of occurring once):\n");
+             "is ready.\n\nFaults, written as KIND[@PLACE][:ARG] (\"+\" after PLACE: from that "
+             "place on;\n\"-always\" after KIND: each time that the place is reached, not "
+             "once):\n");
     for (const DeviceFaultInfo &info : deviceFaultKinds()) {
-        words += text("  %1 %2\n").arg(text(info.name), -26).arg(text(info.meaning));
+        result += text("  %1 %2\n").arg(text(info.name), -26).arg(text(info.meaning));
     }
-    return words
-        + text("PLACE counts command lines from 1, for log faults it is the row (0: titles), for\n"
-               "firmware faults the block from 1, for malformed-block the block of memory; or it "
-               "is\n"
-               "the beginning of a command, or \"next\". Without a place, a fault applies to "
-               "every\n"
-               "exchange, row or block.");
+    return result
+        + text("PLACE is the number of a command line (from 1), of a log row for log faults (0: "
+               "titles),\n"
+               "of a block for firmware faults (from 1), or of a memory block for "
+               "malformed-block.\n"
+               "It can also be the beginning of a command, or \"next\". Without a place, a fault "
+               "applies\n"
+               "to every exchange, row or block.");
 }
 
 bool parseNumbers(const QCommandLineParser &parser, const QList<NumberOption> &options,
@@ -77,24 +78,27 @@ QString modelNames()
 bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QString &error)
 {
     DeviceOptions &device = commandLine.transmitter.device;
-    constexpr int longest = 3600000; // ms, an hour
+    constexpr int maximumMs = 3600000; // one hour
     int seed = static_cast<int>(device.seed);
     int clockOffsetS = 0;
     const QList<NumberOption> numbers = {
         {"seed", "seed of the measurements and the serial number (1)", &seed, 0, INT_MAX},
         {"log-rows", "rows of the log (25)", &device.logRows, 0, 99999},
-        {"rate", "bits per second (115200), 0: without delay", &commandLine.transmitter.rate, 0,
+        {"rate", "bits per second (115200); 0: no delay", &commandLine.transmitter.rate, 0,
          INT_MAX},
         {"meas-state", "meas_state after warm-up (1)", &device.measurementState, 0, INT_MAX},
-        {"warmup", "ms of warm-up (0)", &device.warmUpMs, 0, longest},
-        {"clock-offset", "seconds that the clock is ahead (0)", &clockOffsetS, INT_MIN, INT_MAX},
-        {"write-ms", "ms for storing the settings (2000)", &device.writeMs, 0, longest},
-        {"block-idle-ms", "pause that ends an incomplete memory block (1000)", &device.blockIdleMs,
-         1, longest},
-        {"reboot-ms", "ms until a reset (5000)", &device.rebootMs, 0, longest},
-        {"boot-wait", "ms that the bootloader waits (3000)", &device.bootWaitMs, 1, longest},
-        {"image-size", "bytes of an image (0: a pause ends it)", &device.imageSize, 0, INT_MAX},
-        {"image-idle-ms", "pause that ends an image (300)", &device.imageIdleMs, 1, longest},
+        {"warmup", "ms of warm-up (0)", &device.warmUpMs, 0, maximumMs},
+        {"clock-offset", "seconds by which the clock is ahead (0)", &clockOffsetS, INT_MIN,
+         INT_MAX},
+        {"write-ms", "ms for storing the settings (2000)", &device.writeMs, 0, maximumMs},
+        {"block-idle-ms", "ms of pause that end an incomplete memory block (1000)",
+         &device.blockIdleMs, 1, maximumMs},
+        {"reboot-ms", "ms from the command to the restart (5000)", &device.rebootMs, 0, maximumMs},
+        {"boot-wait", "ms that the bootloader waits for a byte (3000)", &device.bootWaitMs, 1,
+         maximumMs},
+        {"image-size", "bytes of a firmware image (0: a pause ends it)", &device.imageSize, 0,
+         INT_MAX},
+        {"image-idle-ms", "ms of pause that end an image (300)", &device.imageIdleMs, 1, maximumMs},
     };
 
     QCommandLineParser parser;
@@ -108,15 +112,15 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
         {text("serial"), text("serial number"), text("TEXT")},
         {text("health"), text("value of health (98%)"), text("TEXT")},
         {text("unavailable"), text("a measurement that is always N; repeatable"), text("NAME")},
-        {text("no-log-option"), text("no log option installed")},
-        {text("debug"), text("debug output on at the start")},
+        {text("no-log-option"), text("the device has no log option")},
+        {text("debug"), text("debug output is on at the start")},
         {text("fault"), text("a fault, see above; repeatable"), text("FAULT")},
-        {text("state"), text("file that keeps memory, log and clock"), text("FILE")},
+        {text("state"), text("file that stores memory, log and clock between runs"), text("FILE")},
         {text("image"), text("file for a received firmware image"), text("FILE")},
         {text("journal"), text("file for the event log"), text("FILE")},
         {text("link"), text("symbolic link to the port"), text("PATH")},
         {text("control"), text("read control commands from standard input")},
-        {text("exit-with-stdin"), text("end when standard input closes")},
+        {text("exit-with-stdin"), text("exit when standard input closes")},
     });
     if (!parser.parse(arguments)) {
         error = parser.errorText();

@@ -8,19 +8,19 @@
 
 namespace Simulator {
 
-/// What the command line asks for.
+/// The parsed command line.
 struct CommandLine
 {
     TransmitterOptions transmitter; ///< the device and its line
     QList<QByteArray> faults; ///< as written, see Faults::add()
     bool control = false; ///< read control commands from standard input
-    bool exitWithInput = false; ///< end when standard input closes
-    bool helpWanted = false; ///< print the help and end
+    bool exitWithInput = false; ///< exit when standard input closes
+    bool helpWanted = false; ///< print the help and exit
     QString help; ///< the help text
 };
 
-/// Reads @p arguments, the program's name first, into @p commandLine; false with the reason in
-/// @p error.
+/// Parses @p arguments, which begin with the program's name, into @p commandLine. Returns false,
+/// with the reason in @p error, if they are invalid.
 bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QString &error);
 
 } // namespace Simulator

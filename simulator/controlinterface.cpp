@@ -48,10 +48,10 @@ ControlInterface::ControlInterface(SimulatedTransmitter &transmitter)
 
 QList<QByteArray> ControlInterface::run(const QByteArray &line)
 {
-    const QByteArray typed = line.trimmed();
-    const int space = typed.indexOf(' ');
-    const QByteArray word = space < 0 ? typed : typed.left(space);
-    const QByteArray argument = space < 0 ? QByteArray() : typed.mid(space + 1).trimmed();
+    const QByteArray trimmed = line.trimmed();
+    const int space = trimmed.indexOf(' ');
+    const QByteArray word = space < 0 ? trimmed : trimmed.left(space);
+    const QByteArray argument = space < 0 ? QByteArray() : trimmed.mid(space + 1).trimmed();
     Lines reply;
     for (const Command &command : commands) {
         if (word != command.word) {

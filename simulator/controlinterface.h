@@ -10,12 +10,12 @@ namespace Simulator {
 
 /// Controls and inspects a running transmitter: executes a command and returns the reply's lines.
 ///
-/// Every reply ends with the line "ok" or, when nothing was done, "error: " and the reason. Values
+/// Every reply ends with the line "ok" or, if nothing was done, "error: " and the reason. Values
 /// are written as on the device's console, in Latin-1, and memory in hexadecimal digits.
 class ControlInterface
 {
 public:
-    /// @p transmitter must outlive this.
+    /// @p transmitter must outlive this object.
     explicit ControlInterface(SimulatedTransmitter &transmitter);
 
     /// Executes the command @p line and returns the lines of the reply.
@@ -36,11 +36,11 @@ private:
     bool measurements(const QByteArray &argument, Lines &reply); // the last reading
     bool settings(const QByteArray &argument, Lines &reply); // all settings, each NAME=VALUE
     bool setting(const QByteArray &argument, Lines &reply); // the setting or variable NAME
-    bool set(const QByteArray &argument, Lines &reply); // as the console's "set NAME=VALUE"
+    bool set(const QByteArray &argument, Lines &reply); // like "set NAME=VALUE" on the console
     bool health(const QByteArray &argument, Lines &reply); // changes "health"
     bool measurementState(const QByteArray &argument, Lines &reply); // changes "meas_state"
     bool clock(const QByteArray &argument, Lines &reply); // the device's time, UTC
-    bool log(const QByteArray &argument, Lines &reply); // all lines, first the titles
+    bool log(const QByteArray &argument, Lines &reply); // all lines, the titles first
     bool memory(const QByteArray &argument, Lines &reply); // one block, or all
     bool image(const QByteArray &argument, Lines &reply); // size of the image received last
     bool imageSize(const QByteArray &argument, Lines &reply); // of images from now on, 0: unknown

@@ -5,10 +5,10 @@
 
 namespace Simulator {
 
-/// How bytes are sent to the line.
+/// How bytes are sent over the serial line.
 enum class Delivery {
-    Streamed, ///< as a serial line carries them, a few at a time
-    OneChunk, ///< all at once, when the last of them would have arrived
+    Streamed, ///< a few at a time, at the rate of the line
+    OneChunk, ///< in one chunk, after the time that sending them would take
     SingleBytes ///< one by one with a pause after each
 };
 

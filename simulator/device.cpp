@@ -27,13 +27,13 @@ Device::Device(const DeviceOptions &options, QObject *parent)
     connect(&m_console, &DeviceConsole::output, this, &Device::send);
     connect(&m_console, &DeviceConsole::idle, this, &Device::process);
     connect(&m_console, &DeviceConsole::resetting, this, &Device::onResetting);
-    connect(&m_console, &DeviceConsole::rawBytesTaken, this, &Device::onRawBytes);
+    connect(&m_console, &DeviceConsole::rawBytesReceived, this, &Device::onRawBytesReceived);
     connect(&m_console, &DeviceConsole::hangUpAfter, this, &Device::onHangUpAfter);
     connect(&m_console, &DeviceConsole::eventOccurred, this, &Device::eventOccurred);
     connect(&m_bootloader, &Bootloader::output, this, &Device::send);
     connect(&m_bootloader, &Bootloader::firmwareStarting, this, &Device::startFirmware);
-    connect(&m_bootloader, &Bootloader::rawBytesTaken, this, &Device::onRawBytes);
-    connect(&m_bootloader, &Bootloader::imageTaken, this, &Device::saveImage);
+    connect(&m_bootloader, &Bootloader::rawBytesReceived, this, &Device::onRawBytesReceived);
+    connect(&m_bootloader, &Bootloader::imageReceived, this, &Device::saveImage);
     connect(&m_bootloader, &Bootloader::eventOccurred, this, &Device::eventOccurred);
     m_modeTimer.setSingleShot(true);
     connect(&m_modeTimer, &QTimer::timeout, this, [this] {
@@ -84,7 +84,7 @@ void Device::lineRestored()
 
 void Device::process()
 {
-    // A fault or a reply can call this function again; the outer loop continues with the rest.
+    // A fault or a reply may call this function recursively; the outer call processes the rest.
     if (m_processing) {
         return;
     }
@@ -115,9 +115,9 @@ void Device::send(const QByteArray &bytes, Delivery delivery, int gapMs)
         m_bytesToHangUp -= out.size();
     }
     if (!out.isEmpty()) {
-        const Fault *singly = m_faults.active(DeviceFaultKind::SingleBytes);
-        if (singly != nullptr) {
-            emit transmit(out, Delivery::SingleBytes, qMax(1, singly->argument));
+        const Fault *singleBytes = m_faults.active(DeviceFaultKind::SingleBytes);
+        if (singleBytes != nullptr) {
+            emit transmit(out, Delivery::SingleBytes, qMax(1, singleBytes->argument));
         } else {
             emit transmit(out, delivery, gapMs);
         }
@@ -140,7 +140,7 @@ void Device::startFirmware()
     m_modeTimer.start(firmwareStartMs);
 }
 
-void Device::onRawBytes(int bytes)
+void Device::onRawBytesReceived(int bytes)
 {
     m_rawBytes += bytes;
     const Fault *fault = m_faults.active(DeviceFaultKind::HangupInput);

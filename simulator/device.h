@@ -14,33 +14,33 @@
 
 namespace Simulator {
 
-/// The whole device: passes the bytes from the line to the console or the bootloader, whichever
-/// runs, and their replies to the line. Does not depend on the port or on the line's speed.
+/// The whole device: passes bytes from the line to the console or the bootloader, whichever is
+/// running, and their replies to the line. Does not depend on the port or on the line's speed.
 class Device : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The program that is running.
+    /// What the device is doing.
     enum class Mode { Console, Resetting, Bootloader, Starting };
 
-    /// Begins with its firmware running.
+    /// Starts with the firmware running.
     explicit Device(const DeviceOptions &options, QObject *parent = nullptr);
 
-    /// Receives @p bytes from the line. During a lasting command they wait; during a reset they are
-    /// lost.
+    /// Receives @p bytes from the line. During a long-running command they wait; during a restart
+    /// they are lost.
     void receive(const QByteArray &bytes);
 
-    /// Power off and on: the bootloader starts, then the firmware.
+    /// Switches the device off and on: the bootloader starts, then the firmware.
     void powerCycle();
 
-    /// Adds a fault, see Faults::add(), and resets the count of raw bytes.
+    /// Adds a fault, see Faults::add(), and restarts the count of raw bytes.
     bool addFault(const QByteArray &text, QByteArray &error);
 
-    /// A new line has replaced one that was hung up.
+    /// To be called when a new line has replaced one that was hung up.
     void lineRestored();
 
-    /// The running program; isBusy() during a lasting command.
+    /// What the device is doing; isBusy() is true during a long-running command.
     /// @{
     Mode mode() const { return m_mode; }
     bool isBusy() const { return m_console.isBusy(); }
@@ -56,7 +56,7 @@ public:
 signals:
     /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void transmit(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
-    /// The line must hang up once everything transmitted has been sent.
+    /// The line must hang up after it has sent everything.
     void hangUp();
     /// An event for the event log.
     void eventOccurred(const QByteArray &event);
@@ -66,7 +66,7 @@ private:
     void send(const QByteArray &bytes, Delivery delivery, int gapMs);
     void onResetting();
     void startFirmware();
-    void onRawBytes(int bytes);
+    void onRawBytesReceived(int bytes);
     void onHangUpAfter(int bytes);
     void onChatterTimer();
     void saveImage(const QByteArray &image);
@@ -82,7 +82,7 @@ private:
     QByteArray m_input;
     bool m_processing = false;
     bool m_lineClosed = false;
-    int m_bytesToHangUp = -1; ///< bytes to the line until it hangs up, -1 for never
+    int m_bytesToHangUp = -1; ///< bytes to send until the line hangs up, -1 for never
     int m_rawBytes = 0; ///< raw bytes received since a fault was added
     quint64 m_chatterCount = 0;
 };

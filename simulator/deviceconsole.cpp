@@ -13,7 +13,8 @@ const char noLogOption[] = "No LOG option installed!\r\n";
 const char dateFormat[] = "yyyy-MM-ddTHH:mm:ss";
 constexpr int defaultGapMs = 1;
 
-/// The number after @p option in @p arguments, such as 7 in "--read=7"; false when there is none.
+/// The number after @p option in @p arguments, such as 7 in "--read=7". Returns false if there is
+/// none.
 bool optionNumber(const QByteArray &arguments, const QByteArray &option, int &number)
 {
     bool ok = false;
@@ -90,7 +91,7 @@ void DeviceConsole::feed(char byte)
         return;
     }
     if (m_block >= 0) {
-        takeBlockByte(byte);
+        receiveBlockByte(byte);
         return;
     }
     write(m_editor.type(byte));
@@ -130,12 +131,12 @@ void DeviceConsole::beginExchange(const QByteArray &line)
 
 void DeviceConsole::execute(const QByteArray &line)
 {
-    const QByteArray typed = line.trimmed();
-    const int space = typed.indexOf(' ');
-    const QByteArray word = space < 0 ? typed : typed.left(space);
+    const QByteArray trimmed = line.trimmed();
+    const int space = trimmed.indexOf(' ');
+    const QByteArray word = space < 0 ? trimmed : trimmed.left(space);
     for (const Command &command : commands) {
         if (word == command.word) {
-            (this->*command.handler)(space < 0 ? QByteArray() : typed.mid(space + 1).trimmed());
+            (this->*command.handler)(space < 0 ? QByteArray() : trimmed.mid(space + 1).trimmed());
             return;
         }
     }
@@ -326,11 +327,11 @@ void DeviceConsole::reboot(const QByteArray &arguments)
 
 void DeviceConsole::help(const QByteArray &)
 {
-    QByteArray words;
+    QByteArray names;
     for (const Command &command : commands) {
-        words += command.word + QByteArray(" ");
+        names += command.word + QByteArray(" ");
     }
-    replyAndEnd("Commands: " + words.trimmed() + lineEnd);
+    replyAndEnd("Commands: " + names.trimmed() + lineEnd);
 }
 
 QByteArray DeviceConsole::modelName()
@@ -339,7 +340,7 @@ QByteArray DeviceConsole::modelName()
     if (!m_faults.triggersInExchange(DeviceFaultKind::UnknownModel, fault)) {
         return m_state.model().name;
     }
-    return fault.word.isEmpty() ? QByteArray("KVT-900") : fault.word;
+    return fault.argumentText.isEmpty() ? QByteArray("KVT-900") : fault.argumentText;
 }
 
 QByteArray DeviceConsole::logLine(int index)
@@ -371,11 +372,11 @@ void DeviceConsole::readBlock(int index)
     replyAndEnd(digits + "\r\nDone\r\n");
 }
 
-void DeviceConsole::takeBlockByte(char byte)
+void DeviceConsole::receiveBlockByte(char byte)
 {
     m_blockData += byte;
     m_blockIdle.start();
-    emit rawBytesTaken(1);
+    emit rawBytesReceived(1);
     if (m_blockData.size() < DeviceMemory::blockSize) {
         return;
     }

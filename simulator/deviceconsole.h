@@ -24,31 +24,31 @@ public:
     DeviceConsole(DeviceState &state, Faults &faults, const DeviceOptions &options,
                   QObject *parent = nullptr);
 
-    /// The firmware starts: self-test, banner, prompt.
+    /// Starts the firmware: self-test, banner, prompt.
     void boot();
 
-    /// Discards all input and the running command, as a reset of the processor does.
+    /// Discards all input and the running command, like a reset of the processor.
     void reset();
 
-    /// True during a lasting command; bytes must wait until idle().
+    /// True during a long-running command; bytes must wait until idle().
     bool isBusy() const { return m_pause.isActive(); }
 
-    /// True when no command is running, so that debug output is possible.
+    /// True if no command is running, so that debug output is possible.
     bool isAtPrompt() const { return !isBusy() && m_block < 0; }
 
-    /// Receives one byte; not while busy.
+    /// Receives one byte. Must not be called while isBusy() is true.
     void feed(char byte);
 
 signals:
     /// Bytes for the line; @p gapMs is the pause after each byte with Delivery::SingleBytes.
     void output(const QByteArray &bytes, Simulator::Delivery delivery, int gapMs);
-    /// A lasting command has ended.
+    /// A long-running command has ended.
     void idle();
-    /// The reset has been announced; the console neither reads nor writes from now on.
+    /// The restart has been announced; the console neither reads nor writes from now on.
     void resetting();
-    /// @p bytes raw bytes have been received, one at a time.
-    void rawBytesTaken(int bytes);
-    /// The line must hang up after @p bytes more from the device.
+    /// @p bytes raw bytes of a memory block have been received.
+    void rawBytesReceived(int bytes);
+    /// The line must hang up after @p bytes more bytes from the device.
     void hangUpAfter(int bytes);
     /// An event for the event log.
     void eventOccurred(const QByteArray &event);
@@ -84,7 +84,7 @@ private:
     QByteArray modelName();
     QByteArray logLine(int index);
     void readBlock(int index);
-    void takeBlockByte(char byte);
+    void receiveBlockByte(char byte);
     void abandonBlock();
 
     DeviceState &m_state;

@@ -10,20 +10,22 @@
 namespace Simulator {
 
 /// CRC-8 of a log record, polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first,
-/// initial value 0, no final XOR. Bit by bit, as on a small processor without memory for a table.
+/// initial value 0, no final XOR. Calculated bit by bit, as on a small processor without memory for
+/// a table.
 quint8 recordChecksum(const QByteArray &record);
 
 /// The device's log: titles, and rows at a fixed interval up to a given time.
 class DeviceLog
 {
 public:
-    /// @p model and @p measurements must outlive this.
+    /// @p model and @p measurements must outlive this object.
     DeviceLog(const DeviceModel &model, const DeviceMeasurements &measurements);
 
-    /// Replaces the rows by @p count rows, the last one of @p end, @p intervalS seconds apart.
+    /// Replaces the rows with @p count rows, @p intervalS seconds apart; the last one has the time
+    /// @p end.
     void fill(int count, const QDateTime &end, int intervalS);
 
-    /// Rows, time of the last row, and seconds between two.
+    /// The number of rows, the time of the last one, and the seconds between two.
     /// @{
     int count() const;
     QDateTime end() const;
@@ -37,10 +39,10 @@ public:
     /// empty for a row that doesn't exist.
     QByteArray record(int index) const;
 
-    /// A line of the log in the console's form: number, record, checksum.
+    /// A line of the log in the console's format: number, record, checksum.
     static QByteArray line(int number, const QByteArray &record, quint8 checksum);
 
-    /// The line of @p index with the number and the checksum that belong to it.
+    /// The line of row @p index, with its number and checksum.
     QByteArray line(int index) const;
 
 private:

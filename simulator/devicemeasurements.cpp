@@ -39,21 +39,22 @@ QByteArray DeviceMeasurements::valueAt(const MeasurementInfo &info, const QDateT
 {
     const qint64 second = time.toSecsSinceEpoch();
     const double seconds = static_cast<double>(second);
-    const quint64 own = noise(m_seed, qChecksum(info.name, qstrlen(info.name)));
-    const double moving = slowShare * wave(seconds, slowPeriodS, noiseFraction(own, 1))
-        + fastShare * wave(seconds, fastPeriodS, noiseFraction(own, 2))
-        + jitterShare * (2.0 * noiseFraction(own, static_cast<quint64>(second)) - 1.0);
-    double value = info.middle + info.swing * moving;
+    const quint64 measurementSeed = noise(m_seed, qChecksum(info.name, qstrlen(info.name)));
+    const double variation =
+        slowShare * wave(seconds, slowPeriodS, noiseFraction(measurementSeed, 1))
+        + fastShare * wave(seconds, fastPeriodS, noiseFraction(measurementSeed, 2))
+        + jitterShare * (2.0 * noiseFraction(measurementSeed, static_cast<quint64>(second)) - 1.0);
+    double value = info.middle + info.swing * variation;
     switch (info.curve) {
     case Curve::Wave:
         break;
     case Curve::Daylight: {
         const double sun = wave(seconds, dayS, -0.25);
-        value = sun > 0.0 ? info.swing * sun * (0.9 + 0.1 * moving) : 0.0;
+        value = sun > 0.0 ? info.swing * sun * (0.9 + 0.1 * variation) : 0.0;
         break;
     }
     case Curve::Showers:
-        value = info.swing * (moving - showerThreshold) / (1.0 - showerThreshold);
+        value = info.swing * (variation - showerThreshold) / (1.0 - showerThreshold);
         break;
     case Curve::Direction:
         value = std::fmod(value, fullTurnDeg);
@@ -62,7 +63,7 @@ QByteArray DeviceMeasurements::valueAt(const MeasurementInfo &info, const QDateT
     return QByteArray::number(qMax(value, info.minimum), 'f', info.decimals);
 }
 
-QByteArray DeviceMeasurements::lineAt(const QDateTime &time, bool warm) const
+QByteArray DeviceMeasurements::readingAt(const QDateTime &time, bool warm) const
 {
     QList<QByteArray> pairs;
     for (const MeasurementInfo &info : m_model.measurements) {

@@ -13,14 +13,15 @@ namespace Simulator {
 class DeviceMeasurements
 {
 public:
-    /// @p model must outlive this. The measurements named in @p unavailable are always "N".
+    /// @p model must outlive this object. The measurements named in @p unavailable are always "N".
     DeviceMeasurements(const DeviceModel &model, quint32 seed, QList<QByteArray> unavailable);
 
     /// The value of @p info at @p time, in the unit and with the decimals of the model.
     QByteArray valueAt(const MeasurementInfo &info, const QDateTime &time) const;
 
-    /// A reading in the console's form, "A=1.23;B=N". @p warm is false during warm-up.
-    QByteArray lineAt(const QDateTime &time, bool warm) const;
+    /// The reading at @p time in the console's format, "A=1.23;B=N". @p warm is false during
+    /// warm-up.
+    QByteArray readingAt(const QDateTime &time, bool warm) const;
 
 private:
     const DeviceModel &m_model;

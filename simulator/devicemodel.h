@@ -13,28 +13,28 @@ enum class SettingType { Integer, Real, Text };
 struct SettingInfo
 {
     const char *name; ///< as the console spells it
-    SettingType type; ///< determines which of the fields below are used
-    double minimum; ///< unused for a text
-    double maximum; ///< for a text its greatest length in bytes, 0 for any
+    SettingType type; ///< type of the value
+    double minimum; ///< not used for Text
+    double maximum; ///< for Text the maximum length in bytes, 0 for any
     const char *initial; ///< factory value
 };
 
 /// How a measurement changes over time.
 enum class Curve {
     Wave, ///< up and down around the middle
-    Daylight, ///< nothing at night, the swing at noon (UTC)
-    Showers, ///< nothing most of the time
+    Daylight, ///< zero at night, highest at noon (UTC)
+    Showers, ///< zero most of the time
     Direction ///< an angle, 0 to 360
 };
 
-/// A measurement as the firmware delivers it, in the unit in which it delivers.
+/// A measurement as the firmware reports it, in the unit in which it reports it.
 struct MeasurementInfo
 {
     const char *name; ///< as the console spells it
     Curve curve; ///< how it changes over time
     double middle; ///< value around which it changes
     double swing; ///< greatest distance from the middle
-    double minimum; ///< never below
+    double minimum; ///< lowest value
     int decimals; ///< digits after the decimal point
     bool unavailableDuringWarmUp; ///< "N" during warm-up
 };
@@ -52,7 +52,7 @@ struct DeviceModel
 /// All models that can be simulated.
 const QVector<DeviceModel> &deviceModels();
 
-/// The model called @p name; null when there is none.
+/// The model named @p name; null if there is none.
 const DeviceModel *findDeviceModel(const QByteArray &name);
 
 } // namespace Simulator

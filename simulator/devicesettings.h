@@ -8,11 +8,11 @@
 
 namespace Simulator {
 
-/// The current settings, as in the device's RAM. All texts are in the device's character set.
+/// The current settings, as in the device's RAM. All strings are in the device's character set.
 class DeviceSettings
 {
 public:
-    /// @p model must outlive this. Starts with the factory values.
+    /// @p model must outlive this object. Starts with the factory values.
     explicit DeviceSettings(const DeviceModel &model);
 
     /// Whether the model has a setting @p name.
@@ -21,8 +21,9 @@ public:
     /// The current value; empty for an unknown name.
     QByteArray value(const QByteArray &name) const;
 
-    /// Sets a value as the firmware does: a number is limited to its range, text that is no number
-    /// changes nothing, a text is truncated. False for an unknown name.
+    /// Sets a value as the firmware does: limits a number to its range, ignores @p text that is not
+    /// a number where one is required, truncates the value of a Text setting. Returns false for an
+    /// unknown name.
     bool set(const QByteArray &name, const QByteArray &text);
 
     /// Sets every setting to its factory value.
@@ -31,7 +32,8 @@ public:
     /// All settings as the memory stores them: a line with the model, then a line for each setting.
     QByteArray toText() const;
 
-    /// Loads the stored @p text over the factory values; ignores text of another kind.
+    /// Loads the factory values, then the values of the stored @p text; ignores @p text if it is
+    /// not that of this model.
     void fromText(const QByteArray &text);
 
 private:

@@ -125,7 +125,7 @@ bool DeviceState::setValue(const QByteArray &name, const QByteArray &text)
 
 QByteArray DeviceState::takeMeasurements()
 {
-    m_lastMeasurements = m_measurements.lineAt(now(), isWarm());
+    m_lastMeasurements = m_measurements.readingAt(now(), isWarm());
     return m_lastMeasurements;
 }
 

@@ -13,23 +13,24 @@
 
 namespace Simulator {
 
-/// The state of the device: identity, clock, settings, memory, log, measurements.
+/// The state of the device: identity, clock, settings, memory, log and measurements.
 ///
-/// Memory, log and clock are written to the state file shortly after a change and at the end.
+/// Memory, log and clock are written to the state file shortly after a change, at the latest in the
+/// destructor.
 class DeviceState : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Loads the state file when it is of this model, otherwise begins with the initial state. An
-    /// unknown model becomes the first of the table.
+    /// Loads the state file if it is that of this model, otherwise starts with the initial state.
+    /// The first model of deviceModels() replaces an unknown one.
     explicit DeviceState(const DeviceOptions &options, QObject *parent = nullptr);
     ~DeviceState() override;
 
-    /// The firmware starts: loads the stored settings and begins the warm-up.
+    /// Starts the firmware: loads the stored settings and begins the warm-up.
     void boot();
 
-    /// Identity, and parts that are valid as long as this object.
+    /// Identity and parts of the device. References are valid as long as this object.
     /// @{
     const DeviceModel &model() const { return m_model; }
     QByteArray serial() const;
@@ -39,7 +40,7 @@ public:
     bool hasLogOption() const { return m_options.logOption; }
     /// @}
 
-    /// The device's clock, UTC, running.
+    /// The device's running clock, in UTC.
     /// @{
     QDateTime now() const;
     void setClock(const QDateTime &time);
@@ -60,23 +61,24 @@ public:
     void setMeasurementState(int state) { m_options.measurementState = state; }
     /// @}
 
-    /// The value of a variable or setting; false for an unknown @p name.
+    /// Copies the value of the variable or setting @p name to @p value. Returns false for an
+    /// unknown name.
     bool value(const QByteArray &name, QByteArray &value) const;
 
-    /// Sets the setting or variable @p name to @p text; read-only ones don't change. False for an
-    /// unknown name.
+    /// Sets the variable or setting @p name to @p text; read-only variables don't change. Returns
+    /// false for an unknown name.
     bool setValue(const QByteArray &name, const QByteArray &text);
 
-    /// Measures, and returns the reading in the console's form.
+    /// Takes a reading and returns it in the console's format.
     QByteArray takeMeasurements();
 
     /// What takeMeasurements() returned last.
     QByteArray lastMeasurements() const { return m_lastMeasurements; }
 
-    /// Copies the current settings to memory and returns the bytes written.
+    /// Copies the current settings to memory and returns the number of bytes written.
     int storeSettings();
 
-    /// Saves the state soon.
+    /// Causes the state to be saved shortly.
     void changed();
 
 private:

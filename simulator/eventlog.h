@@ -6,12 +6,12 @@
 
 namespace Simulator {
 
-/// Writes a line for each event to a file that can be read at the same time. Without a file it does
-/// nothing.
+/// Writes a line for each event to a file, which can be read meanwhile. Does nothing while no file
+/// is open.
 class EventLog
 {
 public:
-    /// Creates or truncates @p fileName; false when it can't be written.
+    /// Creates or truncates @p fileName. Returns false if it can't be written.
     bool open(const QString &fileName);
 
     /// Writes the line @p event.

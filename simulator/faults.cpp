@@ -15,7 +15,7 @@ const QVector<DeviceFaultInfo> &deviceFaultKinds()
         {"flipped-bit", DeviceFaultKind::FlippedBit, FaultPlace::Exchange,
          "the lowest bit of byte ARG (the middle one) of the reply is wrong"},
         {"nul", DeviceFaultKind::Nul, FaultPlace::Exchange,
-         "a zero byte before byte ARG (the middle one) of the reply"},
+         "a NUL byte before byte ARG (the middle one) of the reply"},
         {"chatter", DeviceFaultKind::Chatter, FaultPlace::Exchange,
          "debug output every ARG ms (100), from the exchange on, that can't be switched off"},
         {"unknown-model", DeviceFaultKind::UnknownModel, FaultPlace::Exchange,
@@ -23,7 +23,7 @@ const QVector<DeviceFaultInfo> &deviceFaultKinds()
         {"hangup", DeviceFaultKind::Hangup, FaultPlace::Exchange,
          "the line hangs up after ARG (0) more bytes from the device"},
         {"hangup-input", DeviceFaultKind::HangupInput, FaultPlace::None,
-         "the line hangs up after ARG raw bytes (memory blocks or image) to the device"},
+         "the line hangs up after ARG raw bytes (of memory blocks or an image) to the device"},
         {"replies-in-one-chunk", DeviceFaultKind::RepliesInOneChunk, FaultPlace::Exchange,
          "the reply is held back and sent in one chunk with the next"},
         {"bad-checksum", DeviceFaultKind::BadChecksum, FaultPlace::LogRow,
@@ -31,16 +31,16 @@ const QVector<DeviceFaultInfo> &deviceFaultKinds()
         {"wrong-entry", DeviceFaultKind::WrongEntry, FaultPlace::LogRow,
          "wrong number of a log line"},
         {"malformed-record", DeviceFaultKind::MalformedRecord, FaultPlace::LogRow,
-         "a log record with a word for a number; titles without a checksum"},
+         "a log record with a word in place of a number; titles without a checksum"},
         {"malformed-block", DeviceFaultKind::MalformedBlock, FaultPlace::MemoryBlock,
-         "a memory block read as something else than hexadecimal digits"},
+         "a memory block with other characters than hexadecimal digits"},
         {"block-rejected", DeviceFaultKind::BlockRejected, FaultPlace::FirmwareBlock,
          "a firmware block, counted from 1, is rejected"},
         {"block-unanswered", DeviceFaultKind::BlockUnanswered, FaultPlace::FirmwareBlock,
          "no reply to a firmware block, nor to later ones"},
         {"block-replies-in-one-chunk", DeviceFaultKind::BlockRepliesInOneChunk,
          FaultPlace::FirmwareBlock,
-         "the reply to a firmware block, the last one without a place, is \"*.\" in one chunk"},
+         "the reply to a firmware block (without a place: the last one) is \"*.\" in one chunk"},
         {"final-star", DeviceFaultKind::FinalStar, FaultPlace::None,
          "the reply to the last firmware block is \"*\" without a \".\""},
         {"boot-with-line-end", DeviceFaultKind::BootWithLineEnd, FaultPlace::None,
@@ -74,7 +74,7 @@ bool Faults::add(const QByteArray &text, QByteArray &error)
     QByteArray rest = text;
     const int colon = rest.indexOf(':');
     if (colon >= 0) {
-        fault.word = rest.mid(colon + 1);
+        fault.argumentText = rest.mid(colon + 1);
         rest.truncate(colon);
     }
     const int at = rest.indexOf('@');
@@ -93,9 +93,9 @@ bool Faults::add(const QByteArray &text, QByteArray &error)
     fault.kind = info->kind;
     if (colon >= 0 && fault.kind != DeviceFaultKind::UnknownModel) {
         bool isNumber = false;
-        fault.argument = fault.word.toInt(&isNumber);
+        fault.argument = fault.argumentText.toInt(&isNumber);
         if (!isNumber || fault.argument < 0) {
-            error = "not a number for " + kind + ": " + fault.word;
+            error = "not a number for " + kind + ": " + fault.argumentText;
             return false;
         }
     }
@@ -151,9 +151,9 @@ bool Faults::triggersInExchange(DeviceFaultKind kind)
 bool Faults::triggersAt(DeviceFaultKind kind, int place)
 {
     for (Fault &candidate : m_faults) {
-        const bool here = candidate.place < 0 || candidate.place == place
+        const bool atPlace = candidate.place < 0 || candidate.place == place
             || (candidate.onward && place > candidate.place);
-        if (candidate.kind == kind && !candidate.spent && here) {
+        if (candidate.kind == kind && !candidate.spent && atPlace) {
             trigger(candidate);
             return true;
         }
@@ -167,8 +167,8 @@ const Fault *Faults::active(DeviceFaultKind kind) const
         if (candidate.kind != kind || !candidate.command.isEmpty()) {
             continue;
         }
-        const bool lasting = candidate.onward || kind == DeviceFaultKind::Chatter;
-        if (candidate.place < 0 || (lasting && m_exchange >= candidate.place)) {
+        const bool continues = candidate.onward || kind == DeviceFaultKind::Chatter;
+        if (candidate.place < 0 || (continues && m_exchange >= candidate.place)) {
             return &candidate;
         }
     }
@@ -186,8 +186,8 @@ bool Faults::matchesExchange(const Fault &fault) const
 
 void Faults::trigger(Fault &fault)
 {
-    const bool placed = fault.place >= 0 || !fault.command.isEmpty();
-    fault.spent = placed && !fault.always && !fault.onward;
+    const bool hasPlace = fault.place >= 0 || !fault.command.isEmpty();
+    fault.spent = hasPlace && !fault.always && !fault.onward;
     // A copy, because a slot may add or clear faults.
     const QByteArray text = fault.text;
     emit triggered(text);

@@ -7,25 +7,25 @@ namespace Simulator {
 
 /// The console's line editor: turns typed bytes into an echo and complete lines.
 ///
-/// A line ends with CR, LF or CR LF; an LF right after a CR belongs to it, whatever is
-/// expected by then. Backspace and delete remove the last byte, other control bytes are ignored.
+/// A line ends with CR, LF or CR LF; an LF directly after a CR belongs to the same line end, even
+/// if raw bytes are expected after the CR. Backspace and delete remove the last byte, other control
+/// bytes are ignored.
 class LineEditor
 {
 public:
-    static constexpr int maximumLength = 255; ///< bytes; further ones are lost
+    static constexpr int maximumLength = 255; ///< bytes; further ones are ignored
 
-    /// True when @p byte is the LF of a CR LF whose CR has ended the line already; to be called for
-    /// every byte, including those that don't go into the line.
+    /// Whether @p byte is the LF of a CR LF whose CR has already ended the line. Must be called for
+    /// every byte, including raw ones.
     bool isSecondOfCrLf(char byte);
 
-    /// Adds a byte to the line and returns what to echo. When the line is complete isComplete() is
-    /// true.
+    /// Adds @p byte to the line and returns the echo.
     QByteArray type(char byte);
 
-    /// Whether takeLine() has a complete line.
+    /// Whether the line is complete.
     bool isComplete() const { return m_complete; }
 
-    /// The complete line; the next begins empty.
+    /// Returns the complete line and begins a new one.
     QByteArray takeLine();
 
     /// Discards the incomplete line.

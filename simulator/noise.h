@@ -5,8 +5,8 @@
 
 namespace Simulator {
 
-/// A pseudo-random number that depends only on @p seed and @p position, so that a device with a
-/// seed is the same each time. The finalizer of SplitMix64 (Steele, Lea, Flood 2014).
+/// A pseudo-random number that depends only on @p seed and @p position, so a seed always gives the
+/// same device. Uses the finalizer of SplitMix64 (Steele, Lea, Flood 2014).
 inline quint64 noise(quint64 seed, quint64 position)
 {
     quint64 mixed =
@@ -16,7 +16,7 @@ inline quint64 noise(quint64 seed, quint64 position)
     return mixed ^ (mixed >> 31);
 }
 
-/// The same as a fraction, 0 to below 1.
+/// The same as a fraction from 0 (inclusive) to 1 (exclusive).
 inline double noiseFraction(quint64 seed, quint64 position)
 {
     return static_cast<double>(noise(seed, position) >> 11) / 9007199254740992.0;

@@ -8,7 +8,8 @@ namespace Simulator {
 
 namespace {
 
-// A signal handler may call few functions; write() is one, and the event loop reads the byte.
+// A signal handler may call only async-signal-safe functions, such as write(). The event loop reads
+// the byte.
 int signalPipe[2] = {-1, -1};
 
 extern "C" void onSignal(int)
@@ -36,7 +37,7 @@ void ProcessEvents::watchSignals()
     });
     std::signal(SIGTERM, onSignal);
     std::signal(SIGINT, onSignal);
-    // The reader of the standard output may end first.
+    // The process that reads the standard output may exit first.
     std::signal(SIGPIPE, SIG_IGN);
 }
 

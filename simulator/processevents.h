@@ -20,14 +20,14 @@ public:
     /// Turns SIGTERM and SIGINT into terminated().
     void watchSignals();
 
-    /// Begins to read standard input.
+    /// Starts reading standard input.
     void watchInput();
 
 signals:
     /// SIGTERM or SIGINT was received.
     void terminated();
 
-    /// A whole line, without its end.
+    /// A line of standard input, without its line end.
     void lineTyped(const QByteArray &line);
 
     /// Standard input has ended.

@@ -15,7 +15,7 @@ namespace Simulator {
 namespace {
 
 constexpr int readSize = 4096;
-constexpr int reservedNumbers = 8; ///< closed terminals whose numbers the system must not use again
+constexpr int reservedNumbers = 8; ///< closed terminals whose numbers the system must not reuse
 
 void makeRaw(int descriptor)
 {

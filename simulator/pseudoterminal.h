@@ -10,8 +10,8 @@
 
 namespace Simulator {
 
-/// A raw pseudo-terminal. Keeps the client's end open too, so that it remains when clients close
-/// it.
+/// A raw pseudo-terminal. Keeps the client's end open too, so that the terminal remains when
+/// clients close it.
 class PseudoTerminal : public QObject
 {
     Q_OBJECT
@@ -21,12 +21,13 @@ public:
     explicit PseudoTerminal(QObject *parent = nullptr);
     ~PseudoTerminal() override;
 
-    /// Opens a new one, closing the one before; false with the reason in @p error.
+    /// Opens a new terminal and closes the previous one. Returns false, with the reason in
+    /// @p error, if that fails.
     bool open(QString &error);
 
-    /// Closes it, which clients see as a hang-up. The number of the terminal stays reserved until
-    /// this object is destroyed or eight more have been closed, so that a client that still uses
-    /// the old path reaches no other terminal.
+    /// Closes the terminal, which clients see as a hang-up. The number of the terminal stays
+    /// reserved until this object is destroyed or eight more terminals have been closed, so that a
+    /// client that still uses the old path doesn't open another terminal.
     void close();
 
     /// Whether there is a terminal for clients.
@@ -38,18 +39,18 @@ public:
     /// The device's end, non-blocking; -1 while closed.
     int descriptor() const { return m_master; }
 
-    /// Writes without waiting and returns how many of the bytes were accepted.
+    /// Writes without waiting and returns the number of bytes that were accepted.
     int write(const QByteArray &bytes);
 
-    /// The next bytes that a client has written, at most 4096; empty when there are none. For users
-    /// that have switched received() off.
+    /// The next bytes that a client has written, at most 4096; empty if there are none. For use
+    /// while received() is switched off.
     QByteArray read();
 
-    /// Ends the exclusive use (TIOCEXCL) of a client that was killed. The system ends it when the
+    /// Ends the exclusive use (TIOCEXCL) by a client that was killed. The system ends it when the
     /// last descriptor of the client's end is closed, but this object keeps one open.
     void release();
 
-    /// Switches received() off and on. Meanwhile the bytes stay in the terminal.
+    /// Switches received() on or off. While it is off, the bytes stay in the terminal.
     void setReading(bool on);
 
 signals:

@@ -8,11 +8,11 @@ namespace {
 constexpr qint64 nsPerMs = 1000000;
 constexpr qint64 nsPerSecond = 1000000000;
 constexpr qint64 bitsPerByte = 10;
-constexpr qint64 burstNs = 2 * nsPerMs; ///< length of a burst of bytes
-constexpr qint64 retryNs = 5 * nsPerMs;
-constexpr qint64 lossNs = nsPerSecond;
+constexpr qint64 burstNs = 2 * nsPerMs; ///< duration of a burst of bytes
+constexpr qint64 retryNs = 5 * nsPerMs; ///< between two attempts to write
+constexpr qint64 lossNs = nsPerSecond; ///< time after which unread bytes are lost
 constexpr int inputLimit = 16384; ///< bytes; further ones remain in the terminal
-constexpr int lastBytesMs = 100; ///< for the client to read the last bytes before the hang-up
+constexpr int lastBytesMs = 100; ///< time for the client to read the last bytes before the hang-up
 
 } // namespace
 
@@ -109,7 +109,7 @@ void SerialLine::deliverOutput()
     schedule(m_outTimer, m_outFreeNs + wanted, now);
 }
 
-/// Writes the bytes of the first segment that are due; false when nothing more is due.
+/// Writes the bytes of the first segment that are due. Returns false if nothing more is due.
 bool SerialLine::deliverFront(qint64 now)
 {
     Segment &front = m_out.first();

@@ -15,8 +15,8 @@ namespace Simulator {
 /// The serial line between a client and the device: a pseudo-terminal whose bytes take ten bit
 /// times each (start bit, eight data bits, stop bit), in both directions.
 ///
-/// A byte is never early. The times of waiting bytes follow from the first one's, so the lateness
-/// of timers doesn't add up. Bytes that no client reads within a second are lost.
+/// No byte arrives early. The times of waiting bytes are calculated from that of the first one, so
+/// the delays of timers don't accumulate. Bytes that no client reads within a second are lost.
 class SerialLine : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     /// @p rate in bits per second; 0 for no delay.
     explicit SerialLine(int rate, QObject *parent = nullptr);
 
-    /// Opens a new line; false with the reason in @p error.
+    /// Opens a new line. Returns false, with the reason in @p error, if that fails.
     bool open(QString &error);
 
     /// See PseudoTerminal.
@@ -37,13 +37,14 @@ public:
     /// See PseudoTerminal.
     void release() { m_terminal.release(); }
 
-    /// Appends @p bytes to the output.
+    /// Appends @p bytes to the output; @p gapMs is the pause after each byte with
+    /// Delivery::SingleBytes.
     void send(const QByteArray &bytes, Delivery delivery, int gapMs);
 
-    /// Hangs up at once; bytes that have not been sent are lost.
+    /// Hangs up immediately; bytes that have not been sent are lost.
     void hangUp();
 
-    /// Hangs up once all bytes have been sent.
+    /// Hangs up when all bytes have been sent.
     void hangUpWhenSent();
 
 signals:
@@ -79,10 +80,9 @@ private:
     QTimer m_hangUpTimer;
     QList<Segment> m_out;
     QByteArray m_in;
-    qint64 m_outFreeNs = 0; ///< time at which the last byte sent was complete
-    qint64 m_inFreeNs = 0; ///< time at which the last byte received was complete
-    qint64 m_processingSinceNs =
-        -1; ///< arrival of the bytes that the device processes now, -1 for none
+    qint64 m_outFreeNs = 0; ///< end of the last byte sent
+    qint64 m_inFreeNs = 0; ///< end of the last byte received
+    qint64 m_processingSinceNs = -1; ///< arrival of the bytes being processed, -1 for none
     qint64 m_blockedSinceNs = -1;
     bool m_hangUpWhenSent = false;
 };

@@ -17,8 +17,8 @@ struct TransmitterOptions
 {
     DeviceOptions device; ///< the device on the line
     int rate = 115200; ///< bits per second, 0 for no delay
-    QString link; ///< symbolic link to the port's path; none when empty
-    QString eventLog; ///< file for the event log; none when empty
+    QString link; ///< symbolic link to the port's path; none if empty
+    QString eventLog; ///< file for the event log; none if empty
 };
 
 /// A simulated device, its serial line and the symbolic link to the line's port.
@@ -27,15 +27,15 @@ class SimulatedTransmitter : public QObject
     Q_OBJECT
 
 public:
-    /// open() opens the line.
+    /// The line is closed until open().
     explicit SimulatedTransmitter(const TransmitterOptions &options, QObject *parent = nullptr);
     ~SimulatedTransmitter() override;
 
-    /// Opens the line and creates the link; false with the reason in @p error. Also opens a new
-    /// line after a hang-up.
+    /// Opens a new line, also after a hang-up, and creates the link. Returns false, with the reason
+    /// in @p error, if that fails.
     bool open(QString &error);
 
-    /// Hangs up the line at once.
+    /// Hangs up the line immediately.
     void hangUp();
 
     /// Ends the exclusive use of the port by a killed client, see PseudoTerminal::release().
