@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The tool with a simulated transmitter in its port list.
+// KV Tool with a simulated transmitter in its port list.
 #include "demo/startdemo.h"
 #include "simulator/processevents.h"
 
@@ -10,7 +10,8 @@
 
 namespace {
 
-/// The value of --output, needed before there is an application object that could parse it.
+/// The value of --output. It is needed before the application object exists, which the parser
+/// requires.
 QString outputFolder(int argc, char *argv[])
 {
     for (int index = 1; index + 1 < argc; ++index) {
@@ -21,29 +22,29 @@ QString outputFolder(int argc, char *argv[])
     return QDir().absoluteFilePath(QStringLiteral("demo-output/interactive"));
 }
 
-/// Runs until the window is closed or the process is asked to end, by Ctrl+C for instance. Both
-/// close the port and end the simulator's process with code 0.
+/// Runs until the window is closed or the process is terminated, for example by Ctrl+C. Either
+/// closes the port, ends the simulator's process and returns 0.
 int run(const QString &folder)
 {
     Tool tool;
     SimulatorProcess device(QCoreApplication::applicationDirPath()
                             + QLatin1String("/kvt-simulator"));
-    bool ended = false;
+    bool terminated = false;
     Simulator::ProcessEvents events;
     events.watchSignals();
-    QObject::connect(&events, &Simulator::ProcessEvents::terminated, qApp, [&ended] {
-        ended = true;
-        // Ends the event loops of open dialogs too.
+    QObject::connect(&events, &Simulator::ProcessEvents::terminated, qApp, [&terminated] {
+        terminated = true;
+        // Also ends the event loops of open dialogs.
         QCoreApplication::quit();
     });
     if (!startDemo(tool, device, folder)) {
         return 1;
     }
-    if (ended) {
+    if (terminated) {
         return 0;
     }
     QTextStream(stdout) << "A simulated transmitter is selected in the port list: press Connect.\n"
-                        << "Everything that the demo keeps is in " << folder << '\n';
+                        << "The demo stores its files in " << folder << '\n';
     tool.window.show();
     return QApplication::exec();
 }

@@ -24,13 +24,13 @@ bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
                const QStringList &options)
 {
     const QDir files(folder);
-    const QStringList always{
+    const QStringList defaultOptions{
         QStringLiteral("--model"),        QStringLiteral("KVT-100"),
         QStringLiteral("--log-rows"),     QStringLiteral("150"),
         QStringLiteral("--clock-offset"), QStringLiteral("-86400"),
         QStringLiteral("--image"),        files.filePath(QStringLiteral("received.bin")),
         QStringLiteral("--state"),        files.filePath(QStringLiteral("device.state"))};
-    if (!device.start(always + options)) {
+    if (!device.start(defaultOptions + options)) {
         qWarning() << "The simulated transmitter did not start";
         return false;
     }

@@ -4,13 +4,13 @@
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/tool.h"
 
-/// Before the application object is made: puts the user's folders below @p folder, and suppresses
-/// native dialogs and debug messages.
+/// Redirects the user's folders to @p folder, and suppresses native dialogs and debug messages.
+/// Must be called before the application object is created.
 void prepareDemo(const QString &folder);
 
-/// Starts @p device with the further @p options, then @p tool with a store in @p folder, and
-/// selects the device in the port list. A new store gets a day of history.
+/// Starts @p device with the additional @p options, then @p tool with a store in @p folder, and
+/// selects the device in the port list. A new store is filled with the readings of a day.
 ///
-/// False, with the reason as a warning, when one of them does not start.
+/// Returns false, with the reason as a warning, if one of them does not start.
 bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
                const QStringList &options = QStringList());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// kvtool-check-settings: reports what the tool reads from a settings.xml.
+// kvtool-check-settings: reports what KV Tool reads from a settings.xml.
 #include "common/measurementtypeutils.h"
 #include "tools/checksettings/settingsreader.h"
 #include "tools/checksettings/settingswarnings.h"
@@ -14,25 +14,25 @@
 namespace {
 
 enum ExitCode {
-    FileIsWhole = 0,
+    FileReadCompletely = 0,
     HelpShown = 0,
-    FileIsNotWhole = 1,
-    WrongUsage = 2,
+    FileNotReadCompletely = 1,
+    UsageError = 2,
     InternalError = 3
 };
 
-constexpr int longestList = 20;
+constexpr int maxUnreadTags = 20;
 
-/// The lines that the loader logs.
-QStringList &loggedLines()
+/// The messages that the loader logs.
+QStringList &loggedMessages()
 {
-    static QStringList lines;
-    return lines;
+    static QStringList messages;
+    return messages;
 }
 
-void recordLoggedLine(QtMsgType, const QMessageLogContext &, const QString &text)
+void recordLoggedMessage(QtMsgType, const QMessageLogContext &, const QString &text)
 {
-    loggedLines().append(text);
+    loggedMessages().append(text);
 }
 
 QTextStream &out()
@@ -93,14 +93,15 @@ QString measurementText(const MeasurementItem &item, const QString &type)
         .arg(item.displayName, item.name, type, unitText(item.unit), shown);
 }
 
-void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoaded,
-                  const SettingsReader &reader, const QString &path)
+void printResult(const QMap<QString, DeviceConfiguration> &models, bool isLoaded,
+                 const SettingsReader &reader, const QString &path)
 {
     if (!isLoaded || models.isEmpty()) {
         out() << "KV Tool rejects this file: \"Failed to load configuration from file "
               << QFileInfo(path).fileName() << "\".\n";
-        if (!reader.refusal().text.isEmpty()) {
-            out() << "  line " << reader.refusal().line << ": " << reader.refusal().text << '\n';
+        if (!reader.rejection().text.isEmpty()) {
+            out() << "  line " << reader.rejection().line << ": " << reader.rejection().text
+                  << '\n';
         } else if (models.isEmpty()) {
             out() << "  It contains no model.\n";
         }
@@ -115,8 +116,8 @@ void printVerdict(const QMap<QString, DeviceConfiguration> &models, bool isLoade
               << (models.size() == 1 ? " model" : " models") << ".\n\"" << models.firstKey()
               << "\" is the current model until a device has reported its own.\n";
     }
-    for (const QString &line : qAsConst(loggedLines())) {
-        out() << "  Log message: " << line << '\n';
+    for (const QString &message : qAsConst(loggedMessages())) {
+        out() << "  Log message: " << message << '\n';
     }
     if (!reader.xmlError().text.isEmpty()) {
         out() << "\nThe XML is malformed at line " << reader.xmlError().line << ": "
@@ -157,7 +158,7 @@ void printWarnings(const char *title, const QVector<SettingsMessage> &warnings, 
 }
 
 /// Whether @p reader has found the same models as the loader.
-bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsReader &reader)
+bool modelsAgree(const QMap<QString, DeviceConfiguration> &models, const SettingsReader &reader)
 {
     return std::equal(models.keyBegin(), models.keyEnd(), reader.models().keyBegin(),
                       reader.models().keyEnd())
@@ -171,35 +172,35 @@ bool agree(const QMap<QString, DeviceConfiguration> &models, const SettingsReade
 ExitCode check(const QString &path)
 {
     QFile file(path);
-    // The tool blocks on a pipe and never stops reading an endless device; both are rejected here.
+    // KV Tool blocks on a pipe and never stops reading an endless device; both are rejected here.
     const bool isSpecial = QFileInfo::exists(path) && !QFileInfo(path).isFile();
     if (isSpecial || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         out() << "KV Tool rejects this file: \"Failed to load configuration from file "
               << QFileInfo(path).fileName() << "\".\n  "
               << (isSpecial ? QStringLiteral("Not a regular file") : file.errorString()) << ": "
               << path << '\n';
-        return FileIsNotWhole;
+        return FileNotReadCompletely;
     }
     const SettingsReader reader(&file);
 
     QMap<QString, DeviceConfiguration> models;
-    qInstallMessageHandler(recordLoggedLine);
+    qInstallMessageHandler(recordLoggedMessage);
     const bool isLoaded = ConfigurationLoader().load(models, path);
     qInstallMessageHandler(nullptr);
 
-    printVerdict(models, isLoaded, reader, path);
-    if (isLoaded != reader.isComplete() || !agree(models, reader)) {
+    printResult(models, isLoaded, reader, path);
+    if (isLoaded != reader.isComplete() || !modelsAgree(models, reader)) {
         out() << "This program and KV Tool read this file differently; please report it.\n";
         return InternalError;
     }
     for (auto model = models.constBegin(); model != models.constEnd(); ++model) {
         printModel(model.key(), model.value(), reader.models().value(model.key()));
     }
-    printWarnings("Not read:", reader.unreadTags(), longestList);
+    printWarnings("Not read:", reader.unreadTags(), maxUnreadTags);
     printWarnings("Warnings:", settingsWarnings(reader), -1);
-    const bool isWhole = isLoaded && !models.isEmpty() && reader.unreadTags().isEmpty()
+    const bool isReadCompletely = isLoaded && !models.isEmpty() && reader.unreadTags().isEmpty()
         && reader.xmlError().text.isEmpty();
-    return isWhole ? FileIsWhole : FileIsNotWhole;
+    return isReadCompletely ? FileReadCompletely : FileNotReadCompletely;
 }
 
 } // namespace
@@ -214,7 +215,7 @@ int main(int argc, char *argv[])
         QTextStream(isHelp ? stdout : stderr)
             << "Usage: kvtool-check-settings [FILE]\n"
                "Reports what KV Tool reads from FILE (default: settings.xml).\n";
-        return isHelp ? HelpShown : WrongUsage;
+        return isHelp ? HelpShown : UsageError;
     }
     return check(arguments.value(0, QStringLiteral("settings.xml")));
 }

@@ -3,9 +3,9 @@
 
 #include "ui/settingsspellings.h"
 
-static QString listed(const QStringList &spellings) { return spellings.join(QStringLiteral(", ")); }
+static QString joined(const QStringList &spellings) { return spellings.join(QStringLiteral(", ")); }
 
-/// An element that the loader reads.
+/// The rule for an element that the loader reads.
 struct SettingsReader::Rule
 {
     QString element;
@@ -111,7 +111,7 @@ bool SettingsReader::readDevices()
         SettingsTag *tag = nextStartTag();
         if (tag == nullptr || tag->name != expected.toLower()) {
             const QString found = tag == nullptr ? QStringLiteral("there is none") : tag->text;
-            return refuse(tag == nullptr ? qMax(m_xmlError.line, qint64(1)) : tag->line,
+            return reject(tag == nullptr ? qMax(m_xmlError.line, qint64(1)) : tag->line,
                           QStringLiteral("<%1> is expected here, found: %2").arg(expected, found));
         }
         tag->isRead = true;
@@ -126,7 +126,7 @@ bool SettingsReader::readDevices()
         }
         SettingsModelTags model;
         model.device = tag;
-        if (!take(*tag, *rule) || !readChildren(*rule, model)) {
+        if (!readTag(*tag, *rule) || !readChildren(*rule, model)) {
             return false;
         }
         const QString name = tag->attributeText(QStringLiteral("name"));
@@ -146,7 +146,7 @@ bool SettingsReader::readChildren(const Rule &parent, SettingsModelTags &model)
     const QString parentText = m_tags.at(m_position).text;
     while (SettingsTag *tag = nextStartTag()) {
         const Rule *rule = ruleFor(tag->name, parent.element);
-        if (rule != nullptr && !take(*tag, *rule)) {
+        if (rule != nullptr && !readTag(*tag, *rule)) {
             return false;
         }
         if (rule == nullptr) {
@@ -169,8 +169,8 @@ bool SettingsReader::readChildren(const Rule &parent, SettingsModelTags &model)
     return true;
 }
 
-/// Marks @p tag as read; false when the loader stops reading at it.
-bool SettingsReader::take(SettingsTag &tag, const Rule &rule)
+/// Marks @p tag as read and checks its attributes. Returns false if the loader stops reading at it.
+bool SettingsReader::readTag(SettingsTag &tag, const Rule &rule)
 {
     tag.isRead = true;
     for (const QXmlStreamAttribute &attribute : qAsConst(tag.attributes)) {
@@ -182,33 +182,33 @@ bool SettingsReader::take(SettingsTag &tag, const Rule &rule)
     }
     for (const QString &attribute : rule.required) {
         if (tag.attributes.value(attribute).isNull()) {
-            return refuse(tag.line,
+            return reject(tag.line,
                           QStringLiteral("%1 has no attribute \"%2\"").arg(tag.text, attribute));
         }
     }
-    return tag.name != QLatin1String("measurement") || hasKnownSpellings(tag);
+    return tag.name != QLatin1String("measurement") || hasKnownTypeAndUnit(tag);
 }
 
-bool SettingsReader::hasKnownSpellings(const SettingsTag &tag)
+bool SettingsReader::hasKnownTypeAndUnit(const SettingsTag &tag)
 {
     const QString unknown = QStringLiteral("%1 \"%2\" is unknown; expected one of %3");
     const QString type = tag.attributeText(QStringLiteral("type")).toLower();
     const auto &types = SettingsSpellings::measurementTypes();
     if (!types.contains(type)) {
-        return refuse(tag.line,
-                      unknown.arg(QStringLiteral("measurement type"), type, listed(types.keys())));
+        return reject(tag.line,
+                      unknown.arg(QStringLiteral("measurement type"), type, joined(types.keys())));
     }
     const QString unit = tag.attributeText(QStringLiteral("unit")).toLower();
     const auto &units = SettingsSpellings::measurementUnits();
     if (!units.contains(unit)) {
-        return refuse(tag.line, unknown.arg(QStringLiteral("unit"), unit, listed(units.keys())));
+        return reject(tag.line, unknown.arg(QStringLiteral("unit"), unit, joined(units.keys())));
     }
     return true;
 }
 
-bool SettingsReader::refuse(qint64 line, const QString &text)
+bool SettingsReader::reject(qint64 line, const QString &text)
 {
-    m_refusal = {line, text};
+    m_rejection = {line, text};
     return false;
 }
 

@@ -16,7 +16,7 @@ bool isShownIn(MeasurementType type, MeasurementUnit unit)
         || MeasurementTypeUtils::displayUnitOf(type, {false, false, true}) == unit;
 }
 
-/// Warnings about values that the tool accepts although they are probably mistakes.
+/// Collects warnings about values that KV Tool accepts although they are probably mistakes.
 class ValueCheck
 {
 public:
@@ -38,7 +38,7 @@ public:
             [](const auto &left, const auto &right) { return left.line < right.line; });
     }
 
-    /// In the order of the file.
+    /// The warnings, in the order of the file.
     const QVector<SettingsMessage> &warnings() const { return m_warnings; }
 
 private:
@@ -53,24 +53,24 @@ private:
                                "including spaces")
                     .arg(name));
         }
-        checkForRepetition(model.settings, QStringLiteral("alias"),
+        checkForDuplicates(model.settings, QStringLiteral("alias"),
                            QStringLiteral("the alias \"%1\" appears twice in the model: both rows "
                                           "show and change the same setting"));
-        checkForRepetition(model.measurements, QStringLiteral("name"),
+        checkForDuplicates(model.measurements, QStringLiteral("name"),
                            QStringLiteral("the measurement \"%1\" appears twice in the model: only "
                                           "the first row gets values"));
     }
 
-    void checkForRepetition(const QVector<const SettingsTag *> &tags, const QString &attribute,
+    void checkForDuplicates(const QVector<const SettingsTag *> &tags, const QString &attribute,
                             const QString &text)
     {
         QStringList seen;
         for (const SettingsTag *tag : tags) {
-            const QString word = tag->attributeText(attribute);
-            if (seen.contains(word)) {
-                add(*tag, text.arg(word));
+            const QString value = tag->attributeText(attribute);
+            if (seen.contains(value)) {
+                add(*tag, text.arg(value));
             }
-            seen.append(word);
+            seen.append(value);
         }
     }
 
@@ -94,21 +94,21 @@ private:
 
     void checkAlias(const SettingsTag &tag)
     {
-        static const QRegularExpression unfit(
+        static const QRegularExpression invalidCharacter(
             QStringLiteral(R"([\s=.*+?()\[\]{}^$|\\]|[^\x00-\x7f])"));
         // Names of the console's own commands and variables.
-        static const QStringList deviceWords{
+        static const QStringList consoleNames{
             QStringLiteral("date"),   QStringLiteral("hwver"),      QStringLiteral("health"),
             QStringLiteral("meas"),   QStringLiteral("meas_state"), QStringLiteral("model"),
             QStringLiteral("serial"), QStringLiteral("swver"),      QStringLiteral("unit")};
         const QString alias = tag.attributeText(QStringLiteral("alias"));
-        if (alias.isEmpty() || unfit.match(alias).hasMatch()) {
+        if (alias.isEmpty() || invalidCharacter.match(alias).hasMatch()) {
             add(tag,
                 QStringLiteral("the alias \"%1\" is not valid in a command: only ASCII characters, "
                                "no spaces and none of = . * + ? ( ) [ ] { } ^ $ | \\")
                     .arg(alias));
         }
-        if (deviceWords.contains(alias)) {
+        if (consoleNames.contains(alias)) {
             add(tag,
                 QStringLiteral("the alias \"%1\" is a name that the console uses itself: the row "
                                "stays empty or shows something else")
@@ -121,13 +121,13 @@ private:
         const QString text = tag.attributeText(attribute);
         bool isNumber = false;
         const float number = text.toFloat(&isNumber);
-        const QString named = QStringLiteral("%1 \"%2\" ").arg(attribute, text);
+        const QString subject = QStringLiteral("%1 \"%2\" ").arg(attribute, text);
         if (!std::isfinite(number)) {
-            add(tag, named + QStringLiteral("is not a finite number"));
+            add(tag, subject + QStringLiteral("is not a finite number"));
         } else if (!isNumber) {
-            add(tag, named + QStringLiteral("is not a number and is read as 0"));
+            add(tag, subject + QStringLiteral("is not a number and is read as 0"));
         } else if (type == ConfigurationItemType::Int && number != std::floor(number)) {
-            add(tag, named + QStringLiteral("is not a whole number"));
+            add(tag, subject + QStringLiteral("is not a whole number"));
         }
         return number;
     }

@@ -7,9 +7,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Warnings about elements of a settings file that the tool reads but that are probably mistakes,
-/// in the order of the file.
+/// Warnings about what KV Tool reads although it is probably a mistake, in the order of the file.
 QVector<SettingsMessage> settingsWarnings(const SettingsReader &reader);
 
-/// The text of @p unit; a description for a unit without a text.
+/// The symbol of @p unit; "no unit" if it has none.
 QString unitText(MeasurementUnit unit);
