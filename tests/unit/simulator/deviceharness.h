@@ -8,33 +8,34 @@
 #include <QtTest/QtTest>
 #include <functional>
 
-/// A device without a line, with short delays; records what it sends.
+/// A device without a line and with short delays. Records what it sends.
 class DeviceHarness
 {
 public:
-    using Change = std::function<void(Simulator::DeviceOptions &)>;
+    using ConfigureOptions = std::function<void(Simulator::DeviceOptions &)>;
 
-    /// @p change adapts the options.
-    explicit DeviceHarness(const Change &change = [](Simulator::DeviceOptions &) {})
-        : device(fastOptions(change))
+    /// @p configure changes the options.
+    explicit DeviceHarness(const ConfigureOptions &configure = [](Simulator::DeviceOptions &) {})
+        : device(fastOptions(configure))
     {
         QObject::connect(&device, &Simulator::Device::transmit, &device,
                          [this](const QByteArray &bytes, Simulator::Delivery delivery, int gapMs) {
                              output += bytes;
-                             pieces += {bytes, delivery, gapMs};
+                             transmissions += {bytes, delivery, gapMs};
                          });
         QObject::connect(&device, &Simulator::Device::hangUp, &device, [this] { ++hangUps; });
         QObject::connect(&device, &Simulator::Device::eventOccurred, &device,
                          [this](const QByteArray &event) { events += event; });
     }
 
-    bool fault(const QByteArray &text)
+    /// See Faults::add().
+    bool addFault(const QByteArray &text)
     {
         QByteArray error;
         return device.addFault(text, error);
     }
 
-    /// Sends @p command with its line end and returns the immediate output.
+    /// Sends @p command and a line end, and returns the immediate output.
     QByteArray type(const QByteArray &command)
     {
         output.clear();
@@ -42,8 +43,8 @@ public:
         return output;
     }
 
-    /// The answer to @p command without the echo before and the prompt after it.
-    QByteArray answer(const QByteArray &command)
+    /// The reply to @p command, without the echo before it and the prompt after it.
+    QByteArray reply(const QByteArray &command)
     {
         const QByteArray text = type(command);
         const QByteArray echo = command + "\r\n";
@@ -54,7 +55,8 @@ public:
         return text.mid(echo.size(), text.size() - echo.size() - prompt.size());
     }
 
-    struct Piece
+    /// The arguments of one Device::transmit().
+    struct Transmission
     {
         QByteArray bytes;
         Simulator::Delivery delivery;
@@ -63,12 +65,12 @@ public:
 
     Simulator::Device device;
     QByteArray output;
-    QList<Piece> pieces;
+    QList<Transmission> transmissions;
     QList<QByteArray> events;
     int hangUps = 0;
 
 private:
-    static Simulator::DeviceOptions fastOptions(const Change &change)
+    static Simulator::DeviceOptions fastOptions(const ConfigureOptions &configure)
     {
         Simulator::DeviceOptions options;
         options.writeMs = 20;
@@ -76,7 +78,7 @@ private:
         options.rebootMs = 20;
         options.bootWaitMs = 60;
         options.imageIdleMs = 40;
-        change(options);
+        configure(options);
         return options;
     }
 };

@@ -9,7 +9,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-/// A client of a port, by plain system calls.
+/// A client of a port that uses plain system calls.
 class PortClient
 {
 public:
@@ -42,7 +42,7 @@ public:
         return count < 0 && (errno == EAGAIN || errno == EINTR);
     }
 
-    /// Writes @p bytes and returns what is received up to @p end, or until a time-out.
+    /// Writes @p bytes and returns what is received until it ends with @p end, or until a time-out.
     QByteArray exchange(const QByteArray &bytes, const QByteArray &end = "$ ")
     {
         constexpr qint64 timeoutMs = 10000;

@@ -7,7 +7,7 @@ using namespace Simulator;
 
 namespace {
 
-/// A device that expects an image of @p imageSize bytes, 0 for any size.
+/// A device that expects a firmware image of @p imageSize bytes, 0 for any size.
 struct ImageHarness : DeviceHarness
 {
     explicit ImageHarness(int imageSize)
@@ -20,7 +20,7 @@ struct ImageHarness : DeviceHarness
         device.powerCycle();
         device.receive("b");
         output.clear();
-        pieces.clear();
+        transmissions.clear();
         device.receive(files::pseudoRandomBytes(bytes));
     }
 };
@@ -32,7 +32,7 @@ class TestBootloader : public QObject
     Q_OBJECT
 
 private slots:
-    void sendsItsGreetingAndNothingElse()
+    void sendsOnlyBannerBeforeFirstBlock()
     {
         DeviceHarness harness;
         harness.device.powerCycle();
@@ -42,7 +42,7 @@ private slots:
         QCOMPARE(harness.output, QByteArray());
     }
 
-    void startsTheFirmwareWithoutAnImage()
+    void startsFirmwareIfNoImageArrives()
     {
         for (const char *startByte : {"", "b"}) {
             DeviceHarness harness;
@@ -55,12 +55,12 @@ private slots:
         }
     }
 
-    void answersEachBlockAtOnce()
+    void repliesToEachBlockImmediately()
     {
         const struct
         {
             int size;
-            QByteArray answers;
+            QByteArray replies;
         } images[] = {{1, "."}, {16, "."}, {17, "*."}, {32, "*."}, {40, "**."}};
         for (const auto &image : images) {
             ImageHarness harness(image.size);
@@ -68,30 +68,30 @@ private slots:
             const QByteArray bytes = files::pseudoRandomBytes(image.size);
             for (int offset = 0; offset < image.size; offset += 16) {
                 harness.device.receive(bytes.mid(offset, 16));
-                QCOMPARE(harness.output, image.answers.left(offset / 16 + 1));
+                QCOMPARE(harness.output, image.replies.left(offset / 16 + 1));
             }
             QCOMPARE(harness.device.bootloader().image(), bytes);
         }
     }
 
-    void endsAnImageOfUnknownSizeAtAPause()
+    void pauseEndsImageOfUnknownSize()
     {
         const struct
         {
             int size;
-            QByteArray answers;
+            QByteArray replies;
         } images[] = {{5, "."}, {21, "*."}, {32, "**."}};
         for (const auto &image : images) {
             ImageHarness harness(0);
             harness.startTransfer(image.size);
-            QTRY_VERIFY(harness.output.startsWith(image.answers));
+            QTRY_VERIFY(harness.output.startsWith(image.replies));
             QCOMPARE(harness.device.bootloader().image(), files::pseudoRandomBytes(image.size));
             QTRY_VERIFY(harness.output.endsWith("KVT $ "));
-            QVERIFY(harness.output.startsWith(image.answers + "\r\nPerforming selftest"));
+            QVERIFY(harness.output.startsWith(image.replies + "\r\nPerforming selftest"));
         }
     }
 
-    void keepsTheOldImageWhenATransferOfKnownSizeStops()
+    void keepsOldImageIfTransferOfKnownSizeStops()
     {
         ImageHarness harness(64);
         harness.startTransfer(40);
@@ -102,43 +102,43 @@ private slots:
         QVERIFY(harness.output.endsWith("BOOT***."));
     }
 
-    void endsATransferAtABadBlock()
+    void faultInBlockEndsTransfer()
     {
         const struct
         {
             QByteArray fault;
-            QByteArray answers;
+            QByteArray replies;
         } transfers[] = {{"block-rejected@2", "*!"}, {"block-unanswered@3", "**"}};
         for (const auto &transfer : transfers) {
             ImageHarness harness(64);
-            QVERIFY(harness.fault(transfer.fault));
+            QVERIFY(harness.addFault(transfer.fault));
             harness.startTransfer(64);
-            QCOMPARE(harness.output, transfer.answers);
+            QCOMPARE(harness.output, transfer.replies);
             QVERIFY(harness.events.contains("fault " + transfer.fault));
-            QTRY_COMPARE(harness.output, transfer.answers + "\r\nOrvanta KVT BOOT");
+            QTRY_COMPARE(harness.output, transfer.replies + "\r\nOrvanta KVT BOOT");
             harness.device.receive("b" + QByteArray(64, 'x'));
             QVERIFY(harness.output.endsWith("BOOT***."));
         }
     }
 
-    void countsTheBlocksOfEachTransferAnew()
+    void countsBlocksOfEachTransferFromOne()
     {
         ImageHarness harness(64);
-        QVERIFY(harness.fault("block-rejected-always@1"));
+        QVERIFY(harness.addFault("block-rejected-always@1"));
         for (int attempt = 0; attempt < 2; ++attempt) {
             harness.startTransfer(16);
             QCOMPARE(harness.output, QByteArray("!"));
         }
     }
 
-    void changesTheAnswerToTheLastBlock()
+    void faultsChangeReplyToLastBlock()
     {
         const struct
         {
             const char *fault;
             int knownSize;
             int size;
-            QByteArray lastAnswer;
+            QByteArray lastReply;
         } transfers[] = {
             {"block-replies-in-one-chunk", 40, 40, "*."},
             {"block-replies-in-one-chunk", 48, 48, "*."},
@@ -150,39 +150,39 @@ private slots:
         };
         for (const auto &transfer : transfers) {
             ImageHarness harness(transfer.knownSize);
-            QVERIFY(harness.fault(transfer.fault));
+            QVERIFY(harness.addFault(transfer.fault));
             harness.startTransfer(transfer.size);
-            QTRY_VERIFY(harness.pieces.size() >= 3);
-            QCOMPARE(harness.pieces.at(2).bytes, transfer.lastAnswer);
-            QCOMPARE(harness.pieces.at(2).delivery, Delivery::OneChunk);
+            QTRY_VERIFY(harness.transmissions.size() >= 3);
+            QCOMPARE(harness.transmissions.at(2).bytes, transfer.lastReply);
+            QCOMPARE(harness.transmissions.at(2).delivery, Delivery::OneChunk);
             QTRY_VERIFY(harness.output.endsWith("KVT $ "));
-            QVERIFY(harness.output.startsWith("**" + transfer.lastAnswer + "\r\nPerforming"));
+            QVERIFY(harness.output.startsWith("**" + transfer.lastReply + "\r\nPerforming"));
             QCOMPARE(harness.device.bootloader().image(), files::pseudoRandomBytes(transfer.size));
         }
     }
 
-    void repliesToAMiddleBlockInOneChunk()
+    void sendsBothRepliesToMiddleBlockInOneChunk()
     {
         ImageHarness harness(64);
-        QVERIFY(harness.fault("block-replies-in-one-chunk@2"));
+        QVERIFY(harness.addFault("block-replies-in-one-chunk@2"));
         harness.startTransfer(48);
         QCOMPARE(harness.output, QByteArray("**.*"));
     }
 
-    void endsItsGreetingWithALineEnd()
+    void faultEndsBannerWithLineEnd()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("boot-with-line-end"));
+        QVERIFY(harness.addFault("boot-with-line-end"));
         harness.device.powerCycle();
-        QCOMPARE(harness.pieces.size(), 1);
-        QVERIFY(harness.pieces.first().bytes.endsWith("BOOT\r\n"));
-        QCOMPARE(harness.pieces.first().delivery, Delivery::OneChunk);
+        QCOMPARE(harness.transmissions.size(), 1);
+        QVERIFY(harness.transmissions.first().bytes.endsWith("BOOT\r\n"));
+        QCOMPARE(harness.transmissions.first().delivery, Delivery::OneChunk);
     }
 
-    void hangsUpAfterSomeBytesOfTheImage()
+    void faultHangsUpDuringImage()
     {
         ImageHarness harness(64);
-        QVERIFY(harness.fault("hangup-input:40"));
+        QVERIFY(harness.addFault("hangup-input:40"));
         harness.startTransfer(39);
         QCOMPARE(harness.hangUps, 0);
         harness.device.receive(QByteArray(25, 'x'));

@@ -12,9 +12,9 @@ class TestDeviceConsole : public QObject
     Q_OBJECT
 
 private slots:
-    void echoesAndEditsTheTypedLine()
+    void echoesAndEditsTypedLines()
     {
-        const QByteArray twoAnswers =
+        const QByteArray twoReplies =
             "show hwver\r\nshow: hwver=B\r\nKVT $ show debug\r\nshow: debug=0\r\nKVT $ ";
         const struct
         {
@@ -23,9 +23,9 @@ private slots:
         } lines[] = {
             {"sho", "sho"},
             {"\r\n", "\r\nKVT $ "},
-            {"show hwver\r\nshow debug\r\n", twoAnswers},
-            {"show hwver\rshow debug\r", twoAnswers},
-            {"show hwver\nshow debug\n", twoAnswers},
+            {"show hwver\r\nshow debug\r\n", twoReplies},
+            {"show hwver\rshow debug\r", twoReplies},
+            {"show hwver\nshow debug\n", twoReplies},
             {"show hwverx\b\r", "show hwverx\b \b\r\nshow: hwver=B\r\nKVT $ "},
             {"\x7f\x01\r", "\r\nKVT $ "},
             {QByteArray(1000, 'x'), QByteArray(255, 'x')},
@@ -37,19 +37,19 @@ private slots:
         }
     }
 
-    void survivesNoiseOnTheLine()
+    void repliesAfterRandomBytes()
     {
         DeviceHarness harness;
         harness.device.receive(files::pseudoRandomBytes(100000));
         QVERIFY(harness.type("\r\nshow hwver").endsWith("show: hwver=B\r\nKVT $ "));
     }
 
-    void answersCommands()
+    void repliesToCommands()
     {
         const struct
         {
             QByteArray command;
-            QByteArray answer;
+            QByteArray reply;
         } exchanges[] = {
             {"show swver", "show: swver=2.4.1\r\n"},
             {"show hwver", "show: hwver=B\r\n"},
@@ -121,45 +121,45 @@ private slots:
         for (const auto &exchange : exchanges) {
             DeviceHarness harness([](DeviceOptions &o) { o.serial = "S-17"; });
             QCOMPARE(harness.type(exchange.command),
-                     exchange.command + "\r\n" + exchange.answer + "KVT $ ");
+                     exchange.command + "\r\n" + exchange.reply + "KVT $ ");
         }
     }
 
-    void isTheSameDeviceForTheSameSeed()
+    void seedDeterminesDevice()
     {
-        const auto answers = [](quint32 seed) {
+        const auto replies = [](quint32 seed) {
             DeviceHarness harness([seed](DeviceOptions &o) { o.seed = seed; });
-            return QList<QByteArray>{harness.answer("show serial"),
-                                     harness.answer("eeprom --read_block 1000")};
+            return QList<QByteArray>{harness.reply("show serial"),
+                                     harness.reply("eeprom --read_block 1000")};
         };
-        const QList<QByteArray> one = answers(7);
-        const QList<QByteArray> other = answers(8);
-        QCOMPARE(answers(7), one);
-        QVERIFY(one.at(0) != other.at(0));
-        QVERIFY(one.at(1) != other.at(1));
+        const QList<QByteArray> seed7 = replies(7);
+        const QList<QByteArray> seed8 = replies(8);
+        QCOMPARE(replies(7), seed7);
+        QVERIFY(seed7.at(0) != seed8.at(0));
+        QVERIFY(seed7.at(1) != seed8.at(1));
     }
 
-    void showsAllMeasurementsOfItsModel()
+    void showsAllMeasurementsOfModel()
     {
         DeviceHarness harness;
-        const QByteArray answer = harness.answer("show meas");
-        const QRegExp form(
+        const QByteArray reply = harness.reply("show meas");
+        const QRegExp pattern(
             QStringLiteral("show: meas=\"W0=[\\d.]+;W1=[\\d.]+;W2=[\\d.]+;A2=[\\d.]+;"
                            "A4=[\\d.]+;LUX=[\\d.]+\"\r\n"));
-        QVERIFY2(form.exactMatch(QString::fromLatin1(answer)), answer.constData());
-        QCOMPARE("show: meas=\"" + harness.device.state().lastMeasurements() + "\"\r\n", answer);
+        QVERIFY2(pattern.exactMatch(QString::fromLatin1(reply)), reply.constData());
+        QCOMPARE("show: meas=\"" + harness.device.state().lastMeasurements() + "\"\r\n", reply);
     }
 
-    void warmsUp()
+    void reportsWarmUp()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.warmUpMs = 100; });
-        QCOMPARE(harness.answer("show meas_state"), QByteArray("show: meas_state=0\r\n"));
-        QVERIFY(harness.answer("show meas").contains(";A2=N;"));
-        QTRY_COMPARE(harness.answer("show meas_state"), QByteArray("show: meas_state=1\r\n"));
-        QVERIFY(!harness.answer("show meas").contains("N;"));
+        QCOMPARE(harness.reply("show meas_state"), QByteArray("show: meas_state=0\r\n"));
+        QVERIFY(harness.reply("show meas").contains(";A2=N;"));
+        QTRY_COMPARE(harness.reply("show meas_state"), QByteArray("show: meas_state=1\r\n"));
+        QVERIFY(!harness.reply("show meas").contains("N;"));
     }
 
-    void runsAClockOnUtc()
+    void clockRunsInUtc()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.clockOffsetMs = -3600000; });
         const auto expected = [] {
@@ -167,19 +167,19 @@ private slots:
             return time.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toLatin1() + "\r\n";
         };
         const QByteArray before = expected();
-        const QByteArray shown = harness.answer("date");
+        const QByteArray shown = harness.reply("date");
         QVERIFY2(shown == before || shown == expected(), shown.constData());
-        harness.answer("date 2030-01-02T03:04:05");
-        QTRY_COMPARE(harness.answer("date"), QByteArray("2030-01-02T03:04:06\r\n"));
+        harness.reply("date 2030-01-02T03:04:05");
+        QTRY_COMPARE(harness.reply("date"), QByteArray("2030-01-02T03:04:06\r\n"));
     }
 
     void printsDebugOutputUntilItIsSwitchedOff()
     {
         DeviceHarness harness;
-        harness.answer("set debug=1");
+        harness.reply("set debug=1");
         harness.output.clear();
         QTRY_VERIFY(harness.output.contains("# adc0 "));
-        QCOMPARE(harness.answer("set debug=0"), QByteArray("set: debug=0\r\n"));
+        QCOMPARE(harness.reply("set debug=0"), QByteArray("set: debug=0\r\n"));
         QSignalSpy spy(&harness.device, &Device::transmit);
         QVERIFY(!spy.wait(700));
     }
@@ -189,7 +189,7 @@ private slots:
         DeviceHarness harness([](DeviceOptions &o) { o.logRows = 3; });
         QDateTime last;
         for (int index = 1; index <= 3; ++index) {
-            const QByteArray line = harness.answer("log --read=" + QByteArray::number(index));
+            const QByteArray line = harness.reply("log --read=" + QByteArray::number(index));
             const QRegularExpressionMatch match =
                 QRegularExpression(QStringLiteral("^0000(\\d)=(([^,]+)(,[-\\d.]+){6})#(..)\r\n$"))
                     .match(QString::fromLatin1(line));
@@ -214,34 +214,34 @@ private slots:
     void erasesTheLog()
     {
         DeviceHarness harness;
-        harness.answer("log --erase");
-        QCOMPARE(harness.answer("log --count"), QByteArray("count=0\r\n"));
-        QVERIFY(harness.answer("log --read=0").startsWith("00000=Time,"));
-        QCOMPARE(harness.answer("log --read=1"), QByteArray("log: No such entry!\r\n"));
+        harness.reply("log --erase");
+        QCOMPARE(harness.reply("log --count"), QByteArray("count=0\r\n"));
+        QVERIFY(harness.reply("log --read=0").startsWith("00000=Time,"));
+        QCOMPARE(harness.reply("log --read=1"), QByteArray("log: No such entry!\r\n"));
     }
 
-    void hasNoLogWithoutTheOption()
+    void hasNoLogWithoutLogOption()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.logOption = false; });
         for (const char *command : {"log --count", "log --read=0", "log --read=1", "log --erase"}) {
-            QCOMPARE(harness.answer(command), QByteArray("No LOG option installed!\r\n"));
+            QCOMPARE(harness.reply(command), QByteArray("No LOG option installed!\r\n"));
         }
-        QVERIFY(harness.answer("show unit").contains("Options: none\r\n"));
+        QVERIFY(harness.reply("show unit").contains("Options: none\r\n"));
     }
 
-    void storesTheSettingsAfterADelay()
+    void storesSettingsAfterDelay()
     {
         DeviceHarness harness;
-        const QByteArray begun = harness.type("write --really");
-        QCOMPARE(begun,
+        const QByteArray outputBeforeDelay = harness.type("write --really");
+        QCOMPARE(outputBeforeDelay,
                  QByteArray("write --really\r\n"
                             "Writing current configuration to non-volatile memory..."));
         harness.device.receive("show hwver\r\n");
-        QCOMPARE(harness.output, begun);
+        QCOMPARE(harness.output, outputBeforeDelay);
         QTRY_VERIFY(harness.output.contains("hwver"));
         const QByteArray settings = harness.device.state().memory().settingsText();
         QCOMPARE(harness.output,
-                 begun + ' ' + QByteArray::number(settings.size() + 1)
+                 outputBeforeDelay + ' ' + QByteArray::number(settings.size() + 1)
                      + " bytes written!\r\nKVT $ show hwver\r\nshow: hwver=B\r\nKVT $ ");
         QVERIFY(settings.contains("altitude=120\n"));
     }
@@ -249,14 +249,14 @@ private slots:
     void readsABlockOfMemory()
     {
         DeviceHarness harness;
-        const QByteArray first = harness.answer("eeprom --read_block 0");
+        const QByteArray first = harness.reply("eeprom --read_block 0");
         QCOMPARE(first, harness.device.state().memory().block(0).toHex() + "\r\nDone\r\n");
         QVERIFY(QByteArray::fromHex(first.left(128)).startsWith("settings of KVT-100\nlocation="));
-        QCOMPARE(harness.answer("eeprom --read_block 1023"),
+        QCOMPARE(harness.reply("eeprom --read_block 1023"),
                  harness.device.state().memory().block(1023).toHex() + "\r\nDone\r\n");
     }
 
-    void acceptsARawBlockOfAnyBytes()
+    void acceptsAnyBytesInRawBlock()
     {
         QByteArray all;
         for (int value = 0; value < 256; ++value) {
@@ -282,17 +282,17 @@ private slots:
         }
     }
 
-    void timesOutWaitingForABlock()
+    void abandonsIncompleteBlock()
     {
         DeviceHarness harness;
         const QByteArray before = harness.device.state().memory().block(9);
         harness.device.receive("eeprom --write_block 9\r\nabc");
         QTRY_VERIFY(harness.output.endsWith("\r\nTimed out, nothing written\r\nKVT $ "));
         QCOMPARE(harness.device.state().memory().block(9), before);
-        QCOMPARE(harness.answer("show hwver"), QByteArray("show: hwver=B\r\n"));
+        QCOMPARE(harness.reply("show hwver"), QByteArray("show: hwver=B\r\n"));
     }
 
-    void loadsTheStoredSettingsWhenRestarted()
+    void loadsStoredSettingsAfterRestart()
     {
         const struct
         {
@@ -302,7 +302,7 @@ private slots:
         } changes[] = {
             {"set altitude=2", "2", "1"},
             {"initconf --really", "120", "1"},
-            // Damaged memory: the factory settings.
+            // Corrupted settings in memory: the device loads the factory settings.
             {"eeprom --write_block 0\r\n" + QByteArray(64, 'x'), "1", "120"},
         };
         for (const auto &change : changes) {
@@ -311,10 +311,10 @@ private slots:
             harness.type("write --really");
             QTRY_VERIFY(harness.output.endsWith("$ "));
             harness.type(change.command);
-            QCOMPARE(harness.answer("show altitude"), "show: altitude=" + change.before + "\r\n");
+            QCOMPARE(harness.reply("show altitude"), "show: altitude=" + change.before + "\r\n");
             harness.type("reboot --really");
             QTRY_VERIFY(harness.output.endsWith("\r\nKVT $ "));
-            QCOMPARE(harness.answer("show altitude"), "show: altitude=" + change.after + "\r\n");
+            QCOMPARE(harness.reply("show altitude"), "show: altitude=" + change.after + "\r\n");
         }
     }
 
@@ -336,20 +336,20 @@ private slots:
             harness.type("date 2031-01-01T00:00:00");
             image = harness.device.state().memory().image();
         }
-        DeviceHarness again(options);
-        QCOMPARE(again.device.state().memory().image(), image);
-        QCOMPARE(again.answer("show altitude"), QByteArray("show: altitude=5\r\n"));
-        QCOMPARE(again.answer("log --count"), QByteArray("count=0\r\n"));
-        QVERIFY(again.answer("date").startsWith("2031-01-01T00:0"));
+        DeviceHarness reopened(options);
+        QCOMPARE(reopened.device.state().memory().image(), image);
+        QCOMPARE(reopened.reply("show altitude"), QByteArray("show: altitude=5\r\n"));
+        QCOMPARE(reopened.reply("log --count"), QByteArray("count=0\r\n"));
+        QVERIFY(reopened.reply("date").startsWith("2031-01-01T00:0"));
 
         DeviceHarness otherModel([&options](DeviceOptions &o) {
             options(o);
             o.model = "KVT-200";
         });
-        QCOMPARE(otherModel.answer("log --count"), QByteArray("count=25\r\n"));
+        QCOMPARE(otherModel.reply("log --count"), QByteArray("count=25\r\n"));
     }
 
-    void announcesAResetAndRunsItsSelfTest()
+    void announcesRestartAndRunsSelfTest()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.rebootMs = 150; });
         QElapsedTimer timer;

@@ -11,7 +11,7 @@ namespace {
 
 const QDateTime midnight(QDate(2026, 11, 21), QTime(0, 0), Qt::UTC);
 
-ConfigurationItemType describedType(SettingType type)
+ConfigurationItemType configurationItemType(SettingType type)
 {
     return type == SettingType::Integer ? ConfigurationItemType::Int
         : type == SettingType::Real     ? ConfigurationItemType::Float
@@ -25,32 +25,33 @@ class TestDeviceModel : public QObject
     Q_OBJECT
 
 private slots:
-    // The sample describes the simulated models.
-    void agreesWithTheSampleDescription()
+    // The sample settings.xml describes the simulated models.
+    void agreesWithSampleSettingsFile()
     {
-        QMap<QString, DeviceConfiguration> described;
-        QVERIFY(ConfigurationLoader().load(described, testpaths::sourceFile("settings.xml")));
-        QCOMPARE(described.size(), deviceModels().size());
+        QMap<QString, DeviceConfiguration> configurations;
+        QVERIFY(ConfigurationLoader().load(configurations, testpaths::sourceFile("settings.xml")));
+        QCOMPARE(configurations.size(), deviceModels().size());
         for (const DeviceModel &model : deviceModels()) {
-            const DeviceConfiguration sample = described.value(QString::fromLatin1(model.name));
-            QCOMPARE(sample.configurationItems.size(), model.settings.size());
+            const DeviceConfiguration configuration =
+                configurations.value(QString::fromLatin1(model.name));
+            QCOMPARE(configuration.configurationItems.size(), model.settings.size());
             for (int index = 0; index < model.settings.size(); ++index) {
-                const ConfigurationItem &item = sample.configurationItems.at(index);
+                const ConfigurationItem &item = configuration.configurationItems.at(index);
                 const SettingInfo &info = model.settings.at(index);
                 QCOMPARE(item.alias.toLatin1(), QByteArray(info.name));
-                QCOMPARE(item.type, describedType(info.type));
+                QCOMPARE(item.type, configurationItemType(info.type));
                 QCOMPARE(item.min, static_cast<float>(info.minimum));
                 QCOMPARE(item.max, static_cast<float>(info.maximum));
             }
-            QCOMPARE(sample.measurementItems.size(), model.measurements.size());
+            QCOMPARE(configuration.measurementItems.size(), model.measurements.size());
             for (int index = 0; index < model.measurements.size(); ++index) {
-                QCOMPARE(sample.measurementItems.at(index).name.toLatin1(),
+                QCOMPARE(configuration.measurementItems.at(index).name.toLatin1(),
                          QByteArray(model.measurements.at(index).name));
             }
         }
     }
 
-    void findsModelsByTheirWholeName()
+    void findsModelsByExactName()
     {
         QCOMPARE(findDeviceModel("KVT-300")->name, "KVT-300");
         QVERIFY(findDeviceModel("kvt-300") == nullptr);
@@ -80,9 +81,9 @@ private slots:
 
     void measuresNoSunlightAtNight()
     {
-        const DeviceModel &known = *findDeviceModel("KVT-300");
-        const DeviceMeasurements measurements(known, 3, {});
-        const MeasurementInfo &sun = known.measurements.at(10);
+        const DeviceModel &model = *findDeviceModel("KVT-300");
+        const DeviceMeasurements measurements(model, 3, {});
+        const MeasurementInfo &sun = model.measurements.at(10);
         QCOMPARE(sun.name, "SR");
         QCOMPARE(measurements.valueAt(sun, midnight), QByteArray("0"));
         QVERIFY(measurements.valueAt(sun, midnight.addSecs(12 * 3600)).toDouble() > 400.0);

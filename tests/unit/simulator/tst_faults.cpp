@@ -6,7 +6,7 @@ using namespace Simulator;
 
 namespace {
 
-const char versionAnswer[] = "show: swver=2.4.1\r\n";
+const char versionReply[] = "show: swver=2.4.1\r\n";
 
 } // namespace
 
@@ -15,7 +15,7 @@ class TestFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void rejectsAnInvalidFault()
+    void rejectsInvalidFaults()
     {
         for (const char *text : {"", "thunder", "silence@", "bad-checksum@first", "final-star@3",
                                  "block-rejected@next@", "-always", "delay:", "delay:-1",
@@ -38,7 +38,7 @@ private slots:
         }
     }
 
-    void occursAtItsPlace()
+    void occursAtSpecifiedExchanges()
     {
         const struct
         {
@@ -55,19 +55,19 @@ private slots:
             Faults faults;
             QByteArray error;
             QVERIFY(faults.add(place.fault, error));
-            QByteArray seen;
+            QByteArray occurrences;
             for (const char *command : {"show a", "show bat", "show c", "show bit", "show e"}) {
                 faults.beginExchange(command);
                 if (faults.triggersInExchange(DeviceFaultKind::Silence)) {
-                    seen += QByteArray::number(faults.exchange());
+                    occurrences += QByteArray::number(faults.exchange());
                 }
                 QVERIFY(!faults.triggersInExchange(DeviceFaultKind::Nul));
             }
-            QVERIFY2(seen == place.exchanges, place.fault);
+            QVERIFY2(occurrences == place.exchanges, place.fault);
         }
     }
 
-    void occursAtRowsAndBlocks()
+    void occursAtSpecifiedRows()
     {
         const struct
         {
@@ -81,50 +81,50 @@ private slots:
             Faults faults;
             QByteArray error;
             QVERIFY(faults.add(place.fault, error));
-            QByteArray seen;
+            QByteArray occurrences;
             for (const int row : {0, 1, 2, 3, 1, 2, 3}) {
                 if (faults.triggersAt(DeviceFaultKind::BadChecksum, row)) {
-                    seen += QByteArray::number(row);
+                    occurrences += QByteArray::number(row);
                 }
             }
-            QVERIFY2(seen == place.rows, place.fault);
+            QVERIFY2(occurrences == place.rows, place.fault);
         }
     }
 
-    void givesNoAnswerInOneExchange()
+    void silenceSuppressesReplyOfOneExchange()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("silence@2"));
-        QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+        QVERIFY(harness.addFault("silence@2"));
+        QCOMPARE(harness.reply("show swver"), QByteArray(versionReply));
         QCOMPARE(harness.type("show swver"), QByteArray("show swver\r\n"));
-        QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+        QCOMPARE(harness.reply("show swver"), QByteArray(versionReply));
         QCOMPARE(harness.events,
                  (QList<QByteArray>{"command show swver", "command show swver", "fault silence@2",
                                     "command show swver"}));
     }
 
-    void givesNoAnswerFromAnExchangeOn()
+    void silenceSuppressesRepliesFromAnExchangeOn()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("silence@2+"));
-        QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+        QVERIFY(harness.addFault("silence@2+"));
+        QCOMPARE(harness.reply("show swver"), QByteArray(versionReply));
         QCOMPARE(harness.type("show swver"), QByteArray("show swver\r\n"));
         QCOMPARE(harness.type("show swver"), QByteArray());
         QCOMPARE(harness.type(""), QByteArray());
     }
 
-    void acceptsASettingWithoutAnAnswer()
+    void silencedCommandIsExecuted()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("silence@set"));
+        QVERIFY(harness.addFault("silence@set"));
         harness.type("set altitude=5");
-        QCOMPARE(harness.answer("show altitude"), QByteArray("show: altitude=5\r\n"));
+        QCOMPARE(harness.reply("show altitude"), QByteArray("show: altitude=5\r\n"));
     }
 
-    void answersLate()
+    void delaysReply()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("delay@1:80"));
+        QVERIFY(harness.addFault("delay@1:80"));
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(harness.type("show swver"), QByteArray("show swver\r\n"));
@@ -132,10 +132,10 @@ private slots:
         QCOMPARE(harness.output, QByteArray("show swver\r\n"));
         QTRY_VERIFY(harness.output.endsWith("show: hwver=B\r\nKVT $ "));
         QVERIFY(timer.elapsed() >= 75);
-        QVERIFY(harness.output.contains(versionAnswer));
+        QVERIFY(harness.output.contains(versionReply));
     }
 
-    void answersInSingleBytes()
+    void repliesInSingleBytes()
     {
         const struct
         {
@@ -144,22 +144,23 @@ private slots:
         } faults[] = {{"single-bytes@1", 1}, {"single-bytes@1:4", 4}, {"single-bytes:3", 3}};
         for (const auto &fault : faults) {
             DeviceHarness harness;
-            QVERIFY(harness.fault(fault.fault));
-            QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
-            const DeviceHarness::Piece answer = harness.pieces.at(harness.pieces.size() - 2);
-            QCOMPARE(answer.bytes, QByteArray(versionAnswer));
-            QCOMPARE(answer.delivery, Delivery::SingleBytes);
-            QCOMPARE(answer.gapMs, fault.gapMs);
+            QVERIFY(harness.addFault(fault.fault));
+            QCOMPARE(harness.reply("show swver"), QByteArray(versionReply));
+            const DeviceHarness::Transmission reply =
+                harness.transmissions.at(harness.transmissions.size() - 2);
+            QCOMPARE(reply.bytes, QByteArray(versionReply));
+            QCOMPARE(reply.delivery, Delivery::SingleBytes);
+            QCOMPARE(reply.gapMs, fault.gapMs);
         }
     }
 
-    void damagesTheAnswer()
+    void corruptsReply()
     {
         const struct
         {
             const char *fault;
-            QByteArray answer;
-        } damages[] = {
+            QByteArray reply;
+        } corruptions[] = {
             {"lost-byte@1:7", "show: wver=2.4.1\r\n"},
             {"lost-byte", "show: swvr=2.4.1\r\n"},
             {"lost-byte@1:500", "show: swver=2.4.1\r"},
@@ -167,17 +168,17 @@ private slots:
             {"nul@1:3", QByteArray("sh\0ow: swver=2.4.1\r\n", 20)},
             {"nul@show", QByteArray("show: swv\0er=2.4.1\r\n", 20)},
         };
-        for (const auto &damage : damages) {
+        for (const auto &corruption : corruptions) {
             DeviceHarness harness;
-            QVERIFY(harness.fault(damage.fault));
-            QCOMPARE(harness.answer("show swver"), damage.answer);
+            QVERIFY(harness.addFault(corruption.fault));
+            QCOMPARE(harness.reply("show swver"), corruption.reply);
         }
     }
 
-    void printsDebugOutputAlthoughSwitchedOff()
+    void printsDebugOutputEvenIfSwitchedOff()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("chatter@1:20"));
+        QVERIFY(harness.addFault("chatter@1:20"));
         QSignalSpy before(&harness.device, &Device::transmit);
         QVERIFY(!before.wait(300));
         harness.type("set debug=0");
@@ -185,30 +186,30 @@ private slots:
         QTRY_VERIFY(harness.output.count("# adc0 ") > 3);
     }
 
-    void delaysDebugOutputDuringAnAnswer()
+    void printsNoDebugOutputDuringReply()
     {
         DeviceHarness harness([](DeviceOptions &o) { o.writeMs = 300; });
-        QVERIFY(harness.fault("chatter:20"));
+        QVERIFY(harness.addFault("chatter:20"));
         QTRY_VERIFY(harness.output.contains("# adc0 "));
         harness.type("write --really");
         QTRY_VERIFY(harness.output.contains("bytes written!"));
         QVERIFY(harness.output.contains("memory... "));
     }
 
-    void reportsAnotherModel()
+    void reportsUnknownModel()
     {
         const QPair<const char *, QByteArray> faults[] = {{"unknown-model", "KVT-900"},
                                                           {"unknown-model:XYZ 1", "XYZ 1"}};
         for (const auto &fault : faults) {
             DeviceHarness harness;
-            QVERIFY(harness.fault(fault.first));
-            QVERIFY(harness.answer("show unit")
-                        .contains("\r\nModel: " + fault.second + "\r\nSerial: "));
-            QCOMPARE(harness.answer("show model"), "show: model=" + fault.second + "\r\n");
+            QVERIFY(harness.addFault(fault.first));
+            QVERIFY(
+                harness.reply("show unit").contains("\r\nModel: " + fault.second + "\r\nSerial: "));
+            QCOMPARE(harness.reply("show model"), "show: model=" + fault.second + "\r\n");
         }
     }
 
-    void hangsUp()
+    void hangsUpAfterSpecifiedBytes()
     {
         const struct
         {
@@ -221,7 +222,7 @@ private slots:
         };
         for (const auto &hangUp : hangUps) {
             DeviceHarness harness;
-            QVERIFY(harness.fault(hangUp.fault));
+            QVERIFY(harness.addFault(hangUp.fault));
             harness.type("show hwver");
             QCOMPARE(harness.hangUps, 0);
             harness.type("show swver");
@@ -230,39 +231,39 @@ private slots:
             QCOMPARE(harness.hangUps, 1);
 
             harness.device.lineRestored();
-            QCOMPARE(harness.answer("show swver"), QByteArray(versionAnswer));
+            QCOMPARE(harness.reply("show swver"), QByteArray(versionReply));
         }
     }
 
-    void hangsUpAfterSomeBytesOfABlock()
+    void hangsUpDuringRawBlock()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("hangup-input:10"));
+        QVERIFY(harness.addFault("hangup-input:10"));
         harness.device.receive("eeprom --write_block 3\r\n123456789");
         QCOMPARE(harness.hangUps, 0);
         harness.device.receive("0");
         QCOMPARE(harness.hangUps, 1);
     }
 
-    void holdsAnAnswerBackUntilTheNextOne()
+    void holdsReplyBackUntilTheNextOne()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("replies-in-one-chunk@1"));
+        QVERIFY(harness.addFault("replies-in-one-chunk@1"));
         QCOMPARE(harness.type("show swver"), QByteArray("show swver\r\n"));
-        harness.pieces.clear();
+        harness.transmissions.clear();
         harness.type("show hwver");
-        QCOMPARE(harness.pieces.size(), 1);
-        QCOMPARE(harness.pieces.first().delivery, Delivery::OneChunk);
+        QCOMPARE(harness.transmissions.size(), 1);
+        QCOMPARE(harness.transmissions.first().delivery, Delivery::OneChunk);
         QCOMPARE(harness.output,
                  QByteArray("show: swver=2.4.1\r\nKVT $ show hwver\r\nshow: hwver=B\r\nKVT $ "));
-        QCOMPARE(harness.answer("show hwver"), QByteArray("show: hwver=B\r\n"));
+        QCOMPARE(harness.reply("show hwver"), QByteArray("show: hwver=B\r\n"));
     }
 
-    void damagesALogLineOnce()
+    void corruptsLogLineOnce()
     {
         DeviceHarness harness;
         const auto line = [&harness](int row) {
-            return harness.answer("log --read=" + QByteArray::number(row)).trimmed();
+            return harness.reply("log --read=" + QByteArray::number(row)).trimmed();
         };
         const QByteArray titles = line(0);
         const QByteArray good = line(3);
@@ -279,7 +280,7 @@ private slots:
         {
             const char *fault;
             int row;
-            QByteArray damaged;
+            QByteArray corrupted;
         } faults[] = {
             {"bad-checksum@3", 3, withWrongChecksum(good)},
             {"bad-checksum@0", 0, withWrongChecksum(titles)},
@@ -288,22 +289,22 @@ private slots:
             {"malformed-record@0", 0, "00000=Time,W0,W1,W2,A2,A4,LUX"},
         };
         for (const auto &fault : faults) {
-            QVERIFY(harness.fault(fault.fault));
+            QVERIFY(harness.addFault(fault.fault));
             const QByteArray other = line(2);
-            QCOMPARE(line(fault.row), fault.damaged);
+            QCOMPARE(line(fault.row), fault.corrupted);
             QCOMPARE(line(2), other);
             QCOMPARE(line(3), good);
             QCOMPARE(line(0), titles);
         }
     }
 
-    void answersWithoutHexadecimalDigits()
+    void corruptsHexadecimalDigitsOnce()
     {
         DeviceHarness harness;
-        QVERIFY(harness.fault("malformed-block@5"));
-        QVERIFY(!harness.answer("eeprom --read_block 4").contains("zz"));
-        QVERIFY(harness.answer("eeprom --read_block 5").contains("zz"));
-        QVERIFY(!harness.answer("eeprom --read_block 5").contains("zz"));
+        QVERIFY(harness.addFault("malformed-block@5"));
+        QVERIFY(!harness.reply("eeprom --read_block 4").contains("zz"));
+        QVERIFY(harness.reply("eeprom --read_block 5").contains("zz"));
+        QVERIFY(!harness.reply("eeprom --read_block 5").contains("zz"));
     }
 };
 

@@ -8,13 +8,14 @@
 #include <QtCore/QFileInfo>
 #include <sys/ioctl.h>
 
-/// The simulator as a process. What it does with a handler at its port is tested there.
+/// The simulator as a process of its own. tests/integration checks how it communicates with the
+/// device handler.
 class TestKvtSimulator : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void rejectsAWrongCommandLine()
+    void rejectsInvalidCommandLine()
     {
         for (const char *arguments :
              {"--model KVT-999", "--rate fast", "--rate -1", "--log-rows 100000", "--fault thunder",
@@ -29,7 +30,7 @@ private slots:
         }
     }
 
-    void printsItsHelp()
+    void printsHelp()
     {
         QProcess process;
         process.start(testpaths::buildFile("kvt-simulator"), {text("--help")});
@@ -39,7 +40,7 @@ private slots:
         QVERIFY(help.contains("boot-with-line-end") && help.contains("--image-size"));
     }
 
-    void appliesItsOptions()
+    void appliesOptions()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start(text("--model KVT-200 --serial S-17 --health 135% --log-rows 4 "
@@ -61,12 +62,12 @@ private slots:
         PortClient client(simulator.port());
         QElapsedTimer timer;
         timer.start();
-        const QByteArray answer = client.exchange("eeprom --read_block 0\r\n");
-        QVERIFY(answer.size() > 150);
-        QVERIFY(timer.elapsed() >= answer.size() * 10 * 1000 / 9600);
+        const QByteArray reply = client.exchange("eeprom --read_block 0\r\n");
+        QVERIFY(reply.size() > 150);
+        QVERIFY(timer.elapsed() >= reply.size() * 10 * 1000 / 9600);
     }
 
-    void linksToItsPortUntilATerminationSignal()
+    void keepsLinkToPortUntilTerminated()
     {
         QTemporaryDir folder;
         const QString link = folder.filePath(text("port"));
@@ -83,7 +84,7 @@ private slots:
         QVERIFY(!QFileInfo(link).isSymLink());
     }
 
-    void keepsItsStateAfterItsInputHasClosed()
+    void savesStateWhenInputCloses()
     {
         QTemporaryDir folder;
         const QStringList options = {text("--state"), folder.filePath(text("state"))};
@@ -118,15 +119,15 @@ private slots:
         QCOMPARE(simulator.state("mode"), QByteArray("bootloader"));
         QCOMPARE(client.exchange("b12345", ".").left(1), QByteArray("."));
         QCOMPARE(simulator.control("image"), QList<QByteArray>{"5 bytes"});
-        for (const char *wrong :
+        for (const char *invalid :
              {"nonsense", "", "fault thunder", "setting nonsense", "memory 1024", "image-size x",
               "set nonsense=1", "meas-state x"}) {
-            simulator.control(wrong);
-            QVERIFY2(!simulator.succeeded(), wrong);
+            simulator.control(invalid);
+            QVERIFY2(!simulator.succeeded(), invalid);
         }
     }
 
-    void reservesTheNumberOfAClosedLine()
+    void reservesNumberOfClosedTerminal()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());
@@ -140,7 +141,7 @@ private slots:
         QVERIFY(!PortClient(oldPort).isOpen());
     }
 
-    void releasesThePortOfAKilledClient()
+    void releaseEndsExclusiveUseOfPort()
     {
         SimulatorProcess simulator;
         QVERIFY(simulator.start());
@@ -156,7 +157,7 @@ private slots:
         QCOMPARE(isExclusive(), 0);
     }
 
-    void writesAnEventLog()
+    void writesEventLog()
     {
         QTemporaryDir folder;
         const QString file = folder.filePath(text("journal"));

@@ -11,10 +11,10 @@ using namespace Simulator;
 namespace {
 
 /// A client that reads as soon as bytes arrive.
-class PromptClient : public PortClient
+class ImmediateClient : public PortClient
 {
 public:
-    explicit PromptClient(const QString &path)
+    explicit ImmediateClient(const QString &path)
         : PortClient(path)
         , m_notifier(descriptor(), QSocketNotifier::Read)
     {
@@ -22,18 +22,18 @@ public:
                          [this] { m_notifier.setEnabled(read()); });
     }
 
-    bool isDead() const { return !m_notifier.isEnabled(); }
+    bool isHungUp() const { return !m_notifier.isEnabled(); }
 
 private:
     QSocketNotifier m_notifier;
 };
 
-/// Runs the event loop until @p reached: QTRY_VERIFY checks too rarely for measuring a time.
-void runUntil(const std::function<bool()> &reached)
+/// Runs the event loop until @p condition is true. QTRY_VERIFY checks too rarely to measure times.
+void runUntil(const std::function<bool()> &condition)
 {
     QElapsedTimer timer;
     timer.start();
-    while (!reached() && timer.elapsed() < 10000) {
+    while (!condition() && timer.elapsed() < 10000) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
 }
@@ -45,9 +45,9 @@ class TestSerialLine : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { m_arrived.clear(); }
+    void init() { m_received.clear(); }
 
-    void isRawInBothDirections()
+    void transfersEveryByteValueInBothDirections()
     {
         QByteArray all;
         for (int value = 0; value < 256; ++value) {
@@ -55,37 +55,37 @@ private slots:
         }
         SerialLine line(0);
         QVERIFY(open(line));
-        PromptClient client(line.path());
+        ImmediateClient client(line.path());
         QVERIFY(client.isOpen());
         QVERIFY(client.write(all));
-        QTRY_COMPARE(m_arrived, all);
+        QTRY_COMPARE(m_received, all);
         line.send(all, Delivery::Streamed, 0);
         QTRY_VERIFY(client.received() == all);
     }
 
-    void transfersBytesAtItsRate()
+    void transfersBytesAtBitRate()
     {
         for (const int rate : {115200, 9600, 300}) {
             const int bytes = rate / 50;
-            const int leastMs = bytes * 10 * 1000 / rate;
+            const int minimumMs = bytes * 10 * 1000 / rate;
             SerialLine line(rate);
             QVERIFY(open(line));
-            PromptClient client(line.path());
+            ImmediateClient client(line.path());
 
             QElapsedTimer timer;
             timer.start();
             line.send(QByteArray(bytes / 2, 'x'), Delivery::Streamed, 0);
             line.send(QByteArray(bytes - bytes / 2, 'y'), Delivery::Streamed, 0);
             runUntil([&client, bytes] { return client.received().size() == bytes; });
-            QVERIFY2(timer.elapsed() >= leastMs, QByteArray::number(timer.elapsed()).constData());
+            QVERIFY2(timer.elapsed() >= minimumMs, QByteArray::number(timer.elapsed()).constData());
             QCOMPARE(client.received().size(), bytes);
 
-            m_arrived.clear();
+            m_received.clear();
             timer.start();
             QVERIFY(client.write(QByteArray(bytes, 'z')));
-            runUntil([this, bytes] { return m_arrived.size() == bytes; });
-            QVERIFY2(timer.elapsed() >= leastMs, QByteArray::number(timer.elapsed()).constData());
-            QCOMPARE(m_arrived.size(), bytes);
+            runUntil([this, bytes] { return m_received.size() == bytes; });
+            QVERIFY2(timer.elapsed() >= minimumMs, QByteArray::number(timer.elapsed()).constData());
+            QCOMPARE(m_received.size(), bytes);
         }
     }
 
@@ -93,17 +93,17 @@ private slots:
     {
         SerialLine line(9600);
         QVERIFY(open(line));
-        PromptClient client(line.path());
+        ImmediateClient client(line.path());
         line.send(QByteArray(96, 'x'), Delivery::Streamed, 0);
         QTRY_VERIFY(client.received().size() == 96);
         QVERIFY(client.chunks() > 3);
     }
 
-    void deliversOneChunkWhole()
+    void deliversOneChunkInOneRead()
     {
         SerialLine line(9600);
         QVERIFY(open(line));
-        PromptClient client(line.path());
+        ImmediateClient client(line.path());
         line.send("BOOT\r\n and much more", Delivery::OneChunk, 0);
         QTRY_VERIFY(!client.received().isEmpty());
         QCOMPARE(client.received(), QByteArray("BOOT\r\n and much more"));
@@ -114,7 +114,7 @@ private slots:
     {
         SerialLine line(0);
         QVERIFY(open(line));
-        PromptClient client(line.path());
+        ImmediateClient client(line.path());
         QElapsedTimer timer;
         timer.start();
         line.send("0123456789", Delivery::SingleBytes, 10);
@@ -124,7 +124,7 @@ private slots:
         QVERIFY(client.chunks() > 5);
     }
 
-    void dropsBytesThatNobodyReads()
+    void dropsUnreadBytes()
     {
         SerialLine line(0);
         QVERIFY(open(line));
@@ -138,23 +138,23 @@ private slots:
     {
         SerialLine line(115200);
         QVERIFY(open(line));
-        PromptClient client(line.path());
-        int taken = 0;
-        while (taken < 1000000 && client.write(QByteArray(1000, 'x'))) {
-            taken += 1000;
+        ImmediateClient client(line.path());
+        int accepted = 0;
+        while (accepted < 1000000 && client.write(QByteArray(1000, 'x'))) {
+            accepted += 1000;
             QCoreApplication::processEvents();
         }
-        QVERIFY(taken < 1000000);
+        QVERIFY(accepted < 1000000);
     }
 
-    void servesOneClientAfterAnother()
+    void servesSuccessiveClients()
     {
         SerialLine line(0);
         QVERIFY(open(line));
-        for (int round = 1; round <= 3; ++round) {
-            PromptClient client(line.path());
+        for (int clients = 1; clients <= 3; ++clients) {
+            ImmediateClient client(line.path());
             QVERIFY(client.write("x"));
-            QTRY_COMPARE(m_arrived.size(), round);
+            QTRY_COMPARE(m_received.size(), clients);
             line.send("y", Delivery::Streamed, 0);
             QTRY_VERIFY(client.received() == "y");
         }
@@ -165,17 +165,17 @@ private slots:
         SerialLine line(115200);
         QVERIFY(open(line));
         QSignalSpy hungUp(&line, &SerialLine::hungUp);
-        PromptClient client(line.path());
+        ImmediateClient client(line.path());
         line.send("last bytes", Delivery::Streamed, 0);
         line.hangUpWhenSent();
-        QTRY_VERIFY(client.isDead());
+        QTRY_VERIFY(client.isHungUp());
         QCOMPARE(client.received(), QByteArray("last bytes"));
         QCOMPARE(hungUp.size(), 1);
         QVERIFY(!line.isOpen());
         QVERIFY(open(line));
-        PromptClient again(line.path());
+        ImmediateClient nextClient(line.path());
         line.send("back", Delivery::Streamed, 0);
-        QTRY_VERIFY(again.received() == "back");
+        QTRY_VERIFY(nextClient.received() == "back");
     }
 
 private:
@@ -186,9 +186,9 @@ private:
         QString error;
         return line.open(error);
     }
-    void onReceived(const QByteArray &bytes) { m_arrived += bytes; }
+    void onReceived(const QByteArray &bytes) { m_received += bytes; }
 
-    QByteArray m_arrived; ///< at the device
+    QByteArray m_received; ///< bytes that have arrived at the device
 };
 
 KV_TEST_CORE_MAIN(TestSerialLine)
