@@ -13,8 +13,7 @@ constexpr char promptSuffix[] = "\r\n.*\\$.*";
 
 // What completes a reply.
 enum class Ending {
-    Pattern, // the pattern alone; the rest of the reply arrives during the next job, which ignores
-             // it
+    Pattern, // the pattern alone; the next job receives and ignores the rest of the reply
     Prompt // the pattern followed by the device's next prompt
 };
 

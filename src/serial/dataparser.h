@@ -64,7 +64,7 @@ public:
     /// The number of rows in the log.
     static bool parseLogCount(const QString &text, int &count);
 
-    /// Whether the device has no log.
+    /// Whether the device reports that it has no log option.
     static bool isNoLogOption(const QString &text);
 
     /// Whether the device has erased its log.

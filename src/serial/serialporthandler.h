@@ -35,7 +35,7 @@ public:
     void disconnectFromDevice() override;
     QString portName() override;
 
-    /// Reads the number of log entries, then the titles and each entry; logRead() carries all of
+    /// Reads the number of log entries, then the titles and each entry; logRead() delivers all of
     /// them. Ignored while entries are already being read.
     void readLog() override;
     void writeToEeprom() override;

@@ -51,7 +51,7 @@ public:
     /// Name of the current port; empty without one.
     virtual QString portName() = 0;
 
-    /// Reads the whole log. Emits logReadProgress() for each row, then logRead().
+    /// Reads the whole log. Emits logReadProgress() for each row but the last, then logRead().
     virtual void readLog() = 0;
 
     /// Stores the settings in the device's non-volatile memory; then emits
@@ -118,7 +118,8 @@ public slots:
     virtual void connectToDevice() = 0;
 
 signals:
-    /// A job failed or the port could not be opened; @p reason is a message for the user.
+    /// A job reported an error, the model could not be read or the port could not be opened;
+    /// @p reason is a message for the user.
     void error(QString reason);
 
     /// The device has replied to the first command of connectToDevice().

@@ -70,7 +70,7 @@ signals:
     void valueRead(SerialPortValueType type, QVariant value);
     /// @}
 
-    /// The current job, of this type, failed.
+    /// The current job, of this type, failed, or timed out and can't be restarted.
     void jobFailed(SerialPortJobType type);
 
     /// Relayed from the current job, see SerialPortJobInterface.
