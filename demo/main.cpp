@@ -5,8 +5,10 @@
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
+#include <QtCore/QLockFile>
 #include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QMessageBox>
 
 namespace {
 
@@ -22,10 +24,31 @@ QString outputFolder(int argc, char *argv[])
     return QDir().absoluteFilePath(QStringLiteral("demo-output/interactive"));
 }
 
+/// Locks @p folder for this process. Returns false, after a message, if another demo uses it: two
+/// simulated transmitters would overwrite each other's state there.
+bool lockFolder(QLockFile &lock, const QString &folder)
+{
+    lock.setStaleLockTime(0); // A demo may run for days; the lock of a killed one is still removed.
+    if (lock.tryLock()) {
+        return true;
+    }
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("KV Tool Demo"),
+                    QStringLiteral("The folder %1 can't be used, or another demo is using it.")
+                        .arg(QDir::toNativeSeparators(folder)),
+                    QMessageBox::Ok);
+    box.setTextFormat(Qt::PlainText);
+    box.exec();
+    return false;
+}
+
 /// Runs until the window is closed or the process is terminated, for example by Ctrl+C. Either
 /// closes the port, ends the simulator's process and returns 0.
 int run(const QString &folder)
 {
+    QLockFile lock(folder + QLatin1String("/demo.lock"));
+    if (!lockFolder(lock, folder)) {
+        return 1;
+    }
     Tool tool;
     SimulatorProcess device(QCoreApplication::applicationDirPath()
                             + QLatin1String("/kvt-simulator"));

@@ -65,22 +65,27 @@ class DemoStartAndExit(unittest.TestCase):
         runtime.mkdir(mode=0o700)
         self.errors = open(self.root / "errors", "w+")
         self.addCleanup(self.errors.close)
-        # In a new session: a signal to the process group reaches the simulator too, as Ctrl+C does.
-        self.demo = subprocess.Popen(
-            [sys.argv[1], "--output", self.output], cwd=SOURCES, text=True, start_new_session=True,
-            stdout=subprocess.PIPE, stderr=self.errors,
-            env={**self.environment, "TMPDIR": str(self.temporary), "XDG_RUNTIME_DIR": str(runtime)})
-        self.addCleanup(self.demo.stdout.close)
-        self.addCleanup(self.kill_demo)
+        self.user_environment = {**self.environment, "TMPDIR": str(self.temporary), "XDG_RUNTIME_DIR": str(runtime)}
+        self.demo = self.start_demo()
         self.output_lines = [self.demo.stdout.readline() for _ in range(2)]
         self.wait_and_press("KV Tool")
         children = pathlib.Path(f"/proc/{self.demo.pid}/task/{self.demo.pid}/children").read_text().split()
         self.simulators = [int(child) for child in children]
 
-    def kill_demo(self):
-        if self.demo.poll() is None:
-            os.killpg(self.demo.pid, signal.SIGKILL)
-            self.demo.wait()
+    def start_demo(self):
+        # In a new session: a signal to the process group reaches the simulator too, as Ctrl+C does.
+        demo = subprocess.Popen([sys.argv[1], "--output", self.output], cwd=SOURCES, text=True,
+                                start_new_session=True, stdout=subprocess.PIPE, stderr=self.errors,
+                                env=self.user_environment)
+        self.addCleanup(demo.stdout.close)
+        self.addCleanup(self.kill, demo)
+        return demo
+
+    @staticmethod
+    def kill(demo):
+        if demo.poll() is None:
+            os.killpg(demo.pid, signal.SIGKILL)
+            demo.wait()
 
     def wait_and_press(self, title, *keys):
         """Waits until the window with this title has the focus, then presses the keys."""
@@ -114,7 +119,7 @@ class DemoStartAndExit(unittest.TestCase):
         self.assertEqual(len(self.simulators), 1)
         wait_until(lambda: not pathlib.Path(f"/proc/{self.simulators[0]}").exists(), "the simulator's exit")
         self.assertEqual([*self.temporary.iterdir()], [])
-        self.assertEqual([*self.output.glob("*-journal")], [])
+        self.assertEqual([*self.output.glob("*-journal"), *self.output.glob("*.lock")], [])
         locks = [lock for lock in pathlib.Path("/var/lock").glob("LCK..*")
                  if lock.read_text().split()[:1] == [str(self.demo.pid)]]
         self.assertEqual(locks, [])
@@ -146,6 +151,19 @@ class DemoStartAndExit(unittest.TestCase):
         self.connect()
         self.wait_and_press("KV Tool", "alt+F4")
         self.check_clean_exit()
+
+    def test_second_demo_in_the_same_folder_is_rejected(self):
+        second = self.start_demo()
+        self.wait_and_press("KV Tool Demo", "Return")
+        self.assertEqual((second.wait(timeout=TIMEOUT_S), second.stdout.read()), (1, ""))
+        self.connect()
+        self.wait_and_press("KV Tool", "alt+F4")
+        self.check_clean_exit()
+
+    def test_demo_starts_in_the_folder_of_a_killed_one(self):
+        self.kill(self.demo)
+        self.demo = self.start_demo()
+        self.assertIn("press Connect", self.demo.stdout.readline())
 
 
 if __name__ == "__main__":
