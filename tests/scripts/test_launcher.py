@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Tests the launcher with a program that prints where and how it was started.
-Usage: tst_launcher.py <launcher> <version>"""
+"""Tests kvtool-launcher with programs that print how they were started.
+Usage: test_launcher.py LAUNCHER VERSION"""
 import os
 import pathlib
 import shutil
@@ -118,7 +118,7 @@ class Launcher(unittest.TestCase):
         self.assertEqual(self.launch(command=link).stdout.splitlines()[0], str(self.data))
         self.assertEqual(self.settings().read_text(), "the sample")
 
-    def test_starts_the_demo_in_a_data_folder_of_its_own(self):
+    def test_starts_the_demo_in_a_separate_data_folder(self):
         data = self.home / ".local/share/kvtool-demo"
         run = self.launch("--demo", "-style", "fusion")
         self.assertEqual(run.stdout.splitlines(), [
@@ -132,7 +132,7 @@ class Launcher(unittest.TestCase):
                          ["program: xdg-open", "scaling: none",
                           f"argument: {self.prefix}/share/doc/kvtool/manual/index.html"])
 
-    def test_names_the_manual_when_no_browser_opens_it(self):
+    def test_prints_the_path_of_the_manual_if_no_browser_opens_it(self):
         run = self.launch("--manual")
         self.assertEqual(run.returncode, 1)
         self.assertIn(f"{self.prefix}/share/doc/kvtool/manual/index.html", run.stderr)
