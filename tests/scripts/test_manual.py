@@ -46,7 +46,7 @@ class Manual(unittest.TestCase):
                             "**Error occurred with serial port communication: Unable to open port!**\n"
                             "**Error occurred with serial port communication: Unable to close port!**\n"
                             "[a](#one-page) [b](#two) [c](nowhere.md) [d](page.md#one-page)\n")
-            self.assertEqual([*manual.broken_links(page)], [f"{page}: #two is no heading",
+            self.assertEqual([*manual.broken_links(page)], [f"{page}: #two is not a heading",
                                                             f"{page}: nowhere.md doesn't exist"])
             self.assertEqual([*manual.wrong_quotes(page, manual.source_texts())],
                              [f'{page}: the tool doesn\'t show "Show graf"',
