@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Shared by the scripts: installs packages, configures and builds, and reports the progress. Sourced, not run.
+# Functions for the other scripts, which source this file: they install packages, configure, build and report progress.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 mkdir -p build
@@ -22,13 +22,13 @@ show_failure() {
     echo "$1 failed; the whole output is in $PWD/$log." >&2
     case $1 in
         Reading* | Installing*) die "Check the network and the package sources, then run the script again." ;;
-        Configuring* | Building*) die "If the output doesn't name a fault in the sources, delete the build folder, such as build/release, and run again." ;;
+        Configuring* | Building*) die "If the output doesn't show an error in the sources, delete the build folder, such as build/release, and run the script again." ;;
     esac
     exit 1
 }
 
-# count_steps <what> <number of packages>: reads the output of apt-get or ninja, appends it to the log and shows how
-# far it is: as one line on a terminal, otherwise as a line for each tenth and at least every 30 s.
+# count_steps <what> <number of packages>: reads the output of apt-get or ninja, appends it to the log and shows the
+# progress: on a terminal in one line, which it updates; otherwise as a new line for each tenth and at least every 30 s.
 count_steps() {
     local what=$1 total=$2 label=$1 line done=0 tenth=0 reported=$SECONDS
     while IFS= read -r line; do
@@ -53,7 +53,7 @@ count_steps() {
     [[ ! -t 1 || $done -eq 0 ]] || echo
 }
 
-# with_progress <what> <number of packages> <command...>: runs apt-get or ninja and shows how far it is.
+# with_progress <what> <number of packages> <command...>: runs apt-get or ninja and shows the progress.
 with_progress() {
     local what=$1 total=$2
     shift 2
@@ -63,7 +63,7 @@ with_progress() {
     fi
 }
 
-# need_packages <purpose...>: installs those packages of packages.txt for these purposes that are missing.
+# need_packages <purpose...>: installs the missing packages that packages.txt lists for these purposes.
 need_packages() {
     local purposes wanted missing=() package count
     purposes=$(IFS='|' && echo "$*")
@@ -71,7 +71,7 @@ need_packages() {
     if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
         command -v cmake >/dev/null && return 0
         # shellcheck disable=SC2086 # one word for each package
-        die "This is not a Debian system. Install what corresponds to these packages, then run again:" $wanted
+        die "This is not a Debian system. Install the equivalents of these packages, then run the script again:" $wanted
     fi
     for package in $wanted; do
         dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed \
@@ -83,18 +83,18 @@ need_packages() {
     local as_root=()
     if [[ $(id -u) -ne 0 ]]; then
         command -v sudo >/dev/null \
-            || die "Run as root, or install these packages yourself, then run again: ${missing[*]}"
+            || die "Run the script as root, or install these packages and run it again: ${missing[*]}"
         as_root=(sudo)
     fi
     echo "Reading the package lists (apt-get update)"
     quietly "Reading the package lists" "${as_root[@]}" apt-get update
     local install=(apt-get install -y --no-install-recommends "${missing[@]}")
-    count=$("${install[@]}" -s 2>"$log" | grep -c '^Inst ') || show_failure "Choosing the packages"
-    echo "Installing $count packages: ${missing[*]} and what they need"
+    count=$("${install[@]}" -s 2>"$log" | grep -c '^Inst ') || show_failure "Selecting the packages"
+    echo "Installing $count packages: ${missing[*]} and their dependencies"
     with_progress "Installing" "$count" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}"
 }
 
-# configure <preset> <cmake option...>: only when something has changed since the last time.
+# configure <preset> <cmake option...>: runs CMake if the options or CMakePresets.json have changed since the last run.
 configure() {
     local folder=build/$1
     if [[ -f $folder/build.ninja && ! CMakePresets.json -nt $folder/build.ninja
@@ -106,7 +106,7 @@ configure() {
     echo "$*" >"$folder/options"
 }
 
-# build <preset> [<cmake option or target...>]: configures when needed and builds in build/<preset>.
+# build <preset> [<cmake option or target...>]: configures if necessary and builds in build/<preset>.
 build() {
     local preset=$1 options=() chosen=() argument
     shift
@@ -128,15 +128,15 @@ build() {
     with_progress "Building build/$preset" 0 cmake --build "build/$preset" "${chosen[@]}"
 }
 
-# on_display <first> <width>x<height> <command...>: runs the command on a virtual display of its own, whose number
-# is <first> or higher. A window manager, which gives windows their frames and the focus, runs before the command.
+# on_display <first> <width>x<height> <command...>: runs the command on a new virtual display, whose number is <first>
+# or higher, under a window manager, which gives windows their frames and the focus.
 on_display() {
     local first=$1 size=$2
     shift 2
     # shellcheck disable=SC2016 # expanded by the inner shell
     xvfb-run -a -n "$first" -s "-screen 0 ${size}x24 -noreset" bash -c '
-        # After the first key on a display the window manager grabs its shortcut keys again, and a key that is
-        # pressed at that time is lost. So the first key is sent before the window manager starts.
+        # After the first key event on a display the window manager grabs its shortcut keys again, and a key that is
+        # pressed meanwhile is lost. So the first key event is sent before the window manager starts.
         ! command -v xdotool >/dev/null || xdotool key Shift_L
         exec {ready}< <(exec openbox --startup "echo ready" 2>/dev/null)
         manager=$!
