@@ -21,16 +21,16 @@ set(CPACK_PACKAGE_HOMEPAGE_URL "${KV_SITE}")
 set(CPACK_PACKAGE_VENDOR "KV Tool developers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "configure and monitor an air-quality transmitter")
 set(CPACK_PACKAGE_DESCRIPTION
-"KV Tool is for service engineers of air-quality transmitters. It connects to a
+"KV Tool is for engineers who service air-quality transmitters. It connects to a
 transmitter on a serial port, shows its identity and measurements, changes its
-settings, stores every measurement in a local SQLite file, draws measurements
-over time, exports them as CSV, reads and clears the device's log, sets its
-clock and updates its firmware.
+settings, stores every reading in a local SQLite file, draws the readings over
+time, exports them as CSV, reads and clears the device's log, sets its clock and
+updates its firmware.
 
 The package also contains a simulated transmitter and a demo that uses it. It
-grants the logged-in user access to the usual USB serial adapters.")
+gives the logged-in user access to common USB serial adapters.")
 
-# The component "debian" has the files that other packages don't need.
+# The component "debian" contains the files that only the Debian package needs.
 set(CPACK_INSTALL_CMAKE_PROJECTS
     "${PROJECT_BINARY_DIR};kvtool;ALL;/;${PROJECT_BINARY_DIR};kvtool;debian;/")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -56,7 +56,7 @@ set(CPACK_RPM_SPEC_MORE_DEFINE "%define packager ${KV_MAINTAINER}
 %define clamp_mtime_to_source_date_epoch 1
 %define _buildhost localhost
 Recommends: xdg-utils
-# Qt loads the SQLite driver as a plug-in, so no automatic dependency names it.
+# Qt loads the SQLite driver as a plug-in, so no dependency on it is generated.
 Recommends: (qt5-qtbase or libQt5Sql5-sqlite)")
 set(CPACK_RPM_PACKAGE_GROUP Applications/Engineering)
 set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/postinst)
