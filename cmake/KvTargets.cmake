@@ -1,5 +1,5 @@
-# Common settings of all targets: the same warnings, no implicit conversions of texts; and one static library
-# per folder, which links only what its layer allows.
+# Common settings of all targets: the same warnings and no implicit conversions of strings. Functions that add the
+# libraries, programs, tests and fuzz targets.
 
 add_library(kv_options INTERFACE)
 target_compile_definitions(kv_options INTERFACE
@@ -22,7 +22,7 @@ if(KV_FUZZ)
     target_compile_options(kv_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# kv_library(<folder> SOURCES ... LINKS ...): the folder's library, called kv_<folder>.
+# kv_library(<folder> SOURCES ... LINKS ...): adds the library of the folder, called kv_<folder>.
 function(kv_library folder)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_library(kv_${folder} ${ARG_SOURCES}) # static, unless BUILD_SHARED_LIBS is set
@@ -31,7 +31,7 @@ function(kv_library folder)
     target_link_libraries(kv_${folder} PUBLIC ${ARG_LINKS} PRIVATE kv_options)
 endfunction()
 
-# kv_program(<name> SOURCES ... LINKS ...): a program in the root of the build folder.
+# kv_program(<name> SOURCES ... LINKS ...): adds a program, which is built in the root of the build folder.
 function(kv_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -40,14 +40,14 @@ function(kv_program name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()
 
-# Messages outside of Qt's test log, by a simulator process or at the end of the test program, get the words of
-# that log, so that FAIL_REGULAR_EXPRESSION finds them too.
+# Messages that are not in the log of Qt Test, from a simulator process or at the end of the test program, get the
+# prefixes of that log, so that FAIL_REGULAR_EXPRESSION matches them too.
 string(CONCAT kv_message_pattern
     "%{if-warning}QWARN  : %{endif}%{if-critical}QSYSTEM: %{endif}%{if-fatal}QFATAL : %{endif}"
     "%{if-category}%{category}: %{endif}%{message}")
 
-# Qt's headers for the tests, compiled once; see KV_PRECOMPILE_HEADERS. Not for the product: there a missing
-# include must show, and most of the time goes into code with sanitizers, not into headers.
+# Qt's headers for the tests, compiled once; see KV_PRECOMPILE_HEADERS. Not for the product, where a missing include
+# must be an error, and where most of the time is needed for code with sanitizers, not for headers.
 if(KV_PRECOMPILE_HEADERS AND BUILD_TESTING)
     file(WRITE ${CMAKE_BINARY_DIR}/precompiled/empty.cpp "")
     add_library(kv_test_headers OBJECT EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/precompiled/empty.cpp)
@@ -56,8 +56,8 @@ if(KV_PRECOMPILE_HEADERS AND BUILD_TESTING)
     target_precompile_headers(kv_test_headers PRIVATE <QtWidgets/QtWidgets> <QtTest/QtTest>)
 endif()
 
-# kv_test(<name> LINKS ... [SOURCES ...] [TIMEOUT seconds]): the test program <name>.cpp of this folder.
-# A warning that no test expects, a skipped test and an expected failure all count as failures.
+# kv_test(<name> LINKS ... [SOURCES ...] [TIMEOUT seconds]): adds the test program <name>.cpp of the current folder.
+# An unexpected warning, a skipped test and an expected failure count as failures.
 function(kv_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -76,7 +76,7 @@ function(kv_test name)
         ENVIRONMENT "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/kit/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1;QT_MESSAGE_PATTERN=${kv_message_pattern}")
 endfunction()
 
-# kv_fuzz(<name> LINKS ... [SOURCES ...]): the fuzz target fuzz_<name>.cpp of this folder.
+# kv_fuzz(<name> LINKS ... [SOURCES ...]): adds the fuzz target fuzz_<name>.cpp of the current folder.
 function(kv_fuzz name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(fuzz_${name} fuzz_${name}.cpp ${ARG_SOURCES})
