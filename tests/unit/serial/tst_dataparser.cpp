@@ -12,7 +12,7 @@ static_assert(int(DataParserResult::Matched) == 0 && int(DataParserResult::NoMat
 
 namespace {
 
-// Results as texts, none of them empty.
+// A result as text that is never empty.
 QString toText(const QString &value) { return latin1("[%1]").arg(value); }
 
 QString toText(int value) { return QString::number(value); }
@@ -27,7 +27,7 @@ QString toText(const QByteArray &data) { return toText(latin1(data.toHex().const
 
 QString toText(const ListItem &item) { return latin1("%1:%2").arg(item.index).arg(item.value); }
 
-// What a function reads from a text: a null text on false.
+// Calls a function of the parser and returns its result as text; null if it returns false.
 using Reader = std::function<QString(const QString &)>;
 
 Reader recogniser(bool (*function)(const QString &))
@@ -71,7 +71,7 @@ bool readEepromBlock7(const QString &text, QByteArray &data)
 }
 
 // One row of the grammar: the reply up to the character that completes it, the text that a device
-// sends after it, and the result.
+// sends after that, and the result.
 struct Row
 {
     const char *name;
@@ -80,8 +80,8 @@ struct Row
     const char *rest;
     const char *expected;
 
-    // The bootloader's answers are not recognised after earlier text.
-    bool takesStaleText() const { return qstrlen(complete) > 1; }
+    // The replies of one character, from the bootloader, are not recognised after earlier text.
+    bool allowsEarlierText() const { return qstrlen(complete) > 1; }
 };
 
 const QVector<Row> &grammar()
@@ -146,9 +146,9 @@ const QVector<Row> &grammar()
     return rows;
 }
 
-const QString stale = latin1(" 1234\r\n$ show p\r\nshow: p=990\r\n$ \r\nNUL? 12-13\r\n$ ");
+const QString earlierText = latin1(" 1234\r\n$ show p\r\nshow: p=990\r\n$ \r\nNUL? 12-13\r\n$ ");
 
-// A text for a function of the grammar; no result when it rejects the text.
+// A text for a function of the grammar; the result is null if the function rejects the text.
 struct Sample
 {
     const char *function;
@@ -164,81 +164,82 @@ constexpr Sample samples[] = {
      "show: swver=1\r\n$ show swver\r\nshow: swver=2\r\n$ ",
      "[1\r\n$ show swver\r\nshow: swver=2]"},
     {"parseValue", "text after the last prompt", "show: swver=1\r\n$ \r\nx\r\ny", "[1]"},
-    {"parseValue", "text in front of the prompt's sign", "show: swver=1\r\nuser@kvt$ ", "[1]"},
+    {"parseValue", "text before the $ of the prompt", "show: swver=1\r\nuser@kvt$ ", "[1]"},
     {"parseValue", "empty", "show: swver=\r\n$", "[]"},
-    {"parseValue", "with a sign of equality", "show: swver=a=b\r\n$", "[a=b]"},
-    {"parseValue", "any space after the colon", "show:\tswver=1\r\n$", "[1]"},
+    {"parseValue", "equals sign in the value", "show: swver=a=b\r\n$", "[a=b]"},
+    {"parseValue", "tab after the colon", "show:\tswver=1\r\n$", "[1]"},
     {"parseValue", "another name", "show: hwver=1\r\n$ ", nullptr},
-    {"parseValue", "line that does not end", "show: swver=1.2$ ", nullptr},
+    {"parseValue", "no line end", "show: swver=1.2$ ", nullptr},
     {"parseValue", "lone line feed", "show: swver=1.2\n$ ", nullptr},
-    {"parseValue", "echo alone", "\r\n$ show swver\r\n$ ", nullptr},
-    {"isUnknownParameter", "another mark", "show: Unknown parameter\r\n$ ", nullptr},
-    {"isUnknownParameter", "answer to a set", "set: Unknown parameter!\r\n$ ", nullptr},
-    {"parseSetValue", "after the first sign of equality", "set: a=b=c\r\n$ ", "[b=c]"},
+    {"parseValue", "echo only", "\r\n$ show swver\r\n$ ", nullptr},
+    {"isUnknownParameter", "no exclamation mark", "show: Unknown parameter\r\n$ ", nullptr},
+    {"isUnknownParameter", "reply to a set", "set: Unknown parameter!\r\n$ ", nullptr},
+    {"parseSetValue", "equals sign in the value", "set: a=b=c\r\n$ ", "[b=c]"},
     {"parseSetValue", "empty", "set: a=\r\n$ ", "[]"},
     {"parseSetValue", "rejected", "set debug=9\r\nset: Invalid value!\r\n$ ", nullptr},
     {"parseModel", "to the last serial line", "Model: KVT\r\nSerial: 1\r\nModel: X\r\nSerial: 2",
      "[KVT\r\nSerial: 1\r\nModel: X]"},
     {"parseModel", "no serial line", "Model: KVT\r\nRange: 1\r\n$ ", nullptr},
-    {"parseModel", "serial line in front", "Serial: 1\r\nModel: KVT\r\n$ ", nullptr},
+    {"parseModel", "serial line before the model", "Serial: 1\r\nModel: KVT\r\n$ ", nullptr},
     {"parseDate", "single digits", "date\r\n2017-1-3T1:2:3\r\n$ ", "2017-01-03T01:02:03Z"},
     {"parseDate", "no time", "date\r\n2017-11-13\r\n$ ", nullptr},
     {"parseDate", "no seconds", "date\r\n2017-11-13T10:20\r\n$ ", nullptr},
-    {"parseDate", "text after it", "date\r\n2017-11-13T10:20:30Z\r\n$ ", nullptr},
-    {"parseDate", "space for the letter", "date\r\n2017-11-13 10:20:30\r\n$ ", nullptr},
-    {"parseDateUpdated", "line that does not end", "Date updated to 2017-11-13T10:20:30", nullptr},
+    {"parseDate", "text after the time", "date\r\n2017-11-13T10:20:30Z\r\n$ ", nullptr},
+    {"parseDate", "space instead of T", "date\r\n2017-11-13 10:20:30\r\n$ ", nullptr},
+    {"parseDateUpdated", "no line end", "Date updated to 2017-11-13T10:20:30", nullptr},
     {"parseMeasurements", "without quotes", "show: meas=a=1;b=2\r\n$", "a=1|b=2"},
     {"parseMeasurements", "a name twice", "show: meas=\"a=1;a=2\"\r\n$", "a=2"},
     {"parseMeasurements", "empty", "show: meas=\"\"\r\n$ ", nullptr},
-    {"parseMeasurements", "bare sign", "show: meas=\r\n$ ", nullptr},
+    {"parseMeasurements", "equals sign only", "show: meas=\r\n$ ", nullptr},
     {"parseMeasurements", "trailing separator", "show: meas=\"a=1;\"\r\n$ ", nullptr},
     {"parseMeasurements", "name without a value", "show: meas=\"a=1;b\"\r\n$ ", nullptr},
     {"parseMeasurements", "third quote", "show: meas=\"a=\"1\"\r\n$ ", nullptr},
     {"parseLogCount", "zero", "log --count\r\ncount=0\r\n$", "0"},
     {"parseLogCount", "leading zeros", "log --count\r\ncount=00012\r\n$", "12"},
-    {"parseLogCount", "not first in its line", "log --count\r\nlogcount=5\r\n$ ", nullptr},
-    {"parseLogCount", "beyond int", "log --count\r\ncount=99999999999\r\n$ ", nullptr},
+    {"parseLogCount", "not at the start of a line", "log --count\r\nlogcount=5\r\n$ ", nullptr},
+    {"parseLogCount", "exceeds int", "log --count\r\ncount=99999999999\r\n$ ", nullptr},
     {"parseLogCount", "negative", "log --count\r\ncount=-1\r\n$ ", nullptr},
-    {"parseLogValue", "row whose number begins alike",
+    {"parseLogValue", "index that is a prefix of the expected one",
      "log --read=1\r\n00001=2017-11-13T10:20:30#07", nullptr},
-    {"isLogErased", "text after it", "Log erased!?\r\n$ ", nullptr},
-    {"isConfigurationWritten", "no bytes",
+    {"isLogErased", "text at the end of the line", "Log erased!?\r\n$ ", nullptr},
+    {"isConfigurationWritten", "0 bytes",
      "Writing current configuration to non-volatile memory... 0 bytes written!\r\n$", "yes"},
     {"isConfigurationWritten", "no number",
      "Writing current configuration to non-volatile memory... bytes written!\r\n$ ", nullptr},
-    {"isConfigurationWritten", "other characters for the dots",
+    {"isConfigurationWritten", "other characters instead of the dots",
      "Writing current configuration to non-volatile memoryxxx 5 bytes written!\r\n$ ", nullptr},
-    {"isFactoryResetDone", "no command",
+    {"isFactoryResetDone", "second line incomplete",
      "Loading default configuration... OK!\r\n"
      "Write the default configuration to non-volatile memory by using\r\n$ ",
      nullptr},
-    {"isFactoryResetDone", "one line", "Loading default configuration... OK!\r\n$ ", nullptr},
-    {"isEepromBlockWritten", "no request", "\r\n\r\nDone\r\n$ ", nullptr},
-    {"isEepromBlockWritten", "no empty line", "\r\nPlease input 64 bytes\r\nDone\r\n", nullptr},
-    {"isEepromBlockWritten", "request for less", "\r\nPlease input 32 bytes\r\n\r\nDone\r\n$ ",
+    {"isFactoryResetDone", "first line only", "Loading default configuration... OK!\r\n$ ",
      nullptr},
-    {"isRebooted", "failed self test",
+    {"isEepromBlockWritten", "no prompt for the bytes", "\r\n\r\nDone\r\n$ ", nullptr},
+    {"isEepromBlockWritten", "no empty line", "\r\nPlease input 64 bytes\r\nDone\r\n", nullptr},
+    {"isEepromBlockWritten", "prompt for fewer bytes",
+     "\r\nPlease input 32 bytes\r\n\r\nDone\r\n$ ", nullptr},
+    {"isRebooted", "failed self-test",
      "Performing selftest...\r\nRAM failed.\r\nOrvanta KVT\r\nCompiled on x\r\nCopyright y",
      nullptr},
-    {"isRebooted", "another make",
+    {"isRebooted", "no manufacturer's name",
      "Performing selftest...\r\nAll tests passed.\r\nKVT\r\nCompiled on x\r\nCopyright y", nullptr},
     {"isResetting", "correct spelling", "Resetting device in 5 seconds", nullptr},
     {"isBootPrompt", "alone", "BOOT", "yes"},
     {"isBootPrompt", "lower case", "xboot", "yes"},
-    {"isBootPrompt", "after one that was missed", "BOOT\r\nBOOT", "yes"},
-    {"isBootPrompt", "line end after it", "BOOT\r\n", nullptr},
-    {"isBootPrompt", "word after it", "BOOTLOADER", nullptr},
-    {"isFirmwareBlockAccepted", "end in the same text", "*.", nullptr},
+    {"isBootPrompt", "second prompt", "BOOT\r\nBOOT", "yes"},
+    {"isBootPrompt", "trailing line end", "BOOT\r\n", nullptr},
+    {"isBootPrompt", "trailing letters", "BOOTLOADER", nullptr},
+    {"isFirmwareBlockAccepted", "followed by the last reply", "*.", nullptr},
     {"isFirmwareBlockAccepted", "twice", "**", nullptr},
-    {"isFirmwareBlockAccepted", "line end in front", "\n*", nullptr},
+    {"isFirmwareBlockAccepted", "leading line end", "\n*", nullptr},
     {"isFirmwareBlockRejected", "twice", "!!", nullptr},
-    {"isFirmwareBlockRejected", "line end", "!\r\n", nullptr},
-    {"isFirmwareBlockRejected", "line end in front", "\n!", nullptr},
-    {"isFirmwareDone", "more text", ".*!\r\n", "yes"},
-    {"isFirmwareDone", "in second place", "*.", nullptr},
-    {"isFirmwareDone", "line end in front", "\n.", nullptr},
+    {"isFirmwareBlockRejected", "trailing line end", "!\r\n", nullptr},
+    {"isFirmwareBlockRejected", "leading line end", "\n!", nullptr},
+    {"isFirmwareDone", "trailing text", ".*!\r\n", "yes"},
+    {"isFirmwareDone", "second character", "*.", nullptr},
+    {"isFirmwareDone", "leading line end", "\n.", nullptr},
     {"parseShowList", "leading zero", "show: list07=a=b\r\n$", "7:a=b"},
-    {"parseShowList", "beyond int", "show: list99999999999=a\r\n$ ", nullptr},
+    {"parseShowList", "exceeds int", "show: list99999999999=a\r\n$ ", nullptr},
     {"parseShowList", "no number", "show: list=a\r\n$ ", nullptr},
     {"parseSetList", "empty", "set: list0=\r\n$", "0:"},
     {"parseSetList", "no number", "set: list=a\r\n$ ", nullptr},
@@ -257,8 +258,8 @@ class TestDataParser : public QObject
     Q_OBJECT
 
 private slots:
-    void recognisesTheWholeReply_data() { addGrammarRows(); }
-    void recognisesTheWholeReply()
+    void recognisesTheCompleteReply_data() { addGrammarRows(); }
+    void recognisesTheCompleteReply()
     {
         const Row row = fetchRow();
         const QString complete = latin1(row.complete);
@@ -266,8 +267,8 @@ private slots:
         const QString expected = latin1(row.expected);
         QCOMPARE(row.read(complete), expected);
         QCOMPARE(row.read(whole), expected);
-        QCOMPARE(row.read(stale + complete), row.takesStaleText() ? expected : QString());
-        QCOMPARE(row.read(stale + whole), row.takesStaleText() ? expected : QString());
+        QCOMPARE(row.read(earlierText + complete), row.allowsEarlierText() ? expected : QString());
+        QCOMPARE(row.read(earlierText + whole), row.allowsEarlierText() ? expected : QString());
     }
 
     void rejectsEveryPrefix_data() { addGrammarRows(); }
@@ -278,7 +279,7 @@ private slots:
         for (int size = 0; size < complete.size(); ++size) {
             const QString prefix = complete.left(size);
             QVERIFY2(row.read(prefix).isNull(), qPrintable(prefix));
-            QVERIFY2(row.read(stale + prefix).isNull(), qPrintable(prefix));
+            QVERIFY2(row.read(earlierText + prefix).isNull(), qPrintable(prefix));
         }
     }
 
@@ -289,7 +290,7 @@ private slots:
         const QString text = latin1(row.complete) + latin1(row.rest);
         const QString expected = latin1(row.expected).toLower();
         QCOMPARE(row.read(text.toUpper()).toLower(), expected);
-        // In lower case a log record has another checksum and its timestamp another form.
+        // In lower case a log record has another checksum, and its timestamp another format.
         if (!text.contains(latin1("--read="))) {
             QCOMPARE(row.read(text.toLower()).toLower(), expected);
         }
@@ -299,8 +300,8 @@ private slots:
     {
         for (const Row &reader : grammar()) {
             for (const Row &reply : grammar()) {
-                // The echo of a set has a value, and a confirmed date is a date when the prompt
-                // follows.
+                // A set of a list entry is also a set; the date of a confirmation, followed by a
+                // prompt, is also a date.
                 const QByteArray pair = QByteArray(reader.name) + '/' + reply.name;
                 if (&reader != &reply && pair != "parseSetValue/parseSetList"
                     && pair != "parseDate/parseDateUpdated") {
@@ -311,7 +312,7 @@ private slots:
         }
     }
 
-    void picksItsCapturesOrRejects_data()
+    void extractsTheValueOrRejects_data()
     {
         QTest::addColumn<int>("index");
         QTest::addColumn<QString>("text");
@@ -325,14 +326,14 @@ private slots:
             }
         }
     }
-    void picksItsCapturesOrRejects()
+    void extractsTheValueOrRejects()
     {
         QFETCH(QString, text);
         QFETCH(QString, expected);
         QCOMPARE(fetchRow().read(text), expected);
     }
 
-    void matcherRequiresTheWholeText()
+    void matchReplyRequiresTheWholeText()
     {
         QRegExp rx;
         QVERIFY(DataParser::matchReply(latin1("a\r\nB"), latin1("A..b"), 0, rx));
@@ -341,7 +342,7 @@ private slots:
         QVERIFY(DataParser::matchReply(latin1("xa\r\nbx"), latin1(".*a..b.*"), 0, rx));
     }
 
-    void matcherRequiresTheDeclaredCaptures()
+    void matchReplyRequiresTheNumberOfCaptures()
     {
         QRegExp rx;
         QVERIFY(DataParser::matchReply(latin1("a1b2"), latin1("a(.)b(.)"), 2, rx));
@@ -350,14 +351,14 @@ private slots:
         QVERIFY(!DataParser::matchReply(latin1("a1b2"), latin1("a(.)b(.)"), 3, rx));
     }
 
-    void nameGoesIntoThePatternUnescaped()
+    void nameIsNotEscapedInThePattern()
     {
         QCOMPARE(valueReader(latin1("a.c"))(latin1("show: abc=1\r\n$")), latin1("[1]"));
         QVERIFY(valueReader(latin1("a\\.c"))(latin1("show: abc=1\r\n$")).isNull());
         QVERIFY(valueReader(latin1("a("))(latin1("show: a(=1\r\n$")).isNull());
     }
 
-    void measurementLineEmptiesTheMapFirst()
+    void parseMeasurementsClearsTheMapFirst()
     {
         QMap<QString, QString> values = {{latin1("old"), latin1("1")}};
         QVERIFY(DataParser::parseMeasurements(latin1("show: meas=a=1\r\n$"), values));
@@ -366,14 +367,14 @@ private slots:
         QVERIFY(values.isEmpty());
     }
 
-    void dateKeepsItsFieldsInTheZoneOfTheUser_data()
+    void datesAreNotConvertedFromLocalTime_data()
     {
         QTest::addColumn<QDate>("day");
-        QTest::addRow("summer") << QDate(2021, 7, 1);
-        QTest::addRow("an hour that the user's clock leaves out") << QDate(2021, 3, 28);
-        QTest::addRow("an hour that the user's clock has twice") << QDate(2021, 10, 31);
+        QTest::addRow("summer time") << QDate(2021, 7, 1);
+        QTest::addRow("hour skipped at the start of summer time") << QDate(2021, 3, 28);
+        QTest::addRow("hour repeated at the end of summer time") << QDate(2021, 10, 31);
     }
-    void dateKeepsItsFieldsInTheZoneOfTheUser()
+    void datesAreNotConvertedFromLocalTime()
     {
         QFETCH(QDate, day);
         const TimeZoneScope zone(easternEurope);
@@ -391,7 +392,7 @@ private slots:
         QCOMPARE(time, expected);
     }
 
-    void impossibleDateIsReadAsInvalid()
+    void impossibleDateIsReturnedAsInvalid()
     {
         for (const QString &date : {latin1("2017-13-01T10:20:30"), latin1("2017-02-30T10:20:30"),
                                     latin1("2017-13-45T25:00:00")}) {
@@ -404,7 +405,7 @@ private slots:
         }
     }
 
-    void dateNumberBeyondIntIsRejected()
+    void dateFieldThatExceedsIntIsRejected()
     {
         for (const QString &date :
              {latin1("99999999999-11-13T10:20:30"), latin1("2017-99999999999-13T10:20:30"),
@@ -416,14 +417,14 @@ private slots:
         }
     }
 
-    void takesAYearThatNoTimeCanHold()
+    void acceptsAYearThatExceedsTheRangeOfQDateTime()
     {
         QDateTime time;
         QVERIFY(DataParser::parseDate(dateReply(latin1("999999917-11-13T10:20:30")), time));
         QCOMPARE(time.timeSpec(), Qt::UTC);
     }
 
-    void convertsTheSixLettersForTheDevice()
+    void convertsTheLettersOfTheDevicesCharacterSet()
     {
         const QString user = latin1("\xe4\xf6\xc4\xd6\xe5\xc5 a\xfc").repeated(2);
         const QString device = latin1("\x84\x94\x8e\x99\x86\x8f a\xfc").repeated(2);

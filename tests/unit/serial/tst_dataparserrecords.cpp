@@ -18,22 +18,23 @@ class TestDataParserRecords : public QObject
     Q_OBJECT
 
 private slots:
-    void measurementPairs_data()
+    void parsesMeasurementPairs_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected"); // nothing for a text that is rejected
+        QTest::addColumn<QString>("expected"); // empty if the text is rejected
         QTest::addRow("one") << latin1("a=1") << latin1("a=1|old=0");
         QTest::addRow("two") << latin1("a=1;b=N") << latin1("a=1|b=N|old=0");
         QTest::addRow("overwrites") << latin1("old=2") << latin1("old=2");
-        QTest::addRow("third piece is ignored") << latin1("a=1=2") << latin1("a=1|old=0");
+        QTest::addRow("text after a second equals sign is ignored")
+            << latin1("a=1=2") << latin1("a=1|old=0");
         QTest::addRow("empty value") << latin1("a=") << latin1("a=|old=0");
         QTest::addRow("empty name") << latin1("=1") << latin1("=1|old=0");
         QTest::addRow("empty") << QString() << QString();
         QTest::addRow("trailing separator") << latin1("a=1;") << QString();
         QTest::addRow("leading separator") << latin1(";a=1") << QString();
-        QTest::addRow("no sign of equality") << latin1("a=1;b;c=2") << QString();
+        QTest::addRow("no equals sign") << latin1("a=1;b;c=2") << QString();
     }
-    void measurementPairs()
+    void parsesMeasurementPairs()
     {
         QFETCH(QString, text);
         QFETCH(QString, expected);
@@ -42,29 +43,30 @@ private slots:
         QCOMPARE(joined(values), expected);
     }
 
-    void logTitles_data()
+    void parsesLogTitles_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("result");
         const QString good = latin1("$ log --read=0\r\n00000=a,b#7c");
         const QString bad = latin1("$ log --read=0\r\n00000=a,c#7c");
         QTest::addRow("good") << good << matched;
-        QTest::addRow("more space after the prompt")
+        QTest::addRow("more white space after the prompt")
             << latin1("$ \t log --read=0\r\n00000=a,b#7c") << matched;
-        QTest::addRow("nothing in the record") << titlesReply(QString()) << matched;
-        QTest::addRow("letter beyond ASCII") << titlesReply(latin1("T/\xb0")) << matched;
+        QTest::addRow("empty record") << titlesReply(QString()) << matched;
+        QTest::addRow("non-ASCII character") << titlesReply(latin1("T/\xb0")) << matched;
         QTest::addRow("no prompt") << good.mid(2) << noMatch;
-        QTest::addRow("no space after the prompt")
+        QTest::addRow("no white space after the prompt")
             << latin1("$log --read=0\r\n00000=a,b#7c") << noMatch;
-        QTest::addRow("fewer zeros") << latin1("$ log --read=0\r\n0000=a,b#7c") << noMatch;
+        QTest::addRow("fewer leading zeros") << latin1("$ log --read=0\r\n0000=a,b#7c") << noMatch;
         QTest::addRow("another row") << rowReply(1, latin1("00001"), latin1("a,b")) << noMatch;
         QTest::addRow("no checksum") << good.chopped(3) << noMatch;
-        QTest::addRow("half a checksum") << good.chopped(1) << noMatch;
-        QTest::addRow("checksum of other letters") << good.chopped(2) + latin1("zz") << noMatch;
+        QTest::addRow("checksum of one digit") << good.chopped(1) << noMatch;
+        QTest::addRow("non-hexadecimal checksum") << good.chopped(2) + latin1("zz") << noMatch;
         QTest::addRow("wrong checksum") << bad << mismatch;
-        QTest::addRow("bad and good line together") << bad + latin1("\r\n") + good << mismatch;
+        QTest::addRow("wrong checksum, then a valid line")
+            << bad + latin1("\r\n") + good << mismatch;
     }
-    void logTitles()
+    void parsesLogTitles()
     {
         QFETCH(QString, text);
         QFETCH(int, result);
@@ -72,7 +74,7 @@ private slots:
         QCOMPARE(static_cast<int>(DataParser::parseLogTitles(text, titles)), result);
     }
 
-    void logTitlesKeepEmptyFields()
+    void keepsEmptyFieldsOfLogTitles()
     {
         QStringList titles;
         DataParser::parseLogTitles(titlesReply(latin1("a,,b,")), titles);
@@ -80,7 +82,7 @@ private slots:
         QCOMPARE(DataParser::splitLogFields(QString()), QStringList(QString()));
     }
 
-    void logValue_data()
+    void parsesLogValue_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("result");
@@ -90,25 +92,25 @@ private slots:
         const QString bad = latin1("log --read=1\r\n00001=3017-11-13T10:20:30,1.5#ea");
         QTest::addRow("five digits") << good << matched;
         QTest::addRow("one digit") << rowReply(1, latin1("1"), record) << matched;
-        QTest::addRow("time alone") << rowReply(1, number, record.chopped(4)) << matched;
-        QTest::addRow("time that is none") << rowReply(1, number, latin1("yesterday,1")) << matched;
-        QTest::addRow("nothing in the record") << rowReply(1, number, QString()) << matched;
-        QTest::addRow("letter beyond ASCII") << rowReply(1, number, latin1("\xe4,1")) << matched;
-        QTest::addRow("other entry number") << rowReply(1, latin1("00012"), record) << noMatch;
+        QTest::addRow("time only") << rowReply(1, number, record.chopped(4)) << matched;
+        QTest::addRow("invalid time") << rowReply(1, number, latin1("yesterday,1")) << matched;
+        QTest::addRow("empty record") << rowReply(1, number, QString()) << matched;
+        QTest::addRow("non-ASCII character") << rowReply(1, number, latin1("\xe4,1")) << matched;
+        QTest::addRow("another entry number") << rowReply(1, latin1("00012"), record) << noMatch;
         QTest::addRow("reply to another command")
             << rowReply(12, latin1("00012"), record) << noMatch;
-        QTest::addRow("entry number beyond int")
+        QTest::addRow("entry number that exceeds int")
             << rowReply(1, latin1("99999999999"), record) << noMatch;
-        QTest::addRow("field that is no number")
-            << rowReply(1, number, record + latin1(",x")) << noMatch;
-        QTest::addRow("field that is no number, wrong checksum too")
+        QTest::addRow("non-numeric field") << rowReply(1, number, record + latin1(",x")) << noMatch;
+        QTest::addRow("non-numeric field and wrong checksum")
             << latin1("log --read=1\r\n00001=2017-11-13T10:20:30,x#00") << noMatch;
         QTest::addRow("empty field") << rowReply(1, number, record + latin1(",")) << noMatch;
-        QTest::addRow("checksum of other letters") << good.chopped(2) + latin1("g0") << noMatch;
+        QTest::addRow("non-hexadecimal checksum") << good.chopped(2) + latin1("g0") << noMatch;
         QTest::addRow("wrong checksum") << bad << mismatch;
-        QTest::addRow("bad and good line together") << bad + latin1("\r\n") + good << noMatch;
+        QTest::addRow("wrong checksum, then a valid line")
+            << bad + latin1("\r\n") + good << noMatch;
     }
-    void logValue()
+    void parsesLogValue()
     {
         QFETCH(QString, text);
         QFETCH(int, result);
@@ -117,7 +119,7 @@ private slots:
         QCOMPARE(static_cast<int>(DataParser::parseLogValue(text, 1, time, values)), result);
     }
 
-    void logRecord_data()
+    void parsesLogRecord_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("good");
@@ -125,15 +127,15 @@ private slots:
         QTest::addColumn<QString>("values");
         QTest::addRow("numbers") << latin1("2017-11-13T10:20:30,1,-2.5,3e2") << true << true
                                  << latin1("1|-2.5|300");
-        QTest::addRow("time alone") << latin1("2017-11-13T10:20:30") << true << true << QString();
-        QTest::addRow("bad time") << latin1("now,7") << true << false << latin1("7");
+        QTest::addRow("time only") << latin1("2017-11-13T10:20:30") << true << true << QString();
+        QTest::addRow("invalid time") << latin1("now,7") << true << false << latin1("7");
         QTest::addRow("empty") << QString() << true << false << QString();
-        QTest::addRow("bad last field")
+        QTest::addRow("non-numeric last field")
             << latin1("2017-11-13T10:20:30,1,N") << false << true << QString();
         QTest::addRow("empty field")
             << latin1("2017-11-13T10:20:30,,1") << false << true << QString();
     }
-    void logRecord()
+    void parsesLogRecord()
     {
         QFETCH(QString, text);
         QFETCH(bool, good);
@@ -146,7 +148,7 @@ private slots:
         QCOMPARE(joined(numbers), values);
     }
 
-    void logRecordIsInUtcWhateverItsZone()
+    void timeOfLogRecordIsInUtcWhateverItsOffset()
     {
         for (const char *zone : {"", "Z", "+05:00"}) {
             QDateTime time;
@@ -158,7 +160,7 @@ private slots:
         }
     }
 
-    void checksum()
+    void comparesTheChecksum()
     {
         QVERIFY(DataParser::crcMatches(QString(), 0));
         QVERIFY(DataParser::crcMatches(latin1("123456789"), 0xa2));
@@ -168,7 +170,7 @@ private slots:
         QVERIFY(!DataParser::crcMatches(latin1("20\xb0"), 0xffffffff));
     }
 
-    void eepromBlock_data()
+    void parsesEepromBlock_data()
     {
         QTest::addColumn<QString>("digits");
         QTest::addColumn<QByteArray>("data");
@@ -181,10 +183,10 @@ private slots:
         QTest::addRow("upper case") << allDigits.toUpper() << allBytes;
         QTest::addRow("odd last digit is dropped") << latin1("0a0b0") << QByteArray("\x0a\x0b");
         QTest::addRow("one digit") << latin1("0") << QByteArray();
-        QTest::addRow("odd last letter is dropped") << latin1("0ag") << QByteArray("\x0a");
+        QTest::addRow("odd last character is dropped") << latin1("0ag") << QByteArray("\x0a");
         QTest::addRow("empty") << QString() << QByteArray();
     }
-    void eepromBlock()
+    void parsesEepromBlock()
     {
         QFETCH(QString, digits);
         QFETCH(QByteArray, data);
@@ -195,17 +197,17 @@ private slots:
         }
     }
 
-    void eepromBlockOfBadDigitsEmptiesTheData()
+    void rejectsEepromBlockWithWrongDigitsOrIndex()
     {
         QByteArray result = "old";
         QVERIFY(!DataParser::parseEepromBlock(eepromReply(7, latin1("0A0G0B")), 7, result));
         QVERIFY(result.isEmpty());
-        // The line of another block, or of one whose number begins alike, is not this one's.
+        // A block is not confused with one whose number has the same prefix.
         QVERIFY(!DataParser::parseEepromBlock(eepromReply(70, latin1("0A")), 7, result));
         QVERIFY(!DataParser::parseEepromBlock(eepromReply(7, latin1("0A")), 70, result));
     }
 
-    void parseInt()
+    void parsesInt()
     {
         const QMap<QString, int> numbers = {{latin1("0"), 0},
                                             {latin1("0012"), 12},
@@ -221,7 +223,7 @@ private slots:
         }
     }
 
-    void parseHex()
+    void parsesHex()
     {
         const QMap<QString, unsigned> numbers = {{latin1("00"), 0},
                                                  {latin1("A2"), 0xa2},
@@ -239,7 +241,7 @@ private slots:
         QVERIFY(!DataParser::parseHex(QString(), result));
     }
 
-    void intEquals()
+    void comparesTextWithInt()
     {
         QVERIFY(DataParser::intEquals(latin1("00012"), 12));
         QVERIFY(!DataParser::intEquals(latin1("00012"), 13));

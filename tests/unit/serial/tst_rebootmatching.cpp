@@ -8,15 +8,19 @@
 
 namespace {
 
-// A function that checks a literal before its pattern, the pattern, and the shortest reply.
+// A function of the parser that looks for a literal before it uses its pattern, that pattern, and
+// the shortest reply.
 struct Matcher
 {
     bool (*matches)(const QString &);
     const char *pattern;
     const char *shortest;
 
-    bool agrees(const QString &text) const { return matches(text) == plainlyMatches(text); }
-    bool plainlyMatches(const QString &text) const
+    bool agreesWithPattern(const QString &text) const
+    {
+        return matches(text) == patternMatches(text);
+    }
+    bool patternMatches(const QString &text) const
     {
         QRegExp rx;
         return DataParser::matchReply(text, latin1(pattern), 0, rx);
@@ -32,7 +36,7 @@ constexpr Matcher resetting = {DataParser::isResetting, ".*Reseting device in 5 
                                "Reseting device in 5 seconds"};
 constexpr Matcher bootPrompt = {DataParser::isBootPrompt, ".*BOOT", "BOOT"};
 
-// The parts of a boot text, in the order in which they form a complete one.
+// The parts of the boot messages, in the order in which they are complete.
 constexpr const char *parts[] = {"Reseting device in 5 seconds",
                                  "Performing selftest",
                                  "...",
@@ -42,7 +46,7 @@ constexpr const char *parts[] = {"Reseting device in 5 seconds",
                                  "\r\nCompiled on ",
                                  "\r\nCopyright "};
 
-// What is found between the parts, nothing far more often than the others.
+// What is inserted between the parts: mostly nothing.
 constexpr const char *noise[] = {"", "", "", "", "\r\n", "\r", " ", "KVT $ ", "(.|)*\\", "\xe4"};
 
 template <typename Texts>
@@ -51,12 +55,12 @@ QString oneOf(const Texts &texts, QRandomGenerator &random)
     return latin1(texts[random.bounded(static_cast<int>(std::size(texts)))]);
 }
 
-// Mostly the parts in their order, sometimes with one missing, doubled, damaged or misplaced.
-QString randomBootText(QRandomGenerator &random)
+// Mostly the parts in order; sometimes a part is damaged, replaced by another one or repeated.
+QString randomBootMessages(QRandomGenerator &random)
 {
     QString text;
-    for (const char *place : parts) {
-        QString part = latin1(place);
+    for (const char *original : parts) {
+        QString part = latin1(original);
         const int chance = random.bounded(30);
         if (chance == 0) {
             part.remove(random.bounded(part.size()), 1);
@@ -72,8 +76,9 @@ QString randomBootText(QRandomGenerator &random)
     return text;
 }
 
-// ASCII, and the letters whose other case is or begins with ASCII, as U+0130, U+017F and U+212A.
-QString lettersLikeAscii()
+// The ASCII characters, and those whose lower or upper case begins with one, such as U+0130,
+// U+017F and U+212A.
+QString charactersThatFoldToAscii()
 {
     QString letters;
     for (ushort code = 0; code < 0xffff; ++code) {
@@ -89,37 +94,37 @@ QString lettersLikeAscii()
 
 } // namespace
 
-/// The functions for the replies of a restart check a literal before the pattern. The result must
-/// be that of the pattern for every text.
+/// The functions that recognise the replies of a restart look for a literal before they use the
+/// pattern. Their result must be that of the pattern alone, for every text.
 class TestRebootMatching : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void agreesWithThePatternForEveryText()
+    void agreesWithPatternForRandomMessages()
     {
         constexpr int texts = 1000;
         QRandomGenerator random(1);
         int rebootedCount = 0;
         int resettingCount = 0;
         for (int i = 0; i < texts; ++i) {
-            const QString text = randomBootText(random);
-            const QString part = text.left(random.bounded(text.size()));
+            const QString text = randomBootMessages(random);
+            const QString prefix = text.left(random.bounded(text.size()));
             for (const Matcher &matcher : {rebooted, resetting}) {
-                QVERIFY2(matcher.agrees(text), qPrintable(text));
-                QVERIFY2(matcher.agrees(part), qPrintable(part));
+                QVERIFY2(matcher.agreesWithPattern(text), qPrintable(text));
+                QVERIFY2(matcher.agreesWithPattern(prefix), qPrintable(prefix));
             }
-            rebootedCount += rebooted.plainlyMatches(text) ? 1 : 0;
-            resettingCount += resetting.plainlyMatches(text) ? 1 : 0;
+            rebootedCount += rebooted.patternMatches(text) ? 1 : 0;
+            resettingCount += resetting.patternMatches(text) ? 1 : 0;
         }
         // Both results must be frequent for their agreement to be meaningful.
         QVERIFY(rebootedCount > texts / 5 && rebootedCount < texts * 4 / 5);
         QVERIFY(resettingCount > texts / 5 && resettingCount < texts);
     }
 
-    void acceptsTheLettersThatThePatternAccepts()
+    void agreesWithPatternForCaseVariants()
     {
-        const QString letters = lettersLikeAscii();
+        const QString letters = charactersThatFoldToAscii();
         for (const Matcher &matcher : {rebooted, resetting, bootPrompt}) {
             const QString shortest = latin1(matcher.shortest);
             QVERIFY(matcher.matches(shortest));
@@ -127,7 +132,7 @@ private slots:
                 for (const QChar letter : letters) {
                     QString text = shortest;
                     text[i] = letter;
-                    QVERIFY2(matcher.agrees(text), qPrintable(text));
+                    QVERIFY2(matcher.agreesWithPattern(text), qPrintable(text));
                 }
             }
         }
@@ -137,10 +142,10 @@ private slots:
     {
         for (const char *text : {"", "BOOT", "bOoT", "BOO", "OOT", "\r\nloader\r\nBOOT", "BOOTBOOT",
                                  "BOOT ", "BOOT\r\n", "BO\xd6T"}) {
-            QVERIFY2(bootPrompt.agrees(latin1(text)), text);
+            QVERIFY2(bootPrompt.agreesWithPattern(latin1(text)), text);
         }
-        QVERIFY(bootPrompt.agrees(QChar(0) + latin1("boot")));
-        QVERIFY(bootPrompt.agrees(QChar(0x0392) + latin1("OOT")));
+        QVERIFY(bootPrompt.agreesWithPattern(QChar(0) + latin1("boot")));
+        QVERIFY(bootPrompt.agreesWithPattern(QChar(0x0392) + latin1("OOT")));
     }
 };
 

@@ -10,9 +10,10 @@
 
 namespace {
 
-const QString sixLetters = text("\u00e4\u00f6\u00c4\u00d6\u00e5\u00c5");
+// The letters that have other codes on the device.
+const QString convertedLetters = text("\u00e4\u00f6\u00c4\u00d6\u00e5\u00c5");
 
-void expectOpening(const QString &name, const char *outcome)
+void expectOpenMessages(const QString &name, const char *outcome)
 {
     const QByteArray opening = "Opening port \"" + name.toLocal8Bit() + '"';
     QTest::ignoreMessage(QtDebugMsg, opening.constData());
@@ -42,7 +43,7 @@ private slots:
         m_device.reset(new PseudoTerminal);
         QVERIFY(!m_device->path().isEmpty());
         m_port.reset(new SerialPort(m_device->path(), nullptr));
-        expectOpening(m_port->portName(), "Port opened!");
+        expectOpenMessages(m_port->portName(), "Port opened!");
         QVERIFY(m_port->open());
     }
 
@@ -58,7 +59,7 @@ private slots:
         SerialPort port(text("ttyUSB7"), this);
         QCOMPARE(port.portName(), text("ttyUSB7"));
         QCOMPARE(port.parent(), this);
-        // On Linux the location loses its folder.
+        // On Linux the name is the location without its folder.
         QCOMPARE(SerialPort(text("/dev/ttyUSB7"), nullptr).portName(), text("ttyUSB7"));
     }
 
@@ -78,22 +79,22 @@ private slots:
     {
         SerialPort port(QDir::current().filePath(text("nothing")), nullptr);
         QSignalSpy error(&port, &SerialPort::error);
-        expectOpening(port.portName(), "Port open failed!");
+        expectOpenMessages(port.portName(), "Port open failed!");
         QVERIFY(!port.open());
         QCOMPARE(error.count(), 1);
-        // Quirk: the text is that of the close() after the failed open().
+        // Quirk: the message is that of the close() after the failed open().
         QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is not open"));
         QVERIFY(!port.isOpen());
     }
 
-    void refusesASecondOpenAndClosesThePort()
+    void secondOpenFailsAndClosesThePort()
     {
         QSignalSpy error(m_port.data(), &SerialPort::error);
-        expectOpening(m_port->portName(), "Port open failed!");
+        expectOpenMessages(m_port->portName(), "Port open failed!");
         QVERIFY(!m_port->open());
         QCOMPARE(error.count(), 1);
         QCOMPARE(error.first().first().toString(), QSerialPort::tr("Device is already open"));
-        // What was open has been closed by the failure.
+        // The failure has closed the port.
         QVERIFY(!m_port->isOpen());
     }
 
@@ -101,7 +102,7 @@ private slots:
     {
         m_port->close();
         QVERIFY(!m_port->isOpen());
-        expectOpening(m_port->portName(), "Port opened!");
+        expectOpenMessages(m_port->portName(), "Port opened!");
         QVERIFY(m_port->open());
         QVERIFY(m_port->isOpen());
         m_port->write(text("x"));
@@ -116,7 +117,7 @@ private slots:
         QCOMPARE(receivedByDevice(9), QByteArray("textbytes"));
     }
 
-    void sendsAtOnceOnAFlush()
+    void sendsImmediatelyOnAFlush()
     {
         m_port->write(text("text"));
         m_port->flush();
@@ -126,7 +127,7 @@ private slots:
     void sendsTextInTheDevicesCharacterSet()
     {
         m_port->write(text("\r\nshow swver\r\n\u00e9"));
-        m_port->write(sixLetters);
+        m_port->write(convertedLetters);
         QCOMPARE(receivedByDevice(21),
                  QByteArray("\r\nshow swver\r\n\xe9\x84\x94\x8e\x99\x86\x8f"));
     }
@@ -149,12 +150,12 @@ private slots:
         const char controls[] = "\r-\x11-\x13-\x03-\x7f";
         QTest::addRow("control characters") << QByteArray(controls) << text(controls);
         QTest::addRow("up to the first NUL") << QByteArray("abc\0def\0g", 9) << text("abc");
-        QTest::addRow("a NUL first") << QByteArray("\0abc", 4) << QString();
-        QTest::addRow("the six letters, in UTF-8")
-            << QByteArray("\xc2\x84\xc2\x94\xc2\x8e\xc2\x99\xc2\x86\xc2\x8f") << sixLetters;
+        QTest::addRow("leading NUL") << QByteArray("\0abc", 4) << QString();
+        QTest::addRow("converted letters in UTF-8")
+            << QByteArray("\xc2\x84\xc2\x94\xc2\x8e\xc2\x99\xc2\x86\xc2\x8f") << convertedLetters;
         QTest::addRow("UTF-8") << QByteArray("\xc2\xb5g/m\xc2\xb3") << text("\u00b5g/m\u00b3");
-        QTest::addRow("half a letter") << QByteArray("<\xc2") << text("<\ufffd");
-        QTest::addRow("bytes that are no UTF-8") << QByteArray("<\x84>") << text("<\ufffd>");
+        QTest::addRow("incomplete UTF-8 sequence") << QByteArray("<\xc2") << text("<\ufffd");
+        QTest::addRow("invalid UTF-8") << QByteArray("<\x84>") << text("<\ufffd>");
     }
     void emitsReceivedText()
     {
@@ -191,23 +192,23 @@ private slots:
     {
         SerialPort port(text("ttyNone"), nullptr);
         QSignalSpy error(&port, &SerialPort::error);
-        const char *complaint = "QIODevice::write (QSerialPort): device not open";
-        QTest::ignoreMessage(QtWarningMsg, complaint);
+        const char *warning = "QIODevice::write (QSerialPort): device not open";
+        QTest::ignoreMessage(QtWarningMsg, warning);
         port.write(text("x"));
-        QTest::ignoreMessage(QtWarningMsg, complaint);
+        QTest::ignoreMessage(QtWarningMsg, warning);
         port.write(QByteArray("x"));
         QCOMPARE(error.count(), 0);
     }
 
-    void survivesItsReplacementInsideItsSignal_data()
+    void canBeReplacedInsideDataReady_data()
     {
         QTest::addColumn<bool>("inNestedLoop");
         QTest::addRow("directly") << false;
-        QTest::addRow("in a nested event loop, as of a message box") << true;
+        QTest::addRow("in a nested event loop, as a message box runs") << true;
     }
 
     // QSerialPort writes to its members after readyRead(), so it must outlive the transport.
-    void survivesItsReplacementInsideItsSignal()
+    void canBeReplacedInsideDataReady()
     {
         QFETCH(bool, inNestedLoop);
 
@@ -260,12 +261,12 @@ private slots:
         QTRY_VERIFY(wasReplaced);
         QVERIFY(finder.outlivesTransport);
         QTRY_VERIFY(finder.port.isNull());
-        expectOpening(queue.portName(), "Port opened!");
+        expectOpenMessages(queue.portName(), "Port opened!");
         QVERIFY(queue.open());
     }
 
 private:
-    // What the device has received, once it is as long as expected.
+    // Waits until the device has received that many bytes in all, and returns them.
     QByteArray receivedByDevice(int length)
     {
         const bool complete = QTest::qWaitFor([this, length] {
