@@ -10,10 +10,9 @@
 
 #include <QtCore/QCoreApplication>
 
-/// Delivers the posted events.
-inline void turnEventLoop() { QCoreApplication::sendPostedEvents(); }
+inline void deliverPostedEvents() { QCoreApplication::sendPostedEvents(); }
 
-/// The type and content of a result, of bytes their number; empty without a result.
+/// The type and value of @p result, with the size of a byte array as its value; empty if invalid.
 inline QString resultText(const QVariant &result)
 {
     if (!result.isValid()) {
@@ -25,47 +24,50 @@ inline QString resultText(const QVariant &result)
     return text(" %1 %2").arg(text(result.typeName()), content);
 }
 
-/// Appends every signal of the handler to a list, as text.
+/// Appends each signal of @p handler to @p events, as text.
 inline void recordEvents(SerialPortHandlerInterface &handler, QStringList &events)
 {
     using Handler = SerialPortHandlerInterface;
     const auto add = [&events](const QString &event) { events.append(event); };
-    const auto on = [&handler](auto signal, const auto &slot) {
+    const auto connectSignal = [&handler](auto signal, const auto &slot) {
         QObject::connect(&handler, signal, &handler, slot);
     };
-    on(&Handler::error, [=](const QString &reason) { add(text("error ") + reason); });
-    on(&Handler::connected, [=] { add(text("connected")); });
-    on(&Handler::dataWritten, [=](const QString &name, const QString &value) {
+    connectSignal(&Handler::error, [=](const QString &reason) { add(text("error ") + reason); });
+    connectSignal(&Handler::connected, [=] { add(text("connected")); });
+    connectSignal(&Handler::dataWritten, [=](const QString &name, const QString &value) {
         add(text("dataWritten %1=%2").arg(name, value));
     });
-    on(&Handler::dataRead, [=](const QString &name, const QString &value) {
+    connectSignal(&Handler::dataRead, [=](const QString &name, const QString &value) {
         add(text("dataRead %1=%2").arg(name, value));
     });
-    on(&Handler::measurementsRead,
-       [=](const QDateTime &time, const QMap<QString, QString> &values) {
-           add(text("measurementsRead %1 %2").arg(time.toString(Qt::ISODate), joined(values)));
-       });
-    on(&Handler::logRead, [=](const QStringList &titles, const QVector<LogValue> &rows) {
+    connectSignal(
+        &Handler::measurementsRead,
+        [=](const QDateTime &time, const QMap<QString, QString> &values) {
+            add(text("measurementsRead %1 %2").arg(time.toString(Qt::ISODate), joined(values)));
+        });
+    connectSignal(&Handler::logRead, [=](const QStringList &titles, const QVector<LogValue> &rows) {
         QString event = text("logRead ") + titles.join(QLatin1Char('|'));
         for (const LogValue &row : rows) {
             event += text("; %1 %2").arg(row.time.toString(Qt::ISODate), joined(row.values));
         }
         add(event);
     });
-    on(&Handler::logReadProgress,
-       [=](int percentage) { add(text("logReadProgress %1").arg(percentage)); });
-    on(&Handler::allJobsDone, [=] { add(text("allJobsDone")); });
-    on(&Handler::actionFinished, [=](SerialPortActionType action, const QVariant &result) {
-        add(text("actionFinished ") + enumeratorName(action) + resultText(result));
+    connectSignal(&Handler::logReadProgress,
+                  [=](int percentage) { add(text("logReadProgress %1").arg(percentage)); });
+    connectSignal(&Handler::allJobsDone, [=] { add(text("allJobsDone")); });
+    connectSignal(&Handler::actionFinished,
+                  [=](SerialPortActionType action, const QVariant &result) {
+                      add(text("actionFinished ") + enumeratorName(action) + resultText(result));
+                  });
+    connectSignal(&Handler::actionFailed, [=](SerialPortActionType action) {
+        add(text("actionFailed ") + enumeratorName(action));
     });
-    on(&Handler::actionFailed,
-       [=](SerialPortActionType action) { add(text("actionFailed ") + enumeratorName(action)); });
-    on(&Handler::valueRead, [=](SerialPortValueType type, const QVariant &value) {
+    connectSignal(&Handler::valueRead, [=](SerialPortValueType type, const QVariant &value) {
         add(text("valueRead ") + enumeratorName(type) + resultText(value));
     });
 }
 
-/// A handler with a fake queue, and a port on which the jobs of that queue can be run.
+/// A handler with a fake queue, and a port connectSignal which the jobs of that queue can be run.
 struct HandlerFixture
 {
     HandlerFixture()
@@ -77,12 +79,12 @@ struct HandlerFixture
     void connectDevice()
     {
         emit queue->jobFinished(SerialPortJobType::JobConnect);
-        turnEventLoop();
+        deliverPostedEvents();
         events.clear();
     }
 
-    /// What the job sends when it is started.
-    QByteArray bytesOf(int job)
+    /// The bytes that the job sends when it is started.
+    QByteArray bytesSentBy(int job)
     {
         port->sent.clear();
         queue->jobs.at(job)->start();
@@ -90,26 +92,26 @@ struct HandlerFixture
         return port->sent.join();
     }
 
-    QByteArray allBytes()
+    QByteArray bytesSentByAllJobs()
     {
         QByteArray bytes;
         for (int i = 0; i < queue->jobs.size(); ++i) {
-            bytes += bytesOf(i);
+            bytes += bytesSentBy(i);
         }
         return bytes;
     }
 
-    /// The result that the job reports for this reply; invalid when it reports none.
+    /// The result of the job's actionFinished() after @p reply; invalid if it is not emitted.
     QVariant resultOf(int job, const QString &reply)
     {
         QVariant result;
-        const auto listening = QObject::connect(
+        const auto connection = QObject::connect(
             queue->jobs.at(job).data(), &SerialPortJobInterface::actionFinished,
             [&result](SerialPortActionType, const QVariant &value) { result = value; });
         queue->jobs.at(job)->start();
         port->receive(reply);
         queue->jobs.at(job)->stop();
-        QObject::disconnect(listening);
+        QObject::disconnect(connection);
         return result;
     }
 

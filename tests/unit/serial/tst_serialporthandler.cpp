@@ -12,10 +12,11 @@ using Type = SerialPortJobType;
 
 const QDateTime someTime(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
 
-// A request that needs a connection, the job that it makes and the bytes that this job sends.
+// A call that needs a connection, the type of the job that it adds and the bytes that the job
+// sends.
 struct Request
 {
-    void (*ask)(Handler &);
+    void (*call)(Handler &);
     Type type;
     const char *bytes;
 };
@@ -38,20 +39,20 @@ const QVector<Request> requests = {
     {[](Handler &h) { h.rebootToBootloader(); }, Type::JobReboot, "reboot --really\r\n"},
 };
 
-void askAll(Handler &handler)
+void callAll(Handler &handler)
 {
     for (const Request &request : requests) {
-        request.ask(handler);
+        request.call(handler);
     }
 }
 
-// A handler whose isConnected() does not return its field.
-class HandlerWithFixedAnswer : public SerialPortHandler
+// A handler whose isConnected() returns a value that the test sets.
+class HandlerWithReplacedIsConnected : public SerialPortHandler
 {
 public:
     using SerialPortHandler::SerialPortHandler;
-    bool isConnected() override { return answer; }
-    bool answer = false;
+    bool isConnected() override { return isConnectedResult; }
+    bool isConnectedResult = false;
 };
 
 } // namespace
@@ -61,7 +62,7 @@ class TestSerialPortHandler : public QObject
     Q_OBJECT
 
 private slots:
-    void callsTheQueueOnlyWhenDestroyed()
+    void clearsAndClosesTheQueueOnlyWhenDestroyed()
     {
         const auto queue = QSharedPointer<FakeQueue>::create();
         {
@@ -82,65 +83,66 @@ private slots:
         }
     }
 
-    void dropsRequestsBeforeTheFirstConnect()
+    void ignoresRequestsBeforeTheFirstConnection()
     {
         HandlerFixture f;
-        const QStringList lines = linesLoggedBy([&f] { askAll(f.handler); });
+        const QStringList messages = linesLoggedBy([&f] { callAll(f.handler); });
         QVERIFY(f.queue->calls.isEmpty());
         // Only readValue() logs the reason.
-        QCOMPARE(lines, texts("warning: Unable to add job false true"));
+        QCOMPARE(messages, texts("warning: Unable to add job false true"));
     }
 
-    void makesTheJobOfEachRequest()
+    void addsTheJobOfEachRequest()
     {
         HandlerFixture f;
         f.connectDevice();
-        QCOMPARE(linesLoggedBy([&f] { askAll(f.handler); }), QStringList());
+        QCOMPARE(linesLoggedBy([&f] { callAll(f.handler); }), QStringList());
         QCOMPARE(f.queue->jobs.size(), requests.size());
         for (int i = 0; i < requests.size(); ++i) {
             QCOMPARE(int(f.queue->jobs.at(i)->type()), int(requests.at(i).type));
-            QCOMPARE(f.bytesOf(i), QByteArray(requests.at(i).bytes));
+            QCOMPARE(f.bytesSentBy(i), QByteArray(requests.at(i).bytes));
             QVERIFY(!f.queue->jobs.at(i)->parent());
         }
     }
 
-    void stillMakesTheJobAfterADisconnect()
+    void stillAddsJobsAfterADisconnection()
     {
         HandlerFixture f;
         f.connectDevice();
         f.handler.disconnectFromDevice();
         QVERIFY(f.handler.isConnected());
-        askAll(f.handler);
+        callAll(f.handler);
         QCOMPARE(f.queue->jobs.size(), requests.size());
     }
 
-    void testsTheFieldOrTheOperation()
+    void onlyReadValueAndSetValueBypassIsConnected()
     {
         const auto queue = QSharedPointer<FakeQueue>::create();
         queue->port = QSharedPointer<FakeSerialPort>::create();
-        HandlerWithFixedAnswer handler(queue, nullptr);
-        QStringList byField;
-        QStringList byOperation;
+        HandlerWithReplacedIsConnected handler(queue, nullptr);
+        QStringList addedWithoutIsConnected;
+        QStringList addedByIsConnected;
         for (const Request &request : requests) {
-            const bool isOfAValue =
+            const bool isReadOrSetValue =
                 request.type == Type::JobReadValue || request.type == Type::JobSetValue;
-            (isOfAValue ? byField : byOperation) << text("addJob ") + enumeratorName(request.type);
+            (isReadOrSetValue ? addedWithoutIsConnected : addedByIsConnected)
+                << text("addJob ") + enumeratorName(request.type);
         }
 
-        handler.answer = true;
+        handler.isConnectedResult = true;
         QTest::ignoreMessage(QtWarningMsg, "Unable to add job false true");
-        askAll(handler);
-        QCOMPARE(queue->calls, byOperation);
+        callAll(handler);
+        QCOMPARE(queue->calls, addedByIsConnected);
 
-        handler.answer = false;
+        handler.isConnectedResult = false;
         queue->calls.clear();
         emit queue->jobFinished(Type::JobConnect);
-        turnEventLoop();
-        askAll(handler);
-        QCOMPARE(queue->calls, byField);
+        deliverPostedEvents();
+        callAll(handler);
+        QCOMPARE(queue->calls, addedWithoutIsConnected);
     }
 
-    void readValueWarnsWithBothTestResults()
+    void warningOfReadValueShowsBothConditions()
     {
         HandlerFixture f;
         QTest::ignoreMessage(QtWarningMsg, "Unable to add job false false");
@@ -158,7 +160,7 @@ private slots:
         QCOMPARE(linesLoggedBy([&f] { f.handler.setValue(QString(), text("1")); }), QStringList());
         QVERIFY(f.queue->jobs.isEmpty());
         f.handler.setValue(text("name"), QString());
-        QCOMPARE(f.allBytes(), QByteArray("\r\nset name=\r\n"));
+        QCOMPARE(f.bytesSentByAllJobs(), QByteArray("\r\nset name=\r\n"));
     }
 
     void readValuesKeepsTheOrder()
@@ -168,34 +170,34 @@ private slots:
         QTest::ignoreMessage(QtWarningMsg, "Unable to add job true false");
         f.handler.readValues(texts("b||a|b"));
         f.handler.readValues(QStringList());
-        QCOMPARE(f.allBytes(), QByteArray("\r\nshow b\r\n\r\nshow a\r\n\r\nshow b\r\n"));
+        QCOMPARE(f.bytesSentByAllJobs(), QByteArray("\r\nshow b\r\n\r\nshow a\r\n\r\nshow b\r\n"));
     }
 
-    void setValuesTakesPairsAlone()
+    void setValuesIgnoresInvalidPairs()
     {
         HandlerFixture f;
         f.connectDevice();
         QTest::ignoreMessage(QtDebugMsg, "Invalid key value pair (\"b\")");
         QTest::ignoreMessage(QtDebugMsg, "Invalid key value pair (\"c\", \"2\", \"3\")");
         f.handler.setValues(texts("a=1|b|c=2=3|=x|d="));
-        QCOMPARE(f.allBytes(), QByteArray("\r\nset a=1\r\n\r\nset d=\r\n"));
+        QCOMPARE(f.bytesSentByAllJobs(), QByteArray("\r\nset a=1\r\n\r\nset d=\r\n"));
     }
 
-    void setValuesSplitsAText()
+    void setValuesSplitsATextIntoLines()
     {
         for (const char *lines : {"a=1\nb=2", "a=1\r\nb=2\r\n", " \r\n a=1\nb=2 \n\n",
                                   "a\r=1\nb=\r2", "a=1\r\n\r\nb=2"}) {
             HandlerFixture f;
             f.connectDevice();
             f.handler.setValues(text(lines));
-            QCOMPARE(f.allBytes(), QByteArray("\r\nset a=1\r\n\r\nset b=2\r\n"));
+            QCOMPARE(f.bytesSentByAllJobs(), QByteArray("\r\nset a=1\r\n\r\nset b=2\r\n"));
         }
         HandlerFixture f;
         QTest::ignoreMessage(QtDebugMsg, "Invalid key value pair (\"\")");
         f.handler.setValues(text(" \n"));
     }
 
-    void rebootWaitsForTheSelfTestAndRebootToBootloaderDoesNot()
+    void onlyRebootWaitsForTheSelfTest()
     {
         HandlerFixture f;
         f.connectDevice();
@@ -209,21 +211,21 @@ private slots:
         QVERIFY(!f.queue->jobs.at(1)->isRunning());
     }
 
-    void queuesTheWholeFirmwareAtOnce_data()
+    void queuesAllFirmwareBlocksImmediately_data()
     {
         QTest::addColumn<int>("size");
         QTest::addColumn<int>("blocks");
-        QTest::addRow("nothing") << 0 << 0;
+        QTest::addRow("empty") << 0 << 0;
         QTest::addRow("one byte") << 1 << 1;
         QTest::addRow("15 bytes") << 15 << 1;
         QTest::addRow("16 bytes") << 16 << 1;
         QTest::addRow("17 bytes") << 17 << 2;
         QTest::addRow("48 bytes") << 48 << 3;
-        QTest::addRow("64 KiB and a bit") << 65536 + 5 << 4097;
+        QTest::addRow("64 KiB and 5 bytes") << 65536 + 5 << 4097;
     }
 
-    // It needs no connection.
-    void queuesTheWholeFirmwareAtOnce()
+    // This needs no connection.
+    void queuesAllFirmwareBlocksImmediately()
     {
         QFETCH(int, size);
         QFETCH(int, blocks);
@@ -237,8 +239,8 @@ private slots:
         QCOMPARE(f.queue->jobs.at(0)->type(), Type::JobUpdateFirmware);
         for (int block = 1; block <= blocks; ++block) {
             QCOMPARE(f.queue->jobs.at(block)->type(), Type::JobTransmitFirmwareBlock);
-            QCOMPARE(f.bytesOf(block), firmware.mid((block - 1) * 16, 16));
-            // Of the transfer after this block.
+            QCOMPARE(f.bytesSentBy(block), firmware.mid((block - 1) * 16, 16));
+            // The progress of the transfer after this block.
             const QVariant percentage = f.resultOf(block, text("*"));
             QCOMPARE(percentage.userType(), int(QMetaType::Double));
             QVERIFY(percentage.toDouble()
@@ -246,7 +248,7 @@ private slots:
         }
     }
 
-    void cancelRemovesTheJobsOfItsTypes()
+    void cancelRemovesTheJobsOfTheOperation()
     {
         HandlerFixture f;
         f.handler.cancelFirmwareUpdate();
@@ -255,11 +257,11 @@ private slots:
         QCOMPARE(f.queue->calls,
                  texts("removeJobs JobTransmitFirmwareBlock|removeJobs JobUpdateFirmware|"
                        "removeJobs JobReadEepromBlock|removeJobs JobWriteEepromBlock"));
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(f.events, QStringList());
     }
 
-    void forwardsToTheQueue()
+    void forwardsCallsToTheQueue()
     {
         HandlerFixture f;
         const auto other = QSharedPointer<FakeSerialPort>::create();
@@ -285,18 +287,18 @@ private slots:
         QCOMPARE(f.queue->calls, texts("open|open"));
     }
 
-    void connectClearsOpensAndAddsAJob()
+    void connectClearsTheQueueOpensThePortAndAddsAJob()
     {
         HandlerFixture f;
         f.handler.connectToDevice();
         QCOMPARE(f.queue->calls, texts("clear|open|addJob JobConnect"));
-        QCOMPARE(f.bytesOf(0), QByteArray("\r\nshow swver\r\n"));
+        QCOMPARE(f.bytesSentBy(0), QByteArray("\r\nshow swver\r\n"));
         QVERIFY(!f.handler.isConnected());
         f.handler.connectToDevice();
         QCOMPARE(f.queue->calls.mid(3), texts("clear|open|addJob JobConnect"));
     }
 
-    void connectStopsAtAPortThatDoesNotOpen()
+    void connectAddsNoJobIfThePortDoesNotOpen()
     {
         HandlerFixture f;
         f.queue->openResult = false;
@@ -306,7 +308,7 @@ private slots:
         QCOMPARE(f.events, texts("error Unable to open port!"));
     }
 
-    void onlyAFinishedConnectJobMakesItConnected()
+    void isConnectedOnlyAfterAFinishedConnectJob()
     {
         HandlerFixture f;
         bool wasConnected = false;
@@ -316,22 +318,22 @@ private slots:
             emit f.queue->jobFinished(static_cast<Type>(type));
         }
         emit f.queue->jobFailed(Type::JobConnect);
-        turnEventLoop();
+        deliverPostedEvents();
         QVERIFY(!f.handler.isConnected());
         QCOMPARE(f.events, QStringList());
 
         emit f.queue->jobFinished(Type::JobConnect);
         QVERIFY(!f.handler.isConnected());
-        turnEventLoop();
+        deliverPostedEvents();
         QVERIFY(wasConnected);
         emit f.queue->jobFailed(Type::JobConnect);
-        turnEventLoop();
+        deliverPostedEvents();
         QVERIFY(f.handler.isConnected());
         QCOMPARE(f.events, texts("connected"));
         QVERIFY(f.queue->calls.isEmpty());
     }
 
-    void allowsJobsInsideConnected()
+    void allowsRequestsInsideConnected()
     {
         HandlerFixture f;
         connect(&f.handler, &Handler::connected, this, [&f] {
@@ -342,7 +344,7 @@ private slots:
         QCOMPARE(f.queue->calls, texts("clear|addJob JobReadValue"));
     }
 
-    void relaysFromTheEventLoop()
+    void forwardsSignalsFromTheEventLoop()
     {
         HandlerFixture f;
         emit f.queue->dataWritten(text("n"), text("v"));
@@ -355,7 +357,7 @@ private slots:
         emit f.queue->actionFinished(SerialPortActionType::ActionSetDate, someTime);
         emit f.queue->valueRead(SerialPortValueType::ValueDeviceDate, someTime);
         QCOMPARE(f.events, QStringList());
-        turnEventLoop();
+        deliverPostedEvents();
         const QStringList expected = {
             text("dataWritten n=v"),
             text("dataRead n=w"),
@@ -375,11 +377,11 @@ private slots:
         emit f.queue->error(text("a"));
         emit f.queue->error(text("b"));
         QCOMPARE(f.events, QStringList());
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(f.events, texts("error a|error a|error b|error b"));
     }
 
-    void relaysTheValuesItKnows()
+    void forwardsOnlyModelClockAndLogOption()
     {
         HandlerFixture f;
         f.connectDevice();
@@ -388,7 +390,7 @@ private slots:
         for (const auto &[type, value] : values) {
             emit f.queue->valueRead(static_cast<SerialPortValueType>(type), value);
         }
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(f.events,
                  texts("valueRead ValueDeviceDate QDateTime 2017-11-13T10:20:30.000Z|"
                        "valueRead ValueLogOption bool false|"
@@ -399,11 +401,11 @@ private slots:
     void handlesAFailedJob_data()
     {
         QTest::addColumn<int>("type");
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QByteArray>("logMessage");
+        QTest::addColumn<QStringList>("calls");
         QTest::addRow("model") << 10 << QByteArray()
                                << texts("error Unable to determine connected device type");
-        QTest::addRow("bootloader")
+        QTest::addRow("wait for bootloader")
             << 13
             << QByteArray("Firmware update job failed, bootloader was not accessible. Canceling "
                           "firmware update")
@@ -413,31 +415,31 @@ private slots:
             << 14 << QByteArray("Firmware transfer job failed. Canceling firmware update")
             << texts("removeJobs JobTransmitFirmwareBlock|removeJobs JobUpdateFirmware|"
                      "actionFailed ActionFirmwareBlockTransmitted");
-        QTest::addRow("block read")
+        QTest::addRow("EEPROM block read")
             << 15 << QByteArray()
             << texts("removeJobs JobReadEepromBlock|actionFailed ActionEepromRead");
-        QTest::addRow("block written")
+        QTest::addRow("EEPROM block written")
             << 16 << QByteArray()
             << texts("removeJobs JobWriteEepromBlock|actionFailed ActionEepromWritten");
         for (const int type : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 17}) {
-            QTest::addRow("other %d", type) << type << QByteArray() << QStringList();
+            QTest::addRow("other type %d", type) << type << QByteArray() << QStringList();
         }
     }
 
     void handlesAFailedJob()
     {
         QFETCH(int, type);
-        QFETCH(QByteArray, line);
-        QFETCH(QStringList, steps);
+        QFETCH(QByteArray, logMessage);
+        QFETCH(QStringList, calls);
         HandlerFixture f;
         recordEvents(f.handler, f.queue->calls);
-        if (!line.isEmpty()) {
-            QTest::ignoreMessage(QtDebugMsg, line.constData());
+        if (!logMessage.isEmpty()) {
+            QTest::ignoreMessage(QtDebugMsg, logMessage.constData());
         }
         emit f.queue->jobFailed(static_cast<Type>(type));
-        QCOMPARE(f.queue->calls, steps);
-        turnEventLoop();
-        QCOMPARE(f.queue->calls, steps);
+        QCOMPARE(f.queue->calls, calls);
+        deliverPostedEvents();
+        QCOMPARE(f.queue->calls, calls);
     }
 };
 

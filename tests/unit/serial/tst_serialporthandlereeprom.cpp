@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(f.queue->jobs.size(), blockCount);
         for (int block = 0; block < blockCount; ++block) {
             QCOMPARE(f.queue->jobs.at(block)->type(), SerialPortJobType::JobReadEepromBlock);
-            QCOMPARE(f.bytesOf(block),
+            QCOMPARE(f.bytesSentBy(block),
                      "\r\neeprom --read_block " + QByteArray::number(block) + "\r\n");
             QCOMPARE(f.resultOf(block, eepromReply(block, text("00"))), percentageOf(block));
         }
@@ -67,12 +67,12 @@ private slots:
     void writesAllBlocksInOrder_data()
     {
         QTest::addColumn<int>("size");
-        QTest::addRow("every byte") << 65536;
-        QTest::addRow("image as it is read") << imageSize;
-        QTest::addRow("more than fits") << 65600;
+        QTest::addRow("size of the EEPROM") << 65536;
+        QTest::addRow("size of an image that was read") << imageSize;
+        QTest::addRow("larger than the EEPROM") << 65600;
         QTest::addRow("two blocks") << 100;
         QTest::addRow("one byte") << 1;
-        QTest::addRow("nothing") << 0;
+        QTest::addRow("empty") << 0;
     }
 
     void writesAllBlocksInOrder()
@@ -85,7 +85,7 @@ private slots:
         QCOMPARE(f.queue->jobs.size(), blockCount);
         for (int block = 0; block < blockCount; ++block) {
             QCOMPARE(f.queue->jobs.at(block)->type(), SerialPortJobType::JobWriteEepromBlock);
-            QCOMPARE(f.bytesOf(block),
+            QCOMPARE(f.bytesSentBy(block),
                      "\r\neeprom --write_block " + QByteArray::number(block) + "\r\n"
                          + data.mid(block * blockSize, blockSize));
             QCOMPARE(f.resultOf(block, reply), percentageOf(block));
@@ -100,7 +100,7 @@ private slots:
         QVERIFY(f.queue->jobs.isEmpty());
     }
 
-    void imageOfAFullRead()
+    void combinesAllBlocksOfAReadInTheImage()
     {
         const QByteArray data = patternOf(blockCount * blockSize);
         EepromFixture f;
@@ -119,22 +119,22 @@ private slots:
         QVERIFY(f.image == expected + QByteArray(imageSize - expected.size(), '\0'));
     }
 
-    void imageIsRebuiltByEachRead()
+    void startsANewImageForEachRead()
     {
         EepromFixture f;
         f.handler.readEeprom();
         f.reportLastRead(0, "abc");
         f.reportLastRead(1, "x");
-        const QByteArray former = f.image;
-        QCOMPARE(former.left(4), QByteArray("axc\0", 4));
+        const QByteArray firstImage = f.image;
+        QCOMPARE(firstImage.left(4), QByteArray("axc\0", 4));
         f.handler.readEeprom();
         f.reportLastRead(1, "y");
         QCOMPARE(f.image.size(), imageSize);
         QCOMPARE(f.image.left(4), QByteArray("\0y\0\0", 4));
-        QCOMPARE(former.left(4), QByteArray("axc\0", 4));
+        QCOMPARE(firstImage.left(4), QByteArray("axc\0", 4));
     }
 
-    void imageGrowsToTheOffset_data()
+    void extendsTheImageToTheOffsetOfTheBlock_data()
     {
         QTest::addColumn<bool>("afterRead");
         QTest::addColumn<int>("block");
@@ -142,13 +142,13 @@ private slots:
         QTest::addColumn<int>("size");
         QTest::addRow("no read before") << false << 0 << QByteArray("abc") << 3;
         QTest::addRow("no read before, with a gap") << false << 5 << QByteArray("abc") << 8;
-        QTest::addRow("nothing") << false << 5 << QByteArray() << 0;
+        QTest::addRow("no data") << false << 5 << QByteArray() << 0;
         QTest::addRow("last byte of the buffer") << true << 65534 << QByteArray("a") << 65535;
         QTest::addRow("one past the end") << true << 65535 << QByteArray("a") << 65536;
-        QTest::addRow("over the end") << true << 65534 << QByteArray("ab") << 65536;
+        QTest::addRow("across the end") << true << 65534 << QByteArray("ab") << 65536;
     }
 
-    void imageGrowsToTheOffset()
+    void extendsTheImageToTheOffsetOfTheBlock()
     {
         QFETCH(bool, afterRead);
         QFETCH(int, block);
@@ -163,7 +163,7 @@ private slots:
         QCOMPARE(f.image.mid(block, data.size()), data);
     }
 
-    void offsetWrapsAround()
+    void continuesAtOffset0After65535()
     {
         EepromFixture f;
         f.handler.readEeprom();
@@ -173,7 +173,7 @@ private slots:
         QCOMPARE(f.image.at(65535), 'a');
     }
 
-    void endsWhenNoBlockOfItsTypeWaits()
+    void finishesWhenNoBlockJobOfTheOperationWaits()
     {
         EepromFixture f;
         f.queue->waiting = {SerialPortJobType::JobReadEepromBlock};
@@ -186,7 +186,7 @@ private slots:
         emit f.queue->eepromBlockWritten(1023);
         QCOMPARE(f.events, texts("actionFinished ActionEepromWritten"));
         emit f.queue->eepromBlockRead(3, "a");
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(f.events,
                  texts("actionFinished ActionEepromWritten|"
                        "actionFinished ActionEepromRead QByteArray 4"));

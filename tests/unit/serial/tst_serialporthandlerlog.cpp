@@ -9,8 +9,8 @@ namespace {
 
 const QDateTime someTime(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
 
-// The event of a whole log with these rows.
-QString logOf(const QVector<int> &indexes, const char *titles = "TIME|CO2")
+// The event of logRead() with these rows.
+QString logReadEvent(const QVector<int> &indexes, const char *titles = "TIME|CO2")
 {
     QString event = text("logRead ") + text(titles);
     for (const int index : indexes) {
@@ -19,7 +19,7 @@ QString logOf(const QVector<int> &indexes, const char *titles = "TIME|CO2")
     return event;
 }
 
-QStringList progressOf(const QVector<int> &percentages)
+QStringList progressEvents(const QVector<int> &percentages)
 {
     QStringList events;
     for (const int percentage : percentages) {
@@ -28,7 +28,7 @@ QStringList progressOf(const QVector<int> &percentages)
     return events;
 }
 
-// A connected handler; the test reports what the queue reads of the log.
+// A connected handler. The functions report...() emit what the queue would report of the log.
 struct LogFixture : HandlerFixture
 {
     LogFixture() { connectDevice(); }
@@ -36,17 +36,17 @@ struct LogFixture : HandlerFixture
     void reportCount(const QVariant &count)
     {
         emit queue->valueRead(SerialPortValueType::ValueLogCount, count);
-        turnEventLoop();
+        deliverPostedEvents();
     }
     void reportTitles(const char *titles = "TIME|CO2")
     {
         emit queue->logTitlesRead(texts(titles));
-        turnEventLoop();
+        deliverPostedEvents();
     }
     void reportRow(int index)
     {
         emit queue->logValueRead(index, {double(index)}, someTime.addSecs(index));
-        turnEventLoop();
+        deliverPostedEvents();
     }
     void reportRows(int count)
     {
@@ -54,18 +54,18 @@ struct LogFixture : HandlerFixture
             reportRow(index);
         }
     }
-    /// Whether a request to read adds its job; otherwise it is logged.
-    bool takesRequest()
+    /// Whether readLog() adds a job; otherwise it logs a message.
+    bool acceptsReadLog()
     {
         queue->jobs.clear();
         handler.readLog();
         return queue->jobs.size() == 1
             && queue->jobs.at(0)->type() == SerialPortJobType::JobReadLog;
     }
-    bool refusesRequest()
+    bool refusesReadLog()
     {
         QTest::ignoreMessage(QtDebugMsg, "Already reading log");
-        return !takesRequest();
+        return !acceptsReadLog();
     }
 };
 
@@ -76,7 +76,7 @@ class TestSerialPortHandlerLog : public QObject
     Q_OBJECT
 
 private slots:
-    void queuesTitlesAndEveryRowAtOnce()
+    void queuesTitlesAndAllRowsImmediately()
     {
         for (const int count : {0, 1, 250, -1, -1000}) {
             LogFixture f;
@@ -86,16 +86,17 @@ private slots:
             QCOMPARE(f.queue->jobs.size(), qMax(0, count + 1));
             for (int index = 0; index < f.queue->jobs.size(); ++index) {
                 QCOMPARE(f.queue->jobs.at(index)->type(), SerialPortJobType::JobReadLogValue);
-                QCOMPARE(f.bytesOf(index), "\r\nlog --read=" + QByteArray::number(index) + "\r\n");
+                QCOMPARE(f.bytesSentBy(index),
+                         "\r\nlog --read=" + QByteArray::number(index) + "\r\n");
             }
         }
     }
 
-    void takesTheCountWithoutAConnectionButQueuesNothing()
+    void storesTheCountWithoutAConnectionButQueuesNothing()
     {
         HandlerFixture f;
         emit f.queue->valueRead(SerialPortValueType::ValueLogCount, 2);
-        turnEventLoop();
+        deliverPostedEvents();
         QVERIFY(f.queue->jobs.isEmpty());
         QTest::ignoreMessage(QtDebugMsg, "Already reading log");
         f.handler.readLog();
@@ -108,49 +109,49 @@ private slots:
         f.reportTitles();
         f.reportRow(7);
         f.reportRow(1);
-        QCOMPARE(f.events, progressOf({0, 50, 100}));
+        QCOMPARE(f.events, progressEvents({0, 50, 100}));
         f.reportRow(2);
-        QCOMPARE(f.events, progressOf({0, 50, 100}) << logOf({7, 1, 2}));
+        QCOMPARE(f.events, progressEvents({0, 50, 100}) << logReadEvent({7, 1, 2}));
     }
 
-    void emptyLogEndsAtItsTitles()
+    void readOfAnEmptyLogFinishesWithItsTitles()
     {
         LogFixture f;
         f.reportCount(0);
         f.reportTitles();
-        QCOMPARE(f.events, QStringList(logOf({})));
+        QCOMPARE(f.events, QStringList(logReadEvent({})));
     }
 
-    void singleRowEndsTheReadWithoutFault()
+    void readsALogOfOneRow()
     {
         LogFixture f;
         f.reportCount(1);
         f.reportTitles();
-        QCOMPARE(f.events.size(), 1); // of no meaning
+        QCOMPARE(f.events.size(), 1); // the progress, which means nothing for one row
         f.reportRow(1);
-        QCOMPARE(f.events.mid(1), QStringList(logOf({1})));
+        QCOMPARE(f.events.mid(1), QStringList(logReadEvent({1})));
     }
 
-    // Quirk: the last row ends the read without a report of its progress.
+    // Quirk: the last row ends the read without a progress report.
     void showsProgressOneRowEarly()
     {
-        QVector<int> hundred;
+        QVector<int> percentagesOf101Rows;
         for (int row = 0; row <= 100; ++row) {
-            hundred.append(int(row / 100.0 * 100));
+            percentagesOf101Rows.append(int(row / 100.0 * 100));
         }
         const QVector<QVector<int>> reads = {
-            {0, 100}, {0, 50, 100}, {0, 33, 66, 100}, {0, 25, 50, 75, 100}, hundred};
+            {0, 100}, {0, 50, 100}, {0, 33, 66, 100}, {0, 25, 50, 75, 100}, percentagesOf101Rows};
         for (const QVector<int> &percentages : reads) {
             LogFixture f;
             f.reportCount(percentages.size());
             f.reportTitles();
             f.reportRows(percentages.size());
             QVERIFY(f.events.takeLast().startsWith(text("logRead TIME|CO2; ")));
-            QCOMPARE(f.events, progressOf(percentages));
+            QCOMPARE(f.events, progressEvents(percentages));
         }
     }
 
-    void survivesInvalidCounts()
+    void acceptsAReadAfterAnInvalidCount()
     {
         for (const QVariant &count : {QVariant(-1), QVariant(std::numeric_limits<int>::min()),
                                       QVariant(text("x")), QVariant()}) {
@@ -158,21 +159,21 @@ private slots:
             f.reportCount(count);
             f.reportTitles();
             f.reportRows(2);
-            QVERIFY(f.takesRequest());
+            QVERIFY(f.acceptsReadLog());
         }
     }
 
-    void survivesMoreRowsThanCounted()
+    void toleratesMoreRowsThanCounted()
     {
         LogFixture f;
         f.reportCount(1);
         f.reportRows(3);
         QCOMPARE(f.events.filter(text("logReadProgress ")).size(), 2);
         QCOMPARE(f.events.size(), 2);
-        QVERIFY(f.refusesRequest());
+        QVERIFY(f.refusesReadLog());
     }
 
-    void logsWhatItReads()
+    void writesADebugMessageForEachStep()
     {
         LogFixture f;
         QTest::ignoreMessage(QtDebugMsg, "Log has 2 entries, reading them");
@@ -188,8 +189,8 @@ private slots:
         f.reportRow(2);
     }
 
-    // Quirk: support staff search for the line as it is spelled.
-    void missingTitlesKeepTheRowsAndTheReading()
+    // Quirk: support staff search for the message with this spelling.
+    void waitsForMissingTitlesAndKeepsTheRows()
     {
         LogFixture f;
         f.reportCount(2);
@@ -197,10 +198,10 @@ private slots:
         f.reportRow(1);
         QTest::ignoreMessage(QtDebugMsg, "Got all log values, but log titles are msising");
         f.reportRow(2);
-        QCOMPARE(f.events, progressOf({0, 100}));
-        QVERIFY(f.refusesRequest());
+        QCOMPARE(f.events, progressEvents({0, 100}));
+        QVERIFY(f.refusesReadLog());
         f.reportTitles();
-        QCOMPARE(f.events, progressOf({0, 100}) << logOf({1, 2}));
+        QCOMPARE(f.events, progressEvents({0, 100}) << logReadEvent({1, 2}));
     }
 
     void cancelOfAReadWithoutTitlesAllowsANewRead()
@@ -209,9 +210,9 @@ private slots:
         f.reportCount(1);
         QTest::ignoreMessage(QtDebugMsg, "Got all log values, but log titles are msising");
         f.reportRow(1);
-        QVERIFY(f.refusesRequest());
+        QVERIFY(f.refusesReadLog());
         f.handler.cancelLogRead();
-        QVERIFY(f.takesRequest());
+        QVERIFY(f.acceptsReadLog());
     }
 
     void laterTitlesReplaceEarlierOnes()
@@ -222,50 +223,50 @@ private slots:
         f.reportTitles();
         f.reportTitles();
         f.reportRow(1);
-        QCOMPARE(f.events.last(), logOf({1}));
+        QCOMPARE(f.events.last(), logReadEvent({1}));
     }
 
-    void refusesASecondReadOnceTheCountIsKnown()
+    void refusesASecondReadAfterTheCount()
     {
         LogFixture f;
-        QVERIFY(f.takesRequest());
-        QVERIFY(f.takesRequest());
+        QVERIFY(f.acceptsReadLog());
+        QVERIFY(f.acceptsReadLog());
         f.reportCount(1);
-        QVERIFY(f.refusesRequest());
+        QVERIFY(f.refusesReadLog());
         f.reportTitles();
-        QVERIFY(f.refusesRequest());
+        QVERIFY(f.refusesReadLog());
     }
 
-    // Quirk: a count of 0 is no read in progress.
-    void takesASecondReadOfAnEmptyLog()
+    // Quirk: a read with a count of 0 is not treated as in progress.
+    void acceptsASecondReadOfAnEmptyLog()
     {
         LogFixture f;
         f.reportCount(0);
-        QVERIFY(f.takesRequest());
+        QVERIFY(f.acceptsReadLog());
     }
 
-    void acceptsANewReadOnceTheLastIsReported()
+    void acceptsANewReadAfterLogRead()
     {
         LogFixture f;
         f.reportCount(2);
         f.reportTitles();
         f.reportRows(2);
-        QVERIFY(f.takesRequest());
-        // Nothing of the first read is left for the second.
+        QVERIFY(f.acceptsReadLog());
+        // The second read contains nothing of the first.
         f.reportCount(1);
         f.reportTitles("new");
         f.reportRow(1);
-        QCOMPARE(f.events.last(), logOf({1}, "new"));
+        QCOMPARE(f.events.last(), logReadEvent({1}, "new"));
     }
 
-    void relaysThatThereIsNoLog()
+    void forwardsThatThereIsNoLogOption()
     {
         LogFixture f;
         emit f.queue->valueRead(SerialPortValueType::ValueLogOption, false);
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(f.events, texts("valueRead ValueLogOption bool false"));
         QVERIFY(f.queue->jobs.isEmpty());
-        QVERIFY(f.takesRequest());
+        QVERIFY(f.acceptsReadLog());
     }
 
     void cancelClearsTheQueueAndAllowsANewRead()
@@ -277,8 +278,8 @@ private slots:
         f.queue->calls.clear();
         f.handler.cancelLogRead();
         QCOMPARE(f.queue->calls, texts("clear"));
-        QVERIFY(f.takesRequest());
-        // Neither the titles nor the rows are left.
+        QVERIFY(f.acceptsReadLog());
+        // The titles and the rows of the cancelled read have been discarded.
         f.events.clear();
         f.reportCount(1);
         QTest::ignoreMessage(QtDebugMsg, "Got all log values, but log titles are msising");
@@ -286,28 +287,28 @@ private slots:
         QCOMPARE(f.events, QStringList());
     }
 
-    // Quirk: the row becomes the first of the next log.
-    void takesARowInFlightThroughACancel()
+    // Quirk: the row becomes the first row of the next log.
+    void keepsARowQueuedBeforeTheCancel()
     {
         LogFixture f;
         f.reportCount(3);
         emit f.queue->logValueRead(1, {1.0}, someTime.addSecs(1));
         f.handler.cancelLogRead();
-        turnEventLoop();
+        deliverPostedEvents();
         f.reportCount(1);
         f.reportTitles();
-        QCOMPARE(f.events.last(), logOf({1}));
+        QCOMPARE(f.events.last(), logReadEvent({1}));
     }
 
-    void emitsNoLogForTitlesInFlightThroughACancel()
+    void emitsNoLogForTitlesQueuedBeforeTheCancel()
     {
         LogFixture f;
         f.reportCount(3);
         emit f.queue->logTitlesRead(texts("TIME|CO2"));
         f.handler.cancelLogRead();
-        turnEventLoop();
-        QCOMPARE(f.events, progressOf({0}));
-        QVERIFY(f.takesRequest());
+        deliverPostedEvents();
+        QCOMPARE(f.events, progressEvents({0}));
+        QVERIFY(f.acceptsReadLog());
     }
 
     void allowsACancelInsideLogRead()
@@ -318,19 +319,19 @@ private slots:
         f.reportCount(1);
         f.reportTitles();
         f.reportRow(1);
-        QCOMPARE(f.events.filter(text("logRead ")), QStringList(logOf({1})));
-        QVERIFY(f.takesRequest());
+        QCOMPARE(f.events.filter(text("logRead ")), QStringList(logReadEvent({1})));
+        QVERIFY(f.acceptsReadLog());
     }
 
-    void allowsACancelInsideTheProgress()
+    void allowsACancelInsideLogReadProgress()
     {
         LogFixture f;
         connect(&f.handler, &SerialPortHandlerInterface::logReadProgress, this,
                 [&f] { f.handler.cancelLogRead(); });
         f.reportCount(3);
         f.reportTitles();
-        QCOMPARE(f.events, progressOf({0}));
-        QVERIFY(f.takesRequest());
+        QCOMPARE(f.events, progressEvents({0}));
+        QVERIFY(f.acceptsReadLog());
     }
 
     void ignoresAReadInsideLogRead()
@@ -338,12 +339,12 @@ private slots:
         LogFixture f;
         bool refused = false;
         connect(&f.handler, &SerialPortHandlerInterface::logRead, this,
-                [&f, &refused] { refused = f.refusesRequest(); });
+                [&f, &refused] { refused = f.refusesReadLog(); });
         f.reportCount(1);
         f.reportTitles();
         f.reportRow(1);
         QVERIFY(refused);
-        QVERIFY(f.takesRequest());
+        QVERIFY(f.acceptsReadLog());
     }
 };
 

@@ -10,7 +10,7 @@ namespace {
 constexpr int blockCount = 1024;
 constexpr int shortTimeoutMs = 5;
 
-// A handler with the real queue; the test answers in place of the device.
+// A handler with the real queue; the test replies in place of the device.
 struct HandlerWithQueue
 {
     HandlerWithQueue()
@@ -30,10 +30,10 @@ struct HandlerWithQueue
     void receive(const char *reply)
     {
         port->receive(text(reply));
-        turnEventLoop();
+        deliverPostedEvents();
     }
 
-    /// All bytes since the last call.
+    /// All bytes sent since the last call.
     QByteArray takeSent()
     {
         const QByteArray bytes = port->sent.join();
@@ -41,21 +41,21 @@ struct HandlerWithQueue
         return bytes;
     }
 
-    void answerBlocksRead(int first, int last)
+    void replyToBlockReads(int first, int last)
     {
         for (int block = first; block <= last; ++block) {
             port->receive(eepromReply(block, text("5A").repeated(64)));
         }
     }
 
-    void answerBlocksWritten(int count)
+    void replyToBlockWrites(int count)
     {
         for (int block = 0; block < count; ++block) {
             port->receive(text("\r\nPlease input 64 bytes\r\n\r\nDone\r\n"));
         }
     }
 
-    /// Starts an update of four blocks and answers until the first one is out.
+    /// Starts an update of four blocks and replies until the first one has been sent.
     void sendFirstFirmwareBlock()
     {
         handler.updateFirmware("AAAAAAAAAAAAAAAABBBBBBBBBBBBBBBBCCCCCCCCCCCCCCCCD");
@@ -75,7 +75,7 @@ class TestSerialPortHandlerQueue : public QObject
     Q_OBJECT
 
 private slots:
-    void connectsOnceTheConsoleAnswers()
+    void connectsWhenTheConsoleReplies()
     {
         HandlerWithQueue h;
         h.handler.connectToDevice();
@@ -86,11 +86,11 @@ private slots:
         h.port->receive(text("$ "));
         QVERIFY(!h.queue->currentJob());
         QCOMPARE(h.events, QStringList());
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(h.events, texts("connected"));
     }
 
-    void secondConnectKeepsThePortOpenAndAsksAgain()
+    void secondConnectKeepsThePortOpenAndSendsTheCommandAgain()
     {
         HandlerWithQueue h;
         h.connectDevice();
@@ -112,10 +112,10 @@ private slots:
         h.port->receive(titlesReply(text("TIME,CO2")));
         h.port->receive(rowReply(1, text("00001"), text("2017-11-13T10:20:30,400")));
         h.port->receive(rowReply(2, text("00002"), text("2017-11-13T10:21:30,401")));
-        // Done for the first time before the rows are queued.
+        // allJobsDone() is emitted for the first time before the rows are queued.
         QStringList expected = texts("valueRead ValueLogOption bool true|allJobsDone");
         QCOMPARE(h.events, expected);
-        turnEventLoop();
+        deliverPostedEvents();
         expected += QStringList({text("logReadProgress 0"), text("logReadProgress 100"),
                                  text("logRead TIME|CO2; 2017-11-13T10:20:30Z 400; "
                                       "2017-11-13T10:21:30Z 401"),
@@ -128,25 +128,25 @@ private slots:
 
     void failedFirmwareBlockStopsTheTransfer_data()
     {
-        QTest::addColumn<bool>("answered");
+        QTest::addColumn<bool>("isRejected");
         QTest::addRow("rejected") << true;
-        QTest::addRow("not answered") << false;
+        QTest::addRow("no reply") << false;
     }
 
     void failedFirmwareBlockStopsTheTransfer()
     {
-        QFETCH(bool, answered);
+        QFETCH(bool, isRejected);
         HandlerWithQueue h;
         h.sendFirstFirmwareBlock();
         QCOMPARE(h.takeSent(), QByteArray("bAAAAAAAAAAAAAAAA"));
         QTest::ignoreMessage(QtDebugMsg, "Firmware transfer job failed. Canceling firmware update");
-        if (answered) {
+        if (isRejected) {
             h.receive("!");
         } else {
             QCOMPARE(h.queue->currentJob()->timeout(), 2000);
             h.queue->currentJob()->setTimeout(shortTimeoutMs);
         }
-        // The removal of the rest empties the queue, which reports it.
+        // The removal of the remaining jobs empties the queue, which emits allJobsDone().
         const QStringList expected =
             texts("actionFinished ActionBootloaderEntered|"
                   "actionFailed ActionFirmwareBlockTransmitted|allJobsDone");
@@ -158,7 +158,7 @@ private slots:
         QCOMPARE(h.events, expected);
     }
 
-    void allowsARequestInsideTheFailure()
+    void allowsARequestInsideActionFailed()
     {
         HandlerWithQueue h;
         h.connectDevice();
@@ -173,14 +173,14 @@ private slots:
         QCOMPARE(h.queue->currentJob()->type(), SerialPortJobType::JobReadMeasurements);
     }
 
-    void acceptedBlocksRunToTheEnd()
+    void sendsAllBlocksIfEachIsAccepted()
     {
         HandlerWithQueue h;
         h.sendFirstFirmwareBlock();
-        for (const char *answer : {"*", "*", "*", ".\r\n"}) {
-            h.port->receive(text(answer));
+        for (const char *reply : {"*", "*", "*", ".\r\n"}) {
+            h.port->receive(text(reply));
         }
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(h.takeSent(), QByteArray("bAAAAAAAAAAAAAAAABBBBBBBBBBBBBBBBCCCCCCCCCCCCCCCCD"));
         QCOMPARE(h.events.size(), 6);
         QCOMPARE(h.events.first(), text("actionFinished ActionBootloaderEntered"));
@@ -191,7 +191,7 @@ private slots:
                  texts("actionFinished ActionFirmwareTransmitted int 100|allJobsDone"));
     }
 
-    void cancelledFirmwareSendsNothingMore()
+    void sendsNothingAfterACancelledFirmwareUpdate()
     {
         HandlerWithQueue h;
         h.sendFirstFirmwareBlock();
@@ -202,7 +202,7 @@ private slots:
         QVERIFY(!h.queue->currentJob());
         QCOMPARE(h.events, texts("actionFinished ActionBootloaderEntered|allJobsDone"));
 
-        // While the first job waits for the bootloader, too.
+        // The same while the first job waits for the bootloader.
         h.handler.updateFirmware(QByteArray(64, 'x'));
         h.handler.cancelFirmwareUpdate();
         h.receive("BOOT");
@@ -210,77 +210,77 @@ private slots:
         QVERIFY(!h.queue->currentJob());
     }
 
-    void fullTransferReportsEachBlockAndOneEnd_data()
+    void completeTransferReportsEachBlockAndOneFinish_data()
     {
         QTest::addColumn<bool>("reads");
         QTest::addColumn<bool>("cancels");
         QTest::addRow("read") << true << false;
-        QTest::addRow("read, cancelled in its end") << true << true;
+        QTest::addRow("read, cancelled when it finishes") << true << true;
         QTest::addRow("write") << false << false;
-        QTest::addRow("write, cancelled in its end") << false << true;
+        QTest::addRow("write, cancelled when it finishes") << false << true;
     }
 
-    void fullTransferReportsEachBlockAndOneEnd()
+    void completeTransferReportsEachBlockAndOneFinish()
     {
         QFETCH(bool, reads);
         QFETCH(bool, cancels);
-        const QString ofABlock = text(reads ? "actionFinished ActionEepromBlockRead int "
-                                            : "actionFinished ActionEepromBlockWritten int ");
-        const QString ofTheEnd = text(reads ? "actionFinished ActionEepromRead QByteArray 65535"
-                                            : "actionFinished ActionEepromWritten");
+        const QString blockEvent = text(reads ? "actionFinished ActionEepromBlockRead int "
+                                              : "actionFinished ActionEepromBlockWritten int ");
+        const QString finishEvent = text(reads ? "actionFinished ActionEepromRead QByteArray 65535"
+                                               : "actionFinished ActionEepromWritten");
         HandlerWithQueue h;
         h.connectDevice();
         connect(&h.handler, &SerialPortHandlerInterface::actionFinished, this, [&] {
-            if (cancels && h.events.last() == ofTheEnd) {
+            if (cancels && h.events.last() == finishEvent) {
                 h.handler.cancelEepromRead();
                 h.handler.cancelEepromWrite();
             }
         });
         if (reads) {
             h.handler.readEeprom();
-            h.answerBlocksRead(0, blockCount - 1);
+            h.replyToBlockReads(0, blockCount - 1);
         } else {
             h.handler.writeEeprom(QByteArray(100, 'x'));
-            h.answerBlocksWritten(blockCount);
+            h.replyToBlockWrites(blockCount);
         }
-        turnEventLoop();
+        deliverPostedEvents();
         QVERIFY(!h.queue->currentJob());
-        QCOMPARE(h.events.filter(ofABlock).size(), blockCount);
-        QCOMPARE(h.events.count(ofTheEnd), 1);
+        QCOMPARE(h.events.filter(blockEvent).size(), blockCount);
+        QCOMPARE(h.events.count(finishEvent), 1);
         QCOMPARE(h.events.count(text("allJobsDone")), 1);
         QCOMPARE(h.events.size(), blockCount + 2);
-        // The queue continues.
+        // The queue runs later jobs.
         h.takeSent();
         h.handler.readDate();
         QCOMPARE(h.takeSent(), QByteArray("\r\ndate\r\n"));
     }
 
-    void cancelledTransferReportsNoEnd()
+    void cancelledTransferReportsNoFinish()
     {
         HandlerWithQueue h;
         h.connectDevice();
         h.handler.readEeprom();
-        h.answerBlocksRead(0, 9);
+        h.replyToBlockReads(0, 9);
         h.handler.cancelEepromRead();
         QVERIFY(h.queue->jobs().isEmpty());
         QVERIFY(!h.queue->currentJob());
         h.takeSent();
-        h.answerBlocksRead(10, 10);
-        turnEventLoop();
+        h.replyToBlockReads(10, 10);
+        deliverPostedEvents();
         QCOMPARE(h.takeSent(), QByteArray());
         QCOMPARE(h.events.filter(text("actionFinished ActionEepromBlockRead ")).size(), 10);
         QCOMPARE(h.events.mid(10), texts("allJobsDone"));
 
         h.events.clear();
         h.handler.writeEeprom(QByteArray(65535, 'x'));
-        h.answerBlocksWritten(1);
+        h.replyToBlockWrites(1);
         h.handler.cancelEepromWrite();
-        turnEventLoop();
+        deliverPostedEvents();
         QVERIFY(!h.queue->currentJob());
         QCOMPARE(h.events, texts("actionFinished ActionEepromBlockWritten int 0|allJobsDone"));
     }
 
-    void silentBlockIsFreedByTheCancel()
+    void cancelContinuesAQueueThatTimeoutsStopped()
     {
         HandlerWithQueue h;
         h.connectDevice();
@@ -292,7 +292,7 @@ private slots:
         QCOMPARE(h.takeSent(), QByteArray());
         h.handler.cancelEepromRead();
         QCOMPARE(h.takeSent(), QByteArray("\r\ndate\r\n"));
-        turnEventLoop();
+        deliverPostedEvents();
         QCOMPARE(h.events, QStringList());
     }
 };
