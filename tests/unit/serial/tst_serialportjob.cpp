@@ -10,14 +10,14 @@
 
 namespace {
 
-// A port that counts its connections.
+// A port that counts the connections to its signal.
 class ProbePort : public FakeSerialPort
 {
 public:
     int connections() const { return receivers(SIGNAL(dataReady(QString))); }
 };
 
-// A job whose reply ends with "done", with a hook at each step.
+// A job whose reply ends with "done", with functions that are called while it sends and parses.
 class ProbeJob : public SerialPortJob
 {
 public:
@@ -58,7 +58,7 @@ void expectRestarts(int count)
     }
 }
 
-void expectRefusal()
+void expectRefusedRestart()
 {
     QTest::ignoreMessage(QtDebugMsg,
                          "virtual bool SerialPortJob::restart() Job failed after 5 restart "
@@ -78,7 +78,7 @@ private slots:
         m_job.reset(new ProbeJob(m_port.data()));
     }
 
-    void isIdleWithHalfASecondAtFirst()
+    void isInitiallyStoppedWithATimeoutOf500Ms()
     {
         QVERIFY(!m_job->isRunning());
         QVERIFY(m_job->canRestart());
@@ -87,7 +87,7 @@ private slots:
         QVERIFY(m_port->sent.isEmpty());
     }
 
-    void keepsItsTypeAndItsParent()
+    void hasTheTypeAndParentOfItsConstruction()
     {
         const auto *job = new ProbeJob(nullptr, m_port.data());
         QCOMPARE(job->parent(), m_port.data());
@@ -117,7 +117,7 @@ private slots:
         QCOMPARE(m_port->sent.join(), QByteArray("command"));
     }
 
-    void armsTheTimerBeforeItSends()
+    void startsTheTimerBeforeItSends()
     {
         m_job->setTimeout(1);
         QSignalSpy timedOut(m_job.data(), &ProbeJob::timedOut);
@@ -140,7 +140,7 @@ private slots:
         QVERIFY(!m_job->isRunning());
     }
 
-    void dropsTextOnAStopAndWhileNotRunning()
+    void discardsTextOnAStopAndWhileNotRunning()
     {
         m_job->dataReady(text("early"));
         m_job->start();
@@ -179,7 +179,7 @@ private slots:
         clock.start();
         m_job->start();
         QTRY_COMPARE(timedOut.count(), 1);
-        // A coarse timer may be early by 5 %.
+        // A coarse timer may time out 5 % early.
         QVERIFY(clock.elapsed() >= timeoutMs * 9 / 10);
     }
 
@@ -222,7 +222,7 @@ private slots:
         }
         m_job->stop();
         for (int refusal = 0; refusal < 2; ++refusal) {
-            expectRefusal();
+            expectRefusedRestart();
             QVERIFY(!m_job->restart());
             QVERIFY(!m_job->isRunning());
             QCOMPARE(m_port->connections(), 0);
@@ -238,18 +238,18 @@ private slots:
         m_job->onTimeOut();
         QVERIFY(m_job->restart());
         m_port->receive(text("done"));
-        QVERIFY(m_job->restart()); // a success does not increase the number left
+        QVERIFY(m_job->restart()); // a reply does not increase the number of restarts left
         m_job->stop();
         m_job->start();
         QVERIFY(m_job->restart()); // neither does a start
-        expectRefusal();
+        expectRefusedRestart();
         QVERIFY(!m_job->restart());
-        // The refusal discards nothing: the job continues with the received text.
+        // The refused restart discards nothing: the job continues with the received text.
         QVERIFY(m_job->isRunning());
         QCOMPARE(m_port->connections(), 1);
     }
 
-    void failsWithItsType()
+    void failedReportsTheJobType()
     {
         QVector<SerialPortJobType> failures;
         connect(m_job.data(), &ProbeJob::failed, this,
@@ -292,7 +292,7 @@ private slots:
         m_job.reset();
     }
 
-    void stopsListeningWhenDestroyed()
+    void disconnectsFromThePortWhenDestroyed()
     {
         m_job->start();
         QCOMPARE(m_port->connections(), 1);
@@ -300,23 +300,23 @@ private slots:
         QCOMPARE(m_port->connections(), 0);
     }
 
-    void staysAliveUntilTheCallReturns_data()
+    void isDeletedOnlyWhenTheCallReturns_data()
     {
         QTest::addColumn<QString>("call");
         for (const char *call : {"start", "restart", "dataReady", "onTimeOut"}) {
             QTest::addRow("%s", call) << text(call);
         }
     }
-    void staysAliveUntilTheCallReturns()
+    void isDeletedOnlyWhenTheCallReturns()
     {
         QFETCH(QString, call);
         ProbeJob *job = m_job.data();
-        const QWeakPointer<ProbeJob> watch = m_job;
+        const QWeakPointer<ProbeJob> weakJob = m_job;
         QSignalSpy finished(job, &ProbeJob::finished);
-        bool aliveInside = false;
+        bool aliveDuringCall = false;
         const auto release = [&] {
             m_job.reset();
-            aliveInside = !watch.isNull();
+            aliveDuringCall = !weakJob.isNull();
         };
         if (call == text("start")) {
             job->whileSending = release;
@@ -329,32 +329,32 @@ private slots:
             job->whileParsing = release;
             job->start();
             m_port->receive(text("done"));
-            QCOMPARE(finished.count(), 1); // it has emitted all its signals
+            QCOMPARE(finished.count(), 1); // it has emitted its signal nevertheless
         } else {
             connect(job, &ProbeJob::timedOut, this, release);
             job->setTimeout(1);
             job->start();
-            QTRY_VERIFY(aliveInside);
+            QTRY_VERIFY(aliveDuringCall);
         }
-        QVERIFY(aliveInside);
-        QVERIFY(watch.isNull());
+        QVERIFY(aliveDuringCall);
+        QVERIFY(weakJob.isNull());
     }
 
     void isDeletedAfterTheOutermostCall()
     {
         ProbeJob *job = m_job.data();
-        const QWeakPointer<ProbeJob> watch = m_job;
+        const QWeakPointer<ProbeJob> weakJob = m_job;
         job->start();
         bool aliveAfterTheInnerCall = false;
         job->whileParsing = [&] {
             job->restart();
-            aliveAfterTheInnerCall = !watch.isNull();
+            aliveAfterTheInnerCall = !weakJob.isNull();
         };
         job->whileSending = [this] { m_job.reset(); };
         expectRestarts(1);
         m_port->receive(text("bad line"));
         QVERIFY(aliveAfterTheInnerCall);
-        QVERIFY(watch.isNull());
+        QVERIFY(weakJob.isNull());
     }
 
 private:

@@ -12,7 +12,7 @@
 #include "tests/kit/replysamples.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
-#include "tests/unit/serial/nextjob.h"
+#include "tests/unit/serial/jobhelpers.h"
 
 #include <QtCore/QTimeZone>
 
@@ -29,8 +29,8 @@ const QVector<JobDialogue> &dialogues()
     return all;
 }
 
-// The signals of a dialogue's job and of its queue, which relays each result at once.
-QStringList reportThroughQueue(const JobDialogue &dialogue, bool last)
+// The signals of the job of a dialogue and of its queue, which forwards each result immediately.
+QStringList signalsOfJobAndQueue(const JobDialogue &dialogue, bool last)
 {
     const QString type = enumeratorName(dialogue.type);
     QStringList report;
@@ -54,8 +54,8 @@ QString goodTitles() { return titlesReply(latin1("TIME,CO2")); }
 
 QString goodRow() { return rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,400.5")); }
 
-// A flipped bit in the checksum at the end.
-QString spoiled(const QString &reply)
+// The last digit of a reply with a checksum is changed.
+QString withWrongChecksum(const QString &reply)
 {
     const int digit = reply.rightRef(1).toInt(nullptr, 16);
     return reply.chopped(1) + QString::number(digit ^ 1, 16);
@@ -63,7 +63,7 @@ QString spoiled(const QString &reply)
 
 } // namespace
 
-/// The job classes: their dialogues with the device, then what is particular to one of them.
+/// The job classes: their dialogues with the device, then cases specific to one class.
 class TestSerialPortJobs : public QObject
 {
     Q_OBJECT
@@ -129,8 +129,8 @@ private slots:
         const JobPointer job = recorded(dialogue.make(m_port.data()));
         job->setTimeout(1);
         job->start();
-        const int most = dialogue.reply.size() - 1;
-        m_port->receive(dialogue.reply.left(most));
+        const int partialLength = dialogue.reply.size() - 1;
+        m_port->receive(dialogue.reply.left(partialLength));
         QTRY_COMPARE(m_recorder.log, QStringList(latin1("timedOut")));
         QVERIFY(!job->isRunning());
         m_port->receive(dialogue.reply);
@@ -138,8 +138,8 @@ private slots:
 
         job->setTimeout(dialogue.timeoutMs);
         QVERIFY(job->restart());
-        if (most > 0) { // otherwise this is the whole reply
-            m_port->receive(dialogue.reply.mid(most));
+        if (partialLength > 0) { // otherwise the reply has one byte, and this would be all of it
+            m_port->receive(dialogue.reply.mid(partialLength));
         }
         QCOMPARE(m_recorder.log.size(), 1);
         m_port->receive(dialogue.reply);
@@ -147,34 +147,34 @@ private slots:
         QCOMPARE(m_port->sent, dialogue.command + dialogue.command + dialogue.answer);
     }
 
-    void waitsAfterAnotherReply_data()
+    void keepsWaitingAfterUnexpectedReply_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("reply");
         const auto add = [](const char *dialogue, const char *what, const QString &reply) {
             QTest::addRow("%s: %s", dialogue, what) << latin1(dialogue) << reply;
         };
-        add("connect", "unknown version", latin1("show: Unknown parameter!\r\n$ "));
+        add("connect", "unknown parameter", latin1("show: Unknown parameter!\r\n$ "));
         add("set value", "rejected value", latin1("set: Unknown parameter!\r\n$ "));
         add("set date", "date without confirmation", latin1("2017-11-13T10:20:30\r\n$ "));
         add("read log titles", "row in place of the titles", goodRow());
-        add("read log row", "row of another number", goodRow());
-        add("read log row", "value that is no number",
+        add("read log row", "row with another index", goodRow());
+        add("read log row", "non-numeric value",
             rowReply(12, latin1("00012"), latin1("2017-11-13T10:20:30,400.5,x")));
-        add("read eeprom block", "block whose number begins alike",
+        add("read eeprom block", "block number with the same prefix",
             eepromReply(10230, latin1("00")));
-        add("read eeprom block", "other letters", eepromReply(1023, latin1("00GG")));
-        add("restart", "boot text without the banner's last line",
+        add("read eeprom block", "non-hexadecimal digits", eepromReply(1023, latin1("00GG")));
+        add("restart", "boot messages without the last line",
             latin1("Reseting device in 5 seconds\r\nPerforming selftest...\r\nAll tests passed.\r\n"
                    "Orvanta KVT 3\r\nCompiled on Nov 13 2017\r\n$ "));
-        add("restart for firmware", "boot text",
+        add("restart for firmware", "boot messages",
             latin1("Performing selftest...All tests passed.Orvanta KVT\r\nCompiled on x\r\n"
                    "Copyright "));
         add("enter bootloader", "line end after the prompt", latin1("\r\nBOOT\r\n"));
-        add("block accepted", "acceptance and end at once", latin1("*."));
-        add("block accepted", "text in front", latin1("\n*"));
+        add("block accepted", "'*' and '.' in one chunk", latin1("*."));
+        add("block accepted", "leading text", latin1("\n*"));
     }
-    void waitsAfterAnotherReply()
+    void keepsWaitingAfterUnexpectedReply()
     {
         QFETCH(QString, name);
         QFETCH(QString, reply);
@@ -210,9 +210,9 @@ private slots:
             };
             m_port->receive(dialogue.reply);
             m_recorder.onSignal = nullptr;
-            QCOMPARE(m_recorder.log, reportThroughQueue(dialogue, last));
+            QCOMPARE(m_recorder.log, signalsOfJobAndQueue(dialogue, last));
             if (!last) {
-                QCOMPARE(m_port->sent, sent + QByteArrayList{nextJobsCommand(dialogue.type)});
+                QCOMPARE(m_port->sent, sent + QByteArrayList{nextJobCommand(dialogue.type)});
                 QCOMPARE(m_queue->currentJob(), next);
                 QVERIFY(next->isRunning());
                 continue;
@@ -221,7 +221,7 @@ private slots:
             // Later text is ignored.
             m_port->receive(dialogue.rest);
             m_port->receive(dialogue.reply);
-            QCOMPARE(m_recorder.log, reportThroughQueue(dialogue, last));
+            QCOMPARE(m_recorder.log, signalsOfJobAndQueue(dialogue, last));
             QCOMPARE(m_port->sent, sent);
         }
     }
@@ -236,7 +236,7 @@ private slots:
         QCOMPARE(m_recorder.log, QStringList(latin1("finished")));
     }
 
-    void skipsTheTailOfTheModelInTheNextJob()
+    void nextJobIgnoresRestOfModelReply()
     {
         m_queue->addJob(make<SerialPortJobReadModel>());
         m_queue->addJob(make<SerialPortJobReadValue>(latin1("swver")));
@@ -258,7 +258,7 @@ private slots:
         QCOMPARE(m_port->sent, QByteArrayList({"\r\nshow a%1.*\r\n", "\r\nset a%2= 50 %1 = \r\n"}));
     }
 
-    void stampsMeasurementsWithItsOwnTimeInUtc()
+    void timestampsMeasurementsWithCurrentUtcTime()
     {
         const TimeZoneScope zone("Asia/Tokyo");
         const JobPointer job = start(make<SerialPortJobReadMeasurements>());
@@ -272,7 +272,7 @@ private slots:
         QVERIFY(before <= stamp && stamp <= after);
     }
 
-    void sendsTheFieldsOfADate()
+    void sendsDateWithoutConversionToUtc()
     {
         const TimeZoneScope zone("Europe/Helsinki");
         const QDate day(2017, 11, 13);
@@ -318,14 +318,14 @@ private slots:
                               latin1("valueRead ValueLogCount int 0"), latin1("finished")}));
     }
 
-    void sendsAgainOnAWrongChecksum_data()
+    void resendsOnChecksumError_data()
     {
         QTest::addColumn<int>("index");
         QTest::addColumn<QString>("reply");
-        QTest::addRow("row") << 1 << spoiled(goodRow());
-        QTest::addRow("titles") << 0 << spoiled(goodTitles());
+        QTest::addRow("row") << 1 << withWrongChecksum(goodRow());
+        QTest::addRow("titles") << 0 << withWrongChecksum(goodTitles());
     }
-    void sendsAgainOnAWrongChecksum()
+    void resendsOnChecksumError()
     {
         QFETCH(int, index);
         QFETCH(QString, reply);
@@ -338,10 +338,10 @@ private slots:
         QCOMPARE(m_queue->currentJob(), job);
     }
 
-    void keepsTheBadRowUntilTheTimeOut()
+    void keepsADamagedRowUntilTheTimeout()
     {
         const JobPointer job = addLogJob(1);
-        m_port->receive(spoiled(goodRow()));
+        m_port->receive(withWrongChecksum(goodRow()));
         // The two rows together are not a valid record.
         m_port->receive(goodRow());
         QCOMPARE(m_port->sent.size(), 2);
@@ -355,15 +355,15 @@ private slots:
             QStringList({latin1("timedOut"), latin1("logValueRead 1 400.5 2017-11-13T10:20:30Z")}));
     }
 
-    void badTitlesInvalidateTheGoodOnesAfterThem()
+    void damagedTitlesInvalidateTheResentOnes()
     {
         const JobPointer job = addLogJob(0);
-        m_port->receive(spoiled(goodTitles()));
-        for (int sends = 2; sends <= 5; ++sends) {
-            QCOMPARE(m_port->sent.size(), sends);
+        m_port->receive(withWrongChecksum(goodTitles()));
+        for (int sendCount = 2; sendCount <= 5; ++sendCount) {
+            QCOMPARE(m_port->sent.size(), sendCount);
             m_port->receive(goodTitles());
         }
-        // No restart is left: the job ends by its own time-out.
+        // No restart is left: the job fails at its time-out.
         QCOMPARE(m_port->sent.size(), 5);
         QVERIFY(job->isRunning());
         QCOMPARE(m_recorder.log, QStringList());
@@ -374,16 +374,16 @@ private slots:
         QVERIFY(!job->isRunning());
     }
 
-    void countsChecksumsAndTimeOutsTogether()
+    void checksumErrorsAndTimeoutsShareRestartLimit()
     {
         const JobPointer job = addLogJob(1);
-        for (const int sends : {2, 4}) {
-            m_port->receive(spoiled(goodRow()));
-            QCOMPARE(m_port->sent.size(), sends);
+        for (const int sendCount : {2, 4}) {
+            m_port->receive(withWrongChecksum(goodRow()));
+            QCOMPARE(m_port->sent.size(), sendCount);
             timeOutNow(job.data());
-            QCOMPARE(m_port->sent.size(), sends + 1);
+            QCOMPARE(m_port->sent.size(), sendCount + 1);
         }
-        m_port->receive(spoiled(goodRow()));
+        m_port->receive(withWrongChecksum(goodRow()));
         timeOutNow(job.data());
         QCOMPARE(m_port->sent.size(), 5);
         QCOMPARE(m_recorder.log.size(), 3);
@@ -411,19 +411,19 @@ private slots:
         QCOMPARE(m_port->sent, QByteArrayList({"reboot --really\r\n"}));
     }
 
-    void sendsAWholeImage_data()
+    void sendsACompleteImage_data()
     {
         QTest::addColumn<QString>("lastReply");
         QTest::addColumn<QString>("lastReport");
-        const QString imageTaken =
+        const QString imageComplete =
             latin1("queue: actionFinished ActionFirmwareTransmitted int 100");
-        const QString blockTaken =
+        const QString blockAccepted =
             latin1("queue: actionFinished ActionFirmwareBlockTransmitted double 100");
-        QTest::addRow("taken") << latin1(".") << imageTaken;
-        // Nothing awaits the end that the device reports then.
-        QTest::addRow("accepted") << latin1("*") << blockTaken;
+        QTest::addRow("image complete") << latin1(".") << imageComplete;
+        // No job waits for the '.' that the device then sends.
+        QTest::addRow("block accepted") << latin1("*") << blockAccepted;
     }
-    void sendsAWholeImage()
+    void sendsACompleteImage()
     {
         QFETCH(QString, lastReply);
         QFETCH(QString, lastReport);
@@ -448,7 +448,7 @@ private slots:
     {
         QTest::addColumn<bool>("rejected");
         QTest::addRow("rejected") << true;
-        QTest::addRow("silent") << false;
+        QTest::addRow("no reply") << false;
     }
     void sendsNoBlockAfterAFailedOne()
     {

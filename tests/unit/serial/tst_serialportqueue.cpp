@@ -14,7 +14,7 @@ namespace {
 using Type = SerialPortJobType;
 using PortPointer = QSharedPointer<FakeSerialPort>;
 
-/// A queue whose slots can be called without a job that emits the signal.
+/// A queue whose slots can be called directly, without a signal of a job.
 class QueueWithPublicSlots : public SerialPortQueue
 {
 public:
@@ -50,7 +50,7 @@ private slots:
         m_recorder.record(m_queue.data());
     }
 
-    void isEmptyAtFirst()
+    void isInitiallyEmpty()
     {
         QCOMPARE(names(), texts(""));
         QVERIFY(m_queue->currentJob().isNull());
@@ -59,7 +59,7 @@ private slots:
         QCOMPARE(SerialPortQueue(this).parent(), this);
     }
 
-    void ignoresNull()
+    void ignoresANullJob()
     {
         add(Type::JobReadValue, "a");
         QTest::ignoreMessage(QtDebugMsg, "Trying to add null job");
@@ -68,7 +68,7 @@ private slots:
         QCOMPARE(log(), texts("a start"));
     }
 
-    void countsOnlyWaitingJobs()
+    void hasJobIgnoresTheCurrentJob()
     {
         add(Type::JobReadEepromBlock, "a");
         QVERIFY(!m_queue->hasJob(Type::JobReadEepromBlock));
@@ -96,7 +96,7 @@ private slots:
         QVERIFY(!m_queue->hasJob(Type::JobReadValue));
     }
 
-    void relaysResultsAtOnce()
+    void forwardsResultsImmediately()
     {
         const auto job = add(Type::JobReadValue, "a");
         const QDateTime time(QDate(2017, 11, 13), QTime(10, 20, 30), Qt::UTC);
@@ -109,7 +109,7 @@ private slots:
         emit job->valueRead(SerialPortValueType::ValueLogCount, 7);
         emit job->eepromBlockRead(9, QByteArray("\x01\xff"));
         emit job->eepromBlockWritten(10);
-        emit job->dataWrittenToEeprom(); // not relayed
+        emit job->dataWrittenToEeprom(); // not forwarded
         const QStringList expected = {
             text("a start"),
             text("queue: dataRead n=v"),
@@ -124,7 +124,7 @@ private slots:
         QCOMPARE(log(), expected);
     }
 
-    // Quirk: not after a connect job, whose end makes the handler add more jobs.
+    // Quirk: not after a connect job, because the handler then adds more jobs.
     void emitsAllJobsDoneAfterTheLastJob_data() { addTypes(); }
     void emitsAllJobsDoneAfterTheLastJob()
     {
@@ -143,7 +143,7 @@ private slots:
                      + done);
         QVERIFY(m_queue->currentJob().isNull());
 
-        // A job that is removed ends in the same way.
+        // The removal of the last job emits the same signal.
         m_recorder.log.clear();
         const QWeakPointer<FakeJob> removed = add(jobType, "b");
         m_queue->removeJobs(jobType);
@@ -168,7 +168,7 @@ private slots:
         add(Type::JobReadDate, "c");
         const QWeakPointer<FakeJob> d = add(Type::JobSetValue, "d");
         add(Type::JobReadDate, "e");
-        m_queue->removeJobs(Type::JobReboot); // none
+        m_queue->removeJobs(Type::JobReboot); // there is none
         QCOMPARE(names(), texts("a|b|c|d|e"));
         m_queue->removeJobs(Type::JobSetValue);
         QVERIFY(b.isNull());
@@ -259,7 +259,7 @@ private slots:
         QCOMPARE(second->closes, 2);
     }
 
-    void takesTheSamePortAgain()
+    void setsTheSamePortAgain()
     {
         const auto port = PortPointer::create();
         m_queue->setSerialPort(port);
@@ -295,7 +295,7 @@ private slots:
             {[](SerialPortQueue &queue) { queue.setSerialPort(PortPointer::create()); },
              texts("c")},
         };
-        for (const auto &[release, left] : releases) {
+        for (const auto &[release, remaining] : releases) {
             init();
             const auto a = add(Type::JobReadValue, "a");
             a->stop();
@@ -306,8 +306,8 @@ private slots:
             QCOMPARE(log(), texts("a start|a stop|a restart"));
             release(*m_queue);
             add(Type::JobReadDate, "c");
-            QCOMPARE(names(), left);
-            QCOMPARE(log().filter(text(" start")).last(), left.first() + text(" start"));
+            QCOMPARE(names(), remaining);
+            QCOMPARE(log().filter(text(" start")).last(), remaining.first() + text(" start"));
             QVERIFY(log().filter(text("queue")).isEmpty());
         }
     }
@@ -322,8 +322,8 @@ private slots:
         QCOMPARE(log(), texts("a start|queue: jobFailed JobTransmitFirmwareBlock|a stop|b start"));
     }
 
-    void namesTheTypeOfAJob_data() { addTypes(); }
-    void namesTheTypeOfAJob()
+    void messagesContainTheNameOfTheJobType_data() { addTypes(); }
+    void messagesContainTheNameOfTheJobType()
     {
         QFETCH(int, type);
         QFETCH(QString, name);
@@ -369,7 +369,7 @@ private slots:
         QVERIFY(m_queue->currentJob().isNull());
     }
 
-    void allowsARemovalBeforeTheNextJobStarts()
+    void allowsARemovalInsideJobFailed()
     {
         connect(m_queue.data(), &SerialPortQueue::jobFailed, this,
                 [this](Type type) { m_queue->removeJobs(type); });
@@ -377,11 +377,11 @@ private slots:
         add(Type::JobTransmitFirmwareBlock, "b");
         const auto c = add(Type::JobReadValue, "c");
         emit a->failed(Type::JobTransmitFirmwareBlock);
-        // The job that the removal has started continues.
+        // The job that was started by the removal continues.
         QCOMPARE(names(), texts("c"));
         QCOMPARE(log(), texts("a start|queue: jobFailed JobTransmitFirmwareBlock|a stop|c start"));
 
-        // With no other job the removal ends the work.
+        // Without another job, the removal empties the queue.
         m_recorder.log.clear();
         emit c->failed(Type::JobReadValue);
         QCOMPARE(log(), texts("queue: jobFailed JobReadValue|c stop|queue: allJobsDone"));
@@ -390,13 +390,13 @@ private slots:
 
     void ignoresTheEndOfARemovedJob()
     {
-        const auto former = add(Type::JobReadValue, "a");
+        const auto removed = add(Type::JobReadValue, "a");
         m_queue->clear();
-        const auto emitEveryEnd = [&former] {
-            emit former->finished();
-            emit former->timedOut();
-            emit former->error(text("why"));
-            emit former->failed(Type::JobReadValue);
+        const auto emitEveryEnd = [&removed] {
+            emit removed->finished();
+            emit removed->timedOut();
+            emit removed->error(text("why"));
+            emit removed->failed(Type::JobReadValue);
         };
         emitEveryEnd();
         add(Type::JobSetValue, "b");
@@ -405,16 +405,16 @@ private slots:
         QCOMPARE(names(), texts("b"));
     }
 
-    // Quirk: the queue disconnects in the other direction.
-    void relaysResultsOfARemovedJob()
+    // Quirk: the queue calls disconnect() with itself as the sender, which disconnects nothing.
+    void forwardsResultsOfARemovedJob()
     {
-        const auto former = add(Type::JobReadValue, "a");
+        const auto removed = add(Type::JobReadValue, "a");
         m_queue->clear();
-        emit former->dataRead(text("n"), text("v"));
+        emit removed->dataRead(text("n"), text("v"));
         QCOMPARE(log().last(), text("queue: dataRead n=v"));
     }
 
-    void treatsACallWithoutASenderAsTheCurrentJobs()
+    void slotCalledWithoutASenderAppliesToTheCurrentJob()
     {
         m_queue->onJobFinished();
         m_queue->onJobTimedOut();
@@ -467,7 +467,7 @@ private:
     {
         QTest::addColumn<int>("type");
         QTest::addColumn<QString>("name");
-        // In the order of the types' numbers.
+        // In the order of the enumerators.
         const QStringList displayNames =
             texts("Connect to device|Read value|Write value|Read measurements|Read all log entries|"
                   "Read single log value|Writing settings to EEPROM|Erasing log|Set device clock|"

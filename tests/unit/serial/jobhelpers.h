@@ -10,7 +10,7 @@
 
 #include <QtTest/QtTest>
 
-/// A job of another type than @p type, to be added to the queue next, and what it sends.
+/// A job that is queued after one of the type @p type and has another type, and what it sends.
 /// @{
 inline JobPointer nextJobAfter(SerialPortJobType type, SerialPortInterface *port)
 {
@@ -20,13 +20,13 @@ inline JobPointer nextJobAfter(SerialPortJobType type, SerialPortInterface *port
     return JobPointer(new SerialPortJobReadModel(port));
 }
 
-inline QByteArray nextJobsCommand(SerialPortJobType type)
+inline QByteArray nextJobCommand(SerialPortJobType type)
 {
     return type == SerialPortJobType::JobReadModel ? "\r\ndate\r\n" : "\r\nshow unit\r\n";
 }
 /// @}
 
-/// Makes the job time out now.
+/// Makes the job time out immediately.
 inline void timeOutNow(SerialPortJobInterface *job)
 {
     QVERIFY(QMetaObject::invokeMethod(job, "onTimeOut", Qt::DirectConnection));

@@ -5,7 +5,7 @@
 #include "serial/serialportjobsetdate.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/text.h"
-#include "tests/unit/serial/nextjob.h"
+#include "tests/unit/serial/jobhelpers.h"
 
 #include <QtCore/QRegularExpression>
 #include <utility>
@@ -19,10 +19,10 @@ struct RemovalCase
     Removal removal;
     bool timesOut; // instead of receiving a reply
     bool waiting; // another job waits
-    int event; // the number of the signal, of job or queue, in which the job is removed
+    int signalIndex; // of the signal, of job or queue, inside which the job is removed
 };
 
-constexpr int mostSends = 5;
+constexpr int maxSendCount = 5;
 constexpr char showUnit[] = "\r\nshow unit\r\n";
 constexpr char modelReply[] = "Model: KVT 301\r\nSerial:";
 constexpr char showDate[] = "\r\ndate\r\n";
@@ -31,7 +31,7 @@ const QString allJobsDone = text("queue: allJobsDone");
 const QString invalidDate = text("Unable to set time, invalid timestamp given: ");
 const QString dateError = text("queue: error Set device clock failed: ") + invalidDate;
 
-// Removes the current job, which is of that type, from the queue.
+// Removes the current job, which has this type, from the queue.
 void removeFrom(SerialPortQueue &queue, SerialPortJobType type, Removal removal)
 {
     switch (removal) {
@@ -58,7 +58,7 @@ void removeFrom(SerialPortQueue &queue, SerialPortJobType type, Removal removal)
     }
 }
 
-// A queue with its transport, and all signals of the queue.
+// A queue with its transport and a recorder of its signals.
 struct RecordedQueue
 {
     RecordedQueue()
@@ -80,24 +80,24 @@ struct RecordedQueue
     SerialPortQueue queue{nullptr};
 };
 
-// Runs the job of a dialogue in the queue and removes it inside one of the signals.
-struct Run : RecordedQueue
+// Runs the job of a dialogue in the queue and removes it inside one of its signals.
+struct RemovalRun : RecordedQueue
 {
-    Run(const JobDialogue &dialogue, const RemovalCase &removalCase)
+    RemovalRun(const JobDialogue &dialogue, const RemovalCase &removalCase)
     {
         JobPointer job = dialogue.make(port.data());
         SerialPortJobInterface *raw = job.data();
-        watch = job;
+        weakJob = job;
         QObject::connect(raw, &QObject::destroyed, port.data(), [this] { ++destroyed; });
         recorder.record(raw);
         queue.addJob(std::exchange(job, {}));
         if (removalCase.waiting) {
             queue.addJob(nextJobAfter(dialogue.type, port.data()));
         }
-        recorder.onSignal = [&](int before) {
-            aliveInside = aliveInside && destroyed == 0 && !watch.isNull();
-            if (before == removalCase.event) {
-                wasCurrent = queue.currentJob() == watch.toStrongRef();
+        recorder.onSignal = [&](int signalIndex) {
+            aliveDuringSignals = aliveDuringSignals && destroyed == 0 && !weakJob.isNull();
+            if (signalIndex == removalCase.signalIndex) {
+                wasCurrent = queue.currentJob() == weakJob.toStrongRef();
                 removeFrom(queue, dialogue.type, removalCase.removal);
             }
         };
@@ -114,17 +114,17 @@ struct Run : RecordedQueue
         QObject::disconnect(connection);
         recorder.onSignal = nullptr;
     }
-    ~Run() { queue.clear(); }
-    Q_DISABLE_COPY(Run)
+    ~RemovalRun() { queue.clear(); }
+    Q_DISABLE_COPY(RemovalRun)
 
-    QWeakPointer<SerialPortJobInterface> watch;
+    QWeakPointer<SerialPortJobInterface> weakJob;
     int destroyed = 0;
-    bool aliveInside = true;
+    bool aliveDuringSignals = true;
     bool deletedOnReturn = false;
     bool wasCurrent = false;
 };
 
-// What the job itself has sent.
+// What the job of the dialogue has sent.
 QByteArrayList sentBy(const JobDialogue &dialogue, bool timesOut)
 {
     return timesOut ? dialogue.command : dialogue.command + dialogue.answer;
@@ -132,12 +132,12 @@ QByteArrayList sentBy(const JobDialogue &dialogue, bool timesOut)
 
 } // namespace
 
-class TestSerialPortLifetime : public QObject
+class TestSerialPortJobLifetime : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void livesUntilItsLastCallReturns_data()
+    void isDeletedWhenLastCallReturns_data()
     {
         QTest::addColumn<int>("index");
         QTest::addColumn<bool>("timesOut");
@@ -148,32 +148,32 @@ private slots:
         }
     }
 
-    void livesUntilItsLastCallReturns()
+    void isDeletedWhenLastCallReturns()
     {
         QFETCH(int, index);
         QFETCH(bool, timesOut);
         const JobDialogue dialogue = allDialogues().at(index);
         for (const bool waiting : {false, true}) {
-            const Run run(dialogue, {Removal::None, timesOut, waiting, -1});
+            const RemovalRun run(dialogue, {Removal::None, timesOut, waiting, -1});
             const bool restarts = timesOut && dialogue.restarts;
             QByteArrayList sent = sentBy(dialogue, timesOut);
             if (restarts) {
                 sent += dialogue.command;
             } else if (waiting) {
-                sent += nextJobsCommand(dialogue.type);
+                sent += nextJobCommand(dialogue.type);
             }
             QCOMPARE(run.port->sent, sent);
-            QVERIFY(run.aliveInside);
+            QVERIFY(run.aliveDuringSignals);
             QCOMPARE(run.deletedOnReturn, !restarts);
             QCOMPARE(run.destroyed, restarts ? 0 : 1);
 
             QVERIFY(!run.recorder.log.isEmpty());
-            for (int event = 0; event < run.recorder.log.size(); ++event) {
+            for (int signalIndex = 0; signalIndex < run.recorder.log.size(); ++signalIndex) {
                 for (const Removal removal : {Removal::Clear, Removal::Close, Removal::AnotherPort,
                                               Removal::Remove, Removal::ClearAndAdd}) {
-                    checkRemoval(dialogue, {removal, timesOut, waiting, event});
+                    checkRemoval(dialogue, {removal, timesOut, waiting, signalIndex});
                     if (QTest::currentTestFailed()) {
-                        qDebug() << "waiting" << waiting << "event" << event << "removal"
+                        qDebug() << "waiting" << waiting << "signal" << signalIndex << "removal"
                                  << static_cast<int>(removal);
                         return;
                     }
@@ -182,51 +182,51 @@ private slots:
         }
     }
 
-    void survivesItsRemovalInsideStart_data()
+    void canBeRemovedInsideStart_data()
     {
-        QTest::addColumn<int>("how");
-        QTest::addColumn<bool>("waits");
+        QTest::addColumn<int>("removalKind");
+        QTest::addColumn<bool>("queuedAfterAnotherJob");
         const char *names[] = {"not removed", "clear", "close", "another port", "removeJobs"};
-        for (int how = 0; how < 5; ++how) {
-            QTest::addRow("%s, first in the queue", names[how]) << how << false;
-            QTest::addRow("%s, after another job", names[how]) << how << true;
+        for (int kind = 0; kind < 5; ++kind) {
+            QTest::addRow("%s, first in the queue", names[kind]) << kind << false;
+            QTest::addRow("%s, after another job", names[kind]) << kind << true;
         }
     }
 
-    void survivesItsRemovalInsideStart()
+    void canBeRemovedInsideStart()
     {
-        QFETCH(int, how);
-        QFETCH(bool, waits);
+        QFETCH(int, removalKind);
+        QFETCH(bool, queuedAfterAnotherJob);
 
-        const auto removal = static_cast<Removal>(how);
+        const auto removal = static_cast<Removal>(removalKind);
         const JobDialogue first = valueDialogues().first();
         SignalRecorder recorder;
         RecordedQueue q;
-        if (waits) {
+        if (queuedAfterAnotherJob) {
             q.queue.addJob(first.make(q.port.data()));
         }
         // Emits error() inside start().
         JobPointer job(new SerialPortJobSetDate(q.port.data(), QDateTime()));
-        const QWeakPointer<SerialPortJobInterface> watch = job;
+        const QWeakPointer<SerialPortJobInterface> weakJob = job;
         recorder.record(job.data());
-        bool aliveInside = false;
+        bool aliveDuringSignals = false;
         recorder.onSignal = [&](int) {
             removeFrom(q.queue, SerialPortJobType::JobSetDate, removal);
-            aliveInside = !watch.isNull();
+            aliveDuringSignals = !weakJob.isNull();
         };
         q.queue.addJob(std::exchange(job, {}));
-        if (waits) {
+        if (queuedAfterAnotherJob) {
             q.port->receive(first.reply);
         }
 
-        QVERIFY(aliveInside);
-        QVERIFY(watch.isNull());
+        QVERIFY(aliveDuringSignals);
+        QVERIFY(weakJob.isNull());
         QVERIFY(q.queue.currentJob().isNull());
         QCOMPARE(recorder.log, QStringList(text("error %1, running").arg(invalidDate)));
-        QCOMPARE(q.port->sent, waits ? first.command : QByteArrayList());
+        QCOMPARE(q.port->sent, queuedAfterAnotherJob ? first.command : QByteArrayList());
         // The error of a removed job is not reported.
         QStringList expected;
-        if (waits) {
+        if (queuedAfterAnotherJob) {
             expected << text("queue: jobFinished JobConnect");
         }
         if (removal == Removal::None) {
@@ -237,11 +237,11 @@ private slots:
         QCOMPARE(q.recorder.log, expected);
     }
 
-    void runsTheJobsThatASlotAddsInsideItsError()
+    void runsJobsAddedInsideErrorSignal()
     {
         RecordedQueue q;
-        q.recorder.onSignal = [&q](int before) {
-            if (before == 0) {
+        q.recorder.onSignal = [&q](int signalIndex) {
+            if (signalIndex == 0) {
                 q.add<SerialPortJobReadModel>();
                 q.add<SerialPortJobReadDate>();
                 QVERIFY(q.port->sent.isEmpty());
@@ -258,9 +258,9 @@ private slots:
     {
         RecordedQueue q;
         q.add<SerialPortJobReadModel>();
-        QVector<QWeakPointer<SerialPortJobInterface>> watches;
+        QVector<QWeakPointer<SerialPortJobInterface>> weakJobs;
         for (int i = 0; i < 3; ++i) {
-            watches.append(q.add<SerialPortJobSetDate>(QDateTime()));
+            weakJobs.append(q.add<SerialPortJobSetDate>(QDateTime()));
         }
         q.add<SerialPortJobReadDate>();
         q.port->receive(text(modelReply));
@@ -269,8 +269,8 @@ private slots:
                                 text("queue: jobFinished JobReadModel"), dateError, dateError,
                                 dateError};
         QCOMPARE(q.recorder.log, expected);
-        for (const auto &watch : qAsConst(watches)) {
-            QVERIFY(watch.isNull());
+        for (const auto &weakJob : qAsConst(weakJobs)) {
+            QVERIFY(weakJob.isNull());
         }
         q.port->receive(text(dateReply));
         QCOMPARE(q.recorder.log.last(), allJobsDone);
@@ -278,7 +278,7 @@ private slots:
 
     void staysStoppedAfterTheFifthTimeout_data()
     {
-        QTest::addColumn<int>("dialogue");
+        QTest::addColumn<int>("index");
         const QVector<JobDialogue> dialogues = allDialogues();
         for (int index = 0; index < dialogues.size(); ++index) {
             if (dialogues.at(index).restarts) {
@@ -289,43 +289,44 @@ private slots:
 
     void staysStoppedAfterTheFifthTimeout()
     {
-        QFETCH(int, dialogue);
+        QFETCH(int, index);
 
-        const JobDialogue words = allDialogues().at(dialogue);
+        const JobDialogue dialogue = allDialogues().at(index);
         RecordedQueue q;
-        const JobPointer job = words.make(q.port.data());
+        const JobPointer job = dialogue.make(q.port.data());
         QSignalSpy timedOut(job.data(), &SerialPortJobInterface::timedOut);
         q.queue.addJob(job);
-        q.queue.addJob(nextJobAfter(words.type, q.port.data()));
+        q.queue.addJob(nextJobAfter(dialogue.type, q.port.data()));
         job->setTimeout(1);
-        QTRY_COMPARE(timedOut.size(), mostSends);
+        QTRY_COMPARE(timedOut.size(), maxSendCount);
 
         QByteArrayList expected;
-        for (int send = 0; send < mostSends; ++send) {
-            expected += words.command;
+        for (int send = 0; send < maxSendCount; ++send) {
+            expected += dialogue.command;
         }
         QCOMPARE(q.port->sent, expected);
         QVERIFY(!job->isRunning());
         QCOMPARE(q.queue.currentJob(), job);
 
-        // A late reply is ignored, and no added job starts.
+        // A late reply is ignored, and a job that is added does not start.
         q.add<SerialPortJobReadValue>(text("late"));
-        q.port->receive(words.reply);
+        q.port->receive(dialogue.reply);
         QCOMPARE(q.queue.jobs().size(), 2);
         QCOMPARE(q.port->sent, expected);
         QCOMPARE(q.recorder.log, QStringList());
-        QCOMPARE(timedOut.size(), mostSends);
+        QCOMPARE(timedOut.size(), maxSendCount);
 
-        q.queue.removeJobs(words.type);
-        QCOMPARE(q.port->sent, expected + QByteArrayList{nextJobsCommand(words.type)});
+        q.queue.removeJobs(dialogue.type);
+        QCOMPARE(q.port->sent, expected + QByteArrayList{nextJobCommand(dialogue.type)});
     }
 
-    // Quirk: the next waiting job is lost if a slot of allJobsDone() has started another one.
-    void losesTheSecondJobAddedInsideAllJobsDone()
+    // Quirk: the next waiting job is lost if a slot connected to allJobsDone() has started another
+    // job.
+    void secondJobAddedInsideAllJobsDoneIsDropped()
     {
         RecordedQueue q;
-        q.recorder.onSignal = [&q](int before) {
-            if (q.recorder.log.at(before) == allJobsDone) {
+        q.recorder.onSignal = [&q](int signalIndex) {
+            if (q.recorder.log.at(signalIndex) == allJobsDone) {
                 q.add<SerialPortJobReadDate>();
                 q.add<SerialPortJobReadModel>();
             }
@@ -343,25 +344,25 @@ private slots:
 private:
     void checkRemoval(const JobDialogue &dialogue, const RemovalCase &removalCase)
     {
-        Run run(dialogue, removalCase);
-        QVERIFY(run.aliveInside);
+        RemovalRun run(dialogue, removalCase);
+        QVERIFY(run.aliveDuringSignals);
         QVERIFY(run.deletedOnReturn);
-        QVERIFY(run.watch.isNull());
+        QVERIFY(run.weakJob.isNull());
         QCOMPARE(run.destroyed, 1);
 
-        const bool anotherRuns = removalCase.removal == Removal::ClearAndAdd
+        const bool nextJobRuns = removalCase.removal == Removal::ClearAndAdd
             || (removalCase.removal == Removal::Remove && removalCase.waiting);
         QByteArrayList sent = sentBy(dialogue, removalCase.timesOut);
-        if (anotherRuns) {
-            sent += nextJobsCommand(dialogue.type);
+        if (nextJobRuns) {
+            sent += nextJobCommand(dialogue.type);
         }
         QCOMPARE(run.port->sent, sent);
         QVERIFY(run.queue.jobs().isEmpty());
         const JobPointer next = run.queue.currentJob();
-        QCOMPARE(!next.isNull(), anotherRuns);
+        QCOMPARE(!next.isNull(), nextJobRuns);
 
-        // The end of a job that is no longer current is not reported.
-        const QStringList after = run.recorder.log.mid(removalCase.event + 1);
+        // The queue doesn't report the end of a job that is no longer current.
+        const QStringList after = run.recorder.log.mid(removalCase.signalIndex + 1);
         const bool done = removalCase.removal == Removal::Remove && run.wasCurrent
             && !removalCase.waiting && dialogue.type != SerialPortJobType::JobConnect;
         QCOMPARE(after.filter(QRegularExpression(text("^queue: (job|error|allJobsDone)"))),
@@ -379,5 +380,5 @@ private:
     }
 };
 
-KV_TEST_CORE_MAIN(TestSerialPortLifetime)
-#include "tst_serialportlifetime.moc"
+KV_TEST_CORE_MAIN(TestSerialPortJobLifetime)
+#include "tst_serialportjoblifetime.moc"
