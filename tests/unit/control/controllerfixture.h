@@ -13,7 +13,7 @@
 
 /// A controller with fake collaborators, in a working folder with a settings.xml of two models.
 ///
-/// The calls to all fakes, the settings that are written and the debug lines are recorded in one
+/// The calls to all fakes, the settings that are written and the debug messages are recorded in one
 /// list, so that each comparison with it checks their order and that nothing else happened. Only
 /// one fixture can exist at a time.
 struct ControllerFixture
@@ -40,13 +40,13 @@ struct ControllerFixture
         handler.onCall = record;
         settings.onWrite = record;
         storage.onCall = record;
-        debugLines = &calls;
-        messageHandler = qInstallMessageHandler(handleMessage);
+        debugMessages = &calls;
+        previousHandler = qInstallMessageHandler(handleMessage);
     }
 
     ~ControllerFixture()
     {
-        qInstallMessageHandler(messageHandler);
+        qInstallMessageHandler(previousHandler);
         QFile::remove(text("settings.xml"));
     }
     Q_DISABLE_COPY(ControllerFixture)
@@ -57,12 +57,12 @@ struct ControllerFixture
                             "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
     }
 
-    /// What has been recorded since the last time, with a bar between two entries.
+    /// Returns and removes what has been recorded, with a bar between two entries.
     QString takeCalls()
     {
-        const QString taken = calls.join(QLatin1Char('|'));
+        const QString recorded = calls.join(QLatin1Char('|'));
         calls.clear();
-        return taken;
+        return recorded;
     }
 
     /// The controller's running timers, the measurement timer first.
@@ -77,7 +77,7 @@ struct ControllerFixture
         return timers;
     }
 
-    /// Their intervals, in ms.
+    /// The intervals of runningTimers(), in ms.
     QList<int> timerIntervals() const
     {
         QList<int> intervals;
@@ -100,17 +100,17 @@ private:
                               const QString &message)
     {
         if (type == QtDebugMsg) {
-            debugLines->append(text("log ") + message);
+            debugMessages->append(text("log ") + message);
         } else {
-            messageHandler(type, context, message);
+            previousHandler(type, context, message);
         }
     }
 
-    inline static QStringList *debugLines = nullptr;
-    inline static QtMessageHandler messageHandler = nullptr;
+    inline static QStringList *debugMessages = nullptr;
+    inline static QtMessageHandler previousHandler = nullptr;
 };
 
-/// One that has started.
+/// A fixture whose controller has been started.
 struct StartedController : ControllerFixture
 {
     StartedController()
@@ -122,7 +122,7 @@ struct StartedController : ControllerFixture
     }
 };
 
-/// One that is connected to a device that is ready, so that measurements are polled.
+/// A started fixture that is connected to a device that is ready, so measurements are polled.
 struct ConnectedController : StartedController
 {
     ConnectedController()

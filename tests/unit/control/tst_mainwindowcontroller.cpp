@@ -12,7 +12,7 @@ namespace {
 
 const QDateTime deviceTime(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
 
-/// Whether such a single-shot timer is registered in the event dispatcher.
+/// Whether a timer with this interval and type is registered in the event dispatcher.
 bool singleShotIsPending(int intervalMs, Qt::TimerType type)
 {
     auto *const dispatcher = QAbstractEventDispatcher::instance();
@@ -28,13 +28,13 @@ bool singleShotIsPending(int intervalMs, Qt::TimerType type)
 
 } // namespace
 
-/// A connection from its beginning to its end, and everything without files.
+/// Connecting, replies, polling, requests of the user and disconnecting; everything without files.
 class TestMainWindowController : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void emptyPortNameDoesNothing()
+    void connectWithAnEmptyPortNameDoesNothing()
     {
         StartedController f;
         f.handler.currentPortName.clear();
@@ -42,7 +42,7 @@ private slots:
         QCOMPARE(f.takeCalls(), text("log Unable to connect with empty port name"));
     }
 
-    void newPortNameMakesATransport()
+    void newPortNameCreatesATransport()
     {
         StartedController f;
         emit f.window.connectClicked(text("/dev/ttyNEW"));
@@ -50,7 +50,7 @@ private slots:
         QVERIFY(!f.handler.transport->isOpen());
     }
 
-    void samePortNameUsesTheSameTransport()
+    void samePortNameKeepsTheTransport()
     {
         StartedController f;
         emit f.window.connectClicked(text("ttyOLD"));
@@ -58,7 +58,7 @@ private slots:
                  text("log Port already opened, trying again to read sw version|connectToDevice"));
     }
 
-    void connectedAsksForEverythingInOrder()
+    void connectedRequestsAllValuesInOrder()
     {
         StartedController f;
         f.window.names = texts("one|two");
@@ -101,7 +101,7 @@ private slots:
                       "log Model not supported, supported models are: (\"KVT-1\", \"KVT-2\")"));
     }
 
-    void eachOtherReplyHasItsEffect()
+    void handlesRepliesWithClockAndLogOption()
     {
         StartedController f;
         const struct
@@ -164,7 +164,7 @@ private slots:
         }
     }
 
-    void endOfTheFirstReadsStoresTheIdentityAndStartsPolling()
+    void firstAllJobsDoneStoresTheDeviceAndStartsPolling()
     {
         StartedController f;
         emit f.handler.connected();
@@ -189,7 +189,7 @@ private slots:
         QCOMPARE(f.takeCalls(), QString());
     }
 
-    void editsAreSentOnceTheFirstReadsHaveEnded()
+    void editsAreSentOnlyAfterTheFirstReads()
     {
         StartedController f;
         const auto callsOfAnEdit = [&f] {
@@ -215,7 +215,7 @@ private slots:
         QCOMPARE(callsOfAnEdit(), QString());
     }
 
-    void editsAreSentOnceTheWindowIsConnected()
+    void editsAreSentAsSoonAsTheWindowIsConnected()
     {
         StartedController f;
         emit f.handler.connected();
@@ -260,12 +260,12 @@ private slots:
         QVERIFY(f.timerIntervals().isEmpty());
     }
 
-    void eachReplyOfAnotherStateRestartsTheWaitForTheNext()
+    void eachReplyWithAnotherStateRestartsTheStateTimer()
     {
         ConnectedController f;
         emit f.handler.dataRead(text("meas_state"), text("not a number"));
         QCOMPARE(f.timerIntervals(), QList<int>({60000, 300000}));
-        // Shorter ones, as the event loop rounds long ones.
+        // Shorter intervals, because the event loop rounds long ones.
         f.controller.setMeasurementInterval(3000);
         f.controller.setMeasurementAvailabilityInterval(3000);
         const QTimer &measurementTimer = *f.runningTimers().at(0);
@@ -278,7 +278,7 @@ private slots:
         QVERIFY(measurementTimer.remainingTime() < 2700);
     }
 
-    void measurementGoesToTheWindowThenToTheStore()
+    void readingIsShownAndThenStored()
     {
         ConnectedController f;
         emit f.handler.dataRead(text("meas_state"), text("4"));
@@ -310,7 +310,7 @@ private slots:
         }
     }
 
-    void measurementBeforeTheDeviceIsKnownIsShownOnly()
+    void readingBeforeTheDeviceIsKnownIsOnlyShown()
     {
         StartedController f;
         QTest::ignoreMessage(QtWarningMsg,
@@ -319,7 +319,7 @@ private slots:
         QCOMPARE(f.takeCalls(), text("addMeasurement"));
     }
 
-    void disconnectKeepsItsOrderAndDelay()
+    void disconnectStopsPollingAndClosesThePortAfterADelay()
     {
         ConnectedController f;
         emit f.handler.dataRead(text("meas_state"), text("0"));
@@ -341,7 +341,7 @@ private slots:
         QVERIFY(f.window.device.serialNumber.isEmpty());
     }
 
-    void finishedActionsHaveTheirEffect()
+    void handlesEachFinishedAction()
     {
         ConnectedController f;
         const struct
@@ -407,7 +407,7 @@ private slots:
         }
     }
 
-    void cancelOfTheWaitDialogFollowsItsReason()
+    void cancelDependsOnTheReasonOfTheWaitDialog()
     {
         ConnectedController f;
         const struct
@@ -445,7 +445,7 @@ private slots:
         QTRY_VERIFY(f.calls.contains(text("disconnectFromDevice")));
     }
 
-    void synchronizeReadsEverythingAgain()
+    void synchronizeReadsAllValuesAgain()
     {
         ConnectedController f;
         f.window.names = texts("one|two");
@@ -454,7 +454,7 @@ private slots:
                  text("readValues hwver swver serial model meas_state health one two|readDate"));
     }
 
-    void settingsAreWrittenAfterAYesOnly()
+    void settingsAreWrittenOnlyAfterAYes()
     {
         ConnectedController f;
         const QString question = text("askQuestion Write data to EEPROM; Are you sure you want to "
@@ -488,7 +488,7 @@ private slots:
         QVERIFY(f.handler.date <= QDateTime::currentDateTimeUtc());
     }
 
-    void unitsFollowTheirIndex()
+    void unitIndexSetsTheDisplayOption()
     {
         StartedController f;
         for (const int index : {0, 1, 2, -1}) {
@@ -507,7 +507,7 @@ private slots:
         QVERIFY(f.window.options.hideUndefinedUnit);
     }
 
-    void graphOpensWithDefaultsAtFirst()
+    void graphInitiallyOpensWithDefaults()
     {
         ConnectedController f;
         emit f.window.temperatureUnitIndexChanged(1);

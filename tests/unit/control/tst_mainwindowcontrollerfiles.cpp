@@ -8,15 +8,15 @@ const char question[] =
     "askQuestion Are you sure?; Choosing invalid firmware or aborting firmware may render the "
     "device unusable. Are you sure you wish to continue?";
 
-QDateTime minute(int number)
+QDateTime timeAtMinute(int number)
 {
     return QDateTime(QDate(2026, 1, 2), QTime(10, number), Qt::LocalTime).toUTC();
 }
 
-StoredMeasurement stored(int atMinute, const QVector<MeasurementValue> &values)
+StoredMeasurement storedReading(int minute, const QVector<MeasurementValue> &values)
 {
     StoredMeasurement measurement;
-    measurement.timestamp = minute(atMinute);
+    measurement.timestamp = timeAtMinute(minute);
     measurement.values = values;
     return measurement;
 }
@@ -26,9 +26,9 @@ MeasurementValue value(const char *name, double number, bool valid = true)
     return {text(name), valid, number};
 }
 
-const QVector<LogValue> logRows{{{0.1, 1234567.0}, minute(0)}, {{}, minute(1)}};
+const QVector<LogValue> logRows{{{0.1, 1234567.0}, timeAtMinute(0)}, {{}, timeAtMinute(1)}};
 
-/// The answers of a user who exports some types of measurements to a file.
+/// A connected fixture whose dialogs choose two measurements and the file @p path for an export.
 struct ExportingController : ConnectedController
 {
     explicit ExportingController(const QString &path)
@@ -36,13 +36,13 @@ struct ExportingController : ConnectedController
         window.answer = true;
         window.saveFile = path;
         window.exportSelection.measurementTypes = {{1, text("T")}, {2, text("P")}};
-        storage.measurementsResult = {stored(0, {value("T", 5, false)})};
+        storage.measurementsResult = {storedReading(0, {value("T", 5, false)})};
     }
 };
 
 } // namespace
 
-/// The log, the export of measurements, firmware update, memory backup and restore.
+/// Log, export of measurements, firmware update, EEPROM backup and restore.
 class TestMainWindowControllerFiles : public QObject
 {
     Q_OBJECT
@@ -54,7 +54,7 @@ private slots:
         QVERIFY(files::write(m_empty, QByteArray()));
     }
 
-    void logIsReadUnderAProgressDialog()
+    void readingTheLogShowsAProgressDialog()
     {
         ConnectedController f;
         emit f.window.startReadingLogClicked();
@@ -89,7 +89,7 @@ private slots:
         QCOMPARE(f.takeCalls(),
                  dialog.arg(text("log.csv"))
                      + text("|setting log filename=%1|log Saving log to \"%1\"").arg(m_csv));
-        // Titles unquoted, six significant digits, local time, and a row without values.
+        // Unquoted titles, six significant digits, local time, and a row without values.
         QCOMPARE(files::contents(m_csv),
                  QByteArray("Time,O3,a,b\n2026-01-02T10:00:00,0.1,1.23457e+06\n"
                             "2026-01-02T10:01:00,\n"));
@@ -106,16 +106,16 @@ private slots:
                             "No such file or directory"));
     }
 
-    void logIsClearedAfterAYesOnly()
+    void logIsClearedOnlyAfterAYes()
     {
         ConnectedController f;
-        const QString asked =
+        const QString confirmation =
             text("askQuestion Clear log; Are you sure you want to clear the log?");
         emit f.window.eraseLogClicked();
-        QCOMPARE(f.takeCalls(), asked);
+        QCOMPARE(f.takeCalls(), confirmation);
         f.window.answer = true;
         emit f.window.eraseLogClicked();
-        QCOMPARE(f.takeCalls(), asked + text("|eraseLog"));
+        QCOMPARE(f.takeCalls(), confirmation + text("|eraseLog"));
     }
 
     void exportDialogGetsTheDeviceAndABlankSelection()
@@ -130,16 +130,16 @@ private slots:
         QCOMPARE(f.window.blankSelection.deviceId, 0U);
     }
 
-    void exportAsksForThePeriodOfTheChosenDevice()
+    void exportReadsThePeriodOfTheSelectedDevice()
     {
         ExportingController f(QString{});
-        f.window.exportSelection.from = minute(1);
-        f.window.exportSelection.to = minute(9);
+        f.window.exportSelection.from = timeAtMinute(1);
+        f.window.exportSelection.to = timeAtMinute(9);
         f.window.exportSelection.deviceId = 42;
         emit f.window.exportLocalMeasurementsToCsvClicked();
         QCOMPARE(f.storage.measurementsAsks.size(), 1);
-        QCOMPARE(f.storage.measurementsAsks.first().from, minute(1));
-        QCOMPARE(f.storage.measurementsAsks.first().to, minute(9));
+        QCOMPARE(f.storage.measurementsAsks.first().from, timeAtMinute(1));
+        QCOMPARE(f.storage.measurementsAsks.first().to, timeAtMinute(9));
         QCOMPARE(f.storage.measurementsAsks.first().deviceId, 42U);
     }
 
@@ -158,7 +158,7 @@ private slots:
         QCOMPARE(f.takeCalls(), calls);
     }
 
-    void exportFileNameIsProposedAndRemembered()
+    void exportFileNameIsSavedAndProposedAgain()
     {
         ExportingController f(QString{});
         const QString dialogs =
@@ -185,17 +185,20 @@ private slots:
                                      "/no/such/folder/m.csv:")));
     }
 
-    void exportConvertsAndNamesItsColumns()
+    void exportConvertsValuesAndUsesDisplayNames()
     {
         ExportingController f(m_csv);
         emit f.window.temperatureUnitIndexChanged(1);
         f.window.exportSelection.measurementTypes = {
             {1, text("T")}, {2, text("O3")}, {3, text("other")}};
         f.storage.measurementsResult = {
-            stored(0, {value("T", 100), value("skipped", 5), value("O3", 4), value("other", 7)}),
-            stored(1, {value("T", 0), value("skipped", 6), value("O3", 8), value("other", 9)})};
+            storedReading(
+                0, {value("T", 100), value("skipped", 5), value("O3", 4), value("other", 7)}),
+            storedReading(1,
+                          {value("T", 0), value("skipped", 6), value("O3", 8), value("other", 9)})};
         emit f.window.exportLocalMeasurementsToCsvClicked();
-        // An O3 in ppb is multiplied in ppm too; another model's measurement keeps its raw name.
+        // The factor of O3 applies to the conversion from ppb to ppm, too. A measurement of another
+        // model keeps its raw name.
         QCOMPARE(files::contents(m_csv),
                  QByteArray("Timestamp,Temperature,Ozone,other\n2026-01-02T10:00:00,212,2,7\n"
                             "2026-01-02T10:01:00,32,4,9\n"));
@@ -208,15 +211,15 @@ private slots:
             MeasurementValue value;
             QByteArray lines;
         } firstRows[] = {
-            // A value that is not valid has a column like any other.
+            // An invalid value has a column like any other.
             {value("T", 5, false), "Timestamp,Temperature\n2026-01-02T10:00:00,5\n"},
             {value("O3", 1), "Timestamp\n2026-01-02T10:00:00,\n"},
         };
         for (const auto &first : firstRows) {
             ExportingController f(m_csv);
-            f.storage.measurementsResult = {stored(0, {first.value}),
-                                            stored(1, {value("T", 2), value("P", 3)}),
-                                            stored(2, {}), stored(3, {value("P", 4)})};
+            f.storage.measurementsResult = {
+                storedReading(0, {first.value}), storedReading(1, {value("T", 2), value("P", 3)}),
+                storedReading(2, {}), storedReading(3, {value("P", 4)})};
             emit f.window.exportLocalMeasurementsToCsvClicked();
             QCOMPARE(files::contents(m_csv),
                      first.lines
@@ -225,7 +228,7 @@ private slots:
         }
     }
 
-    void everyTitleGoesThroughTheDisplayNames()
+    void displayNamesApplyToEveryColumnHeading()
     {
         ExportingController f(m_csv);
         QVERIFY(f.writeModels(
@@ -236,7 +239,7 @@ private slots:
         QCOMPARE(files::contents(m_csv), QByteArray("Moment,T\n2026-01-02T10:00:00,5\n"));
     }
 
-    void updateEndsWithANo()
+    void updateStopsAfterANo()
     {
         ConnectedController f;
         emit f.window.updateFirmwareClicked();
@@ -244,7 +247,7 @@ private slots:
         QCOMPARE(f.timerIntervals(), QList<int>({60000}));
     }
 
-    void updateReadsItsFileThroughTheDialog()
+    void updateRejectsUnusableFiles()
     {
         ConnectedController f;
         f.window.answer = true;
@@ -314,7 +317,7 @@ private slots:
                        "log Failed to open serial port \"\"|Warning Unable to open serial port: "));
     }
 
-    void backupAsksForItsFileThenReads()
+    void backupAsksForAFileThenReads()
     {
         ConnectedController f;
         f.window.saveFile = m_backup;
@@ -329,7 +332,7 @@ private slots:
         QCOMPARE(f.timerIntervals(), QList<int>({60000}));
     }
 
-    void cancelledBackupDialogEmptiesTheFileName()
+    void cancelledBackupDialogClearsTheFileName()
     {
         ConnectedController f;
         f.window.saveFile = m_backup;
@@ -381,7 +384,7 @@ private slots:
         QCOMPARE(f.handler.eeprom, files::contents(m_image));
     }
 
-    void restoreNamesItsFileFirmware()
+    void restoreMessagesCallTheFileFirmware()
     {
         ConnectedController f;
         checkUnusableFiles(f, &FakeMainWindow::restoreEepromFromBackupClicked,
@@ -396,8 +399,8 @@ private slots:
     }
 
 private:
-    /// No file, an empty one and one that can't be opened. @p dialogs are the calls that open the
-    /// file dialog on %1.
+    /// Chooses no file, an empty one and one that can't be opened. @p dialogs are the calls that
+    /// open the file dialog with the path %1; @p key is the setting of the path.
     void checkUnusableFiles(ConnectedController &f, void (FakeMainWindow::*signal)(),
                             const QString &dialogs, const QString &key)
     {

@@ -13,7 +13,7 @@ QString location(QStandardPaths::StandardLocation standard)
     return QStandardPaths::writableLocation(standard);
 }
 
-/// What is recorded when the user is asked for a folder.
+/// The recorded call that asks the user for a folder.
 QString folderDialog()
 {
     return text("selectDirectory Choose where to store measurements; ")
@@ -22,7 +22,7 @@ QString folderDialog()
 
 } // namespace
 
-/// From the remembered choices to an open store.
+/// start(): restores the saved preferences, loads settings.xml and opens the store.
 class TestMainWindowControllerStart : public QObject
 {
     Q_OBJECT
@@ -48,7 +48,7 @@ private slots:
         QVERIFY(f.timerIntervals().isEmpty());
     }
 
-    void rememberedChoicesAreRestored()
+    void savedPreferencesAreRestored()
     {
         ControllerFixture f;
         f.settings.values = {{text("serial port"), text("ttyUSB3")},
@@ -75,17 +75,17 @@ private slots:
         QCOMPARE(f.window.items.first().name, text("O3"));
     }
 
-    void failedLoadShowsItsFileAndGoesOn_data()
+    void failedLoadShowsTheFileNameAndContinues_data()
     {
         QTest::addColumn<QByteArray>("contents");
         QTest::addRow("no file") << QByteArray();
         QTest::addRow("empty file") << QByteArray("");
         QTest::addRow("not XML") << QByteArray("serial=1\n");
         QTest::addRow("no devices") << QByteArray("<KVTConfig><Devices/></KVTConfig>");
-        QTest::addRow("bad measurement") << oneGoodModel;
+        QTest::addRow("invalid measurement") << oneGoodModel;
     }
 
-    void failedLoadShowsItsFileAndGoesOn()
+    void failedLoadShowsTheFileNameAndContinues()
     {
         QFETCH(QByteArray, contents);
         ControllerFixture f;
@@ -114,7 +114,7 @@ private slots:
                  text("Critical Device KVT-1 not supported. Please update KV Tool."));
     }
 
-    void rememberedFolderThatDoesNotOpenIsSkippedWithoutAMessage()
+    void savedFolderThatCannotBeOpenedIsSkippedWithoutAMessage()
     {
         ControllerFixture f;
         f.settings.values[text("local storage path")] = text("/gone");
@@ -153,7 +153,7 @@ private slots:
                 .arg(folderDialog())));
     }
 
-    void noFolderEndsTheStart()
+    void startFailsWithoutAUsableFolder()
     {
         ControllerFixture f;
         f.storage.openResult = false;
