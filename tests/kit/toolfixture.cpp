@@ -253,8 +253,8 @@ bool ToolFixture::csvEqualsStore(const QString &csv, const QString &type, const 
     constexpr int allDigits = 17;
     QProcess python;
     python.start(text("python3"),
-                 {testpaths::sourceFile("tests/kit/csvequalsstore.py"), csv, storePath(), type,
-                  QString::number(factor, 'g', allDigits), QString::number(offset),
+                 {testpaths::sourceFile("tests/kit/comparecsvwithdatabase.py"), csv, storePath(),
+                  type, QString::number(factor, 'g', allDigits), QString::number(offset),
                   QString::number(from.toMSecsSinceEpoch()),
                   QString::number(to.toMSecsSinceEpoch())});
     const bool isEqual = python.waitForFinished(waitMs) && python.exitCode() == 0;
