@@ -11,10 +11,10 @@
 #include <QtSql/QSqlQuery>
 #include <QtSql/QSqlRecord>
 
-/// The contents of a measurement database, read over a connection of its own.
+/// Reads the contents of a measurement database over a separate connection.
 ///
-/// A database that was left in the middle of a commit is to be copied first with copy(): reading
-/// would roll the commit back, which is the task of the tool's next start.
+/// Copy the database of a process that was killed with copy() first: reading it would roll back an
+/// unfinished commit, which the next start of the tool should do.
 class DatabaseInspector
 {
 public:
@@ -22,8 +22,8 @@ public:
     {
         qint64 id;
         qint64 timestamp; ///< ms since the epoch
-        int values; ///< rows
-        int types; ///< different types among them
+        int values; ///< number of values
+        int types; ///< number of different types of the values
 
         bool operator==(const Reading &other) const
         {
@@ -47,7 +47,8 @@ public:
 
     Q_DISABLE_COPY(DatabaseInspector)
 
-    /// Copies the store @p path and its journal into @p folder, replacing existing files.
+    /// Copies the database @p path and its journal to @p folder, replacing existing files; returns
+    /// the path of the copy.
     static QString copy(const QString &path, const QString &folder)
     {
         const QString target = folder + QStringLiteral("/copy.db");
@@ -77,7 +78,7 @@ public:
 
     QStringList typeNames() { return texts(QStringLiteral("select name from measurement_type")); }
 
-    /// All readings in ascending id, also those without values.
+    /// All readings in ascending order of their ids, also those without values.
     QVector<Reading> readings()
     {
         QSqlQuery query(m_database);
@@ -106,8 +107,8 @@ public:
             .size();
     }
 
-    /// The rows of @p statement, with a comma between their columns; the engine's reason if it
-    /// fails.
+    /// The rows that @p statement returns, with a comma between their columns; the error message of
+    /// the database if it fails.
     QStringList texts(const QString &statement)
     {
         QSqlQuery query(statement, m_database);

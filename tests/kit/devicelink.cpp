@@ -11,7 +11,7 @@
 
 bool runUntil(const std::function<bool()> &done, int ms)
 {
-    constexpr int tickMs = 20; // so that the time is checked though nothing else happens
+    constexpr int tickMs = 20; // so that the time is checked even if no other event arrives
     QTimer tick;
     tick.start(tickMs);
     QElapsedTimer time;
@@ -69,7 +69,7 @@ DeviceLink::DeviceLink()
     connect(&handler, &Handler::logReadProgress, this,
             [this](int percentage) { logProgress.append(percentage); });
     connect(&handler, &Handler::actionFinished, this, &DeviceLink::recordAction);
-    // After the handler's own slot, which adds the jobs of the rows.
+    // Queued after the handler's slot, which adds the jobs of the rows.
     connect(
         queue.data(), &SerialPortQueueInterface::valueRead, this,
         [this] { setTimeouts(m_timeoutMs); }, Qt::QueuedConnection);
@@ -168,9 +168,9 @@ int DeviceLink::sends(const QString &command) const
 
 bool DeviceLink::hasDevicesLog()
 {
-    const QVector<LogValue> own = simulator.logRows();
+    const QVector<LogValue> expected = simulator.logRows();
     return titles == simulator.logTitles()
-        && std::equal(log.cbegin(), log.cend(), own.cbegin(), own.cend(),
+        && std::equal(log.cbegin(), log.cend(), expected.cbegin(), expected.cend(),
                       [](const LogValue &one, const LogValue &other) {
                           return one.time == other.time && one.time.timeSpec() == Qt::UTC
                               && one.values == other.values;

@@ -13,8 +13,9 @@
 /// Longest wait of the functions below.
 constexpr int deviceWaitMs = 20000;
 
-/// Runs the event loop until @p done returns true; false when it doesn't within @p ms. Without the
-/// pauses of QTest::qWaitFor, which would take most of the time of a thousand short exchanges.
+/// Runs the event loop until @p done returns true; returns false if it doesn't within @p ms.
+/// QTest::qWaitFor() sleeps between its checks, which would take most of the time of a thousand
+/// short exchanges.
 bool runUntil(const std::function<bool()> &done, int ms = deviceWaitMs);
 
 /// The real transport, which also records what is written.
@@ -28,21 +29,22 @@ public:
 
     QStringList texts; ///< commands, and the byte that starts the bootloader's transfer
     QList<QByteArray> blocks; ///< raw data, block by block
-    QByteArray bytes; ///< both, in their order
+    QByteArray bytes; ///< both, in the order of sending
 };
 
 /// The real handler, queue and transport, connected to a simulated transmitter. The handler's
-/// signals are recorded in @c events, one line each, with their arguments as toLogString() gives
-/// them.
+/// signals are recorded in @c events, one string each, with their arguments formatted by
+/// toLogString().
 class DeviceLink : public QObject
 {
 public:
     DeviceLink();
 
-    /// Starts the simulator, with @p options and without delays of the line, and sets its port.
+    /// Starts the simulator with @p options and without the delays of a serial line, and sets its
+    /// port.
     bool start(const QString &options = QString());
 
-    /// The same, and connects.
+    /// As start(), and connects.
     bool startConnected(const QString &options = QString())
     {
         return start(options) && connectDevice();
@@ -52,7 +54,7 @@ public:
     void renewPort() { setPort(simulator.port()); }
     void setPort(const QString &path);
 
-    /// Connects, waits for the device's answer and clears the records.
+    /// Connects, waits for the device's reply and clears the records.
     bool connectDevice();
 
     void clearRecords();
@@ -63,10 +65,10 @@ public:
     }
     bool waitForDone() { return waitFor(text("allJobsDone")); }
 
-    /// Reads the variable @p name and compares; the device must answer.
+    /// Reads the variable @p name; whether the device replies with @p value.
     bool canRead(const char *name, const char *value);
 
-    /// Whether the current job has been sent five times, so that the queue has stopped.
+    /// Whether the current job has timed out for the last time, so that the queue has stopped.
     bool isStalled() const;
     bool waitForStall()
     {
@@ -74,13 +76,14 @@ public:
     }
     bool isIdle() const { return !queue->currentJob(); }
 
-    /// Sets the time-out of all present jobs, and of later log jobs, to @p ms; 0 keeps their own.
+    /// Sets the time-out of the current and the waiting jobs, and of later log jobs, to @p ms; 0
+    /// keeps the time-outs that they have.
     void setTimeouts(int ms);
 
     /// How often @p command, without its line ends, has been sent.
     int sends(const QString &command) const;
 
-    /// Whether the last result read is the device's own.
+    /// Whether the values, or the log, read last are those of the device.
     bool hasDevicesMeasurements() { return measurements == simulator.measurementValues(); }
     bool hasDevicesLog();
 
@@ -90,15 +93,15 @@ public:
     QSharedPointer<RecordingSerialPort> port;
 
     QStringList events;
-    QMap<QString, QString> measurements; ///< the last ones read
-    QDateTime measuredAt;
+    QMap<QString, QString> measurements; ///< of the last reading
+    QDateTime measuredAt; ///< the time of the last reading
     QStringList titles; ///< of the last log read
     QVector<LogValue> log;
     QVector<int> logProgress;
     QVector<int> memoryProgress;
     QVector<double> firmwareProgress;
-    QByteArray image; ///< of the last memory read
-    int gatherMs = 0; ///< pause after each chunk, so that the next one arrives whole
+    QByteArray image; ///< of the EEPROM, as read last
+    int gatherMs = 0; ///< pause after each chunk, in which the next bytes gather into one chunk
 
 private:
     void recordAction(SerialPortActionType action, const QVariant &result);

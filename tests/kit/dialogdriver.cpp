@@ -13,7 +13,7 @@
 
 namespace {
 
-void pressFirst(const QDialog *dialog, const std::function<bool(QAbstractButton *)> &isWanted)
+void clickFirst(const QDialog *dialog, const std::function<bool(QAbstractButton *)> &isWanted)
 {
     const QList<QAbstractButton *> buttons = dialog->findChildren<QAbstractButton *>();
     const auto button = std::find_if(buttons.begin(), buttons.end(), isWanted);
@@ -27,7 +27,7 @@ void pressFirst(const QDialog *dialog, const std::function<bool(QAbstractButton 
 DialogDriver::DialogDriver(QObject *parent)
     : QObject(parent)
 {
-    look();
+    checkActiveDialog();
 }
 
 void DialogDriver::answerBox(const QString &text, const QString &button)
@@ -38,7 +38,7 @@ void DialogDriver::answerBox(const QString &text, const QString &button)
                           return box && box->text().contains(text);
                       },
                       [button](const QDialog *dialog) {
-                          pressFirst(dialog, [&](const QAbstractButton *candidate) {
+                          clickFirst(dialog, [&](const QAbstractButton *candidate) {
                               return candidate->isVisible()
                                   && candidate->text().remove(QLatin1Char('&')) == button;
                           });
@@ -53,10 +53,10 @@ void DialogDriver::answerFileDialog(const QString &caption, const QString &path)
              return qobject_cast<const QFileDialog *>(dialog) && dialog->windowTitle() == caption;
          },
          [path](const QDialog *dialog) {
-             // Not typed: the list of completions would take the Return key.
+             // Not typed, because the list of completions would receive the Return key.
              dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(path);
              const auto *const box = dialog->findChild<QDialogButtonBox *>();
-             pressFirst(dialog, [box](QAbstractButton *button) {
+             clickFirst(dialog, [box](QAbstractButton *button) {
                  return box->buttonRole(button) == QDialogButtonBox::AcceptRole;
              });
          }});
@@ -80,12 +80,12 @@ QString DialogDriver::complaint() const
     return parts.join(QStringLiteral("; "));
 }
 
-void DialogDriver::look()
+void DialogDriver::checkActiveDialog()
 {
     constexpr int intervalMs = 20;
-    // A new single shot each time: an action that opens another dialog nests an event loop, in
-    // which the timer of the running slot doesn't fire.
-    QTimer::singleShot(intervalMs, this, &DialogDriver::look);
+    // A new single-shot timer each time: an action that opens another dialog runs a nested event
+    // loop, in which a repeating timer would not time out while its slot runs.
+    QTimer::singleShot(intervalMs, this, &DialogDriver::checkActiveDialog);
     auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
     if (dialog != m_current) {
         m_current = dialog;

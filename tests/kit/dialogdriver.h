@@ -10,18 +10,19 @@
 ///
 /// Answers are prepared before the dialog opens. Each dialog that opens takes the first answer that
 /// matches it; one without an answer is recorded as unexpected and rejected. A wait dialog needs no
-/// answer: it ends with its operation.
+/// answer: it closes when its operation ends.
 class DialogDriver : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Acts on a dialog; must close it in the end.
+    /// Uses a dialog and finally closes it.
     using Action = std::function<void(QDialog *)>;
 
     explicit DialogDriver(QObject *parent = nullptr);
 
-    /// Presses the button with the text @p button in the next box whose text contains @p text.
+    /// Presses the button with the text @p button in the next message box whose text contains
+    /// @p text.
     void answerBox(const QString &text, const QString &button);
 
     /// Accepts the next file dialog with the caption @p caption with the file @p path.
@@ -36,10 +37,10 @@ public:
         answerDialog(title, [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
     }
 
-    /// True when each prepared answer has been given and no dialog was unexpected.
-    bool isSatisfied() const { return m_answers.isEmpty() && m_unexpected.isEmpty(); }
+    /// Whether each prepared answer has been given and no dialog was unexpected.
+    bool hasMetExpectations() const { return m_answers.isEmpty() && m_unexpected.isEmpty(); }
 
-    /// Which dialogs were missing or unexpected, as a sentence; empty when satisfied.
+    /// A message with the missing and the unexpected dialogs; empty if there are none.
     QString complaint() const;
 
     /// Removes the prepared answers and recorded dialogs.
@@ -60,7 +61,7 @@ private:
         Action action;
     };
 
-    void look();
+    void checkActiveDialog();
     void answer(QDialog *dialog);
 
     QList<Answer> m_answers;

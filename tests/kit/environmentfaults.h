@@ -35,7 +35,7 @@ private:
     std::array<__user_cap_data_struct, 2> m_before = {};
 };
 
-/// A full disk while it exists: files can be created, and writing to them fails.
+/// Simulates a full disk while it exists: files can be created, but writing to them fails.
 class FullDiskScope
 {
 public:
@@ -59,7 +59,7 @@ private:
     void (*m_signalBefore)(int);
 };
 
-/// Keeps the port @c path open exclusively while it exists, as another program does.
+/// Keeps the port @c path open for exclusive use while it exists, as another program would.
 class PortInUseScope
 {
 public:
@@ -74,7 +74,7 @@ public:
     }
     Q_DISABLE_COPY(PortInUseScope)
 
-    /// False when the port could not be opened for exclusive use.
+    /// False if the port could not be opened for exclusive use.
     bool isActive() const { return m_isActive; }
 
 private:
@@ -99,7 +99,7 @@ public:
     }
     Q_DISABLE_COPY(LockedDatabaseScope)
 
-    /// False when the lock could not be acquired.
+    /// False if the lock could not be acquired.
     bool isActive() const { return m_isActive; }
 
 private:

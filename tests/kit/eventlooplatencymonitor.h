@@ -6,7 +6,8 @@
 #include <cstdio>
 #include <ctime>
 
-/// Measures, from its construction on, for how long the event loop leaves a timer of 10 ms waiting.
+/// Measures, from its construction on, the delays of a 10 ms timer, which show for how long the
+/// event loop was blocked.
 class EventLoopLatencyMonitor
 {
 public:
@@ -23,21 +24,21 @@ public:
         m_timer.start(periodMs);
     }
 
-    /// The longest time between two ticks, in ms.
+    /// The longest time between two time-outs of the timer, in ms.
     qint64 longestGap() const { return m_longestGap; }
 
-    /// Ticks so far.
+    /// The number of time-outs so far.
     int ticks() const { return m_ticks; }
 
-    /// Prints the figures and the share of a processor used, with @p title in front.
+    /// Prints @p title, the figures and the processor usage.
     void print(const char *title) const
     {
-        const qint64 passedMs = qMax<qint64>(1, m_sinceStart.elapsed());
-        const double usedMs =
+        const qint64 elapsedMs = qMax<qint64>(1, m_sinceStart.elapsed());
+        const double processorMs =
             static_cast<double>(std::clock() - m_processorAtStart) / CLOCKS_PER_SEC * 1000.0;
         std::printf("%-28s longest gap %4lld ms, %3d ticks in %4lld ms, processor %3.0f %%\n",
-                    title, m_longestGap, m_ticks, passedMs,
-                    usedMs / static_cast<double>(passedMs) * 100.0);
+                    title, m_longestGap, m_ticks, elapsedMs,
+                    processorMs / static_cast<double>(elapsedMs) * 100.0);
         std::fflush(stdout);
     }
 

@@ -5,7 +5,7 @@
 
 #include <QtCore/QStringList>
 
-/// A job that records its calls, and is running between start and stop. The test emits its
+/// A job that records its calls and is running between start() and stop(). The test emits its
 /// signals.
 class FakeJob : public SerialPortJobInterface
 {
@@ -22,16 +22,16 @@ public:
     void start() override
     {
         running = true;
-        note("start");
+        recordCall("start");
     }
     void stop() override
     {
         running = false;
-        note("stop");
+        recordCall("stop");
     }
     bool restart() override
     {
-        note("restart");
+        recordCall("restart");
         return restartResult;
     }
     SerialPortJobType type() override { return m_type; }
@@ -56,7 +56,7 @@ protected:
     void parseData(QString buffer) override { Q_UNUSED(buffer) }
 
 private:
-    void note(const char *call)
+    void recordCall(const char *call)
     {
         const QString text = QLatin1String(call);
         calls.append(text);

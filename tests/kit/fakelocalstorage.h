@@ -6,7 +6,7 @@
 #include <QtCore/QStringList>
 #include <functional>
 
-/// A store without contents: it records each call and answers as the test prepared.
+/// A store without contents that records each call and returns what the test has set.
 class FakeLocalStorage : public LocalStorage
 {
 public:
@@ -14,7 +14,7 @@ public:
     {
         unsigned deviceId = 0;
         MeasurementMetadata metadata;
-        unsigned idBefore = 0; ///< what the caller had in the id before the call
+        unsigned idBefore = 0; ///< the value of the id parameter before the call
     };
     struct AddedValues
     {
@@ -29,7 +29,7 @@ public:
     };
 
     QStringList calls; ///< names of the operations called, in order
-    std::function<void(const QString &call)> onCall; ///< runs during each call, with "store open"
+    std::function<void(const QString &call)> onCall; ///< called with "store open" and the like
 
     // Arguments of the calls, one list per operation.
     QStringList openedPaths;
@@ -39,22 +39,21 @@ public:
     QVector<unsigned> typesAsks;
     QVector<Range> measurementsAsks;
 
-    // Answers.
+    // Results of the calls.
     bool openResult = true;
-    std::function<bool(const QString &path)>
-        openPredicate; ///< determines the result instead, when set
+    std::function<bool(const QString &path)> openPredicate; ///< if set, used instead of openResult
     bool addDeviceResult = true;
-    bool addDeviceWritesId = true; ///< false: the id is left as the caller had it
+    bool addDeviceWritesId = true; ///< if false, the id is not changed
     unsigned addDeviceId = 1;
     bool addMeasurementResult = true;
     unsigned addMeasurementId = 1;
     QVector<StoredDevice> devicesResult;
     QMap<unsigned, QString> measurementTypesResult;
     QMap<unsigned, QMap<unsigned, QString>>
-        measurementTypesByDevice; ///< takes precedence over the one above
+        measurementTypesByDevice; ///< used instead of measurementTypesResult
     QVector<StoredMeasurement> measurementsResult;
 
-    /// How often the operation @p call was called.
+    /// The number of calls of the operation @p call.
     int count(const QString &call) const { return static_cast<int>(calls.count(call)); }
 
     bool open(const QString &path) override

@@ -7,8 +7,8 @@
 #include <QtCore/QObject>
 #include <functional>
 
-/// A window that records each call as one text ("setHealth 98", "askQuestion title; text"), answers
-/// questions and dialogs as the test prepared, and has the signals of the real one.
+/// Records each call as one string ("setHealth 98", "askQuestion title; text"), returns what the
+/// test has set as answers to questions and dialogs, and has the signals of the real window.
 class FakeMainWindow : public QObject, public MainWindowInterface
 {
     Q_OBJECT
@@ -120,7 +120,7 @@ public:
         device = newDevice;
         storage = newStorage;
         items = newItems;
-        blankSelection = *selection;
+        initialSelection = *selection;
         if (answer) {
             *selection = exportSelection;
         }
@@ -152,10 +152,10 @@ public:
     QString selectedPort() override { return port; }
 
     QStringList calls;
-    std::function<void(const QString &call)> onCall; ///< runs during each call
+    std::function<void(const QString &call)> onCall; ///< called during each call
 
-    // What the test prepares.
-    bool answer = false;
+    // Results of the calls, set by the test.
+    bool answer = false; ///< to questions, and whether the export dialog is accepted
     QString saveFile;
     QString openFile;
     QString port;
@@ -172,7 +172,7 @@ public:
     DeviceDetails device;
     LocalStorage *storage = nullptr;
     GraphSettings graph;
-    ExportSelection blankSelection;
+    ExportSelection initialSelection;
 
 signals:
     void synchronizeClicked();

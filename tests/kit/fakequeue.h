@@ -36,7 +36,7 @@ public:
         calls.append(QStringLiteral("addJob ") + enumeratorName(job->type()));
     }
     QSharedPointer<SerialPortInterface> serialPort() override { return port; }
-    bool hasJob(SerialPortJobType type) override { return waiting.contains(type); }
+    bool hasJob(SerialPortJobType type) override { return waitingTypes.contains(type); }
     void removeJobs(SerialPortJobType type) override
     {
         calls.append(QStringLiteral("removeJobs ") + enumeratorName(type));
@@ -45,7 +45,7 @@ public:
     QStringList calls;
     QSharedPointer<SerialPortInterface> port;
     QVector<QSharedPointer<SerialPortJobInterface>> jobs;
-    QVector<SerialPortJobType> waiting;
+    QVector<SerialPortJobType> waitingTypes;
     QString currentPortName;
     bool openResult = true;
 };

@@ -6,8 +6,8 @@
 #include <QtCore/QByteArrayList>
 #include <QtCore/QVector>
 
-/// A transport without a device: records what is written and counts the other calls. The test calls
-/// receive().
+/// A transport without a device: records what is written and counts the calls of open(), close()
+/// and flush(). The test calls receive().
 class FakeSerialPort : public SerialPortInterface
 {
     Q_OBJECT
@@ -31,28 +31,28 @@ public:
     }
     bool open() override
     {
-        ++opens;
+        ++openCount;
         opened = openResult;
         return openResult;
     }
     void close() override
     {
-        ++closes;
+        ++closeCount;
         opened = false;
     }
-    void flush() override { ++flushes; }
+    void flush() override { ++flushCount; }
     QString portName() override { return name; }
     bool isOpen() override { return opened; }
 
-    /// Emits text as if from the device.
+    /// Emits @p text as received from the device.
     void receive(const QString &text) { emit dataReady(text); }
 
-    QByteArrayList sent; ///< one entry for each write, texts in UTF-8
+    QByteArrayList sent; ///< one entry for each write(), text in UTF-8
     QVector<Kind> kinds; ///< of the entries of sent
     QString name = QStringLiteral("ttyFAKE0");
     bool openResult = true;
     bool opened = false;
-    int opens = 0;
-    int closes = 0;
-    int flushes = 0;
+    int openCount = 0;
+    int closeCount = 0;
+    int flushCount = 0;
 };

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// A handler that passes each request as one text ("readValue health") to onCall; the test emits
+/// A handler that passes each request to onCall as one string ("readValue health"). The test emits
 /// its signals.
 class FakeSerialPortHandler : public SerialPortHandlerInterface
 {

@@ -6,8 +6,8 @@
 #include <QtCore/QVariantMap>
 #include <functional>
 
-/// Settings in memory that pass each access as one text ("setting firmware path=/f.bin") to onRead
-/// or onWrite.
+/// Settings in memory. Each read access calls onRead with the key, each write access onWrite with a
+/// string such as "setting firmware path=/f.bin".
 class FakeSettings : public SettingsInterface
 {
 public:

@@ -8,10 +8,10 @@
 /// What goes wrong in the device, on the line, at the port or on the disk.
 // clang-format off
 enum class FaultKind {
-    // in any answer
+    // in any reply
     SilenceOnce, Silence, ShortDelay, LateAnswer, SingleBytes, LostByte, FlippedBit, NulByte,
     RepliesInOneChunk, Chatter, UnknownModel,
-    // in the log, the memory and a firmware update
+    // in the log, the EEPROM and a firmware update
     WrongChecksum, WrongChecksumInPieces, WrongChecksumAlways, WrongEntry, WrongEntryAlways,
     MalformedRecord, MalformedRecordAlways, NoLogOption, MalformedBlock, MalformedBlockAlways,
     BlockRejected, BlockUnanswered, BlockRepliesInOneChunk, BootWithLineEnd, FinalStar,
@@ -34,14 +34,15 @@ struct FaultInfo
     FaultLevels levels;
     const char *name;
     /// For the simulator's control command "fault", where %c is the console command that the fault
-    /// affects and %p the byte of its answer. Empty when the test causes the fault itself.
+    /// affects and %p the number of the damaged byte of its reply. Empty if the test causes the
+    /// fault itself.
     const char *simulatorFault;
 
     QByteArray simulatorFaultFor(const QByteArray &command, const QByteArray &damagedByte) const;
 };
 
-/// The delay of FaultKind::LateAnswer, and the time-out that makes the answer late: neither the
-/// first nor the second time-out is near the moment of the answer.
+/// The delay of FaultKind::LateAnswer, and the time-out that makes the reply late: it arrives
+/// halfway between the first and the second time-out.
 constexpr int lateAnswerMs = 2250;
 constexpr int lateAnswerTimeoutMs = 1500;
 
@@ -55,5 +56,5 @@ inline bool isHangUp(FaultKind kind)
     return kind >= FaultKind::HangUpBefore && kind <= FaultKind::HangUpAfter;
 }
 
-/// Whether it is a fault of files and folders.
+/// Whether @p kind is a fault of files and folders.
 inline bool isDiskFault(FaultKind kind) { return kind >= FaultKind::ReadOnlyFolder; }

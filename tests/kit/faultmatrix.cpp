@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int runsOfEach = 2; // of a fault and of an operation, in the selection
+constexpr int minimumRuns = 2; // of each fault and each operation in the selection
 
 } // namespace
 
@@ -57,13 +57,13 @@ QVector<FaultMatrix::Pair> FaultMatrix::coveringSelection() const
     QMap<FaultKind, int> faults;
     QMap<int, int> operations;
     QSet<QByteArray> outcomes;
-    for (int leastGain = 3; leastGain > 0; --leastGain) {
+    for (int minimumGain = 3; minimumGain > 0; --minimumGain) {
         for (const Pair &pair : applicablePairs()) {
             const QByteArray outcome = expected(pair.first, pair.second).text;
-            const int gain = (faults.value(pair.first) < runsOfEach ? 1 : 0)
-                + (operations.value(pair.second) < runsOfEach ? 1 : 0)
+            const int gain = (faults.value(pair.first) < minimumRuns ? 1 : 0)
+                + (operations.value(pair.second) < minimumRuns ? 1 : 0)
                 + (outcomes.contains(outcome) ? 0 : 1);
-            if (gain >= leastGain && !selection.contains(pair)) {
+            if (gain >= minimumGain && !selection.contains(pair)) {
                 ++faults[pair.first];
                 ++operations[pair.second];
                 outcomes.insert(outcome);
@@ -89,9 +89,9 @@ void FaultMatrix::addRows(const char *part) const
     }
 }
 
-void FaultMatrix::record(FaultKind fault, int operation, const QByteArray &seen)
+void FaultMatrix::record(FaultKind fault, int operation, const QByteArray &outcome)
 {
-    m_seen.insert({fault, operation}, seen);
+    m_outcomes.insert({fault, operation}, outcome);
 }
 
 void FaultMatrix::verify(int pairCount) const
@@ -107,7 +107,7 @@ void FaultMatrix::verify(int pairCount) const
     const QVector<Pair> selection = coveringSelection();
     const auto isCovered = [&](const auto &is) {
         return std::count_if(selection.begin(), selection.end(), is)
-            >= qMin<qint64>(runsOfEach, std::count_if(all.begin(), all.end(), is));
+            >= qMin<qint64>(minimumRuns, std::count_if(all.begin(), all.end(), is));
     };
     for (const Pair &pair : all) {
         QVERIFY(isCovered([&](const Pair &other) { return other.first == pair.first; }));
@@ -136,19 +136,20 @@ bool FaultMatrix::saveTable(const QByteArray &part) const
             if (part != m_operations.at(operation).part) {
                 continue;
             }
-            if (expectation.applies && !m_seen.contains({fault, operation})) {
+            if (expectation.applies && !m_outcomes.contains({fault, operation})) {
                 return true; // an incomplete run has no table
             }
-            const QByteArray seen = m_seen.value({fault, operation});
-            const QByteArrayList words = !expectation.applies
+            const QByteArray outcome = m_outcomes.value({fault, operation});
+            const QByteArrayList cells = !expectation.applies
                 ? QByteArrayList{QByteArray("not applicable: ") + expectation.text, "-"}
-                : QByteArrayList{expectation.text, seen == expectation.text ? "the same" : seen};
+                : QByteArrayList{expectation.text,
+                                 outcome == expectation.text ? "the same" : outcome};
             const auto row =
                 std::find_if(rows.begin() + firstOfFault, rows.end(),
-                             [&](const QByteArrayList &other) { return other.mid(2) == words; });
+                             [&](const QByteArrayList &other) { return other.mid(2) == cells; });
             const QByteArray name = m_operations.at(operation).name;
             if (row == rows.end()) {
-                rows.append(QByteArrayList{faultInfo(fault).name, name} + words);
+                rows.append(QByteArrayList{faultInfo(fault).name, name} + cells);
             } else {
                 (*row)[1] += ", " + name;
             }

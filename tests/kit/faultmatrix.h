@@ -16,33 +16,34 @@ struct FaultOperation
     const char *part; ///< the test function and table that it belongs to
     const char *name;
     const char *command; ///< the console command that the faults affect; empty for none
-    const char *damagedByte; ///< of the command's answer, counted from 1
+    const char *damagedByte; ///< number of the byte of the reply that is damaged, from 1
 };
 
-/// The expected outcome of an operation under a fault, or why the two don't apply to each other.
+/// The expected outcome of an operation under a fault, or the reason why the fault is not
+/// applicable to the operation.
 struct Expectation
 {
-    constexpr Expectation(const char *words = "", bool isApplicable = true)
-        : text(words)
+    constexpr Expectation(const char *outcome = "", bool isApplicable = true)
+        : text(outcome)
         , applies(isApplicable)
     { }
 
-    const char *text; ///< the outcome; the reason when it doesn't apply
+    const char *text; ///< the outcome, or the reason if not applicable
     bool applies;
 };
 
 constexpr Expectation notApplicable(const char *reason) { return Expectation(reason, false); }
 
-/// All pairs of the faults of one level and its operations, with the expectation of each, and what
-/// was seen.
+/// All pairs of the faults of one level and its operations, with the expected and the actual
+/// outcome of each.
 ///
-/// A test function runs the rows that addRows() adds, and records what it sees. That is a selection
-/// with each fault and each operation at least twice and each expected outcome at least once; with
-/// KV_FAULT_PAIRS=all in the environment it is every pair.
+/// A test function runs the rows that addRows() adds, and records the actual outcomes. The rows are
+/// a selection with each fault and each operation at least twice and each expected outcome at least
+/// once; with KV_FAULT_PAIRS=all in the environment they are all pairs.
 class FaultMatrix
 {
 public:
-    /// One value, several, or with {} every value.
+    /// A set of values; an empty one, {}, contains every value.
     template <typename T>
     class AnyOf
     {
@@ -60,7 +61,7 @@ public:
         QVector<T> m_values;
     };
 
-    /// What is expected of each of the operations under each of the faults.
+    /// The expectation of each of the operations under each of the faults.
     struct Entry
     {
         AnyOf<FaultKind> faults;
@@ -71,8 +72,8 @@ public:
     using Rule = Expectation (*)(FaultKind fault, int operation);
     using Pair = QPair<FaultKind, int>;
 
-    /// An operation's number is its index in @p operations. The first of @p entries that contains
-    /// the pair gives its expectation; without one, @p rule.
+    /// The number of an operation is its index in @p operations. The expectation of a pair is that
+    /// of the first of @p entries that contains the pair; if none does, the result of @p rule.
     FaultMatrix(FaultLevel level, QVector<FaultOperation> operations, QVector<Entry> entries,
                 Rule rule = nullptr);
 
@@ -83,11 +84,11 @@ public:
     /// Adds the data rows of @p part. Each row has a "fault" and an "operation", both int.
     void addRows(const char *part) const;
 
-    /// Records what was seen of a pair, for saveTables().
-    void record(FaultKind fault, int operation, const QByteArray &seen);
+    /// Records the actual outcome of a pair, for saveTables().
+    void record(FaultKind fault, int operation, const QByteArray &outcome);
 
     /// Fails the running test unless there are @p pairCount pairs, each with an expectation, and
-    /// the selection covers what it has to.
+    /// the selection contains each fault and each operation as often as required.
     void verify(int pairCount) const;
 
     /// Saves the table of each part whose applicable pairs have all been recorded.
@@ -102,5 +103,5 @@ private:
     QVector<FaultOperation> m_operations;
     QVector<Entry> m_entries;
     Rule m_rule;
-    QMap<Pair, QByteArray> m_seen;
+    QMap<Pair, QByteArray> m_outcomes;
 };

@@ -3,25 +3,25 @@
 
 #include <QtCore/QFile>
 
-/// Whole files at once, for tests.
+/// Reads and writes whole files.
 namespace files {
 
-/// What the file @p path contains; empty when it can't be read.
+/// The contents of the file @p path; empty if it can't be read.
 inline QByteArray contents(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Replaces the file @p path by one with @p bytes; false on any error.
+/// Replaces the contents of the file @p path with @p bytes; returns false on any error.
 inline bool write(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
 
-/// @p size bytes, the same for each call, in which every byte value occurs, line ends and the
-/// bootloader's answers included.
+/// @p size bytes, the same at each call. A sufficient number contains every byte value, including
+/// line ends and the bootloader's replies.
 inline QByteArray pseudoRandomBytes(int size)
 {
     QByteArray bytes(size, '\0');

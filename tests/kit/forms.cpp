@@ -1,22 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/forms.h"
 
-QStringList contentsOf(const QLayout *layout)
-{
-    QStringList names;
-    for (int i = 0; layout != nullptr && i < layout->count(); ++i) {
-        QLayoutItem *item = layout->itemAt(i);
-        if (item->widget() != nullptr) {
-            names << item->widget()->objectName();
-        } else if (item->layout() != nullptr) {
-            names << item->layout()->objectName();
-        } else {
-            names << QStringLiteral("spacer");
-        }
-    }
-    return names;
-}
-
 QStringList tabOrder(const QWidget *first, const QStringList &names)
 {
     QStringList order;

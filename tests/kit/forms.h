@@ -7,14 +7,10 @@
 #include <QtWidgets/QLayout>
 #include <QtWidgets/QWidget>
 
-/// The object names of the items of @p layout, in order; "spacer" for a spacer, an empty string for
-/// an object without a name.
-QStringList contentsOf(const QLayout *layout);
-
 /// The object names among @p names, in tab order from @p first.
 QStringList tabOrder(const QWidget *first, const QStringList &names);
 
-/// Records the contexts in which texts are looked up, and translates nothing.
+/// Records the lookups of texts with their contexts, and translates nothing.
 class RecordingTranslator : public QTranslator
 {
 public:

@@ -24,8 +24,8 @@ namespace {
 
 using Type = SerialPortJobType;
 
-// The console repeats a command line, after a prompt if it begins with a line end. Blocks are not
-// lines.
+// The console echoes a command line, after a prompt if it begins with a line end. It does not echo
+// blocks.
 QByteArray echoOf(const QByteArray &command)
 {
     if (!command.endsWith("\r\n")) {
@@ -34,7 +34,7 @@ QByteArray echoOf(const QByteArray &command)
     return command.startsWith("\r\n") ? "\r\n$ " + command.mid(2) : command;
 }
 
-// What the job @p Job and the device exchange; the reply without the echo.
+// The dialogue of a job of the class Job; the reply is given without the echo.
 template <typename Job, typename... Arguments>
 JobDialogue dialogue(const char *name, Type type, int timeoutMs, const QByteArrayList &command,
                      const QByteArray &reply, const char *rest, const QByteArrayList &report,
@@ -57,7 +57,7 @@ QVector<JobDialogue> logDialogues()
         dialogue<SerialPortJobReadLog>(
             "read log", Type::JobReadLog, 500, {"\r\nlog --count\r\n"}, "count=1234\r\n$", " ",
             {"valueRead ValueLogOption bool true", "valueRead ValueLogCount int 1234", "finished"}),
-        dialogue<SerialPortJobReadLog>("read log, none", Type::JobReadLog, 500,
+        dialogue<SerialPortJobReadLog>("read log, no log option", Type::JobReadLog, 500,
                                        {"\r\nlog --count\r\n"}, noLog, " ",
                                        {"valueRead ValueLogOption bool false", "finished"}),
         dialogue<SerialPortJobReadLogValue>("read log titles", Type::JobReadLogValue, 500,
@@ -70,14 +70,14 @@ QVector<JobDialogue> logDialogues()
             "erase log", Type::JobEraseLog, 500, {"log --erase\r\n"}, "Log erased!\r\n$", " ",
             {"actionFinished ActionEraseLog nothing, running", "finished"}),
         dialogue<SerialPortJobEraseLog>(
-            "erase log, none", Type::JobEraseLog, 500, {"log --erase\r\n"}, noLog, " ",
+            "erase log, no log option", Type::JobEraseLog, 500, {"log --erase\r\n"}, noLog, " ",
             {"valueRead ValueLogOption bool false, running", "finished"}),
     };
 }
 
 QVector<JobDialogue> eepromDialogues()
 {
-    const QByteArray block = consecutiveBytes(0); // 0x00, 0x0D, 0x11 and 0x13 among them
+    const QByteArray block = consecutiveBytes(0); // contains 0x00, 0x0D, 0x11 and 0x13
     return {
         dialogue<SerialPortJobWriteToEeprom>(
             "write to eeprom", Type::JobWriteToEeprom, 180000, {"write --really\r\n"},
@@ -132,7 +132,7 @@ QVector<JobDialogue> firmwareDialogues()
             "block rejected", Type::JobTransmitFirmwareBlock, 2000, {block}, "!", "",
             {"failed JobTransmitFirmwareBlock"}, block, 94.125),
         dialogue<SerialPortJobTransmitFirmwareBlock>(
-            "image taken", Type::JobTransmitFirmwareBlock, 2000, {block}, ".", "\r\ndone *",
+            "image complete", Type::JobTransmitFirmwareBlock, 2000, {block}, ".", "\r\ndone *",
             {"actionFinished ActionFirmwareTransmitted int 100", "finished"}, block, 94.125),
     };
 }

@@ -14,26 +14,27 @@ using JobPointer = QSharedPointer<SerialPortJobInterface>;
 /// A scripted exchange of bytes between one job and the device.
 struct JobDialogue
 {
-    using Maker = std::function<JobPointer(SerialPortInterface *)>;
+    using JobFactory = std::function<JobPointer(SerialPortInterface *)>;
 
     const char *name;
     SerialPortJobType type;
     int timeoutMs;
-    Maker make;
-    QByteArrayList command; ///< what start() sends, one entry for each write
-    QString reply; ///< up to the character that completes it
-    QString rest; ///< what the device sends afterwards
-    QStringList report; ///< the job's signals, as SignalRecorder logs them
+    JobFactory make;
+    QByteArrayList command; ///< what start() sends, one entry for each write()
+    QString reply; ///< up to and including the character that completes it
+    QString rest; ///< what the device sends after the reply
+    QStringList report; ///< the signals that the job emits, as SignalRecorder logs them
     QByteArrayList answer = {}; ///< what the job sends in response to the reply
-    bool restarts = type != SerialPortJobType::JobTransmitFirmwareBlock;
-    bool stopsItself = type != SerialPortJobType::JobReadMeasurements;
+    bool canRestart = type != SerialPortJobType::JobTransmitFirmwareBlock;
+    bool stopsItself =
+        type != SerialPortJobType::JobReadMeasurements; ///< before it emits finished()
 };
 
-/// The dialogues of the jobs for values and the clock, and of all job classes.
+/// The dialogues of the jobs for values, measurements and the clock, or of all job classes.
 /// @{
 QVector<JobDialogue> valueDialogues();
 QVector<JobDialogue> allDialogues();
 /// @}
 
-/// 64 bytes, each one more than the byte before.
+/// 64 bytes, of which the first is @p first and each following one is one higher.
 QByteArray consecutiveBytes(int first);

@@ -44,7 +44,7 @@ QList<QWidget *> shownWidgets(const QWidget *window)
     return shown;
 }
 
-/// Qt names the parts of a field; the name of the field itself is clearer.
+/// The object name of @p widget. For a part of a spin box, which Qt creates, that of the spin box.
 QString nameOf(const QWidget *widget)
 {
     const bool isPart = isOneOf(widget->parentWidget(), {"QAbstractSpinBox"});
@@ -108,15 +108,15 @@ QRect textRect(const QWidget *widget)
                                            : widget->rect();
 }
 
-/// Fields and tables scroll; these don't.
+/// Fields and tables can scroll their content; buttons, labels and group boxes can't.
 bool isTooSmall(const QWidget *widget)
 {
-    const QSize least = widget->minimumSizeHint();
+    const QSize minimum = widget->minimumSizeHint();
     return isOneOf(widget, {"QAbstractButton", "QLabel", "QGroupBox"})
-        && (widget->width() < least.width() || widget->height() < least.height());
+        && (widget->width() < minimum.width() || widget->height() < minimum.height());
 }
 
-bool isCut(const QWidget *widget, Part part)
+bool isTextCut(const QWidget *widget, Part part)
 {
     if (part == Part::Captions) {
         return isOneOf(widget, {"QStatusBar"}) && textWidth(widget) > widget->width();
@@ -127,7 +127,7 @@ bool isCut(const QWidget *widget, Part part)
             && textWidth(widget) > textRect(widget).width();
 }
 
-/// The texts of a chart, or of its legend, that it has shortened or that reach out of its view.
+/// The texts of a chart, or of its legend, that are shortened or extend beyond its view.
 QStringList cutChartTexts(const QtCharts::QChartView *view, Part part)
 {
     QStringList cut;
@@ -138,8 +138,9 @@ QStringList cutChartTexts(const QtCharts::QChartView *view, Part part)
             continue;
         }
         const QString shown = text->toPlainText();
-        const QRectF room = view->sceneRect().adjusted(-1, -1, 1, 1);
-        if (shown.contains(QLatin1String("...")) || !room.contains(text->sceneBoundingRect())) {
+        const QRectF visibleRect = view->sceneRect().adjusted(-1, -1, 1, 1);
+        if (shown.contains(QLatin1String("..."))
+            || !visibleRect.contains(text->sceneBoundingRect())) {
             cut.append(QStringLiteral("chart: \"%1\" is cut").arg(shown));
         }
     }
@@ -158,16 +159,17 @@ QStringList narrowColumns(const QTableWidget *table, Part part)
         return cut;
     }
     for (int column = 0; column <= last; ++column) {
-        // Public in the base class alone.
+        // sizeHintForColumn() is public only in the base class.
         const QAbstractItemView *const view = table;
-        const int need = part == Part::Captions ? table->horizontalHeader()->sectionSizeHint(column)
-                                                : view->sizeHintForColumn(column);
-        if (table->columnWidth(column) < need) {
+        const int requiredWidth = part == Part::Captions
+            ? table->horizontalHeader()->sectionSizeHint(column)
+            : view->sizeHintForColumn(column);
+        if (table->columnWidth(column) < requiredWidth) {
             cut.append(QStringLiteral("%1: column %2 is %3 wide and needs %4")
                            .arg(table->objectName())
                            .arg(column)
                            .arg(table->columnWidth(column))
-                           .arg(need));
+                           .arg(requiredWidth));
         }
     }
     return cut;
@@ -180,7 +182,7 @@ QStringList cutParts(const QWidget *window, Part part)
         if (part == Part::Captions && isTooSmall(widget)) {
             cut.append(nameOf(widget) + QLatin1String(": too small"));
         }
-        if (isCut(widget, part)) {
+        if (isTextCut(widget, part)) {
             cut.append(nameOf(widget) + QLatin1String(": its text is cut"));
         }
         if (const auto *const table = qobject_cast<const QTableWidget *>(widget)) {
@@ -205,8 +207,8 @@ bool isInput(const QWidget *widget)
                         "QProgressBar"}));
 }
 
-/// The text that a screen reader reads before the content of @p input. On this platform Qt gives a
-/// combo box its content as a name, and leaves the name to the label that leads to it.
+/// The text that a screen reader reads before the content of @p input. On this platform Qt returns
+/// the content of a combo box as its name; its real name is that of the label beside it.
 QString accessibleName(QWidget *input)
 {
     const QAccessibleInterface *const interface = QAccessible::queryAccessibleInterface(input);
@@ -282,8 +284,8 @@ QVector<Text> cellsOf(const QTableWidget *table)
     return texts;
 }
 
-/// The texts in @p widget. The entries of a list with colours of their own do not depend on the
-/// palette.
+/// The texts in @p widget, without the entries of a list: they set their own colours, which do not
+/// depend on the palette.
 QVector<Text> textsOf(const QWidget *widget)
 {
     if (const auto *const table = qobject_cast<const QTableWidget *>(widget)) {
@@ -318,9 +320,9 @@ QList<QWidget *> LayoutChecks::inputs(const QWidget *window)
 
 QList<QWidget *> LayoutChecks::stops(QWidget *window, Qt::Key key)
 {
-    constexpr int enough = 200;
+    constexpr int maxKeyPresses = 200;
     QList<QWidget *> found;
-    for (int press = 0; press < enough; ++press) {
+    for (int press = 0; press < maxKeyPresses; ++press) {
         QWidget *const focus = QApplication::focusWidget();
         // A date field has several sections.
         if (focus && (found.isEmpty() || found.last() != focus)) {
@@ -352,22 +354,22 @@ QStringList LayoutChecks::unreachableControls(QWidget *window)
 
 QStringList LayoutChecks::badlyNamedControls(const QWidget *window)
 {
-    QStringList bad;
+    QStringList faulty;
     QStringList names;
     for (QWidget *widget : inputs(window)) {
         const QString name = accessibleName(widget);
         if (name.isEmpty() || names.contains(name)) {
-            bad.append(
+            faulty.append(
                 QStringLiteral("%1: accessible name \"%2\"").arg(widget->objectName(), name));
         }
         names.append(name);
     }
-    return bad;
+    return faulty;
 }
 
 QStringList LayoutChecks::lowContrastTexts(QWidget *window)
 {
-    constexpr double least = 4.5;
+    constexpr double minimum = 4.5;
     QStringList lowContrast;
     const QPixmap picture = window->grab();
     const qreal ratio = picture.devicePixelRatio();
@@ -376,7 +378,7 @@ QStringList LayoutChecks::lowContrastTexts(QWidget *window)
             const QPointF corner = text.widget->mapTo(window, text.rect.topLeft());
             const QRectF pixels(corner * ratio, QSizeF(text.rect.size()) * ratio);
             const double found = contrast(picture.copy(pixels.toRect()).toImage());
-            if (found < least) {
+            if (found < minimum) {
                 lowContrast.append(QStringLiteral("%1: contrast %2").arg(text.what).arg(found));
             }
         }

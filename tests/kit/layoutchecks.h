@@ -7,30 +7,31 @@
 class QWidget;
 
 /// Checks that a user can read each text of a shown window, reach each control with the keyboard,
-/// and that a screen reader has a name for it. Each function returns one line for each fault,
-/// beginning with the object's name, and an empty list when there is none.
+/// and that a screen reader has a name for it. Each function returns one string for each problem,
+/// beginning with the object's name.
 namespace LayoutChecks {
 
 /// Captions, buttons, headers, messages and labels of a chart that are cut off or shortened.
 QStringList cutTexts(const QWidget *window);
 
-/// Contents that are cut off or shortened: of fields, cells, lists and a chart's legend.
+/// Contents of fields, cells, lists and a chart's legend that are cut off or shortened.
 QStringList cutContents(const QWidget *window);
 
-/// Enabled inputs and buttons of the active window @p window that neither Tab nor Shift+Tab stops
-/// at.
+/// Enabled inputs and buttons of the active window @p window that neither Tab nor Shift+Tab
+/// reaches.
 QStringList unreachableControls(QWidget *window);
 
-/// Inputs, lists, tables and charts whose accessible name is missing or not their own.
+/// Inputs, lists, tables and charts whose accessible name is missing or the same as another one.
 QStringList badlyNamedControls(const QWidget *window);
 
-/// Enabled texts whose contrast, measured on the painted pixels, is below 4.5 : 1.
+/// Texts of enabled widgets whose contrast, measured on the painted pixels, is below 4.5 : 1.
 QStringList lowContrastTexts(QWidget *window);
 
-/// The inputs, lists, tables and charts of @p window; not the parts that Qt makes them of.
+/// The inputs, lists, tables and charts of @p window, without the widgets that these consist of.
 QList<QWidget *> inputs(const QWidget *window);
 
-/// The widgets that @p key, which is Tab or Backtab, stops at in the active window @p window.
+/// The widgets in the active window @p window that get the focus when @p key, Tab or Backtab, is
+/// pressed repeatedly.
 QList<QWidget *> stops(QWidget *window, Qt::Key key);
 
 } // namespace LayoutChecks

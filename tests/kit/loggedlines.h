@@ -5,7 +5,8 @@
 #include <QtCore/QtGlobal>
 #include <functional>
 
-/// The lines that @p steps log, which are not printed then; a warning begins with "warning: ".
+/// Runs @p steps and returns the messages that they log, which are not printed. A warning begins
+/// with "warning: ".
 inline QStringList linesLoggedBy(const std::function<void()> &steps)
 {
     static QStringList lines;

@@ -8,7 +8,7 @@
 class PrefixingTranslator : public QTranslator
 {
 public:
-    /// Translates in @p context only, or in every one without it.
+    /// Translates the texts of @p context; without it, those of every context.
     explicit PrefixingTranslator(const char *prefix, const char *context = nullptr)
         : m_prefix(QString::fromLatin1(prefix))
         , m_context(context)
@@ -19,8 +19,8 @@ public:
 
     QString translate(const char *context, const char *sourceText, const char *, int) const override
     {
-        const bool speaks = m_context == nullptr || qstrcmp(context, m_context) == 0;
-        return speaks ? m_prefix + QString::fromUtf8(sourceText) : QString();
+        const bool isTranslated = m_context == nullptr || qstrcmp(context, m_context) == 0;
+        return isTranslated ? m_prefix + QString::fromUtf8(sourceText) : QString();
     }
     bool isEmpty() const override { return false; }
 

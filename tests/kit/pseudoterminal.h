@@ -15,7 +15,7 @@ public:
         QString error;
         if (m_terminal.open(error)) {
             m_terminal.setReading(false);
-            // Every setting differs from the one that the tool sets.
+            // Each of these settings differs from the one that the tool sets.
             termios settings = lineSettings();
             settings.c_iflag |= IXON | IXOFF | ICRNL;
             settings.c_lflag |= ICANON;
@@ -25,16 +25,16 @@ public:
         }
     }
 
-    /// Empty when no pseudo-terminal was available.
+    /// Empty if no pseudo-terminal was available.
     QString path() const { return m_terminal.path(); }
 
-    /// Sends @p bytes in one piece; false when not all of them were taken.
+    /// Sends @p bytes in one write; false if not all of them were accepted.
     bool write(const QByteArray &bytes) { return m_terminal.write(bytes) == bytes.size(); }
 
-    /// What has arrived since the last call; does not wait.
+    /// What has arrived since the last call, without waiting.
     QByteArray read() { return m_terminal.read(); }
 
-    /// The line settings that the other end has made.
+    /// The line settings, which the program that opens path() sets.
     termios lineSettings() const
     {
         termios settings = {};

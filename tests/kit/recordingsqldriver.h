@@ -8,11 +8,11 @@
 #include <QtSql/QSqlDriver>
 #include <QtSql/QSqlResult>
 
-/// One statement for the engine: its exact text, and the values bound to it.
+/// One statement that was passed to the driver: its exact text and the values bound to it.
 struct RecordedStatement
 {
     QString text;
-    QStringList bound; ///< "name type" for each place, then "not in" unless it is input only
+    QStringList bound; ///< "name type" for each placeholder; "not in" follows unless it is QSql::In
 };
 
 /// The query of a RecordingSqlDriver: every statement succeeds and has no rows.
@@ -33,10 +33,10 @@ protected:
     bool exec() override
     {
         RecordedStatement statement{m_text, {}};
-        for (int place = 0; place < boundValueCount(); ++place) {
-            statement.bound << boundValueName(place) + QLatin1Char(' ')
-                    + QLatin1String(boundValue(place).typeName())
-                    + (bindValueType(place) == QSql::In ? QString() : QStringLiteral(" not in"));
+        for (int index = 0; index < boundValueCount(); ++index) {
+            statement.bound << boundValueName(index) + QLatin1Char(' ')
+                    + QLatin1String(boundValue(index).typeName())
+                    + (bindValueType(index) == QSql::In ? QString() : QStringLiteral(" not in"));
         }
         m_statements->append(statement);
         setActive(true);
@@ -88,7 +88,7 @@ private:
     QVector<RecordedStatement> *m_statements;
 };
 
-/// Replaces the SQLite driver in all connections that are made within the scope.
+/// Replaces the SQLite driver in all connections that are added within the scope.
 class RecordingSqlScope
 {
 public:
@@ -99,7 +99,7 @@ public:
     ~RecordingSqlScope() { QSqlDatabase::registerSqlDriver(QStringLiteral("QSQLITE"), nullptr); }
     Q_DISABLE_COPY(RecordingSqlScope)
 
-    QVector<RecordedStatement> statements; ///< all of them, in order
+    QVector<RecordedStatement> statements; ///< of all connections, in order
 
 private:
     class Creator : public QSqlDriverCreatorBase

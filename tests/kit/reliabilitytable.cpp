@@ -14,7 +14,7 @@ bool saveReliabilityTable(const QString &name, const QVector<QByteArrayList> &ro
         lines.append("| " + cells.join(" | ") + " |\n");
     }
     lines.insert(1, '|' + QByteArray("---|").repeated(rows.first().size()) + '\n');
-    // Not through the test log, which would cut a long table.
+    // Not with qDebug(), because the test log truncates long messages.
     std::printf("\n%s", lines.join().constData());
     std::fflush(stdout);
     const QDir folder(testpaths::buildFile("reliability"));

@@ -5,6 +5,6 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Prints @p rows, of which the first has the titles, as a table in Markdown and saves it as
-/// reliability/@p name.md in the build folder; false when it can't be saved.
+/// Prints @p rows, of which the first contains the column headings, as a Markdown table and saves
+/// it as reliability/@p name.md in the build folder; false if it can't be saved.
 bool saveReliabilityTable(const QString &name, const QVector<QByteArrayList> &rows);

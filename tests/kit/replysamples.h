@@ -6,11 +6,11 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-// Replies as a device writes them, and results as a test compares them.
+// Replies as a device sends them, and strings of results for comparisons.
 
 inline QString latin1(const char *text) { return QString::fromLatin1(text); }
 
-// By the definition, bit by bit: independent of a table.
+// The CRC-8 of the record, computed bit by bit and so independently of the table of crc8().
 inline QString checksumOf(const QString &record)
 {
     unsigned crc = 0;

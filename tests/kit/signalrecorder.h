@@ -10,8 +10,8 @@
 #include <functional>
 #include <type_traits>
 
-/// An argument of a signal as text: "null" for a null text, hexadecimal digits for bytes, the type
-/// in front of a variant's value and "nothing" for an invalid one.
+/// An argument of a signal as text: "null" for a null string, hexadecimal digits for bytes, type
+/// and value of a variant, and "nothing" for an invalid one.
 template <typename T>
 QString toLogString(const T &value)
 {
@@ -37,8 +37,8 @@ QString toLogString(const T &value)
     }
 }
 
-/// Returns a function that connects a signal of @p sender to @p add. It takes the signal and the
-/// text for @p add, in which the arguments replace %1, %2 and so on.
+/// Returns a function that connects a signal of @p sender to @p add. Its parameters are the signal
+/// and the text that is passed to @p add, in which the arguments replace %1, %2 and so on.
 template <typename Sender, typename Add>
 auto signalLogger(Sender *sender, const Add &add)
 {
@@ -53,7 +53,7 @@ auto signalLogger(Sender *sender, const Add &add)
     };
 }
 
-/// Records every signal of jobs and queues as text, in the order in which they are emitted.
+/// Records the signals of jobs and queues as text, in the order in which they are emitted.
 ///
 /// Must outlive the jobs and queues that it records.
 class SignalRecorder
@@ -67,8 +67,8 @@ public:
 
     QStringList log;
 
-    /// Called inside each signal, with the number of signals before it.
-    std::function<void(int)> onSignal;
+    /// Called inside each signal, with its index in log.
+    std::function<void(int index)> onSignal;
 
 private:
     void addEntry(const QString &text);

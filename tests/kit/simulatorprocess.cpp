@@ -29,9 +29,10 @@ SimulatorProcess::~SimulatorProcess()
 
 bool SimulatorProcess::start(const QStringList &arguments)
 {
-    const QStringList own{QStringLiteral("--control"), QStringLiteral("--exit-with-stdin")};
-    m_process.start(m_program, arguments + own);
-    return m_process.waitForStarted(waitMs) && takePort(readLine());
+    const QStringList controlOptions{QStringLiteral("--control"),
+                                     QStringLiteral("--exit-with-stdin")};
+    m_process.start(m_program, arguments + controlOptions);
+    return m_process.waitForStarted(waitMs) && parsePort(readLine());
 }
 
 bool SimulatorProcess::succeeds(const QByteArray &line)
@@ -42,7 +43,7 @@ bool SimulatorProcess::succeeds(const QByteArray &line)
 
 QList<QByteArray> SimulatorProcess::control(const QByteArray &line)
 {
-    const QByteArray failure = "error: ";
+    const QByteArray errorPrefix = "error: ";
     QList<QByteArray> lines;
     m_error = "no reply";
     m_process.write(line + '\n');
@@ -52,10 +53,10 @@ QList<QByteArray> SimulatorProcess::control(const QByteArray &line)
             m_error.clear();
             return lines;
         }
-        if (reply.startsWith(failure)) {
-            m_error = reply.mid(failure.size());
+        if (reply.startsWith(errorPrefix)) {
+            m_error = reply.mid(errorPrefix.size());
         }
-        if (reply.isNull() || reply.startsWith(failure)) {
+        if (reply.isNull() || reply.startsWith(errorPrefix)) {
             break;
         }
         lines += reply;
@@ -131,7 +132,7 @@ QVector<QStringList> SimulatorProcess::logCells()
     return lines;
 }
 
-bool SimulatorProcess::resume() { return takePort(control("resume").value(0)); }
+bool SimulatorProcess::resume() { return parsePort(control("resume").value(0)); }
 
 bool SimulatorProcess::stop()
 {
@@ -154,12 +155,12 @@ void SimulatorProcess::kill()
     m_process.waitForFinished(waitMs);
 }
 
-/// A line without its end; null when none comes.
+/// The next line without its line end; null if none arrives.
 QByteArray SimulatorProcess::readLine()
 {
-    const QDeadlineTimer end(waitMs);
+    const QDeadlineTimer deadline(waitMs);
     while (!m_process.canReadLine()) {
-        if (!m_process.waitForReadyRead(int(end.remainingTime()))) {
+        if (!m_process.waitForReadyRead(int(deadline.remainingTime()))) {
             return QByteArray();
         }
     }
@@ -168,12 +169,12 @@ QByteArray SimulatorProcess::readLine()
     return line;
 }
 
-bool SimulatorProcess::takePort(const QByteArray &line)
+bool SimulatorProcess::parsePort(const QByteArray &line)
 {
-    const QByteArray word = "port ";
-    if (!line.startsWith(word)) {
+    const QByteArray prefix = "port ";
+    if (!line.startsWith(prefix)) {
         return false;
     }
-    m_port = QString::fromLocal8Bit(line.mid(word.size()));
+    m_port = QString::fromLocal8Bit(line.mid(prefix.size()));
     return true;
 }

@@ -12,14 +12,14 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The simulated transmitter as a process of its own, and the commands of its control interface.
+/// The simulated transmitter as a separate process, and the commands of its control interface.
 ///
-/// The calls wait for the process without running the caller's event loop. The process ends with
-/// this object, and with the caller's process however that ends.
+/// The calls wait for the process without running the caller's event loop. The process ends
+/// when this object is deleted, and when the caller's process ends for any reason.
 class SimulatorProcess
 {
 public:
-    /// Longest wait for the process to start, answer or end.
+    /// Longest wait for the process to start, to reply or to end.
     static constexpr int waitMs = 20000;
 
     /// @p program is the path of kvt-simulator; by default the one of this build.
@@ -33,10 +33,10 @@ public:
     /// The path of the port, such as /dev/pts/3.
     QString port() const { return m_port; }
 
-    /// Whether the process runs.
+    /// Whether the process is running.
     bool isRunning() const { return m_process.state() == QProcess::Running; }
 
-    /// The exit code of a process that has ended by itself.
+    /// The exit code of a process that has exited.
     int exitCode() const { return m_process.exitCode(); }
 
     /// Sends the command @p line and returns the lines of the reply without the closing "ok".
@@ -49,16 +49,16 @@ public:
     /// Why the last control() failed; empty when it didn't.
     QByteArray error() const { return m_error; }
 
-    /// The device's own value of a setting or variable, in the device's bytes.
+    /// The value of a setting or variable in the device, in the device's character set.
     QByteArray setting(const QByteArray &name);
 
     /// A value of the command "state", such as mode, exchanges or port.
     QByteArray state(const QByteArray &name);
 
-    /// The pairs of the last "show meas" answer, as "NAME=value".
+    /// The pairs of the last reply to "show meas", as "NAME=value".
     QList<QByteArray> measurements() { return control("measurements").value(0).split(';'); }
 
-    /// The same, value by name.
+    /// The same as a map from name to value.
     QMap<QString, QString> measurementValues();
 
     /// The device's clock, in UTC.
@@ -70,35 +70,35 @@ public:
     QVector<LogValue> logRows();
     /// @}
 
-    /// The lines of the CSV file that the tool makes of the device's log: titles, then the rows
-    /// with their times in local time.
+    /// The lines of the CSV file that the tool should write for the device's log: titles, then the
+    /// rows with their times in local time.
     QStringList logAsCsv();
 
-    /// Adds a fault; false when there is no such fault.
+    /// Adds a fault; false if there is no such fault.
     bool fault(const QByteArray &fault) { return succeeds("fault " + fault); }
 
     /// Closes the device's end of the line.
     void hangUp() { control("hangup"); }
 
-    /// Opens a new line; port() may be another one then.
+    /// Opens a new line; port() may change.
     bool resume();
 
-    /// Frees the port of a client that was killed.
+    /// Frees the port after its client was killed.
     bool release() { return succeeds("release"); }
 
-    /// Ends the process by closing its standard input; false when it doesn't end.
+    /// Ends the process by closing its standard input; false if it doesn't end.
     bool stop();
 
-    /// Asks the process to end, as the system does.
+    /// Sends SIGTERM to the process; false if it doesn't end.
     bool terminate();
 
-    /// Ends the process at once.
+    /// Sends SIGKILL to the process.
     void kill();
 
 private:
     bool succeeds(const QByteArray &line);
     QByteArray readLine();
-    bool takePort(const QByteArray &line);
+    bool parsePort(const QByteArray &line);
     QVector<QStringList> logCells();
 
     QString m_program;

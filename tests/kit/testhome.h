@@ -4,8 +4,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 
-/// A home, settings, data and working folder of the test's own, so that nothing of the user's is
-/// touched and tests run side by side. Made before the application object, removed with the test.
+/// A temporary home, settings, data and working folder, so that a test doesn't use the files of the
+/// user and tests can run in parallel. Created before the application object, removed at the end.
 class TestHome
 {
 public:
@@ -23,8 +23,8 @@ public:
     ~TestHome() { QDir::setCurrent(QDir::rootPath()); }
     Q_DISABLE_COPY(TestHome)
 
-    /// Gives this process a home, settings, data and cache folder under @p root, which must be an
-    /// absolute path. To be called before the application object is made.
+    /// Sets the home, settings, data and cache folder of this process to folders in @p root, which
+    /// must be an absolute path. To be called before the application object is created.
     static void useFolders(const QString &root)
     {
         useFolder("HOME", root + QStringLiteral("/home"));

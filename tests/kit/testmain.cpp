@@ -3,20 +3,23 @@
 
 namespace {
 
-QtMessageHandler testLog = nullptr;
+QtMessageHandler testLogHandler = nullptr;
 
-void passOn(QtMsgType type, const QMessageLogContext &context, const QString &message)
+void filterMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (!message.startsWith(QLatin1String("This plugin does not support "))) {
-        testLog(type, context, message);
+        testLogHandler(type, context, message);
     }
 }
 
 } // namespace
 
-PlatformMessageFilter::PlatformMessageFilter() { testLog = qInstallMessageHandler(passOn); }
+PlatformMessageFilter::PlatformMessageFilter()
+{
+    testLogHandler = qInstallMessageHandler(filterMessage);
+}
 
-PlatformMessageFilter::~PlatformMessageFilter() { qInstallMessageHandler(testLog); }
+PlatformMessageFilter::~PlatformMessageFilter() { qInstallMessageHandler(testLogHandler); }
 
 int runTest(QObject *test, int argc, char *argv[])
 {

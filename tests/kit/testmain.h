@@ -7,8 +7,8 @@
 #include <QtWidgets/QApplication>
 
 /// Suppresses the messages of the offscreen platform about features that it does not support; they
-/// do not concern the program. All others are passed to the test log, which must be
-/// installed before.
+/// do not concern the program. All others are passed to the message handler of the test log, which
+/// must be installed before.
 class PlatformMessageFilter
 {
 public:
@@ -17,7 +17,7 @@ public:
     Q_DISABLE_COPY(PlatformMessageFilter)
 };
 
-/// Runs the functions of @p test with the filter above; the number of failed ones.
+/// Runs the functions of @p test with the filter above and returns the number of failures.
 int runTest(QObject *test, int argc, char *argv[]);
 
 /// The main function of a test program that needs windows.

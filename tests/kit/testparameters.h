@@ -7,15 +7,15 @@
 /// How long an endurance test runs: short by default, longer if set in the environment.
 namespace TestParameters {
 
-/// The positive number in the environment's @p variable, otherwise @p otherwise.
-inline int number(const char *variable, int otherwise)
+/// The positive number in the environment variable @p variable; without one, @p defaultValue.
+inline int number(const char *variable, int defaultValue)
 {
     bool isNumber = false;
     const int value = qEnvironmentVariableIntValue(variable, &isNumber);
-    return isNumber && value > 0 ? value : otherwise;
+    return isNumber && value > 0 ? value : defaultValue;
 }
 
-/// KV_SEED of the environment, otherwise a new seed; to be printed.
+/// The number in the environment variable KV_SEED; without one, a new seed. The caller prints it.
 inline int seed()
 {
     constexpr int seeds = 1000000;

@@ -4,8 +4,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// A QString from a UTF-8 literal, for tests with many short texts.
+/// A QString from a UTF-8 literal, for tests with many short strings.
 inline QString text(const char *utf8) { return QString::fromUtf8(utf8); }
 
-/// The texts between the bars of a UTF-8 literal, as "one||three".
+/// The parts of a UTF-8 literal between its bars, as in "one||three".
 inline QStringList texts(const char *utf8) { return text(utf8).split(QLatin1Char('|')); }

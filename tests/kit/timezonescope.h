@@ -4,7 +4,7 @@
 #include <QtCore/QString>
 #include <ctime>
 
-/// Eastern Europe with its summer time, as a rule that needs no time zone database.
+/// Eastern Europe with summer time, as a POSIX rule, which needs no time zone database.
 inline constexpr const char *easternEurope = "EET-2EEST,M3.5.0/3,M10.5.0/4";
 
 /// Sets the process's time zone until the end of the scope.

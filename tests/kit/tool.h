@@ -11,7 +11,7 @@
 #include <QtCore/QSharedPointer>
 #include <QtWidgets/QComboBox>
 
-/// The program's own objects, in the order in which its main() makes them.
+/// The objects of the program, in the order in which its main() creates them.
 struct Tool
 {
     Settings settings;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int failedTestCheckMs = 200;
 
-/// A dialog whose answer stopped at a failed check would block the test forever.
+/// If a check fails in the answer to a dialog, the dialog stays open and would block the test.
 void closeDialogOfFailedTest()
 {
     auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
@@ -93,7 +93,7 @@ bool ToolFixture::startPolling(const QStringList &options, int intervalMs)
 void ToolFixture::endTool()
 {
     m_tool.reset();
-    // In the program the connection ends with the process.
+    // The program keeps the connection until its process ends.
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
 }
 
@@ -120,7 +120,7 @@ int ToolFixture::runProgram(const std::function<void()> &steps)
 
 bool ToolFixture::connectByClick()
 {
-    QCoreApplication::processEvents(); // stores the readings of an earlier poll
+    QCoreApplication::processEvents(); // so that the reading of an earlier poll is stored
     const int readings = storedReadings();
     return click("connectButton") && waitFor([this] { return isConnected(); })
         && waitFor([=] { return storedReadings() > readings; });
@@ -129,14 +129,14 @@ bool ToolFixture::connectByClick()
 QMetaObject::Connection ToolFixture::atProgress(int percentage, const std::function<void()> &action)
 {
     const auto isDone = std::make_shared<bool>(false);
-    const auto look = [=](int value) {
+    const auto runOnce = [=](int value) {
         if (value >= percentage && !*isDone) {
             *isDone = true;
             action();
         }
     };
-    // Queued, because the action may press Cancel, which must not happen inside the report.
-    return connect(bar(), &QProgressBar::valueChanged, bar(), look, Qt::QueuedConnection);
+    // Queued, because the action may press Cancel, which must not happen inside valueChanged().
+    return connect(bar(), &QProgressBar::valueChanged, bar(), runOnce, Qt::QueuedConnection);
 }
 
 bool ToolFixture::waitUntilQuiet()

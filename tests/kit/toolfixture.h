@@ -27,11 +27,11 @@
 #include <functional>
 #include <memory>
 
-/// The whole tool with its real windows on a real pseudo-terminal, on whose other end the simulated
-/// transmitter runs as a process of its own. Each test function has its own settings, store and
-/// files. A test that needs more before or after each function declares the slot again.
+/// The whole tool with its real windows, connected over a real pseudo-terminal to the simulated
+/// transmitter in another process. Each test function has separate settings, database and files. A
+/// test that needs more before or after each function redeclares the slot.
 ///
-/// The steps that wait return whether what they wait for has happened.
+/// The functions that wait return whether what they wait for has happened.
 class ToolFixture : public QObject, protected WindowDriver
 {
     Q_OBJECT
@@ -45,18 +45,18 @@ protected:
     /// For initTestCase().
     static void prepareApplication();
 
-    /// For init(): a device and dialogs without answers yet. The store and all files are in
-    /// @p folder, or in a temporary one.
+    /// For init(): prepares a device that is not yet started, and dialogs without answers. The
+    /// store and all files are in @p folder, or in a temporary one.
     void beginTestFunction(const QString &folder = QString());
 
-    /// For cleanup(): deletes the tool as the program's end does, and fails when a dialog was
-    /// unexpected or one that was expected did not open.
+    /// For cleanup(): deletes the tool as at the end of the program, and fails if a dialog was
+    /// unexpected or an expected one did not open.
     void endTestFunction();
 
     /// Starts the simulated device with short delays and the further @p options.
     bool startDevice(const QStringList &options = QStringList());
 
-    /// The program up to its event loop, with the device chosen in the port list.
+    /// Starts the program up to its event loop and selects the device in the port list.
     bool startTool()
     {
         m_tool = std::make_unique<Tool>();
@@ -66,7 +66,7 @@ protected:
     /// As startTool(), with the objects that m_tool already contains.
     bool startExistingTool();
 
-    /// Device and tool, connected, with the first reading in the store.
+    /// Starts device and tool, connects and waits until the first reading is stored.
     bool startConnected(const QStringList &options = QStringList())
     {
         return startDevice(options) && startTool() && connectByClick();
@@ -75,14 +75,14 @@ protected:
     /// As startConnected(), with a reading every @p intervalMs.
     bool startPolling(const QStringList &options = QStringList(), int intervalMs = 20);
 
-    /// Deletes the tool and its database connection, as the end of the program does.
+    /// Deletes the tool and its database connection, as at the end of the program.
     void endTool();
 
     /// Adds the port @p path to the list, unless empty, and selects it.
     void choosePort(const QString &path);
 
-    /// Runs @p steps in the program's event loop until the main window is closed, or a step has
-    /// failed; the exit code.
+    /// Runs the program's event loop, with @p steps as its first event, until the main window is
+    /// closed or a step has failed; returns the exit code.
     int runProgram(const std::function<void()> &steps);
 
     Tool &tool() { return *m_tool; }
@@ -96,7 +96,7 @@ protected:
 
     using WindowDriver::press;
 
-    /// Presses the main window's button with this object name.
+    /// Clicks the button of the main window with this object name.
     bool click(const char *buttonName) { return press(child<QPushButton>(buttonName)); }
 
     bool connectByClick();
@@ -112,31 +112,31 @@ protected:
         return typeIntoCell(editor(), setting(alias)->row(), setting(alias)->column(), value);
     }
 
-    /// Runs @p action once, from the event loop, when the wait dialog's bar shows @p percentage or
-    /// more. The connection that is returned ends the wait.
+    /// Runs @p action once, from the event loop, when the progress bar of the wait dialog shows
+    /// @p percentage or more. Disconnect the returned connection to cancel this.
     QMetaObject::Connection atProgress(int percentage, const std::function<void()> &action);
 
-    /// Waits until each request to the device has been answered and its result has been delivered.
+    /// Waits until the device has replied to each request and the results have been delivered.
     bool waitUntilQuiet();
 
-    /// Prepares the answers to the question and file dialog between the main window's button
-    /// @p button and its wait dialog. The file of the file dialog is chosenFile().
+    /// Prepares the answers to the question and the file dialog that open after a click on the
+    /// button @p button and before its wait dialog. The file dialog chooses chosenFile().
     void prepareAnswers(const QByteArray &button);
 
-    /// The file that prepareAnswers() chooses; written before if it is to be read.
+    /// The file that prepareAnswers() chooses. It is created there if the operation reads it.
     QString chosenFile() const { return file(QStringLiteral("chosen.dat")); }
 
-    /// Prepares the answer of a file dialog with a path whose folder is removed before the file is
+    /// Prepares a file dialog to be accepted with a path whose folder is removed before the file is
     /// written; returns the path.
     QString chooseFileInRemovedFolder(const QString &caption);
 
     /// Waits until each prepared answer of dialogs() has been given.
     bool waitForAnswers()
     {
-        return waitFor([this] { return dialogs().isSatisfied(); });
+        return waitFor([this] { return dialogs().hasMetExpectations(); });
     }
 
-    /// Waits for two more readings in the store, with the last one in the table.
+    /// Waits until two more readings are stored and the table shows a value.
     bool readingsArrive();
 
     /// @}
@@ -153,23 +153,23 @@ protected:
     bool isVisible(const char *name) { return child<QWidget>(name)->isVisible(); }
     bool isConnected() { return isVisible("disconnectButton"); }
 
-    /// Whether no job runs or waits.
+    /// Whether no job is running or waiting.
     bool isIdle() { return !queue().currentJob() && queue().jobs().isEmpty(); }
 
     ConfigurationEditor *editor() { return child<ConfigurationEditor>("configuration"); }
     MeasurementTable *table() { return child<MeasurementTable>("measurements"); }
 
-    /// The value cell of the setting @p alias; null when it isn't listed.
+    /// The cell with the value of the setting @p alias; null if it isn't listed.
     QTableWidgetItem *setting(const char *alias);
 
-    /// The texts of the measurement table by raw name.
+    /// The texts of the values in the measurement table, by raw name.
     QMap<QString, QString> shownValues();
 
-    /// The texts that shownValues() should have for the device's last reading and the initial
-    /// units.
+    /// What shownValues() should return for the device's last reading in the default units.
     QMap<QString, QString> expectedValues();
 
-    /// The last reading of the device and of the store, as "NAME|1.50", sorted by name.
+    /// The last reading of the device, and the last one in the store, as "NAME|1.50", sorted by
+    /// name.
     /// @{
     QStringList deviceValues();
     QStringList lastStoredValues() const;
@@ -189,21 +189,21 @@ protected:
         return files::write(path, bytes);
     }
 
-    /// The lines that SQLite's own client prints for @p query.
+    /// The lines that the program sqlite3 prints for @p query.
     QStringList sqlite(const QString &query) const;
 
-    /// Whether the CSV file has the values of @p type between @p from and @p to as the store has
-    /// them, with @p offset added and then multiplied by @p factor. Python reads both.
+    /// Whether the CSV file contains the values of the measurement @p type in the store between
+    /// @p from and @p to, with @p offset added and then multiplied by @p factor. Python reads both.
     bool csvEqualsStore(const QString &csv, const QString &type, const QDateTime &from,
                         const QDateTime &to, double factor = 1.0, double offset = 0.0) const;
 
-    /// The number of readings in the store, read through a connection of its own.
+    /// The number of readings in the store, read over a separate connection.
     int storedReadings() const;
 
     /// The console commands that the device has received since the last forgetCommands().
     QStringList commands() const;
 
-    /// How many of commands() match the regular expression @p beginning at their start.
+    /// How many of commands() begin with a match of the regular expression @p beginning.
     int commandCount(const char *beginning) const
     {
         return commands().filter(QRegularExpression(QLatin1Char('^') + text(beginning))).size();
@@ -211,7 +211,7 @@ protected:
 
     void forgetCommands() { m_journalRead = contents(journalPath()).size(); }
 
-    /// A value of the user's settings file.
+    /// A value of the user's preferences.
     static QVariant rememberedValue(const char *key)
     {
         return QSettings(text("Orvanta"), text("Kv tool")).value(QLatin1String(key));
@@ -227,7 +227,7 @@ protected:
 private:
     QString journalPath() const { return file(QStringLiteral("journal")); }
 
-    QString m_path; ///< without m_folder
+    QString m_path; ///< the folder, if m_folder is null
     std::unique_ptr<QTimer> m_failedTestDialogCloser;
     int m_journalRead = 0;
 };

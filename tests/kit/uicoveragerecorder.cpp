@@ -15,13 +15,13 @@ namespace {
 
 constexpr const char *pathVariable = "KV_UI_COVERAGE";
 
-/// Each control accepts the focus, except for a table's header.
+/// Controls are the widgets that accept the focus, and clickable headers of tables.
 bool isControl(const QWidget *widget)
 {
     const auto *const header = qobject_cast<const QHeaderView *>(widget);
-    const bool acts = header ? header->sectionsClickable() && !header->isHidden()
-                             : widget->focusPolicy() != Qt::NoFocus;
-    return acts && !widget->property("readOnly").toBool()
+    const bool isUsable = header ? header->sectionsClickable() && !header->isHidden()
+                                 : widget->focusPolicy() != Qt::NoFocus;
+    return isUsable && !widget->property("readOnly").toBool()
         && !widget->objectName().startsWith(QLatin1String("qt_"));
 }
 
@@ -33,23 +33,25 @@ QString controlOf(const QWidget *widget)
 {
     QString name;
     QString part;
-    const QWidget *at = widget;
-    for (; !at->isWindow() || at->windowType() == Qt::Popup; at = at->parentWidget()) {
-        if (at->parentWidget() == nullptr) {
+    const QWidget *current = widget;
+    for (; !current->isWindow() || current->windowType() == Qt::Popup;
+         current = current->parentWidget()) {
+        if (current->parentWidget() == nullptr) {
             break;
         }
-        if (name.isEmpty() && qobject_cast<const QHeaderView *>(at)) {
+        if (name.isEmpty() && qobject_cast<const QHeaderView *>(current)) {
             part = QStringLiteral(".header");
         }
-        const QString own = at->objectName();
-        const auto *const button = qobject_cast<const QAbstractButton *>(at);
-        if (name.isEmpty() && !own.isEmpty() && !own.startsWith(QLatin1String("qt_"))) {
-            name = own;
+        const QString objectName = current->objectName();
+        const auto *const button = qobject_cast<const QAbstractButton *>(current);
+        if (name.isEmpty() && !objectName.isEmpty()
+            && !objectName.startsWith(QLatin1String("qt_"))) {
+            name = objectName;
         } else if (name.isEmpty() && button != nullptr) {
             name = labelOf(button);
         }
     }
-    return UiCoverageRecorder::nameOf(at) + QLatin1Char('.') + name + part;
+    return UiCoverageRecorder::nameOf(current) + QLatin1Char('.') + name + part;
 }
 
 } // namespace
@@ -136,7 +138,7 @@ void UiCoverageRecorder::recordWindow(QWidget *window)
     if (box != nullptr) {
         record("text", box->text());
     }
-    // The same window may be shown many times.
+    // A window may be shown several times.
     constexpr const char *recorded = "uiCoverageRecorded";
     if (window->property(recorded).toBool()) {
         return;

@@ -7,17 +7,19 @@
 #include <QtWidgets/QDialog>
 
 /// Records which windows, controls and texts of the tool a test has shown and used, in the file
-/// that the environment variable KV_UI_COVERAGE names; without it, nothing. tst_uicoverage checks
-/// the records of all end-to-end tests together.
+/// that the environment variable KV_UI_COVERAGE names; without the variable, records nothing.
+/// tst_uicoverage checks the records of all end-to-end tests together.
 ///
 /// A line consists of an event, its subject and the test function, separated by tabs:
 /// - shown: a window was shown
-/// - offered: a control of such a window, "Window.control"
-/// - pressed: a control got a mouse button or key while it was visible and enabled
-/// - clicked: a button was clicked, by an input event or by a call
-/// - closed, escaped: a window was closed by its frame, a dialog got the Escape key
-/// - text: a title, a box's text, a status or the content of a read-only field
-/// - ended: a box's text or a dialog's title, then " = " and the button or the result
+/// - offered: a window was shown with this control, "Window.control"
+/// - pressed: a control received a mouse button or key while it was visible and enabled
+/// - clicked: a button emitted clicked(), after an input event or a call
+/// - closed: a window was closed with the close button of its frame
+/// - escaped: a dialog received the Escape key
+/// - text: a window title, the text of a message box, a status message or the content of a
+///   read-only field
+/// - ended: the text of a message box or the title of a dialog, then " = " and the button or result
 class UiCoverageRecorder : public QObject
 {
 public:
@@ -26,10 +28,10 @@ public:
     /// Removes the records of an earlier run.
     static void reset();
 
-    /// The running test function, or the value of KV_SCENARIO in a process that a test has started.
+    /// The running test function; in a process that a test has started, the value of KV_SCENARIO.
     static QString scenario();
 
-    /// The object name of @p window, or its class where that is clearer.
+    /// The object name of @p window; its class for a file dialog or without a name.
     static QString nameOf(const QWidget *window);
 
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -15,14 +15,14 @@
 
 namespace {
 
-/// Whether a modal dialog keeps input from @p window.
+/// Whether a modal dialog blocks the input of @p window.
 bool isBlocked(const QWidget *window)
 {
     const QWidget *const modal = QApplication::activeModalWidget();
     return modal != nullptr && modal != window;
 }
 
-/// Clicks near the left end of @p widget, where check boxes and first sections are.
+/// Clicks near the left end of @p widget, where the check box or the first section is.
 void clickLeft(QWidget *widget)
 {
     QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, QPoint(8, widget->height() / 2));
@@ -57,12 +57,12 @@ void WindowDriver::toggle(QCheckBox *checkBox) { clickLeft(checkBox); }
 
 void WindowDriver::toggle(QListWidget *list, int row)
 {
-    constexpr int boxX = 10;
+    constexpr int checkBoxX = 10;
     QListWidgetItem *const item = list->item(row);
     list->scrollToItem(item);
-    const QRect place = list->visualItemRect(item);
+    const QRect rect = list->visualItemRect(item);
     QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      QPoint(place.left() + boxX, place.center().y()));
+                      QPoint(rect.left() + checkBoxX, rect.center().y()));
     QCoreApplication::processEvents();
 }
 
@@ -118,7 +118,7 @@ void WindowDriver::typeNumber(QDoubleSpinBox *box, const QString &number)
 void WindowDriver::stepYear(QDateTimeEdit *edit, Qt::Key key)
 {
     clickLeft(edit);
-    // In some locales the first section is another one.
+    // In some locales the year is not the first section.
     edit->setSelectedSection(QDateTimeEdit::YearSection);
     QTest::keyClick(edit, key);
 }

@@ -16,16 +16,16 @@ class QLineEdit;
 class QListWidget;
 class QTableWidget;
 
-/// Mouse and keyboard input at the real windows, as a user gives it. A base class of fixtures.
+/// Sends mouse and keyboard input to the real windows, as a user would. A base class of fixtures.
 ///
-/// The steps that can fail return whether they worked; those that wait do so up to waitMs.
+/// The functions that can fail return whether they succeeded; those that wait do so up to waitMs.
 class WindowDriver
 {
 public:
     /// Longest wait for a condition.
     static constexpr int waitMs = 20000;
 
-    /// Runs the event loop until @p condition is true; false when the time is over.
+    /// Runs the event loop until @p condition returns true; false after waitMs.
     static bool waitFor(const std::function<bool()> &condition)
     {
         return QTest::qWaitFor(condition, waitMs);
@@ -43,19 +43,19 @@ public:
     /// Opens the list of @p combo with the mouse and chooses the entry @p index with the keyboard.
     static bool choose(QComboBox *combo, int index);
 
-    /// Clicks the box of @p checkBox.
+    /// Clicks @p checkBox.
     static void toggle(QCheckBox *checkBox);
 
-    /// Clicks the box in the row @p row of @p list.
+    /// Clicks the check box in the row @p row of @p list.
     static void toggle(QListWidget *list, int row);
 
-    /// Clicks the boxes of those rows of @p list whose data for @p role is among @p values.
+    /// Clicks the check boxes of the rows of @p list whose data for @p role is among @p values.
     static void toggle(QListWidget *list, int role, const QStringList &values);
 
     /// The data for @p role of the checked rows of @p list.
     static QStringList checked(const QListWidget *list, int role);
 
-    /// Opens the editor of the cell by a double click; null when the cell can't be edited.
+    /// Opens the editor of the cell with a double click; null if the cell can't be edited.
     static QLineEdit *editCell(QTableWidget *table, int row, int column);
 
     /// Replaces the content of the cell by typing @p value and Return.
@@ -67,18 +67,18 @@ public:
     /// Presses @p key, Up or Down, in the year of @p edit.
     static void stepYear(QDateTimeEdit *edit, Qt::Key key);
 
-    /// Closes @p window by its frame, as the window system does: not while a modal dialog blocks
-    /// it.
+    /// Closes @p window as the close button of its frame does. Fails while a modal dialog blocks
+    /// the window.
     static bool closeByFrame(QWidget *window);
 
-    /// The widget of this class and object name in @p form; null when there is none.
+    /// The widget of this class and object name in @p form; null if there is none.
     template <typename T>
     static T *part(const QWidget *form, const char *name)
     {
         return form->findChild<T *>(QLatin1String(name));
     }
 
-    /// The window with this object name, shown or not; null when there is none.
+    /// The window with this object name, visible or not; null if there is none.
     static QWidget *topLevel(const char *name);
 
     /// The tool's wait dialog and its parts.

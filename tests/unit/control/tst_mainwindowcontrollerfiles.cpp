@@ -126,8 +126,8 @@ private slots:
         QCOMPARE(f.window.device.serialNumber, text("S-1"));
         QCOMPARE(f.window.storage, static_cast<LocalStorage *>(&f.storage));
         QCOMPARE(f.window.items.size(), 2);
-        QVERIFY(f.window.blankSelection.measurementTypes.isEmpty());
-        QCOMPARE(f.window.blankSelection.deviceId, 0U);
+        QVERIFY(f.window.initialSelection.measurementTypes.isEmpty());
+        QCOMPARE(f.window.initialSelection.deviceId, 0U);
     }
 
     void exportReadsThePeriodOfTheSelectedDevice()

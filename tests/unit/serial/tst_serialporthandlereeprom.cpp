@@ -37,7 +37,7 @@ struct EepromFixture : HandlerFixture
     /// Reports the last block of a read.
     void reportLastRead(quint16 block, const QByteArray &data)
     {
-        queue->waiting.clear();
+        queue->waitingTypes.clear();
         emit queue->eepromBlockRead(block, data);
     }
 
@@ -105,7 +105,7 @@ private slots:
         const QByteArray data = patternOf(blockCount * blockSize);
         EepromFixture f;
         f.handler.readEeprom();
-        f.queue->waiting = {SerialPortJobType::JobReadEepromBlock};
+        f.queue->waitingTypes = {SerialPortJobType::JobReadEepromBlock};
         QByteArray expected;
         for (int block = 0; block < blockCount - 1; ++block) {
             expected += data.at(block * blockSize);
@@ -176,13 +176,13 @@ private slots:
     void finishesWhenNoBlockJobOfTheOperationWaits()
     {
         EepromFixture f;
-        f.queue->waiting = {SerialPortJobType::JobReadEepromBlock};
+        f.queue->waitingTypes = {SerialPortJobType::JobReadEepromBlock};
         emit f.queue->eepromBlockRead(3, "a");
         QCOMPARE(f.events, QStringList());
         emit f.queue->eepromBlockWritten(0);
         QCOMPARE(f.events, texts("actionFinished ActionEepromWritten"));
-        f.queue->waiting = {SerialPortJobType::JobWriteEepromBlock,
-                            SerialPortJobType::JobReadMeasurements};
+        f.queue->waitingTypes = {SerialPortJobType::JobWriteEepromBlock,
+                                 SerialPortJobType::JobReadMeasurements};
         emit f.queue->eepromBlockWritten(1023);
         QCOMPARE(f.events, texts("actionFinished ActionEepromWritten"));
         emit f.queue->eepromBlockRead(3, "a");

@@ -79,7 +79,7 @@ private slots:
     {
         HandlerWithQueue h;
         h.handler.connectToDevice();
-        QCOMPARE(h.port->opens, 1);
+        QCOMPARE(h.port->openCount, 1);
         QCOMPARE(h.takeSent(), QByteArray("\r\nshow swver\r\n"));
         h.receive("\r\n$ show swver\r\nshow: swver=1.2\r\n");
         QCOMPARE(h.events, QStringList());
@@ -97,7 +97,7 @@ private slots:
         h.handler.readValues(texts("a|b"));
         h.takeSent();
         h.handler.connectToDevice();
-        QCOMPARE(h.port->opens, 1);
+        QCOMPARE(h.port->openCount, 1);
         QVERIFY(h.queue->jobs().isEmpty());
         QCOMPARE(h.queue->currentJob()->type(), SerialPortJobType::JobConnect);
         QCOMPARE(h.takeSent(), QByteArray("\r\nshow swver\r\n"));

@@ -265,7 +265,7 @@ private slots:
         m_job->write(QByteArray("bytes\0", 6));
         QCOMPARE(m_port->kinds, QVector<Kind>({Kind::Text, Kind::Bytes}));
         QCOMPARE(m_port->sent, QByteArrayList({"text", QByteArray("bytes\0", 6)}));
-        QCOMPARE(m_port->flushes, 0);
+        QCOMPARE(m_port->flushCount, 0);
     }
 
     void worksWithoutAPort()

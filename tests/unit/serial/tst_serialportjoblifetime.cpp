@@ -155,7 +155,7 @@ private slots:
         const JobDialogue dialogue = allDialogues().at(index);
         for (const bool waiting : {false, true}) {
             const RemovalRun run(dialogue, {Removal::None, timesOut, waiting, -1});
-            const bool restarts = timesOut && dialogue.restarts;
+            const bool restarts = timesOut && dialogue.canRestart;
             QByteArrayList sent = sentBy(dialogue, timesOut);
             if (restarts) {
                 sent += dialogue.command;
@@ -281,7 +281,7 @@ private slots:
         QTest::addColumn<int>("index");
         const QVector<JobDialogue> dialogues = allDialogues();
         for (int index = 0; index < dialogues.size(); ++index) {
-            if (dialogues.at(index).restarts) {
+            if (dialogues.at(index).canRestart) {
                 QTest::addRow("%s", dialogues.at(index).name) << index;
             }
         }

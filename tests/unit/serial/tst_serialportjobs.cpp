@@ -85,7 +85,7 @@ private slots:
         const JobPointer job = dialogue.make(m_port.data());
         QCOMPARE(job->type(), dialogue.type);
         QCOMPARE(job->timeout(), dialogue.timeoutMs);
-        QCOMPARE(job->canRestart(), dialogue.restarts);
+        QCOMPARE(job->canRestart(), dialogue.canRestart);
         QVERIFY(!job->isRunning());
         QVERIFY(m_port->sent.isEmpty());
 
@@ -96,7 +96,7 @@ private slots:
             const bool isLine = m_port->sent.at(i).endsWith("\r\n");
             QCOMPARE(m_port->kinds.at(i), isLine ? Kind::Text : Kind::Bytes);
         }
-        QCOMPARE(m_port->flushes, 0);
+        QCOMPARE(m_port->flushCount, 0);
 
         QVERIFY(job->restart());
         QCOMPARE(m_port->sent, dialogue.command + dialogue.command);

@@ -207,9 +207,9 @@ private slots:
         QVERIFY(!m_queue->open());
         port->openResult = true;
         QVERIFY(m_queue->open());
-        QCOMPARE(port->opens, 2);
+        QCOMPARE(port->openCount, 2);
         QVERIFY(m_queue->open());
-        QCOMPARE(port->opens, 2);
+        QCOMPARE(port->openCount, 2);
     }
 
     void closesWithAndWithoutAPort()
@@ -226,7 +226,7 @@ private slots:
         add(Type::JobSetValue, "d");
         m_queue->close();
         QVERIFY(!port->isOpen());
-        QCOMPARE(port->closes, 1);
+        QCOMPARE(port->closeCount, 1);
         QCOMPARE(names(), texts(""));
         QCOMPARE(log(), texts("a start|a stop|c start|c stop"));
         QCOMPARE(m_queue->serialPort().data(), port.data());
@@ -238,7 +238,7 @@ private slots:
         const auto second = PortPointer::create();
         second->name = text("ttyUSB3");
         m_queue->setSerialPort(first);
-        QCOMPARE(first->closes, 0);
+        QCOMPARE(first->closeCount, 0);
         QVERIFY(m_queue->open());
         add(Type::JobReadValue, "a");
         add(Type::JobSetValue, "b");
@@ -246,8 +246,8 @@ private slots:
         QCOMPARE(m_queue->serialPort().data(), second.data());
         QCOMPARE(m_queue->portName(), text("ttyUSB3"));
         QVERIFY(!first->isOpen());
-        QCOMPARE(first->closes, 2);
-        QCOMPARE(second->closes, 0);
+        QCOMPARE(first->closeCount, 2);
+        QCOMPARE(second->closeCount, 0);
         QCOMPARE(names(), texts(""));
         QCOMPARE(log(), texts("a start|a stop"));
 
@@ -256,7 +256,7 @@ private slots:
         QVERIFY(released.isNull());
         m_queue->setSerialPort(nullptr);
         QVERIFY(m_queue->serialPort().isNull());
-        QCOMPARE(second->closes, 2);
+        QCOMPARE(second->closeCount, 2);
     }
 
     void setsTheSamePortAgain()
@@ -265,7 +265,7 @@ private slots:
         m_queue->setSerialPort(port);
         m_queue->setSerialPort(port);
         QCOMPARE(m_queue->serialPort().data(), port.data());
-        QCOMPARE(port->closes, 2);
+        QCOMPARE(port->closeCount, 2);
     }
 
     void closesThePortWhenDestroyed()
@@ -277,7 +277,7 @@ private slots:
         const QWeakPointer<FakeJob> b = add(Type::JobSetValue, "b");
         m_queue.reset();
         QVERIFY(!port->isOpen());
-        QCOMPARE(port->closes, 1);
+        QCOMPARE(port->closeCount, 1);
         QVERIFY(a.isNull());
         QVERIFY(b.isNull());
         QCOMPARE(log(), texts("a start|a stop"));
