@@ -97,7 +97,7 @@ void DialogDriver::checkActiveDialog()
 
 void DialogDriver::answer(QDialog *dialog)
 {
-    // Chosen before the screenshot, which takes time in which the title may change.
+    // Chosen before the screenshot is taken, because the title may change meanwhile.
     const auto match = std::find_if(m_answers.begin(), m_answers.end(),
                                     [&](const Answer &answer) { return answer.matches(dialog); });
     Action action;

@@ -234,15 +234,15 @@ double luminance(QRgb color)
         + 0.0722 * linear(qBlue(color));
 }
 
-/// The contrast of the most frequent colour in @p picture to the one that differs most, as the Web
+/// The contrast of the most frequent colour in @p image to the one that differs most, as the Web
 /// Content Accessibility Guidelines define it: 1 to 21.
-double contrast(const QImage &picture)
+double contrast(const QImage &image)
 {
     constexpr double flare = 0.05;
     QHash<QRgb, int> counts;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            ++counts[picture.pixel(x, y)];
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            ++counts[image.pixel(x, y)];
         }
     }
     const QRgb background = std::max_element(counts.cbegin(), counts.cend()).key();
@@ -371,13 +371,13 @@ QStringList LayoutChecks::lowContrastTexts(QWidget *window)
 {
     constexpr double minimum = 4.5;
     QStringList lowContrast;
-    const QPixmap picture = window->grab();
-    const qreal ratio = picture.devicePixelRatio();
+    const QPixmap screenshot = window->grab();
+    const qreal ratio = screenshot.devicePixelRatio();
     for (const QWidget *widget : shownWidgets(window)) {
         for (const Text &text : widget->isEnabled() ? textsOf(widget) : QVector<Text>()) {
             const QPointF corner = text.widget->mapTo(window, text.rect.topLeft());
             const QRectF pixels(corner * ratio, QSizeF(text.rect.size()) * ratio);
-            const double found = contrast(picture.copy(pixels.toRect()).toImage());
+            const double found = contrast(screenshot.copy(pixels.toRect()).toImage());
             if (found < minimum) {
                 lowContrast.append(QStringLiteral("%1: contrast %2").arg(text.what).arg(found));
             }

@@ -83,8 +83,8 @@ QMap<QString, QString> SimulatorProcess::measurementValues()
 {
     QMap<QString, QString> values;
     for (const QByteArray &pair : measurements()) {
-        const QStringList words = QString::fromLatin1(pair).split(QLatin1Char('='));
-        values.insert(words.first(), words.last());
+        const QStringList nameAndValue = QString::fromLatin1(pair).split(QLatin1Char('='));
+        values.insert(nameAndValue.first(), nameAndValue.last());
     }
     return values;
 }
