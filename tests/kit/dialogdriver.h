@@ -38,7 +38,7 @@ public:
     }
 
     /// Whether each prepared answer has been given and no dialog was unexpected.
-    bool hasMetExpectations() const { return m_answers.isEmpty() && m_unexpected.isEmpty(); }
+    bool allExpectationsMet() const { return m_answers.isEmpty() && m_unexpected.isEmpty(); }
 
     /// A message with the missing and the unexpected dialogs; empty if there are none.
     QString complaint() const;

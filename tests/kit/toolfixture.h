@@ -133,7 +133,7 @@ protected:
     /// Waits until each prepared answer of dialogs() has been given.
     bool waitForAnswers()
     {
-        return waitFor([this] { return dialogs().hasMetExpectations(); });
+        return waitFor([this] { return dialogs().allExpectationsMet(); });
     }
 
     /// Waits until two more readings are stored and the table shows a value.
