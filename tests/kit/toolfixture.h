@@ -56,7 +56,7 @@ protected:
     /// Starts the simulated device with short delays and the further @p options.
     bool startDevice(const QStringList &options = QStringList());
 
-    /// Starts the program up to its event loop and selects the device in the port list.
+    /// Creates, starts and shows the tool, with the device selected in the port list.
     bool startTool()
     {
         m_tool = std::make_unique<Tool>();
