@@ -5,7 +5,7 @@
 #include "benchmarks/benchmarkoutput.h"
 #include "benchmarks/readingtimes.h"
 #include "common/utils.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/testpaths.h"
 
 #include <QtCore/QCoreApplication>

@@ -5,10 +5,10 @@
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/cpuidleinhibitor.h"
 #include "benchmarks/toollink.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/simulatorprocess.h"
 #include "tests/kit/testhome.h"
-#include "tests/kit/tool.h"
+#include "tests/kit/toolobjects.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/kit/simulatorprocess.h"
-#include "tests/kit/tool.h"
+#include "tests/kit/toolobjects.h"
 
 /// Redirects the user's folders to @p folder, and suppresses native dialogs and debug messages.
 /// Must be called before the application object is created.

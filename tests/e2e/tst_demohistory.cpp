@@ -3,10 +3,10 @@
 #include "tests/kit/fakemainwindow.h"
 #include "tests/kit/fakeserialporthandler.h"
 #include "tests/kit/fakesettings.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
-#include "tests/kit/text.h"
 
 #include <QtWidgets/QPushButton>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"
-#include "tests/kit/text.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>

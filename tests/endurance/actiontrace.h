@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "tests/kit/text.h"
+#include "tests/kit/stringliterals.h"
 
 #include <QtCore/QContiguousCache>
 #include <QtCore/QRegularExpression>

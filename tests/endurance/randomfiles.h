@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/endurance/inputsimulator.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 
 #include <QtCore/QDir>
 #include <QtWidgets/QFileDialog>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/databaseinspector.h"
+#include "tests/kit/enduranceparameters.h"
 #include "tests/kit/simulatorprocess.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/testparameters.h"
 #include "tests/kit/testpaths.h"
-#include "tests/kit/text.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>

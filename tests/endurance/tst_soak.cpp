@@ -2,8 +2,8 @@
 #include "tests/endurance/continuouspolling.h"
 #include "tests/endurance/processmemory.h"
 #include "tests/kit/devicelink.h"
+#include "tests/kit/enduranceparameters.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/testparameters.h"
 
 #include <QtCharts/QChart>
 #include <QtCharts/QChartView>

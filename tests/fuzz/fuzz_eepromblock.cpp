@@ -2,7 +2,7 @@
 // The reply with a block of the EEPROM. The first byte of the input selects the check, the next two
 // are the block's number.
 #include "tests/fuzz/fuzzing.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/devicereplies.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // The CSV files of an export, with arbitrary names of measurements in the database, and of a log,
 // with arbitrary titles from the device. The expected contents are computed independently.
 #include "tests/fuzz/fuzzing.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/unit/control/controllerfixture.h"
 
 #include <QtCore/QTemporaryDir>

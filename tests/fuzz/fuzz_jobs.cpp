@@ -4,9 +4,9 @@
 // and whether a queue runs the job.
 #include "serial/serialportqueue.h"
 #include "tests/fuzz/fuzzing.h"
+#include "tests/kit/devicereplies.h"
 #include "tests/kit/fakeserialport.h"
 #include "tests/kit/jobdialogue.h"
-#include "tests/kit/replysamples.h"
 #include "tests/kit/signalrecorder.h"
 
 #include <QtCore/QRegularExpression>

@@ -2,8 +2,8 @@
 // The loader of settings.xml: the input is the contents of the file.
 #include "common/measurementtypeutils.h"
 #include "tests/fuzz/fuzzing.h"
-#include "tests/kit/files.h"
-#include "tests/kit/text.h"
+#include "tests/kit/fileio.h"
+#include "tests/kit/stringliterals.h"
 #include "ui/configurationloader.h"
 
 #include <QtCore/QStringList>

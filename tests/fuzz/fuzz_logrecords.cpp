@@ -3,7 +3,7 @@
 // the second is the row's number.
 #include "common/utils.h"
 #include "tests/fuzz/fuzzing.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/devicereplies.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "storage/localstoragesqlite.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/kit/databaseinspector.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 
 #include <QtCore/QTemporaryDir>
 #include <limits>

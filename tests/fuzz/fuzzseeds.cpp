@@ -3,9 +3,9 @@
 // scripted dialogues of the tests.
 // Usage: fuzzseeds FOLDER
 #include "tests/fuzz/replytable.h"
-#include "tests/kit/files.h"
+#include "tests/kit/devicereplies.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/jobdialogue.h"
-#include "tests/kit/replysamples.h"
 
 #include <QtCore/QDir>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "serial/dataparser.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/devicereplies.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>

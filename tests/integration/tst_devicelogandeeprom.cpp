@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/devicelink.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/testmain.h"
 
 #include <QtTest/QtTest>

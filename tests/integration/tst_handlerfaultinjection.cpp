@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/integration/faultexpectations.h"
 #include "tests/kit/devicelink.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/testmain.h"
 
 #include <QtCore/QTemporaryDir>

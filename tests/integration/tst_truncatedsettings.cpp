@@ -4,7 +4,7 @@
 #include "tests/kit/fakemainwindow.h"
 #include "tests/kit/fakeserialporthandler.h"
 #include "tests/kit/fakesettings.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/reliabilitytable.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/testpaths.h"

@@ -5,7 +5,7 @@
 #include "serial/serialporthandler.h"
 #include "serial/serialportqueue.h"
 #include "tests/kit/simulatorprocess.h"
-#include "tests/kit/text.h"
+#include "tests/kit/stringliterals.h"
 
 #include <QtCore/QMap>
 #include <functional>

@@ -18,7 +18,7 @@
 #include "serial/serialportjobupdatefirmware.h"
 #include "serial/serialportjobwriteeepromblock.h"
 #include "serial/serialportjobwritetoeeprom.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/devicereplies.h"
 
 namespace {
 

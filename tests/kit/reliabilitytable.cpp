@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/reliabilitytable.h"
 
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/testpaths.h"
 
 #include <QtCore/QDir>

@@ -3,8 +3,8 @@
 
 #include "serial/serialportjobinterface.h"
 #include "serial/serialportqueueinterface.h"
+#include "tests/kit/devicereplies.h"
 #include "tests/kit/enumeratornames.h"
-#include "tests/kit/replysamples.h"
 
 #include <QtCore/QStringList>
 #include <functional>

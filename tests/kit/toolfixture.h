@@ -2,11 +2,11 @@
 #pragma once
 
 #include "tests/kit/dialogdriver.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/simulatorprocess.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testpaths.h"
-#include "tests/kit/text.h"
-#include "tests/kit/tool.h"
+#include "tests/kit/toolobjects.h"
 #include "tests/kit/windowdriver.h"
 #include "ui/configurationeditor.h"
 #include "ui/measurementtable.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/measurementtypeutils.h"
 #include "tests/kit/prefixingtranslator.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // saveToCsv() must write exactly the same bytes as a simple implementation with QTextStream.
 #include "common/utils.h"
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 #include "tests/kit/timezonescope.h"
 
 #include <QtCore/QTextCodec>

@@ -6,8 +6,8 @@
 #include "tests/kit/fakemainwindow.h"
 #include "tests/kit/fakeserialporthandler.h"
 #include "tests/kit/fakesettings.h"
-#include "tests/kit/files.h"
-#include "tests/kit/text.h"
+#include "tests/kit/fileio.h"
+#include "tests/kit/stringliterals.h"
 
 #include <QtCore/QFile>
 

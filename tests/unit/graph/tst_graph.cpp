@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graph.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 
 #include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QLineSeries>

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "serial/serialporthandler.h"
+#include "tests/kit/devicereplies.h"
 #include "tests/kit/enumeratornames.h"
 #include "tests/kit/fakequeue.h"
 #include "tests/kit/fakeserialport.h"
-#include "tests/kit/replysamples.h"
-#include "tests/kit/text.h"
+#include "tests/kit/stringliterals.h"
 
 #include <QtCore/QCoreApplication>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/dataparser.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/devicereplies.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 

@@ -3,8 +3,8 @@
 #include "serial/serialportjobconnect.h"
 #include "serial/serialportqueue.h"
 #include "tests/kit/pseudoterminal.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 
 #include <QtTest/QtTest>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/loggedlines.h"
+#include "tests/kit/loggedmessages.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/serial/handlerfixture.h"
 

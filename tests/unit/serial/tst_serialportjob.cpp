@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "serial/serialportjob.h"
 #include "tests/kit/fakeserialport.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QtTest>

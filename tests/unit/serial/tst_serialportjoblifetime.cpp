@@ -3,8 +3,8 @@
 #include "serial/serialportjobreadmodel.h"
 #include "serial/serialportjobreadvalue.h"
 #include "serial/serialportjobsetdate.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 #include "tests/unit/serial/jobhelpers.h"
 
 #include <QtCore/QRegularExpression>

@@ -9,7 +9,7 @@
 #include "serial/serialportjobsetvalue.h"
 #include "serial/serialportjobtransmitfirmwareblock.h"
 #include "serial/serialportjobwriteeepromblock.h"
-#include "tests/kit/replysamples.h"
+#include "tests/kit/devicereplies.h"
 #include "tests/kit/testmain.h"
 #include "tests/kit/timezonescope.h"
 #include "tests/unit/serial/jobhelpers.h"

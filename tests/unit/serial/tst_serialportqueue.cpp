@@ -3,8 +3,8 @@
 #include "tests/kit/fakejob.h"
 #include "tests/kit/fakeserialport.h"
 #include "tests/kit/signalrecorder.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 
 #include <QtCore/QScopedPointer>
 #include <QtTest/QtTest>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/files.h"
+#include "tests/kit/fileio.h"
 #include "tests/kit/testmain.h"
 #include "tests/unit/simulator/deviceharness.h"
 

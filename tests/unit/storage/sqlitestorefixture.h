@@ -3,7 +3,7 @@
 
 #include "storage/localstoragesqlite.h"
 #include "tests/kit/databaseinspector.h"
-#include "tests/kit/text.h"
+#include "tests/kit/stringliterals.h"
 
 #include <QtCore/QScopedPointer>
 #include <QtCore/QTemporaryDir>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/kit/fakelocalstorage.h"
-#include "tests/kit/forms.h"
+#include "tests/kit/formhelpers.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"
 

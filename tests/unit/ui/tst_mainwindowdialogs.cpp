@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "graph/graph.h"
 #include "tests/kit/fakelocalstorage.h"
-#include "tests/kit/files.h"
-#include "tests/kit/loggedlines.h"
+#include "tests/kit/fileio.h"
+#include "tests/kit/loggedmessages.h"
+#include "tests/kit/stringliterals.h"
 #include "tests/kit/testmain.h"
-#include "tests/kit/text.h"
 #include "tests/kit/windowdriver.h"
 #include "ui/exportmeasurementstocsvdialog.h"
 #include "ui/mainwindow.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/kit/forms.h"
+#include "tests/kit/formhelpers.h"
 
 QStringList tabOrder(const QWidget *first, const QStringList &names)
 {
