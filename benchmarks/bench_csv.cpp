@@ -107,7 +107,7 @@ struct PythonFiles
         QProcess python;
         python.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         python.start(QStringLiteral("python3"),
-                     {testpaths::sourceFile("benchmarks/csvreference.py"), input, output,
+                     {TestPaths::sourceFile("benchmarks/csvreference.py"), input, output,
                       headings().join(QLatin1Char(','))});
         python.waitForFinished(-1);
         const double seconds = python.readAllStandardOutput().trimmed().toDouble();
@@ -156,10 +156,10 @@ int main(int argc, char *argv[])
          [&] { return secondsOf([&] { end = writeWithToChars(buffer.data(), rows); }); },
          [&] { return python.seconds(); }});
 
-    const QByteArray written = files::contents(path);
+    const QByteArray written = FileIo::contents(path);
     checkEqual(written, headingLine + QByteArray(buffer.constData(), int(end - buffer.constData())),
                "The tool's file and the one of std::to_chars differ.");
-    checkEqual(written, files::contents(python.output), "The tool's file and Python's differ.");
+    checkEqual(written, FileIo::contents(python.output), "The tool's file and Python's differ.");
     const auto rate = [&](std::size_t writer) { return count / median(seconds[writer]); };
     const std::string measured = withUnit(rate(0) / 1e3, 0, "k rows/s");
     printRow("CSV", measured,

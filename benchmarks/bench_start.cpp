@@ -81,7 +81,7 @@ int main(int argc, char *argv[])
     }
     const QString binaries = QCoreApplication::applicationDirPath();
     const QTemporaryDir home;
-    QFile::copy(testpaths::sourceFile("settings.xml"),
+    QFile::copy(TestPaths::sourceFile("settings.xml"),
                 home.filePath(QStringLiteral("settings.xml")));
     QDir::setCurrent(home.path());
     for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {

@@ -176,7 +176,7 @@ void benchmarkFirmware(const BenchmarkArguments &arguments)
 {
     constexpr int blockSize = 16;
     const QTemporaryDir folder;
-    const QByteArray image = files::pseudoRandomBytes(arguments.size(64 * 1024, 512));
+    const QByteArray image = FileIo::pseudoRandomBytes(arguments.size(64 * 1024, 512));
     const QString received = folder.filePath(QStringLiteral("image"));
     const auto tool = [&](RateLimitedDevice &device) {
         ToolLink link(device.port());
@@ -188,7 +188,7 @@ void benchmarkFirmware(const BenchmarkArguments &arguments)
                 device.powerCycle();
             });
         });
-        if (files::contents(received) != image) {
+        if (FileIo::contents(received) != image) {
             fail("FW-WIRE: the device received another image.");
         }
         return seconds;
@@ -252,7 +252,7 @@ void benchmarkLog(const BenchmarkArguments &arguments)
 void benchmarkEeprom(const BenchmarkArguments &arguments)
 {
     const int blocks = arguments.size(256, 2);
-    const QByteArray data = files::pseudoRandomBytes(eepromBytes);
+    const QByteArray data = FileIo::pseudoRandomBytes(eepromBytes);
     const auto tool = [blocks](SerialPortActionType blockAction, const auto &start) {
         return [=](RateLimitedDevice &device) {
             ToolLink link(device.port());
@@ -302,16 +302,16 @@ bool writeConfiguration(const QString &fileName)
     text += QStringLiteral("</ConfigurationItemGroup></Configuration><Measurements>"
                            "<Measurement name=\"W0\" type=\"air temperature\" unit=\"c\"/>"
                            "</Measurements></Device></Devices></KVTConfig>");
-    return files::write(fileName, text.toUtf8());
+    return FileIo::write(fileName, text.toUtf8());
 }
 
 double secondsToConnect(RateLimitedDevice &device)
 {
-    Tool tool;
+    ToolObjects tool;
     if (!tool.controller.start()) {
         fail("CONNECT: the tool did not start.");
     }
-    tool.choosePort(QStringLiteral("Device"), device.port());
+    tool.addAndSelectPort(QStringLiteral("Device"), device.port());
     tool.window.show();
     QApplication::processEvents();
     Waiter waiter;

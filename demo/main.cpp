@@ -49,7 +49,7 @@ int run(const QString &folder)
     if (!lockFolder(lock, folder)) {
         return 1;
     }
-    Tool tool;
+    ToolObjects tool;
     SimulatorProcess device(QCoreApplication::applicationDirPath()
                             + QLatin1String("/kvt-simulator"));
     bool terminated = false;

@@ -20,7 +20,7 @@ void prepareDemo(const QString &folder)
     });
 }
 
-bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
+bool startDemo(ToolObjects &tool, SimulatorProcess &device, const QString &folder,
                const QStringList &options)
 {
     const QDir files(folder);
@@ -43,6 +43,6 @@ bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
     if (!tool.controller.start()) {
         return false;
     }
-    tool.choosePort(QObject::tr("Simulated transmitter"), device.port());
+    tool.addAndSelectPort(QObject::tr("Simulated transmitter"), device.port());
     return true;
 }

@@ -12,5 +12,5 @@ void prepareDemo(const QString &folder);
 /// selects the device in the port list. A new store is filled with the readings of a day.
 ///
 /// Returns false, with the reason as a warning, if one of them does not start.
-bool startDemo(Tool &tool, SimulatorProcess &device, const QString &folder,
+bool startDemo(ToolObjects &tool, SimulatorProcess &device, const QString &folder,
                const QStringList &options = QStringList());

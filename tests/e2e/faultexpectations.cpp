@@ -75,7 +75,7 @@ QVector<FaultMatrix::Exception> exceptions()
         {{F::Silence}, {ReadLog, Backup, Restore}, worksAfterCancel},
         {{F::Silence, F::NulByte}, {UpdateUnconnected}, connectedAfterCancel},
         // The device ignores the second command.
-        {{F::LateAnswer}, {UpdateConnected, UpdateUnconnected}, done},
+        {{F::LateReply}, {UpdateConnected, UpdateUnconnected}, done},
 
         // Without a checksum, a damaged value is read as another value. The damaged version that
         // Connect reads first and the damaged echoes of the other two actions aren't shown.
@@ -106,7 +106,7 @@ QVector<FaultMatrix::Exception> exceptions()
         // The tool itself disconnects after an update.
         {{F::HangUpAfter}, {UpdateConnected, UpdateUnconnected}, done},
         {{F::HangUpAfter}, {CloseProgram}, notApplicable("nothing is open any more")},
-        {{F::Silence, F::LateAnswer, F::Chatter, F::HangUpBefore, F::HangUpDuring}, {CloseProgram},
+        {{F::Silence, F::LateReply, F::Chatter, F::HangUpBefore, F::HangUpDuring}, {CloseProgram},
          exits},
 
         {unwritableStore, {Connect}, storedAfterConnect},

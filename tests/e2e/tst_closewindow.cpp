@@ -91,7 +91,7 @@ private slots:
     {
         QVERIFY(startDevice({text("--fault"), text("unknown-model")}) && startTool());
         dialogs().answerDialog(text("Kv tool"), [this](QDialog *) { QVERIFY(window().close()); });
-        QCOMPARE(runProgram([this] { QVERIFY(click("connectButton")); }), 0);
+        QCOMPARE(runEventLoop([this] { QVERIFY(click("connectButton")); }), 0);
     }
 
     void canBeClosedDuringPoll()
@@ -99,7 +99,7 @@ private slots:
         QVERIFY(startConnected());
         const int readings = storedReadings();
         QVERIFY(device().fault("silence@show meas"));
-        forgetCommands();
+        clearCommands();
         closeAfter([&] {
             tool().controller.setMeasurementInterval(20);
             QTRY_COMPARE(commandCount("show meas$"), 1);
@@ -137,9 +137,9 @@ private slots:
         QVERIFY(startPolling());
         closeAfter([&] {
             QVERIFY(click("buttonShowGraph"));
-            QVERIFY(readingsArrive());
+            QVERIFY(waitForReadings());
         });
-        QVERIFY(rememberedValue("graph to").isValid());
+        QVERIFY(savedPreference("graph to").isValid());
         checkRestart();
     }
 
@@ -153,7 +153,7 @@ private slots:
         QFETCH(DialogRow, dialog);
         QVERIFY(
             startPolling({text("--log-rows"), text("3000"), text("--write-ms"), text("60000")}));
-        forgetCommands();
+        clearCommands();
         prepareAnswers(dialog.button);
         // The dialog blocks the main window's frame until Escape hides it.
         dialogs().answerDialog(text(dialog.title), [this](QDialog *shown) {
@@ -185,7 +185,8 @@ private slots:
         prepareAnswers("updateFirmwareButton");
         dialogs().answerDialog(text("Please wait while update starts"), [=](QDialog *dialog) {
             QTRY_COMPARE(commandCount("reboot"), 1);
-            QTRY_VERIFY(progress == 0 || (bar()->maximum() == 100 && bar()->value() >= progress));
+            QTRY_VERIFY(progress == 0
+                        || (progressBar()->maximum() == 100 && progressBar()->value() >= progress));
             QVERIFY(!closeByFrame(&window()));
             QTest::keyClick(dialog, Qt::Key_Escape);
         });
@@ -215,14 +216,14 @@ private slots:
         dialogs().answerDialog(text(dialog.title), [=](QDialog *shown) {
             QVERIFY(!closeByFrame(&window()));
             // During a long operation, readings wait until it has finished.
-            QVERIFY(duringJob || readingsArrive());
+            QVERIFY(duringJob || waitForReadings());
             QVERIFY(shown->isVisible());
             QVERIFY(closeByFrame(shown));
         });
         closeAfter([&] {
             child<QPushButton>(dialog.button)->click();
             QVERIFY(waitForAnswers());
-            QVERIFY(readingsArrive());
+            QVERIFY(waitForReadings());
             QVERIFY(window().isVisible());
         });
         checkRestart();
@@ -238,8 +239,8 @@ private slots:
         QFETCH(DialogRow, dialog);
         QVERIFY(startPolling({text("--log-rows"), text("3000")}));
         dialogs().answerDialog(text(dialog.title), [&](QDialog *) { QVERIFY(window().close()); });
-        QCOMPARE(runProgram([&] { child<QPushButton>(dialog.button)->click(); }), 0);
-        QVERIFY(!rememberedValue("graph to").isValid());
+        QCOMPARE(runEventLoop([&] { child<QPushButton>(dialog.button)->click(); }), 0);
+        QVERIFY(!savedPreference("graph to").isValid());
         QVERIFY(queue().serialPort()->isOpen());
         checkExit();
     }
@@ -249,7 +250,7 @@ private slots:
         QVERIFY(startPolling());
         bool readingsArrived = false;
         dialogs().answerDialog(text("Kv tool"), [&](QDialog *dialog) {
-            readingsArrived = readingsArrive();
+            readingsArrived = waitForReadings();
             dialog->accept();
         });
         // Opened in a slot of the reading's signal, so that its event loop runs inside the
@@ -264,10 +265,10 @@ private slots:
         QVERIFY(waitForAnswers());
         QVERIFY(readingsArrived);
 
-        QVERIFY(readingsArrive());
+        QVERIFY(waitForReadings());
         // No reading was lost: each reply of the device is in the database.
         tool().controller.stopMeasurementPolling();
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(storedReadings(), commandCount("show meas$"));
     }
 
@@ -289,7 +290,7 @@ private slots:
         const QString two = text("Error occurred with serial port communication: two");
         QCOMPARE(answeredTexts, QStringList({two, two, one, one}));
         QVERIFY(isConnected());
-        QVERIFY(readingsArrive());
+        QVERIFY(waitForReadings());
     }
 
     void disconnectDuringWaitDialogRemovesItsJobs_data()
@@ -325,7 +326,7 @@ private slots:
         // The device continues to write settings; in the other cases it can be connected again.
         if (qstrcmp(dialog.button, writeSettings.button) != 0) {
             QVERIFY(connectByClick());
-            QVERIFY(readingsArrive());
+            QVERIFY(waitForReadings());
         }
     }
 
@@ -344,7 +345,7 @@ private:
     /// Runs @p steps in the program's event loop, closes the main window and checks the exit.
     void closeAfter(const std::function<void()> &steps)
     {
-        const int code = runProgram([&] {
+        const int code = runEventLoop([&] {
             steps();
             QVERIFY(closeByFrame(&window()));
             QVERIFY(!window().isVisible());
@@ -357,11 +358,11 @@ private:
     {
         QVERIFY(!window().isVisible());
         QVERIFY(!waitDialog()->isVisible());
-        QVERIFY(!topLevel("MeasurementGraph")->isVisible());
+        QVERIFY(!topLevelWidget("MeasurementGraph")->isVisible());
         const QWeakPointer<SerialPortInterface> port = queue().serialPort();
-        endTool();
+        deleteTool();
         QVERIFY(port.isNull());
-        QCOMPARE(sqlite(text("pragma integrity_check")), QStringList(text("ok")));
+        QCOMPARE(sqliteOutput(text("pragma integrity_check")), QStringList(text("ok")));
     }
 
     /// Checks that the tool starts again with the same files and connects to the same device.
@@ -372,7 +373,7 @@ private:
         QTRY_COMPARE(device().state("mode"), QByteArray("console"));
         QVERIFY(startTool());
         QVERIFY(connectByClick());
-        QCOMPARE(field("serialNumber").toLatin1(), device().setting("serial"));
+        QCOMPARE(fieldText("serialNumber").toLatin1(), device().setting("serial"));
     }
 };
 

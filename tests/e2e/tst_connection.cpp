@@ -13,25 +13,25 @@ private slots:
     void connectingShowsAndStoresIdentityAndReading()
     {
         QVERIFY(startDevice({text("--health"), text("135%")}) && startTool());
-        QVERIFY(!rememberedValue("serial port").isValid());
+        QVERIFY(!savedPreference("serial port").isValid());
         QVERIFY(connectByClick());
-        QCOMPARE(rememberedValue("serial port").toString(), device().port().mid(5));
-        QCOMPARE(field("serialNumber").toLatin1(), device().setting("serial"));
-        QCOMPARE(field("modelNumber").toLatin1(), device().setting("model"));
-        QCOMPARE(field("swVersion").toLatin1(), device().setting("swver"));
-        QCOMPARE(field("hwVersion").toLatin1(), device().setting("hwver"));
-        QCOMPARE(field("deviceHealth"), text("100%"));
+        QCOMPARE(savedPreference("serial port").toString(), device().port().mid(5));
+        QCOMPARE(fieldText("serialNumber").toLatin1(), device().setting("serial"));
+        QCOMPARE(fieldText("modelNumber").toLatin1(), device().setting("model"));
+        QCOMPARE(fieldText("swVersion").toLatin1(), device().setting("swver"));
+        QCOMPARE(fieldText("hwVersion").toLatin1(), device().setting("hwver"));
+        QCOMPARE(fieldText("deviceHealth"), text("100%"));
         for (const char *alias : {"location", "altitude", "temp_offset", "gain_co", "alarm_co"}) {
             QCOMPARE(setting(alias)->text().toLatin1(), device().setting(alias));
         }
-        const QStringList identity{field("modelNumber"), field("serialNumber"), field("swVersion"),
-                                   field("hwVersion")};
-        QCOMPARE(sqlite(text("select model, serial, sw_version, hw_version from device")),
+        const QStringList identity{fieldText("modelNumber"), fieldText("serialNumber"),
+                                   fieldText("swVersion"), fieldText("hwVersion")};
+        QCOMPARE(sqliteOutput(text("select model, serial, sw_version, hw_version from device")),
                  QStringList(identity.join(QLatin1Char('|'))));
         QCOMPARE(shownValues(), expectedValues());
         QCOMPARE(shownValues().size(), 6);
         QCOMPARE(lastStoredValues(), deviceValues());
-        QCOMPARE(sqlite(text("select meas_state, device_id from measurement_metadata")),
+        QCOMPARE(sqliteOutput(text("select meas_state, device_id from measurement_metadata")),
                  QStringList(text("1|1")));
     }
 
@@ -57,7 +57,7 @@ private slots:
         tool().controller.setMeasurementInterval(10);
         QTRY_VERIFY(storedReadings() >= 4);
         tool().controller.stopMeasurementPolling();
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QTRY_COMPARE(storedReadings(), startedPolls.size());
     }
 
@@ -83,14 +83,14 @@ private slots:
     void synchronizeSendsReadValueBackToDevice()
     {
         QVERIFY(startConnected());
-        forgetCommands();
+        clearCommands();
         QVERIFY(typeSetting("location", text("Room 2")));
         QTRY_COMPARE(device().setting("location"), QByteArray("Room 2"));
         QVERIFY(typeSetting("altitude", text("99999")));
         QTRY_COMPARE(device().setting("altitude"), QByteArray("9000"));
         QVERIFY(click("synchronizeButton"));
         QTRY_COMPARE(setting("altitude")->text(), text("9000"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QTRY_COMPARE(commands().filter(text("set ")),
                      texts("set location=Room 2|set altitude=99999|set altitude=9000"));
     }
@@ -117,12 +117,12 @@ private slots:
 
     void unknownModelIsReportedAndPolled()
     {
-        dialogs().answerBox(text("Device KVT-900 not supported. Please update KV Tool."),
-                            text("OK"));
+        dialogs().answerMessageBox(text("Device KVT-900 not supported. Please update KV Tool."),
+                                   text("OK"));
         QVERIFY(startConnected({text("--fault"), text("unknown-model")}));
         QVERIFY(waitForAnswers());
         QVERIFY(isConnected());
-        QCOMPARE(field("modelNumber"), text("KVT-900"));
+        QCOMPARE(fieldText("modelNumber"), text("KVT-900"));
         QCOMPARE(editor()->rowCount(), 8);
         QCOMPARE(setting("altitude")->text(), text("120"));
         tool().controller.setMeasurementInterval(10);
@@ -141,8 +141,8 @@ private slots:
             text("select count(*) from measurement_value v join measurement_type t "
                  "on t.id = v.measurement_type_id where t.name = 'A2' and "
                  "v.measurement_id = (select max(id) from measurement_metadata)");
-        QCOMPARE(sqlite(values), QStringList(text("0")));
-        QTRY_COMPARE(sqlite(values), QStringList(text("1")));
+        QCOMPARE(sqliteOutput(values), QStringList(text("0")));
+        QTRY_COMPARE(sqliteOutput(values), QStringList(text("1")));
         QCOMPARE(table()->rowCount(), 5);
 
         QVERIFY(disconnectByClick());
@@ -160,7 +160,7 @@ private slots:
         QCOMPARE(bar->currentMessage(), text("Device has not stabilized yet"));
         QCOMPARE(bar->styleSheet(), text("QStatusBar { color : red; }"));
         QCOMPARE(table()->styleSheet(), text("QTableWidget { color: red}"));
-        QCOMPARE(sqlite(text("select distinct meas_state from measurement_metadata")),
+        QCOMPARE(sqliteOutput(text("select distinct meas_state from measurement_metadata")),
                  QStringList(text("3")));
 
         QTRY_VERIFY(commandCount("show meas_state") >= 3);
@@ -171,8 +171,8 @@ private slots:
 
         // The state is no longer requested: there is no request for it before the reply to another
         // command.
-        QVERIFY(waitUntilQuiet());
-        forgetCommands();
+        QVERIFY(waitUntilIdle());
+        clearCommands();
         QVERIFY(typeSetting("altitude", text("5")));
         QTRY_COMPARE(device().setting("altitude"), QByteArray("5"));
         QCOMPARE(commandCount("show meas_state"), 0);
@@ -191,16 +191,16 @@ private slots:
         QVERIFY(disconnectByClick());
 
         QVERIFY(device().resume());
-        choosePort(device().port());
+        addAndSelectPort(device().port());
         QVERIFY(connectByClick());
-        QCOMPARE(sqlite(text("select count(*) from device")), QStringList(text("1")));
+        QCOMPARE(sqliteOutput(text("select count(*) from device")), QStringList(text("1")));
     }
 
     void lockedDatabaseBlocksWindowForLimitedTime()
     {
         constexpr int sqliteTimeoutMs = 5000;
         QVERIFY(startConnected());
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         const LockedDatabaseScope lockedDatabase(storePath());
         QVERIFY(lockedDatabase.isActive());
         QTest::ignoreMessage(QtWarningMsg,

@@ -36,7 +36,7 @@ private slots:
             const QDateTime now = QDateTime::currentDateTimeUtc();
             return m_tool.storage.measurements(now.addDays(-2), now, 1);
         };
-        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
+        QVERIFY(QFile::copy(TestPaths::sourceFile("settings.xml"), text("settings.xml")));
         QVERIFY(startDemo(m_tool, m_device, m_folder.path()));
         const int history = storedMeasurements().size();
         QCOMPARE(history, 23 * 60);
@@ -52,13 +52,13 @@ private slots:
         FakeSerialPortHandler handler;
         FakeSettings settings;
         MainWindowController controller(&window, &handler, &settings, &m_tool.storage, nullptr);
-        window.answer = true;
+        window.dialogResult = true;
         window.saveFile = m_folder.filePath(text("day.csv"));
         const QDateTime now = QDateTime::currentDateTimeUtc();
         window.exportSelection = {now.addDays(-2), now, 1, m_tool.storage.measurementTypes(1)};
         emit window.exportLocalMeasurementsToCsvClicked();
 
-        const QStringList lines = QString::fromUtf8(files::contents(window.saveFile))
+        const QStringList lines = QString::fromUtf8(FileIo::contents(window.saveFile))
                                       .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         const QStringList headings = lines.first().split(QLatin1Char(','));
         QCOMPARE(headings.size(), 7);
@@ -97,7 +97,7 @@ private slots:
 
 private:
     QTemporaryDir m_folder;
-    Tool m_tool;
+    ToolObjects m_tool;
     SimulatorProcess m_device;
     QVector<StoredMeasurement> m_measurements; ///< the last one was read from the device
 };

@@ -104,7 +104,7 @@ private:
     /// Starts the tool with a short time-out for waiting for a locked database.
     bool startToolWithShortLockTimeout()
     {
-        m_tool = std::make_unique<Tool>();
+        m_tool = std::make_unique<ToolObjects>();
         QSqlDatabase store =
             QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false);
         store.setConnectOptions(text("QSQLITE_BUSY_TIMEOUT=20"));
@@ -113,7 +113,7 @@ private:
 
     bool startToolConnected()
     {
-        return startToolWithShortLockTimeout() && connectByClick() && waitUntilQuiet();
+        return startToolWithShortLockTimeout() && connectByClick() && waitUntilIdle();
     }
 
     bool isQueueStopped()
@@ -224,7 +224,7 @@ private:
         } else if (!startDevice()) {
             return "; no device";
         }
-        choosePort(device().port());
+        addAndSelectPort(device().port());
         if (!isConnected()) {
             return !connectByClick() ? "; Connect fails" : succeeded ? "" : "; works after Connect";
         }
@@ -234,7 +234,7 @@ private:
             return shown
                 + (reconnect() ? "; works after Disconnect and Connect" : "; doesn't work again");
         }
-        const bool isWorking = click("synchronizeButton") && waitUntilQuiet();
+        const bool isWorking = click("synchronizeButton") && waitUntilIdle();
         return !isWorking ? "; then doesn't work" : succeeded ? "" : "; then works";
     }
 
@@ -250,7 +250,7 @@ private:
             if (!startToolWithShortLockTimeout()) {
                 return false;
             }
-            choosePort(m_terminal->path());
+            addAndSelectPort(m_terminal->path());
             return true;
         }
         if (!startDevice({text("--image"), file(text("received.bin")), text("--image-size"),
@@ -276,7 +276,7 @@ private:
 
     bool injectLineFault()
     {
-        forgetCommands();
+        clearCommands();
         if (m_terminal) {
             return true;
         }
@@ -285,7 +285,7 @@ private:
             device().hangUp();
             return true;
         case FaultKind::PortMissing:
-            choosePort(text("/dev/pts/there-is-none"));
+            addAndSelectPort(text("/dev/pts/there-is-none"));
             return true;
         case FaultKind::PortInUse:
             m_faultScopes.push_back(std::make_shared<PortInUseScope>(device().port()));
@@ -314,7 +314,7 @@ private:
     {
         if (isFirmwareUpdate(m_action)) {
             switch (m_fault) {
-            case FaultKind::LateAnswer:
+            case FaultKind::LateReply:
                 // Longer than the device needs to restart.
                 return m_action == UpdateConnected ? "delay@reboot:2000" : "";
             case FaultKind::SingleBytes:
@@ -361,8 +361,8 @@ private:
         if (type == SerialPortJobType::JobTransmitFirmwareBlock) {
             return m_expected.startsWith("reports \"Firmware") ? oneBadReplyMs : longMs;
         }
-        if (m_fault == FaultKind::LateAnswer) {
-            return m_action == UpdateUnconnected ? noReplyMs : lateAnswerTimeoutMs;
+        if (m_fault == FaultKind::LateReply) {
+            return m_action == UpdateUnconnected ? noReplyMs : lateReplyTimeoutMs;
         }
         if (m_fault == FaultKind::WrongChecksumInPieces) {
             return manyChunksMs;
@@ -426,7 +426,7 @@ private:
             if (!startToolWithShortLockTimeout() || !writeHistory()) {
                 return "not prepared";
             }
-            endTool();
+            deleteTool();
         }
         const QByteArray sample = contents(text("settings.xml"));
         const bool isInjected = m_fault == FaultKind::TruncatedSettings
@@ -437,13 +437,13 @@ private:
         }
         const QString chosen = file(text("chosen"));
         if (m_fault == FaultKind::FullDisk) {
-            dialogs().answerDialog(text("Choose where to store measurements"),
-                                   [=](QDialog *dialog) {
-                                       removeFault(); // the chosen disk has space
-                                       QDir().mkpath(chosen);
-                                       part<QLineEdit>(dialog, "fileNameEdit")->setText(chosen);
-                                       dialog->done(QDialog::Accepted);
-                                   });
+            dialogs().answerDialog(
+                text("Choose where to store measurements"), [=](QDialog *dialog) {
+                    removeFault(); // the chosen disk has space
+                    QDir().mkpath(chosen);
+                    childWidget<QLineEdit>(dialog, "fileNameEdit")->setText(chosen);
+                    dialog->done(QDialog::Accepted);
+                });
         }
         const bool started = startToolWithShortLockTimeout() && window().isVisible();
         write(text("settings.xml"), sample);
@@ -544,7 +544,7 @@ private:
         LocalStorageSqlite &storage = tool().storage;
         unsigned device = 0;
         // The graph opens on the connected device.
-        const QString connectedSerial = field("serialNumber");
+        const QString connectedSerial = fieldText("serialNumber");
         bool written = storage.addDevice({text("2"), text("B"),
                                           connectedSerial.isEmpty() ? text("S-1") : connectedSerial,
                                           text("KVT-100")},

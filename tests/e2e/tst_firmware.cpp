@@ -34,43 +34,43 @@ private slots:
     void answeringNoChangesNothing()
     {
         QVERIFY(startPolling());
-        dialogs().answerBox(question, text("No"));
+        dialogs().answerMessageBox(question, text("No"));
         QVERIFY(click("updateFirmwareButton"));
-        QVERIFY(readingsArrive());
+        QVERIFY(waitForReadings());
     }
 
     void cancelledFileDialogChangesNothing()
     {
         QVERIFY(startConnected());
-        forgetCommands();
+        clearCommands();
         for (const FileDialog &dialog : {firmwareDialog, restoreDialog, backupDialog}) {
             if (qstrcmp(dialog.button, firmwareDialog.button) == 0) {
-                dialogs().answerBox(question, text("Yes"));
+                dialogs().answerMessageBox(question, text("Yes"));
             }
             dialogs().answerDialog(text(dialog.caption),
                                    [](QDialog *shown) { QVERIFY(closeByFrame(shown)); });
             child<QPushButton>(dialog.button)->click();
             QVERIFY(waitForAnswers());
-            QVERIFY(!rememberedValue(dialog.key).isValid());
+            QVERIFY(!savedPreference(dialog.key).isValid());
             QVERIFY(!waitDialog()->isVisible());
         }
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commands(), QStringList());
     }
 
     void emptyFileIsReportedAndRemembered()
     {
         QVERIFY(startConnected());
-        forgetCommands();
+        clearCommands();
         for (const FileDialog &dialog : {firmwareDialog, restoreDialog}) {
             prepareAnswers(dialog.button);
             QVERIFY(write(chosenFile(), QByteArray()));
-            dialogs().answerBox(text("Selected firmware is empty!"), text("OK"));
+            dialogs().answerMessageBox(text("Selected firmware is empty!"), text("OK"));
             child<QPushButton>(dialog.button)->click();
             QVERIFY(waitForAnswers());
-            QCOMPARE(rememberedValue(dialog.key).toString(), chosenFile());
+            QCOMPARE(savedPreference(dialog.key).toString(), chosenFile());
         }
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commands(), QStringList());
     }
 
@@ -78,15 +78,15 @@ private slots:
     {
         QVERIFY(startConnected());
         QVERIFY(write(imagePath(), "image"));
-        dialogs().answerBox(question, text("Yes"));
+        dialogs().answerMessageBox(question, text("Yes"));
         dialogs().answerDialog(text("Select firmware file"), [=](QDialog *dialog) {
-            part<QLineEdit>(dialog, "fileNameEdit")->setText(imagePath());
+            childWidget<QLineEdit>(dialog, "fileNameEdit")->setText(imagePath());
             QVERIFY(QFile::remove(imagePath()));
             dialog->done(QDialog::Accepted);
         });
-        dialogs().answerBox(text("Unable to open firmware!"), text("OK"));
+        dialogs().answerMessageBox(text("Unable to open firmware!"), text("OK"));
         QVERIFY(click("updateFirmwareButton"));
-        QVERIFY(!rememberedValue("firmware path").isValid());
+        QVERIFY(!savedPreference("firmware path").isValid());
         QCOMPARE(commandCount("reboot"), 0);
     }
 
@@ -96,8 +96,8 @@ private slots:
         QVERIFY(startReceiver(size));
         prepareImage(size);
         const QSignalSpy titles(waitDialog(), &QWidget::windowTitleChanged);
-        const QSignalSpy progress(bar(), &QProgressBar::valueChanged);
-        dialogs().answerBox(text("Firmware updated"), text("OK"));
+        const QSignalSpy progress(progressBar(), &QProgressBar::valueChanged);
+        dialogs().answerMessageBox(text("Firmware updated"), text("OK"));
         QVERIFY(click("updateFirmwareButton"));
         QTRY_VERIFY(!isConnected());
         QCOMPARE(titles.size(), 2);
@@ -105,7 +105,7 @@ private slots:
         QCOMPARE(titles.at(1).first().toString(), text("Updating firmware, please wait."));
         QVERIFY(progress.size() > 10);
         QVERIFY(!waitDialog()->isVisible());
-        QTRY_COMPARE(received(), files::pseudoRandomBytes(size));
+        QTRY_COMPARE(received(), FileIo::pseudoRandomBytes(size));
         QTRY_VERIFY(!queue().serialPort()->isOpen());
 
         QTRY_COMPARE(device().state("mode"), QByteArray("console"));
@@ -122,9 +122,9 @@ private slots:
         // The user switches the device off and on.
         dialogs().answerDialog(text("Please reboot the device manually"),
                                [this](QDialog *) { device().control("restart"); });
-        dialogs().answerBox(text("Firmware updated"), text("OK"));
+        dialogs().answerMessageBox(text("Firmware updated"), text("OK"));
         QVERIFY(click("updateFirmwareButton"));
-        QTRY_COMPARE(received(), files::pseudoRandomBytes(size));
+        QTRY_COMPARE(received(), FileIo::pseudoRandomBytes(size));
         QVERIFY(waitForAnswers());
     }
 
@@ -137,7 +137,7 @@ private slots:
         QVERIFY(queue().serialPort().isNull());
 
         prepareImage(16);
-        dialogs().answerBox(text("Unable to open serial port: "), text("OK"));
+        dialogs().answerMessageBox(text("Unable to open serial port: "), text("OK"));
         QVERIFY(click("updateFirmwareButton"));
         QVERIFY(!waitDialog()->isVisible());
         QVERIFY(queue().serialPort().isNull());
@@ -151,8 +151,8 @@ private slots:
         // The device doesn't report the end, so the dialog stays at 100 % until the user cancels.
         bool dialogStayedOpen = false;
         const auto connection = atProgress(100, [&] {
-            QTRY_COMPARE(received(), files::pseudoRandomBytes(160));
-            QVERIFY(waitUntilQuiet());
+            QTRY_COMPARE(received(), FileIo::pseudoRandomBytes(160));
+            QVERIFY(waitUntilIdle());
             dialogStayedOpen = waitDialog()->isVisible();
             QVERIFY(press(cancelButton()));
         });
@@ -177,11 +177,12 @@ private slots:
         QFETCH(int, lastBlock);
         QVERIFY(startReceiver(8000));
         tool().controller.setMeasurementInterval(10);
-        QVERIFY(readingsArrive());
+        QVERIFY(waitForReadings());
         prepareImage(8000);
         if (!fault.isEmpty()) {
             QVERIFY(device().fault(fault));
-            dialogs().answerBox(text("Firmware update failed due to unknown reason"), text("OK"));
+            dialogs().answerMessageBox(text("Firmware update failed due to unknown reason"),
+                                       text("OK"));
         }
         atProgress(20, [] { QVERIFY(closeByFrame(waitDialog())); });
         QVERIFY(click("updateFirmwareButton"));
@@ -196,7 +197,7 @@ private slots:
                                       &MainWindowController::measurementPollStarted);
         QTRY_COMPARE(device().state("mode"), QByteArray("console"));
         QVERIFY(click("synchronizeButton"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QVERIFY(startedPolls.isEmpty());
 
         QVERIFY(disconnectByClick());
@@ -215,7 +216,7 @@ private slots:
         QVERIFY(!waitDialog()->isVisible());
         // The signal of the last block closes the dialog, which cancels the job that emits it.
         QCOMPARE(cancels.size(), 1);
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commandCount("eeprom --read_block"), 1024);
         QCOMPARE(contents(chosenFile()).left(4), QByteArray("\x00\x00\xff\xff", 4));
 
@@ -228,7 +229,7 @@ private slots:
         }
         QCOMPARE(contents(chosenFile()).mid(4), image);
         QVERIFY(click("synchronizeButton"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QVERIFY(isConnected());
     }
 
@@ -236,12 +237,12 @@ private slots:
     {
         QVERIFY(startConnected());
         const QByteArray image =
-            QByteArray("\x00\x00\xff\xff", 4) + files::pseudoRandomBytes(backupBytes);
+            QByteArray("\x00\x00\xff\xff", 4) + FileIo::pseudoRandomBytes(backupBytes);
         prepareAnswers("restoreEepromButton");
         QVERIFY(write(chosenFile(), image));
         child<QPushButton>("restoreEepromButton")->click();
         QTRY_VERIFY(!waitDialog()->isVisible());
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commandCount("eeprom --write_block"), 1024);
         QVERIFY(deviceEeprom() == image.left(65536));
     }
@@ -258,9 +259,9 @@ private:
 
     void prepareImage(int size)
     {
-        dialogs().answerBox(question, text("Yes"));
+        dialogs().answerMessageBox(question, text("Yes"));
         dialogs().answerFileDialog(text("Select firmware file"), imagePath());
-        QVERIFY(write(imagePath(), files::pseudoRandomBytes(size)));
+        QVERIFY(write(imagePath(), FileIo::pseudoRandomBytes(size)));
     }
 
     QString imagePath() const { return file(text("image.bin")); }

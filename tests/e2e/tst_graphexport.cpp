@@ -51,7 +51,7 @@ private slots:
     {
         QVERIFY(startWithTwoDevices());
         QVERIFY(openGraph());
-        auto *const devices = part<QComboBox>(graph(), "deviceComboBox");
+        auto *const devices = childWidget<QComboBox>(graph(), "deviceComboBox");
         auto *const view = graph()->findChild<QtCharts::QChartView *>();
         QCOMPARE(devices->count(), 2);
         QCOMPARE(list()->count(), 0);
@@ -94,7 +94,7 @@ private slots:
         QCOMPARE(list()->count(), 6);
         toggle(list(), 0);
         QCOMPARE(lines().size(), 1);
-        QTest::mouseClick(part<QPushButton>(graph(), "buttonClear"), Qt::LeftButton);
+        QTest::mouseClick(childWidget<QPushButton>(graph(), "buttonClear"), Qt::LeftButton);
         QVERIFY(lines().isEmpty());
         QVERIFY(checkedNames().isEmpty());
     }
@@ -105,10 +105,10 @@ private slots:
         // When the graph is opened for the first time, its period is empty.
         QCOMPARE(list()->count(), 0);
         QVERIFY(!list()->isEnabled());
-        const auto *const devices = part<QComboBox>(graph(), "deviceComboBox");
+        const auto *const devices = childWidget<QComboBox>(graph(), "deviceComboBox");
         QCOMPARE(devices->count(), 1);
         QVERIFY(devices->currentText().startsWith(text("KVT-100 - ")));
-        QVERIFY(part<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
+        QVERIFY(childWidget<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
 
         dateField("fromDateTimeEdit")->setDateTime(hoursAgo(12));
         QCOMPARE(list()->count(), 6);
@@ -122,7 +122,7 @@ private slots:
         QCOMPARE(lines().size(), 2);
         for (const QtCharts::QLineSeries *line : lines()) {
             const QString name = line->name().contains(text("pressure")) ? text("W2") : text("W1");
-            const QStringList stored = sqlite(
+            const QStringList stored = sqliteOutput(
                 text("select m.timestamp, printf('%.3f', v.value) from measurement_metadata m "
                      "join measurement_value v on v.measurement_id = m.id join measurement_type "
                      "t on t.id = v.measurement_type_id where t.name = '%1' and m.timestamp >= "
@@ -162,12 +162,13 @@ private slots:
             QCOMPARE(lines().first()->count(), 60);
             QCOMPARE(dateField("fromDateTimeEdit")->dateTime(), from);
             QCOMPARE(dateField("toDateTimeEdit")->dateTime(), from.addSecs(3600));
-            QVERIFY(!part<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
-            QVERIFY(part<QCheckBox>(graph(), "enableSettingsMinMaxForGraphcheckBox")->isChecked());
+            QVERIFY(!childWidget<QCheckBox>(graph(), "showLatestCheckBox")->isChecked());
+            QVERIFY(childWidget<QCheckBox>(graph(), "enableSettingsMinMaxForGraphcheckBox")
+                        ->isChecked());
             QCOMPARE(spinBox("graphMinimumSpinBox")->value(), -5.5);
             QCOMPARE(spinBox("graphMaximumSpinBox")->value(), 99.0);
             graph()->close();
-            endTool();
+            deleteTool();
             QVERIFY(startTool());
         }
     }
@@ -181,10 +182,10 @@ private slots:
             if (byFrame) {
                 QVERIFY(closeByFrame(graph()));
             } else {
-                QTest::keyClick(part<QComboBox>(graph(), "deviceComboBox"), Qt::Key_Escape);
+                QTest::keyClick(childWidget<QComboBox>(graph(), "deviceComboBox"), Qt::Key_Escape);
             }
             QVERIFY(!graph()->isVisible());
-            QVERIFY(rememberedValue("graph from").isValid());
+            QVERIFY(savedPreference("graph from").isValid());
         }
     }
 
@@ -194,8 +195,8 @@ private slots:
         const QString path = file(text("measurements.csv"));
         const auto exportModel = [=](const char *model, int types) {
             dialogs().answerDialog(exportTitle, [=](QDialog *dialog) {
-                auto *const list = part<QListWidget>(dialog, "measurementTypeList");
-                QVERIFY(chooseModel(part<QComboBox>(dialog, "deviceComboBox"), model));
+                auto *const list = childWidget<QListWidget>(dialog, "measurementTypeList");
+                QVERIFY(chooseModel(childWidget<QComboBox>(dialog, "deviceComboBox"), model));
                 QCOMPARE(list->count(), types);
                 widenPeriod(dialog);
                 toggle(list, 0);
@@ -209,7 +210,7 @@ private slots:
         QCOMPARE(lines.first().count(','), 11);
         const int linesOfSecondModel = lines.size();
 
-        dialogs().answerBox(text("already exists"), text("Yes"));
+        dialogs().answerMessageBox(text("already exists"), text("Yes"));
         QVERIFY(exportModel("KVT-100", 6));
         lines = contents(path).split('\n');
         QCOMPARE(lines.first().count(','), 5);
@@ -223,7 +224,8 @@ private slots:
             [](QDialog *dialog) { press(dialog, QDialogButtonBox::Cancel); },
             [](QDialog *dialog) { QVERIFY(closeByFrame(dialog)); },
             [](QDialog *dialog) {
-                QTest::keyClick(part<QListWidget>(dialog, "measurementTypeList"), Qt::Key_Escape);
+                QTest::keyClick(childWidget<QListWidget>(dialog, "measurementTypeList"),
+                                Qt::Key_Escape);
             }};
         QVERIFY(startTool());
         for (const auto &input : inputs) {
@@ -269,8 +271,8 @@ private slots:
         dialogs().answerFileDialog(saveCaption, path);
         QVERIFY(click("exportLocalMeasurementsButton"));
         QCOMPARE(contents(path).split('\n').first(), "Timestamp," + heading);
-        QVERIFY(csvEqualsStore(path, type, from, to, factor, offset));
-        QCOMPARE(rememberedValue("measurement export filename").toString(), path);
+        QVERIFY(csvMatchesDatabase(path, type, from, to, factor, offset));
+        QCOMPARE(savedPreference("measurement export filename").toString(), path);
     }
 
     void exportWithoutReadingsOrFileWritesNothing()
@@ -278,17 +280,19 @@ private slots:
         QVERIFY(startTool());
         const QDateTime before = m_now.addDays(-2);
         prepareExport({}, before.addDays(-1), before);
-        dialogs().answerBox(text("No measurements found from given time period"), text("OK"));
+        dialogs().answerMessageBox(text("No measurements found from given time period"),
+                                   text("OK"));
         QVERIFY(click("exportLocalMeasurementsButton"));
 
         prepareExport(allTypes, m_now.addDays(-1), m_now);
-        dialogs().answerBox(text("No measurements found from given time period"), text("OK"));
+        dialogs().answerMessageBox(text("No measurements found from given time period"),
+                                   text("OK"));
         QVERIFY(click("exportLocalMeasurementsButton"));
 
         prepareExport({}, m_now.addDays(-1), m_now);
         dialogs().escapeDialog(saveCaption);
         QVERIFY(click("exportLocalMeasurementsButton"));
-        QVERIFY(!rememberedValue("measurement export filename").isValid());
+        QVERIFY(!savedPreference("measurement export filename").isValid());
     }
 
     void unwritableExportFileIsReported()
@@ -299,9 +303,9 @@ private slots:
             press(dialog, QDialogButtonBox::Ok);
         });
         const QString path = chooseFileInRemovedFolder(saveCaption);
-        dialogs().answerBox(text("Unable to save measurements to file ") + path, text("OK"));
+        dialogs().answerMessageBox(text("Unable to save measurements to file ") + path, text("OK"));
         QVERIFY(click("exportLocalMeasurementsButton"));
-        QCOMPARE(rememberedValue("measurement export filename").toString(), path);
+        QCOMPARE(savedPreference("measurement export filename").toString(), path);
     }
 
 private:
@@ -319,9 +323,9 @@ private:
 
     QDateTime hoursAgo(int hours) const { return m_now.addSecs(-hours * 3600).toLocalTime(); }
 
-    QWidget *graph() { return topLevel("MeasurementGraph"); }
-    QDateTimeEdit *dateField(const char *name) { return part<QDateTimeEdit>(graph(), name); }
-    QDoubleSpinBox *spinBox(const char *name) { return part<QDoubleSpinBox>(graph(), name); }
+    QWidget *graph() { return topLevelWidget("MeasurementGraph"); }
+    QDateTimeEdit *dateField(const char *name) { return childWidget<QDateTimeEdit>(graph(), name); }
+    QDoubleSpinBox *spinBox(const char *name) { return childWidget<QDoubleSpinBox>(graph(), name); }
     QtCharts::QChart *chart() { return graph()->findChild<QtCharts::QChartView *>()->chart(); }
 
     QList<QtCharts::QLineSeries *> lines()
@@ -333,9 +337,9 @@ private:
         return found;
     }
 
-    QListWidget *list() { return part<QListWidget>(graph(), "list"); }
+    QListWidget *list() { return childWidget<QListWidget>(graph(), "list"); }
     QStringList checkedNames() { return checked(list(), graphNameRole); }
-    void toggleCheckBox(const char *box) { toggle(part<QCheckBox>(graph(), box)); }
+    void toggleCheckBox(const char *box) { toggle(childWidget<QCheckBox>(graph(), box)); }
 
     static bool chooseModel(QComboBox *devices, const char *model)
     {
@@ -345,17 +349,17 @@ private:
     /// Extends the period of the export by a year in both directions.
     static void widenPeriod(const QDialog *dialog)
     {
-        stepYear(part<QDateTimeEdit>(dialog, "exportDateTimeFrom"), Qt::Key_Down);
-        stepYear(part<QDateTimeEdit>(dialog, "exportDateTimeTo"), Qt::Key_Up);
+        stepYear(childWidget<QDateTimeEdit>(dialog, "exportDateTimeFrom"), Qt::Key_Down);
+        stepYear(childWidget<QDateTimeEdit>(dialog, "exportDateTimeTo"), Qt::Key_Up);
     }
 
     void prepareExport(const QStringList &namesToUncheck, const QDateTime &from,
                        const QDateTime &to)
     {
         dialogs().answerDialog(exportTitle, [=](QDialog *dialog) {
-            part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
-            part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
-            toggle(part<QListWidget>(dialog, "measurementTypeList"), exportNameRole,
+            childWidget<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
+            childWidget<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
+            toggle(childWidget<QListWidget>(dialog, "measurementTypeList"), exportNameRole,
                    namesToUncheck);
             press(dialog, QDialogButtonBox::Ok);
         });

@@ -301,7 +301,7 @@ private slots:
     {
         for (const char *form : forms) {
             const ShownWindow window(text(form));
-            const QList<QWidget *> order = stops(window.get(), Qt::Key_Tab);
+            const QList<QWidget *> order = widgetsReachedBy(window.get(), Qt::Key_Tab);
             QVERIFY(!order.isEmpty());
             // order.first() is the widget that had the focus initially.
             for (int i = 1; i < order.size(); ++i) {

@@ -24,11 +24,11 @@ private slots:
     void logIsSavedToChosenFile()
     {
         QVERIFY(startConnected({text("--log-rows"), text("12")}));
-        forgetCommands();
+        clearCommands();
         QList<int> progress;
         QSet<QString> titles;
         bool readWasEnabled = false;
-        connect(bar(), &QProgressBar::valueChanged, this, [&](int value) {
+        connect(progressBar(), &QProgressBar::valueChanged, this, [&](int value) {
             progress.append(value);
             if (value > 0) {
                 titles.insert(waitDialog()->windowTitle());
@@ -52,7 +52,7 @@ private slots:
             QString::fromUtf8(contents(logPath())).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 13);
         QCOMPARE(lines, device().logAsCsv());
-        QCOMPARE(rememberedValue("log filename").toString(), logPath());
+        QCOMPARE(savedPreference("log filename").toString(), logPath());
         QCOMPARE(commandCount("log --count"), 1);
         QCOMPARE(commandCount("log --read="), 13);
     }
@@ -63,7 +63,7 @@ private slots:
         dialogs().escapeDialog(saveCaption);
         QVERIFY(click("readLogButton"));
         QVERIFY(waitForAnswers());
-        QVERIFY(!rememberedValue("log filename").isValid());
+        QVERIFY(!savedPreference("log filename").isValid());
         QVERIFY(isEnabled("readLogButton"));
 
         // The next log contains no rows of the discarded one.
@@ -75,10 +75,10 @@ private slots:
     {
         QVERIFY(startConnected());
         const QString path = chooseFileInRemovedFolder(saveCaption);
-        dialogs().answerBox(text("Unable to save log to file ") + path, text("OK"));
+        dialogs().answerMessageBox(text("Unable to save log to file ") + path, text("OK"));
         QVERIFY(click("readLogButton"));
         QVERIFY(waitForAnswers());
-        QCOMPARE(rememberedValue("log filename").toString(), path);
+        QCOMPARE(savedPreference("log filename").toString(), path);
     }
 
     void cancelStopsReadingLog()
@@ -95,14 +95,14 @@ private slots:
         QVERIFY(commandCount("log --read=") < 200);
 
         QVERIFY(click("synchronizeButton"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QVERIFY(isConnected());
     }
 
     void emptyLogIsReportedAndWaitDialogKeepsReason()
     {
         QVERIFY(startConnected({text("--log-rows"), text("0")}));
-        dialogs().answerBox(text("Log is empty"), text("OK"));
+        dialogs().answerMessageBox(text("Log is empty"), text("OK"));
         QVERIFY(click("readLogButton"));
         QVERIFY(waitForAnswers());
         QVERIFY(!waitDialog()->isVisible());
@@ -111,12 +111,12 @@ private slots:
         // From now on each clock reply closes the hidden dialog, which counts as a cancellation of
         // the log read: the waiting jobs are removed from the queue.
         QSignalSpy cancels(&window(), &MainWindow::waitDialogCancelled);
-        forgetCommands();
+        clearCommands();
         QVERIFY(click("synchronizeButton"));
         QVERIFY(click("synchronizeButton"));
         QTRY_COMPARE(cancels.size(), 1);
         QCOMPARE(cancels.first().first().value<WaitDialogReason>(), WaitDialogReason::ReadingLog);
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commandCount("date"), 1);
         QVERIFY(commands().size() < 2 * 15);
     }
@@ -126,15 +126,15 @@ private slots:
         const QString missing =
             text("No LOG option installed to device, unable to read or clear log.");
         QVERIFY(startConnected({text("--no-log-option")}));
-        dialogs().answerBox(missing, text("OK"));
+        dialogs().answerMessageBox(missing, text("OK"));
         QVERIFY(click("readLogButton"));
         QVERIFY(waitForAnswers());
         QVERIFY(!waitDialog()->isVisible());
         // Closing the dialog counts as a cancellation of the log read, which enables the button.
         QVERIFY(isEnabled("readLogButton"));
 
-        dialogs().answerBox(clearQuestion, text("Yes"));
-        dialogs().answerBox(missing, text("OK"));
+        dialogs().answerMessageBox(clearQuestion, text("Yes"));
+        dialogs().answerMessageBox(missing, text("OK"));
         QVERIFY(click("eraseLogButton"));
         QVERIFY(waitForAnswers());
     }
@@ -142,30 +142,30 @@ private slots:
     void logIsClearedAfterConfirmation()
     {
         QVERIFY(startConnected());
-        dialogs().answerBox(clearQuestion, text("No"));
+        dialogs().answerMessageBox(clearQuestion, text("No"));
         QVERIFY(click("eraseLogButton"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(device().state("log"), QByteArray("5"));
 
-        dialogs().answerBox(clearQuestion, text("Yes"));
+        dialogs().answerMessageBox(clearQuestion, text("Yes"));
         QVERIFY(click("eraseLogButton"));
         QTRY_COMPARE(device().state("log"), QByteArray("0"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commandCount("log --erase"), 1);
     }
 
     void settingsAreWrittenAfterConfirmation()
     {
         QVERIFY(startConnected({text("--write-ms"), text("300")}));
-        forgetCommands();
-        dialogs().answerBox(writeQuestion, text("No"));
+        clearCommands();
+        dialogs().answerMessageBox(writeQuestion, text("No"));
         QVERIFY(click("writeToEepromButton"));
         QCOMPARE(commands(), QStringList());
 
         bool barWasBusy = false;
-        dialogs().answerBox(writeQuestion, text("Yes"));
+        dialogs().answerMessageBox(writeQuestion, text("Yes"));
         dialogs().answerDialog(writingTitle,
-                               [&](QDialog *) { barWasBusy = bar()->maximum() == 0; });
+                               [&](QDialog *) { barWasBusy = progressBar()->maximum() == 0; });
         QVERIFY(click("writeToEepromButton"));
         QVERIFY(!waitDialog()->isVisible());
         QVERIFY(barWasBusy);
@@ -180,7 +180,7 @@ private slots:
             return qAbs(device().clock().secsTo(QDateTime::currentDateTimeUtc())) <= 5;
         };
         QVERIFY(!isRight());
-        forgetCommands();
+        clearCommands();
         int writtenAtFirstClose = -1;
         dialogs().answerDialog(clockTitle, [](QDialog *) {});
         connect(&window(), &MainWindow::waitDialogCancelled, this, [&] {
@@ -193,7 +193,7 @@ private slots:
         QVERIFY(!waitDialog()->isVisible());
         QCOMPARE(writtenAtFirstClose, 0);
         QTRY_COMPARE(commandCount("date$"), 2);
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QVERIFY(isRight());
 
         // First everything is read again; then the clock is written, stored and read.

@@ -46,7 +46,7 @@ private slots:
 
         changeSettingWithKeyboard("altitude", text("456"));
         QTRY_COMPARE(device().setting("altitude"), QByteArray("456"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
 
         const QString log = file(text("log.csv"));
         answerFileDialogWithKeyboard(text("Select where to save log to"), log);
@@ -76,7 +76,7 @@ private slots:
         auto *const ports = child<QComboBox>("serialPorts");
         window().addPort(text("Nowhere"), text("/dev/pts/there-is-none"));
         QVERIFY(choose(ports, ports->count() - 1));
-        dialogs().answerBox(portError + text("Unable to open port!"), text("OK"));
+        dialogs().answerMessageBox(portError + text("Unable to open port!"), text("OK"));
         QVERIFY(click("connectButton"));
         QVERIFY(!isConnected());
         QVERIFY(isIdle());
@@ -90,9 +90,9 @@ private slots:
         const char *const pollutantUnits[] = {"ppm", "µg/m³"};
         const char *const temperatureUnits[] = {"°C", "°F"};
         QVERIFY(startConnected());
-        QCOMPARE(rememberedValue("pollutant unit"), QVariant(0));
-        QCOMPARE(rememberedValue("temperature unit"), QVariant(0));
-        forgetCommands();
+        QCOMPARE(savedPreference("pollutant unit"), QVariant(0));
+        QCOMPARE(savedPreference("temperature unit"), QVariant(0));
+        clearCommands();
         for (const int unit : {1, 0, 1}) {
             QVERIFY(choose(child<QComboBox>("unit"), unit));
             QVERIFY(choose(child<QComboBox>("unitTemperature"), unit));
@@ -105,7 +105,7 @@ private slots:
         // Units change only the display.
         QCOMPARE(commands(), QStringList());
 
-        endTool();
+        deleteTool();
         QVERIFY(startTool());
         QCOMPARE(child<QComboBox>("unit")->currentIndex(), 1);
         QCOMPARE(child<QComboBox>("unitTemperature")->currentIndex(), 1);
@@ -117,9 +117,9 @@ private slots:
     void loadSettingsButtonSendsNothing()
     {
         QVERIFY(startConnected());
-        forgetCommands();
+        clearCommands();
         QVERIFY(click("loadSettingsButton"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QVERIFY(QApplication::activeModalWidget() == nullptr);
         QCOMPARE(commands(), QStringList());
     }
@@ -143,7 +143,7 @@ private slots:
         };
         int value = 450;
         for (const auto &input : inputs) {
-            forgetCommands();
+            clearCommands();
             editor()->setCurrentCell(0, 0);
             clickCell();
             input();
@@ -158,7 +158,7 @@ private slots:
             QTest::keyClick(cellEditor(), Qt::Key_Return);
             QTRY_COMPARE(device().setting("altitude"), newValue.toLatin1());
             QCOMPARE(setting("altitude")->text(), newValue);
-            QVERIFY(waitUntilQuiet());
+            QVERIFY(waitUntilIdle());
             QCOMPARE(commands(), QStringList(text("set altitude=") + newValue));
         }
     }
@@ -192,7 +192,7 @@ private slots:
             return all;
         };
         QMap<QString, QString> expected = values();
-        forgetCommands();
+        clearCommands();
         clickSection(editor()->horizontalHeader(), valueColumn);
         const int before = rowOf("altitude");
         clickSection(editor()->horizontalHeader(), valueColumn);
@@ -204,7 +204,7 @@ private slots:
         expected[text("altitude")] = text("9");
         QCOMPARE(values(), expected);
         QVERIFY(click("synchronizeButton"));
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(values(), expected);
         QCOMPARE(commands().filter(text("set ")), QStringList(text("set altitude=9")));
     }
@@ -220,21 +220,21 @@ private slots:
         for (const char *shown : texts) {
             device().control("meas-state " + QByteArray::number(state));
             QVERIFY(click("synchronizeButton"));
-            QVERIFY(waitUntilQuiet());
+            QVERIFY(waitUntilIdle());
             QCOMPARE(bar->currentMessage(), text(shown));
             QCOMPARE(bar->styleSheet().contains(text("green")), state == 1);
             ++state;
         }
-        QCOMPARE(field("deviceHealth"), text("98%"));
+        QCOMPARE(fieldText("deviceHealth"), text("98%"));
         device().control("health ");
         QVERIFY(click("synchronizeButton"));
-        QTRY_COMPARE(field("deviceHealth"), text("N/A"));
+        QTRY_COMPARE(fieldText("deviceHealth"), text("N/A"));
     }
 
     void rareFailuresAreReported()
     {
         const auto answer = [this](const char *message) {
-            dialogs().answerBox(text(message), text("OK"));
+            dialogs().answerMessageBox(text(message), text("OK"));
         };
         QVERIFY(startPolling());
         // Emitted here, because the queue never reports these jobs as failed and the handler never
@@ -252,22 +252,22 @@ private slots:
         emit tool().handler.actionFailed(SerialPortActionType::ActionRebootForFirmware);
         QVERIFY(waitForAnswers());
         QVERIFY(isConnected());
-        QVERIFY(readingsArrive());
+        QVERIFY(waitForReadings());
     }
 
     void invalidTimeIsReported()
     {
         QVERIFY(startConnected());
-        forgetCommands();
+        clearCommands();
         const QString message = portError
             + text("Set device clock failed: Unable to set time, invalid timestamp given:");
         // Each error of the queue is shown twice.
-        dialogs().answerBox(message, text("OK"));
-        dialogs().answerBox(message, text("OK"));
+        dialogs().answerMessageBox(message, text("OK"));
+        dialogs().answerMessageBox(message, text("OK"));
         // Called here, because the window always sends the current time.
         tool().handler.setDate(QDateTime());
         QVERIFY(waitForAnswers());
-        QVERIFY(waitUntilQuiet());
+        QVERIFY(waitUntilIdle());
         QCOMPARE(commands(), QStringList());
     }
 
@@ -290,7 +290,7 @@ private slots:
             QVERIFY(click("eraseLogButton"));
             dialogs().answerDialog(text("Kv tool"), answer);
             window().showMessageBox(QMessageBox::Warning, text("Something to know"));
-            QVERIFY(waitUntilQuiet());
+            QVERIFY(waitUntilIdle());
             QVERIFY(window().isVisible());
             // Yes is the first button and has the focus.
             erased += key == Qt::Key_Return || key == Qt::Key_Space ? 1 : 0;
@@ -396,9 +396,9 @@ private:
     void showGraphWithKeyboard()
     {
         QVERIFY(pressWithKeyboard("buttonShowGraph"));
-        QWidget *const graph = topLevel("MeasurementGraph");
+        QWidget *const graph = topLevelWidget("MeasurementGraph");
         QVERIFY(QTest::qWaitForWindowActive(graph));
-        QVERIFY(moveBackOneYear(part<QDateTimeEdit>(graph, "fromDateTimeEdit")));
+        QVERIFY(moveBackOneYear(childWidget<QDateTimeEdit>(graph, "fromDateTimeEdit")));
         auto *const list = graph->findChild<QListWidget *>();
         QVERIFY(tabTo(list));
         key(Qt::Key_Down);
@@ -412,7 +412,7 @@ private:
     void exportWithKeyboard(const QString &path)
     {
         answerWithKeyboard(text("Select measurements to export"), [](QDialog *dialog) {
-            QVERIFY(moveBackOneYear(part<QDateTimeEdit>(dialog, "exportDateTimeFrom")));
+            QVERIFY(moveBackOneYear(childWidget<QDateTimeEdit>(dialog, "exportDateTimeFrom")));
             QVERIFY(tabTo(dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)));
             key(Qt::Key_Return);
         });

@@ -43,7 +43,7 @@ private slots:
         QFile::setPermissions(path("runtime"),
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         m_home = path("home");
-        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), path("work/settings.xml")));
+        QVERIFY(QFile::copy(TestPaths::sourceFile("settings.xml"), path("work/settings.xml")));
     }
 
     void exitsWhenMainWindowIsClosed()
@@ -67,7 +67,7 @@ private slots:
         QProcess program;
         program.setProcessEnvironment(environment());
         program.setWorkingDirectory(path("work"));
-        program.start(testpaths::buildFile("kvtool"), QStringList());
+        program.start(TestPaths::buildFile("kvtool"), QStringList());
         QVERIFY(program.waitForStarted(waitMs));
         // QSettings writes its file in the event loop, so the start is complete by then.
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path("config/Orvanta/Kv tool.conf")), waitMs);
@@ -83,17 +83,18 @@ private slots:
     void badSettingsFileIsReportedAndIgnored()
     {
         const QString settingsFile = path("work/settings.xml");
-        const QByteArray all = files::contents(settingsFile);
+        const QByteArray all = FileIo::contents(settingsFile);
         QVERIFY(QFile::remove(settingsFile));
         QCOMPARE(run(text("close")), loadErrorBox + windowOnly);
         for (const QByteArray &contents :
              {all.left(all.indexOf("<Devices>")), QByteArray("Transmitters:\n  - KVT-100\n"),
               QByteArray("<KVTConfig><Devices></Devices></KVTConfig>")}) {
-            QVERIFY(files::write(settingsFile, contents));
+            QVERIFY(FileIo::write(settingsFile, contents));
             QCOMPARE(run(text("close")), loadErrorBox + windowOnly);
         }
         // A file that is truncated inside a model is read up to there.
-        QVERIFY(files::write(settingsFile, all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
+        QVERIFY(
+            FileIo::write(settingsFile, all.left(all.indexOf("<Device name=\"KVT-100\"") + 60)));
         QCOMPARE(run(text("close")), windowOnly);
         // Not even root can read a folder as a file.
         QVERIFY(QFile::remove(settingsFile));
@@ -152,14 +153,14 @@ private:
                            text("tst_startandexit::")
                                + QLatin1String(QTest::currentTestFunction()));
         environment.insert(text("LSAN_OPTIONS"),
-                           text("suppressions=") + testpaths::sourceFile("tests/kit/lsan.supp"));
+                           text("suppressions=") + TestPaths::sourceFile("tests/kit/lsan.supp"));
         return environment;
     }
 
     /// Moves the standard folders below a regular file, where not even root can create them.
     void makeStandardFoldersUnusable()
     {
-        QVERIFY(files::write(path("file"), QByteArray()));
+        QVERIFY(FileIo::write(path("file"), QByteArray()));
         m_home = path("file/home");
     }
 
@@ -170,7 +171,7 @@ private:
         program.setProcessEnvironment(environment());
         program.setWorkingDirectory(path("work"));
         program.setStandardErrorFile(path("log"));
-        program.start(testpaths::buildFile("tests/e2e/tooldriver"), {argument});
+        program.start(TestPaths::buildFile("tests/e2e/tooldriver"), {argument});
         if (!program.waitForFinished(waitMs)) {
             return {text("did not exit")};
         }

@@ -10,7 +10,7 @@
 
 namespace {
 
-QString contents(const QString &path) { return QString::fromUtf8(files::contents(path)); }
+QString contents(const QString &path) { return QString::fromUtf8(FileIo::contents(path)); }
 
 // Hidden from users, but connected: tests can only click them by code.
 const QStringList hiddenButtons =
@@ -65,7 +65,7 @@ private slots:
 
     void everyFormIsShown()
     {
-        const QDir sources(testpaths::sourceFile("src/ui"));
+        const QDir sources(TestPaths::sourceFile("src/ui"));
         const QStringList forms = sources.entryList({text("*.ui")}, QDir::Files);
         QVERIFY(!forms.isEmpty());
         const QRegularExpression name(text("<class>(\\w+)</class>"));
@@ -137,7 +137,7 @@ private:
         const QRegularExpression literal(text(call)
                                          + text("\\(\\s*((?:\"(?:[^\"\\\\]|\\\\.)*\"\\s*)+)"));
         QStringList texts;
-        const QDir sources(testpaths::sourceFile("src/") + text(folder));
+        const QDir sources(TestPaths::sourceFile("src/") + text(folder));
         for (const QString &name : sources.entryList({text("*.cpp")}, QDir::Files)) {
             auto found = literal.globalMatch(contents(sources.filePath(name)));
             while (found.hasNext()) {

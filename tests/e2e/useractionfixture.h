@@ -15,7 +15,7 @@ protected:
     /// Three blocks, the last one short.
     static QByteArray firmwareImage() { return QByteArray(40, 'i'); }
 
-    static QByteArray restoreImage() { return files::pseudoRandomBytes(eepromBytes); }
+    static QByteArray restoreImage() { return FileIo::pseudoRandomBytes(eepromBytes); }
 
     void perform()
     {
@@ -37,7 +37,7 @@ protected:
             click("synchronizeButton");
             break;
         case WriteSettings:
-            dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
+            dialogs().answerMessageBox(text("write settings to EEPROM"), text("Yes"));
             click("writeToEepromButton");
             break;
         case SetClock:
@@ -48,7 +48,7 @@ protected:
             click("readLogButton");
             break;
         case ClearLog:
-            dialogs().answerBox(text("want to clear the log"), text("Yes"));
+            dialogs().answerMessageBox(text("want to clear the log"), text("Yes"));
             click("eraseLogButton");
             break;
         case Backup:
@@ -96,7 +96,7 @@ protected:
     /// Closes the main window, with a line fault during an exchange; returns the outcome.
     QByteArray closeProgram()
     {
-        const int code = runProgram([=] {
+        const int code = runEventLoop([=] {
             if (!isDiskFault(m_fault)) {
                 click("synchronizeButton");
             }
@@ -144,7 +144,7 @@ protected:
     {
         // A late reply to "show" may arrive in the same chunk as the next one, so the outcome would
         // vary. That of "date" doesn't.
-        return m_action == Synchronize && m_fault == FaultKind::LateAnswer
+        return m_action == Synchronize && m_fault == FaultKind::LateReply
             ? "date"
             : m_matrix.operation(m_action).command;
     }
@@ -156,8 +156,8 @@ protected:
 
     bool graphShowsHistory()
     {
-        QWidget *const graph = topLevel("MeasurementGraph");
-        const bool shown = part<QListWidget>(graph, "list")->count() >= 2;
+        QWidget *const graph = topLevelWidget("MeasurementGraph");
+        const bool shown = childWidget<QListWidget>(graph, "list")->count() >= 2;
         graph->close();
         return shown;
     }
@@ -189,7 +189,7 @@ private:
     void updateFirmware()
     {
         write(file(text("image.bin")), firmwareImage());
-        dialogs().answerBox(text("Are you sure you wish to continue?"), text("Yes"));
+        dialogs().answerMessageBox(text("Are you sure you wish to continue?"), text("Yes"));
         answerFileDialog("Select firmware file", "image.bin");
         if (m_action == UpdateUnconnected) {
             dialogs().answerDialog(text("Please reboot the device manually"),
@@ -208,7 +208,7 @@ private:
         case FaultKind::PortMissing:
         case FaultKind::PortInUse:
             break;
-        case FaultKind::LateAnswer:
+        case FaultKind::LateReply:
             QTimer::singleShot(longerThanATimeoutMs, this, [this] { device().control("restart"); });
             break;
         case FaultKind::LostByte:
@@ -231,9 +231,9 @@ private:
             QTimer::singleShot(0, &window(), [this] { device().hangUp(); });
         }
         click("buttonShowGraph");
-        QWidget *const graph = topLevel("MeasurementGraph");
+        QWidget *const graph = topLevelWidget("MeasurementGraph");
         waitFor([=] { return graph->isVisible(); });
-        part<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(minutesAgo(6 * 60));
+        childWidget<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(minutesAgo(6 * 60));
     }
 
     void exportMeasurements()
@@ -242,8 +242,9 @@ private:
             if (m_fault == FaultKind::HangUpDuring) {
                 device().hangUp();
             }
-            part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(minutesAgo(6 * 60));
-            part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(minutesAgo(1));
+            childWidget<QDateTimeEdit>(dialog, "exportDateTimeFrom")
+                ->setDateTime(minutesAgo(6 * 60));
+            childWidget<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(minutesAgo(1));
             press(dialog, QDialogButtonBox::Ok);
         });
         answerFileDialog("Select where to save measurements to", "measurements.csv");
@@ -320,8 +321,8 @@ private:
         const auto has = [this](const QString &shown, const char *variable) {
             return shown.toLatin1() == device().setting(variable);
         };
-        return has(field("serialNumber"), "serial") && has(field("modelNumber"), "model")
-            && has(field("swVersion"), "swver") && has(field("hwVersion"), "hwver")
+        return has(fieldText("serialNumber"), "serial") && has(fieldText("modelNumber"), "model")
+            && has(fieldText("swVersion"), "swver") && has(fieldText("hwVersion"), "hwver")
             && has(setting("altitude")->text(), "altitude") && isConnected()
             && readingOutcome() == "done";
     }

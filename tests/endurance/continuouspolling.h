@@ -5,7 +5,7 @@
 
 /// Makes @p tool poll again as soon as a reading is shown and stored, by the controller's own timer
 /// with an interval of 0.
-inline void pollContinuously(Tool &tool)
+inline void pollContinuously(ToolObjects &tool)
 {
     constexpr int minuteMs = 60000;
     MainWindowController *const controller = &tool.controller;

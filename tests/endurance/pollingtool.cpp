@@ -8,7 +8,7 @@
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
-    Tool tool;
+    ToolObjects tool;
     if (argc != 2 || !tool.controller.start()) {
         return 1;
     }

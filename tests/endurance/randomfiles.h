@@ -38,7 +38,7 @@ public:
         if (dialog->directory().absolutePath() != m_folder) {
             dialog->setDirectory(m_folder);
         }
-        auto *const name = WindowDriver::part<QLineEdit>(dialog, "fileNameEdit");
+        auto *const name = WindowDriver::childWidget<QLineEdit>(dialog, "fileNameEdit");
         const QString path = QDir::cleanPath(QDir(m_folder).absoluteFilePath(name->text()));
         if (!m_invalid.contains(name->text()) && !path.startsWith(file(""))) {
             name->clear();
@@ -82,7 +82,7 @@ private:
 
     static void create(const QString &path, int size)
     {
-        files::write(path, files::pseudoRandomBytes(size));
+        FileIo::write(path, FileIo::pseudoRandomBytes(size));
     }
 
     QString m_folder;

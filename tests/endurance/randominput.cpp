@@ -65,19 +65,19 @@ private:
         prepareModels();
         m_activeLoopLevels.clear();
         m_stepTimer.start(0);
-        m_tool = std::make_unique<Tool>();
+        m_tool = std::make_unique<ToolObjects>();
         tool().controller.setMeasurementInterval(pollMs);
         tool().controller.setMeasurementAvailabilityInterval(pollMs);
         ActionTrace::require(tool().controller.start(), "the program did not start");
-        choosePort(m_port);
+        addAndSelectPort(m_port);
         window().show();
         ActionTrace::require(QApplication::exec() == 0, "the program's exit code is not 0");
         m_stepTimer.stop();
-        endTool();
+        deleteTool();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         ::alarm(maximumBlockedSeconds);
         m_memory.sample(m_actionsDone);
-        ActionTrace::require(sqlite(text("pragma integrity_check")) == texts("ok"),
+        ActionTrace::require(sqliteOutput(text("pragma integrity_check")) == texts("ok"),
                              "the store is damaged");
     }
 
@@ -96,7 +96,7 @@ private:
     /// Writes settings.xml, which is sometimes truncated or missing after the first run.
     void prepareModels()
     {
-        const QByteArray models = contents(testpaths::sourceFile("settings.xml"));
+        const QByteArray models = contents(TestPaths::sourceFile("settings.xml"));
         Random::begin(m_seed, -m_runs - 1);
         const int choice = m_runs == 0 ? 0 : Random::below(100);
         QFile::remove(text("settings.xml"));
@@ -231,7 +231,7 @@ private:
     /// Whether the queue has stopped because its job timed out too often.
     bool isStopped() { return queue().currentJob() && !queue().currentJob()->isRunning(); }
 
-    static QWidget *graph() { return topLevel("MeasurementGraph"); }
+    static QWidget *graph() { return topLevelWidget("MeasurementGraph"); }
 
     void begin(const QByteArray &kind)
     {
@@ -349,10 +349,10 @@ private:
     void actOnGraph(QWidget *graph)
     {
         const auto changePeriod = [=](Qt::Key arrow) {
-            changeDate(part<QWidget>(graph, "fromDateTimeEdit"), arrow);
+            changeDate(childWidget<QWidget>(graph, "fromDateTimeEdit"), arrow);
         };
         const auto changeRange = [=](const char *control) {
-            clickMiddle(part<QWidget>(graph, control));
+            clickMiddle(childWidget<QWidget>(graph, control));
             pressRandomKey(graph);
         };
         const auto toggleLine = [=] {
@@ -433,11 +433,11 @@ private:
                      [=] { pressKey(dialog, Random::percent(50) ? Qt::Key_A : Qt::Key_Down); }}});
         } else if (qobject_cast<QMessageBox *>(dialog) && Random::percent(60)) {
             wait(10);
-        } else if (part<QWidget>(dialog, "exportDateTimeFrom") && Random::percent(70)) {
+        } else if (childWidget<QWidget>(dialog, "exportDateTimeFrom") && Random::percent(70)) {
             begin("change the export's period");
             Random::percent(80)
-                ? changeDate(part<QWidget>(dialog, "exportDateTimeFrom"), Qt::Key_Down)
-                : changeDate(part<QWidget>(dialog, "exportDateTimeTo"), Qt::Key_Up);
+                ? changeDate(childWidget<QWidget>(dialog, "exportDateTimeFrom"), Qt::Key_Down)
+                : changeDate(childWidget<QWidget>(dialog, "exportDateTimeTo"), Qt::Key_Up);
         } else {
             useAnything(dialog);
         }
@@ -475,7 +475,7 @@ private:
             m_transmitter.controlUnlessHungUp("image-size " + QByteArray::number(size));
         }
         // Not typed, because the completer's list would receive the next key.
-        part<QLineEdit>(dialog, "fileNameEdit")->setText(path);
+        childWidget<QLineEdit>(dialog, "fileNameEdit")->setText(path);
     }
 
     unsigned m_seed;

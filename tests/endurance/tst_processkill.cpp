@@ -31,7 +31,7 @@ public:
 
     bool startProgram(const QString &program, const QStringList &arguments)
     {
-        start(testpaths::buildFile("") + program, arguments);
+        start(TestPaths::buildFile("") + program, arguments);
         return waitForStarted(waitMs);
     }
 
@@ -81,8 +81,8 @@ private slots:
     void initTestCase()
     {
         qputenv("QT_LOGGING_RULES", "*.debug=false");
-        QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
-        const int seed = TestParameters::seed();
+        QVERIFY(QFile::copy(TestPaths::sourceFile("settings.xml"), text("settings.xml")));
+        const int seed = EnduranceParameters::seed();
         m_random.seed(static_cast<quint32>(seed));
         qInfo("seed %d", seed);
     }
@@ -105,7 +105,7 @@ private slots:
     void databaseIsIntactAfterKillsWhilePolling()
     {
         constexpr int connectKillInterval = 5;
-        const int kills = TestParameters::number("KV_KILLS", 12);
+        const int kills = EnduranceParameters::positiveNumber("KV_KILLS", 12);
         m_killsByPartialValues.fill(0, valuesPerReading);
         for (int kill = 0; kill < kills; ++kill) {
             if (kill % connectKillInterval == connectKillInterval - 1) {
@@ -137,7 +137,7 @@ private slots:
         const QStringList tablesInOrder = {text("device"), text("measurement_type"),
                                            text("measurement_metadata"), text("measurement_value")};
         QVector<int> killsByTableCount(tablesInOrder.size() + 1, 0);
-        const int kills = qMax(4, TestParameters::number("KV_KILLS", 12) / 4);
+        const int kills = qMax(4, EnduranceParameters::positiveNumber("KV_KILLS", 12) / 4);
         for (int kill = 0; kill < kills; ++kill) {
             m_folder = std::make_unique<QTemporaryDir>();
             rememberFolder();
@@ -225,7 +225,7 @@ private:
         m_interrupted += QFile::exists(storePath() + DatabaseInspector::journalSuffix()) ? 1 : 0;
         DatabaseInspector inspector(DatabaseInspector::copy(storePath(), folder.path()));
         QCOMPARE(inspector.integrity(), text("ok"));
-        QCOMPARE(inspector.orphans(), 0);
+        QCOMPARE(inspector.orphanCount(), 0);
         QCOMPARE(inspector.deviceSerials().size(), 1);
         QStringList types = inspector.typeNames();
         QCOMPARE(types.removeDuplicates(), 0);
@@ -291,7 +291,7 @@ private:
         if (tables.size() == 2 || tables.size() == 3) {
             QCOMPARE(inspector.tables(), tables);
             // If the table doesn't exist, the error message instead of an id.
-            const QStringList ids = inspector.texts(text("select id from measurement_metadata"));
+            const QStringList ids = inspector.rows(text("select id from measurement_metadata"));
             QCOMPARE(ids.value(0).toInt(), tables.size() == 3 ? 1 : 0);
             return;
         }

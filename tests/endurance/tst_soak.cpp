@@ -56,7 +56,7 @@ private slots:
     void storesAMonthOfReadingsInConstantMemory()
     {
         const int readingsPerDay =
-            qMax(1, TestParameters::number("KV_READINGS", 300) / daysPerMonth);
+            qMax(1, EnduranceParameters::positiveNumber("KV_READINGS", 300) / daysPerMonth);
         QElapsedTimer time;
         time.start();
         QVERIFY(startConnected({text("--unavailable"), text("LUX")}));
@@ -87,7 +87,7 @@ private slots:
         }
         QCOMPARE(storedReadings(), m_readings);
         QCOMPARE(commandCount("show meas$"), m_readings);
-        QCOMPARE(sqlite(text("PRAGMA integrity_check")), texts("ok"));
+        QCOMPARE(sqliteOutput(text("PRAGMA integrity_check")), texts("ok"));
         const qint64 growthKiB = currentKiB - afterWarmUpKiB;
         qInfo("%d readings, all stored, in %lld s; %lld KiB after %d days, %+lld KiB at the end, "
               "peak %lld KiB",
@@ -129,13 +129,13 @@ private:
     /// The values of the readings from @p id on, as "ID|NAME|VALUE".
     QStringList storedSince(int id) const
     {
-        return sqlite(text("select m.id, t.name, printf('%.*g', %1, v.value) "
-                           "from measurement_metadata m "
-                           "left join measurement_value v on v.measurement_id = m.id "
-                           "left join measurement_type t on t.id = v.measurement_type_id "
-                           "where m.meas_state = 1 and m.id >= %2 order by m.id, t.name")
-                          .arg(exactDigits)
-                          .arg(id));
+        return sqliteOutput(text("select m.id, t.name, printf('%.*g', %1, v.value) "
+                                 "from measurement_metadata m "
+                                 "left join measurement_value v on v.measurement_id = m.id "
+                                 "left join measurement_type t on t.id = v.measurement_type_id "
+                                 "where m.meas_state = 1 and m.id >= %2 order by m.id, t.name")
+                                .arg(exactDigits)
+                                .arg(id));
     }
 
     /// Sets the start of the graph's period to the new day, as a user does each morning.
@@ -147,7 +147,7 @@ private:
             ->setDateTime(QDateTime::currentDateTime());
     }
 
-    QWidget *graph() { return topLevel("MeasurementGraph"); }
+    QWidget *graph() { return topLevelWidget("MeasurementGraph"); }
 
     int drawnPoints()
     {

@@ -28,16 +28,18 @@ void checkBlock(const QByteArray &bytes, quint16 index)
         }
     }
     QByteArray parsed;
-    FUZZ_ASSERT(parse(eepromReply(index, digits), index, parsed) && parsed == bytes);
-    FUZZ_ASSERT(parse(eepromReply(index, digits + latin1("f")), index, parsed) && parsed == bytes);
-    FUZZ_ASSERT(!parse(eepromReply(index, digits), static_cast<quint16>(index + 1), parsed));
+    FUZZ_ASSERT(parse(eepromBlockReply(index, digits), index, parsed) && parsed == bytes);
+    FUZZ_ASSERT(parse(eepromBlockReply(index, digits + latin1("f")), index, parsed)
+                && parsed == bytes);
+    FUZZ_ASSERT(!parse(eepromBlockReply(index, digits), static_cast<quint16>(index + 1), parsed));
 }
 
 // Each pair of characters between the command and "Done" becomes a byte.
 void checkArbitraryDigits(const QString &digits, quint16 index)
 {
     QByteArray data = earlierBytes;
-    const bool recognised = DataParser::parseEepromBlock(eepromReply(index, digits), index, data);
+    const bool recognised =
+        DataParser::parseEepromBlock(eepromBlockReply(index, digits), index, data);
     FUZZ_ASSERT(recognised ? data.startsWith(earlierBytes)
                         && data.size() == earlierBytes.size() + digits.size() / 2
                            : data.isEmpty());

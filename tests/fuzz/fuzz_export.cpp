@@ -110,7 +110,7 @@ struct Exporter
         emit fixture->handler.valueRead(SerialPortValueType::ValueDeviceModel,
                                         QStringLiteral("KVT-1"));
         fixture->window.saveFile = path;
-        fixture->window.answer = true;
+        fixture->window.dialogResult = true;
     }
 
     const QTemporaryDir folder;
@@ -142,7 +142,7 @@ void checkExport(FuzzedDataProvider &input, const Exporter &exporter)
                     QStringLiteral("Information No measurements found from given time period"))
                 == isEmpty);
     FUZZ_ASSERT(isEmpty
-                || files::contents(exporter.path)
+                || FileIo::contents(exporter.path)
                     == exportText(fixture.storage.measurementsResult, chosen, celsius).toUtf8());
 }
 
@@ -160,7 +160,7 @@ void checkLog(FuzzedDataProvider &input, const Exporter &exporter)
     }
     exporter.fixture->takeCalls();
     emit exporter.fixture->handler.logRead(titles, rows);
-    FUZZ_ASSERT(files::contents(exporter.path) == expected.toUtf8());
+    FUZZ_ASSERT(FileIo::contents(exporter.path) == expected.toUtf8());
 }
 
 } // namespace
@@ -169,7 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const Exporter exporter;
     FuzzedDataProvider input(data, size);
-    FUZZ_ASSERT(files::write(exporter.path, QByteArray()));
+    FUZZ_ASSERT(FileIo::write(exporter.path, QByteArray()));
     if (input.ConsumeBool()) {
         checkLog(input, exporter);
     } else {

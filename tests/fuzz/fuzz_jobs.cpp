@@ -66,14 +66,14 @@ void timeOutNow(SerialPortJobInterface *job)
 int maxSendCount(const JobDialogue &dialogue)
 {
     constexpr int attempts = 5;
-    return attempts * dialogue.command.size() + dialogue.answer.size();
+    return attempts * dialogue.command.size() + dialogue.sentAfterReply.size();
 }
 
 // A second job, which receives the whole text in one chunk.
 struct SingleChunkJob
 {
     explicit SingleChunkJob(const JobDialogue &dialogue)
-        : job(dialogue.make(&port))
+        : job(dialogue.makeJob(&port))
     {
         recorder.record(job.data());
     }
@@ -97,7 +97,7 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, ChunkPlan pl
 {
     FakeSerialPort port;
     SignalRecorder recorder;
-    const JobPointer job = dialogue.make(&port);
+    const JobPointer job = dialogue.makeJob(&port);
     recorder.record(job.data());
     job->start();
     SingleChunkJob singleChunkJob(dialogue);
@@ -123,7 +123,7 @@ void checkJob(const JobDialogue &dialogue, const QByteArray &bytes, ChunkPlan pl
         FUZZ_ASSERT(job->isRunning());
     }
     FUZZ_ASSERT(port.sent.size() <= maxSendCount(dialogue));
-    for (int i = 0; i < port.sent.size() - dialogue.answer.size(); ++i) {
+    for (int i = 0; i < port.sent.size() - dialogue.sentAfterReply.size(); ++i) {
         FUZZ_ASSERT(port.sent.at(i) == dialogue.command.at(i % dialogue.command.size()));
     }
 
@@ -155,7 +155,7 @@ void checkQueue(int first, const QByteArray &bytes, ChunkPlan plan)
     int maxSends = 0;
     for (int i = 0; i < 3; ++i) {
         const JobDialogue &dialogue = dialogues().at((first + i * 7) % dialogues().size());
-        queue.addJob(dialogue.make(port.data()));
+        queue.addJob(dialogue.makeJob(port.data()));
         types << enumeratorName(dialogue.type);
         maxSends += maxSendCount(dialogue);
     }

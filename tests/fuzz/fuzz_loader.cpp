@@ -62,7 +62,7 @@ bool load(Devices &devices, const QByteArray &contents)
 {
     static const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("settings.xml"));
-    FUZZ_ASSERT(files::write(path, contents));
+    FUZZ_ASSERT(FileIo::write(path, contents));
     ConfigurationLoader loader;
     return loader.load(devices, path);
 }

@@ -34,7 +34,7 @@ void checkArbitraryTitlesReply(const QString &text)
     if (result == DataParserResult::Matched) {
         const QString record = titles.join(QLatin1Char(','));
         FUZZ_ASSERT(titles == titlesAgain);
-        FUZZ_ASSERT(text.contains(logLine(latin1("00000"), record), Qt::CaseInsensitive));
+        FUZZ_ASSERT(text.contains(logRecordLine(latin1("00000"), record), Qt::CaseInsensitive));
     }
 }
 
@@ -59,10 +59,10 @@ void checkTitles(const QString &record, int bit)
 {
     QStringList titles;
     const DataParserResult undamagedResult =
-        DataParser::parseLogTitles(titlesReply(record), titles);
+        DataParser::parseLogTitles(logTitlesReply(record), titles);
     FUZZ_ASSERT(undamagedResult == DataParserResult::Matched);
     FUZZ_ASSERT(titles == record.split(QLatin1Char(',')));
-    FUZZ_ASSERT(DataParser::parseLogTitles(withDamagedChecksum(titlesReply(record), bit), titles)
+    FUZZ_ASSERT(DataParser::parseLogTitles(withDamagedChecksum(logTitlesReply(record), bit), titles)
                 == DataParserResult::ChecksumMismatch);
 }
 
@@ -71,7 +71,7 @@ void checkRow(const QString &record, int index)
     QDateTime time;
     QVector<double> values;
     const QString number = QStringLiteral("%1").arg(index, 5, 10, QLatin1Char('0'));
-    const QString reply = rowReply(index, number, record);
+    const QString reply = logRowReply(index, number, record);
     const DataParserResult undamagedResult = DataParser::parseLogValue(reply, index, time, values);
     if (!isRecord(record)) {
         FUZZ_ASSERT(undamagedResult == DataParserResult::NoMatch);

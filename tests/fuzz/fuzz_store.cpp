@@ -47,7 +47,7 @@ bool isIntactDatabase(const QString &path)
                        "measurement_id integer, measurement_type_id integer, value real)"),
         QStringLiteral("CREATE TABLE sqlite_sequence(name,seq)")};
     DatabaseInspector inspector(path);
-    return inspector.texts(QStringLiteral("select sql from sqlite_master order by sql")) == tables
+    return inspector.rows(QStringLiteral("select sql from sqlite_master order by sql")) == tables
         && inspector.integrity() == QLatin1String("ok");
 }
 
@@ -114,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("measurements.db"));
-    FUZZ_ASSERT(files::write(path, Fuzzing::bytesOf(data, size)));
+    FUZZ_ASSERT(FileIo::write(path, Fuzzing::bytesOf(data, size)));
     {
         LocalStorageSqlite store;
         const bool opened = store.open(path);

@@ -14,7 +14,7 @@ namespace {
 void write(const QString &folder, const QByteArray &name, const QByteArray &bytes)
 {
     QDir().mkpath(folder);
-    if (!files::write(folder + QLatin1Char('/') + latin1(name), bytes)) {
+    if (!FileIo::write(folder + QLatin1Char('/') + latin1(name), bytes)) {
         qFatal("%s can't be written", name.constData());
     }
 }
@@ -54,9 +54,9 @@ void writeLogRecords(const QString &folder)
 {
     const char titles[] = "TIME,CO2,,T";
     const char record[] = "2017-11-13T10:20:30,400.5,-2,1e3";
-    write(folder, "titles", prefix({0, 0}) + titlesReply(latin1(titles)).toLatin1());
+    write(folder, "titles", prefix({0, 0}) + logTitlesReply(latin1(titles)).toLatin1());
     write(folder, "values",
-          prefix({1, 12}) + rowReply(12, latin1("00012"), latin1(record)).toLatin1());
+          prefix({1, 12}) + logRowReply(12, latin1("00012"), latin1(record)).toLatin1());
     write(folder, "titles-record", prefix({2, 3}) + titles);
     write(folder, "values-record", prefix({3, 255}) + record);
     write(folder, "unusual-record", prefix({3, 1}) + ",nan,inf,0x1,#12");
@@ -69,7 +69,8 @@ void writeEepromBlocks(const QString &folder)
     write(folder, "block", prefix({0, 3, 255}) + block);
     write(folder, "digits", prefix({1, 0, 7}) + block.toHex());
     write(folder, "unusual-digits", prefix({1, 0, 7}) + "0xg f+1-1\r\nDone\r\n00");
-    write(folder, "text", prefix({2, 0, 7}) + eepromReply(7, latin1(block.toHex())).toLatin1());
+    write(folder, "text",
+          prefix({2, 0, 7}) + eepromBlockReply(7, latin1(block.toHex())).toLatin1());
 }
 
 void writeDisplayText(const QString &folder)
@@ -89,7 +90,7 @@ int main(int argc, char *argv[])
     const QVector<JobDialogue> dialogues = allDialogues();
     QByteArrayList replies;
     for (const JobDialogue &dialogue : dialogues) {
-        replies << (dialogue.reply + dialogue.rest).toLatin1();
+        replies << (dialogue.reply + dialogue.textAfterReply).toLatin1();
     }
     writeReplies(folder + latin1("/replies"),
                  replies

@@ -44,7 +44,7 @@ QVector<FaultMatrix::Entry> entries()
         // The job waits only for the message of the restart.
         {{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte}, Reboot, done},
         // Two replies in one chunk with a prompt between them: the value extends to the last prompt.
-        {F::LateAnswer, {ReadModel, ReadValue, SetValue}, twoReplies},
+        {F::LateReply, {ReadModel, ReadValue, SetValue}, twoReplies},
         {F::LostByte, SetValue, "passed on: 21, 1 send"},
         {F::LostByte, SetClock, "passed on: 0200-01-02T03:04:05Z, 1 send"},
         {F::LostByte, ReadEeprom, "passed on: 63 bytes, 1 send"}, // an unpaired digit is dropped
@@ -52,7 +52,7 @@ QVector<FaultMatrix::Entry> entries()
         {F::FlippedBit, SetClock, "passed on: 2020-01-02T03:04:05Z, 1 send"},
         // Sent again immediately; that reply is parsed with the damaged line before it and times out.
         {{F::LostByte, F::FlippedBit, F::WrongChecksum}, ReadLog, sentTwiceAgain},
-        {{F::SilenceOnce, F::LateAnswer, F::LostByte, F::FlippedBit, F::NulByte}, {}, sentAgain},
+        {{F::SilenceOnce, F::LateReply, F::LostByte, F::FlippedBit, F::NulByte}, {}, sentAgain},
         {F::Silence, Connect, stoppedUntilConnect},
         {F::Silence, {ReadLog, ReadEeprom, WriteEeprom}, stoppedUntilCancel},
         {F::Silence, {}, stopped},

@@ -58,7 +58,7 @@ private slots:
         handler().readMeasurements();
         handler().readValues(names);
         handler().readDate();
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
 
         QStringList expected = {text("written debug=0"),
                                 text("value ValueDeviceModel QString ")
@@ -75,7 +75,7 @@ private slots:
         QVERIFY2(clock.startsWith(text("value ValueDeviceDate QDateTime "))
                      && clock.endsWith(QLatin1Char('Z')),
                  qPrintable(clock));
-        QVERIFY(m_link->hasDevicesMeasurements());
+        QVERIFY(m_link->measurementsMatchDevice());
         QCOMPARE(simulator().setting("debug"), QByteArray("0"));
         // Each command was sent once, and nothing else was sent.
         QCOMPARE(m_link->port->texts.size(), 4 + names.size());
@@ -95,7 +95,7 @@ private slots:
         handler().writeToEeprom();
         handler().eraseLog();
         handler().factoryReset();
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
 
         const QByteArray sent = "\r\nset altitude=7\r\n"
                                 "\r\nshow unit\r\n"
@@ -113,7 +113,7 @@ private slots:
                 commands += "command " + line.trimmed();
             }
         }
-        const QByteArrayList lines = files::contents(journal).trimmed().split('\n');
+        const QByteArrayList lines = FileIo::contents(journal).trimmed().split('\n');
         QCOMPARE(lines.mid(1), commands); // after the line with the port
     }
 
@@ -145,7 +145,7 @@ private slots:
         QVERIFY(m_link->startConnected());
         handler().setValue(name, value);
         handler().readValue(name);
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(m_link->events,
                  QStringList({variableEvent("written", name, echoed),
                               variableEvent("read", name, echoed), text("allJobsDone")}));
@@ -157,9 +157,9 @@ private slots:
         QVERIFY(m_link->startConnected());
         handler().readValue(text("nonsense"));
         handler().readValue(text("altitude"));
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(events(), text("read nonsense=null; read altitude=120; allJobsDone"));
-        QCOMPARE(m_link->sends(text("show nonsense")), 1);
+        QCOMPARE(m_link->sendCount(text("show nonsense")), 1);
     }
 
     void readsUnavailableMeasurementsAsN()
@@ -167,8 +167,8 @@ private slots:
         QVERIFY(m_link->startConnected(text("--unavailable W1 --warmup 600000")));
         const QDateTime before = QDateTime::currentDateTimeUtc();
         handler().readMeasurements();
-        QVERIFY(m_link->waitForDone());
-        QVERIFY(m_link->hasDevicesMeasurements());
+        QVERIFY(m_link->waitForAllJobsDone());
+        QVERIFY(m_link->measurementsMatchDevice());
         const QMap<QString, QString> values = m_link->measurements;
         QCOMPARE(values.size(), 6);
         QCOMPARE(values.value(text("W1")), text("N"));
@@ -183,7 +183,7 @@ private slots:
     {
         QVERIFY(m_link->startConnected(text("--clock-offset -86400")));
         handler().readDate();
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         const QDate yesterday = QDateTime::currentDateTimeUtc().addDays(-1).date();
         QVERIFY2(events().startsWith(text("value ValueDeviceDate QDateTime ")
                                      + yesterday.toString(Qt::ISODate)),
@@ -192,7 +192,7 @@ private slots:
         m_link->clearRecords();
         handler().setDate(QDateTime(QDate(2030, 1, 2), QTime(3, 4, 5), Qt::UTC));
         handler().readDate();
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QVERIFY2(events().startsWith(text("finished ActionSetDate QDateTime 2030-01-02T03:04:05Z; "
                                           "value ValueDeviceDate QDateTime 2030-01-02T03:04:")),
                  qPrintable(events()));
@@ -210,10 +210,10 @@ private slots:
         handler().readValue(text("altitude"));
         handler().factoryReset(); // emits no signal
         handler().readValue(text("altitude"));
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(events(),
-                 text("written altitude=321; finished ActionWriteToEeprom nothing; "
-                      "written altitude=322; finished ActionReboot nothing; "
+                 text("written altitude=321; finished ActionWriteToEeprom (no value); "
+                      "written altitude=322; finished ActionReboot (no value); "
                       "read altitude=321; read altitude=120; allJobsDone"));
     }
 
@@ -227,7 +227,7 @@ private slots:
             QVERIFY(link.handler.openPort());
         });
         QTest::addRow("setSerialPort") << Call([](Link &link) {
-            link.renewPort();
+            link.replacePort();
             QVERIFY(link.handler.openPort());
         });
         QTest::addRow("removeJobs")
@@ -244,8 +244,8 @@ private slots:
         handler().readValue(text("health"));
         m_link->setTimeouts(100);
         QVERIFY(m_link->waitForStall());
-        QCOMPARE(m_link->sends(text("show altitude")), 5);
-        QCOMPARE(m_link->sends(text("show health")), 0);
+        QCOMPARE(m_link->sendCount(text("show altitude")), 5);
+        QCOMPARE(m_link->sendCount(text("show health")), 0);
         QCOMPARE(simulator().state("exchanges"), QByteArray("6")); // connect and five sends
 
         // Jobs that are added later wait too.
@@ -258,7 +258,7 @@ private slots:
 
         call(*m_link);
         QVERIFY(m_link->isIdle());
-        QVERIFY(m_link->canRead("hwver", "B"));
+        QVERIFY(m_link->readReturns("hwver", "B"));
     }
 
     void connectsAgainWhileThePortIsOpen()
@@ -281,10 +281,10 @@ private slots:
         QVERIFY(!first->isOpen());
         QVERIFY(m_link->connectDevice());
         QCOMPARE(handler().portName(), m_link->port->portName());
-        QVERIFY(m_link->canRead("model", "KVT-300"));
-        m_link->renewPort();
+        QVERIFY(m_link->readReturns("model", "KVT-300"));
+        m_link->replacePort();
         QVERIFY(m_link->connectDevice());
-        QVERIFY(m_link->canRead("model", "KVT-100"));
+        QVERIFY(m_link->readReturns("model", "KVT-100"));
     }
 
     void reportsAPortThatCannotBeOpened()
@@ -295,7 +295,7 @@ private slots:
         QCOMPARE(events(), text("error Unable to open port!"));
         QVERIFY(m_link->isIdle());
         QVERIFY(!handler().isConnected());
-        m_link->renewPort();
+        m_link->replacePort();
         QVERIFY(m_link->connectDevice());
     }
 
@@ -311,7 +311,7 @@ private slots:
         QTest::qWait(50);
         QCOMPARE(events(), QString());
         QVERIFY(m_link->connectDevice());
-        QVERIFY(m_link->canRead("altitude", "120"));
+        QVERIFY(m_link->readReturns("altitude", "120"));
     }
 
     // After a hang-up the jobs time out until the port is closed; the port's errors are ignored.
@@ -343,7 +343,7 @@ private slots:
         QVERIFY2(monitor.longestGap() < maxBlockedMs,
                  qPrintable(QString::number(monitor.longestGap())));
         QVERIFY(monitor.ticks() > observationMs / 50);
-        QCOMPARE(m_link->sends(text("show altitude")), 5);
+        QCOMPARE(m_link->sendCount(text("show altitude")), 5);
         QCOMPARE(events(), QString());
         QVERIFY(m_link->port->isOpen());
 
@@ -355,9 +355,9 @@ private slots:
         QVERIFY(handler().isConnected());
         simulator().control("fault clear");
         QVERIFY(simulator().resume());
-        m_link->renewPort();
+        m_link->replacePort();
         QVERIFY(m_link->connectDevice());
-        QVERIFY(m_link->canRead("altitude", "120"));
+        QVERIFY(m_link->readReturns("altitude", "120"));
     }
 
     void treatsTheExitOfTheSimulatorAsAHangUp()
@@ -377,9 +377,10 @@ private slots:
         const EventLoopLatencyMonitor monitor;
         QVERIFY(m_link->startConnected());
         handler().readEeprom();
-        QVERIFY(runUntil([&] { return m_link->memoryProgress.size() > 10; }));
+        QVERIFY(runUntil([&] { return m_link->eepromProgress.size() > 10; }));
         simulator().hangUp();
-        QVERIFY(runUntil([&] { return m_link->sends(m_link->port->texts.last().trimmed()) > 1; }));
+        QVERIFY(
+            runUntil([&] { return m_link->sendCount(m_link->port->texts.last().trimmed()) > 1; }));
         m_link.reset();
         QTest::qWait(50);
         QVERIFY(monitor.ticks() > 1);

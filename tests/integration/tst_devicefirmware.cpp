@@ -11,7 +11,7 @@ namespace {
 constexpr int blockSize = 16;
 
 // Begins with the bootloader's replies.
-QByteArray imageOf(int size) { return ("*.!b" + files::pseudoRandomBytes(size)).left(size); }
+QByteArray imageOf(int size) { return ("*.!b" + FileIo::pseudoRandomBytes(size)).left(size); }
 
 } // namespace
 
@@ -40,12 +40,12 @@ private slots:
         QFETCH(int, size);
         const QByteArray image = imageOf(size);
         startUpdate(image);
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(m_link->events,
-                 texts("finished ActionRebootForFirmware nothing|"
-                       "finished ActionBootloaderEntered nothing|"
+                 texts("finished ActionRebootForFirmware (no value)|"
+                       "finished ActionBootloaderEntered (no value)|"
                        "finished ActionFirmwareTransmitted int 100|allJobsDone"));
-        QVERIFY(files::contents(m_imageFile) == image);
+        QVERIFY(FileIo::contents(m_imageFile) == image);
 
         QCOMPARE(m_link->port->blocks.size(), (size + blockSize - 1) / blockSize);
         QVERIFY(m_link->port->bytes == "reboot --really\r\nb" + image);
@@ -57,7 +57,7 @@ private slots:
         QCOMPARE(m_link->firmwareProgress, progress);
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "console"; }));
         m_link->clearRecords();
-        QVERIFY(m_link->canRead("hwver", "B"));
+        QVERIFY(m_link->readReturns("hwver", "B"));
     }
 
     void transmitsToADeviceThatTheUserRestarts()
@@ -70,11 +70,11 @@ private slots:
         m_link->handler.updateFirmware(m_image);
         QVERIFY(m_link->port->bytes.isEmpty());
         m_link->simulator.control("restart");
-        QVERIFY(m_link->waitForDone());
-        QVERIFY(files::contents(m_imageFile) == m_image);
+        QVERIFY(m_link->waitForAllJobsDone());
+        QVERIFY(FileIo::contents(m_imageFile) == m_image);
         QCOMPARE(m_link->port->bytes, "b" + m_image);
         QCOMPARE(m_link->events,
-                 texts("finished ActionBootloaderEntered nothing|"
+                 texts("finished ActionBootloaderEntered (no value)|"
                        "finished ActionFirmwareTransmitted int 100|allJobsDone"));
     }
 
@@ -84,9 +84,9 @@ private slots:
         m_link->handler.reboot();
         QElapsedTimer time;
         time.start();
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QVERIFY2(time.elapsed() >= 300, "finished before the firmware could have started");
-        QCOMPARE(m_link->events, texts("finished ActionReboot nothing|allJobsDone"));
+        QCOMPARE(m_link->events, texts("finished ActionReboot (no value)|allJobsDone"));
         QCOMPARE(m_link->port->bytes, QByteArray("reboot --really\r\n"));
         QCOMPARE(m_link->simulator.state("mode"), QByteArray("console"));
     }
@@ -98,10 +98,10 @@ private slots:
         m_link->handler.cancelFirmwareUpdate();
         QVERIFY(m_link->isIdle());
         QVERIFY(!m_link->queue->hasJob(SerialPortJobType::JobTransmitFirmwareBlock));
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(m_link->events,
-                 texts("finished ActionRebootForFirmware nothing|"
-                       "finished ActionBootloaderEntered nothing|allJobsDone"));
+                 texts("finished ActionRebootForFirmware (no value)|"
+                       "finished ActionBootloaderEntered (no value)|allJobsDone"));
         const int sent = m_link->port->blocks.size();
         QVERIFY(sent > 100 && sent < 110);
         QTest::qWait(100);
@@ -116,7 +116,7 @@ private slots:
         m_link->handler.updateFirmware(m_image);
         m_link->handler.cancelFirmwareUpdate();
         QVERIFY(m_link->isIdle());
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(m_link->events, QStringList{text("allJobsDone")});
         QVERIFY(m_link->port->bytes.isEmpty());
         reconnectAndRead();
@@ -156,7 +156,7 @@ private slots:
             m_link->handler.disconnectFromDevice();
             m_link->simulator.control("fault clear");
             QVERIFY(m_link->simulator.resume());
-            m_link->renewPort();
+            m_link->replacePort();
             QVERIFY(m_link->handler.openPort());
         }
         reconnectAndRead();
@@ -165,10 +165,10 @@ private slots:
     void ignoresABootPromptWithALineEnd()
     {
         startUpdate(m_image, text("--fault boot-with-line-end"));
-        QVERIFY(m_link->waitFor(text("finished ActionRebootForFirmware nothing")));
+        QVERIFY(m_link->waitFor(text("finished ActionRebootForFirmware (no value)")));
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "bootloader"; }));
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "console"; }));
-        QCOMPARE(m_link->events, QStringList{text("finished ActionRebootForFirmware nothing")});
+        QCOMPARE(m_link->events, QStringList{text("finished ActionRebootForFirmware (no value)")});
         // The job waits until the device is restarted or the user cancels.
         QVERIFY(m_link->queue->currentJob()->isRunning());
         QCOMPARE(m_link->queue->currentJob()->timeout(), 900000);
@@ -177,8 +177,8 @@ private slots:
 
         m_link->simulator.control("fault clear");
         m_link->simulator.control("restart");
-        QVERIFY(m_link->waitForDone());
-        QVERIFY(files::contents(m_imageFile) == m_image);
+        QVERIFY(m_link->waitForAllJobsDone());
+        QVERIFY(FileIo::contents(m_imageFile) == m_image);
     }
 
 private:
@@ -206,7 +206,7 @@ private:
         m_link->simulator.control("restart");
         QVERIFY(runUntil([&] { return m_link->simulator.state("mode") == "console"; }));
         QVERIFY(m_link->connectDevice());
-        QVERIFY(m_link->canRead("altitude", "120"));
+        QVERIFY(m_link->readReturns("altitude", "120"));
     }
 
     const QByteArray m_image = imageOf(100); // 7 blocks

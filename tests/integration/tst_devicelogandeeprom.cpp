@@ -92,7 +92,7 @@ private slots:
                 }
             });
         m_link->handler.readLog();
-        QVERIFY(runUntil([&] { return m_link->sends(text("log --read=2")) > 0; }));
+        QVERIFY(runUntil([&] { return m_link->sendCount(text("log --read=2")) > 0; }));
         QVERIFY(runUntil([&] { return m_link->isIdle(); }));
         QVERIFY(disconnect(connection));
         // Quirk: rows are counted, not numbered, and the late one is counted too.
@@ -112,7 +112,7 @@ private slots:
         QVERIFY(runUntil([&] { return m_link->logProgress.size() > 5; }));
         readLog();
         QVERIFY(runUntil([&] { return m_link->isIdle(); }));
-        QCOMPARE(m_link->sends(text("log --count")), 1);
+        QCOMPARE(m_link->sendCount(text("log --count")), 1);
         QCOMPARE(m_link->events.count(text("log")), 1);
     }
 
@@ -134,7 +134,7 @@ private slots:
         m_link->setTimeouts(200);
         m_link->handler.readLog();
         QVERIFY(m_link->waitForStall());
-        QCOMPARE(m_link->sends(text("log --read=0")), 5);
+        QCOMPARE(m_link->sendCount(text("log --read=0")), 5);
         // Only the number of rows was read.
         QCOMPARE(m_link->events, texts("value ValueLogOption bool true|allJobsDone"));
         QVERIFY(m_link->logProgress.isEmpty());
@@ -154,14 +154,14 @@ private slots:
         QCOMPARE(blocks.size(), blockCount);
         m_link->handler.readEeprom();
         QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
 
-        QCOMPARE(m_link->image.size(), imageSize);
-        QVERIFY(m_link->image == backupOf(blocks));
+        QCOMPARE(m_link->eepromImage.size(), imageSize);
+        QVERIFY(m_link->eepromImage == backupOf(blocks));
         QCOMPARE(m_link->events, texts("finished ActionEepromRead|allJobsDone"));
-        QCOMPARE(m_link->memoryProgress.size(), blockCount);
+        QCOMPARE(m_link->eepromProgress.size(), blockCount);
         for (int block = 0; block < blockCount; ++block) {
-            QCOMPARE(m_link->memoryProgress.at(block), static_cast<int>(block / 1023.0 * 100));
+            QCOMPARE(m_link->eepromProgress.at(block), static_cast<int>(block / 1023.0 * 100));
             QCOMPARE(m_link->port->texts.at(block),
                      text("\r\neeprom --read_block %1\r\n").arg(block));
         }
@@ -171,34 +171,34 @@ private slots:
     void writesEveryBlockOfTheEeprom()
     {
         QVERIFY(m_link->startConnected());
-        const QByteArray data = files::pseudoRandomBytes(blockCount * blockSize);
+        const QByteArray data = FileIo::pseudoRandomBytes(blockCount * blockSize);
         m_link->handler.writeEeprom(data);
-        QVERIFY(m_link->waitForDone());
-        QCOMPARE(m_link->events, texts("finished ActionEepromWritten nothing|allJobsDone"));
-        QCOMPARE(m_link->memoryProgress.size(), blockCount);
-        QCOMPARE(m_link->memoryProgress.last(), 100);
+        QVERIFY(m_link->waitForAllJobsDone());
+        QCOMPARE(m_link->events, texts("finished ActionEepromWritten (no value)|allJobsDone"));
+        QCOMPARE(m_link->eepromProgress.size(), blockCount);
+        QCOMPARE(m_link->eepromProgress.last(), 100);
         const QByteArrayList blocks = deviceBlocks();
         QCOMPARE(blocks.join().toHex(), data.toHex());
 
         m_link->clearRecords();
         m_link->handler.readEeprom();
-        QVERIFY(m_link->waitForDone());
-        QVERIFY(m_link->image == backupOf(blocks));
+        QVERIFY(m_link->waitForAllJobsDone());
+        QVERIFY(m_link->eepromImage == backupOf(blocks));
     }
 
     void sendsOnlyTheContentsOfAShortFile()
     {
         QVERIFY(m_link->startConnected(text("--block-idle-ms 50")));
         QByteArrayList expected = deviceBlocks();
-        const QByteArray data = files::pseudoRandomBytes(100);
+        const QByteArray data = FileIo::pseudoRandomBytes(100);
         m_link->handler.writeEeprom(data);
         QCOMPARE(m_link->queue->jobs().size(), blockCount - 1);
         // The device times out after 36 bytes; its message does not match the reply.
         m_link->setTimeouts(250);
         QVERIFY(m_link->waitForStall());
-        QCOMPARE(m_link->sends(text("eeprom --write_block 0")), 1);
-        QCOMPARE(m_link->sends(text("eeprom --write_block 1")), 5);
-        QCOMPARE(m_link->sends(text("eeprom --write_block 2")), 0);
+        QCOMPARE(m_link->sendCount(text("eeprom --write_block 0")), 1);
+        QCOMPARE(m_link->sendCount(text("eeprom --write_block 1")), 5);
+        QCOMPARE(m_link->sendCount(text("eeprom --write_block 2")), 0);
         QCOMPARE(m_link->port->blocks.first(), data.left(blockSize));
         QCOMPARE(m_link->port->blocks.last(), data.mid(blockSize));
         expected[0] = data.left(blockSize);
@@ -211,7 +211,7 @@ private slots:
     {
         QVERIFY(m_link->startConnected());
         m_link->handler.readEeprom();
-        QVERIFY(runUntil([&] { return m_link->memoryProgress.size() > 100; }));
+        QVERIFY(runUntil([&] { return m_link->eepromProgress.size() > 100; }));
         m_link->handler.cancelEepromRead();
         QVERIFY(!m_link->queue->hasJob(SerialPortJobType::JobReadEepromBlock));
         const int sent = m_link->port->texts.size();
@@ -223,9 +223,9 @@ private slots:
     {
         QVERIFY(m_link->startConnected());
         const QByteArray before = deviceBlocks().join();
-        const QByteArray data = files::pseudoRandomBytes(blockCount * blockSize);
+        const QByteArray data = FileIo::pseudoRandomBytes(blockCount * blockSize);
         m_link->handler.writeEeprom(data);
-        QVERIFY(runUntil([&] { return m_link->memoryProgress.size() > 100; }));
+        QVERIFY(runUntil([&] { return m_link->eepromProgress.size() > 100; }));
         m_link->handler.cancelEepromWrite();
         const int sent = m_link->port->texts.size() * blockSize;
         checkThatTheDeviceRepliesAfterACancel();
@@ -239,7 +239,7 @@ private:
     {
         m_link->handler.readLog();
         QVERIFY(m_link->waitFor(text("log")));
-        QVERIFY(m_link->hasDevicesLog());
+        QVERIFY(m_link->logMatchesDevice());
     }
 
     QByteArrayList deviceBlocks()
@@ -257,7 +257,7 @@ private:
         QTRY_COMPARE(m_link->events, QStringList{text("allJobsDone")});
         m_link->clearRecords();
         m_link->handler.readValue(text("altitude"));
-        QVERIFY(m_link->waitForDone());
+        QVERIFY(m_link->waitForAllJobsDone());
         QCOMPARE(m_link->events, texts("read altitude=120|allJobsDone"));
         QCOMPARE(m_link->port->texts.size(), 1);
     }

@@ -16,7 +16,7 @@ constexpr int affectedBlock = 5; // of the EEPROM, as in operations()
 constexpr int sufficientBlocks = 9; // of 1024; includes the affected one
 constexpr int blockSize = 64;
 
-QByteArray eepromImage() { return files::pseudoRandomBytes(65536); }
+QByteArray eepromImage() { return FileIo::pseudoRandomBytes(65536); }
 
 QByteArray firmwareImage()
 {
@@ -45,14 +45,14 @@ const Steps allSteps[] = {
          handler.setDate({{2030, 1, 2}, {3, 4, 5}, Qt::UTC});
      },
      "finished ActionSetDate QDateTime ", "2030-01-02T03:04:05Z"},
-    {[](auto &handler) { handler.writeToEeprom(); }, "finished ActionWriteToEeprom nothing"},
+    {[](auto &handler) { handler.writeToEeprom(); }, "finished ActionWriteToEeprom (no value)"},
     {[](auto &handler) { handler.readLog(); }, "log", "", &SerialPortHandler::cancelLogRead},
-    {[](auto &handler) { handler.eraseLog(); }, "finished ActionEraseLog nothing"},
+    {[](auto &handler) { handler.eraseLog(); }, "finished ActionEraseLog (no value)"},
     {[](auto &handler) { handler.readEeprom(); }, "finished ActionEepromRead", "",
      &SerialPortHandler::cancelEepromRead},
     {[](auto &handler) { handler.writeEeprom(eepromImage()); },
-     "finished ActionEepromWritten nothing", "", &SerialPortHandler::cancelEepromWrite},
-    {[](auto &handler) { handler.reboot(); }, "finished ActionReboot nothing"},
+     "finished ActionEepromWritten (no value)", "", &SerialPortHandler::cancelEepromWrite},
+    {[](auto &handler) { handler.reboot(); }, "finished ActionReboot (no value)"},
     {[](auto &handler) {
          handler.rebootToBootloader();
          handler.updateFirmware(firmwareImage());
@@ -72,11 +72,11 @@ int timeoutMs(FaultKind fault, HandlerOperation operation)
     constexpr int afterRestartMs = 2000; // by then the device has restarted
     constexpr int collectedMs = 300; // for replies whose chunks are collected
     const Faults oneBadReply{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte};
-    if (isRestart(operation) && (fault == F::LateAnswer || oneBadReply.contains(fault))) {
+    if (isRestart(operation) && (fault == F::LateReply || oneBadReply.contains(fault))) {
         return afterRestartMs;
     }
     const QVector<QPair<Faults, int>> timeouts = {
-        {F::LateAnswer, lateAnswerTimeoutMs},
+        {F::LateReply, lateReplyTimeoutMs},
         {oneBadReply, operation == ReadLog ? collectedMs : 200},
         {F::HangUpBefore, 40},
         {{F::Silence, F::HangUpDuring, F::WrongChecksumAlways, F::WrongEntryAlways,
@@ -163,13 +163,13 @@ private:
                                  FaultKind::FlippedBit};
         // Without this pause, each further chunk of a line with a wrong checksum causes another
         // send.
-        m_link->gatherMs = m_operation == ReadLog && damagesLine.contains(m_fault) ? 30 : 0;
+        m_link->chunkPauseMs = m_operation == ReadLog && damagesLine.contains(m_fault) ? 30 : 0;
         return true;
     }
 
     QByteArray simulatorFault() const
     {
-        if (m_fault == FaultKind::LateAnswer && isRestart(m_operation)) {
+        if (m_fault == FaultKind::LateReply && isRestart(m_operation)) {
             return "delay@reboot:3000"; // longer than the time-out
         }
         const FaultOperation &operation = m_matrix.operation(m_operation);
@@ -184,7 +184,7 @@ private:
             return m_link->events.contains(text(name));
         };
         if (m_operation == ReadEeprom || m_operation == WriteEeprom) {
-            return m_link->memoryProgress.size() >= sufficientBlocks;
+            return m_link->eepromProgress.size() >= sufficientBlocks;
         }
         return m_operation == ReadLog
             ? hasEvent("log") || hasEvent("value ValueLogOption bool false")
@@ -195,8 +195,8 @@ private:
     /// After the second send, blocks the event loop until both replies have arrived.
     bool waitForBothReplies()
     {
-        constexpr unsigned long pauseMs = lateAnswerMs - lateAnswerTimeoutMs + 300;
-        if (!runUntil([&] { return m_link->sends(command()) == 2; })) {
+        constexpr unsigned long pauseMs = lateReplyMs - lateReplyTimeoutMs + 300;
+        if (!runUntil([&] { return m_link->sendCount(command()) == 2; })) {
             return false;
         }
         m_link->port->flush();
@@ -211,7 +211,7 @@ private:
         }
         steps().request(m_link->handler);
         m_link->setTimeouts(timeoutMs(m_fault, m_operation));
-        if (m_fault == FaultKind::LateAnswer && !isRestart(m_operation) && !waitForBothReplies()) {
+        if (m_fault == FaultKind::LateReply && !isRestart(m_operation) && !waitForBothReplies()) {
             return "not sent again";
         }
         if (!runUntil([&] { return m_link->isStalled() || hasEnded(); })) {
@@ -245,7 +245,7 @@ private:
             value = text("two replies in one");
         }
         return (correct ? QByteArray("done, ") : "passed on: " + value.toLatin1() + ", ")
-            + sendsText(m_link->sends(command()));
+            + sendsText(m_link->sendCount(command()));
     }
 
     QByteArray stallOutcome()
@@ -254,12 +254,13 @@ private:
         if (m_operation == ReadLog && !reported.isEmpty()) {
             reported = reported.mid(2); // the first two report the number of rows
         }
-        reported.removeAll(text("finished ActionRebootForFirmware nothing"));
+        reported.removeAll(text("finished ActionRebootForFirmware (no value)"));
         if (!reported.isEmpty()) {
             return "queue stopped, but reported " + reported.join(text("; ")).toLatin1();
         }
         const QString last = m_link->port->texts.last().trimmed();
-        const QByteArray sends = sendsText(m_link->sends(last)); // the recovery clears the records
+        const QByteArray sends =
+            sendsText(m_link->sendCount(last)); // the recovery clears the records
         return "queue stopped after " + sends + recovery();
     }
 
@@ -269,7 +270,7 @@ private:
         SerialPortHandler &handler = m_link->handler;
         QByteArray call = "cancel";
         m_link->simulator.control("fault clear");
-        m_link->gatherMs = 0;
+        m_link->chunkPauseMs = 0;
         m_link->setTimeouts(0);
         if (m_fault == FaultKind::HangUpBefore || m_fault == FaultKind::HangUpDuring) {
             call = "close";
@@ -280,7 +281,7 @@ private:
         } else if (steps().cancel != nullptr
                    && (m_operation != UpdateFirmware
                        || m_link->events.contains(
-                           text("finished ActionRebootForFirmware nothing")))) {
+                           text("finished ActionRebootForFirmware (no value)")))) {
             (handler.*steps().cancel)();
         } else {
             call = "clear";
@@ -299,7 +300,7 @@ private:
         m_link->clearRecords();
         m_link->handler.readValue(text("altitude"));
         m_link->setTimeouts(40);
-        if (!m_link->waitForStall() || m_link->sends(text("show altitude")) != 5) {
+        if (!m_link->waitForStall() || m_link->sendCount(text("show altitude")) != 5) {
             return "; next command: no stop";
         }
         m_link->handler.disconnectFromDevice();
@@ -315,13 +316,13 @@ private:
             if (!m_link->simulator.resume()) {
                 return false;
             }
-            m_link->renewPort();
+            m_link->replacePort();
         }
         if (m_link->simulator.state("mode") == "bootloader") {
             m_link->simulator.control("restart");
         }
         return runUntil([&] { return m_link->simulator.state("mode") == "console"; })
-            && m_link->connectDevice() && m_link->canRead("hwver", "B");
+            && m_link->connectDevice() && m_link->readReturns("hwver", "B");
     }
 
     /// Whether the reported result equals the device's data; @p value is set to what was reported.
@@ -336,7 +337,7 @@ private:
         const bool isReported = value == text(steps().value);
         switch (m_operation) {
         case Poll:
-            return m_link->hasDevicesMeasurements();
+            return m_link->measurementsMatchDevice();
         case SetValue:
             return isReported && simulator.setting("altitude") == "321";
         case ReadClock: {
@@ -347,7 +348,7 @@ private:
             return isReported
                 && simulator.control("clock").value(0).startsWith("2030-01-02T03:04:");
         case ReadLog:
-            return m_link->hasDevicesLog();
+            return m_link->logMatchesDevice();
         case EraseLog:
             return isReported && simulator.state("log") == "0";
         case ReadEeprom:
@@ -356,7 +357,7 @@ private:
         case WriteEeprom:
             return eepromImage().mid(affectedBlock * blockSize, blockSize) == deviceBlock();
         case UpdateFirmware:
-            return isReported && files::contents(imageFile()) == firmwareImage();
+            return isReported && FileIo::contents(imageFile()) == firmwareImage();
         default:
             return isReported;
         }

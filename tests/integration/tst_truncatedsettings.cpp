@@ -61,7 +61,7 @@ private slots:
             return QByteArrayList{QByteArray::number(count), description, "as expected"};
         };
         const QVector<QByteArrayList> rows = {
-            {"Files", "Expected", "Seen"},
+            {"Files", "Expected", "Actual"},
             row(m_reported,
                 "reports \"Failed to load configuration from file settings.xml\"; then starts"),
             row(m_partial, "starts with the models, settings and measurements before the cut"),
@@ -76,7 +76,7 @@ private:
     static LoadResult start(const QByteArray &beginning)
     {
         const QString name = QStringLiteral("settings.xml");
-        if (!files::write(name, beginning)) {
+        if (!FileIo::write(name, beginning)) {
             qFatal("Unable to write settings.xml");
         }
         FakeMainWindow window;
@@ -103,7 +103,7 @@ private:
                 measurements};
     }
 
-    const QByteArray m_sample = files::contents(testpaths::sourceFile("settings.xml"));
+    const QByteArray m_sample = FileIo::contents(TestPaths::sourceFile("settings.xml"));
     int m_reported = 0; ///< number of truncated files with each outcome
     int m_partial = 0;
     int m_complete = 0;

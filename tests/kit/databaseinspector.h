@@ -64,19 +64,19 @@ public:
     /// "ok", or what is wrong with the file.
     QString integrity()
     {
-        return texts(QStringLiteral("PRAGMA integrity_check")).join(QLatin1Char(';'));
+        return rows(QStringLiteral("PRAGMA integrity_check")).join(QLatin1Char(';'));
     }
 
     /// The names of the tables in the order of their creation.
     QStringList tables()
     {
-        return texts(QStringLiteral("select name from sqlite_master where type = 'table' "
-                                    "and name not like 'sqlite_%' order by rowid"));
+        return rows(QStringLiteral("select name from sqlite_master where type = 'table' "
+                                   "and name not like 'sqlite_%' order by rowid"));
     }
 
-    QStringList deviceSerials() { return texts(QStringLiteral("select serial from device")); }
+    QStringList deviceSerials() { return rows(QStringLiteral("select serial from device")); }
 
-    QStringList typeNames() { return texts(QStringLiteral("select name from measurement_type")); }
+    QStringList typeNames() { return rows(QStringLiteral("select name from measurement_type")); }
 
     /// All readings in ascending order of their ids, also those without values.
     QVector<Reading> readings()
@@ -97,19 +97,19 @@ public:
     }
 
     /// The number of values without a reading or type, and of readings without a device.
-    int orphans()
+    int orphanCount()
     {
-        return texts(QStringLiteral(
-                         "select id from measurement_value where measurement_id not in (select id "
-                         "from measurement_metadata) or measurement_type_id not in (select id from "
-                         "measurement_type) union all select id from measurement_metadata where "
-                         "device_id not in (select id from device)"))
+        return rows(QStringLiteral(
+                        "select id from measurement_value where measurement_id not in (select id "
+                        "from measurement_metadata) or measurement_type_id not in (select id from "
+                        "measurement_type) union all select id from measurement_metadata where "
+                        "device_id not in (select id from device)"))
             .size();
     }
 
     /// The rows that @p statement returns, with a comma between their columns; the error message of
     /// the database if it fails.
-    QStringList texts(const QString &statement)
+    QStringList rows(const QString &statement)
     {
         QSqlQuery query(statement, m_database);
         QStringList found;

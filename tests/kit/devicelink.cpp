@@ -62,7 +62,7 @@ DeviceLink::DeviceLink()
             });
     connect(&handler, &Handler::logRead, this,
             [=](const QStringList &columns, const QVector<LogValue> &rows) {
-                titles = columns;
+                logTitles = columns;
                 log = rows;
                 record(text("log"));
             });
@@ -80,13 +80,13 @@ void DeviceLink::recordAction(SerialPortActionType action, const QVariant &resul
     switch (action) {
     case SerialPortActionType::ActionEepromBlockRead:
     case SerialPortActionType::ActionEepromBlockWritten:
-        memoryProgress.append(result.toInt());
+        eepromProgress.append(result.toInt());
         break;
     case SerialPortActionType::ActionFirmwareBlockTransmitted:
         firmwareProgress.append(result.toDouble());
         break;
     case SerialPortActionType::ActionEepromRead:
-        image = result.toByteArray();
+        eepromImage = result.toByteArray();
         events.append(text("finished ") + toLogString(action));
         break;
     default:
@@ -100,7 +100,7 @@ bool DeviceLink::start(const QString &options)
     if (!simulator.start(QStringList{text("--rate"), text("0")} + arguments)) {
         return false;
     }
-    renewPort();
+    replacePort();
     return true;
 }
 
@@ -110,9 +110,9 @@ void DeviceLink::setPort(const QString &path)
     connect(
         port.data(), &SerialPortInterface::dataReady, this,
         [this] {
-            if (gatherMs > 0) {
+            if (chunkPauseMs > 0) {
                 port->flush();
-                QThread::msleep(static_cast<unsigned long>(gatherMs));
+                QThread::msleep(static_cast<unsigned long>(chunkPauseMs));
             }
         },
         Qt::QueuedConnection);
@@ -135,7 +135,7 @@ void DeviceLink::clearRecords()
     port->bytes.clear();
 }
 
-bool DeviceLink::canRead(const char *name, const char *value)
+bool DeviceLink::readReturns(const char *name, const char *value)
 {
     handler.readValue(text(name));
     return waitFor(text("read %1=%2").arg(text(name), text(value)));
@@ -159,17 +159,17 @@ void DeviceLink::setTimeouts(int ms)
     }
 }
 
-int DeviceLink::sends(const QString &command) const
+int DeviceLink::sendCount(const QString &command) const
 {
     return static_cast<int>(
         std::count_if(port->texts.cbegin(), port->texts.cend(),
                       [&](const QString &text) { return text.trimmed() == command; }));
 }
 
-bool DeviceLink::hasDevicesLog()
+bool DeviceLink::logMatchesDevice()
 {
     const QVector<LogValue> expected = simulator.logRows();
-    return titles == simulator.logTitles()
+    return logTitles == simulator.logTitles()
         && std::equal(log.cbegin(), log.cend(), expected.cbegin(), expected.cend(),
                       [](const LogValue &one, const LogValue &other) {
                           return one.time == other.time && one.time.timeSpec() == Qt::UTC

@@ -51,7 +51,7 @@ public:
     }
 
     /// Sets a new transport for the simulator's port, or for @p path.
-    void renewPort() { setPort(simulator.port()); }
+    void replacePort() { setPort(simulator.port()); }
     void setPort(const QString &path);
 
     /// Connects, waits for the device's reply and clears the records.
@@ -63,10 +63,10 @@ public:
     {
         return runUntil([&] { return events.contains(event); });
     }
-    bool waitForDone() { return waitFor(text("allJobsDone")); }
+    bool waitForAllJobsDone() { return waitFor(text("allJobsDone")); }
 
     /// Reads the variable @p name; whether the device replies with @p value.
-    bool canRead(const char *name, const char *value);
+    bool readReturns(const char *name, const char *value);
 
     /// Whether the current job has timed out for the last time, so that the queue has stopped.
     bool isStalled() const;
@@ -81,11 +81,11 @@ public:
     void setTimeouts(int ms);
 
     /// How often @p command, without its line ends, has been sent.
-    int sends(const QString &command) const;
+    int sendCount(const QString &command) const;
 
     /// Whether the values, or the log, read last are those of the device.
-    bool hasDevicesMeasurements() { return measurements == simulator.measurementValues(); }
-    bool hasDevicesLog();
+    bool measurementsMatchDevice() { return measurements == simulator.measurementValues(); }
+    bool logMatchesDevice();
 
     SimulatorProcess simulator;
     QSharedPointer<SerialPortQueue> queue;
@@ -95,13 +95,13 @@ public:
     QStringList events;
     QMap<QString, QString> measurements; ///< of the last reading
     QDateTime measuredAt; ///< the time of the last reading
-    QStringList titles; ///< of the last log read
+    QStringList logTitles; ///< of the last log read
     QVector<LogValue> log;
     QVector<int> logProgress;
-    QVector<int> memoryProgress;
+    QVector<int> eepromProgress;
     QVector<double> firmwareProgress;
-    QByteArray image; ///< of the EEPROM, as read last
-    int gatherMs = 0; ///< pause after each chunk, in which the next bytes gather into one chunk
+    QByteArray eepromImage; ///< of the EEPROM, as read last
+    int chunkPauseMs = 0; ///< pause after each chunk, in which the next bytes gather into one chunk
 
 private:
     void recordAction(SerialPortActionType action, const QVariant &result);

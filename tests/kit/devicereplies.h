@@ -24,22 +24,22 @@ inline QString checksumOf(const QString &record)
     return QStringLiteral("%1").arg(crc, 2, 16, QLatin1Char('0'));
 }
 
-inline QString logLine(const QString &number, const QString &record)
+inline QString logRecordLine(const QString &number, const QString &record)
 {
     return number + QLatin1Char('=') + record + QLatin1Char('#') + checksumOf(record);
 }
 
-inline QString titlesReply(const QString &record)
+inline QString logTitlesReply(const QString &record)
 {
-    return latin1("\r\n$ log --read=0\r\n") + logLine(latin1("00000"), record);
+    return latin1("\r\n$ log --read=0\r\n") + logRecordLine(latin1("00000"), record);
 }
 
-inline QString rowReply(int index, const QString &number, const QString &record)
+inline QString logRowReply(int index, const QString &number, const QString &record)
 {
-    return latin1("\r\n$ log --read=%1\r\n").arg(index) + logLine(number, record);
+    return latin1("\r\n$ log --read=%1\r\n").arg(index) + logRecordLine(number, record);
 }
 
-inline QString eepromReply(int index, const QString &digits)
+inline QString eepromBlockReply(int index, const QString &digits)
 {
     return latin1("\r\n$ eeprom --read_block %1\r\n").arg(index) + digits + latin1("\r\nDone\r\n");
 }

@@ -30,7 +30,7 @@ DialogDriver::DialogDriver(QObject *parent)
     checkActiveDialog();
 }
 
-void DialogDriver::answerBox(const QString &text, const QString &button)
+void DialogDriver::answerMessageBox(const QString &text, const QString &button)
 {
     m_answers.append({text,
                       [text](const QDialog *dialog) {
@@ -68,7 +68,7 @@ void DialogDriver::answerDialog(const QString &title, const Action &action)
         {title, [title](const QDialog *dialog) { return dialog->windowTitle() == title; }, action});
 }
 
-QString DialogDriver::complaint() const
+QString DialogDriver::unmetExpectations() const
 {
     QStringList parts;
     for (const Answer &answer : m_answers) {

@@ -23,7 +23,7 @@ public:
 
     /// Presses the button with the text @p button in the next message box whose text contains
     /// @p text.
-    void answerBox(const QString &text, const QString &button);
+    void answerMessageBox(const QString &text, const QString &button);
 
     /// Accepts the next file dialog with the caption @p caption with the file @p path.
     void answerFileDialog(const QString &caption, const QString &path);
@@ -41,7 +41,7 @@ public:
     bool allExpectationsMet() const { return m_answers.isEmpty() && m_unexpected.isEmpty(); }
 
     /// A message with the missing and the unexpected dialogs; empty if there are none.
-    QString complaint() const;
+    QString unmetExpectations() const;
 
     /// Removes the prepared answers and recorded dialogs.
     void reset()

@@ -5,10 +5,10 @@
 #include <QtCore/QtGlobal>
 
 /// How long an endurance test runs: short by default, longer if set in the environment.
-namespace TestParameters {
+namespace EnduranceParameters {
 
 /// The positive number in the environment variable @p variable; without one, @p defaultValue.
-inline int number(const char *variable, int defaultValue)
+inline int positiveNumber(const char *variable, int defaultValue)
 {
     bool isNumber = false;
     const int value = qEnvironmentVariableIntValue(variable, &isNumber);
@@ -19,7 +19,8 @@ inline int number(const char *variable, int defaultValue)
 inline int seed()
 {
     constexpr int seeds = 1000000;
-    return number("KV_SEED", static_cast<int>(QRandomGenerator::global()->bounded(1, seeds)));
+    return positiveNumber("KV_SEED",
+                          static_cast<int>(QRandomGenerator::global()->bounded(1, seeds)));
 }
 
-} // namespace TestParameters
+} // namespace EnduranceParameters

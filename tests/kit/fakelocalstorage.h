@@ -14,7 +14,7 @@ public:
     {
         unsigned deviceId = 0;
         MeasurementMetadata metadata;
-        unsigned idBefore = 0; ///< the value of the id parameter before the call
+        unsigned idPassedIn = 0; ///< the value of the id parameter before the call
     };
     struct AddedValues
     {
@@ -36,8 +36,8 @@ public:
     QVector<DeviceDetails> addedDevices;
     QVector<AddedMeasurement> addedMeasurements;
     QVector<AddedValues> addedValues;
-    QVector<unsigned> typesAsks;
-    QVector<Range> measurementsAsks;
+    QVector<unsigned> measurementTypesCalls;
+    QVector<Range> measurementsCalls;
 
     // Results of the calls.
     bool openResult = true;
@@ -114,7 +114,7 @@ public:
     QMap<unsigned, QString> measurementTypes(unsigned deviceId) override
     {
         record("measurementTypes");
-        typesAsks << deviceId;
+        measurementTypesCalls << deviceId;
         return measurementTypesByDevice.value(deviceId, measurementTypesResult);
     }
 
@@ -122,7 +122,7 @@ public:
                                             unsigned deviceId) override
     {
         record("measurements");
-        measurementsAsks << Range{from, to, deviceId};
+        measurementsCalls << Range{from, to, deviceId};
         return measurementsResult;
     }
 

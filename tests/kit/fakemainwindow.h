@@ -106,7 +106,7 @@ public:
     bool askQuestion(const QString &title, const QString &text) override
     {
         record("askQuestion", {title, text});
-        return answer;
+        return dialogResult;
     }
     void setWaitDialogProgress(int percentage) override
     {
@@ -121,10 +121,10 @@ public:
         storage = newStorage;
         items = newItems;
         initialSelection = *selection;
-        if (answer) {
+        if (dialogResult) {
             *selection = exportSelection;
         }
-        return answer;
+        return dialogResult;
     }
     void showGraph(const DeviceDetails &newDevice, LocalStorage *newStorage,
                    const QVector<MeasurementItem> &newItems,
@@ -155,7 +155,7 @@ public:
     std::function<void(const QString &call)> onCall; ///< called during each call
 
     // Results of the calls, set by the test.
-    bool answer = false; ///< to questions, and whether the export dialog is accepted
+    bool dialogResult = false; ///< to questions, and whether the export dialog is accepted
     QString saveFile;
     QString openFile;
     QString port;

@@ -18,7 +18,7 @@ const QVector<FaultInfo> &faultInfos()
         {F::SilenceOnce,           handler, "silence once",              "silence@%c"},
         {F::Silence,               both,    "silence",                   "silence"},
         {F::ShortDelay,            handler, "delay",                     "delay@%c:60"},
-        {F::LateAnswer,            both,    "answer after time-out",     "delay@%c:2250"},
+        {F::LateReply,             both,    "reply after time-out",      "delay@%c:2250"},
         {F::SingleBytes,           both,    "single bytes",              "single-bytes@%c:1"},
         {F::LostByte,              both,    "lost byte",                 "lost-byte@%c:%p"},
         {F::FlippedBit,            both,    "flipped bit",               "flipped-bit@%c:%p"},
@@ -40,7 +40,7 @@ const QVector<FaultInfo> &faultInfos()
         {F::BlockUnanswered,       handler, "block unanswered",          "block-unanswered@2"},
         {F::BlockRepliesInOneChunk, handler, "block replies in one chunk", "block-replies-in-one-chunk"},
         {F::BootWithLineEnd,       handler, "BOOT with line end",        "boot-with-line-end"},
-        {F::FinalStar,             handler, "last block only *",         "final-star"},
+        {F::FinalStar,             handler, "only * after last block",   "final-star"},
         {F::HangUpBefore,          both,    "hang-up before",            ""},
         {F::HangUpDuring,          both,    "hang-up during",            "hangup@%c:4"},
         {F::HangUpAfter,           both,    "hang-up after",             ""},
@@ -51,8 +51,8 @@ const QVector<FaultInfo> &faultInfos()
         {F::LockedDatabase,        window,  "locked database",           ""},
         {F::CorruptDatabase,       window,  "corrupt database",          ""},
         {F::TruncatedDatabase,     window,  "truncated database",        ""},
-        {F::UnexpectedSchema,      window,  "database of another shape", ""},
-        {F::FolderInPlaceOfStore,  window,  "folder in the store's place", ""},
+        {F::UnexpectedSchema,      window,  "database with another schema", ""},
+        {F::FolderInPlaceOfStore,  window,  "folder in place of the database", ""},
         {F::TruncatedSettings,     window,  "settings.xml truncated",    ""},
     };
     // clang-format on

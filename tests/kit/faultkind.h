@@ -9,7 +9,7 @@
 // clang-format off
 enum class FaultKind {
     // in any reply
-    SilenceOnce, Silence, ShortDelay, LateAnswer, SingleBytes, LostByte, FlippedBit, NulByte,
+    SilenceOnce, Silence, ShortDelay, LateReply, SingleBytes, LostByte, FlippedBit, NulByte,
     RepliesInOneChunk, Chatter, UnknownModel,
     // in the log, the EEPROM and a firmware update
     WrongChecksum, WrongChecksumInPieces, WrongChecksumAlways, WrongEntry, WrongEntryAlways,
@@ -41,10 +41,10 @@ struct FaultInfo
     QByteArray simulatorFaultFor(const QByteArray &command, const QByteArray &damagedByte) const;
 };
 
-/// The delay of FaultKind::LateAnswer, and the time-out that makes the reply late: it arrives
+/// The delay of FaultKind::LateReply, and the time-out that makes the reply late: it arrives
 /// halfway between the first and the second time-out.
-constexpr int lateAnswerMs = 2250;
-constexpr int lateAnswerTimeoutMs = 1500;
+constexpr int lateReplyMs = 2250;
+constexpr int lateReplyTimeoutMs = 1500;
 
 /// All fault kinds, in the order of the enumeration.
 const QVector<FaultInfo> &faultInfos();

@@ -128,7 +128,7 @@ bool FaultMatrix::saveTables() const
 /// Operations with the same outcome under a fault share a row.
 bool FaultMatrix::saveTable(const QByteArray &part) const
 {
-    QVector<QByteArrayList> rows{{"Fault", "Operation", "Expected", "Seen"}};
+    QVector<QByteArrayList> rows{{"Fault", "Operation", "Expected", "Actual"}};
     for (const FaultKind fault : m_faults) {
         const int firstOfFault = rows.size();
         for (int operation = 0; operation < m_operations.size(); ++operation) {

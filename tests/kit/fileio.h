@@ -4,7 +4,7 @@
 #include <QtCore/QFile>
 
 /// Reads and writes whole files.
-namespace files {
+namespace FileIo {
 
 /// The contents of the file @p path; empty if it can't be read.
 inline QByteArray contents(const QString &path)
@@ -33,4 +33,4 @@ inline QByteArray pseudoRandomBytes(int size)
     return bytes;
 }
 
-} // namespace files
+} // namespace FileIo

@@ -51,8 +51,9 @@ JobDialogue dialogue(const char *name, Type type, int timeoutMs, const QByteArra
 QVector<JobDialogue> logDialogues()
 {
     const char noLog[] = "No LOG option installed!\r\n$";
-    const QString titles = logLine(latin1("00000"), latin1("TIME,CO2,,T"));
-    const QString row = logLine(latin1("00012"), latin1("2017-11-13T10:20:30+02:00,400.5,-2"));
+    const QString titles = logRecordLine(latin1("00000"), latin1("TIME,CO2,,T"));
+    const QString row =
+        logRecordLine(latin1("00012"), latin1("2017-11-13T10:20:30+02:00,400.5,-2"));
     return {
         dialogue<SerialPortJobReadLog>(
             "read log", Type::JobReadLog, 500, {"\r\nlog --count\r\n"}, "count=1234\r\n$", " ",
@@ -68,7 +69,7 @@ QVector<JobDialogue> logDialogues()
             "\r\n$ ", {"logValueRead 12 400.5|-2 2017-11-13T10:20:30Z", "finished"}, 12),
         dialogue<SerialPortJobEraseLog>(
             "erase log", Type::JobEraseLog, 500, {"log --erase\r\n"}, "Log erased!\r\n$", " ",
-            {"actionFinished ActionEraseLog nothing, running", "finished"}),
+            {"actionFinished ActionEraseLog (no value), running", "finished"}),
         dialogue<SerialPortJobEraseLog>(
             "erase log, no log option", Type::JobEraseLog, 500, {"log --erase\r\n"}, noLog, " ",
             {"valueRead ValueLogOption bool false, running", "finished"}),
@@ -82,7 +83,7 @@ QVector<JobDialogue> eepromDialogues()
         dialogue<SerialPortJobWriteToEeprom>(
             "write to eeprom", Type::JobWriteToEeprom, 180000, {"write --really\r\n"},
             "Writing current configuration to non-volatile memory... 512 bytes written!\r\n$", " ",
-            {"actionFinished ActionWriteToEeprom nothing, running", "finished"}),
+            {"actionFinished ActionWriteToEeprom (no value), running", "finished"}),
         dialogue<SerialPortJobFactoryReset>(
             "factory reset", Type::JobFactoryReset, 60000, {"\r\ninitconf --really\r\n"},
             "Loading default configuration... OK!\r\n"
@@ -109,19 +110,19 @@ QVector<JobDialogue> firmwareDialogues()
     const QByteArray block("*!.\0\r\n\x11\x13\xff*!.BOOT", 16);
     JobDialogue bootloader = dialogue<SerialPortJobUpdateFirmware>(
         "enter bootloader", Type::JobUpdateFirmware, 900000, {}, "...\r\nloader 1.0\r\nBoot", "",
-        {"actionFinished ActionBootloaderEntered nothing", "finished"});
-    bootloader.answer = QByteArrayList{"b"};
+        {"actionFinished ActionBootloaderEntered (no value)", "finished"});
+    bootloader.sentAfterReply = QByteArrayList{"b"};
     return {
         dialogue<SerialPortJobReboot>(
             "restart", Type::JobReboot, 30000, {"reboot --really\r\n"},
             "Reseting device in 5 seconds\r\n\r\nPerforming selftest...\r\nRAM OK\r\n"
             "All tests passed.\r\n\r\nOrvanta KVT 3\r\nCompiled on Nov 13 2017\r\nCopyright ",
-            "2017\r\n$ ", {"actionFinished ActionReboot nothing", "finished"},
+            "2017\r\n$ ", {"actionFinished ActionReboot (no value)", "finished"},
             RebootMode::RebootAndWaitForSelftest),
         dialogue<SerialPortJobReboot>(
             "restart for firmware", Type::JobReboot, 30000, {"reboot --really\r\n"},
             "Reseting device in 5 seconds", "...\r\n",
-            {"actionFinished ActionRebootForFirmware nothing", "finished"},
+            {"actionFinished ActionRebootForFirmware (no value)", "finished"},
             RebootMode::RebootForFirmwareUpdate),
         bootloader,
         dialogue<SerialPortJobTransmitFirmwareBlock>(

@@ -19,12 +19,12 @@ struct JobDialogue
     const char *name;
     SerialPortJobType type;
     int timeoutMs;
-    JobFactory make;
+    JobFactory makeJob;
     QByteArrayList command; ///< what start() sends, one entry for each write()
     QString reply; ///< up to and including the character that completes it
-    QString rest; ///< what the device sends after the reply
-    QStringList report; ///< the signals that the job emits, as SignalRecorder logs them
-    QByteArrayList answer = {}; ///< what the job sends in response to the reply
+    QString textAfterReply; ///< what the device sends after the reply
+    QStringList expectedSignals; ///< the signals that the job emits, as SignalRecorder logs them
+    QByteArrayList sentAfterReply = {}; ///< what the job sends in response to the reply
     bool canRestart = type != SerialPortJobType::JobTransmitFirmwareBlock;
     bool stopsItself =
         type != SerialPortJobType::JobReadMeasurements; ///< before it emits finished()

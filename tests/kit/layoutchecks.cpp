@@ -318,7 +318,7 @@ QList<QWidget *> LayoutChecks::inputs(const QWidget *window)
     return found;
 }
 
-QList<QWidget *> LayoutChecks::stops(QWidget *window, Qt::Key key)
+QList<QWidget *> LayoutChecks::widgetsReachedBy(QWidget *window, Qt::Key key)
 {
     constexpr int maxKeyPresses = 200;
     QList<QWidget *> found;
@@ -338,7 +338,8 @@ QList<QWidget *> LayoutChecks::stops(QWidget *window, Qt::Key key)
 
 QStringList LayoutChecks::unreachableControls(QWidget *window)
 {
-    const QList<QWidget *> reached = stops(window, Qt::Key_Tab) + stops(window, Qt::Key_Backtab);
+    const QList<QWidget *> reached =
+        widgetsReachedBy(window, Qt::Key_Tab) + widgetsReachedBy(window, Qt::Key_Backtab);
     QStringList missed;
     for (QWidget *widget : shownWidgets(window)) {
         const bool isButton = isOneOf(widget, {"QAbstractButton"})

@@ -32,6 +32,6 @@ QList<QWidget *> inputs(const QWidget *window);
 
 /// The widgets in the active window @p window that get the focus when @p key, Tab or Backtab, is
 /// pressed repeatedly.
-QList<QWidget *> stops(QWidget *window, Qt::Key key);
+QList<QWidget *> widgetsReachedBy(QWidget *window, Qt::Key key);
 
 } // namespace LayoutChecks

@@ -7,7 +7,7 @@
 
 /// Runs @p steps and returns the messages that they log, which are not printed. A warning begins
 /// with "warning: ".
-inline QStringList linesLoggedBy(const std::function<void()> &steps)
+inline QStringList messagesLoggedBy(const std::function<void()> &steps)
 {
     static QStringList lines;
     lines.clear();

@@ -12,7 +12,8 @@
 struct RecordedStatement
 {
     QString text;
-    QStringList bound; ///< "name type" for each placeholder; "not in" follows unless it is QSql::In
+    QStringList
+        boundValues; ///< "name type" for each placeholder; "not in" follows unless it is QSql::In
 };
 
 /// The query of a RecordingSqlDriver: every statement succeeds and has no rows.
@@ -34,7 +35,7 @@ protected:
     {
         RecordedStatement statement{m_text, {}};
         for (int index = 0; index < boundValueCount(); ++index) {
-            statement.bound << boundValueName(index) + QLatin1Char(' ')
+            statement.boundValues << boundValueName(index) + QLatin1Char(' ')
                     + QLatin1String(boundValue(index).typeName())
                     + (bindValueType(index) == QSql::In ? QString() : QStringLiteral(" not in"));
         }

@@ -17,7 +17,7 @@ bool saveReliabilityTable(const QString &name, const QVector<QByteArrayList> &ro
     // Not with qDebug(), because the test log truncates long messages.
     std::printf("\n%s", lines.join().constData());
     std::fflush(stdout);
-    const QDir folder(testpaths::buildFile("reliability"));
+    const QDir folder(TestPaths::buildFile("reliability"));
     return folder.mkpath(QStringLiteral("."))
-        && files::write(folder.filePath(name + QStringLiteral(".md")), lines.join());
+        && FileIo::write(folder.filePath(name + QStringLiteral(".md")), lines.join());
 }

@@ -11,7 +11,7 @@
 #include <type_traits>
 
 /// An argument of a signal as text: "null" for a null string, hexadecimal digits for bytes, type
-/// and value of a variant, and "nothing" for an invalid one.
+/// and value of a variant, and "(no value)" for an invalid one.
 template <typename T>
 QString toLogString(const T &value)
 {
@@ -29,7 +29,7 @@ QString toLogString(const T &value)
         const bool isTime = value.userType() == QMetaType::QDateTime;
         const QString text = isTime ? toLogString(value.toDateTime()) : value.toString();
         return value.isValid() ? latin1(value.typeName()) + QLatin1Char(' ') + text
-                               : latin1("nothing");
+                               : latin1("(no value)");
     } else if constexpr (std::is_enum_v<T>) {
         return enumeratorName(value);
     } else {

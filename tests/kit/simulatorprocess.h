@@ -23,7 +23,7 @@ public:
     static constexpr int waitMs = 20000;
 
     /// @p program is the path of kvt-simulator; by default the one of this build.
-    explicit SimulatorProcess(const QString &program = testpaths::buildFile("kvt-simulator"));
+    explicit SimulatorProcess(const QString &program = TestPaths::buildFile("kvt-simulator"));
     ~SimulatorProcess();
     Q_DISABLE_COPY(SimulatorProcess)
 

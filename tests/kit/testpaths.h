@@ -4,7 +4,7 @@
 #include <QtCore/QString>
 
 /// Where a test finds the files that it needs.
-namespace testpaths {
+namespace TestPaths {
 
 /// The path of a file in the source tree, such as "settings.xml".
 QString sourceFile(const char *name);
@@ -12,4 +12,4 @@ QString sourceFile(const char *name);
 /// The path of a file in the build folder, such as "kvt-simulator".
 QString buildFile(const char *name);
 
-} // namespace testpaths
+} // namespace TestPaths

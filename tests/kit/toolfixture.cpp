@@ -28,7 +28,7 @@ void ToolFixture::prepareApplication()
     UiCoverageRecorder::reset();
     new UiCoverageRecorder(qApp);
     QFile::remove(text("settings.xml"));
-    QVERIFY(QFile::copy(testpaths::sourceFile("settings.xml"), text("settings.xml")));
+    QVERIFY(QFile::copy(TestPaths::sourceFile("settings.xml"), text("settings.xml")));
 }
 
 void ToolFixture::beginTestFunction(const QString &folder)
@@ -52,13 +52,13 @@ void ToolFixture::endTestFunction()
     for (QWidget *widget : QApplication::topLevelWidgets()) {
         takeScreenshot(widget);
     }
-    endTool();
-    const QString complaint = m_dialogs->complaint();
+    deleteTool();
+    const QString unmetExpectations = m_dialogs->unmetExpectations();
     m_failedTestDialogCloser.reset();
     m_dialogs.reset();
     m_device.reset();
     m_folder.reset();
-    QCOMPARE(complaint, QString());
+    QCOMPARE(unmetExpectations, QString());
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
@@ -75,7 +75,7 @@ bool ToolFixture::startExistingTool()
     if (!m_tool->controller.start()) {
         return false;
     }
-    choosePort(m_device->port());
+    addAndSelectPort(m_device->port());
     window().show();
     window().activateWindow();
     return QTest::qWaitForWindowActive(&window());
@@ -90,21 +90,21 @@ bool ToolFixture::startPolling(const QStringList &options, int intervalMs)
     return connectByClick();
 }
 
-void ToolFixture::endTool()
+void ToolFixture::deleteTool()
 {
     m_tool.reset();
     // The program keeps the connection until its process ends.
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
 }
 
-void ToolFixture::choosePort(const QString &path)
+void ToolFixture::addAndSelectPort(const QString &path)
 {
     if (!path.isEmpty()) {
-        m_tool->choosePort(path, path);
+        m_tool->addAndSelectPort(path, path);
     }
 }
 
-int ToolFixture::runProgram(const std::function<void()> &steps)
+int ToolFixture::runEventLoop(const std::function<void()> &steps)
 {
     QApplication::setQuitOnLastWindowClosed(true);
     QTimer::singleShot(0, &window(), [=] {
@@ -136,10 +136,11 @@ QMetaObject::Connection ToolFixture::atProgress(int percentage, const std::funct
         }
     };
     // Queued, because the action may press Cancel, which must not happen inside valueChanged().
-    return connect(bar(), &QProgressBar::valueChanged, bar(), runOnce, Qt::QueuedConnection);
+    return connect(progressBar(), &QProgressBar::valueChanged, progressBar(), runOnce,
+                   Qt::QueuedConnection);
 }
 
-bool ToolFixture::waitUntilQuiet()
+bool ToolFixture::waitUntilIdle()
 {
     return waitFor([this] {
         const bool wasIdle = isIdle();
@@ -160,7 +161,7 @@ void ToolFixture::prepareAnswers(const QByteArray &button)
     const QMap<QByteArray, int> bytesToRead{{"restoreEepromButton", 65536},
                                             {"updateFirmwareButton", 16 * 2000}};
     if (questions.contains(button)) {
-        dialogs().answerBox(questions.value(button), text("Yes"));
+        dialogs().answerMessageBox(questions.value(button), text("Yes"));
     }
     if (captions.contains(button)) {
         dialogs().answerFileDialog(captions.value(button), chosenFile());
@@ -183,7 +184,7 @@ QString ToolFixture::chooseFileInRemovedFolder(const QString &caption)
     return path;
 }
 
-bool ToolFixture::readingsArrive()
+bool ToolFixture::waitForReadings()
 {
     table()->item(0, 1)->setText(QString());
     const int readings = storedReadings();
@@ -218,7 +219,7 @@ QMap<QString, QString> ToolFixture::expectedValues()
 {
     QMap<QString, DeviceConfiguration> models;
     ConfigurationLoader().load(models, text("settings.xml"));
-    const auto items = models.value(field("modelNumber")).measurementItems;
+    const auto items = models.value(fieldText("modelNumber")).measurementItems;
     const MeasurementDisplayOptions options;
     QMap<QString, QString> values = device().measurementValues();
     for (auto value = values.begin(); value != values.end(); ++value) {
@@ -242,18 +243,19 @@ QStringList ToolFixture::deviceValues()
 
 QStringList ToolFixture::lastStoredValues() const
 {
-    return sqlite(text("select t.name, printf('%.2f', v.value) from measurement_value v join "
-                       "measurement_type t on t.id = v.measurement_type_id where v.measurement_id "
-                       "= (select max(id) from measurement_metadata) order by t.name"));
+    return sqliteOutput(
+        text("select t.name, printf('%.2f', v.value) from measurement_value v join "
+             "measurement_type t on t.id = v.measurement_type_id where v.measurement_id "
+             "= (select max(id) from measurement_metadata) order by t.name"));
 }
 
-bool ToolFixture::csvEqualsStore(const QString &csv, const QString &type, const QDateTime &from,
-                                 const QDateTime &to, double factor, double offset) const
+bool ToolFixture::csvMatchesDatabase(const QString &csv, const QString &type, const QDateTime &from,
+                                     const QDateTime &to, double factor, double offset) const
 {
     constexpr int allDigits = 17;
     QProcess python;
     python.start(text("python3"),
-                 {testpaths::sourceFile("tests/kit/comparecsvwithdatabase.py"), csv, storePath(),
+                 {TestPaths::sourceFile("tests/kit/comparecsvwithdatabase.py"), csv, storePath(),
                   type, QString::number(factor, 'g', allDigits), QString::number(offset),
                   QString::number(from.toMSecsSinceEpoch()),
                   QString::number(to.toMSecsSinceEpoch())});
@@ -264,7 +266,7 @@ bool ToolFixture::csvEqualsStore(const QString &csv, const QString &type, const 
     return isEqual;
 }
 
-QStringList ToolFixture::sqlite(const QString &query) const
+QStringList ToolFixture::sqliteOutput(const QString &query) const
 {
     QProcess client;
     client.start(text("sqlite3"), {text("-readonly"), storePath(), query});

@@ -59,7 +59,7 @@ protected:
     /// Creates, starts and shows the tool, with the device selected in the port list.
     bool startTool()
     {
-        m_tool = std::make_unique<Tool>();
+        m_tool = std::make_unique<ToolObjects>();
         return startExistingTool();
     }
 
@@ -76,16 +76,16 @@ protected:
     bool startPolling(const QStringList &options = QStringList(), int intervalMs = 20);
 
     /// Deletes the tool and its database connection, as at the end of the program.
-    void endTool();
+    void deleteTool();
 
     /// Adds the port @p path to the list, unless empty, and selects it.
-    void choosePort(const QString &path);
+    void addAndSelectPort(const QString &path);
 
     /// Runs the program's event loop, with @p steps as its first event, until the main window is
     /// closed or a step has failed; returns the exit code.
-    int runProgram(const std::function<void()> &steps);
+    int runEventLoop(const std::function<void()> &steps);
 
-    Tool &tool() { return *m_tool; }
+    ToolObjects &tool() { return *m_tool; }
     MainWindow &window() { return m_tool->window; }
     SerialPortQueue &queue() { return static_cast<SerialPortQueue &>(*m_tool->queue); }
     SimulatorProcess &device() { return *m_device; }
@@ -117,7 +117,7 @@ protected:
     QMetaObject::Connection atProgress(int percentage, const std::function<void()> &action);
 
     /// Waits until the device has replied to each request and the results have been delivered.
-    bool waitUntilQuiet();
+    bool waitUntilIdle();
 
     /// Prepares the answers to the question and the file dialog that open after a click on the
     /// button @p button and before its wait dialog. The file dialog chooses chosenFile().
@@ -137,7 +137,7 @@ protected:
     }
 
     /// Waits until two more readings are stored and the table shows a value.
-    bool readingsArrive();
+    bool waitForReadings();
 
     /// @}
     /// @name Observation
@@ -148,7 +148,7 @@ protected:
     {
         return window().findChild<T *>(QLatin1String(name));
     }
-    QString field(const char *name) { return child<QLineEdit>(name)->text(); }
+    QString fieldText(const char *name) { return child<QLineEdit>(name)->text(); }
     bool isEnabled(const char *name) { return child<QWidget>(name)->isEnabled(); }
     bool isVisible(const char *name) { return child<QWidget>(name)->isVisible(); }
     bool isConnected() { return isVisible("disconnectButton"); }
@@ -183,24 +183,24 @@ protected:
     QString file(const QString &name) const { return folder() + QLatin1Char('/') + name; }
     QString storePath() const { return file(QStringLiteral("measurements.db")); }
 
-    static QByteArray contents(const QString &path) { return files::contents(path); }
+    static QByteArray contents(const QString &path) { return FileIo::contents(path); }
     static bool write(const QString &path, const QByteArray &bytes)
     {
-        return files::write(path, bytes);
+        return FileIo::write(path, bytes);
     }
 
     /// The lines that the program sqlite3 prints for @p query.
-    QStringList sqlite(const QString &query) const;
+    QStringList sqliteOutput(const QString &query) const;
 
     /// Whether the CSV file contains the values of the measurement @p type in the store between
     /// @p from and @p to, with @p offset added and then multiplied by @p factor. Python reads both.
-    bool csvEqualsStore(const QString &csv, const QString &type, const QDateTime &from,
-                        const QDateTime &to, double factor = 1.0, double offset = 0.0) const;
+    bool csvMatchesDatabase(const QString &csv, const QString &type, const QDateTime &from,
+                            const QDateTime &to, double factor = 1.0, double offset = 0.0) const;
 
     /// The number of readings in the store, read over a separate connection.
     int storedReadings() const;
 
-    /// The console commands that the device has received since the last forgetCommands().
+    /// The console commands that the device has received since the last clearCommands().
     QStringList commands() const;
 
     /// How many of commands() begin with a match of the regular expression @p beginning.
@@ -209,10 +209,10 @@ protected:
         return commands().filter(QRegularExpression(QLatin1Char('^') + text(beginning))).size();
     }
 
-    void forgetCommands() { m_journalRead = contents(journalPath()).size(); }
+    void clearCommands() { m_journalRead = contents(journalPath()).size(); }
 
     /// A value of the user's preferences.
-    static QVariant rememberedValue(const char *key)
+    static QVariant savedPreference(const char *key)
     {
         return QSettings(text("Orvanta"), text("Kv tool")).value(QLatin1String(key));
     }
@@ -222,7 +222,7 @@ protected:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<SimulatorProcess> m_device;
     std::unique_ptr<DialogDriver> m_dialogs;
-    std::unique_ptr<Tool> m_tool;
+    std::unique_ptr<ToolObjects> m_tool;
 
 private:
     QString journalPath() const { return file(QStringLiteral("journal")); }

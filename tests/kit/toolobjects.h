@@ -12,7 +12,7 @@
 #include <QtWidgets/QComboBox>
 
 /// The objects of the program, in the order in which its main() creates them.
-struct Tool
+struct ToolObjects
 {
     Settings settings;
     QSharedPointer<SerialPortQueueInterface> queue{new SerialPortQueue(nullptr)};
@@ -22,7 +22,7 @@ struct Tool
     MainWindowController controller{&window, &handler, &settings, &storage, nullptr};
 
     /// Adds @p path to the port list under @p name and selects it.
-    void choosePort(const QString &name, const QString &path)
+    void addAndSelectPort(const QString &name, const QString &path)
     {
         window.addPort(name, path);
         const auto *const ports = window.findChild<QComboBox *>(QStringLiteral("serialPorts"));

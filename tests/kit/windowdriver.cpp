@@ -134,7 +134,7 @@ bool WindowDriver::closeByFrame(QWidget *window)
     return true;
 }
 
-QWidget *WindowDriver::topLevel(const char *name)
+QWidget *WindowDriver::topLevelWidget(const char *name)
 {
     for (QWidget *widget : QApplication::topLevelWidgets()) {
         if (widget->objectName() == QLatin1String(name)) {

@@ -73,18 +73,18 @@ public:
 
     /// The widget of this class and object name in @p form; null if there is none.
     template <typename T>
-    static T *part(const QWidget *form, const char *name)
+    static T *childWidget(const QWidget *form, const char *name)
     {
         return form->findChild<T *>(QLatin1String(name));
     }
 
     /// The window with this object name, visible or not; null if there is none.
-    static QWidget *topLevel(const char *name);
+    static QWidget *topLevelWidget(const char *name);
 
     /// The tool's wait dialog and its parts.
     /// @{
-    static QDialog *waitDialog() { return qobject_cast<QDialog *>(topLevel("WaitDialog")); }
+    static QDialog *waitDialog() { return qobject_cast<QDialog *>(topLevelWidget("WaitDialog")); }
     static QPushButton *cancelButton() { return waitDialog()->findChild<QPushButton *>(); }
-    static QProgressBar *bar() { return waitDialog()->findChild<QProgressBar *>(); }
+    static QProgressBar *progressBar() { return waitDialog()->findChild<QProgressBar *>(); }
     /// @}
 };

@@ -70,14 +70,14 @@ public:
         if (m_tool) {
             window().close();
         }
-        endTool();
+        deleteTool();
         return m_passed;
     }
 
 private:
     bool start()
     {
-        m_tool = std::make_unique<Tool>();
+        m_tool = std::make_unique<ToolObjects>();
         if (!startDemo(tool(), device(), folder())) {
             return false;
         }
@@ -95,7 +95,7 @@ private:
         dialogs().reset();
         m_dialogScreenshots.clear();
         const bool worked = work();
-        const QString dialogError = dialogs().complaint();
+        const QString dialogError = dialogs().unmetExpectations();
         m_passed = worked && dialogError.isEmpty();
         print(text("%1 %2 ... %3")
                   .arg(++m_steps, 2)
@@ -137,8 +137,8 @@ private:
             auto *const ports = child<QComboBox>("serialPorts");
             const int simulated = ports->currentIndex();
             screenshot(text("start"));
-            tool().choosePort(text("Unplugged adapter"), file(text("nowhere")));
-            dialogs().answerBox(text("Unable to open port!"), text("OK"));
+            tool().addAndSelectPort(text("Unplugged adapter"), file(text("nowhere")));
+            dialogs().answerMessageBox(text("Unable to open port!"), text("OK"));
             m_dialogScreenshots << text("port-does-not-open");
             const bool clicked = click("connectButton");
             ports->removeItem(ports->count() - 1);
@@ -147,10 +147,10 @@ private:
         });
         step("Press Connect", [this] { return connectByClick(); });
         step("The device's identity is shown", [this] {
-            return field("serialNumber").toLatin1() == device().setting("serial")
-                && field("modelNumber").toLatin1() == device().setting("model")
-                && field("swVersion").toLatin1() == device().setting("swver")
-                && field("hwVersion").toLatin1() == device().setting("hwver");
+            return fieldText("serialNumber").toLatin1() == device().setting("serial")
+                && fieldText("modelNumber").toLatin1() == device().setting("model")
+                && fieldText("swVersion").toLatin1() == device().setting("swver")
+                && fieldText("hwVersion").toLatin1() == device().setting("hwver");
         });
         step("The first reading arrives and the table shows it", [this] {
             return waitFor(
@@ -203,7 +203,7 @@ private:
     {
         const QString path = file(text("log.csv"));
         step("Read the log into a CSV file; the progress bar advances", [=] {
-            const QSignalSpy progress(bar(), &QProgressBar::valueChanged);
+            const QSignalSpy progress(progressBar(), &QProgressBar::valueChanged);
             dialogs().answerFileDialog(text("Select where to save log to"), path);
             return click("readLogButton") && waitFor([=] { return QFile::exists(path); })
                 && progress.size() > 10;
@@ -226,11 +226,11 @@ private:
         step("The tool still works", [this] {
             device().control("health 77%");
             return click("synchronizeButton")
-                && waitFor([this] { return field("deviceHealth") == text("77%"); })
+                && waitFor([this] { return fieldText("deviceHealth") == text("77%"); })
                 && isEnabled("readLogButton");
         });
         step("Clear the log; the device's log is empty", [this] {
-            dialogs().answerBox(text("clear the log"), text("Yes"));
+            dialogs().answerMessageBox(text("clear the log"), text("Yes"));
             m_dialogScreenshots << text("log-clear");
             return click("eraseLogButton")
                 && waitFor([this] { return device().state("log") == "0"; });
@@ -252,7 +252,7 @@ private:
             return !isRight() && click("syncClockButton") && waitFor(isRight);
         });
         step("Write the settings to the EEPROM", [this] {
-            dialogs().answerBox(text("write settings to EEPROM"), text("Yes"));
+            dialogs().answerMessageBox(text("write settings to EEPROM"), text("Yes"));
             m_dialogScreenshots << text("write-question") << text("write-wait");
             return click("writeToEepromButton") && !waitDialog()->isVisible();
         });
@@ -266,12 +266,12 @@ private:
     void updateFirmware()
     {
         const QByteArray image =
-            files::pseudoRandomBytes(64 * 1024 + 5); // not a multiple of a block
+            FileIo::pseudoRandomBytes(64 * 1024 + 5); // not a multiple of a block
         step("Update the firmware with an image of 64 KiB and 5 bytes", [=] {
             const QString path = file(text("firmware.bin"));
-            dialogs().answerBox(text("aborting firmware"), text("Yes"));
+            dialogs().answerMessageBox(text("aborting firmware"), text("Yes"));
             dialogs().answerFileDialog(text("Select firmware file"), path);
-            dialogs().answerBox(text("Firmware updated"), text("OK"));
+            dialogs().answerMessageBox(text("Firmware updated"), text("OK"));
             m_dialogScreenshots << text("firmware-warning") << QString() << text("firmware-start");
             const auto connection =
                 atProgress(40, [this] { screenshot(text("firmware"), waitDialog()); });
@@ -288,10 +288,10 @@ private:
 
     void useGraph()
     {
-        QWidget *const graph = topLevel("MeasurementGraph");
+        QWidget *const graph = topLevelWidget("MeasurementGraph");
         auto *const list = graph->findChild<QListWidget *>();
-        auto *const latest = part<QCheckBox>(graph, "showLatestCheckBox");
-        auto *const to = part<QDateTimeEdit>(graph, "toDateTimeEdit");
+        auto *const latest = childWidget<QCheckBox>(graph, "showLatestCheckBox");
+        auto *const to = childWidget<QDateTimeEdit>(graph, "toDateTimeEdit");
         const QDateTime from = hoursAgo(22);
         const QStringList types{text("W0"), text("W1")};
         const auto open = [=] {
@@ -302,7 +302,7 @@ private:
         };
         step("Open the graph for the last 22 hours and select two measurements", [=] {
             const bool opened = open();
-            part<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(from);
+            childWidget<QDateTimeEdit>(graph, "fromDateTimeEdit")->setDateTime(from);
             toggle(list, graphNameRole, types);
             screenshot(text("graph"), graph);
             return opened && checked(list, graphNameRole) == types;
@@ -338,8 +338,8 @@ private:
         const QDateTime to = from.addSecs(2 * secondsPerHour);
         step("Export two hours of one measurement to CSV", [=] {
             dialogs().answerDialog(text("Select measurements to export"), [=](QDialog *dialog) {
-                part<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
-                part<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
+                childWidget<QDateTimeEdit>(dialog, "exportDateTimeFrom")->setDateTime(from);
+                childWidget<QDateTimeEdit>(dialog, "exportDateTimeTo")->setDateTime(to);
                 auto *const list = dialog->findChild<QListWidget *>();
                 QStringList others = checked(list, exportNameRole);
                 others.removeAll(text("W2"));
@@ -351,7 +351,7 @@ private:
             return click("exportLocalMeasurementsButton") && QFile::exists(path);
         });
         step("The file has the same rows as the database",
-             [=] { return csvEqualsStore(path, text("W2"), from, to); });
+             [=] { return csvMatchesDatabase(path, text("W2"), from, to); });
     }
 
     void disconnectFromDevice()
@@ -359,10 +359,10 @@ private:
         step("Press Disconnect", [this] { return disconnectByClick() && !isConnected(); });
         step("The database is intact and has a value for each reading", [this] {
             screenshot(text("disconnected"));
-            return sqlite(text("pragma integrity_check")) == QStringList(text("ok"))
-                && sqlite(text("select count(*) from measurement_metadata m where not exists "
-                               "(select 1 from measurement_value v where v.measurement_id = "
-                               "m.id)"))
+            return sqliteOutput(text("pragma integrity_check")) == QStringList(text("ok"))
+                && sqliteOutput(text("select count(*) from measurement_metadata m where not exists "
+                                     "(select 1 from measurement_value v where v.measurement_id = "
+                                     "m.id)"))
                 == QStringList(text("0"));
         });
     }

@@ -76,7 +76,7 @@ private slots:
 
     void replacesAnExistingFile()
     {
-        QVERIFY(files::write(path("a.csv"), QByteArray(1000, 'x')));
+        QVERIFY(FileIo::write(path("a.csv"), QByteArray(1000, 'x')));
         QCOMPARE(csvOf(texts("a"), {}), QByteArray("a\n"));
     }
 
@@ -162,7 +162,7 @@ private slots:
     void reportsAFileThatCannotBeOpened()
     {
         QFETCH(int, errorNumber);
-        QVERIFY(files::write(path("file"), "x"));
+        QVERIFY(FileIo::write(path("file"), "x"));
         const QString target = path(QTest::currentDataTag());
         const QString reason = systemErrorMessage(errorNumber);
         const QString line =
@@ -232,7 +232,7 @@ private slots:
     void readsATextFile()
     {
         QFETCH(QByteArray, bytes);
-        QVERIFY(files::write(path("a.txt"), bytes));
+        QVERIFY(FileIo::write(path("a.txt"), bytes));
         QString contents = text("before");
         QString error = text("before");
         const bool read = readTextFile(path("a.txt"), contents, error);
@@ -259,7 +259,7 @@ private:
     {
         QString error = text("before");
         const bool saved = saveToCsv(path("a.csv"), titles, rows, error);
-        return saved && error == text("before") ? files::contents(path("a.csv")) : error.toUtf8();
+        return saved && error == text("before") ? FileIo::contents(path("a.csv")) : error.toUtf8();
     }
 
     const TimeZoneScope m_zone{"UTC"};

@@ -294,8 +294,8 @@ private:
         QString error;
         QVERIFY(saveToCsv(path, titles, rows, error));
         QVERIFY(saveWithTextStream(referencePath, titles, rows));
-        const QByteArray written = files::contents(path);
-        const QByteArray expected = files::contents(referencePath);
+        const QByteArray written = FileIo::contents(path);
+        const QByteArray expected = FileIo::contents(referencePath);
         QVERIFY(expected.size() > rows.size());
         if (written != expected) {
             QCOMPARE(written.split('\n'), expected.split('\n'));

@@ -53,8 +53,8 @@ struct ControllerFixture
 
     static bool writeModels(const QByteArray &devices)
     {
-        return files::write(text("settings.xml"),
-                            "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
+        return FileIo::write(text("settings.xml"),
+                             "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
     }
 
     /// Returns and removes what has been recorded, with a bar between two entries.

@@ -461,7 +461,7 @@ private slots:
                                       "write settings to EEPROM?");
         emit f.window.writeToEepromClicked();
         QCOMPARE(f.takeCalls(), question);
-        f.window.answer = true;
+        f.window.dialogResult = true;
         emit f.window.writeToEepromClicked();
         QCOMPARE(f.takeCalls(),
                  question

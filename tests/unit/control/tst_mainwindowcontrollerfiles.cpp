@@ -33,7 +33,7 @@ struct ExportingController : ConnectedController
 {
     explicit ExportingController(const QString &path)
     {
-        window.answer = true;
+        window.dialogResult = true;
         window.saveFile = path;
         window.exportSelection.measurementTypes = {{1, text("T")}, {2, text("P")}};
         storage.measurementsResult = {storedReading(0, {value("T", 5, false)})};
@@ -50,8 +50,8 @@ class TestMainWindowControllerFiles : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(files::write(m_image, QByteArray("\0\0\0\x02\r\n*!.firmware", 17)));
-        QVERIFY(files::write(m_empty, QByteArray()));
+        QVERIFY(FileIo::write(m_image, QByteArray("\0\0\0\x02\r\n*!.firmware", 17)));
+        QVERIFY(FileIo::write(m_empty, QByteArray()));
     }
 
     void readingTheLogShowsAProgressDialog()
@@ -90,7 +90,7 @@ private slots:
                  dialog.arg(text("log.csv"))
                      + text("|setting log filename=%1|log Saving log to \"%1\"").arg(m_csv));
         // Unquoted titles, six significant digits, local time, and a row without values.
-        QCOMPARE(files::contents(m_csv),
+        QCOMPARE(FileIo::contents(m_csv),
                  QByteArray("Time,O3,a,b\n2026-01-02T10:00:00,0.1,1.23457e+06\n"
                             "2026-01-02T10:01:00,\n"));
 
@@ -113,7 +113,7 @@ private slots:
             text("askQuestion Clear log; Are you sure you want to clear the log?");
         emit f.window.eraseLogClicked();
         QCOMPARE(f.takeCalls(), confirmation);
-        f.window.answer = true;
+        f.window.dialogResult = true;
         emit f.window.eraseLogClicked();
         QCOMPARE(f.takeCalls(), confirmation + text("|eraseLog"));
     }
@@ -137,10 +137,10 @@ private slots:
         f.window.exportSelection.to = timeAtMinute(9);
         f.window.exportSelection.deviceId = 42;
         emit f.window.exportLocalMeasurementsToCsvClicked();
-        QCOMPARE(f.storage.measurementsAsks.size(), 1);
-        QCOMPARE(f.storage.measurementsAsks.first().from, timeAtMinute(1));
-        QCOMPARE(f.storage.measurementsAsks.first().to, timeAtMinute(9));
-        QCOMPARE(f.storage.measurementsAsks.first().deviceId, 42U);
+        QCOMPARE(f.storage.measurementsCalls.size(), 1);
+        QCOMPARE(f.storage.measurementsCalls.first().from, timeAtMinute(1));
+        QCOMPARE(f.storage.measurementsCalls.first().to, timeAtMinute(9));
+        QCOMPARE(f.storage.measurementsCalls.first().deviceId, 42U);
     }
 
     void exportWithoutRowsOrTypesShowsAMessage()
@@ -199,7 +199,7 @@ private slots:
         emit f.window.exportLocalMeasurementsToCsvClicked();
         // The factor of O3 applies to the conversion from ppb to ppm, too. A measurement of another
         // model keeps its raw name.
-        QCOMPARE(files::contents(m_csv),
+        QCOMPARE(FileIo::contents(m_csv),
                  QByteArray("Timestamp,Temperature,Ozone,other\n2026-01-02T10:00:00,212,2,7\n"
                             "2026-01-02T10:01:00,32,4,9\n"));
     }
@@ -221,7 +221,7 @@ private slots:
                 storedReading(0, {first.value}), storedReading(1, {value("T", 2), value("P", 3)}),
                 storedReading(2, {}), storedReading(3, {value("P", 4)})};
             emit f.window.exportLocalMeasurementsToCsvClicked();
-            QCOMPARE(files::contents(m_csv),
+            QCOMPARE(FileIo::contents(m_csv),
                      first.lines
                          + "2026-01-02T10:01:00,2,3\n2026-01-02T10:02:00,\n"
                            "2026-01-02T10:03:00,4\n");
@@ -236,7 +236,7 @@ private slots:
             "displayName='Moment' type='extra' unit='extra'/></Measurements></Device>"));
         QVERIFY(f.controller.start());
         emit f.window.exportLocalMeasurementsToCsvClicked();
-        QCOMPARE(files::contents(m_csv), QByteArray("Moment,T\n2026-01-02T10:00:00,5\n"));
+        QCOMPARE(FileIo::contents(m_csv), QByteArray("Moment,T\n2026-01-02T10:00:00,5\n"));
     }
 
     void updateStopsAfterANo()
@@ -250,7 +250,7 @@ private slots:
     void updateRejectsUnusableFiles()
     {
         ConnectedController f;
-        f.window.answer = true;
+        f.window.dialogResult = true;
         checkUnusableFiles(f, &FakeMainWindow::updateFirmwareClicked,
                            text(question) + text("|selectOpenFile Select firmware file; %1; *.bin"),
                            text("firmware path"));
@@ -262,7 +262,7 @@ private slots:
         ConnectedController f;
         emit f.handler.dataRead(text("meas_state"), text("0"));
         f.calls.clear();
-        f.window.answer = true;
+        f.window.dialogResult = true;
         f.window.openFile = m_image;
         QList<int> intervalsAtClear({-1});
         f.duringCall = [&](const QString &call) {
@@ -279,7 +279,7 @@ private slots:
                             "showWaitDialog 1; Please wait while update starts")
                            .arg(m_image));
         QVERIFY(intervalsAtClear.isEmpty());
-        QCOMPARE(f.handler.firmware, files::contents(m_image));
+        QCOMPARE(f.handler.firmware, FileIo::contents(m_image));
 
         // Polling starts again after a disconnect and a new connect.
         emit f.window.waitDialogCancelled(WaitDialogReason::UpdatingFirmware);
@@ -296,7 +296,7 @@ private slots:
         for (const bool opens : {true, false}) {
             StartedController f;
             f.handler.openResult = opens;
-            f.window.answer = true;
+            f.window.dialogResult = true;
             f.window.openFile = m_image;
             f.window.port = text("/dev/ttyNEW");
             emit f.window.updateFirmwareClicked();
@@ -309,7 +309,7 @@ private slots:
     void updateWithoutAPortIsRefused()
     {
         StartedController f;
-        f.window.answer = true;
+        f.window.dialogResult = true;
         f.window.openFile = m_image;
         emit f.window.updateFirmwareClicked();
         QCOMPARE(f.calls.mid(f.calls.indexOf(text("clearJobs"))),
@@ -358,7 +358,7 @@ private slots:
         emit f.handler.actionFinished(SerialPortActionType::ActionEepromRead, image);
         QCOMPARE(f.takeCalls(), text("closeWaitDialog"));
         QVERIFY(!existedDuringClose);
-        QCOMPARE(files::contents(m_backup), QByteArray("\0\0\xff\xff", 4) + image);
+        QCOMPARE(FileIo::contents(m_backup), QByteArray("\0\0\xff\xff", 4) + image);
     }
 
     void backupThatCantBeWrittenShowsNoMessage()
@@ -381,7 +381,7 @@ private slots:
                       "setting eeprom filename=%1|writeEeprom|showProgressWaitDialog 4; "
                       "Waiting for eeprom backup to be written to device from file")
                      .arg(m_image));
-        QCOMPARE(f.handler.eeprom, files::contents(m_image));
+        QCOMPARE(f.handler.eeprom, FileIo::contents(m_image));
     }
 
     void restoreMessagesCallTheFileFirmware()

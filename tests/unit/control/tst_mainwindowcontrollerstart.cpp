@@ -89,7 +89,7 @@ private slots:
     {
         QFETCH(QByteArray, contents);
         ControllerFixture f;
-        QVERIFY(files::write(text("settings.xml"), contents));
+        QVERIFY(FileIo::write(text("settings.xml"), contents));
         if (contents.isNull()) {
             QFile::remove(text("settings.xml"));
         }
@@ -104,7 +104,7 @@ private slots:
     void modelsReadBeforeAFailureReplaceTheEarlierOnes()
     {
         StartedController f;
-        QVERIFY(files::write(text("settings.xml"), oneGoodModel));
+        QVERIFY(FileIo::write(text("settings.xml"), oneGoodModel));
         QVERIFY(f.controller.start());
         f.calls.clear();
         emit f.handler.valueRead(Value::ValueDeviceModel, text("A"));

@@ -52,13 +52,13 @@ private slots:
         QTest::addRow("good") << good << matched;
         QTest::addRow("more white space after the prompt")
             << latin1("$ \t log --read=0\r\n00000=a,b#7c") << matched;
-        QTest::addRow("empty record") << titlesReply(QString()) << matched;
-        QTest::addRow("non-ASCII character") << titlesReply(latin1("T/\xb0")) << matched;
+        QTest::addRow("empty record") << logTitlesReply(QString()) << matched;
+        QTest::addRow("non-ASCII character") << logTitlesReply(latin1("T/\xb0")) << matched;
         QTest::addRow("no prompt") << good.mid(2) << noMatch;
         QTest::addRow("no white space after the prompt")
             << latin1("$log --read=0\r\n00000=a,b#7c") << noMatch;
         QTest::addRow("fewer leading zeros") << latin1("$ log --read=0\r\n0000=a,b#7c") << noMatch;
-        QTest::addRow("another row") << rowReply(1, latin1("00001"), latin1("a,b")) << noMatch;
+        QTest::addRow("another row") << logRowReply(1, latin1("00001"), latin1("a,b")) << noMatch;
         QTest::addRow("no checksum") << good.chopped(3) << noMatch;
         QTest::addRow("checksum of one digit") << good.chopped(1) << noMatch;
         QTest::addRow("non-hexadecimal checksum") << good.chopped(2) + latin1("zz") << noMatch;
@@ -77,7 +77,7 @@ private slots:
     void keepsEmptyFieldsOfLogTitles()
     {
         QStringList titles;
-        DataParser::parseLogTitles(titlesReply(latin1("a,,b,")), titles);
+        DataParser::parseLogTitles(logTitlesReply(latin1("a,,b,")), titles);
         QCOMPARE(titles, QStringList({latin1("a"), QString(), latin1("b"), QString()}));
         QCOMPARE(DataParser::splitLogFields(QString()), QStringList(QString()));
     }
@@ -88,23 +88,24 @@ private slots:
         QTest::addColumn<int>("result");
         const QString number = latin1("00001");
         const QString record = latin1("2017-11-13T10:20:30,1.5");
-        const QString good = rowReply(1, number, record);
+        const QString good = logRowReply(1, number, record);
         const QString bad = latin1("log --read=1\r\n00001=3017-11-13T10:20:30,1.5#ea");
         QTest::addRow("five digits") << good << matched;
-        QTest::addRow("one digit") << rowReply(1, latin1("1"), record) << matched;
-        QTest::addRow("time only") << rowReply(1, number, record.chopped(4)) << matched;
-        QTest::addRow("invalid time") << rowReply(1, number, latin1("yesterday,1")) << matched;
-        QTest::addRow("empty record") << rowReply(1, number, QString()) << matched;
-        QTest::addRow("non-ASCII character") << rowReply(1, number, latin1("\xe4,1")) << matched;
-        QTest::addRow("another entry number") << rowReply(1, latin1("00012"), record) << noMatch;
+        QTest::addRow("one digit") << logRowReply(1, latin1("1"), record) << matched;
+        QTest::addRow("time only") << logRowReply(1, number, record.chopped(4)) << matched;
+        QTest::addRow("invalid time") << logRowReply(1, number, latin1("yesterday,1")) << matched;
+        QTest::addRow("empty record") << logRowReply(1, number, QString()) << matched;
+        QTest::addRow("non-ASCII character") << logRowReply(1, number, latin1("\xe4,1")) << matched;
+        QTest::addRow("another entry number") << logRowReply(1, latin1("00012"), record) << noMatch;
         QTest::addRow("reply to another command")
-            << rowReply(12, latin1("00012"), record) << noMatch;
+            << logRowReply(12, latin1("00012"), record) << noMatch;
         QTest::addRow("entry number that exceeds int")
-            << rowReply(1, latin1("99999999999"), record) << noMatch;
-        QTest::addRow("non-numeric field") << rowReply(1, number, record + latin1(",x")) << noMatch;
+            << logRowReply(1, latin1("99999999999"), record) << noMatch;
+        QTest::addRow("non-numeric field")
+            << logRowReply(1, number, record + latin1(",x")) << noMatch;
         QTest::addRow("non-numeric field and wrong checksum")
             << latin1("log --read=1\r\n00001=2017-11-13T10:20:30,x#00") << noMatch;
-        QTest::addRow("empty field") << rowReply(1, number, record + latin1(",")) << noMatch;
+        QTest::addRow("empty field") << logRowReply(1, number, record + latin1(",")) << noMatch;
         QTest::addRow("non-hexadecimal checksum") << good.chopped(2) + latin1("g0") << noMatch;
         QTest::addRow("wrong checksum") << bad << mismatch;
         QTest::addRow("wrong checksum, then a valid line")
@@ -192,7 +193,7 @@ private slots:
         QFETCH(QByteArray, data);
         for (const quint16 block : std::initializer_list<quint16>{0, 1023, 65535}) {
             QByteArray result;
-            QVERIFY(DataParser::parseEepromBlock(eepromReply(block, digits), block, result));
+            QVERIFY(DataParser::parseEepromBlock(eepromBlockReply(block, digits), block, result));
             QCOMPARE(result, data);
         }
     }
@@ -200,11 +201,11 @@ private slots:
     void rejectsEepromBlockWithWrongDigitsOrIndex()
     {
         QByteArray result = "old";
-        QVERIFY(!DataParser::parseEepromBlock(eepromReply(7, latin1("0A0G0B")), 7, result));
+        QVERIFY(!DataParser::parseEepromBlock(eepromBlockReply(7, latin1("0A0G0B")), 7, result));
         QVERIFY(result.isEmpty());
         // A block is not confused with one whose number has the same prefix.
-        QVERIFY(!DataParser::parseEepromBlock(eepromReply(70, latin1("0A")), 7, result));
-        QVERIFY(!DataParser::parseEepromBlock(eepromReply(7, latin1("0A")), 70, result));
+        QVERIFY(!DataParser::parseEepromBlock(eepromBlockReply(70, latin1("0A")), 7, result));
+        QVERIFY(!DataParser::parseEepromBlock(eepromBlockReply(7, latin1("0A")), 70, result));
     }
 
     void parsesInt()

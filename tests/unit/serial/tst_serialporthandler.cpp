@@ -86,7 +86,7 @@ private slots:
     void ignoresRequestsBeforeTheFirstConnection()
     {
         HandlerFixture f;
-        const QStringList messages = linesLoggedBy([&f] { callAll(f.handler); });
+        const QStringList messages = messagesLoggedBy([&f] { callAll(f.handler); });
         QVERIFY(f.queue->calls.isEmpty());
         // Only readValue() logs the reason.
         QCOMPARE(messages, texts("warning: Unable to add job false true"));
@@ -96,7 +96,7 @@ private slots:
     {
         HandlerFixture f;
         f.connectDevice();
-        QCOMPARE(linesLoggedBy([&f] { callAll(f.handler); }), QStringList());
+        QCOMPARE(messagesLoggedBy([&f] { callAll(f.handler); }), QStringList());
         QCOMPARE(f.queue->jobs.size(), requests.size());
         for (int i = 0; i < requests.size(); ++i) {
             QCOMPARE(int(f.queue->jobs.at(i)->type()), int(requests.at(i).type));
@@ -157,7 +157,8 @@ private slots:
     {
         HandlerFixture f;
         f.connectDevice();
-        QCOMPARE(linesLoggedBy([&f] { f.handler.setValue(QString(), text("1")); }), QStringList());
+        QCOMPARE(messagesLoggedBy([&f] { f.handler.setValue(QString(), text("1")); }),
+                 QStringList());
         QVERIFY(f.queue->jobs.isEmpty());
         f.handler.setValue(text("name"), QString());
         QCOMPARE(f.bytesSentByAllJobs(), QByteArray("\r\nset name=\r\n"));

@@ -60,7 +60,7 @@ private slots:
             QCOMPARE(f.queue->jobs.at(block)->type(), SerialPortJobType::JobReadEepromBlock);
             QCOMPARE(f.bytesSentBy(block),
                      "\r\neeprom --read_block " + QByteArray::number(block) + "\r\n");
-            QCOMPARE(f.resultOf(block, eepromReply(block, text("00"))), percentageOf(block));
+            QCOMPARE(f.resultOf(block, eepromBlockReply(block, text("00"))), percentageOf(block));
         }
     }
 

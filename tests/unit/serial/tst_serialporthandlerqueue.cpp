@@ -44,7 +44,7 @@ struct HandlerWithQueue
     void replyToBlockReads(int first, int last)
     {
         for (int block = first; block <= last; ++block) {
-            port->receive(eepromReply(block, text("5A").repeated(64)));
+            port->receive(eepromBlockReply(block, text("5A").repeated(64)));
         }
     }
 
@@ -109,9 +109,9 @@ private slots:
         h.connectDevice();
         h.handler.readLog();
         h.receive("\r\n$ log --count\r\ncount=2\r\n$ ");
-        h.port->receive(titlesReply(text("TIME,CO2")));
-        h.port->receive(rowReply(1, text("00001"), text("2017-11-13T10:20:30,400")));
-        h.port->receive(rowReply(2, text("00002"), text("2017-11-13T10:21:30,401")));
+        h.port->receive(logTitlesReply(text("TIME,CO2")));
+        h.port->receive(logRowReply(1, text("00001"), text("2017-11-13T10:20:30,400")));
+        h.port->receive(logRowReply(2, text("00002"), text("2017-11-13T10:21:30,401")));
         // allJobsDone() is emitted for the first time before the rows are queued.
         QStringList expected = texts("valueRead ValueLogOption bool true|allJobsDone");
         QCOMPARE(h.events, expected);

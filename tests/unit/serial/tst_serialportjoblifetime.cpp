@@ -85,7 +85,7 @@ struct RemovalRun : RecordedQueue
 {
     RemovalRun(const JobDialogue &dialogue, const RemovalCase &removalCase)
     {
-        JobPointer job = dialogue.make(port.data());
+        JobPointer job = dialogue.makeJob(port.data());
         SerialPortJobInterface *raw = job.data();
         weakJob = job;
         QObject::connect(raw, &QObject::destroyed, port.data(), [this] { ++destroyed; });
@@ -127,7 +127,7 @@ struct RemovalRun : RecordedQueue
 // What the job of the dialogue has sent.
 QByteArrayList sentBy(const JobDialogue &dialogue, bool timesOut)
 {
-    return timesOut ? dialogue.command : dialogue.command + dialogue.answer;
+    return timesOut ? dialogue.command : dialogue.command + dialogue.sentAfterReply;
 }
 
 } // namespace
@@ -203,7 +203,7 @@ private slots:
         SignalRecorder recorder;
         RecordedQueue q;
         if (queuedAfterAnotherJob) {
-            q.queue.addJob(first.make(q.port.data()));
+            q.queue.addJob(first.makeJob(q.port.data()));
         }
         // Emits error() inside start().
         JobPointer job(new SerialPortJobSetDate(q.port.data(), QDateTime()));
@@ -293,7 +293,7 @@ private slots:
 
         const JobDialogue dialogue = allDialogues().at(index);
         RecordedQueue q;
-        const JobPointer job = dialogue.make(q.port.data());
+        const JobPointer job = dialogue.makeJob(q.port.data());
         QSignalSpy timedOut(job.data(), &SerialPortJobInterface::timedOut);
         q.queue.addJob(job);
         q.queue.addJob(nextJobAfter(dialogue.type, q.port.data()));

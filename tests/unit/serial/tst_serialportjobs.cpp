@@ -34,7 +34,7 @@ QStringList signalsOfJobAndQueue(const JobDialogue &dialogue, bool last)
 {
     const QString type = enumeratorName(dialogue.type);
     QStringList report;
-    for (const QString &signal : dialogue.report) {
+    for (const QString &signal : dialogue.expectedSignals) {
         report << signal;
         if (signal.startsWith(latin1("finished"))) {
             report << latin1("queue: jobFinished ") + type;
@@ -50,9 +50,9 @@ QStringList signalsOfJobAndQueue(const JobDialogue &dialogue, bool last)
     return report;
 }
 
-QString goodTitles() { return titlesReply(latin1("TIME,CO2")); }
+QString goodTitles() { return logTitlesReply(latin1("TIME,CO2")); }
 
-QString goodRow() { return rowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,400.5")); }
+QString goodRow() { return logRowReply(1, latin1("00001"), latin1("2017-11-13T10:20:30,400.5")); }
 
 // The last digit of a reply with a checksum is changed.
 QString withWrongChecksum(const QString &reply)
@@ -82,7 +82,7 @@ private slots:
     void sendsItsCommandAndNothingElse()
     {
         const JobDialogue dialogue = fetchDialogue();
-        const JobPointer job = dialogue.make(m_port.data());
+        const JobPointer job = dialogue.makeJob(m_port.data());
         QCOMPARE(job->type(), dialogue.type);
         QCOMPARE(job->timeout(), dialogue.timeoutMs);
         QCOMPARE(job->canRestart(), dialogue.canRestart);
@@ -107,7 +107,7 @@ private slots:
     void recognisesTheReplyHoweverItIsSplit()
     {
         const JobDialogue dialogue = fetchDialogue();
-        const QString text = dialogue.reply + dialogue.rest;
+        const QString text = dialogue.reply + dialogue.textAfterReply;
         QVector<QStringList> splits = {{text}, text.split(QString(), Qt::SkipEmptyParts)};
         for (int size = 1; size < text.size(); ++size) {
             splits << QStringList({text.left(size), text.mid(size)});
@@ -126,7 +126,7 @@ private slots:
     void discardsAnIncompleteReplyWhenItTimesOut()
     {
         const JobDialogue dialogue = fetchDialogue();
-        const JobPointer job = recorded(dialogue.make(m_port.data()));
+        const JobPointer job = recorded(dialogue.makeJob(m_port.data()));
         job->setTimeout(1);
         job->start();
         const int partialLength = dialogue.reply.size() - 1;
@@ -143,8 +143,8 @@ private slots:
         }
         QCOMPARE(m_recorder.log.size(), 1);
         m_port->receive(dialogue.reply);
-        QCOMPARE(m_recorder.log.mid(1), dialogue.report);
-        QCOMPARE(m_port->sent, dialogue.command + dialogue.command + dialogue.answer);
+        QCOMPARE(m_recorder.log.mid(1), dialogue.expectedSignals);
+        QCOMPARE(m_port->sent, dialogue.command + dialogue.command + dialogue.sentAfterReply);
     }
 
     void keepsWaitingAfterUnexpectedReply_data()
@@ -160,10 +160,10 @@ private slots:
         add("read log titles", "row in place of the titles", goodRow());
         add("read log row", "row with another index", goodRow());
         add("read log row", "non-numeric value",
-            rowReply(12, latin1("00012"), latin1("2017-11-13T10:20:30,400.5,x")));
+            logRowReply(12, latin1("00012"), latin1("2017-11-13T10:20:30,400.5,x")));
         add("read eeprom block", "block number with the same prefix",
-            eepromReply(10230, latin1("00")));
-        add("read eeprom block", "non-hexadecimal digits", eepromReply(1023, latin1("00GG")));
+            eepromBlockReply(10230, latin1("00")));
+        add("read eeprom block", "non-hexadecimal digits", eepromBlockReply(1023, latin1("00GG")));
         add("restart", "boot messages without the last line",
             latin1("Reseting device in 5 seconds\r\nPerforming selftest...\r\nAll tests passed.\r\n"
                    "Orvanta KVT 3\r\nCompiled on Nov 13 2017\r\n$ "));
@@ -180,7 +180,7 @@ private slots:
         QFETCH(QString, reply);
         for (const JobDialogue &dialogue : dialogues()) {
             if (latin1(dialogue.name) == name) {
-                const JobPointer job = start(dialogue.make(m_port.data()));
+                const JobPointer job = start(dialogue.makeJob(m_port.data()));
                 m_port->receive(reply);
                 QCOMPARE(m_recorder.log, QStringList());
                 QVERIFY(job->isRunning());
@@ -195,10 +195,10 @@ private slots:
     void reportsBeforeTheQueueContinues()
     {
         const JobDialogue dialogue = fetchDialogue();
-        const QByteArrayList sent = dialogue.command + dialogue.answer;
+        const QByteArrayList sent = dialogue.command + dialogue.sentAfterReply;
         for (const bool last : {false, true}) {
             init();
-            m_queue->addJob(recorded(dialogue.make(m_port.data())));
+            m_queue->addJob(recorded(dialogue.makeJob(m_port.data())));
             const JobPointer next = nextJobAfter(dialogue.type, m_port.data());
             if (!last) {
                 m_queue->addJob(next);
@@ -219,7 +219,7 @@ private slots:
             }
             QVERIFY(m_queue->currentJob().isNull());
             // Later text is ignored.
-            m_port->receive(dialogue.rest);
+            m_port->receive(dialogue.textAfterReply);
             m_port->receive(dialogue.reply);
             QCOMPARE(m_recorder.log, signalsOfJobAndQueue(dialogue, last));
             QCOMPARE(m_port->sent, sent);
@@ -517,21 +517,21 @@ private:
     // The job reports once, with the chunk that completes the reply.
     void checkReply(const JobDialogue &dialogue, const QStringList &chunks)
     {
-        const JobPointer job = start(dialogue.make(m_port.data()));
+        const JobPointer job = start(dialogue.makeJob(m_port.data()));
         int received = 0;
         for (const QString &chunk : chunks) {
             const bool complete = received >= dialogue.reply.size();
-            QCOMPARE(m_recorder.log, complete ? dialogue.report : QStringList());
+            QCOMPARE(m_recorder.log, complete ? dialogue.expectedSignals : QStringList());
             if (complete && !dialogue.stopsItself) {
                 job->stop(); // as the queue would
             }
             m_port->receive(chunk);
             received += chunk.size();
         }
-        QCOMPARE(m_recorder.log, dialogue.report);
+        QCOMPARE(m_recorder.log, dialogue.expectedSignals);
         QVERIFY(!dialogue.stopsItself || !job->isRunning());
-        QCOMPARE(m_port->sent, dialogue.command + dialogue.answer);
-        QVERIFY(dialogue.answer.isEmpty() || m_port->kinds.last() == Kind::Text);
+        QCOMPARE(m_port->sent, dialogue.command + dialogue.sentAfterReply);
+        QVERIFY(dialogue.sentAfterReply.isEmpty() || m_port->kinds.last() == Kind::Text);
     }
 
     SignalRecorder m_recorder;

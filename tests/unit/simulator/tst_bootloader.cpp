@@ -21,7 +21,7 @@ struct ImageHarness : DeviceHarness
         device.receive("b");
         output.clear();
         transmissions.clear();
-        device.receive(files::pseudoRandomBytes(bytes));
+        device.receive(FileIo::pseudoRandomBytes(bytes));
     }
 };
 
@@ -65,7 +65,7 @@ private slots:
         for (const auto &image : images) {
             ImageHarness harness(image.size);
             harness.startTransfer(0);
-            const QByteArray bytes = files::pseudoRandomBytes(image.size);
+            const QByteArray bytes = FileIo::pseudoRandomBytes(image.size);
             for (int offset = 0; offset < image.size; offset += 16) {
                 harness.device.receive(bytes.mid(offset, 16));
                 QCOMPARE(harness.output, image.replies.left(offset / 16 + 1));
@@ -85,7 +85,7 @@ private slots:
             ImageHarness harness(0);
             harness.startTransfer(image.size);
             QTRY_VERIFY(harness.output.startsWith(image.replies));
-            QCOMPARE(harness.device.bootloader().image(), files::pseudoRandomBytes(image.size));
+            QCOMPARE(harness.device.bootloader().image(), FileIo::pseudoRandomBytes(image.size));
             QTRY_VERIFY(harness.output.endsWith("KVT $ "));
             QVERIFY(harness.output.startsWith(image.replies + "\r\nPerforming selftest"));
         }
@@ -157,7 +157,7 @@ private slots:
             QCOMPARE(harness.transmissions.at(2).delivery, Delivery::OneChunk);
             QTRY_VERIFY(harness.output.endsWith("KVT $ "));
             QVERIFY(harness.output.startsWith("**" + transfer.lastReply + "\r\nPerforming"));
-            QCOMPARE(harness.device.bootloader().image(), files::pseudoRandomBytes(transfer.size));
+            QCOMPARE(harness.device.bootloader().image(), FileIo::pseudoRandomBytes(transfer.size));
         }
     }
 

@@ -40,7 +40,7 @@ private slots:
     void repliesAfterRandomBytes()
     {
         DeviceHarness harness;
-        harness.device.receive(files::pseudoRandomBytes(100000));
+        harness.device.receive(FileIo::pseudoRandomBytes(100000));
         QVERIFY(harness.type("\r\nshow hwver").endsWith("show: hwver=B\r\nKVT $ "));
     }
 

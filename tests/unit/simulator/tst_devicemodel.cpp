@@ -29,7 +29,7 @@ private slots:
     void agreesWithSampleSettingsFile()
     {
         QMap<QString, DeviceConfiguration> configurations;
-        QVERIFY(ConfigurationLoader().load(configurations, testpaths::sourceFile("settings.xml")));
+        QVERIFY(ConfigurationLoader().load(configurations, TestPaths::sourceFile("settings.xml")));
         QCOMPARE(configurations.size(), deviceModels().size());
         for (const DeviceModel &model : deviceModels()) {
             const DeviceConfiguration configuration =

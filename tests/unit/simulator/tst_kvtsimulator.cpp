@@ -21,7 +21,7 @@ private slots:
              {"--model KVT-999", "--rate fast", "--rate -1", "--log-rows 100000", "--fault thunder",
               "--nonsense", "something", "--link /nonexistent/folder/port"}) {
             QProcess process;
-            process.start(testpaths::buildFile("kvt-simulator"),
+            process.start(TestPaths::buildFile("kvt-simulator"),
                           text(arguments).split(QLatin1Char(' ')));
             QVERIFY(process.waitForFinished());
             QVERIFY2(process.exitCode() == 1, arguments);
@@ -33,7 +33,7 @@ private slots:
     void printsHelp()
     {
         QProcess process;
-        process.start(testpaths::buildFile("kvt-simulator"), {text("--help")});
+        process.start(TestPaths::buildFile("kvt-simulator"), {text("--help")});
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), 0);
         const QByteArray help = process.readAllStandardOutput();
@@ -167,7 +167,7 @@ private slots:
         client.exchange("\r\nshow hwver\r\n", "B\r\nKVT $ ");
         client.exchange("eeprom --write_block 3\r\n" + QByteArray(64, 'x'), "Done\r\nKVT $ ");
         simulator.hangUp();
-        QCOMPARE(files::contents(file),
+        QCOMPARE(FileIo::contents(file),
                  "port " + simulator.port().toLatin1()
                      + "\ncommand show hwver\ncommand eeprom --write_block 3\nfault nul@2\n"
                        "raw 64 bytes for block 3\nhangup\n");

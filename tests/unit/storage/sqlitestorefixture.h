@@ -47,7 +47,7 @@ protected:
     /// Runs @p sql on a second connection and returns its rows, with commas between the columns.
     QStringList runSql(const QByteArray &sql) const
     {
-        return DatabaseInspector(path()).texts(QString::fromUtf8(sql));
+        return DatabaseInspector(path()).rows(QString::fromUtf8(sql));
     }
 
     /// Runs @p sql on the connection of the store.

@@ -55,10 +55,10 @@ private slots:
 
         QCOMPARE(found.size(), 2);
         QCOMPARE(found.at(1).state, MeasurementState::HardwareError);
-        QCOMPARE(store.measurementsAsks.size(), 1);
-        QCOMPARE(store.measurementsAsks.at(0).from, timestamp);
-        QCOMPARE(store.measurementsAsks.at(0).to, timestamp.addSecs(10));
-        QCOMPARE(store.measurementsAsks.at(0).deviceId, 7U);
+        QCOMPARE(store.measurementsCalls.size(), 1);
+        QCOMPARE(store.measurementsCalls.at(0).from, timestamp);
+        QCOMPARE(store.measurementsCalls.at(0).to, timestamp.addSecs(10));
+        QCOMPARE(store.measurementsCalls.at(0).deviceId, 7U);
     }
 
     void addsTheDeviceToTheStore()
@@ -101,7 +101,7 @@ private slots:
         QCOMPARE(added.deviceId, 3U);
         QCOMPARE(added.metadata.state, MeasurementState::NotStabilized);
         QCOMPARE(added.metadata.timestamp, timestamp);
-        QCOMPARE(added.idBefore, noId);
+        QCOMPARE(added.idPassedIn, noId);
         // Values that are not available are passed unchanged; the store skips them.
         const auto &passed = store.addedValues.at(0);
         QCOMPARE(passed.measurementId, 44U);

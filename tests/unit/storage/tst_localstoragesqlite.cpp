@@ -377,7 +377,7 @@ private slots:
         QStringList allLogged;
         for (int attempt = 0; attempt < attempts; ++attempt) {
             QStringList found;
-            const QStringList logged = linesLoggedBy([&] { found = measurements(0, count); });
+            const QStringList logged = messagesLoggedBy([&] { found = measurements(0, count); });
             allLogged << logged;
 
             // Each row is returned with its value, returned without it, or only logged.

@@ -158,13 +158,13 @@ private slots:
     void rejectsAnExistingFileWithoutTables()
     {
         QFETCH(QByteArray, bytes);
-        QVERIFY(files::write(path(), bytes));
+        QVERIFY(FileIo::write(path(), bytes));
         expectFailure("reading measurement types", noQueryError);
         QVERIFY(!open());
         recreateStore();
         // The file was not changed.
         QVERIFY(QFile::exists(path()));
-        QCOMPARE(files::contents(path()), bytes);
+        QCOMPARE(FileIo::contents(path()), bytes);
     }
 
     void rejectsATruncatedDatabase_data()
@@ -188,7 +188,7 @@ private slots:
 
     void rejectsAPathThatCannotBeOpened()
     {
-        QVERIFY(files::write(path("file"), "x"));
+        QVERIFY(FileIo::write(path("file"), "x"));
         QVERIFY(QDir().mkdir(path("folder")));
         for (const char *name : {"missing/measurements.db", "file/measurements.db", "folder"}) {
             QTest::ignoreMessage(QtWarningMsg,
@@ -206,7 +206,7 @@ private slots:
                              QRegularExpression(text("^Failed to open local database: .")));
         QVERIFY(!store().open(path("missing/measurements.db")));
         const QString empty = path("empty.db");
-        QVERIFY(files::write(empty, QByteArray()));
+        QVERIFY(FileIo::write(empty, QByteArray()));
         expectFailure("reading measurement types", noQueryError);
         QVERIFY(!store().open(empty));
 
@@ -224,8 +224,8 @@ private slots:
         store().addMeasurementValues(1, {validValue("T", 2.0), validValue("H", 3.0)});
         // "T" is stored with its id of the first file, which is the id of "H" in this one.
         DatabaseInspector other(path("other.db"));
-        QCOMPARE(other.texts(text("select id, name from measurement_type")), texts("1,H"));
-        QCOMPARE(other.texts(text("select measurement_type_id, value from measurement_value")),
+        QCOMPARE(other.rows(text("select id, name from measurement_type")), texts("1,H"));
+        QCOMPARE(other.rows(text("select measurement_type_id, value from measurement_value")),
                  texts("1,2|1,3"));
     }
 
@@ -272,7 +272,7 @@ private slots:
         QVERIFY(std::filesystem::create_directory(":"));
         const QString pathHiddenFromQt = text(":/measurements.db");
         DatabaseInspector inspector(pathHiddenFromQt);
-        inspector.texts(QStringLiteral("create table %1(id)").arg(text(QTest::currentDataTag())));
+        inspector.rows(QStringLiteral("create table %1(id)").arg(text(QTest::currentDataTag())));
 
         expectFailure(context, noQueryError);
         QTest::ignoreMessage(QtWarningMsg, "Failed to create database to :/measurements.db");
@@ -414,7 +414,7 @@ private slots:
         QVERIFY(runSqlInStore("pragma busy_timeout = 1"));
         {
             DatabaseInspector locker(path());
-            QCOMPARE(locker.texts(text("begin exclusive")), QStringList());
+            QCOMPARE(locker.rows(text("begin exclusive")), QStringList());
             expectFailure("adding measurement to local database", "database is locked");
             QVERIFY(!addMeasurement());
             expectFailure("loading measurement types", "database is locked");
@@ -488,7 +488,7 @@ private slots:
         for (const auto &row : expected) {
             QVERIFY(statement != driver.statements.cend());
             QCOMPARE(statement->text, text(row.text));
-            QCOMPARE(statement->bound.join(text(", ")), text(row.bound));
+            QCOMPARE(statement->boundValues.join(text(", ")), text(row.bound));
             ++statement;
         }
         QVERIFY(statement == driver.statements.cend());

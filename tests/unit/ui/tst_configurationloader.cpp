@@ -30,14 +30,14 @@ struct Loaded
 Loaded loadFile(const QString &path)
 {
     Loaded result;
-    result.log =
-        linesLoggedBy([&] { result.succeeded = ConfigurationLoader().load(result.devices, path); });
+    result.log = messagesLoggedBy(
+        [&] { result.succeeded = ConfigurationLoader().load(result.devices, path); });
     return result;
 }
 
 Loaded load(const QByteArray &content)
 {
-    return files::write(settingsPath, content) ? loadFile(settingsPath) : Loaded();
+    return FileIo::write(settingsPath, content) ? loadFile(settingsPath) : Loaded();
 }
 
 QByteArray document(const QByteArray &devices)
@@ -131,7 +131,7 @@ QString summary(const Devices &devices)
     return models.join(QLatin1Char(' '));
 }
 
-const QString samplePath = testpaths::sourceFile("settings.xml");
+const QString samplePath = TestPaths::sourceFile("settings.xml");
 
 } // namespace
 
@@ -353,18 +353,18 @@ private slots:
         };
         for (const QByteArray &content : {document(device("A")), QByteArray("<Config/>"),
                                           document(device("A", measurements("<Measurement/>")))}) {
-            QVERIFY(files::write(settingsPath, content));
+            QVERIFY(FileIo::write(settingsPath, content));
             QFile open(settingsPath);
             QVERIFY(open.open(QIODevice::ReadOnly));
             QCOMPARE(openFiles().size(), 1);
             open.close();
             Devices devices;
             ConfigurationLoader loader;
-            linesLoggedBy([&] { loader.load(devices, settingsPath); });
+            messagesLoggedBy([&] { loader.load(devices, settingsPath); });
             QCOMPARE(openFiles(), QStringList());
             // The loader can be used again, although the file object of the first call was
             // destroyed.
-            QVERIFY(files::write(settingsPath, document(device("B"))));
+            QVERIFY(FileIo::write(settingsPath, document(device("B"))));
             QVERIFY(loader.load(devices, settingsPath));
             QVERIFY(devices.contains(text("B")));
         }
@@ -373,7 +373,7 @@ private slots:
     void resolvesARelativePathInTheWorkingDirectory()
     {
         const QString workingDirectory = QDir::currentPath();
-        QVERIFY(files::write(settingsPath, document(device("A"))));
+        QVERIFY(FileIo::write(settingsPath, document(device("A"))));
         QVERIFY(QDir().mkpath(text("elsewhere")));
         QDir::setCurrent(workingDirectory + text("/elsewhere"));
         const Loaded elsewhere = loadFile(settingsPath);
@@ -387,7 +387,7 @@ private slots:
     {
         Devices devices{{text("Old"), DeviceConfiguration()}};
         for (const QByteArray &content : {document(device("A")), QByteArray("<Config/>")}) {
-            QVERIFY(files::write(settingsPath, content));
+            QVERIFY(FileIo::write(settingsPath, content));
             ConfigurationLoader().load(devices, settingsPath);
             QCOMPARE(devices.keys(), texts("A|Old"));
         }
@@ -571,7 +571,7 @@ private slots:
         QVERIFY(sample.succeeded);
         QCOMPARE(sample.log, QStringList());
         QCOMPARE(sample.devices.keys(), texts("KVT-100|KVT-200|KVT-300"));
-        const QByteArray content = files::contents(samplePath);
+        const QByteArray content = FileIo::contents(samplePath);
         QVERIFY(content.indexOf("\"KVT-300\"") < content.indexOf("\"KVT-100\""));
         for (const DeviceConfiguration &device : sample.devices) {
             QVERIFY(device.configurationItems.size() >= 8);
@@ -605,8 +605,8 @@ private slots:
         QCOMPARE(units.size(), 12);
         QCOMPARE(itemTypes.size(), 3);
         QCOMPARE(nameIsDisplayName.size(), 2);
-        QVERIFY(files::contents(samplePath).contains("type=\"pm2.5\""));
-        QVERIFY(files::contents(samplePath).contains("type=\"pm10\""));
+        QVERIFY(FileIo::contents(samplePath).contains("type=\"pm2.5\""));
+        QVERIFY(FileIo::contents(samplePath).contains("type=\"pm10\""));
     }
 
     void sampleUsesOnlyNamesThatADeviceCanSend()
@@ -632,9 +632,9 @@ private slots:
 
     void truncatedSampleKeepsItsCompleteElements()
     {
-        const QByteArray content = files::contents(samplePath);
+        const QByteArray content = FileIo::contents(samplePath);
         const Devices complete = loadFile(samplePath).devices;
-        QVERIFY(files::write(settingsPath, content));
+        QVERIFY(FileIo::write(settingsPath, content));
         QFile truncated(settingsPath);
         for (int size = content.size(); size >= 0; --size) {
             QVERIFY(truncated.resize(size));

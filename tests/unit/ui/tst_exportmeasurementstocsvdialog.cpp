@@ -70,7 +70,7 @@ private slots:
         QCOMPARE(devices->itemData(1, Qt::UserRole + 2), QVariant(9U));
         QCOMPARE(m_dialog->deviceSerialNumbers(), texts("S1|S2"));
         QCOMPARE(m_store.calls, texts("devices|measurementTypes"));
-        QCOMPARE(m_store.typesAsks, QVector<unsigned>{7});
+        QCOMPARE(m_store.measurementTypesCalls, QVector<unsigned>{7});
     }
 
     void listsTypesInTheOrderOfTheirIds()
@@ -108,7 +108,7 @@ private slots:
         QCOMPARE(type(0)->text(), text("W0"));
         child<QComboBox>("deviceComboBox")->setCurrentIndex(0);
         QCOMPARE(type(0)->checkState(), Qt::Checked);
-        QCOMPARE(m_store.typesAsks, (QVector<unsigned>{7, 9, 7}));
+        QCOMPARE(m_store.measurementTypesCalls, (QVector<unsigned>{7, 9, 7}));
     }
 
     void uncheckedTypesAreNotSelected()
@@ -128,7 +128,7 @@ private slots:
         m_dialog->loadDevices();
         m_dialog->selectDevice(DeviceDetails());
         QCOMPARE(m_dialog->selectedDeviceId(), 0U);
-        QCOMPARE(m_store.typesAsks, QVector<unsigned>{0});
+        QCOMPARE(m_store.measurementTypesCalls, QVector<unsigned>{0});
         QVERIFY(m_dialog->selectedMeasurementTypes().isEmpty());
         QVERIFY(m_dialog->deviceSerialNumbers().isEmpty());
     }

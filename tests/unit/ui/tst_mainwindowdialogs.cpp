@@ -53,7 +53,8 @@ private slots:
     {
         m_window.reset();
         m_window.reset(new MainWindow(nullptr));
-        m_graph = qobject_cast<MeasurementGraph *>(WindowDriver::topLevel("MeasurementGraph"));
+        m_graph =
+            qobject_cast<MeasurementGraph *>(WindowDriver::topLevelWidget("MeasurementGraph"));
         m_store = FakeLocalStorage();
         m_store.devicesResult = {{{{}, {}, text("S1"), {}}, 7, {}, {}},
                                  {{{}, {}, text("S2"), {}}, 9, {}, {}}};
@@ -92,7 +93,7 @@ private slots:
                                                      {QMessageBox::Question, text("Question")}};
         for (auto icon = icons.begin(); icon != icons.end(); ++icon) {
             const QStringList lines =
-                linesLoggedBy([&] { m_window->showMessageBox(icon.key(), text("Not shown")); });
+                messagesLoggedBy([&] { m_window->showMessageBox(icon.key(), text("Not shown")); });
             QVERIFY(QApplication::activeModalWidget() == nullptr);
             QCOMPARE(lines,
                      QStringList(text("virtual void MainWindow::showMessageBox("
@@ -127,7 +128,7 @@ private slots:
     {
         const QString folder = QDir::currentPath();
         const QString filter = text("CSV (*.csv)");
-        QVERIFY(files::write(folder + text("/old.csv"), QByteArray()));
+        QVERIFY(FileIo::write(folder + text("/old.csv"), QByteArray()));
         checkFileDialog(QFileDialog::AcceptSave, QFileDialog::AnyFile, text("/new.csv"), [&] {
             return m_window->selectSaveFile(text("Which one?"), folder, filter);
         });
@@ -141,7 +142,7 @@ private slots:
     void dialogsAreHiddenWindowsWithoutAParent()
     {
         for (const char *name : {"MeasurementGraph", "WaitDialog"}) {
-            const QWidget *dialog = WindowDriver::topLevel(name);
+            const QWidget *dialog = WindowDriver::topLevelWidget(name);
             QVERIFY(dialog->parentWidget() == nullptr);
             QVERIFY(!dialog->isVisible());
         }
@@ -200,7 +201,7 @@ private slots:
         QCOMPARE(selection.from.timeSpec(), Qt::UTC);
         QCOMPARE(selection.to, start);
         QCOMPARE(selection.to.timeSpec(), Qt::UTC);
-        QVERIFY(WindowDriver::topLevel("ExportMeasurementsToCsvDialog") == nullptr);
+        QVERIFY(WindowDriver::topLevelWidget("ExportMeasurementsToCsvDialog") == nullptr);
     }
 
     void exportDialogStartsWithAnEmptyPeriodAndTheConnectedDevice()
@@ -277,7 +278,7 @@ private slots:
     {
         showGraph();
         m_graph->close();
-        m_store.measurementsAsks.clear();
+        m_store.measurementsCalls.clear();
         m_store.calls.clear();
         FakeLocalStorage other = m_store;
         m_settings.from = start.addDays(-1);
@@ -290,14 +291,14 @@ private slots:
 
         // Setting the units, the start and the end reads the old store each time; everything after
         // that reads the new one.
-        QCOMPARE(m_store.measurementsAsks.size(), 3);
-        QCOMPARE(m_store.measurementsAsks[0].from, start);
-        QCOMPARE(m_store.measurementsAsks[0].to, end);
-        QCOMPARE(m_store.measurementsAsks[1].from, start.addDays(-1));
-        QCOMPARE(m_store.measurementsAsks[1].to, end);
-        QCOMPARE(m_store.measurementsAsks[2].to, end.addDays(1));
+        QCOMPARE(m_store.measurementsCalls.size(), 3);
+        QCOMPARE(m_store.measurementsCalls[0].from, start);
+        QCOMPARE(m_store.measurementsCalls[0].to, end);
+        QCOMPARE(m_store.measurementsCalls[1].from, start.addDays(-1));
+        QCOMPARE(m_store.measurementsCalls[1].to, end);
+        QCOMPARE(m_store.measurementsCalls[2].to, end.addDays(1));
         QCOMPARE(other.calls, texts("measurements|devices|measurements"));
-        QVERIFY(other.measurementsAsks[0].to >= before);
+        QVERIFY(other.measurementsCalls[0].to >= before);
         // The period ends at the time of the call, not at the time in the field.
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const GraphSettings settings = graphSettings();

@@ -158,7 +158,7 @@ private slots:
         m_store->devicesResult = {device(3, "KV-1", "S9")};
         open();
         QCOMPARE(devices()->count(), 1);
-        QCOMPARE(m_store->measurementsAsks.last().deviceId, 3U);
+        QCOMPARE(m_store->measurementsCalls.last().deviceId, 3U);
     }
 
     void selectsTheConnectedDevice()
@@ -172,7 +172,7 @@ private slots:
             open("A0|A1", device(0, "", id.first).details);
             QCOMPARE(devices()->currentData(Qt::UserRole).toUInt(), id.second);
             QCOMPARE(m_store->calls, texts("devices|measurements"));
-            QCOMPARE(m_store->measurementsAsks.last().deviceId, id.second);
+            QCOMPARE(m_store->measurementsCalls.last().deviceId, id.second);
         }
     }
 
@@ -185,7 +185,7 @@ private slots:
         m_graph->selectDevice(1);
         QCOMPARE(readCount(), 2);
         // The slot shows the current device of the combo box, whatever valid index it gets.
-        QCOMPARE(m_store->measurementsAsks.last().deviceId, 7U);
+        QCOMPARE(m_store->measurementsCalls.last().deviceId, 7U);
     }
 
     void selectingAnUnknownDeviceReadsTheFirstDeviceAgain()
@@ -202,7 +202,7 @@ private slots:
         m_store->measurementsResult.clear();
         open("A0");
         QCOMPARE(devices()->count(), 0);
-        QCOMPARE(m_store->measurementsAsks.first().deviceId, 0U);
+        QCOMPARE(m_store->measurementsCalls.first().deviceId, 0U);
         QCOMPARE(list()->count(), 0);
         QVERIFY(!list()->isEnabled());
         QCOMPARE(chart()->axes().size(), 2);
@@ -506,13 +506,13 @@ private slots:
         open();
         fromField()->setDateTime(start.addSecs(60).toLocalTime());
         QCOMPARE(readCount(), 2);
-        QCOMPARE(m_store->measurementsAsks.last().from, start.addSecs(60));
+        QCOMPARE(m_store->measurementsCalls.last().from, start.addSecs(60));
         toField()->setDateTime(end.addSecs(60).toLocalTime());
         QCOMPARE(readCount(), 3);
-        QCOMPARE(m_store->measurementsAsks.last().to, end.addSecs(60));
+        QCOMPARE(m_store->measurementsCalls.last().to, end.addSecs(60));
         devices()->setCurrentIndex(1);
         QCOMPARE(readCount(), 4);
-        QCOMPARE(m_store->measurementsAsks.last().deviceId, 9U);
+        QCOMPARE(m_store->measurementsCalls.last().deviceId, 9U);
     }
 
     void periodIsShownInLocalTimeAndReturnedInUtc()
@@ -541,7 +541,7 @@ private slots:
             open();
             QCOMPARE(fromField()->time(), time.shown);
             QCOMPARE(toField()->time(), time.shown);
-            const auto requested = m_store->measurementsAsks.last();
+            const auto requested = m_store->measurementsCalls.last();
             for (const QDateTime &returned :
                  {m_graph->fromDate(), m_graph->toDate(), requested.from, requested.to}) {
                 QCOMPARE(returned, time.utc);
@@ -557,7 +557,7 @@ private slots:
         open("A0");
         QVERIFY(m_graph->showLatest());
         QVERIFY(m_graph->toDate() >= before);
-        QVERIFY(m_store->measurementsAsks.last().to >= before);
+        QVERIFY(m_store->measurementsCalls.last().to >= before);
         QCOMPARE(m_graph->toDate().timeSpec(), Qt::UTC);
         // The field is disabled and keeps its time.
         QCOMPARE(toField()->dateTime(), end);
@@ -602,8 +602,8 @@ private slots:
         m_settings.from = end;
         m_settings.to = start;
         open();
-        QCOMPARE(m_store->measurementsAsks.last().from, end);
-        QCOMPARE(m_store->measurementsAsks.last().to, start);
+        QCOMPARE(m_store->measurementsCalls.last().from, end);
+        QCOMPARE(m_store->measurementsCalls.last().to, start);
         QVERIFY(!list()->isEnabled());
     }
 

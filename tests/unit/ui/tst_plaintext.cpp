@@ -63,7 +63,8 @@ private slots:
         m_store = FakeLocalStorage();
         m_window.reset();
         m_window.reset(new MainWindow(nullptr));
-        m_graph = qobject_cast<MeasurementGraph *>(WindowDriver::topLevel("MeasurementGraph"));
+        m_graph =
+            qobject_cast<MeasurementGraph *>(WindowDriver::topLevelWidget("MeasurementGraph"));
     }
 
     void messageBoxesShowPlainText_data() { addPayloadRows(); }
