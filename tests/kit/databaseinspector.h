@@ -13,8 +13,8 @@
 
 /// Reads the contents of a measurement database over a separate connection.
 ///
-/// Copy the database of a process that was killed with copy() first: reading it would roll back an
-/// unfinished commit, which the next start of the tool should do.
+/// If the process that wrote the database was killed, read a copy(): reading the database itself
+/// would roll back an unfinished commit, which the next start of the tool should do.
 class DatabaseInspector
 {
 public:

@@ -25,7 +25,7 @@ public:
     /// @p text.
     void answerMessageBox(const QString &text, const QString &button);
 
-    /// Accepts the next file dialog with the caption @p caption with the file @p path.
+    /// Chooses the file @p path in the next file dialog with the caption @p caption and accepts it.
     void answerFileDialog(const QString &caption, const QString &path);
 
     /// Runs @p action on the next dialog with the title @p title.

@@ -30,7 +30,7 @@ public:
     /// The number of time-outs so far.
     int ticks() const { return m_ticks; }
 
-    /// Prints @p title, the figures and the processor usage.
+    /// Prints @p title, the results and the processor usage.
     void print(const char *title) const
     {
         const qint64 elapsedMs = qMax<qint64>(1, m_sinceStart.elapsed());

@@ -7,5 +7,5 @@
 /// A QString from a UTF-8 literal, for tests with many short strings.
 inline QString text(const char *utf8) { return QString::fromUtf8(utf8); }
 
-/// The parts of a UTF-8 literal between its bars, as in "one||three".
+/// The parts of a UTF-8 literal that are separated by '|', as in "one||three".
 inline QStringList texts(const char *utf8) { return text(utf8).split(QLatin1Char('|')); }

@@ -57,7 +57,7 @@ struct ControllerFixture
                              "<KVTConfig><Devices>" + devices + "</Devices></KVTConfig>");
     }
 
-    /// Returns and removes what has been recorded, with a bar between two entries.
+    /// Returns and removes what has been recorded, separated by '|'.
     QString takeCalls()
     {
         const QString recorded = calls.join(QLatin1Char('|'));

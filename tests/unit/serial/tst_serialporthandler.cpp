@@ -92,7 +92,7 @@ private slots:
         QCOMPARE(messages, texts("warning: Unable to add job false true"));
     }
 
-    void addsTheJobOfEachRequest()
+    void addsOneJobForEachRequest()
     {
         HandlerFixture f;
         f.connectDevice();

@@ -210,7 +210,7 @@ private slots:
         QVERIFY(!h.queue->currentJob());
     }
 
-    void completeTransferReportsEachBlockAndOneFinish_data()
+    void completeTransferReportsEachBlockAndFinishesOnce_data()
     {
         QTest::addColumn<bool>("reads");
         QTest::addColumn<bool>("cancels");
@@ -220,7 +220,7 @@ private slots:
         QTest::addRow("write, cancelled when it finishes") << false << true;
     }
 
-    void completeTransferReportsEachBlockAndOneFinish()
+    void completeTransferReportsEachBlockAndFinishesOnce()
     {
         QFETCH(bool, reads);
         QFETCH(bool, cancels);
@@ -255,7 +255,7 @@ private slots:
         QCOMPARE(h.takeSent(), QByteArray("\r\ndate\r\n"));
     }
 
-    void cancelledTransferReportsNoFinish()
+    void cancelledTransferDoesNotFinish()
     {
         HandlerWithQueue h;
         h.connectDevice();
@@ -280,7 +280,7 @@ private slots:
         QCOMPARE(h.events, texts("actionFinished ActionEepromBlockWritten int 0|allJobsDone"));
     }
 
-    void cancelContinuesAQueueThatTimeoutsStopped()
+    void cancelContinuesAQueueStoppedByTimeouts()
     {
         HandlerWithQueue h;
         h.connectDevice();

@@ -87,7 +87,7 @@ private slots:
         QVERIFY(m_port->sent.isEmpty());
     }
 
-    void hasTheTypeAndParentOfItsConstruction()
+    void hasTheTypeAndParentPassedToTheConstructor()
     {
         const auto *job = new ProbeJob(nullptr, m_port.data());
         QCOMPARE(job->parent(), m_port.data());
@@ -140,7 +140,7 @@ private slots:
         QVERIFY(!m_job->isRunning());
     }
 
-    void discardsTextOnAStopAndWhileNotRunning()
+    void discardsTextWhenStoppedAndWhileNotRunning()
     {
         m_job->dataReady(text("early"));
         m_job->start();
