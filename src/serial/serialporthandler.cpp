@@ -150,7 +150,8 @@ QString SerialPortHandler::portName() { return m_queue->portName(); }
 
 void SerialPortHandler::readLog()
 {
-    // Quirk: a second read is accepted while a log of 0 entries is being read.
+    // Quirk: a second read is accepted until the number of entries has arrived, and while a log
+    // of 0 entries is being read.
     if (m_logCount >= 1) {
         qDebug() << "Already reading log";
         return;
