@@ -6,8 +6,7 @@
 /// When a restart counts as completed.
 enum class RebootMode {
     RebootAndWaitForSelftest = 0, ///< the device has started again and passed its self-test
-    RebootForFirmwareUpdate =
-        1 ///< the device has announced its restart; its bootloader starts next
+    RebootForFirmwareUpdate = 1 ///< the device has announced that its bootloader starts next
 };
 
 /// Restarts the device. Emits actionFinished() with ActionReboot or ActionRebootForFirmware,
