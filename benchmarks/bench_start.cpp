@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// START: the time from the start of a process until its main window is drawn, and its memory then,
-// on a virtual display. The library of startprobe.cpp, preloaded into the process, reports both.
+// START: the time from the start of a process until its main window is drawn, and its memory at
+// that moment, on a virtual display. The library built from startprobe.cpp is preloaded into the
+// process, reports both and ends the process.
 #include "benchmarks/benchmarkarguments.h"
 #include "benchmarks/benchmarkoutput.h"
 #include "tests/kit/testpaths.h"
@@ -43,14 +44,15 @@ private:
     QProcess m_server;
 };
 
-/// The time until the main window was drawn, and the memory then.
+/// The time until the main window was drawn, and the memory that the process used at that moment.
 struct StartResult
 {
     double seconds = 0.0;
     double megabytes = 0.0;
 };
 
-/// Starts @p program with the preloaded library and waits for its end.
+/// Starts @p program with the preloaded library and waits until the
+/// library ends the process.
 StartResult start(const QString &program)
 {
     timespec begin{};
@@ -107,7 +109,8 @@ int main(int argc, char *argv[])
         runAlternately(arguments.size(21, 1),
                        {[&] { return measureStart(tool, toolMemory); },
                         [&] { return measureStart(emptyWindow, emptyWindowMemory); }});
-    // Terminals add to the time of the tool: it asks udev for each one when it lists the ports.
+    // Each one makes the tool's start longer: it asks udev about all of them when it lists the
+    // ports.
     const auto ttyDevices = QDir(QStringLiteral("/sys/class/tty"))
                                 .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                                 .size();

@@ -8,13 +8,13 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QTimer>
 
-/// Base class of all jobs: sends the command, collects the received text until it contains the
-/// complete reply, and reports the result by a signal.
+/// Base class of all jobs: sends the command, collects the received text until all of it matches
+/// the pattern of the reply, and reports the result by a signal.
 ///
 /// Does not own the port; without one, or after its deletion, nothing is sent. If the job is held
 /// by shared pointers, a slot may release the last one inside any signal: the job is not deleted
-/// before the outermost call into it returns. After finished(), failed(), error() or timedOut() a
-/// job class accesses none of its members.
+/// before the outermost call into it returns. Otherwise a slot may delete it, so a subclass must
+/// not access its members after it has emitted finished(), failed(), error() or timedOut().
 class SerialPortJob : public SerialPortJobInterface,
                       public QEnableSharedFromThis<SerialPortJobInterface>
 {
@@ -25,12 +25,13 @@ public:
     SerialPortJob(SerialPortInterface *port, SerialPortJobType type, QObject *parent);
     ~SerialPortJob() override;
 
-    /// Keeps the text received so far; the time-out counts from here.
+    /// Doesn't clear text that was received before; stop() does. The time-out starts with this
+    /// call.
     void start() override;
     void stop() override;
 
     /// Returns false from the fifth call on, so a command is sent at most five times, whatever the
-    /// reasons.
+    /// reason for each restart.
     bool restart() override;
     SerialPortJobType type() override;
     void setTimeout(int ms) override;
@@ -41,7 +42,7 @@ public:
     bool canRestart() override;
 
 protected slots:
-    /// Appends @p data to the received text and checks all of it.
+    /// Appends @p data to the received text and checks whether all of it matches the pattern.
     void dataReady(QString data) override;
 
     /// Stops the job and emits timedOut().

@@ -8,7 +8,7 @@ using F = FaultKind;
 constexpr Expectation done = "done, 1 send";
 constexpr Expectation sentAgain = "done, 2 sends";
 constexpr Expectation sentTwiceAgain = "done, 3 sends";
-constexpr Expectation twoReplies = "passed on: two replies in one, 2 sends";
+constexpr Expectation twoReplies = "wrong result reported: two replies in one, 2 sends";
 constexpr Expectation stopped = "queue stopped after 5 sends; works after clear";
 constexpr Expectation stoppedUntilClose = "queue stopped after 5 sends; works after close";
 constexpr Expectation stoppedUntilConnect = "queue stopped after 5 sends; works after connect";
@@ -45,11 +45,11 @@ QVector<FaultMatrix::Entry> entries()
         {{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte}, Reboot, done},
         // Two replies in one chunk with a prompt between them: the value extends to the last prompt.
         {F::LateReply, {ReadModel, ReadValue, SetValue}, twoReplies},
-        {F::LostByte, SetValue, "passed on: 21, 1 send"},
-        {F::LostByte, SetClock, "passed on: 0200-01-02T03:04:05Z, 1 send"},
-        {F::LostByte, ReadEeprom, "passed on: 63 bytes, 1 send"}, // an unpaired digit is dropped
-        {F::FlippedBit, SetValue, "passed on: 221, 1 send"},
-        {F::FlippedBit, SetClock, "passed on: 2020-01-02T03:04:05Z, 1 send"},
+        {F::LostByte, SetValue, "wrong result reported: 21, 1 send"},
+        {F::LostByte, SetClock, "wrong result reported: 0200-01-02T03:04:05Z, 1 send"},
+        {F::LostByte, ReadEeprom, "wrong result reported: 63 bytes, 1 send"}, // an unpaired digit is dropped
+        {F::FlippedBit, SetValue, "wrong result reported: 221, 1 send"},
+        {F::FlippedBit, SetClock, "wrong result reported: 2020-01-02T03:04:05Z, 1 send"},
         // Sent again immediately; that reply is parsed with the damaged line before it and times out.
         {{F::LostByte, F::FlippedBit, F::WrongChecksum}, ReadLog, sentTwiceAgain},
         {{F::SilenceOnce, F::LateReply, F::LostByte, F::FlippedBit, F::NulByte}, {}, sentAgain},
@@ -57,7 +57,7 @@ QVector<FaultMatrix::Entry> entries()
         {F::Silence, {ReadLog, ReadEeprom, WriteEeprom}, stoppedUntilCancel},
         {F::Silence, {}, stopped},
         {{F::ShortDelay, F::SingleBytes, F::Chatter}, {}, done},
-        {F::UnknownModel, ReadModel, "passed on: KVT-900, 1 send"},
+        {F::UnknownModel, ReadModel, "wrong result reported: KVT-900, 1 send"},
         {F::UnknownModel, {}, notApplicable("only show unit and show model name a model")},
 
         {{F::WrongEntry, F::MalformedRecord}, ReadLog, sentAgain},

@@ -12,15 +12,17 @@ namespace {
 
 using Faults = FaultMatrix::AnyOf<FaultKind>;
 
-constexpr int affectedBlock = 5; // of the EEPROM, as in operations()
-constexpr int sufficientBlocks = 9; // of 1024; includes the affected one
-constexpr int blockSize = 64;
+// EEPROM operations are cancelled after the first of their 1024 blocks. One of these is the block
+// that the fault affects; see the operations in faultexpectations.cpp.
+constexpr int blocksBeforeCancel = 9;
+constexpr int affectedBlock = 5;
+constexpr int eepromBlockSize = 64;
 
 QByteArray eepromImage() { return FileIo::pseudoRandomBytes(65536); }
 
 QByteArray firmwareImage()
 {
-    return eepromImage().left(40); // three blocks
+    return eepromImage().left(40); // three firmware blocks, the last one incomplete
 }
 
 /// How an operation is requested, how its success is reported and how it is cancelled.
@@ -60,7 +62,7 @@ const Steps allSteps[] = {
      "finished ActionFirmwareTransmitted int 100", "", &SerialPortHandler::cancelFirmwareUpdate},
 };
 
-bool isRestart(HandlerOperation operation)
+bool restartsDevice(HandlerOperation operation)
 {
     return operation == Reboot || operation == UpdateFirmware;
 }
@@ -70,14 +72,14 @@ int timeoutMs(FaultKind fault, HandlerOperation operation)
 {
     using F = FaultKind;
     constexpr int afterRestartMs = 2000; // by then the device has restarted
-    constexpr int collectedMs = 300; // for replies whose chunks are collected
-    const Faults oneBadReply{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte};
-    if (isRestart(operation) && (fault == F::LateReply || oneBadReply.contains(fault))) {
+    constexpr int longReplyMs = 300; // for replies that may arrive in many chunks
+    const Faults singleReplyFaults{F::SilenceOnce, F::LostByte, F::FlippedBit, F::NulByte};
+    if (restartsDevice(operation) && (fault == F::LateReply || singleReplyFaults.contains(fault))) {
         return afterRestartMs;
     }
     const QVector<QPair<Faults, int>> timeouts = {
         {F::LateReply, lateReplyTimeoutMs},
-        {oneBadReply, operation == ReadLog ? collectedMs : 200},
+        {singleReplyFaults, operation == ReadLog ? longReplyMs : 200},
         {F::HangUpBefore, 40},
         {{F::Silence, F::HangUpDuring, F::WrongChecksumAlways, F::WrongEntryAlways,
           F::MalformedRecordAlways, F::MalformedBlockAlways},
@@ -91,7 +93,7 @@ int timeoutMs(FaultKind fault, HandlerOperation operation)
             return timeout.second;
         }
     }
-    return collectedMs;
+    return longReplyMs;
 }
 
 QByteArray sendsText(int sends)
@@ -135,8 +137,8 @@ private slots:
 private:
     bool prepare()
     {
-        // An update needs longer delays: even on a slow machine, the message of the restart must
-        // not arrive in one chunk with the bootloader's prompt, and the bootloader must not stop
+        // An update needs longer delays: even on a slow machine, the restart message must not
+        // arrive in the same chunk as the bootloader's prompt, and the bootloader must not stop
         // waiting.
         const bool update = m_operation == UpdateFirmware;
         QString options = text("--log-rows 3 --write-ms 1 --reboot-ms %1 --boot-wait %2 --image %3 "
@@ -159,17 +161,18 @@ private:
         if (m_fault == FaultKind::HangUpBefore) {
             m_link->simulator.hangUp();
         }
-        const Faults damagesLine{FaultKind::WrongChecksum, FaultKind::LostByte,
-                                 FaultKind::FlippedBit};
-        // Without this pause, each further chunk of a line with a wrong checksum causes another
-        // send.
-        m_link->chunkPauseMs = m_operation == ReadLog && damagesLine.contains(m_fault) ? 30 : 0;
+        const Faults lineDamagingFaults{FaultKind::WrongChecksum, FaultKind::LostByte,
+                                        FaultKind::FlippedBit};
+        // Without this pause, each further chunk of a line with a wrong checksum makes the job
+        // send its command again.
+        m_link->chunkPauseMs =
+            m_operation == ReadLog && lineDamagingFaults.contains(m_fault) ? 30 : 0;
         return true;
     }
 
     QByteArray simulatorFault() const
     {
-        if (m_fault == FaultKind::LateReply && isRestart(m_operation)) {
+        if (m_fault == FaultKind::LateReply && restartsDevice(m_operation)) {
             return "delay@reboot:3000"; // longer than the time-out
         }
         const FaultOperation &operation = m_matrix.operation(m_operation);
@@ -184,7 +187,7 @@ private:
             return m_link->events.contains(text(name));
         };
         if (m_operation == ReadEeprom || m_operation == WriteEeprom) {
-            return m_link->eepromProgress.size() >= sufficientBlocks;
+            return m_link->eepromProgress.size() >= blocksBeforeCancel;
         }
         return m_operation == ReadLog
             ? hasEvent("log") || hasEvent("value ValueLogOption bool false")
@@ -211,7 +214,8 @@ private:
         }
         steps().request(m_link->handler);
         m_link->setTimeouts(timeoutMs(m_fault, m_operation));
-        if (m_fault == FaultKind::LateReply && !isRestart(m_operation) && !waitForBothReplies()) {
+        if (m_fault == FaultKind::LateReply && !restartsDevice(m_operation)
+            && !waitForBothReplies()) {
             return "not sent again";
         }
         if (!runUntil([&] { return m_link->isStalled() || hasEnded(); })) {
@@ -244,7 +248,8 @@ private:
         if (value.contains(text("\r\n"))) {
             value = text("two replies in one");
         }
-        return (correct ? QByteArray("done, ") : "passed on: " + value.toLatin1() + ", ")
+        return (correct ? QByteArray("done, ")
+                        : "wrong result reported: " + value.toLatin1() + ", ")
             + sendsText(m_link->sendCount(command()));
     }
 
@@ -287,9 +292,9 @@ private:
             call = "clear";
             handler.clearJobs();
         }
-        const bool isFree =
+        const bool hasRecovered =
             call == "connect" ? m_link->waitFor(text("connected")) : m_link->isIdle();
-        return (isFree && worksAgain() ? "; works after " : "; doesn't work after ") + call;
+        return (hasRecovered && worksAgain() ? "; works after " : "; doesn't work after ") + call;
     }
 
     QByteArray outcomeAfterHangUp()
@@ -301,14 +306,15 @@ private:
         m_link->handler.readValue(text("altitude"));
         m_link->setTimeouts(40);
         if (!m_link->waitForStall() || m_link->sendCount(text("show altitude")) != 5) {
-            return "; next command: no stop";
+            return "; next command: queue not stopped";
         }
         m_link->handler.disconnectFromDevice();
         return QByteArray("; next command: queue stopped, ")
             + (worksAgain() ? "works after close" : "doesn't work after close");
     }
 
-    /// Whether the device can be connected and read, through a new port after a hang-up.
+    /// Whether the handler can connect to the device and read from it; after a hang-up, through a
+    /// new port.
     bool worksAgain()
     {
         m_link->setTimeouts(0);
@@ -355,7 +361,8 @@ private:
             value = text("%1 bytes").arg(m_blocks.value(affectedBlock).size());
             return m_blocks.value(affectedBlock) == deviceBlock();
         case WriteEeprom:
-            return eepromImage().mid(affectedBlock * blockSize, blockSize) == deviceBlock();
+            return eepromImage().mid(affectedBlock * eepromBlockSize, eepromBlockSize)
+                == deviceBlock();
         case UpdateFirmware:
             return isReported && FileIo::contents(imageFile()) == firmwareImage();
         default:

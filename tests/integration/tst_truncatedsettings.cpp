@@ -97,9 +97,9 @@ private:
         }
         // The window shows the settings of the first model, if there is one.
         const int shown = window.configuration.configurationItems.size();
-        const bool isFirst =
+        const bool showsFirstModel =
             shown == (models.isEmpty() ? 0 : models.first().configurationItems.size());
-        return {window.calls.count(failureMessage), isFirst ? models.size() : -1, settings,
+        return {window.calls.count(failureMessage), showsFirstModel ? models.size() : -1, settings,
                 measurements};
     }
 

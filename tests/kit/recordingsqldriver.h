@@ -16,7 +16,7 @@ struct RecordedStatement
         boundValues; ///< "name type" for each placeholder; "not in" follows unless it is QSql::In
 };
 
-/// The query of a RecordingSqlDriver: every statement succeeds and has no rows.
+/// The query of a RecordingSqlDriver: every prepared statement succeeds and returns no rows.
 class RecordingSqlResult : public QSqlResult
 {
 public:
@@ -43,7 +43,7 @@ protected:
         setActive(true);
         return true;
     }
-    /// Records a statement that is executed without prepare(), and fails.
+    /// Records a statement that is executed without prepare(), then returns false.
     bool reset(const QString &query) override
     {
         m_statements->append({QStringLiteral("not prepared: ") + query, {}});

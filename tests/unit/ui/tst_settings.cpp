@@ -49,8 +49,8 @@ private slots:
             QVERIFY(stored.convert(value->userType()));
             QCOMPARE(stored, *value);
         }
-        // The file is named after the organisation and the application; its keys contain spaces and
-        // have no groups.
+        // The file is named after the organisation and the application, whose name in the settings
+        // is "Kv tool"; its keys contain spaces and have no groups.
         const QSettings file(QSettings::NativeFormat, QSettings::UserScope, text("Orvanta"),
                              text("Kv tool"));
         QCOMPARE(file.fileName(),
