@@ -51,8 +51,7 @@ struct StartResult
     double megabytes = 0.0;
 };
 
-/// Starts @p program with the preloaded library and waits until the
-/// library ends the process.
+/// Starts @p program with the preloaded library, which ends the process, and waits for that.
 StartResult start(const QString &program)
 {
     timespec begin{};

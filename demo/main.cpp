@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // KV Tool with a simulated transmitter in its port list.
 #include "demo/startdemo.h"
-#include "simulator/processevents.h"
+#include "simulator/externalevents.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
@@ -53,9 +53,9 @@ int run(const QString &folder)
     SimulatorProcess device(QCoreApplication::applicationDirPath()
                             + QLatin1String("/kvt-simulator"));
     bool terminated = false;
-    Simulator::ProcessEvents events;
+    Simulator::ExternalEvents events;
     events.watchSignals();
-    QObject::connect(&events, &Simulator::ProcessEvents::terminated, qApp, [&terminated] {
+    QObject::connect(&events, &Simulator::ExternalEvents::terminated, qApp, [&terminated] {
         terminated = true;
         // Also ends the event loops of open dialogs.
         QCoreApplication::quit();

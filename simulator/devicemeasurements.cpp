@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/devicemeasurements.h"
 
-#include "simulator/noise.h"
+#include "simulator/pseudorandom.h"
 
 #include <QtCore/qmath.h>
 #include <cmath>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/devicememory.h"
 
-#include "simulator/noise.h"
+#include "simulator/pseudorandom.h"
 
 namespace Simulator {
 

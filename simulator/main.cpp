@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/commandline.h"
 #include "simulator/controlinterface.h"
-#include "simulator/processevents.h"
+#include "simulator/externalevents.h"
 #include "simulator/simulatedtransmitter.h"
 
 #include <QtCore/QCoreApplication>
@@ -38,7 +38,7 @@ int main(int argc, char *argv[])
         return EXIT_SUCCESS;
     }
 
-    Simulator::ProcessEvents events;
+    Simulator::ExternalEvents events;
     events.watchSignals();
     Simulator::SimulatedTransmitter transmitter(commandLine.transmitter);
     for (const QByteArray &fault : qAsConst(commandLine.faults)) {
@@ -53,10 +53,10 @@ int main(int argc, char *argv[])
     print("port " + transmitter.path().toLocal8Bit());
 
     Simulator::ControlInterface control(transmitter);
-    QObject::connect(&events, &Simulator::ProcessEvents::terminated, &application,
+    QObject::connect(&events, &Simulator::ExternalEvents::terminated, &application,
                      &QCoreApplication::quit);
     if (commandLine.control) {
-        QObject::connect(&events, &Simulator::ProcessEvents::lineTyped, &application,
+        QObject::connect(&events, &Simulator::ExternalEvents::lineTyped, &application,
                          [&control](const QByteArray &line) {
                              const QList<QByteArray> replies = control.run(line);
                              for (const QByteArray &reply : replies) {
@@ -65,7 +65,7 @@ int main(int argc, char *argv[])
                          });
     }
     if (commandLine.exitWithInput) {
-        QObject::connect(&events, &Simulator::ProcessEvents::inputClosed, &application,
+        QObject::connect(&events, &Simulator::ExternalEvents::inputClosed, &application,
                          &QCoreApplication::quit);
     }
     if (commandLine.control || commandLine.exitWithInput) {

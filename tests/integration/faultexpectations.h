@@ -22,7 +22,7 @@ enum HandlerOperation {
 };
 
 /// The expected outcome of each operation of the handler under each fault of the device and the
-/// line. An outcome begins with "done" (correct result, after so many sends), "passed on" (damaged
-/// data that no check detects), "queue stopped" (without a signal, until the named call), "reports"
-/// or "failed" (actionFailed).
+/// line. An outcome begins with "done" (correct result, after so many sends), "wrong result
+/// reported" (damaged data that no check detects), "queue stopped" (without a signal, until the
+/// named call), "reports" or "failed" (actionFailed).
 FaultMatrix handlerFaultMatrix();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/processevents.h"
+#include "simulator/externalevents.h"
 
 #include <csignal>
 #include <unistd.h>
@@ -21,11 +21,11 @@ extern "C" void onSignal(int)
 
 } // namespace
 
-ProcessEvents::ProcessEvents(QObject *parent)
+ExternalEvents::ExternalEvents(QObject *parent)
     : QObject(parent)
 { }
 
-void ProcessEvents::watchSignals()
+void ExternalEvents::watchSignals()
 {
     if (::pipe(signalPipe) != 0) {
         return;
@@ -41,13 +41,13 @@ void ProcessEvents::watchSignals()
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void ProcessEvents::watchInput()
+void ExternalEvents::watchInput()
 {
     m_input.reset(new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read));
-    connect(m_input.data(), &QSocketNotifier::activated, this, &ProcessEvents::onInput);
+    connect(m_input.data(), &QSocketNotifier::activated, this, &ExternalEvents::onInput);
 }
 
-void ProcessEvents::onInput()
+void ExternalEvents::onInput()
 {
     constexpr size_t chunkSize = 4096;
     char chunk[chunkSize];

@@ -9,13 +9,13 @@
 namespace Simulator {
 
 /// Events from outside the process: termination signals and lines on standard input.
-class ProcessEvents : public QObject
+class ExternalEvents : public QObject
 {
     Q_OBJECT
 
 public:
     /// Reports nothing before one of the functions below is called.
-    explicit ProcessEvents(QObject *parent = nullptr);
+    explicit ExternalEvents(QObject *parent = nullptr);
 
     /// Turns SIGTERM and SIGINT into terminated().
     void watchSignals();

@@ -19,7 +19,7 @@ QStringList unitStrings()
 } // namespace
 
 /// A separate program, because the strings of the units are translated only once in a process.
-class TestMeasurementUnitTranslation : public QObject
+class TestTranslatedUnitNames : public QObject
 {
     Q_OBJECT
 
@@ -44,5 +44,5 @@ private slots:
     }
 };
 
-KV_TEST_CORE_MAIN(TestMeasurementUnitTranslation)
-#include "tst_measurementunittranslation.moc"
+KV_TEST_CORE_MAIN(TestTranslatedUnitNames)
+#include "tst_translatedunitnames.moc"

@@ -96,7 +96,7 @@ QString charactersThatFoldToAscii()
 
 /// The functions that recognise the replies of a restart look for a literal before they use the
 /// pattern. Their result must be that of the pattern alone, for every text.
-class TestRebootMatching : public QObject
+class TestRebootReplyPattern : public QObject
 {
     Q_OBJECT
 
@@ -149,5 +149,5 @@ private slots:
     }
 };
 
-KV_TEST_CORE_MAIN(TestRebootMatching)
-#include "tst_rebootmatching.moc"
+KV_TEST_CORE_MAIN(TestRebootReplyPattern)
+#include "tst_rebootreplypattern.moc"
