@@ -164,8 +164,8 @@ void SerialPortHandler::writeToEeprom() { addJobIfConnected<SerialPortJobWriteTo
 void SerialPortHandler::cancelLogRead()
 {
     clearJobs();
-    // Quirk: a row whose queued signal is delivered after this becomes the first row of the next
-    // log, since a row doesn't identify the read that it belongs to.
+    // Quirk: a queued signal that is delivered after this doesn't identify its read: a row becomes
+    // the first row of the next log, and a number of rows starts the reading of these rows.
     resetLogData();
 }
 

@@ -300,6 +300,18 @@ private slots:
         QCOMPARE(f.events.last(), logReadEvent({1}));
     }
 
+    // Quirk: the rows are read after the cancel.
+    void readsTheLogIfTheCountIsQueuedBeforeTheCancel()
+    {
+        LogFixture f;
+        emit f.queue->valueRead(SerialPortValueType::ValueLogCount, 1);
+        f.handler.cancelLogRead();
+        deliverPostedEvents();
+        f.reportTitles();
+        f.reportRow(1);
+        QCOMPARE(f.events.last(), logReadEvent({1}));
+    }
+
     void emitsNoLogForTitlesQueuedBeforeTheCancel()
     {
         LogFixture f;
