@@ -50,7 +50,7 @@ private:
     // Times of the monotonic clock.
     qint64 m_inDueNs = 0; // when the last byte of m_in arrives at the device
     qint64 m_outBeginNs = 0; // when the first byte of m_out begins, or the last one sent has ended
-    qint64 m_inputArrivalNs = -1; // of the bytes that the device is processing; -1 when there are none
+    qint64 m_inputArrivalNs = -1; // of the bytes being processed; -1 when there are none
     qint64 m_usedUntilNs = 0;
 
     // The counters.
