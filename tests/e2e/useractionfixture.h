@@ -198,7 +198,7 @@ private:
         click("updateFirmwareButton");
     }
 
-    /// Switches the device off and on, as the dialog tells the user to.
+    /// Switches the device off and on, as the dialog asks the user to do.
     void restartForUpdate()
     {
         constexpr int longerThanATimeoutMs = 500;
