@@ -24,8 +24,8 @@ set(CPACK_PACKAGE_DESCRIPTION
 "KV Tool is for engineers who service air-quality transmitters. It connects to a
 transmitter on a serial port, shows its identity and measurements, changes its
 settings, stores every reading in a local SQLite file, draws the readings over
-time, exports them as CSV, reads and clears the device's log, sets its clock and
-updates its firmware.
+time, exports them as CSV, reads and clears the device's log, sets its clock
+and updates its firmware.
 
 The package also contains a simulated transmitter and a demo that uses it. It
 gives the logged-in user access to common USB serial adapters.")
