@@ -24,6 +24,7 @@ bool startDemo(ToolObjects &tool, SimulatorProcess &device, const QString &folde
                const QStringList &options)
 {
     const QDir files(folder);
+    // The clock is one day behind, so that setting it has a visible effect.
     const QStringList defaultOptions{
         QStringLiteral("--model"),        QStringLiteral("KVT-100"),
         QStringLiteral("--log-rows"),     QStringLiteral("150"),
@@ -34,8 +35,8 @@ bool startDemo(ToolObjects &tool, SimulatorProcess &device, const QString &folde
         qWarning() << "The simulated transmitter did not start";
         return false;
     }
-    const QString store = files.filePath(QStringLiteral("measurements.db"));
-    if (!QFile::exists(store) && !writeHistory(tool.storage, store, device)) {
+    const QString database = files.filePath(QStringLiteral("measurements.db"));
+    if (!QFile::exists(database) && !writeHistory(tool.storage, database, device)) {
         qWarning() << "The history could not be written";
         return false;
     }

@@ -28,18 +28,17 @@ QString description()
         text("A simulated transmitter on a pseudo-terminal. Prints \"port PATH\" when it "
              "is ready.\n\nFaults, written as KIND[@PLACE][:ARG] (\"+\" after PLACE: from that "
              "place on;\n\"-always\" after KIND: each time that the place is reached, not "
-             "once):\n");
+             "only once):\n");
     for (const DeviceFaultInfo &info : deviceFaultKinds()) {
         result += text("  %1 %2\n").arg(text(info.name), -26).arg(text(info.meaning));
     }
     return result
-        + text("PLACE is the number of a command line (from 1), of a log row for log faults (0: "
-               "titles),\n"
-               "of a block for firmware faults (from 1), or of a memory block for "
-               "malformed-block.\n"
-               "It can also be the beginning of a command, or \"next\". Without a place, a fault "
-               "applies\n"
-               "to every exchange, row or block.");
+        + text("PLACE is the number of a command that the device has received (from 1), of a log\n"
+               "row for log faults (0: the column headings), of a block for firmware faults (from\n"
+               "1), or of an EEPROM block for malformed-block. It can also be the beginning of a\n"
+               "command, or \"next\" for the next command. Without a place, a fault applies to\n"
+               "every command, row or block.\n\n"
+               "Defaults are in parentheses.");
 }
 
 bool parseNumbers(const QCommandLineParser &parser, const QList<NumberOption> &options,
@@ -88,15 +87,16 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
          INT_MAX},
         {"meas-state", "meas_state after warm-up (1)", &device.measurementState, 0, INT_MAX},
         {"warmup", "ms of warm-up (0)", &device.warmUpMs, 0, maximumMs},
-        {"clock-offset", "seconds by which the clock is ahead (0)", &clockOffsetS, INT_MIN,
-         INT_MAX},
+        {"clock-offset", "seconds by which the device's clock is ahead of UTC (0)", &clockOffsetS,
+         INT_MIN, INT_MAX},
         {"write-ms", "ms for storing the settings (2000)", &device.writeMs, 0, maximumMs},
-        {"block-idle-ms", "ms of pause that end an incomplete memory block (1000)",
+        {"block-idle-ms", "ms of pause that end an incomplete EEPROM block (1000)",
          &device.blockIdleMs, 1, maximumMs},
-        {"reboot-ms", "ms from the command to the restart (5000)", &device.rebootMs, 0, maximumMs},
+        {"reboot-ms", "ms from the command reboot to the restart (5000)", &device.rebootMs, 0,
+         maximumMs},
         {"boot-wait", "ms that the bootloader waits for a byte (3000)", &device.bootWaitMs, 1,
          maximumMs},
-        {"image-size", "bytes of a firmware image (0: a pause ends it)", &device.imageSize, 0,
+        {"image-size", "bytes of a firmware image (0); 0: a pause ends it", &device.imageSize, 0,
          INT_MAX},
         {"image-idle-ms", "ms of pause that end an image (300)", &device.imageIdleMs, 1, maximumMs},
     };
@@ -111,13 +111,16 @@ bool parseCommandLine(const QStringList &arguments, CommandLine &commandLine, QS
         {text("model"), text("one of ") + modelNames(), text("NAME")},
         {text("serial"), text("serial number"), text("TEXT")},
         {text("health"), text("value of health (98%)"), text("TEXT")},
-        {text("unavailable"), text("a measurement that is always N; repeatable"), text("NAME")},
+        {text("unavailable"),
+         text("a measurement whose value is always \"N\", not available; repeatable"),
+         text("NAME")},
         {text("no-log-option"), text("the device has no log option")},
-        {text("debug"), text("debug output is on at the start")},
+        {text("debug"), text("the device's debug output is on at the start")},
         {text("fault"), text("a fault, see above; repeatable"), text("FAULT")},
-        {text("state"), text("file that stores memory, log and clock between runs"), text("FILE")},
+        {text("state"), text("file that stores EEPROM, log and clock between runs"), text("FILE")},
         {text("image"), text("file for a received firmware image"), text("FILE")},
-        {text("journal"), text("file for the event log"), text("FILE")},
+        {text("journal"), text("file for the simulator's event log: commands, faults, restarts"),
+         text("FILE")},
         {text("link"), text("symbolic link to the port"), text("PATH")},
         {text("control"), text("read control commands from standard input")},
         {text("exit-with-stdin"), text("exit when standard input closes")},

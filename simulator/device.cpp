@@ -68,7 +68,7 @@ void Device::powerCycle()
 
 bool Device::addFault(const QByteArray &text, QByteArray &error)
 {
-    m_rawBytes = 0;
+    m_rawBytes = 0; // HangupInput counts from the fault that was added last
     return m_faults.add(text, error);
 }
 
@@ -84,7 +84,7 @@ void Device::lineRestored()
 
 void Device::process()
 {
-    // A fault or a reply may call this function recursively; the outer call processes the rest.
+    // The console's idle() may call this function recursively; the outer call processes the rest.
     if (m_processing) {
         return;
     }
